@@ -1,0 +1,25 @@
+# Language level, warnings and floating-point rules of every target: the only place.
+add_library(coreMD_rules INTERFACE)
+target_compile_features(coreMD_rules INTERFACE cxx_std_20 c_std_11)
+
+# Results are equal to the last bit on every compiler and level: no contraction, no fast-math. errno and traps are not used.
+target_compile_options(coreMD_rules INTERFACE
+    -ffp-contract=off -fno-math-errno -fno-trapping-math
+    $<$<NOT:$<CONFIG:Debug>>:-O3>
+    -UNDEBUG                                             # assertions are the interface's failure mode, in every build type
+    -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=            # assertion messages name files relative to the project
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
+
+if(COREMD_SANITIZE)
+    target_compile_options(coreMD_rules INTERFACE
+        -fsanitize=${COREMD_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(coreMD_rules INTERFACE -fsanitize=${COREMD_SANITIZE})
+endif()
+
+if(COREMD_MARCH)
+    target_compile_options(coreMD_rules INTERFACE -march=${COREMD_MARCH})
+endif()
+
+if(COREMD_WERROR)
+    target_compile_options(coreMD_rules INTERFACE -Werror)
+endif()

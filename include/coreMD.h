@@ -1,0 +1,172 @@
+/* coreMD: motion detection on a coarse grid of blocks.
+ *
+ * The complete C interface: five records, one handle, sixteen functions. C11 and C++.
+ *
+ * Words used throughout
+ *   block     one cell of the grid; block (x, y) has index y * width + x, rows without padding
+ *   [block]   an array of width * height elements in that order
+ *   ticks     signed 64-bit count of 100 ns
+ *   boolean   signed 32-bit integer, any non-zero value means true
+ *
+ * Calling order
+ *   h15 once; h12 for every zone, at least once; then per frame h13, h17, h19 and after each successful h19 h18 until it
+ *   returns non-zero; h14 once.
+ *
+ * Broken preconditions end the process with the C library's assertion message, in release builds too. There is no other
+ * error channel besides the status codes below. Exhausted memory surfaces as a C++ exception (std::bad_alloc).
+ *
+ * Threads: a handle belongs to one thread at a time. Different handles share nothing.
+ */
+#ifndef COREMD_H
+#define COREMD_H
+
+#include <stdint.h>
+
+/* The one place where the version is written. */
+#define COREMD_VERSION_MAJOR 1
+#define COREMD_VERSION_MINOR 0
+#define COREMD_VERSION_PATCH 0
+
+#if defined(__GNUC__)
+#define COREMD_API __attribute__((visibility("default")))
+#else
+#define COREMD_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Status of h17, h18 and h19. */
+enum {
+    COREMD_DELIVERED = 0,  /* the record was filled */
+    COREMD_EXHAUSTED = 1,  /* the cursor is at its end; the record was not written */
+    COREMD_NOT_READY = 2   /* fewer than 11 frames of history */
+};
+
+/* One frame. The caller owns every buffer; they are read during the call only. */
+typedef struct DetectionInfo {
+    int32_t  width;              /* blocks per row, 1..9999 */
+    int32_t  height;             /* block rows, 1..9999 */
+    int32_t  bgr24stride;        /* bytes per row of bgr24ForEachBlock, at least 1 */
+    int64_t  timestamp;          /* ticks; a value below the previous frame's makes the detector start afresh */
+    uint8_t* bgr24ForEachBlock;  /* one BGR pixel per block; must not be null, its pixels are not read */
+    uint8_t* ycbcrForEachBlock;  /* three [block] planes one after another: Y, Cb, Cr */
+    uint8_t* mpeg4ReferenceLuma; /* [block] reference luma of the MPEG-4 mode; may be null: that mode then marks nothing */
+    int32_t  extraFlag1;         /* boolean, no effect */
+    int32_t  isIFrame;           /* boolean: a complete picture */
+    double   fps;                /* frames per second of the source; taken when the detector starts afresh */
+    int32_t  passThroughFlag;    /* boolean, echoed in MDResultInfo */
+    int32_t  detectShadow;       /* boolean: drop shadows; taken when the detector starts afresh */
+    int32_t  extraFlag2;         /* boolean, no effect */
+    int32_t  reserved;           /* not read */
+    int32_t  isMPEG4;            /* boolean: MPEG-4 mode; taken when the detector starts afresh */
+    int32_t  isH264Partly;       /* boolean: the frame comes from a partial H.264 decode; read every frame */
+    int32_t  isH264PartlyIFrame; /* boolean: that frame is an I-frame; read every frame */
+} DetectionInfo;
+
+/* One detection zone. h12 copies the record and the mask. */
+typedef struct MDZoneInfo {
+    uint8_t* mask;            /* maskWidth * maskHeight bytes, row after row, non-zero where the zone is active */
+    int32_t  maskWidth;       /* columns of mask; any resolution, it is resampled onto the grid */
+    int32_t  maskHeight;      /* rows of mask */
+    float    zoneValue;       /* carried with the zone, no effect */
+    float    minObjectWidth;  /* smallest object kept, as a fraction of the grid's width; 0 keeps all */
+    float    minObjectHeight; /* likewise of the grid's height */
+} MDZoneInfo;
+
+/* Summary of the last frame. */
+typedef struct MDResultInfo {
+    int32_t zoneResultsCount; /* results that h19 delivers: 0 before 11 frames of history, then 1 */
+    int32_t isIFrame;         /* 0 or 1: the input flag, or what the detector's frame cycle made of it */
+    int32_t passThroughFlag;  /* 0 or 1 */
+} MDResultInfo;
+
+/* One zone result. The arrays are the detector's own: valid until the next h13 or h14. */
+typedef struct MDZoneDetectionInfo {
+    int32_t   objectsCount; /* objects that h18 delivers */
+    uint16_t* objectsMap;   /* [block] 0: none; otherwise 1-based position of the block's object */
+    uint8_t*  zoneMap;      /* [block] 0; with shadow detection 1: motion, 2: shadow */
+} MDZoneDetectionInfo;
+
+/* One motion object. The arrays are the object's own: valid until the next h13 or h14. */
+typedef struct MDObjectInfo {
+    int16_t* pixelsX;     /* pixelsCount block columns */
+    int16_t* pixelsY;     /* pixelsCount block rows, parallel to pixelsX */
+    int32_t  pixelsCount; /* blocks of the object */
+    int16_t  index;       /* 0 */
+    int16_t  secondIndex; /* 0 */
+    int16_t  left;        /* smallest column; all four are 0 for an object without blocks */
+    int16_t  right;       /* largest column, inclusive */
+    int16_t  top;         /* smallest row */
+    int16_t  bottom;      /* largest row, inclusive */
+} MDObjectInfo;
+
+/* The variable that the caller keeps: null before h15 and after h14. Every function takes its address. */
+typedef void* DetectorHandle;
+
+/* Creates a detector. Returns 0.
+ * `handle` must not be null ("ptr"), the variable must be null ("!*ptr"). */
+COREMD_API int32_t h15(DetectorHandle* handle);
+
+/* Destroys the detector, if there is one, and sets the variable to null. */
+COREMD_API void h14(DetectorHandle* handle);
+
+/* Adds a zone after the ones already there. Returns 0.
+ * Zones are fitted to the grid when the detector starts afresh (first frame, new grid size, time running backwards): add
+ * them before the first h13. A zone added later stops the process in h13 until then. */
+COREMD_API int32_t h12(DetectorHandle* handle, MDZoneInfo* zone);
+
+/* Removes all zones. Returns 0. */
+COREMD_API int32_t h11(DetectorHandle* handle);
+
+/* Processes one frame.
+ * Stops the process on: no zone when the detector starts afresh ("first"), null record ("info"), width, height, stride or
+ * bgr24ForEachBlock outside their range; more than 32767 objects in one zone ("motionObjectsCount >= 0"). */
+COREMD_API void h13(DetectorHandle* handle, DetectionInfo* info);
+
+/* Summary of the last frame; rewinds the zone cursor. Returns COREMD_DELIVERED or COREMD_NOT_READY (record written). */
+COREMD_API int32_t h17(DetectorHandle* handle, MDResultInfo* result);
+
+/* The zone result; rewinds the object cursor. Returns COREMD_DELIVERED, COREMD_EXHAUSTED or COREMD_NOT_READY.
+ * The zones' results are merged into one, which every further call delivers again: call it zoneResultsCount times. */
+COREMD_API int32_t h19(DetectorHandle* handle, MDZoneDetectionInfo* result);
+
+/* The next object. Returns COREMD_DELIVERED or COREMD_EXHAUSTED. */
+COREMD_API int32_t h18(DetectorHandle* handle, MDObjectInfo* object);
+
+/* Draws the learned background.
+ * image: width * height BGR pixels without row padding, magenta where no background is known yet.
+ * mask: [block] 0, or 255 where a background is known.
+ * Returns 0, or a negative status with nothing written before the first h13. */
+COREMD_API int32_t h33(DetectorHandle* handle, uint8_t* image, int32_t* mask);
+
+/* Limits objects to blocks that moved just now. On by default; 0 turns it on, 1 turns it off (sic). Any value whose low
+ * byte is not 1 leaves it on. */
+COREMD_API void h35(DetectorHandle* handle, int32_t value);
+
+/* Makes the background learn more slowly. Off by default; on when the value's low byte is not 0. */
+COREMD_API void h36(DetectorHandle* handle, int32_t value);
+
+/* Copies `length` bytes; nothing when length < 1. Source first, destination second. Returns the destination. */
+COREMD_API void* h20(const void* source, void* destination, int32_t length);
+
+/* Returns 0. */
+COREMD_API int32_t h16(void);
+
+/* Does nothing. */
+COREMD_API void h34(void);
+
+#ifdef __cplusplus
+} /* extern "C" */
+
+namespace MD {
+class MotionDetector;
+}
+
+/* The detector behind a handle, for hosts that use the classes: no ABI promise beyond this version.
+ * `handle` must not be null ("ptr"), nor the variable ("*ptr"), nor what it holds ("res"). */
+COREMD_API MD::MotionDetector* GetDetector(void** handle);
+#endif
+
+#endif /* COREMD_H */

@@ -1,0 +1,63 @@
+// How are buffers made, copied and freed?  Called by every owner of buffers: detector, statistics, zones, snapshots.
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <type_traits>
+
+#include "utils/Assert.h"
+
+namespace Utils {
+
+// Makes `count` zeroed elements in *res, which must be null ("!*res"). A count of 0 gives a buffer too.
+// The memory comes zeroed from the system, so that pages never written cost no resident memory.
+// Throws std::bad_array_new_length where the count is negative or its bytes exceed the address space, else std::bad_alloc.
+template <class T>
+void AllocBuff(T** res, std::int64_t count) {
+    static_assert(std::is_trivial_v<T>);
+    assert(!*res);
+    if (count < 0 || count > std::numeric_limits<std::ptrdiff_t>::max() / static_cast<std::ptrdiff_t>(sizeof(T)))
+        throw std::bad_array_new_length();
+    void* memory = std::calloc(count > 0 ? static_cast<std::size_t>(count) : 1, sizeof(T));
+    if (!memory) throw std::bad_alloc();
+    *res = static_cast<T*>(memory);
+}
+
+// The same, with every element set to `value`.
+template <class T>
+void AllocBuffWithValue(T** res, std::int64_t count, T value) {
+    AllocBuff(res, count);
+    for (std::int64_t i = 0; i < count; ++i) (*res)[i] = value;
+}
+
+// Copies `count` elements between buffers that do not overlap; neither may be null ("source", "destination").
+template <class T>
+void CopyBuff(const T* source, T* destination, std::int64_t count) {
+    assert(source);
+    assert(destination);
+    if (count > 0) std::memcpy(destination, source, static_cast<std::size_t>(count) * sizeof(T));
+}
+
+// Frees *ptr, if it holds a buffer, and sets it to null. ptr itself must not be null ("ptr").
+template <class T>
+void SafeReleaseBuff(T** ptr) {
+    assert(ptr);
+    std::free(*ptr);
+    *ptr = nullptr;
+}
+
+// One entry of a buffer table: the address of a pointer member, with the function that knows its type.
+struct BufferSlot {
+    void* member;                  // T**
+    void (*release)(void* member); // frees the buffer that *member points to and sets *member to null
+
+    template <class T>
+    static BufferSlot For(T** member) {
+        return {member, [](void* typeless) { SafeReleaseBuff(static_cast<T**>(typeless)); }};
+    }
+};
+
+}  // namespace Utils
