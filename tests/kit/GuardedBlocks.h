@@ -49,9 +49,11 @@ public:
         const std::size_t slackSize = _openSize - used;
         const bool atEnd = side == GuardedSide::End;
         _slack = std::span(atEnd ? open : open + used, slackSize);
-        std::fill(_slack.begin(), _slack.end(), slackPattern);
         // The page border is aligned for every T, and so is anything whole elements away from it.
-        _data = reinterpret_cast<T*>(atEnd ? open + slackSize : open);
+        std::uint8_t* first = atEnd ? open + slackSize : open;
+        _data = reinterpret_cast<T*>(first);
+        std::fill(open, open + _openSize, slackPattern);
+        std::fill(first, first + used, std::uint8_t{0});
     }
 
     explicit GuardedBlocks(std::span<const T> values, GuardedSide side = GuardedSide::End)
