@@ -1,0 +1,75 @@
+// How does a host reach the detector?  Handle checks, then one forward per function.
+#include "coreMD.h"
+
+#include <cstring>
+#include <memory>
+
+#include "detector/MotionDetector.h"
+#include "utils/Assert.h"
+
+using MD::MotionDetector;
+
+// The host's variable points to a heap cell, the cell to the detector: the variable never changes while it lives.
+MotionDetector* GetDetector(void** ptr) {
+    assert(ptr);
+    assert(*ptr);
+    MotionDetector* const res = *static_cast<MotionDetector**>(*ptr);
+    assert(res);
+    return res;
+}
+
+int32_t h15(DetectorHandle* ptr) {
+    assert(ptr);
+    assert(!*ptr);
+    auto detector = std::make_unique<MotionDetector>();
+    *ptr = new MotionDetector*(detector.get());
+    detector.release();
+    return 0;
+}
+
+void h14(DetectorHandle* handle) {
+    if (*handle) {
+        MotionDetector** const cell = static_cast<MotionDetector**>(*handle);
+        delete *cell;
+        delete cell;
+    }
+    *handle = nullptr;
+}
+
+int32_t h12(DetectorHandle* handle, MDZoneInfo* zone) {
+    GetDetector(handle)->AddMDZone(zone);
+    return 0;
+}
+
+int32_t h11(DetectorHandle* handle) {
+    GetDetector(handle)->RemoveAllZones();
+    return 0;
+}
+
+void h13(DetectorHandle* handle, DetectionInfo* info) { GetDetector(handle)->Detect(info, true); }
+
+int32_t h17(DetectorHandle* handle, MDResultInfo* result) { return GetDetector(handle)->GetResultInfo(result); }
+
+int32_t h19(DetectorHandle* handle, MDZoneDetectionInfo* result) { return GetDetector(handle)->GetNextMDZoneResult(result); }
+
+int32_t h18(DetectorHandle* handle, MDObjectInfo* object) { return GetDetector(handle)->GetNextMotionObject(object); }
+
+int32_t h33(DetectorHandle* handle, uint8_t* image, int32_t* mask) { return GetDetector(handle)->GetBackground(image, mask); }
+
+// Deliberate: 1 turns the limit off (CoreTest, H35SenseIsInverted).
+void h35(DetectorHandle* handle, int32_t value) {
+    GetDetector(handle)->_limitObjectsToMask = static_cast<uint8_t>(static_cast<uint32_t>(value) ^ 1u) != 0;
+}
+
+void h36(DetectorHandle* handle, int32_t value) {
+    GetDetector(handle)->_longBackgroundTimes = static_cast<uint8_t>(static_cast<uint32_t>(value)) != 0;
+}
+
+void* h20(const void* source, void* destination, int32_t length) {
+    if (length > 0) std::memmove(destination, source, static_cast<std::size_t>(length));
+    return destination;
+}
+
+int32_t h16(void) { return 0; }
+
+void h34(void) {}

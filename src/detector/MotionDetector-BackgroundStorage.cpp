@@ -1,0 +1,93 @@
+// How is a learned background saved, put back and forgotten?  Called by hosts only.
+#include <cstring>
+#include <memory>
+
+#include "detector/MotionDetector.h"
+#include "utils/Assert.h"
+
+namespace MD {
+
+BackgroundStorage* MotionDetector::AllocateBackgroundStorage() {
+    using Utils::AllocBuff;
+    auto res = std::make_unique<BackgroundStorage>();
+    AllocBuff(&res->_sampleValue, blockCount);
+    AllocBuff(&res->_backgroundY, blockCount);
+    AllocBuff(&res->_backgroundCb, blockCount);
+    AllocBuff(&res->_backgroundCr, blockCount);
+    AllocBuff(&res->_isBackground, blockCount);
+    AllocBuff(&res->_isStable, blockCount);
+    AllocBuff(&res->_noiseLevel, blockCount);
+    AllocBuff(&res->_backgroundTime, blockCount);
+    AllocBuff(&res->_sampleTime, blockCount);
+    assert(!res->mask);
+    return res.release();
+}
+
+void MotionDetector::FillBackgroundStorage(BackgroundStorage* storage, unsigned char* mask, int maskWidthStep) {
+    using Utils::CopyBuff;
+    assert(mask);
+    assert(maskWidthStep >= blockCountX);
+    CopyBuff(_sampleValue, storage->_sampleValue, blockCount);
+    CopyBuff(_backgroundY, storage->_backgroundY, blockCount);
+    CopyBuff(_backgroundCb, storage->_backgroundCb, blockCount);
+    CopyBuff(_backgroundCr, storage->_backgroundCr, blockCount);
+    CopyBuff(_isBackground, storage->_isBackground, blockCount);
+    CopyBuff(_isStable, storage->_isStable, blockCount);
+    CopyBuff(_noiseLevel, storage->_noiseLevel, blockCount);
+    CopyBuff(_backgroundTime, storage->_backgroundTime, blockCount);
+    CopyBuff(_sampleTime, storage->_sampleTime, blockCount);
+
+    const std::int64_t maskSize = static_cast<std::int64_t>(maskWidthStep) * blockCountY;
+    if (storage->maskWidthStep != maskWidthStep) {
+        storage->maskWidthStep = -1;  // stays so if the allocation throws: the snapshot then counts as never filled
+        Utils::SafeReleaseBuff(&storage->mask);
+        Utils::AllocBuff(&storage->mask, maskSize);
+        storage->maskWidthStep = maskWidthStep;
+    }
+    CopyBuff(mask, storage->mask, maskSize);
+}
+
+void MotionDetector::RestoreBackground(BackgroundStorage* storage) {
+    const int maskWidthStep = storage->maskWidthStep;
+    assert(maskWidthStep >= blockCountX);
+    for (std::ptrdiff_t y = 0, i = 0; y < blockCountY; ++y) {
+        const unsigned char* const isMeant = storage->mask + y * maskWidthStep;
+        for (std::ptrdiff_t x = 0; x < blockCountX; ++x, ++i) {
+            if (!isMeant[x]) continue;
+            if (storage->_isStable[i]) {
+                _isStable[i] = storage->_isStable[i];
+                _sampleValue[i] = storage->_sampleValue[i];
+                _sampleTime[i] = storage->_sampleTime[i];
+            }
+            if (storage->_isBackground[i]) {
+                _backgroundY[i] = storage->_backgroundY[i];
+                _backgroundCb[i] = storage->_backgroundCb[i];
+                _backgroundCr[i] = storage->_backgroundCr[i];
+                _isBackground[i] = storage->_isBackground[i];
+                _noiseLevel[i] = storage->_noiseLevel[i];
+                _backgroundTime[i] = storage->_backgroundTime[i];
+            }
+        }
+    }
+}
+
+void MotionDetector::FreeBackgroundStorage(BackgroundStorage** storage) {
+    delete *storage;
+    *storage = nullptr;
+}
+
+void MotionDetector::FlushBackground(unsigned char* mask, int maskWidthStep) {
+    assert(mask);
+    assert(maskWidthStep);
+    assert(maskWidthStep >= blockCountX);
+    for (std::ptrdiff_t y = 0, i = 0; y < blockCountY; ++y) {
+        const unsigned char* const isMeant = mask + y * maskWidthStep;
+        for (std::ptrdiff_t x = 0; x < blockCountX; ++x, ++i) {
+            if (!isMeant[x]) continue;
+            _isBackground[i] = 0;
+            _isStable[i] = 0;
+        }
+    }
+}
+
+}  // namespace MD

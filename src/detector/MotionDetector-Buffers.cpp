@@ -1,0 +1,224 @@
+// How does a detector come to its settings and buffers?  Construction, (re)allocation, the copy of a frame, frame skipping.
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "detector/MotionDetector.h"
+#include "utils/Assert.h"
+#include "utils/Ticks.h"
+
+namespace MD {
+namespace {
+
+constexpr int framesPerSkipPhase = 65;  // kept in the counter; the next frame enters the next phase
+
+// Deliberate: the product wraps, so that the phase is 0 or 1, hardly ever 2 (BuffersTest, StartPhaseWraps).
+int StartPhase(int rn) {
+    return static_cast<int>(static_cast<std::uint32_t>(rn) * static_cast<std::uint32_t>(MotionDetector::analyzeStageCount) /
+                            2147483647u);
+}
+
+// Products of the host's integers wrap instead of overflowing.
+int WrappingProduct(int a, int b) { return static_cast<int>(static_cast<std::uint32_t>(a) * static_cast<std::uint32_t>(b)); }
+
+}  // namespace
+
+MotionDetector::MotionDetector()
+    : blockCountX(0), blockCountY(0), blockCount(0), _bgr24Size(0), _currentTime(0), _skipPhase(0), _skipFrameCounter(0),
+      _lastFrameTime(0), _extraFlag1(false), _isIFrame(false), _fps(defaultFPS), _passThroughFlag(false),
+      _detectShadow(false), _extraFlag2(false), _mpeg4IFrameOverride(false), _isMPEG4(false),
+      _h264PartlyIsOptimized(false), _h264PartlyIsIFrame(false), _bgr24Stride(0), _nextProcessZone(nullptr),
+      _nextMotionObject(nullptr), _processZones(true), _solveForeground(false), _limitObjectsToMask(true),
+      _longBackgroundTimes(false) {
+    const long rn = std::rand();
+    assert(rn >= 0 && rn <= RAND_MAX);
+    _skipPhase = StartPhase(static_cast<int>(rn));
+    InitBuffers();
+    _h264FrameCounter = 0;
+}
+
+MotionDetector::~MotionDetector() {
+    ReleaseBuffers();
+    delete[] _buffers;
+    _zones.Release();
+    _zonePool.Release();
+    _mergedPool.Release();
+}
+
+void MotionDetector::InitBuffers() {
+    using Utils::BufferSlot;
+    _buffers = new BufferSlot[AllBuffersCount]{
+        BufferSlot::For(&_movingPixelX),           BufferSlot::For(&_movingPixelY),
+        BufferSlot::For(&_objectPixelX),           BufferSlot::For(&_objectPixelY),
+        BufferSlot::For(&_noiseLevel),             BufferSlot::For(&_isStable),
+        BufferSlot::For(&_bgr24Copy),              BufferSlot::For(&_backgroundY),
+        BufferSlot::For(&_backgroundCb),           BufferSlot::For(&_backgroundCr),
+        BufferSlot::For(&_isBackground),           BufferSlot::For(&_notBackground),
+        BufferSlot::For(&_lastChangeTime),         BufferSlot::For(&_backgroundTime),
+        BufferSlot::For(&_sampleTime),             BufferSlot::For(&_sampleValue),
+        BufferSlot::For(&_isObject),               BufferSlot::For(&_isMotionPixel),
+        BufferSlot::For(&_zoneResultMap),          BufferSlot::For(&_backgroundLogGradientX),
+        BufferSlot::For(&_backgroundLogGradientY), BufferSlot::For(&_currentLogGradientX),
+        BufferSlot::For(&_currentLogGradientY),    BufferSlot::For(&_shadowGradientSum),
+        BufferSlot::For(&_shadowSpare0),           BufferSlot::For(&_shadowSpare1),
+        BufferSlot::For(&_shadowSpare2),           BufferSlot::For(&_shadowSpare3),
+        BufferSlot::For(&_shadowChromaSum),        BufferSlot::For(&_shadowCbDifference),
+        BufferSlot::For(&_shadowCrDifference),     BufferSlot::For(&_shadowSearchMask),
+        BufferSlot::For(&_foregroundMask),         BufferSlot::For(&_objectsMap),
+        BufferSlot::For(&_uniformMask),            BufferSlot::For(&_neighbourhoodMask),
+        BufferSlot::For(&_finalPixelX),            BufferSlot::For(&_finalPixelY)};
+    _movingPixelX = _movingPixelY = _objectPixelX = _objectPixelY = nullptr;
+    _noiseLevel = _sampleValue = nullptr;
+    _isStable = _bgr24Copy = _backgroundY = _backgroundCb = _backgroundCr = _isBackground = _notBackground = nullptr;
+    _lastChangeTime = _backgroundTime = _sampleTime = nullptr;
+    _isObject = _isMotionPixel = _zoneResultMap = nullptr;
+    _backgroundLogGradientX = _backgroundLogGradientY = _currentLogGradientX = _currentLogGradientY = nullptr;
+    _shadowGradientSum = _shadowSpare0 = _shadowSpare1 = _shadowSpare2 = _shadowSpare3 = nullptr;
+    _shadowChromaSum = _shadowCbDifference = _shadowCrDifference = nullptr;
+    _shadowSearchMask = _foregroundMask = _uniformMask = _neighbourhoodMask = nullptr;
+    _objectsMap = nullptr;
+    _finalPixelX = _finalPixelY = nullptr;
+}
+
+void MotionDetector::AllocateBuffers(DetectionInfo* info) {
+    try {
+        MakeBuffers(info);
+    } catch (...) {
+        ReleaseBuffers();
+        _frameStatistics._isFilled = false;  // nothing to read: results answer "not ready" until the next frame
+        throw;
+    }
+}
+
+void MotionDetector::MakeBuffers(DetectionInfo* info) {
+    using Utils::AllocBuff;
+    using Utils::AllocBuffWithValue;
+
+    _nextMotionObject = nullptr;  // the pools are about to destroy what it points to
+    _zonePool.Inic(info->width, info->height);
+    _mergedPool.Inic(info->width, info->height);
+    blockCountX = info->width;
+    blockCountY = info->height;
+    blockCount = blockCountX * blockCountY;
+
+    AllocBuff(&_zoneResultMap, blockCount);
+    AllocBuffWithValue(&_noiseLevel, blockCount, float{defaultNoiseLevel});
+    AllocBuff(&_backgroundY, blockCount);
+    AllocBuff(&_backgroundCb, blockCount);
+    AllocBuff(&_backgroundCr, blockCount);
+    AllocBuff(&_sampleValue, blockCount);
+    AllocBuff(&_isStable, blockCount);
+    AllocBuff(&_isBackground, blockCount);
+    AllocBuff(&_notBackground, blockCount);
+    AllocBuff(&_isObject, blockCount);
+    AllocBuff(&_isMotionPixel, blockCount);
+    AllocBuffWithValue(&_lastChangeTime, blockCount, info->timestamp);
+    AllocBuffWithValue(&_backgroundTime, blockCount, info->timestamp);
+    AllocBuffWithValue(&_sampleTime, blockCount, info->timestamp);
+
+    _bgr24Stride = info->bgr24stride;
+    _bgr24Size = WrappingProduct(info->bgr24stride, blockCountY);
+    AllocBuff(&_bgr24Copy, std::max(_bgr24Size, 0));  // nobody reads it: no stride shall end the process
+
+    _frameStatistics.AllocateBuffers(blockCount);
+
+    AllocBuff(&_backgroundLogGradientX, blockCount);
+    AllocBuff(&_backgroundLogGradientY, blockCount);
+    AllocBuff(&_currentLogGradientX, blockCount);
+    AllocBuff(&_currentLogGradientY, blockCount);
+    AllocBuff(&_shadowGradientSum, blockCount);
+    AllocBuff(&_shadowSpare0, blockCount);
+    AllocBuff(&_shadowSpare1, blockCount);
+    AllocBuff(&_shadowSpare2, blockCount);
+    AllocBuff(&_shadowSpare3, blockCount);
+    AllocBuff(&_shadowChromaSum, blockCount);
+    AllocBuff(&_shadowCbDifference, blockCount);
+    AllocBuff(&_shadowCrDifference, blockCount);
+    AllocBuff(&_shadowSearchMask, blockCount);
+    AllocBuff(&_foregroundMask, blockCount);
+    AllocBuff(&_objectsMap, blockCount);
+    AllocBuff(&_movingPixelX, blockCount);
+    AllocBuff(&_movingPixelY, blockCount);
+    AllocBuff(&_objectPixelX, blockCount);
+    AllocBuff(&_objectPixelY, blockCount);
+    AllocBuff(&_uniformMask, blockCount);
+    AllocBuff(&_neighbourhoodMask, blockCount);
+    AllocBuff(&_finalPixelX, blockCount);
+    AllocBuff(&_finalPixelY, blockCount);
+
+    MDZone* const first = _zones._first;
+    assert(first);
+    for (MDZone* zone = first; zone; zone = zone->next) zone->InitPixelMap(info->width, info->height);
+}
+
+void MotionDetector::ReleaseBuffers() {
+    _bgr24Stride = blockCountX = blockCountY = blockCount = _bgr24Size = 0;
+    _nextProcessZone = nullptr;
+    _nextMotionObject = nullptr;
+    _frameStatistics.ReleaseBuffers();
+    for (int i = 0; i < AllBuffersCount; ++i) _buffers[i].release(_buffers[i].member);
+}
+
+void MotionDetector::CheckMemBuffers(DetectionInfo* info) {
+    if (info->width == blockCountX && info->height == blockCountY && _currentTime <= info->timestamp) return;
+    _detectShadow = info->detectShadow != 0;
+    _extraFlag1 = info->extraFlag1 != 0;
+    _extraFlag2 = info->extraFlag2 != 0;
+    _isMPEG4 = info->isMPEG4 != 0;
+    _fps = info->fps;
+    ReleaseBuffers();
+    AllocateBuffers(info);
+}
+
+void MotionDetector::CopyImagesToInternalBuffers(DetectionInfo* info) {
+    FrameStatistics& s = _frameStatistics;
+    const bool isOutsideRing = _h264PartlyIsOptimized && !_h264PartlyIsIFrame;
+    if (!isOutsideRing) s.ShiftToNewFrame();
+    unsigned char* const frame = isOutsideRing ? s._currentFrame : s.FrameOfAge(0);
+    const unsigned char* const planes = info->ycbcrForEachBlock;
+    Utils::CopyBuff(planes, frame, blockCount);
+    Utils::CopyBuff(planes + blockCount, frame + s._secondPlaneOffset, blockCount);
+    Utils::CopyBuff(planes + 2 * static_cast<std::ptrdiff_t>(blockCount), frame + s._thirdPlaneOffset, blockCount);
+    if (!isOutsideRing) s.Update(_h264PartlyIsOptimized);
+}
+
+void MotionDetector::ZeroDetectionArrays() {
+    std::memset(_isMotionPixel, 0, static_cast<std::size_t>(blockCount));
+    std::memset(_isObject, 0, static_cast<std::size_t>(blockCount));
+}
+
+bool MotionDetector::SkipFrame() {
+    if (!_detectShadow && _skipPhase != 0) {
+        const double frames = static_cast<double>(Utils::ElapsedTicks(_currentTime, _lastFrameTime)) / 10000000.0 * _fps;
+        if (1.0 >= frames) return true;  // less than one nominal frame interval; a rate that is no number skips nothing
+    }
+    if (_skipFrameCounter < framesPerSkipPhase) {
+        ++_skipFrameCounter;
+    } else {
+        _skipFrameCounter = 0;
+        EnterNextSkipPhase();
+    }
+    _lastFrameTime = _currentTime;
+    return false;
+}
+
+// The cycle of six phases. MPEG-4 streams start from nothing when it wraps, as on an I-frame.
+void MotionDetector::EnterNextSkipPhase() {
+    const bool wraps = _skipPhase + 1 >= analyzeStageCount;
+    _skipPhase = wraps ? 0 : _skipPhase + 1;
+    if (!_isMPEG4) return;
+    _isIFrame = wraps;
+    _mpeg4IFrameOverride = false;
+    if (!wraps) return;
+    std::memset(_isBackground, 0, static_cast<std::size_t>(blockCount));
+    std::memset(_isStable, 0, static_cast<std::size_t>(blockCount));
+}
+
+void MotionDetector::AddMDZone(MDZoneInfo* info) { _zones.Add(info); }
+
+void MotionDetector::RemoveAllZones() {
+    _zones.Release();
+    _nextProcessZone = nullptr;
+}
+
+}  // namespace MD

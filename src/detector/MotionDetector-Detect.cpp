@@ -1,0 +1,46 @@
+// What happens to one frame?  The detection pass, in order; called once per frame by the host.
+#include <cstring>
+
+#include "detector/MotionDetector.h"
+#include "utils/Assert.h"
+
+namespace MD {
+
+void MotionDetector::Detect(DetectionInfo* info, bool updateBackground) {
+    assert(info);
+    assert(info->width > 0 && info->width < 10000);
+    assert(info->height > 0 && info->height < 10000);
+    assert(info->bgr24stride > 0);
+    assert(info->bgr24ForEachBlock);
+
+    _passThroughFlag = info->passThroughFlag != 0;
+    _isIFrame = info->isIFrame != 0;
+    _h264PartlyIsOptimized = info->isH264Partly != 0;
+    _h264PartlyIsIFrame = info->isH264PartlyIFrame != 0;
+    CheckMemBuffers(info);  // compares with the time of the frame before
+    _currentTime = info->timestamp;
+    CopyImagesToInternalBuffers(info);
+
+    std::memset(_zoneResultMap, 0, static_cast<std::size_t>(blockCount));
+    if (updateBackground) UpdateBackground(nullptr, 0);
+    FindForeground(info);
+    if (_detectShadow) DetectShadow(info);
+
+    if (_processZones) {
+        _nextMotionObject = nullptr;  // it may point to an object that ends here
+        _mergedPool.ReleaseBusyList();
+        for (_nextProcessZone = _zones._first; _nextProcessZone; _nextProcessZone = _nextProcessZone->next) {
+            ProcessOneZone();
+            for (MotionObject* object = _zonePool._busyList._first; object; object = object->next) _mergedPool.Copy(object);
+        }
+        MergeMDZonesResult();
+    }
+    if (_solveForeground) SolveForeground();
+}
+
+void MotionDetector::SolveForeground() {
+    if (!_frameStatistics._isFilled || _h264PartlyIsOptimized) return;
+    for (std::ptrdiff_t i = 0; i < blockCount; ++i) _foregroundMask[i] = _objectsMap[i] ? 255 : 0;
+}
+
+}  // namespace MD

@@ -1,0 +1,159 @@
+// Which things move in a zone?  Segments the zone's foreground into objects, trims and filters them, keeps the labels
+// without gaps. Runs per zone, inside Detect or during the readout. Leaves objects in _zonePool, labels in _objectsMap.
+#include <algorithm>
+#include <cmath>
+
+#include "detector/MotionDetector.h"
+#include "detector/kernels/Segmentation.h"
+#include "utils/Assert.h"
+
+namespace MD {
+namespace {
+
+using Kernels::ObjectBlocks;
+
+constexpr int tagOffset = 30000;  // label + tagOffset marks a block for the similarity refinement
+
+ObjectBlocks BlocksOf(const MotionObject& object) {
+    return {.xs = object.motionX, .ys = object.motionY, .count = object.objectPixelsCount};
+}
+
+// Smallest extent kept, in blocks: a single-precision product, truncated. It stays a float, so that no fraction a host
+// may give overflows; one that is no number limits nothing.
+bool IsLargeEnough(short smallest, short largest, int gridExtent, float minFraction) {
+    const short extent = static_cast<short>(largest + 1 - smallest);
+    return !(static_cast<float>(extent) < std::trunc(static_cast<float>(gridExtent) * minFraction));
+}
+
+}  // namespace
+
+void MotionDetector::ProcessOneZone() {
+    if (!_frameStatistics._isFilled) return;
+    _nextMotionObject = nullptr;  // it may point to an object that ends here
+    _zonePool.ReleaseBusyList();
+    MDZone* const currentZone = _nextProcessZone;
+    if (!currentZone) return;
+    assert(currentZone->map);
+    assert(currentZone->pixelMapWidth == blockCountX);
+    assert(currentZone->pixelMapHeight == blockCountY);
+
+    const int motionBlocksCount = FindMovingInPixels(currentZone);
+    assert(motionBlocksCount <= blockCount);
+    if (motionBlocksCount < 1) return;
+    std::fill_n(_objectPixelX, motionBlocksCount, short{0});
+    std::fill_n(_objectPixelY, motionBlocksCount, short{0});
+
+    unsigned short lastLabel = 0;
+    for (int i = 0; i < motionBlocksCount; ++i) {
+        const int offsetTmp1 = _movingPixelY[i] * blockCountX + _movingPixelX[i];
+        assert(offsetTmp1 >= 0);
+        assert(offsetTmp1 < blockCount);
+        if (_objectsMap[offsetTmp1] != Kernels::unassignedBlock) continue;
+
+        const unsigned short label = static_cast<unsigned short>(lastLabel + 1);
+        _objectPixelX[0] = _movingPixelX[i];
+        _objectPixelY[0] = _movingPixelY[i];
+        _objectsMap[offsetTmp1] = label;
+        int count = 1, processed = 0;
+        BuildCurrentMovingObject(processed, count, label);
+        const short motionObjectsCount = static_cast<short>(label);
+        assert(motionObjectsCount >= 0);
+        if (KeepObject(count, label)) lastLabel = label;
+    }
+    RemoveSmallObjects(currentZone);
+}
+
+// The first `count` blocks of _objectPixelX, _objectPixelY become an object of _zonePool, unless they are discarded.
+bool MotionDetector::KeepObject(int count, int label) {
+    const ObjectBlocks object{.xs = _objectPixelX, .ys = _objectPixelY, .count = count};
+    const Grid grid = BlockGrid();
+    const bool countsAll = !_limitObjectsToMask || _longBackgroundTimes;
+    Kernels::Box box;
+    if (!Kernels::BoxOfBlocks(object, countsAll ? nullptr : _isMotionPixel, grid, box)) {
+        Kernels::DiscardObject(object, _objectsMap, _zoneResultMap, grid);
+        return false;
+    }
+    const auto mark = static_cast<std::uint16_t>(label), tagged = static_cast<std::uint16_t>(label + tagOffset);
+    int remaining = count - Kernels::TrimObject(object, box, _objectsMap, _zoneResultMap, grid);
+    remaining -= Kernels::RefineSimilarBlocks(object, {.current = _frameStatistics.FrameOfAge(0),
+                                                       .background = _backgroundY, .objectsMap = _objectsMap,
+                                                       .uniformMask = _uniformMask,
+                                                       .neighbourhoodMask = _neighbourhoodMask}, tagged, grid);
+    const int curObjBlocksCount = remaining;
+    assert(curObjBlocksCount <= blockCount);
+    std::fill_n(_finalPixelX, curObjBlocksCount, short{0});
+    std::fill_n(_finalPixelY, curObjBlocksCount, short{0});
+    Kernels::CollectSurvivors(object, {.objectsMap = _objectsMap, .uniformMask = _uniformMask, .xs = _finalPixelX,
+                                       .ys = _finalPixelY}, mark, tagged, grid);
+    if (remaining <= 0) return false;
+    _zonePool.Add(_finalPixelX, _finalPixelY, remaining, blockCount);
+    return true;
+}
+
+int MotionDetector::FindMovingInPixels(MDZone* zone) {
+    return Kernels::CollectMovingBlocks({.isInZone = zone->pixelMap, .isObject = _isObject, .objectsMap = _objectsMap,
+                                         .xs = _movingPixelX, .ys = _movingPixelY}, BlockGrid());
+}
+
+void MotionDetector::BuildCurrentMovingObject(int& processed, int& count, int label) {
+    Kernels::GrowObject({.objectsMap = _objectsMap, .xs = _objectPixelX, .ys = _objectPixelY, .processed = processed,
+                         .count = count}, static_cast<std::uint16_t>(label), BlockGrid());
+}
+
+// Deliberate: _zoneResultMap keeps what it holds at the blocks of a dropped object (ZonesTest, SmallObjectKeepsZoneMap).
+void MotionDetector::RemoveSmallObjects(MDZone* zone) {
+    assert(zone);
+    if (zone->minObjectWidth == 0.0f && zone->minObjectHeight == 0.0f) return;
+    assert(zone->pixelMapWidth == blockCountX);
+    assert(zone->pixelMapHeight == blockCountY);
+
+    int lowestRemoved = _zonePool._busyList._objectsCount;
+    int index = lowestRemoved - 1;
+    for (MotionObject* object = _zonePool._busyList._last; object; --index) {
+        MotionObject* const predecessor = object->prev;
+        const bool isKept = IsLargeEnough(object->minX, object->maxX, zone->pixelMapWidth, zone->minObjectWidth) &&
+                            IsLargeEnough(object->minY, object->maxY, zone->pixelMapHeight, zone->minObjectHeight);
+        if (!isKept) {
+            const int mOBlocksCount = object->objectPixelsCount;
+            const short* const curObjMotionBlocksX = object->motionX;
+            const short* const curObjMotionBlocksY = object->motionY;
+            assert(mOBlocksCount > 0 && mOBlocksCount < blockCount);
+            assert(curObjMotionBlocksX && curObjMotionBlocksY);
+            Kernels::RelabelObject(BlocksOf(*object), _objectsMap, 0, BlockGrid());
+            _zonePool.RemoveFromBusy(object);
+            lowestRemoved = index;
+        }
+        object = predecessor;
+    }
+    ResolveMotionObjectsMapIndex(_zonePool, lowestRemoved);
+}
+
+void MotionDetector::ResolveMotionObjectsMapIndex(MotionObjectPool& pool, int fromIndex) {
+    int position = 0;
+    for (const MotionObject* object = pool._busyList._first; object; object = object->next, ++position)
+        if (position >= fromIndex)
+            Kernels::RelabelObject(BlocksOf(*object), _objectsMap, static_cast<std::uint16_t>(position + 1), BlockGrid());
+}
+
+void MotionDetector::ResolveMotionObjects(int count) {
+    MotionObjectPool& pool = _processZones ? _mergedPool : _zonePool;
+    _nextMotionObject = nullptr;  // it may point to an object that ends here
+    pool.ReleaseBusyList();
+    pool.AddWorkingObjects(count);
+    MotionObject* curr = nullptr;
+    short currLabel = 0;
+    for (int y = 0; y < blockCountY; ++y) {
+        for (int x = 0; x < blockCountX; ++x) {
+            const short value = static_cast<short>(_objectsMap[static_cast<std::ptrdiff_t>(y) * blockCountX + x]);
+            if (value == 0) continue;
+            const short* const ptr = &value;
+            assert(*ptr > 0);
+            if (value != currLabel) curr = pool._busyList.GetByIndex(static_cast<short>(value - 1));
+            currLabel = value;
+            assert(curr);
+            curr->AddPixel(x, y);
+        }
+    }
+}
+
+}  // namespace MD

@@ -1,0 +1,153 @@
+// Is a block quiet, did it change, what does it teach the background?  Rules for one block and loops over ranges.
+// Called by MotionDetector-Background.cpp. Blocks never read each other.
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+
+#include "utils/Blocks.h"
+
+namespace MD::Kernels {
+
+// ---- Rules for one block ------------------------------------------------------------------------------------------
+
+// Sample variance of the five values behind a window's sums.
+constexpr float Dispersion(float sum, float squareSum) { return (squareSum - sum * sum * 0.2f) * 0.25f; }
+
+constexpr bool IsWithin(float a, float b, float limit) {
+    const float difference = a > b ? a - b : b - a;
+    return difference <= limit;  // inclusive
+}
+
+constexpr bool AreAllWithin(float a, float b, float c, float limit) {
+    const bool ab = IsWithin(a, b, limit), bc = IsWithin(b, c, limit), ca = IsWithin(c, a, limit);
+    return ab & bc & ca;
+}
+
+// Grey levels, from the extremes of ten frames.
+constexpr float NoiseOfExtremes(int smallest, int largest, float offset) {
+    return static_cast<float>(largest - smallest) * 1.5f + offset;
+}
+
+// Grey levels, from the dispersions of two windows.
+inline float NoiseOfDispersions(float first, float second) {
+    const float deviation = std::sqrt((second + first) * 0.5f);
+    return deviation < 2.0f ? 10.0f : deviation * 3.0f + 4.0f;
+}
+
+constexpr float TenFrameMean(float firstSum, float secondSum) { return (firstSum * 0.2f + secondSum * 0.2f) * 0.5f; }
+
+constexpr float ChangeLimit(float noiseLevel) {
+    return static_cast<float>(noiseLevel * 0.7);  // the product is a double, rounded once
+}
+
+constexpr bool Differs(int luma, int earlier, float limit) {
+    const int difference = luma > earlier ? luma - earlier : earlier - luma;
+    return static_cast<float>(difference) > limit;  // strict
+}
+
+// Deliberate: age 3 is not compared (BackgroundTest, ChangeSkipsAgeThree).
+constexpr bool HasChanged(int age0, int age1, int age2, int age4, float limit) {
+    const bool since1 = Differs(age0, age1, limit), since2 = Differs(age0, age2, limit), since4 = Differs(age0, age4, limit);
+    return since1 | since2 | since4;
+}
+
+// Partly decoded H.264: five times the population variance of the five newest I-frames.
+constexpr float IFrameDispersion(float sum, float squareSum) { return squareSum - sum * (sum * 0.2f); }
+
+// ---- Loops over blocks ---------------------------------------------------------------------------------------------
+
+struct WindowSums {              // [block] each
+    const float* firstSum;       // ages 0 to 4
+    const float* secondSum;      // ages 5 to 9
+    const float* centerSum;      // ages 2 to 6
+    const float* firstSquareSum;
+    const float* secondSquareSum;
+    const float* centerSquareSum;
+};
+
+struct StabilityLimits {
+    float sum;          // between window sums
+    float dispersion;   // between window dispersions
+};
+
+// isStable[i] = 255 where the three windows agree, else 0.
+void JudgeStability(WindowSums sums, StabilityLimits limits, std::uint8_t* isStable, BlockRange range);
+
+// Noise level of stable blocks; the others keep theirs.
+struct NoiseOfExtremesBlocks {
+    const std::uint8_t* isStable;
+    const std::uint8_t* min;
+    const std::uint8_t* max;
+    float               offset;  // grey levels
+    float*              noiseLevel;
+};
+void LearnNoiseFromExtremes(NoiseOfExtremesBlocks b, BlockRange range);
+void LearnNoiseFromDispersions(WindowSums sums, const std::uint8_t* isStable, float* noiseLevel, BlockRange range);
+
+// isMotionPixel[i] = 255 where the luma differs from age 1, 2 or 4, else 0; lastChangeTime of these blocks = now.
+struct ChangeBlocks {
+    const std::uint8_t* age0;
+    const std::uint8_t* age1;
+    const std::uint8_t* age2;
+    const std::uint8_t* age4;
+    const float*        noiseLevel;
+    std::uint8_t*       isMotionPixel;
+    std::int64_t*       lastChangeTime;
+};
+void MarkChanges(ChangeBlocks b, std::int64_t now, BlockRange range);
+
+// The learning state of the blocks, with the newest frame's chroma.
+struct LearningBlocks {
+    const float*        firstSum;
+    const float*        secondSum;
+    const std::uint8_t* cb;
+    const std::uint8_t* cr;
+    const std::uint8_t* isStable;
+    const std::int64_t* lastChangeTime;
+    std::uint8_t*       isBackground;
+    std::uint8_t*       backgroundY;
+    std::uint8_t*       backgroundCb;
+    std::uint8_t*       backgroundCr;
+    std::int64_t*       backgroundTime;
+    std::int64_t*       sampleTime;
+    float*              sampleValue;
+};
+
+struct LearningTimes {            // ticks, all limits exclusive
+    std::int64_t now;
+    std::int64_t quiet;           // without change for longer: may become background
+    std::int64_t sampleAge;       // a sample older than this is renewed
+    std::int64_t refreshInterval; // slow learning: background older than this is refreshed
+    bool         isSlow;
+};
+
+// Stable blocks refresh their background, or confirm it by a sample of their own past.
+void LearnBackground(LearningBlocks b, LearningTimes times, float meanLimit, BlockRange range);
+
+struct ForgettingBlocks {
+    const std::int64_t* backgroundTime;
+    std::uint8_t*       isBackground;
+    float*              noiseLevel;
+};
+// Blocks not refreshed for longer than `limit` ticks lose their background and, with it, what is known of their noise.
+void ForgetBackground(ForgettingBlocks b, std::int64_t now, std::int64_t limit, float defaultNoiseLevel, BlockRange range);
+
+// Partly decoded H.264: what an I-frame teaches. `quiet`, `forget`: ticks, exclusive.
+struct IFrameLearningBlocks {
+    const float*        firstSum;
+    const float*        firstSquareSum;
+    const std::int64_t* lastChangeTime;
+    std::uint8_t*       isBackground;
+    std::uint8_t*       backgroundY;
+    std::int64_t*       backgroundTime;
+    std::int64_t*       sampleTime;
+};
+struct IFrameLearningTimes {
+    std::int64_t now;
+    std::int64_t quiet;
+    std::int64_t forget;
+};
+void LearnBackgroundFromIFrame(IFrameLearningBlocks b, IFrameLearningTimes times, float dispersionLimit, BlockRange range);
+
+}  // namespace MD::Kernels

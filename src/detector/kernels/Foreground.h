@@ -1,0 +1,95 @@
+// Does a block differ from its reference?  One rule per kind of input, loops over ranges.
+// Called by MotionDetector-Foreground.cpp. Blocks never read each other; every comparison is strict.
+#pragma once
+
+#include <cstdint>
+
+#include "utils/Blocks.h"
+
+namespace MD::Kernels {
+
+// ---- Rules for one block ------------------------------------------------------------------------------------------
+
+constexpr int Distance(int a, int b) { return a > b ? a - b : b - a; }
+
+constexpr bool LumaDiffers(int luma, int reference, float noiseLevel) {
+    return static_cast<float>(Distance(luma, reference)) > noiseLevel;
+}
+
+constexpr bool ChromaDiffers(int cb, int referenceCb, int cr, int referenceCr, int limit) {
+    const bool cbDiffers = Distance(cb, referenceCb) > limit, crDiffers = Distance(cr, referenceCr) > limit;
+    return cbDiffers | crDiffers;
+}
+
+// Grey levels by which luma may differ, when the reference is within the brightness range and when it is not.
+struct PartlyLimits {
+    float inRange;
+    float outOfRange;
+};
+
+struct BrightnessRange {  // grey levels, inclusive
+    float darkest;
+    float brightest;
+};
+
+// The reference decides, never the current value.
+constexpr bool DiffersPartly(int luma, int reference, PartlyLimits limits, BrightnessRange range) {
+    const float brightness = static_cast<float>(reference);
+    const bool isTooDark = brightness < range.darkest, isTooBright = brightness > range.brightest;
+    const float limit = (isTooDark | isTooBright) ? limits.outOfRange : limits.inRange;
+    return static_cast<float>(Distance(luma, reference)) > limit;
+}
+
+// ---- Loops over blocks: isObject[i], isMotionPixel[i] = 255 or 0 ----------------------------------------------------
+
+struct Planes {  // [block] each
+    const std::uint8_t* y;
+    const std::uint8_t* cb;
+    const std::uint8_t* cr;
+};
+
+// All three planes against the background, or against the previous frame where there is none.
+struct ForegroundBlocks {
+    Planes              current;
+    Planes              previous;
+    Planes              background;
+    const std::uint8_t* isBackground;
+    const float*        noiseLevel;
+    std::uint8_t*       isObject;
+};
+void MarkForeground(ForegroundBlocks b, int chromaLimit, BlockRange range);
+
+// The same, with the decoder's reference luma where there is no background (and no chroma there).
+struct MPEG4ForegroundBlocks {
+    Planes              current;
+    const std::uint8_t* referenceLuma;
+    Planes              background;
+    const std::uint8_t* isBackground;
+    const float*        noiseLevel;
+    std::uint8_t*       isObject;
+    std::uint8_t*       isMotionPixel;
+};
+void MarkForegroundMPEG4(MPEG4ForegroundBlocks b, int chromaLimit, BlockRange range);
+
+// Luma of an I-frame against the background, or against the previous I-frame where there is none.
+struct IFrameForegroundBlocks {
+    const std::uint8_t* current;
+    const std::uint8_t* previous;
+    const std::uint8_t* background;
+    const std::uint8_t* isBackground;
+    std::uint8_t*       isObject;
+    std::uint8_t*       isMotionPixel;
+};
+void MarkForegroundIFrame(IFrameForegroundBlocks b, PartlyLimits toBackground, PartlyLimits toPrevious,
+                          BrightnessRange brightness, BlockRange range);
+
+// Luma of a P-frame against the last I-frame. Returns the number of foreground blocks.
+struct PFrameForegroundBlocks {
+    const std::uint8_t* current;
+    const std::uint8_t* reference;
+    std::uint8_t*       isObject;
+    std::uint8_t*       isMotionPixel;
+};
+int MarkForegroundPFrame(PFrameForegroundBlocks b, PartlyLimits limits, BrightnessRange brightness, BlockRange range);
+
+}  // namespace MD::Kernels

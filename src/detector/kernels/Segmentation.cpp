@@ -1,0 +1,165 @@
+// Which moving blocks belong together?
+#include "detector/kernels/Segmentation.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "utils/Assert.h"
+
+namespace MD::Kernels {
+namespace {
+
+std::ptrdiff_t IndexOf(ObjectBlocks object, int i, Grid grid) {
+    return static_cast<std::ptrdiff_t>(object.ys[i]) * grid.columns + object.xs[i];
+}
+
+bool IsInside(Box box, int x, int y) { return x >= box.left && x <= box.right && y >= box.top && y <= box.bottom; }
+
+// The 3 x 3 neighbourhood of a block, clipped to the grid.
+Box NeighbourhoodOf(int x, int y, Grid grid) {
+    return {std::max(x - 1, 0), std::min(x + 1, grid.columns - 1), std::max(y - 1, 0), std::min(y + 1, grid.rows - 1)};
+}
+
+// visit(block index, position in the square), row by row.
+template <class Visit>
+void ForEachCell(Box square, Grid grid, Visit visit) {
+    std::ptrdiff_t position = 0;
+    for (std::ptrdiff_t y = square.top; y <= square.bottom; ++y)
+        for (std::ptrdiff_t x = square.left; x <= square.right; ++x, ++position) visit(y * grid.columns + x, position);
+}
+
+}  // namespace
+
+int CollectMovingBlocks(MovingBlocks b, Grid grid) {
+    int count = 0;
+    for (int y = 0; y < grid.rows; ++y) {
+        for (int x = 0; x < grid.columns; ++x) {
+            const std::ptrdiff_t i = static_cast<std::ptrdiff_t>(y) * grid.columns + x;
+            const bool isMoving = b.isInZone[i] && b.isObject[i];
+            b.objectsMap[i] = isMoving ? unassignedBlock : std::uint16_t{0};
+            if (!isMoving) continue;
+            b.xs[count] = static_cast<std::int16_t>(x);
+            b.ys[count] = static_cast<std::int16_t>(y);
+            ++count;
+        }
+    }
+    return count;
+}
+
+// Deliberate: the neighbourhood is a diamond that reaches two columns sideways but one row up and down, so that objects
+// join across a gap of one column, not of one row (ZonesTest, GapOfOneColumnJoins).
+void GrowObject(GrowingObject object, std::uint16_t label, Grid grid) {
+    const int blockCount = grid.columns * grid.rows;
+    for (; object.processed < object.count; ++object.processed) {
+        const int x = object.xs[object.processed], y = object.ys[object.processed];
+        for (int row = std::max(y - 1, 0); row <= std::min(y + 1, grid.rows - 1); ++row) {
+            const int reach = 2 - std::abs(row - y);
+            std::uint16_t* const labels = object.objectsMap + static_cast<std::ptrdiff_t>(row) * grid.columns;
+            for (int column = std::max(x - reach, 0); column <= std::min(x + reach, grid.columns - 1); ++column) {
+                if (labels[column] != unassignedBlock) continue;
+                const int currentObjectMotionBlocksCount = object.count + 1;
+                assert(currentObjectMotionBlocksCount <= blockCount);
+                labels[column] = label;
+                object.xs[object.count] = static_cast<std::int16_t>(column);
+                object.ys[object.count] = static_cast<std::int16_t>(row);
+                object.count = currentObjectMotionBlocksCount;
+            }
+        }
+    }
+}
+
+bool BoxOfBlocks(ObjectBlocks object, const std::uint8_t* isCounted, Grid grid, Box& box) {
+    bool hasBlocks = false;
+    box = {grid.columns, 0, grid.rows, 0};
+    for (int i = 0; i < object.count; ++i) {
+        if (isCounted && !isCounted[IndexOf(object, i, grid)]) continue;
+        hasBlocks = true;
+        box.left = std::min<int>(box.left, object.xs[i]);
+        box.right = std::max<int>(box.right, object.xs[i]);
+        box.top = std::min<int>(box.top, object.ys[i]);
+        box.bottom = std::max<int>(box.bottom, object.ys[i]);
+    }
+    return hasBlocks;
+}
+
+int TrimObject(ObjectBlocks object, Box box, std::uint16_t* objectsMap, std::uint8_t* zoneResultMap, Grid grid) {
+    int trimmed = 0;
+    for (int i = 0; i < object.count; ++i) {
+        if (IsInside(box, object.xs[i], object.ys[i])) continue;
+        objectsMap[IndexOf(object, i, grid)] = 0;
+        zoneResultMap[IndexOf(object, i, grid)] = 0;
+        ++trimmed;
+    }
+    return trimmed;
+}
+
+void DiscardObject(ObjectBlocks object, std::uint16_t* objectsMap, std::uint8_t* zoneResultMap, Grid grid) {
+    const std::ptrdiff_t blockCount = static_cast<std::ptrdiff_t>(grid.columns) * grid.rows;
+    for (int i = 0; i < object.count; ++i) {
+        const std::ptrdiff_t offsetTmp = IndexOf(object, i, grid);
+        assert(offsetTmp >= 0);
+        assert(offsetTmp < blockCount);
+        objectsMap[offsetTmp] = 0;
+        zoneResultMap[offsetTmp] = 0;
+    }
+}
+
+int RefineSimilarBlocks(ObjectBlocks object, SimilarityBlocks b, std::uint16_t tagged, Grid grid) {
+    const std::ptrdiff_t blockCount = static_cast<std::ptrdiff_t>(grid.columns) * grid.rows;
+    const auto differenceFromBackground = [&](std::ptrdiff_t i) { return static_cast<float>(b.current[i] - b.background[i]); };
+    int newlySet = 0;
+    bool isMaskClear = false;
+    for (int i = 0; i < object.count; ++i) {
+        if (b.objectsMap[IndexOf(object, i, grid)] != tagged) continue;
+        if (!isMaskClear) std::fill_n(b.uniformMask, blockCount, std::uint8_t{0});
+        isMaskClear = true;
+
+        const Box square = NeighbourhoodOf(object.xs[i], object.ys[i], grid);
+        const std::ptrdiff_t bufLenght = (square.right - square.left + 1) * (square.bottom - square.top + 1);
+        assert(bufLenght <= blockCount);
+        std::fill_n(b.neighbourhoodMask, bufLenght, std::uint8_t{0});
+        const float difference = differenceFromBackground(IndexOf(object, i, grid));
+        int similar = 0;
+        ForEachCell(square, grid, [&](std::ptrdiff_t cell, std::ptrdiff_t position) {
+            if (b.objectsMap[cell] != tagged || std::abs(differenceFromBackground(cell) - difference) > 15.0f) return;
+            b.neighbourhoodMask[position] = 1;
+            ++similar;
+        });
+        if (similar <= 2) continue;
+        ForEachCell(square, grid, [&](std::ptrdiff_t cell, std::ptrdiff_t position) {
+            if (!b.neighbourhoodMask[position]) return;
+            newlySet += b.uniformMask[cell] ? 0 : 1;
+            b.uniformMask[cell] = 1;
+        });
+    }
+    return newlySet;
+}
+
+int CollectSurvivors(ObjectBlocks object, SurvivingBlocks b, std::uint16_t label, std::uint16_t tagged, Grid grid) {
+    int count = 0;
+    for (int i = 0; i < object.count; ++i) {
+        const std::ptrdiff_t block = IndexOf(object, i, grid);
+        const std::uint16_t value = b.objectsMap[block];
+        if ((value != label && value != tagged) || (value == tagged && b.uniformMask[block])) {
+            b.objectsMap[block] = 0;
+            continue;
+        }
+        b.objectsMap[block] = label;
+        b.xs[count] = object.xs[i];
+        b.ys[count] = object.ys[i];
+        ++count;
+    }
+    return count;
+}
+
+void RelabelObject(ObjectBlocks object, std::uint16_t* objectsMap, std::uint16_t label, Grid grid) {
+    const std::ptrdiff_t blockCount = static_cast<std::ptrdiff_t>(grid.columns) * grid.rows;
+    for (int i = 0; i < object.count; ++i) {
+        const std::ptrdiff_t offset = IndexOf(object, i, grid);
+        assert(offset >= 0);
+        assert(offset < blockCount);
+        objectsMap[offset] = label;
+    }
+}
+
+}  // namespace MD::Kernels

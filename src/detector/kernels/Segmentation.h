@@ -1,0 +1,80 @@
+// Which moving blocks belong together?  Collecting, growing, boxing, trimming and relabelling of the blocks of a zone.
+// Called by MotionDetector-Zones.cpp. Labels: 0 none, unassignedBlock moving and free, else the object's label.
+#pragma once
+
+#include <cstdint>
+
+#include "utils/Blocks.h"
+
+namespace MD::Kernels {
+
+inline constexpr std::uint16_t unassignedBlock = 65535;
+
+// Collects the zone's foreground blocks in raster order and marks them unassigned in the label map, all others 0.
+// Returns their number.
+struct MovingBlocks {
+    const std::uint8_t* isInZone;
+    const std::uint8_t* isObject;
+    std::uint16_t*      objectsMap;
+    std::int16_t*       xs;  // room for the whole grid
+    std::int16_t*       ys;
+};
+int CollectMovingBlocks(MovingBlocks b, Grid grid);
+
+// Breadth-first fill over unassigned blocks. xs, ys hold `count` blocks of the object and serve as the queue; those from
+// `processed` on have not been looked around yet. Updates both counters.
+struct GrowingObject {
+    std::uint16_t* objectsMap;
+    std::int16_t*  xs;  // room for the whole grid
+    std::int16_t*  ys;
+    int&           processed;
+    int&           count;
+};
+void GrowObject(GrowingObject object, std::uint16_t label, Grid grid);
+
+// The blocks of one object, in order.
+struct ObjectBlocks {
+    const std::int16_t* xs;
+    const std::int16_t* ys;
+    int                 count;
+};
+
+struct Box {  // inclusive
+    int left;
+    int right;
+    int top;
+    int bottom;
+};
+
+// Smallest box over the blocks for which `isCounted` is set, or over all where it is null. False if there are none.
+bool BoxOfBlocks(ObjectBlocks object, const std::uint8_t* isCounted, Grid grid, Box& box);
+
+// Clears both maps at the blocks outside the box, or at all blocks. TrimObject returns the number of blocks outside.
+int  TrimObject(ObjectBlocks object, Box box, std::uint16_t* objectsMap, std::uint8_t* zoneResultMap, Grid grid);
+void DiscardObject(ObjectBlocks object, std::uint16_t* objectsMap, std::uint8_t* zoneResultMap, Grid grid);
+
+// Finds blocks marked `tagged` whose difference from the background is shared by more than two cells of their 3 x 3
+// neighbourhood; sets uniformMask there and returns the number of blocks newly set. Nothing in the detector sets such
+// marks: the refinement is kept for hosts that do.
+struct SimilarityBlocks {
+    const std::uint8_t*  current;            // luma
+    const std::uint8_t*  background;         // luma
+    const std::uint16_t* objectsMap;
+    std::uint8_t*        uniformMask;        // cleared here, once a mark is met
+    std::uint8_t*        neighbourhoodMask;  // room for 9 cells
+};
+int RefineSimilarBlocks(ObjectBlocks object, SimilarityBlocks b, std::uint16_t tagged, Grid grid);
+
+// Appends the object's surviving blocks to xs, ys; all others get label 0. Marks become labels. Returns their number.
+struct SurvivingBlocks {
+    std::uint16_t*      objectsMap;
+    const std::uint8_t* uniformMask;
+    std::int16_t*       xs;
+    std::int16_t*       ys;
+};
+int CollectSurvivors(ObjectBlocks object, SurvivingBlocks b, std::uint16_t label, std::uint16_t tagged, Grid grid);
+
+// objectsMap = label at the object's blocks.
+void RelabelObject(ObjectBlocks object, std::uint16_t* objectsMap, std::uint16_t label, Grid grid);
+
+}  // namespace MD::Kernels
