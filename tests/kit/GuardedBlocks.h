@@ -4,7 +4,7 @@
 //     Kit::GuardedBlocks<std::uint8_t> luma(blockCount);                               // luma[blockCount] is a fault
 //     Kit::GuardedBlocks<float> noise(blockCount, Kit::GuardedSide::Front);            // noise[-1] is a fault
 //
-// The other side has slack up to its own page border, filled with a pattern: SlackIsIntact() tells whether anyone wrote there.
+// The other side has slack up to its own page border, filled with a pattern: SlackIsIntact() tells about writes.
 #pragma once
 
 #include <algorithm>

@@ -1,0 +1,134 @@
+// How does a decoded picture become what the detector is fed with?  One mean of Y, Cb and Cr per block, and a small BGR
+// picture of one pixel per block.  Used by hosts between their decoder and h13.
+//
+//     Host::BlockReducer reducer({.width = 1920, .height = 1080, .format = Host::PixelFormat::Yuv420,
+//                                 .blockSize = Host::ChooseBlockSize(1920, 1080)});
+//     reducer.Reduce({.plane = {frame->data[0], frame->data[1], frame->data[2]}, .stride = {...}});
+//     info.width = reducer.Columns();                 info.height = reducer.Rows();
+//     info.ycbcrForEachBlock = reducer.Ycbcr();
+//     info.bgr24ForEachBlock = reducer.Bgr();         info.bgr24stride = reducer.BgrStride();
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "kernels/BlockMean.h"
+
+namespace Host {
+
+// Layout of an 8-bit picture.  Halved planes of odd pictures are rounded up: 5 columns of luma have 3 of chroma.
+enum class PixelFormat {
+    Yuv420, // three planes, chroma halved in both directions
+    Yuv422, // three planes, chroma halved horizontally
+    Yuv444, // three planes of the same size
+    Nv12,   // two planes: luma; Cb and Cr in turn, halved in both directions
+    Grey    // one plane; chroma is 128 everywhere
+};
+
+// What black and white are.  Matters to the BGR picture only: the means are the decoder's own values.
+enum class ColorRange {
+    Full,   // luma 0..255
+    Limited // luma 16..235, chroma 16..240: the usual video range
+};
+
+struct PictureFormat {
+    int width = 0;     // pixels, at least 1
+    int height = 0;    // pixels, at least 1
+    PixelFormat format = PixelFormat::Yuv420;
+    int blockSize = 0; // pixels along one side of a block, 1..64
+    ColorRange range = ColorRange::Limited;
+};
+
+// A decoded picture, borrowed.  As many planes count as the format has.
+struct PictureView {
+    std::array<const std::uint8_t*, 3> plane = {}; // first sample of the top row
+    std::array<std::ptrdiff_t, 3> stride = {};     // bytes from a row to the row below; negative in pictures stored bottom up
+};
+
+// The largest grid that the detector takes, in either direction.
+inline constexpr int largestGridSize = 9999; // blocks
+
+constexpr int BlocksAcross(int pictureSize, int blockSize) { return (pictureSize + blockSize - 1) / blockSize; }
+
+// A block size for a picture: the smallest power of two that gives at most 240 columns, so that pictures of 120 to 15360
+// columns get 120 to 240 of them and narrower ones a block per pixel.  Wider pictures get 64, the largest size there is.
+// Extremely tall ones get larger blocks until their rows fit the detector's grid.
+constexpr int ChooseBlockSize(int pictureWidth, int pictureHeight) {
+    int size = 1;
+    while (size < static_cast<int>(Kernels::largestBlockSize) &&
+           (BlocksAcross(pictureWidth, size) > 240 || BlocksAcross(pictureHeight, size) > largestGridSize))
+        size *= 2;
+    return size;
+}
+
+// Reduces pictures of one format.  Blocks at the right and bottom edge cover the pixels that exist; every mean is exact,
+// (sum + count / 2) / count in integers.  The mean of a halved chroma plane covers the chroma columns
+// [floor(x0 / 2), ceil(x1 / 2)) of a block with the luma columns [x0, x1), rows likewise: never empty; blocks of odd size
+// share a chroma sample with their neighbour.
+//
+// Memory is taken by the constructor only, and all addresses stay for the reducer's life.  One thread at a time.
+class BlockReducer {
+public:
+    // Stops the process when the format breaks a bound given above, or when the grid is larger than 9999 blocks either way.
+    explicit BlockReducer(const PictureFormat& format);
+
+    BlockReducer(const BlockReducer&) = delete;
+    BlockReducer& operator=(const BlockReducer&) = delete;
+
+    // Fills Ycbcr() and Bgr().  Reads exactly the samples that the format has, no byte of padding behind a row.
+    // Planes that the format has must not be null.
+    void Reduce(const PictureView& picture);
+
+    int Columns() const { return _columns; }
+    int Rows() const { return _rows; }
+    int BlockCount() const { return _columns * _rows; }
+
+    std::uint8_t* Ycbcr() { return _ycbcr.data(); }             // three [block] planes one after another: Y, Cb, Cr
+    const std::uint8_t* Ycbcr() const { return _ycbcr.data(); }
+    std::uint8_t* Bgr() { return _bgr.data(); }                 // 3 * [block]: one BGR pixel per block, rows without padding
+    const std::uint8_t* Bgr() const { return _bgr.data(); }
+    int BgrStride() const { return 3 * _columns; }              // bytes per row of Bgr()
+
+private:
+    // How a format stores its chroma.
+    struct ChromaLayout {
+        bool halvedColumns;
+        bool halvedRows;
+        bool interleaved; // Cb and Cr in turn, in one plane
+    };
+    static ChromaLayout ChromaOf(PixelFormat format);
+
+    std::size_t ChromaColumns() const; // samples
+    std::uint8_t* PlaneOfBlocks(std::size_t plane) { return _ycbcr.data() + plane * _blockCount; }
+
+    void ReducePlane(const PictureView& picture, std::size_t plane, bool halvedColumns, bool halvedRows);
+    void ReduceInterleavedChroma(const PictureView& picture);
+
+    // One block row: rows of samples -> _columnSum; column sums -> sums of blocks; those -> means.
+    void SumRows(const std::uint8_t* samples, std::ptrdiff_t stride, std::size_t sampleColumns, Kernels::SampleRange rows);
+    const std::uint32_t* SumBlocks(const std::uint16_t* columnSum, bool halvedColumns);
+    void StoreMeans(const std::uint16_t* columnSum, bool halvedColumns, std::size_t sampleRows, std::uint8_t* mean);
+
+    const PictureFormat _format;
+    const ChromaLayout _chroma;
+    const std::size_t _width;              // pixels
+    const std::size_t _height;             // pixels
+    const std::size_t _blockSize;          // pixels
+    const int _columns;                    // blocks per row
+    const int _rows;                       // block rows
+    const std::size_t _blockCount;         // _columns * _rows
+    std::vector<std::uint8_t> _ycbcr;      // 3 * [block]
+    std::vector<std::uint8_t> _bgr;        // 3 * [block]
+
+    // Scratch of one block row, [column]: as many columns as whole blocks have.  Columns that do not exist stay 0, so that
+    // the last block is summed like the others.
+    std::vector<std::uint16_t> _columnSum; // of two planes in turn when interleaved
+    std::vector<std::uint16_t> _cbSum;     // interleaved formats only
+    std::vector<std::uint16_t> _crSum;
+    std::vector<std::uint32_t> _sum;       // sums of 2, 4, 8, ... columns, at last of whole blocks
+    std::vector<std::uint32_t> _nextSum;   // takes turns with _sum
+};
+
+}  // namespace Host

@@ -1,0 +1,79 @@
+// What is the mean of every block of a picture plane?  Column sums over a block's rows, then sums over a block's columns,
+// then one exact rounded division.  Called by BlockReducer, which owns every array.
+//
+// Legend: [column] one element per sample column of a plane, [block] one element per block of one block row.
+// No kernel writes outside the elements it is told to write, none keeps anything between calls, and the arrays of one call
+// never overlap.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace Host::Kernels {
+
+inline constexpr std::size_t largestBlockSize = 64;                                      // pixels along one side
+inline constexpr std::uint32_t largestSampleCount = largestBlockSize * largestBlockSize; // samples in one block
+static_assert(largestBlockSize * 255 <= UINT16_MAX, "a column sum over a block's rows fits 16 bits");
+
+// Samples first to last - 1 of a row or of a column of a plane.
+struct SampleRange {
+    std::size_t first;
+    std::size_t last;
+};
+
+// One block: which samples cover the pixels [x0, x1) = [block * blockSize, (block + 1) * blockSize) that exist?
+// Full resolution: those pixels.  Halved: [floor(x0 / 2), ceil(x1 / 2)), never empty; neighbouring blocks of odd size share
+// a sample.  Columns and rows alike.
+constexpr SampleRange SamplesOfBlock(std::size_t block, std::size_t blockSize, std::size_t pictureSize, bool halved) {
+    const std::size_t begin = block * blockSize;
+    const std::size_t end = begin + blockSize < pictureSize ? begin + blockSize : pictureSize;
+    return halved ? SampleRange{begin / 2, (end + 1) / 2} : SampleRange{begin, end};
+}
+
+// A sample count, prepared for RoundedMean.  1..largestSampleCount.
+//
+// Why the product is exact: factor = (2^32 + e) / count with 0 < e <= count.  For x = sum + half, x * factor / 2^32 exceeds
+// x / count by x * e / (count * 2^32), which stays below the 1 / count that is at least left to the next integer, because
+// x * e <= 255.5 * count * count <= 255.5 * 2^24 < 2^32.
+struct SampleCount {
+    constexpr explicit SampleCount(std::uint32_t count)
+        : factor((std::uint64_t{1} << 32) / count + 1), half(count / 2) {}
+
+    std::uint64_t factor; // 32 fractional bits
+    std::uint32_t half;   // makes the division round to nearest, a tie upwards
+};
+static_assert(std::uint64_t{511} * largestSampleCount * largestSampleCount < std::uint64_t{1} << 33);
+
+// One block: (sum + count / 2) / count in integers.  sum: at most 255 * count.
+constexpr std::uint8_t RoundedMean(std::uint32_t sum, SampleCount count) {
+    return static_cast<std::uint8_t>((sum + count.half) * count.factor >> 32);
+}
+
+// columnSum[i] += row[i] for the columns of the range.
+void AddRow(const std::uint8_t* row, std::uint16_t* columnSum, SampleRange columns);
+
+// columnSum[i] += row[i] + nextRow[i]: two rows per pass, because the sums' way to memory and back costs as much as a row.
+void AddTwoRows(const std::uint8_t* row, const std::uint8_t* nextRow, std::uint16_t* columnSum, SampleRange columns);
+
+// even[i] = both[2 * i], odd[i] = both[2 * i + 1]: column sums of two planes whose samples alternate.
+void SeparateColumns(const std::uint16_t* both, std::uint16_t* even, std::uint16_t* odd, std::size_t count);
+
+// sum[i] = part[i], i < count: blocks of one column.
+void WidenSums(const std::uint16_t* part, std::uint32_t* sum, std::size_t count);
+
+// sum[i] = part[2 * i] + part[2 * i + 1], i < count.
+void SumPairs(const std::uint16_t* part, std::uint32_t* sum, std::size_t count);
+void SumPairs(const std::uint32_t* part, std::uint32_t* sum, std::size_t count);
+
+// sum[i] = sum of the groupSize elements of part from i * groupSize on, i < count.  groupSize: at least 1.
+void SumGroups(const std::uint16_t* part, std::size_t groupSize, std::uint32_t* sum, std::size_t count);
+void SumGroups(const std::uint32_t* part, std::size_t groupSize, std::uint32_t* sum, std::size_t count);
+
+// sum[i] = sum of columnSum over SamplesOfBlock(i, blockSize, pictureSize, true): the form for ranges that share columns.
+void SumHalvedRanges(const std::uint16_t* columnSum, std::size_t blockSize, std::size_t pictureSize, std::uint32_t* sum,
+                     std::size_t count);
+
+// mean[i] = RoundedMean(sum[i], samples), i < count.
+void DivideSums(const std::uint32_t* sum, SampleCount samples, std::uint8_t* mean, std::size_t count);
+
+}  // namespace Host::Kernels

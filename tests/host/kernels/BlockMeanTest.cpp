@@ -1,0 +1,245 @@
+// Do the summing kernels equal their plain form, for every length and start, without leaving their arrays?
+#include "kernels/BlockMean.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <random>
+#include <set>
+#include <vector>
+
+#include "GuardedBlocks.h"
+
+using namespace Host::Kernels;
+using Kit::GuardedBlocks;
+using Kit::GuardedSide;
+
+namespace {
+
+constexpr std::size_t longestLength = 67;
+constexpr GuardedSide bothSides[] = {GuardedSide::End, GuardedSide::Front};
+
+enum class Filling { Low, High, Random };
+constexpr Filling allFillings[] = {Filling::Low, Filling::High, Filling::Random};
+
+template <class T>
+GuardedBlocks<T> Filled(std::size_t count, Filling filling, GuardedSide side, T high, std::mt19937& random) {
+    GuardedBlocks<T> blocks(count, side);
+    for (T& value : blocks) {
+        const T any = static_cast<T>(random() % (static_cast<std::uint64_t>(high) + 1));
+        value = filling == Filling::Low ? T{0} : filling == Filling::High ? high : any;
+    }
+    return blocks;
+}
+
+// The plain form of one kernel run: what the output is to be, given all elements before it.
+template <class T> using PlainForm = std::function<T(std::size_t index)>;
+
+// Runs a kernel for one output and compares every byte of it, also those that the kernel must leave alone.
+template <class T>
+void ExpectOutput(const GuardedBlocks<T>& before, const GuardedBlocks<T>& after, SampleRange written,
+                  const PlainForm<T>& plain) {
+    ASSERT_TRUE(after.SlackIsIntact());
+    for (std::size_t i = 0; i < after.size(); ++i) {
+        const bool isWritten = i >= written.first && i < written.last;
+        ASSERT_EQ(after[i], isWritten ? plain(i) : before[i]) << "element " << i << " of " << after.size();
+    }
+}
+
+constexpr std::uint16_t largestColumnSum = largestBlockSize * 255;
+constexpr std::uint16_t lastColumnSumThatTakesTwoRows = largestColumnSum - 2 * 255;
+
+}  // namespace
+
+TEST(BlockMean, RoundedMeanIsTheIntegerQuotientForEverySumOfEveryBlock) {
+    std::set<std::uint32_t> counts; // those that a block of up to 64 x 64 samples can have
+    for (std::uint32_t width = 1; width <= largestBlockSize; ++width)
+        for (std::uint32_t height = 1; height <= width; ++height) counts.insert(width * height);
+    ASSERT_EQ(*counts.rbegin(), largestSampleCount);
+    for (const std::uint32_t count : counts) {
+        const SampleCount samples(count);
+        std::uint32_t wrong = 0;
+        for (std::uint32_t sum = 0; sum <= 255 * count; ++sum)
+            wrong += RoundedMean(sum, samples) != (sum + count / 2) / count;
+        EXPECT_EQ(wrong, 0u) << "of the sums of " << count << " samples";
+    }
+}
+
+TEST(BlockMean, TieIsRoundedUpwards) {
+    EXPECT_EQ(RoundedMean(1, SampleCount(2)), 1);
+    EXPECT_EQ(RoundedMean(31, SampleCount(64)), 0);
+    EXPECT_EQ(RoundedMean(32, SampleCount(64)), 1);
+    EXPECT_EQ(RoundedMean(1, SampleCount(3)), 0);
+    EXPECT_EQ(RoundedMean(2, SampleCount(3)), 1);
+}
+
+TEST(BlockMean, SamplesOfBlockCoverItsPixelsAndNoOthers) {
+    for (std::size_t pictureSize = 1; pictureSize <= 200; ++pictureSize)
+        for (std::size_t blockSize = 1; blockSize <= largestBlockSize; ++blockSize)
+            for (std::size_t block = 0; block * blockSize < pictureSize; ++block) {
+                std::size_t smallest = std::numeric_limits<std::size_t>::max(), largest = 0;
+                std::size_t smallestHalved = smallest, largestHalved = 0;
+                for (std::size_t x = 0; x < pictureSize; ++x) {
+                    if (x / blockSize != block) continue;
+                    smallest = std::min(smallest, x);
+                    largest = std::max(largest, x);
+                    smallestHalved = std::min(smallestHalved, x / 2);
+                    largestHalved = std::max(largestHalved, x / 2);
+                }
+                const SampleRange whole = SamplesOfBlock(block, blockSize, pictureSize, false);
+                const SampleRange halved = SamplesOfBlock(block, blockSize, pictureSize, true);
+                ASSERT_EQ(whole.first, smallest);
+                ASSERT_EQ(whole.last, largest + 1);
+                ASSERT_EQ(halved.first, smallestHalved);
+                ASSERT_EQ(halved.last, largestHalved + 1);
+            }
+}
+
+TEST(BlockMean, AddedRowsEqualThePlainForm) {
+    std::mt19937 random(1);
+    for (const GuardedSide side : bothSides)
+        for (const Filling filling : allFillings)
+            for (std::size_t length = 0; length <= longestLength; ++length)
+                for (const std::size_t first : {std::size_t{0}, length / 3, length / 2 | 1, length}) {
+                    if (first > length) continue;
+                    const SampleRange columns = {first, length};
+                    const auto row = Filled<std::uint8_t>(length, filling, side, 255, random);
+                    const auto nextRow = Filled<std::uint8_t>(length, filling, side, 255, random);
+                    auto sum = Filled<std::uint16_t>(length, filling, side, lastColumnSumThatTakesTwoRows, random);
+
+                    const GuardedBlocks<std::uint16_t> before(sum.span());
+                    AddRow(row.data(), sum.data(), columns);
+                    ExpectOutput<std::uint16_t>(before, sum, columns, [&](std::size_t i) {
+                        return static_cast<std::uint16_t>(before[i] + row[i]);
+                    });
+
+                    GuardedBlocks<std::uint16_t> twice(before.span(), side);
+                    AddTwoRows(row.data(), nextRow.data(), twice.data(), columns);
+                    ExpectOutput<std::uint16_t>(before, twice, columns, [&](std::size_t i) {
+                        return static_cast<std::uint16_t>(before[i] + row[i] + nextRow[i]);
+                    });
+                }
+}
+
+TEST(BlockMean, AddedRowsStopAtTheEndOfTheirRange) {
+    std::mt19937 random(2);
+    for (std::size_t last = 0; last <= longestLength; ++last) {
+        const auto row = Filled<std::uint8_t>(longestLength, Filling::High, GuardedSide::End, 255, random);
+        GuardedBlocks<std::uint16_t> sum(longestLength);
+        const GuardedBlocks<std::uint16_t> before(longestLength);
+        AddRow(row.data(), sum.data(), {last / 2, last});
+        ExpectOutput<std::uint16_t>(before, sum, {last / 2, last}, [](std::size_t) { return std::uint16_t{255}; });
+        AddTwoRows(row.data(), row.data(), sum.data(), {last / 2, last});
+        ExpectOutput<std::uint16_t>(before, sum, {last / 2, last}, [](std::size_t) { return std::uint16_t{765}; });
+    }
+}
+
+TEST(BlockMean, SeparatedColumnsEqualThePlainForm) {
+    std::mt19937 random(3);
+    for (const GuardedSide side : bothSides)
+        for (const Filling filling : allFillings)
+            for (std::size_t length = 0; length <= longestLength; ++length) {
+                const auto both = Filled<std::uint16_t>(2 * length, filling, side, largestColumnSum, random);
+                GuardedBlocks<std::uint16_t> even(length, side), odd(length, side);
+                SeparateColumns(both.data(), even.data(), odd.data(), length);
+                for (std::size_t i = 0; i < length; ++i) {
+                    ASSERT_EQ(even[i], both[2 * i]);
+                    ASSERT_EQ(odd[i], both[2 * i + 1]);
+                }
+                ASSERT_TRUE(even.SlackIsIntact());
+                ASSERT_TRUE(odd.SlackIsIntact());
+            }
+}
+
+namespace {
+
+constexpr std::size_t groupSizes[] = {1, 2, 3, 4, 5, 7, 8, 16, 31, 63, 64};
+
+// Pairs and single columns are groups of a fixed size.
+template <class Part> void ExpectGroupSums(Part largestPart, std::uint32_t seed) {
+    std::mt19937 random(seed);
+    for (const GuardedSide side : bothSides)
+        for (const Filling filling : allFillings)
+            for (std::size_t length = 0; length <= longestLength; ++length)
+                for (const std::size_t groupSize : groupSizes) {
+                    const auto part = Filled<Part>(length * groupSize, filling, side, largestPart, random);
+                    const PlainForm<std::uint32_t> plain = [&](std::size_t i) {
+                        std::uint32_t sum = 0;
+                        for (std::size_t k = 0; k < groupSize; ++k) sum += part[i * groupSize + k];
+                        return sum;
+                    };
+                    const GuardedBlocks<std::uint32_t> before(length, side);
+                    GuardedBlocks<std::uint32_t> sum(length, side);
+                    SumGroups(part.data(), groupSize, sum.data(), length);
+                    ExpectOutput(before, sum, {0, length}, plain);
+                    if (groupSize == 2) {
+                        GuardedBlocks<std::uint32_t> pairSum(length, side);
+                        SumPairs(part.data(), pairSum.data(), length);
+                        ExpectOutput(before, pairSum, {0, length}, plain);
+                    }
+                    if constexpr (sizeof(Part) == 2)
+                        if (groupSize == 1) {
+                            GuardedBlocks<std::uint32_t> wide(length, side);
+                            WidenSums(part.data(), wide.data(), length);
+                            ExpectOutput(before, wide, {0, length}, plain);
+                        }
+                }
+}
+
+}  // namespace
+
+TEST(BlockMean, GroupsOfColumnSumsEqualThePlainForm) { ExpectGroupSums<std::uint16_t>(UINT16_MAX, 4); }
+
+TEST(BlockMean, GroupsOfWideSumsEqualThePlainForm) { ExpectGroupSums<std::uint32_t>(largestColumnSum * 32u, 5); }
+
+TEST(BlockMean, HalvedRangesEqualThePlainForm) {
+    std::mt19937 random(6);
+    for (const GuardedSide side : bothSides)
+        for (const Filling filling : allFillings)
+            for (std::size_t pictureSize = 1; pictureSize <= 131; ++pictureSize)
+                for (std::size_t blockSize = 1; blockSize <= largestBlockSize; ++blockSize) {
+                    const std::size_t count = (pictureSize + blockSize - 1) / blockSize;
+                    const auto columnSum =
+                        Filled<std::uint16_t>((pictureSize + 1) / 2, filling, side, largestColumnSum, random);
+                    const GuardedBlocks<std::uint32_t> before(count, side);
+                    GuardedBlocks<std::uint32_t> sum(count, side);
+                    SumHalvedRanges(columnSum.data(), blockSize, pictureSize, sum.data(), count);
+                    ExpectOutput<std::uint32_t>(before, sum, {0, count}, [&](std::size_t block) {
+                        std::uint32_t expected = 0;
+                        for (std::size_t c = 0; c < columnSum.size(); ++c) {
+                            const bool left = 2 * c >= block * blockSize && 2 * c < (block + 1) * blockSize;
+                            const bool right = 2 * c + 1 >= block * blockSize && 2 * c + 1 < (block + 1) * blockSize &&
+                                               2 * c + 1 < pictureSize;
+                            if (left || right) expected += columnSum[c]; // either pixel of the sample lies in the block
+                        }
+                        return expected;
+                    });
+                }
+}
+
+TEST(BlockMean, DividedSumsEqualTheRule) {
+    std::mt19937 random(7);
+    for (const GuardedSide side : bothSides)
+        for (const Filling filling : allFillings)
+            for (std::size_t length = 0; length <= longestLength; ++length)
+                for (const std::uint32_t samples : {1u, 2u, 3u, 9u, 63u, 64u, 255u, 4032u, 4096u}) {
+                    const auto sum = Filled<std::uint32_t>(length, filling, side, 255 * samples, random);
+                    const GuardedBlocks<std::uint8_t> before(length, side);
+                    GuardedBlocks<std::uint8_t> mean(length, side);
+                    DivideSums(sum.data(), SampleCount(samples), mean.data(), length);
+                    ExpectOutput<std::uint8_t>(before, mean, {0, length}, [&](std::size_t i) {
+                        return static_cast<std::uint8_t>((sum[i] + samples / 2) / samples);
+                    });
+                }
+}
+
+TEST(BlockMeanDeathTest, RowThatEndsTooEarlyIsNoticed) {
+    const GuardedBlocks<std::uint8_t> row(longestLength);
+    GuardedBlocks<std::uint16_t> sum(longestLength + 1);
+    EXPECT_DEATH(AddRow(row.data(), sum.data(), {0, longestLength + 1}), "");
+    EXPECT_DEATH(AddRow(row.data() + 1, sum.data(), {0, longestLength}), "");
+}
