@@ -8,33 +8,6 @@ namespace {
 
 constexpr int delivered = COREMD_DELIVERED, exhausted = COREMD_EXHAUSTED, notReady = COREMD_NOT_READY;
 
-// Boxes that overlap or lie next to each other, diagonally too.
-bool BoxesTouch(const MotionObject& a, const MotionObject& b) {
-    return b.maxX + 1 >= a.minX && b.minX - 1 <= a.maxX && b.maxY + 1 >= a.minY && b.minY - 1 <= a.maxY;
-}
-
-// The earliest object before `object` in its list whose box touches it, or null.
-MotionObject* FirstTouching(const MotionObjectList& list, const MotionObject& object) {
-    for (MotionObject* candidate = list._first; candidate != &object; candidate = candidate->next)
-        if (BoxesTouch(object, *candidate)) return candidate;
-    return nullptr;
-}
-
-// One walk from the tail: every object that touches an earlier one goes into the earliest such. True if any did.
-bool MergeSweep(MotionObjectPool& pool) {
-    bool hasMerged = false;
-    for (MotionObject* object = pool._busyList._last; object;) {
-        MotionObject* const predecessor = object->prev;
-        if (MotionObject* const absorber = FirstTouching(pool._busyList, *object)) {
-            absorber->CopyMotionPixels(object);
-            pool.RemoveFromBusy(object);
-            hasMerged = true;
-        }
-        object = predecessor;
-    }
-    return hasMerged;
-}
-
 }  // namespace
 
 int MotionDetector::GetResultInfo(MDResultInfo* out) {
@@ -90,8 +63,7 @@ int MotionDetector::GetNextMotionObject(MDObjectInfo* out) {
 }
 
 void MotionDetector::MergeMDZonesResult() {
-    while (MergeSweep(_mergedPool)) {
-    }
+    _merger.Merge(_mergedPool);
     ResolveMotionObjectsMapIndex(_mergedPool, -1);
 }
 

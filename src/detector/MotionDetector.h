@@ -14,6 +14,7 @@
 #include "utils/Visibility.h"
 #include "zones/MDZone.h"
 #include "zones/MotionObject.h"
+#include "zones/ObjectMerger.h"
 
 namespace MD {
 
@@ -210,6 +211,8 @@ private:
     MD_INTERNAL void EnterNextSkipPhase();
     MD_INTERNAL void UpdateBlocks(BlockRange range, bool mayLearn);
     MD_INTERNAL bool KeepObject(int count, int label);
+
+    ObjectMerger _merger;
 };
 
 }  // namespace MD

@@ -1,11 +1,11 @@
 // What is one moving thing?
 #include "zones/MotionObject.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <limits>
 #include <memory>
 #include <new>
-#include <utility>
 
 #include "utils/Assert.h"
 #include "utils/Buffers.h"
@@ -21,35 +21,58 @@ int CheckedLength(std::int64_t length) {
 
 }  // namespace
 
-MotionObject::MotionObject(int length)
-    : prev(nullptr), next(nullptr), _realBufferLenght(length), index(0), secondIndex(0), objectPixelsCount(0) {
-    std::unique_ptr<short[]> columns(new short[static_cast<std::size_t>(length)]);
-    motionY = new short[static_cast<std::size_t>(length)];
-    motionX = columns.release();
-    SetEmptyBox();
+MotionObject::MotionObject(int length) : MotionObject(length, nullptr, 0) { OwnCells(length); }
+
+MotionObject::MotionObject(int length, short* cells, int storedLength)
+    : prev(nullptr), next(nullptr), _realBufferLenght(length), index(0), secondIndex(0), objectPixelsCount(0),
+      _ownCells(nullptr) {
+    Borrow(cells, storedLength);
+    SetBox(emptyCellBox);
 }
 
-MotionObject::~MotionObject() {
-    delete[] motionX;
-    delete[] motionY;
+MotionObject::~MotionObject() { delete[] _ownCells; }
+
+void MotionObject::Borrow(short* cells, int storedLength) {
+    motionX = cells;
+    motionY = cells + storedLength;
+    _storedLength = storedLength;
 }
 
-void MotionObject::SetEmptyBox() {
-    minX = minY = std::numeric_limits<short>::max();
-    maxX = maxY = std::numeric_limits<short>::min();
+void MotionObject::OwnCells(int storedLength) {
+    const std::size_t length = static_cast<std::size_t>(storedLength);
+    std::unique_ptr<short[]> cells(new short[2 * length]);
+    if (objectPixelsCount > 0) {
+        Utils::CopyBuff(motionX, cells.get(), objectPixelsCount);
+        Utils::CopyBuff(motionY, cells.get() + length, objectPixelsCount);
+    }
+    delete[] _ownCells;
+    _ownCells = cells.release();
+    Borrow(_ownCells, storedLength);
+}
+
+void MotionObject::AppendBlocks(const MotionObject& src) {
+    if (src.objectPixelsCount <= 0) return;
+    Utils::CopyBuff(src.motionX, motionX + objectPixelsCount, src.objectPixelsCount);
+    Utils::CopyBuff(src.motionY, motionY + objectPixelsCount, src.objectPixelsCount);
+    objectPixelsCount += src.objectPixelsCount;
+}
+
+CellBox MotionObject::Box() const { return {minX, maxX, minY, maxY}; }
+
+void MotionObject::SetBox(CellBox box) {
+    minX = static_cast<short>(box.left);
+    maxX = static_cast<short>(box.right);
+    minY = static_cast<short>(box.top);
+    maxY = static_cast<short>(box.bottom);
 }
 
 void MotionObject::WidenBoxFrom(int first) {
-    for (int i = first; i < objectPixelsCount; ++i) {
-        if (minX > motionX[i]) minX = motionX[i];
-        if (maxX < motionX[i]) maxX = motionX[i];
-        if (minY > motionY[i]) minY = motionY[i];
-        if (maxY < motionY[i]) maxY = motionY[i];
-    }
+    SetBox(Union(Box(), BoxOfCells(motionX + first, motionY + first, objectPixelsCount - first)));
 }
 
 void MotionObject::AddPixel(int x, int y) {
     assert(objectPixelsCount + 1 < _realBufferLenght);
+    if (objectPixelsCount >= _storedLength) OwnCells(_realBufferLenght);
     motionX[objectPixelsCount] = static_cast<short>(x);
     motionY[objectPixelsCount] = static_cast<short>(y);
     ++objectPixelsCount;
@@ -61,17 +84,10 @@ void MotionObject::CopyMotionPixels(MotionObject* src) {
     assert(src && src->motionX && src->motionY);
     const int old = objectPixelsCount;
     const std::int64_t total = static_cast<std::int64_t>(old) + src->objectPixelsCount;
-    if (total > _realBufferLenght) {
-        MotionObject larger(CheckedLength(2 * total));
-        Utils::CopyBuff(motionX, larger.motionX, old);
-        Utils::CopyBuff(motionY, larger.motionY, old);
-        std::swap(motionX, larger.motionX);
-        std::swap(motionY, larger.motionY);
-        _realBufferLenght = larger._realBufferLenght;
-    }
-    Utils::CopyBuff(src->motionX, motionX + old, src->objectPixelsCount);
-    Utils::CopyBuff(src->motionY, motionY + old, src->objectPixelsCount);
-    objectPixelsCount = static_cast<int>(total);
+    const int length = total > _realBufferLenght ? CheckedLength(2 * total) : _realBufferLenght;
+    if (total > _storedLength) OwnCells(length);
+    _realBufferLenght = length;
+    AppendBlocks(*src);
     WidenBoxFrom(old);
 }
 
@@ -125,7 +141,7 @@ void MotionObjectList::Release() {
     assert(!_objectsCount);
 }
 
-MotionObjectPool::MotionObjectPool() : _width(0), _height(0) {}
+MotionObjectPool::MotionObjectPool() : _width(0), _height(0), _spare(nullptr), _gridLength(0) {}
 
 MotionObjectPool::~MotionObjectPool() { Release(); }
 
@@ -133,63 +149,122 @@ void MotionObjectPool::Inic(int width, int height) {
     Release();
     _width = width;
     _height = height;
+    _gridLength = static_cast<std::int64_t>(width) * height;
 }
 
-MotionObject* MotionObjectPool::Take(std::int64_t length) {
-    MotionObject* const object = _freeList._first;
-    if (!object) return new MotionObject(CheckedLength(length));
-    _freeList.Remove(object);
+short* MotionObjectPool::TakeCells(int blockCount) {
+    return _cells.Take(2 * static_cast<std::size_t>(blockCount), 2 * static_cast<std::size_t>(std::max<std::int64_t>(_gridLength, 0)));
+}
+
+MotionObject* MotionObjectPool::Take(std::int64_t length, int blockCount) {
+    if (MotionObject* const object = _freeList._first) {
+        if (!object->_ownCells || object->_storedLength < blockCount)
+            object->OwnCells(std::max(object->_realBufferLenght, blockCount));
+        _freeList.Remove(object);
+        return object;
+    }
+    const int capacity = CheckedLength(length);
+    short* const cells = TakeCells(blockCount);
+    MotionObject* const object = _spare;
+    if (!object) return new MotionObject(capacity, cells, blockCount);
+    _spare = object->next;
+    object->next = nullptr;
+    object->_realBufferLenght = capacity;
+    object->index = object->secondIndex = 0;
+    object->Borrow(cells, blockCount);
     return object;
+}
+
+void MotionObjectPool::Recycle(MotionObject* object) {
+    delete[] object->_ownCells;
+    object->_ownCells = nullptr;
+    object->objectPixelsCount = 0;
+    object->prev = nullptr;
+    object->next = _spare;
+    _spare = object;
+}
+
+void MotionObjectPool::MakeRoom(MotionObject* object, int blockCount, int length) {
+    if (blockCount > object->_storedLength) {
+        short* const cells = TakeCells(blockCount);
+        Utils::CopyBuff(object->motionX, cells, object->objectPixelsCount);
+        Utils::CopyBuff(object->motionY, cells + blockCount, object->objectPixelsCount);
+        delete[] object->_ownCells;
+        object->_ownCells = nullptr;
+        object->Borrow(cells, blockCount);
+    }
+    object->_realBufferLenght = length;
+}
+
+void MotionObjectPool::Absorb(MotionObject* object, MotionObject* part) {
+    object->AppendBlocks(*part);
+    RemoveFromBusy(part);
 }
 
 void MotionObjectPool::Add(short* xs, short* ys, int currentPixelsCount, int length) {
     assert(currentPixelsCount > 0);
-    MotionObject* const object = Take(length);
+    MotionObject* const object = Take(length, currentPixelsCount);
     Utils::CopyBuff(xs, object->motionX, currentPixelsCount);
     Utils::CopyBuff(ys, object->motionY, currentPixelsCount);
     object->objectPixelsCount = currentPixelsCount;
-    object->SetEmptyBox();
-    object->WidenBoxFrom(0);
+    object->SetBox(BoxOfCells(xs, ys, currentPixelsCount));
     _busyList.Add(object);
 }
 
 void MotionObjectPool::Copy(MotionObject* src) {
-    MotionObject* const object = Take(src->_realBufferLenght);
-    Utils::CopyBuff(src->motionX, object->motionX, src->objectPixelsCount);
-    Utils::CopyBuff(src->motionY, object->motionY, src->objectPixelsCount);
-    object->objectPixelsCount = src->objectPixelsCount;
-    object->minX = src->minX;
-    object->maxX = src->maxX;
-    object->minY = src->minY;
-    object->maxY = src->maxY;
+    MotionObject* const object = Take(src->_realBufferLenght, src->objectPixelsCount);
+    object->objectPixelsCount = 0;
+    object->AppendBlocks(*src);
+    object->SetBox(src->Box());
     _busyList.Add(object);
 }
 
 void MotionObjectPool::AddWorkingObjects(int count) {
+    const std::int64_t length = static_cast<std::int64_t>(_width) * _height;
     for (int i = 0; i < count; ++i) {
-        MotionObject* const object = Take(static_cast<std::int64_t>(_width) * _height);
-        object->SetEmptyBox();
+        MotionObject* object = _freeList._first;
+        if (object) _freeList.Remove(object);
+        else object = new MotionObject(CheckedLength(length));
+        object->SetBox(emptyCellBox);
         _busyList.Add(object);
     }
 }
 
 void MotionObjectPool::ClearBusyList() {
     while (MotionObject* const object = _busyList._first) {
+        if (!object->_ownCells) object->OwnCells(object->_realBufferLenght);
         _busyList.Remove(object);
         _freeList.Add(object);
     }
+    _cells.Reset();
 }
 
 void MotionObjectPool::RemoveFromBusy(MotionObject* object) {
     _busyList.Remove(object);
-    delete object;
+    Recycle(object);
 }
 
-void MotionObjectPool::ReleaseBusyList() { _busyList.Release(); }
+void MotionObjectPool::ReleaseBusyList() {
+    int& _objectsCount = _busyList._objectsCount;
+    for (MotionObject* object = _busyList._first; object;) {
+        MotionObject* const successor = object->next;
+        --_objectsCount;
+        Recycle(object);
+        object = successor;
+    }
+    _busyList._first = _busyList._last = nullptr;
+    assert(!_objectsCount);
+    _cells.Reset();
+}
 
 void MotionObjectPool::Release() {
     _freeList.Release();
     _busyList.Release();
+    while (MotionObject* const object = _spare) {
+        _spare = object->next;
+        delete object;
+    }
+    _cells.Free();
 }
 
 }  // namespace MD

@@ -5,6 +5,8 @@
 
 #include "coreMD.h"
 #include "utils/Visibility.h"
+#include "zones/CellArena.h"
+#include "zones/CellBox.h"
 
 namespace MD {
 
@@ -39,9 +41,18 @@ public:
 
 private:
     friend class MotionObjectPool;
+    friend class ObjectMerger;
 
-    MD_INTERNAL void SetEmptyBox();             // min 32767, max -32768
-    MD_INTERNAL void WidenBoxFrom(int first);   // over the blocks from `first` on
+    MD_INTERNAL MotionObject(int length, short* cells, int storedLength);  // borrowed cells, see Borrow
+    MD_INTERNAL void Borrow(short* cells, int storedLength);  // 2 * storedLength coordinates, columns first
+    MD_INTERNAL void OwnCells(int storedLength);              // moves the blocks to memory of its own
+    MD_INTERNAL void AppendBlocks(const MotionObject& src);   // which must fit; the box stays
+    MD_INTERNAL CellBox Box() const;
+    MD_INTERNAL void SetBox(CellBox box);
+    MD_INTERNAL void WidenBoxFrom(int first);                 // over the blocks from `first` on
+
+    short* _ownCells;      // null while the coordinates are borrowed from a pool
+    int    _storedLength;  // entries present; up to _realBufferLenght are made on demand
 };
 
 // Links objects through their own prev and next; an object is in one list at most. Release destroys the objects.
@@ -86,7 +97,21 @@ public:
     int              _height;
 
 private:
-    MD_INTERNAL MotionObject* Take(std::int64_t length);
+    friend class ObjectMerger;
+
+    // A busy object gets room for `blockCount` blocks in all and the capacity `length`; then it takes over the blocks of
+    // others, which are destroyed. Its box stays.
+    MD_INTERNAL void MakeRoom(MotionObject* object, int blockCount, int length);
+    MD_INTERNAL void Absorb(MotionObject* object, MotionObject* part);
+
+    MD_INTERNAL MotionObject* Take(std::int64_t length, int blockCount);
+    MD_INTERNAL short* TakeCells(int blockCount);
+    MD_INTERNAL void Recycle(MotionObject* object);
+
+    // Destroyed objects, kept for their memory only; their blocks lie in the arena, which is reset with the busy list.
+    MotionObject* _spare;
+    CellArena     _cells;
+    std::int64_t  _gridLength;  // blocks for which a new piece of the arena has room
 };
 
 }  // namespace MD
