@@ -210,6 +210,7 @@ private:
     MD_INTERNAL void MakeBuffers(DetectionInfo* info);
     MD_INTERNAL void EnterNextSkipPhase();
     MD_INTERNAL void UpdateBlocks(BlockRange range, bool mayLearn);
+    MD_INTERNAL void UpdateChunk(BlockRange range, bool mayLearn);
     MD_INTERNAL bool KeepObject(int count, int label);
 
     ObjectMerger _merger;

@@ -2,6 +2,7 @@
 // float holds exactly, so that stepping and summing anew give the same bits.
 #include "statistics/FrameStatistics.h"
 
+#include "statistics/kernels/WindowSums.h"
 #include "utils/Blocks.h"
 #include "utils/Utils.h"
 
@@ -89,9 +90,8 @@ void FrameStatistics::CalculateFrameDiff(unsigned char* a, unsigned char* b, flo
 }
 
 void FrameStatistics::StepWindow(float* sum, float* squareSum, int start, int end) {
-    CalculateFrameDiff(FrameOfAge(start), FrameOfAge(end + 1), _diff, _diffSquare);
-    Utils::ImageAddFloat(_diff, sum, _blockCount);
-    Utils::ImageAddFloat(_diffSquare, squareSum, _blockCount);
+    Kernels::StepWindow({.entering = FrameOfAge(start), .leaving = FrameOfAge(end + 1), .sum = sum, .squareSum = squareSum},
+                        {0, static_cast<std::size_t>(_blockCount)});
 }
 
 void FrameStatistics::UpdateH264() {
@@ -102,12 +102,9 @@ void FrameStatistics::UpdateStandart() {
     StepWindow(_firstPartSum, _firstPartSquareSum, firstPartStartIndex, firstPartEndIndex);
     StepWindow(_secondPartSum, _secondPartSquareSum, secondPartStartIndex, secondPartEndIndex);
     StepWindow(_centerPartSum, _centerPartSquareSum, centerPartStartIndex, centerPartEndIndex);
-    Utils::ImageClear(_min, _blockCount, 255);
-    Utils::ImageClear(_max, _blockCount);
-    for (int age = firstPartStartIndex; age <= secondPartEndIndex; ++age) {
-        Utils::ImageMin(FrameOfAge(age), _min, _blockCount);
-        Utils::ImageMax(FrameOfAge(age), _max, _blockCount);
-    }
+    Kernels::ExtremesBlocks extremes{.luma = {}, .min = _min, .max = _max};
+    for (int age = firstPartStartIndex; age <= secondPartEndIndex; ++age) extremes.luma[age] = FrameOfAge(age);
+    Kernels::FindExtremes(extremes, {0, static_cast<std::size_t>(_blockCount)});
 }
 
 void FrameStatistics::ReCalculateInterval(float* sum, float* squareSum, unsigned char* min, unsigned char* max,

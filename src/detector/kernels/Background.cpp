@@ -1,6 +1,8 @@
 // Is a block quiet, did it change, what does it teach the background?
 #include "detector/kernels/Background.h"
 
+#include <algorithm>
+
 #include "utils/Ticks.h"
 
 namespace MD::Kernels {
@@ -8,33 +10,142 @@ namespace {
 
 using Utils::ElapsedTicks;
 
-void TakeSample(const LearningBlocks& b, std::size_t i, std::int64_t now, float mean) {
-    b.sampleTime[i] = now;
-    b.sampleValue[i] = mean;
+// Kernels ask their questions chunk by chunk: most chunks have nothing to write, and what they read stays in cache.
+constexpr std::size_t chunkLength = 256;
+
+template <class Work>
+void ForEachChunk(BlockRange range, Work work) {
+    for (std::size_t first = range.first; first < range.last; first += chunkLength)
+        work(BlockRange{first, std::min(first + chunkLength, range.last)});
 }
 
-void SetBackground(const LearningBlocks& b, std::size_t i, std::int64_t now, float mean) {
-    b.backgroundTime[i] = now;
-    b.backgroundY[i] = static_cast<std::uint8_t>(mean + 0.5f);
-    b.backgroundCb[i] = b.cb[i];
-    b.backgroundCr[i] = b.cr[i];
+bool IsAnySet(const std::uint8_t* marks, std::size_t count) {
+    std::uint8_t any = 0;
+    for (std::size_t j = 0; j < count; ++j) any |= marks[j];
+    return any != 0;
 }
 
-// A block that was quiet for long is confirmed when its mean agrees with a sample of its past.
-void TryCandidate(const LearningBlocks& b, std::size_t i, const LearningTimes& times, float mean, float meanLimit) {
-    const std::int64_t sampleAge = ElapsedTicks(times.now, b.sampleTime[i]);
-    if (ElapsedTicks(times.now, b.lastChangeTime[i]) > times.quiet) {
+// Selects on mask bytes, 0 or 255, with both sides loaded: what a conditional store would do, in vectors.
+constexpr std::uint8_t Select(std::uint8_t mark, std::uint8_t chosen, std::uint8_t other) {
+    return static_cast<std::uint8_t>((mark & chosen) | (~mark & other));
+}
+constexpr std::int64_t Select(std::uint8_t mark, std::int64_t chosen, std::int64_t other) {
+    const std::int64_t wide = static_cast<std::int8_t>(mark);  // 0 or all ones
+    return (wide & chosen) | (~wide & other);
+}
+
+constexpr std::uint8_t Distance(std::uint8_t a, std::uint8_t b) { return static_cast<std::uint8_t>(a > b ? a - b : b - a); }
+
+// Of the three differences that HasChanged asks for, the largest decides as well as each of them.
+constexpr std::uint8_t LargestDifference(std::uint8_t age0, std::uint8_t age1, std::uint8_t age2, std::uint8_t age4) {
+    const std::uint8_t since1 = Distance(age0, age1), since2 = Distance(age0, age2), since4 = Distance(age0, age4);
+    const std::uint8_t larger = since1 > since2 ? since1 : since2;
+    return larger > since4 ? larger : since4;
+}
+
+// times[i] = now where the mark of the chunk is set.
+void StampTimes(const std::uint8_t* marks, std::int64_t* times, std::int64_t now, BlockRange chunk) {
+    MD_INDEPENDENT_BLOCKS
+    for (std::size_t i = chunk.first; i < chunk.last; ++i) times[i] = Select(marks[i - chunk.first], now, times[i]);
+}
+
+// marks[j] = 255 where `times` lies more than `limit` ticks back, else 0. Returns whether any does.
+bool MarkOlder(const std::int64_t* times, std::int64_t now, std::int64_t limit, std::uint8_t* marks, BlockRange chunk) {
+    std::uint8_t any = 0;
+    MD_INDEPENDENT_BLOCKS
+    for (std::size_t i = chunk.first; i < chunk.last; ++i) {
+        const std::uint8_t mark = ElapsedTicks(now, times[i]) > limit ? 255 : 0;
+        marks[i - chunk.first] = mark;
+        any |= mark;
+    }
+    return any != 0;
+}
+
+// Clears the marks of blocks without a background within the limit of the mean; then of those whose sample is not.
+void KeepWithinBackground(LearningBlocks b, const float* mean, float limit, std::uint8_t* marks, BlockRange chunk) {
+    MD_INDEPENDENT_BLOCKS
+    for (std::size_t i = chunk.first; i < chunk.last; ++i) {
+        const bool isWithin = IsWithin(b.backgroundY[i], mean[i - chunk.first], limit), isKnown = b.isBackground[i] != 0;
+        marks[i - chunk.first] = (isWithin & isKnown) ? marks[i - chunk.first] : std::uint8_t{0};
+    }
+}
+
+void KeepWithinSample(LearningBlocks b, const float* mean, float limit, std::uint8_t* marks, BlockRange chunk) {
+    MD_INDEPENDENT_BLOCKS
+    for (std::size_t i = chunk.first; i < chunk.last; ++i) {
+        const bool isWithin = IsWithin(mean[i - chunk.first], b.sampleValue[i], limit);
+        marks[i - chunk.first] = isWithin ? marks[i - chunk.first] : std::uint8_t{0};
+    }
+}
+
+void SetBackground(LearningBlocks b, const float* mean, const std::uint8_t* marks, std::int64_t now, BlockRange chunk) {
+    MD_INDEPENDENT_BLOCKS
+    for (std::size_t i = chunk.first; i < chunk.last; ++i) {
+        const std::uint8_t learned = static_cast<std::uint8_t>(static_cast<int>(mean[i - chunk.first] + 0.5f));
+        b.backgroundY[i] = Select(marks[i - chunk.first], learned, b.backgroundY[i]);
+    }
+    MD_INDEPENDENT_BLOCKS
+    for (std::size_t i = chunk.first; i < chunk.last; ++i) {
+        b.backgroundCb[i] = Select(marks[i - chunk.first], b.cb[i], b.backgroundCb[i]);
+        b.backgroundCr[i] = Select(marks[i - chunk.first], b.cr[i], b.backgroundCr[i]);
+    }
+    StampTimes(marks, b.backgroundTime, now, chunk);
+}
+
+void TakeSamples(LearningBlocks b, const float* mean, const std::uint8_t* marks, std::int64_t now, BlockRange chunk) {
+    StampTimes(marks, b.sampleTime, now, chunk);
+    MD_INDEPENDENT_BLOCKS
+    for (std::size_t i = chunk.first; i < chunk.last; ++i) {
+        const float learned = mean[i - chunk.first], known = b.sampleValue[i];
+        b.sampleValue[i] = marks[i - chunk.first] ? learned : known;
+    }
+}
+
+void LearnChunk(LearningBlocks b, LearningTimes times, float meanLimit, BlockRange chunk) {
+    const std::size_t count = chunk.last - chunk.first;
+    const std::uint8_t* const isStable = b.isStable + chunk.first;
+    const std::uint8_t* const isBackground = b.isBackground + chunk.first;
+    if (!IsAnySet(isStable, count)) return;
+
+    float mean[chunkLength];
+    for (std::size_t i = chunk.first; i < chunk.last; ++i) mean[i - chunk.first] = TenFrameMean(b.firstSum[i], b.secondSum[i]);
+
+    // Background that the scene still agrees with is refreshed: always, or when it is old enough.
+    std::uint8_t isSet[chunkLength], isOld[chunkLength];
+    for (std::size_t j = 0; j < count; ++j) isSet[j] = isStable[j] ? 255 : 0;
+    KeepWithinBackground(b, mean, meanLimit, isSet, chunk);
+    if (times.isSlow && IsAnySet(isSet, count)) {
+        MarkOlder(b.backgroundTime, times.now, times.refreshInterval, isOld, chunk);
+        for (std::size_t j = 0; j < count; ++j) isSet[j] &= isOld[j];
+    }
+
+    // Every stable block's sample is renewed when it is older than sampleAge. (The first branch of the rule renews older
+    // ones only, its other branches all those.) What it was decides on the confirmation first.
+    std::uint8_t isDue[chunkLength];
+    const bool isAnyDue = MarkOlder(b.sampleTime, times.now, times.sampleAge, isDue, chunk);
+    for (std::size_t j = 0; j < count; ++j) isDue[j] &= isStable[j] ? 255 : 0;
+
+    // Candidates, whose mean may agree with a sample of their past: blocks that were quiet for long. For a block that is
+    // refreshed already a confirmation would write the same again; slow learning confirms unknown blocks only.
+    std::uint8_t isConfirmed[chunkLength];
+    for (std::size_t j = 0; j < count; ++j) {
+        const bool isCandidate = times.isSlow ? isBackground[j] == 0 : isSet[j] == 0;
+        isConfirmed[j] = (isCandidate & (isStable[j] != 0)) ? 255 : 0;
+    }
+    if (IsAnySet(isConfirmed, count) && MarkOlder(b.lastChangeTime, times.now, times.quiet, isOld, chunk)) {
+        for (std::size_t j = 0; j < count; ++j) isConfirmed[j] &= isOld[j];
         // Deliberate: one tick below the limit of quiet (BackgroundTest, SampleOfFiveSecondsIsReplaced).
-        if (sampleAge > times.quiet - 1) {
-            TakeSample(b, i, times.now, mean);
-            return;
-        }
-        if (IsWithin(mean, b.sampleValue[i], meanLimit)) {
-            b.isBackground[i] = 255;
-            SetBackground(b, i, times.now, mean);
+        MarkOlder(b.sampleTime, times.now, times.quiet - 1, isOld, chunk);
+        for (std::size_t j = 0; j < count; ++j) isConfirmed[j] &= static_cast<std::uint8_t>(~isOld[j]);
+        KeepWithinSample(b, mean, meanLimit, isConfirmed, chunk);
+        for (std::size_t j = 0; j < count; ++j) {
+            isSet[j] |= isConfirmed[j];
+            b.isBackground[chunk.first + j] |= isConfirmed[j];
         }
     }
-    if (sampleAge > times.sampleAge) TakeSample(b, i, times.now, mean);
+
+    if (IsAnySet(isSet, count)) SetBackground(b, mean, isSet, times.now, chunk);
+    if (isAnyDue && IsAnySet(isDue, count)) TakeSamples(b, mean, isDue, times.now, chunk);
 }
 
 }  // namespace
@@ -72,38 +183,40 @@ void LearnNoiseFromDispersions(WindowSums sums, const std::uint8_t* isStable, fl
 }
 
 void MarkChanges(ChangeBlocks b, std::int64_t now, BlockRange range) {
-    MD_INDEPENDENT_BLOCKS
-    for (std::size_t i = range.first; i < range.last; ++i)
-        b.isMotionPixel[i] =
-            HasChanged(b.age0[i], b.age1[i], b.age2[i], b.age4[i], ChangeLimit(b.noiseLevel[i])) ? 255 : 0;
-    MD_INDEPENDENT_BLOCKS
-    for (std::size_t i = range.first; i < range.last; ++i) {
-        const std::int64_t earlier = b.lastChangeTime[i];
-        b.lastChangeTime[i] = b.isMotionPixel[i] ? now : earlier;
-    }
+    ForEachChunk(range, [=](BlockRange chunk) {
+        std::uint8_t* const isMotionPixel = b.isMotionPixel + chunk.first;
+        std::uint8_t largest[chunkLength];
+        std::uint8_t any = 0;
+        MD_INDEPENDENT_BLOCKS
+        for (std::size_t i = chunk.first; i < chunk.last; ++i) {
+            const std::uint8_t difference = LargestDifference(b.age0[i], b.age1[i], b.age2[i], b.age4[i]);
+            const std::uint8_t mark = MayHaveChanged(difference, b.noiseLevel[i]) ? 255 : 0;
+            largest[i - chunk.first] = difference;
+            isMotionPixel[i - chunk.first] = mark;
+            any |= mark;
+        }
+        if (!any) return;
+        MD_INDEPENDENT_BLOCKS
+        for (std::size_t i = chunk.first; i < chunk.last; ++i)
+            isMotionPixel[i - chunk.first] = static_cast<float>(largest[i - chunk.first]) > ChangeLimit(b.noiseLevel[i]) ? 255 : 0;
+        StampTimes(isMotionPixel, b.lastChangeTime, now, chunk);
+    });
 }
 
 void LearnBackground(LearningBlocks b, LearningTimes times, float meanLimit, BlockRange range) {
-    for (std::size_t i = range.first; i < range.last; ++i) {
-        if (!b.isStable[i]) continue;
-        const float mean = TenFrameMean(b.firstSum[i], b.secondSum[i]);
-        const bool isKnown = b.isBackground[i];
-        if (isKnown && IsWithin(b.backgroundY[i], mean, meanLimit) &&
-            (!times.isSlow || ElapsedTicks(times.now, b.backgroundTime[i]) > times.refreshInterval))
-            SetBackground(b, i, times.now, mean);
-        if (!isKnown || !times.isSlow)
-            TryCandidate(b, i, times, mean, meanLimit);
-        else if (ElapsedTicks(times.now, b.sampleTime[i]) > times.sampleAge)
-            TakeSample(b, i, times.now, mean);
-    }
+    ForEachChunk(range, [&](BlockRange chunk) { LearnChunk(b, times, meanLimit, chunk); });
 }
 
 void ForgetBackground(ForgettingBlocks b, std::int64_t now, std::int64_t limit, float defaultNoiseLevel, BlockRange range) {
-    for (std::size_t i = range.first; i < range.last; ++i) {
-        if (ElapsedTicks(now, b.backgroundTime[i]) <= limit) continue;
-        b.isBackground[i] = 0;
-        b.noiseLevel[i] = defaultNoiseLevel;
-    }
+    ForEachChunk(range, [&](BlockRange chunk) {
+        std::uint8_t isForgotten[chunkLength];
+        if (!MarkOlder(b.backgroundTime, now, limit, isForgotten, chunk)) return;
+        for (std::size_t i = chunk.first; i < chunk.last; ++i) {
+            if (!isForgotten[i - chunk.first]) continue;
+            b.isBackground[i] = 0;
+            b.noiseLevel[i] = defaultNoiseLevel;
+        }
+    });
 }
 
 void LearnBackgroundFromIFrame(IFrameLearningBlocks b, IFrameLearningTimes times, float dispersionLimit, BlockRange range) {

@@ -41,6 +41,11 @@ constexpr float ChangeLimit(float noiseLevel) {
     return static_cast<float>(noiseLevel * 0.7);  // the product is a double, rounded once
 }
 
+// A little below that limit, in single precision: what does not exceed this exceeds neither, which most blocks do not.
+constexpr bool MayHaveChanged(std::uint8_t difference, float noiseLevel) {
+    return static_cast<float>(difference) > noiseLevel * 0.6999f;
+}
+
 constexpr bool Differs(int luma, int earlier, float limit) {
     const int difference = luma > earlier ? luma - earlier : earlier - luma;
     return static_cast<float>(difference) > limit;  // strict

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 #include "utils/Assert.h"
 
@@ -30,17 +31,30 @@ void ForEachCell(Box square, Grid grid, Visit visit) {
 
 }  // namespace
 
+// Most of a zone is still: eight blocks are asked at once.
 int CollectMovingBlocks(MovingBlocks b, Grid grid) {
+    const auto isAnySet = [](const std::uint8_t* bytes) {
+        std::uint64_t word;
+        std::memcpy(&word, bytes, sizeof word);
+        return word != 0;
+    };
+    std::fill_n(b.objectsMap, static_cast<std::ptrdiff_t>(grid.columns) * grid.rows, std::uint16_t{0});
     int count = 0;
     for (int y = 0; y < grid.rows; ++y) {
-        for (int x = 0; x < grid.columns; ++x) {
-            const std::ptrdiff_t i = static_cast<std::ptrdiff_t>(y) * grid.columns + x;
-            const bool isMoving = b.isInZone[i] && b.isObject[i];
-            b.objectsMap[i] = isMoving ? unassignedBlock : std::uint16_t{0};
-            if (!isMoving) continue;
-            b.xs[count] = static_cast<std::int16_t>(x);
-            b.ys[count] = static_cast<std::int16_t>(y);
-            ++count;
+        const std::ptrdiff_t row = static_cast<std::ptrdiff_t>(y) * grid.columns;
+        for (int x = 0; x < grid.columns;) {
+            const bool isWord = x + 8 <= grid.columns;
+            if (isWord && !(isAnySet(b.isObject + row + x) && isAnySet(b.isInZone + row + x))) {
+                x += 8;
+                continue;
+            }
+            for (const int end = isWord ? x + 8 : grid.columns; x < end; ++x) {
+                if (!b.isInZone[row + x] || !b.isObject[row + x]) continue;
+                b.objectsMap[row + x] = unassignedBlock;
+                b.xs[count] = static_cast<std::int16_t>(x);
+                b.ys[count] = static_cast<std::int16_t>(y);
+                ++count;
+            }
         }
     }
     return count;

@@ -1,0 +1,31 @@
+// How do a window's sums step to the next frame, and what were the extremes?
+#include "statistics/kernels/WindowSums.h"
+
+#include <algorithm>
+
+namespace MD::Kernels {
+
+void StepWindow(SteppingWindow w, BlockRange range) {
+    MD_INDEPENDENT_BLOCKS
+    for (std::size_t i = range.first; i < range.last; ++i) {
+        const int entering = w.entering[i], leaving = w.leaving[i];
+        w.sum[i] += static_cast<float>(entering - leaving);
+        w.squareSum[i] += static_cast<float>(entering * entering - leaving * leaving);
+    }
+}
+
+void FindExtremes(ExtremesBlocks b, BlockRange range) {
+    MD_INDEPENDENT_BLOCKS
+    for (std::size_t i = range.first; i < range.last; ++i) {
+        std::uint8_t smallest = b.luma[0][i], largest = smallest;
+        for (int age = 1; age < 10; ++age) {
+            const std::uint8_t luma = b.luma[age][i];
+            smallest = std::min(smallest, luma);
+            largest = std::max(largest, luma);
+        }
+        b.min[i] = smallest;
+        b.max[i] = largest;
+    }
+}
+
+}  // namespace MD::Kernels
