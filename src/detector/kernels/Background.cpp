@@ -49,16 +49,20 @@ void StampTimes(const std::uint8_t* marks, std::int64_t* times, std::int64_t now
     for (std::size_t i = chunk.first; i < chunk.last; ++i) times[i] = Select(marks[i - chunk.first], now, times[i]);
 }
 
-// marks[j] = 255 where `times` lies more than `limit` ticks back, else 0. Returns whether any does.
-bool MarkOlder(const std::int64_t* times, std::int64_t now, std::int64_t limit, std::uint8_t* marks, BlockRange chunk) {
-    std::uint8_t any = 0;
+// Whether any time of the chunk may lie more than `limit` ticks back; no: none does. Asks the sign of limit - age, which
+// can be wrong only by saying yes to an age beyond all limits of a signed difference.
+bool MayAnyBeOlder(const std::int64_t* times, std::int64_t now, std::int64_t limit, BlockRange chunk) {
+    std::uint64_t signs = 0;
+    for (std::size_t i = chunk.first; i < chunk.last; ++i)
+        signs |= static_cast<std::uint64_t>(limit) - static_cast<std::uint64_t>(ElapsedTicks(now, times[i]));
+    return static_cast<std::int64_t>(signs) < 0;
+}
+
+// marks[j] = 255 where `times` lies more than `limit` ticks back, else 0.
+void MarkOlder(const std::int64_t* times, std::int64_t now, std::int64_t limit, std::uint8_t* marks, BlockRange chunk) {
     MD_INDEPENDENT_BLOCKS
-    for (std::size_t i = chunk.first; i < chunk.last; ++i) {
-        const std::uint8_t mark = ElapsedTicks(now, times[i]) > limit ? 255 : 0;
-        marks[i - chunk.first] = mark;
-        any |= mark;
-    }
-    return any != 0;
+    for (std::size_t i = chunk.first; i < chunk.last; ++i)
+        marks[i - chunk.first] = ElapsedTicks(now, times[i]) > limit ? 255 : 0;
 }
 
 // Clears the marks of blocks without a background within the limit of the mean; then of those whose sample is not.
@@ -122,8 +126,11 @@ void LearnChunk(LearningBlocks b, LearningTimes times, float meanLimit, BlockRan
     // Every stable block's sample is renewed when it is older than sampleAge. (The first branch of the rule renews older
     // ones only, its other branches all those.) What it was decides on the confirmation first.
     std::uint8_t isDue[chunkLength];
-    const bool isAnyDue = MarkOlder(b.sampleTime, times.now, times.sampleAge, isDue, chunk);
-    for (std::size_t j = 0; j < count; ++j) isDue[j] &= isStable[j] ? 255 : 0;
+    const bool isAnyDue = MayAnyBeOlder(b.sampleTime, times.now, times.sampleAge, chunk);
+    if (isAnyDue) {
+        MarkOlder(b.sampleTime, times.now, times.sampleAge, isDue, chunk);
+        for (std::size_t j = 0; j < count; ++j) isDue[j] = isStable[j] ? isDue[j] : std::uint8_t{0};
+    }
 
     // Candidates, whose mean may agree with a sample of their past: blocks that were quiet for long. For a block that is
     // refreshed already a confirmation would write the same again; slow learning confirms unknown blocks only.
@@ -132,7 +139,8 @@ void LearnChunk(LearningBlocks b, LearningTimes times, float meanLimit, BlockRan
         const bool isCandidate = times.isSlow ? isBackground[j] == 0 : isSet[j] == 0;
         isConfirmed[j] = (isCandidate & (isStable[j] != 0)) ? 255 : 0;
     }
-    if (IsAnySet(isConfirmed, count) && MarkOlder(b.lastChangeTime, times.now, times.quiet, isOld, chunk)) {
+    if (IsAnySet(isConfirmed, count) && MayAnyBeOlder(b.lastChangeTime, times.now, times.quiet, chunk)) {
+        MarkOlder(b.lastChangeTime, times.now, times.quiet, isOld, chunk);
         for (std::size_t j = 0; j < count; ++j) isConfirmed[j] &= isOld[j];
         // Deliberate: one tick below the limit of quiet (BackgroundTest, SampleOfFiveSecondsIsReplaced).
         MarkOlder(b.sampleTime, times.now, times.quiet - 1, isOld, chunk);
@@ -209,13 +217,15 @@ void LearnBackground(LearningBlocks b, LearningTimes times, float meanLimit, Blo
 
 void ForgetBackground(ForgettingBlocks b, std::int64_t now, std::int64_t limit, float defaultNoiseLevel, BlockRange range) {
     ForEachChunk(range, [&](BlockRange chunk) {
+        if (!MayAnyBeOlder(b.backgroundTime, now, limit, chunk)) return;
         std::uint8_t isForgotten[chunkLength];
-        if (!MarkOlder(b.backgroundTime, now, limit, isForgotten, chunk)) return;
+        MarkOlder(b.backgroundTime, now, limit, isForgotten, chunk);
+        MD_INDEPENDENT_BLOCKS
         for (std::size_t i = chunk.first; i < chunk.last; ++i) {
-            if (!isForgotten[i - chunk.first]) continue;
-            b.isBackground[i] = 0;
-            b.noiseLevel[i] = defaultNoiseLevel;
+            const float known = b.noiseLevel[i];
+            b.noiseLevel[i] = isForgotten[i - chunk.first] ? defaultNoiseLevel : known;
         }
+        for (std::size_t i = chunk.first; i < chunk.last; ++i) b.isBackground[i] &= static_cast<std::uint8_t>(~isForgotten[i - chunk.first]);
     });
 }
 

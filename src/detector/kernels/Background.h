@@ -19,9 +19,11 @@ constexpr bool IsWithin(float a, float b, float limit) {
     return difference <= limit;  // inclusive
 }
 
+// Any two of the three are within the limit: the two farthest apart decide, and theirs is one of the three differences.
 constexpr bool AreAllWithin(float a, float b, float c, float limit) {
-    const bool ab = IsWithin(a, b, limit), bc = IsWithin(b, c, limit), ca = IsWithin(c, a, limit);
-    return ab & bc & ca;
+    const float larger = a > b ? a : b, smaller = a > b ? b : a;
+    const float largest = larger > c ? larger : c, smallest = smaller < c ? smaller : c;
+    return largest - smallest <= limit;  // inclusive
 }
 
 // Grey levels, from the extremes of ten frames.

@@ -9,8 +9,9 @@ void StepWindow(SteppingWindow w, BlockRange range) {
     MD_INDEPENDENT_BLOCKS
     for (std::size_t i = range.first; i < range.last; ++i) {
         const int entering = w.entering[i], leaving = w.leaving[i];
-        w.sum[i] += static_cast<float>(entering - leaving);
-        w.squareSum[i] += static_cast<float>(entering * entering - leaving * leaving);
+        const float difference = static_cast<float>(entering - leaving), total = static_cast<float>(entering + leaving);
+        w.sum[i] += difference;
+        w.squareSum[i] += difference * total;  // the difference of the squares, exactly
     }
 }
 
