@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
+#include <utility>
 #include <vector>
 
 #include "SeededRandom.h"
@@ -84,11 +86,11 @@ std::size_t MergeBothWays(const std::vector<Cells>& objects, int width, int heig
 std::vector<Cells> Strew(Kit::SeededRandom& random, int count, int width, int height, int reach) {
     std::vector<Cells> objects;
     for (int i = 0; i < count; ++i) {
-        const int x = static_cast<int>(random.Below(static_cast<std::uint32_t>(width)));
-        const int y = static_cast<int>(random.Below(static_cast<std::uint32_t>(height)));
+        const int x = random.Between(0, width - 1);
+        const int y = random.Between(0, height - 1);
         Cells cells;
-        for (std::uint32_t k = 0; k <= random.Below(5); ++k) {
-            const auto step = [&] { return static_cast<int>(random.Below(static_cast<std::uint32_t>(reach) + 1)); };
+        for (int blocks = random.Between(1, 5); blocks > 0; --blocks) {
+            const auto step = [&] { return random.Between(0, reach); };
             cells.push_back({static_cast<short>(std::min(x + step(), width - 1)), static_cast<short>(std::min(y + step(), height - 1))});
         }
         objects.push_back(cells);
@@ -110,9 +112,9 @@ TEST(ObjectMergerTest, RandomObjectsFromSparseToCrowded) {
     Kit::SeededRandom random(20);
     std::size_t merged = 0, apart = 0;
     for (int round = 0; round < 400; ++round) {
-        const int width = 1 + static_cast<int>(random.Below(120)), height = 1 + static_cast<int>(random.Below(90));
-        const int count = 1 + static_cast<int>(random.Below(round % 4 == 0 ? 20 : 400));
-        const std::size_t left = MergeBothWays(Strew(random, count, width, height, static_cast<int>(random.Below(8))), width, height);
+        const int width = random.Between(1, 120), height = random.Between(1, 90);
+        const int count = random.Between(1, round % 4 == 0 ? 20 : 400);
+        const std::size_t left = MergeBothWays(Strew(random, count, width, height, random.Between(0, 7)), width, height);
         merged += static_cast<std::size_t>(count) - left;
         apart += left;
     }
@@ -163,11 +165,11 @@ TEST(ObjectMergerTest, BoxesThatAreNone) {
         MergeBothWays(Strew(random, 40, 60, 40, 3), 60, 40, [seed](MotionObjectPool& pool) {
             Kit::SeededRandom own(seed);
             for (MotionObject* o = pool._busyList._first; o; o = o->next) {
-                if (own.Below(4) == 0) std::swap(o->minX, o->maxX);
-                if (own.Below(4) == 0) o->minY = static_cast<short>(o->minY + own.Below(4));
-                if (own.Below(8) == 0) o->maxX = static_cast<short>(o->maxX + own.Below(20));
+                if (own.OneIn(4)) std::swap(o->minX, o->maxX);
+                if (own.OneIn(4)) o->minY = static_cast<short>(o->minY + own.Between(0, 3));
+                if (own.OneIn(8)) o->maxX = static_cast<short>(o->maxX + own.Between(0, 19));
             }
-            if (own.Below(2) == 0) pool.AddWorkingObjects(2);  // empty box, no blocks
+            if (own.OneIn(2)) pool.AddWorkingObjects(2);  // empty box, no blocks
         });
     }
 }
@@ -176,7 +178,7 @@ TEST(ObjectMergerTest, MergerServesOnePoolAfterAnother) {
     Kit::SeededRandom random(3);
     MD::ObjectMerger merger;
     for (int round = 0; round < 50; ++round) {
-        const std::vector<Cells> objects = Strew(random, 1 + static_cast<int>(random.Below(300)), 80, 60, 4);
+        const std::vector<Cells> objects = Strew(random, random.Between(1, 300), 80, 60, 4);
         MotionObjectPool plain, quick;
         Fill(plain, objects, 80, 60);
         Fill(quick, objects, 80, 60);
