@@ -29,7 +29,7 @@ MotionDetector::MotionDetector()
       _detectShadow(false), _extraFlag2(false), _mpeg4IFrameOverride(false), _isMPEG4(false),
       _h264PartlyIsOptimized(false), _h264PartlyIsIFrame(false), _bgr24Stride(0), _nextProcessZone(nullptr),
       _nextMotionObject(nullptr), _processZones(true), _solveForeground(false), _limitObjectsToMask(true),
-      _longBackgroundTimes(false) {
+      _longBackgroundTimes(false), _shadowRowFirst(0), _shadowRowLast(0) {
     const long rn = std::rand();
     assert(rn >= 0 && rn <= RAND_MAX);
     _skipPhase = StartPhase(static_cast<int>(rn));
@@ -155,6 +155,7 @@ void MotionDetector::ReleaseBuffers() {
     _bgr24Stride = blockCountX = blockCountY = blockCount = _bgr24Size = 0;
     _nextProcessZone = nullptr;
     _nextMotionObject = nullptr;
+    _shadowRowFirst = _shadowRowLast = 0;
     _frameStatistics.ReleaseBuffers();
     for (int i = 0; i < AllBuffersCount; ++i) _buffers[i].release(_buffers[i].member);
 }

@@ -10,12 +10,17 @@ namespace MD {
 
 void MotionDetector::DetectShadow(DetectionInfo*) {
     if (!_frameStatistics._isFilled || _h264PartlyIsOptimized) return;
+    // The work planes are zero but for the rows of the last examination.
+    const std::ptrdiff_t dirtyStart = static_cast<std::ptrdiff_t>(_shadowRowFirst) * blockCountX;
+    const int dirtyLength = (_shadowRowLast - _shadowRowFirst) * blockCountX;
     for (float* plane : {_backgroundLogGradientX, _backgroundLogGradientY, _currentLogGradientX, _currentLogGradientY,
                          _shadowGradientSum, _shadowCbDifference, _shadowCrDifference, _shadowChromaSum})
-        Utils::ImageClear(plane, blockCount);
+        Utils::ImageClear(plane + dirtyStart, dirtyLength);
 
     const unsigned char* const frame = _frameStatistics.FrameOfAge(0);
-    Kernels::MarkShadowSearch(_isObject, _zoneResultMap, _shadowSearchMask, BlockGrid());
+    const Kernels::RowRange searched = Kernels::MarkShadowSearch(_isObject, _zoneResultMap, _shadowSearchMask, BlockGrid());
+    _shadowRowFirst = searched.first;
+    _shadowRowLast = searched.last;
     Kernels::MeasureShadowFeatures(
         {.searchMask = _shadowSearchMask, .isBackground = _isBackground, .backgroundY = _backgroundY,
          .backgroundCb = _backgroundCb, .backgroundCr = _backgroundCr, .currentY = frame,

@@ -214,6 +214,8 @@ private:
     MD_INTERNAL bool KeepObject(int count, int label);
 
     ObjectMerger _merger;
+    int          _shadowRowFirst;  // rows first to last - 1 of the shadow planes may hold more than zeros
+    int          _shadowRowLast;
 };
 
 }  // namespace MD

@@ -64,36 +64,66 @@ int CollectMovingBlocks(MovingBlocks b, Grid grid) {
 // join across a gap of one column, not of one row (ZonesTest, GapOfOneColumnJoins).
 void GrowObject(GrowingObject object, std::uint16_t label, Grid grid) {
     const int blockCount = grid.columns * grid.rows;
-    for (; object.processed < object.count; ++object.processed) {
-        const int x = object.xs[object.processed], y = object.ys[object.processed];
+    std::uint16_t* const labels = object.objectsMap;
+    std::int16_t* const xs = object.xs;
+    std::int16_t* const ys = object.ys;
+    int processed = object.processed, count = object.count;
+    const auto visit = [&](std::ptrdiff_t rowStart, int row, int column) {
+        if (labels[rowStart + column] != unassignedBlock) return;
+        const int currentObjectMotionBlocksCount = count + 1;
+        assert(currentObjectMotionBlocksCount <= blockCount);
+        labels[rowStart + column] = label;
+        xs[count] = static_cast<std::int16_t>(column);
+        ys[count] = static_cast<std::int16_t>(row);
+        count = currentObjectMotionBlocksCount;
+    };
+    for (; processed < count; ++processed) {
+        const int x = xs[processed], y = ys[processed];
+        const bool isInner = x >= 2 && x < grid.columns - 2 && y >= 1 && y < grid.rows - 1;
         for (int row = std::max(y - 1, 0); row <= std::min(y + 1, grid.rows - 1); ++row) {
-            const int reach = 2 - std::abs(row - y);
-            std::uint16_t* const labels = object.objectsMap + static_cast<std::ptrdiff_t>(row) * grid.columns;
-            for (int column = std::max(x - reach, 0); column <= std::min(x + reach, grid.columns - 1); ++column) {
-                if (labels[column] != unassignedBlock) continue;
-                const int currentObjectMotionBlocksCount = object.count + 1;
-                assert(currentObjectMotionBlocksCount <= blockCount);
-                labels[column] = label;
-                object.xs[object.count] = static_cast<std::int16_t>(column);
-                object.ys[object.count] = static_cast<std::int16_t>(row);
-                object.count = currentObjectMotionBlocksCount;
+            const int reach = row == y ? 2 : 1;
+            const std::ptrdiff_t rowStart = static_cast<std::ptrdiff_t>(row) * grid.columns;
+            if (isInner) {  // no bounds to keep: the usual case
+                if (reach == 2) visit(rowStart, row, x - 2);
+                visit(rowStart, row, x - 1);
+                visit(rowStart, row, x);
+                visit(rowStart, row, x + 1);
+                if (reach == 2) visit(rowStart, row, x + 2);
+            } else {
+                for (int column = std::max(x - reach, 0); column <= std::min(x + reach, grid.columns - 1); ++column)
+                    visit(rowStart, row, column);
             }
         }
     }
+    object.processed = processed;
+    object.count = count;
 }
 
+// Blocks that do not count push no bound: their coordinates are replaced by ones that cannot.
 bool BoxOfBlocks(ObjectBlocks object, const std::uint8_t* isCounted, Grid grid, Box& box) {
-    bool hasBlocks = false;
-    box = {grid.columns, 0, grid.rows, 0};
-    for (int i = 0; i < object.count; ++i) {
-        if (isCounted && !isCounted[IndexOf(object, i, grid)]) continue;
-        hasBlocks = true;
-        box.left = std::min<int>(box.left, object.xs[i]);
-        box.right = std::max<int>(box.right, object.xs[i]);
-        box.top = std::min<int>(box.top, object.ys[i]);
-        box.bottom = std::max<int>(box.bottom, object.ys[i]);
+    const auto columns = static_cast<std::int16_t>(grid.columns), rows = static_cast<std::int16_t>(grid.rows);
+    std::int16_t left = columns, right = 0, top = rows, bottom = 0;
+    int counted = object.count;
+    if (!isCounted) {
+        for (int i = 0; i < object.count; ++i) {
+            left = std::min(left, object.xs[i]);
+            right = std::max(right, object.xs[i]);
+            top = std::min(top, object.ys[i]);
+            bottom = std::max(bottom, object.ys[i]);
+        }
+    } else {
+        counted = 0;
+        for (int i = 0; i < object.count; ++i) {
+            const bool counts = isCounted[IndexOf(object, i, grid)] != 0;
+            counted += counts;
+            left = std::min(left, counts ? object.xs[i] : columns);
+            right = std::max(right, counts ? object.xs[i] : std::int16_t{0});
+            top = std::min(top, counts ? object.ys[i] : rows);
+            bottom = std::max(bottom, counts ? object.ys[i] : std::int16_t{0});
+        }
     }
-    return hasBlocks;
+    box = {left, right, top, bottom};
+    return counted > 0;
 }
 
 int TrimObject(ObjectBlocks object, Box box, std::uint16_t* objectsMap, std::uint8_t* zoneResultMap, Grid grid) {

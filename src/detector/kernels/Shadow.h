@@ -23,8 +23,14 @@ constexpr float ShadowScore(float gradientSum, float chromaSum) { return 75.0f *
 
 // ---- Loops over the grid -------------------------------------------------------------------------------------------
 
+struct RowRange {  // rows first to last - 1
+    int first;
+    int last;
+};
+
 // zoneResultMap[i] = 1 for foreground, else 0; searchMask[i] = 1 for foreground and its up to 8 neighbours, else 0.
-void MarkShadowSearch(const std::uint8_t* isObject, std::uint8_t* zoneResultMap, std::uint8_t* searchMask, Grid grid);
+// Returns the rows around all search marks.
+RowRange MarkShadowSearch(const std::uint8_t* isObject, std::uint8_t* zoneResultMap, std::uint8_t* searchMask, Grid grid);
 
 // Gradients of the logarithm of the luma, in background and frame, and change of the chroma. Blocks without background
 // and blocks that are not searched keep the zeros that the caller put there.
