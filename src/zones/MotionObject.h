@@ -28,9 +28,9 @@ public:
 
     MotionObject* prev;
     MotionObject* next;
-    int           _realBufferLenght; // entries of motionX and of motionY
-    short*        motionX;           // columns, owned
-    short*        motionY;           // rows, owned
+    int           _realBufferLenght; // capacity in blocks; storage up to it follows on demand
+    short*        motionX;           // objectPixelsCount columns
+    short*        motionY;           // objectPixelsCount rows
     short         index;             // 0; handed out to hosts
     short         secondIndex;       // 0; likewise
     short         minX;              // bounding box, inclusive
