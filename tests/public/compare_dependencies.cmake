@@ -1,0 +1,24 @@
+# Does the library bear its name and need the language's own libraries only?
+# cmake -DREADELF= -DLIBRARY= -P compare_dependencies.cmake
+cmake_minimum_required(VERSION 3.25)
+set(allowed "^(libstdc\\+\\+|libm|libgcc_s|libc|ld-linux-x86-64|ld-linux-aarch64)\\.so\\.[0-9]+$")
+
+execute_process(COMMAND ${READELF} -dW ${LIBRARY} OUTPUT_VARIABLE entries COMMAND_ERROR_IS_FATAL ANY)
+string(REPLACE "[" "<" entries "${entries}")  # brackets have a meaning in lists
+string(REPLACE "]" ">" entries "${entries}")
+
+string(REGEX MATCHALL "\\(SONAME\\)[^\n]*<[^>]*>" names "${entries}")
+if(NOT names MATCHES "^\\(SONAME\\)[^\n]*<libcoreMD\\.so\\.1>$")
+    message(SEND_ERROR "the library's name is not libcoreMD.so.1: ${names}")
+endif()
+
+string(REGEX MATCHALL "\\(NEEDED\\)[^\n]*<[^>]*>" needs "${entries}")
+if(NOT needs)
+    message(SEND_ERROR "no needed library found: is this a shared library?")
+endif()
+foreach(need IN LISTS needs)
+    string(REGEX REPLACE ".*<(.*)>" "\\1" library "${need}")
+    if(NOT library MATCHES "${allowed}")
+        message(SEND_ERROR "needs a library that hosts may not have: ${library}")
+    endif()
+endforeach()
