@@ -1,6 +1,8 @@
 // Which objects become one?  The merge of the zones' objects by their bounding boxes, and the labels after it.
 #include <algorithm>
+#include <array>
 #include <initializer_list>
+#include <random>
 #include <utility>
 
 #include "DetectorFixture.h"
@@ -43,6 +45,37 @@ protected:
         for (const Cells& cells : objects) AddObject(cells);
         detector.MergeMDZonesResult();
         return Objects();
+    }
+
+    static bool BoxesTouch(const Cells& a, const Cells& b) {
+        const auto box = [](const Cells& cells) {
+            int left = 1000, right = -1, top = 1000, bottom = -1;
+            for (const auto& [x, y] : cells) {
+                left = std::min(left, x);
+                right = std::max(right, x);
+                top = std::min(top, y);
+                bottom = std::max(bottom, y);
+            }
+            return std::array{left, right, top, bottom};
+        };
+        const auto [aLeft, aRight, aTop, aBottom] = box(a);
+        const auto [bLeft, bRight, bTop, bBottom] = box(b);
+        return bRight + 1 >= aLeft && bLeft - 1 <= aRight && bBottom + 1 >= aTop && bTop - 1 <= aBottom;
+    }
+
+    // The rule in its plainest form. From the tail on, each object goes into the first of the list that it touches.
+    static void SweepUntilNothingTouches(std::vector<Cells>& objects) {
+        for (bool hasMerged = true; hasMerged;) {
+            hasMerged = false;
+            for (std::size_t a = objects.size(); a-- > 1;) {
+                std::size_t b = 0;
+                while (b < a && !BoxesTouch(objects[a], objects[b])) ++b;
+                if (b == a) continue;
+                objects[b].insert(objects[b].end(), objects[a].begin(), objects[a].end());
+                objects.erase(objects.begin() + static_cast<std::ptrdiff_t>(a));
+                hasMerged = true;
+            }
+        }
     }
 
     // One frame in which the blocks of the picture light up, with the zones already added.
@@ -159,6 +192,32 @@ TEST_F(MergeTest, CellsSharedByZonesAreListedTwice) {
     EXPECT_EQ(object.pixelsCount, 6);
     EXPECT_EQ(object.left, 0);
     EXPECT_EQ(object.right, 3);
+}
+
+// Any number of objects, in boxes of any size: the cells of every merged object in the order in which sweeps move them.
+TEST_F(MergeTest, RandomObjectsAreMergedSweepBySweep) {
+    UseGrid(60, 40);
+    std::mt19937 random(20240229);
+    const auto draw = [&random](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
+    int mergedTogether = 0;
+    for (int round = 0; round < 400; ++round) {
+        detector._mergedPool.ReleaseBusyList();
+        std::vector<Cells> expected;
+        const int objectCount = 1 + draw(round % 4 == 0 ? 200 : 40), size = 1 + draw(round % 3 == 0 ? 12 : 3);
+        for (int i = 0; i < objectCount; ++i) {
+            Cells cells;
+            const int left = draw(60 - size), top = draw(40 - size);
+            for (int cell = draw(4); cell >= 0; --cell) cells.emplace_back(left + draw(size), top + draw(size));
+            expected.push_back(cells);
+            AddObject(cells);
+        }
+        SweepUntilNothingTouches(expected);
+        detector.MergeMDZonesResult();
+        ASSERT_EQ(Objects(), expected) << round;
+        ASSERT_EQ(detector._mergedPool._busyList._objectsCount, static_cast<int>(expected.size()));
+        mergedTogether += objectCount - static_cast<int>(expected.size());
+    }
+    EXPECT_GT(mergedTogether, 1000);  // the scenes are crowded enough to mean something
 }
 
 // More cells than the grid has blocks: the buffers of the absorber grow.

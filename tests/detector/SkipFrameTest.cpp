@@ -156,6 +156,19 @@ TEST_F(SkipFrameTest, SkippedFrameTeachesNothing) {
     EXPECT_EQ(Copied(detector._isStable, 12), all);
 }
 
+// The time of the last frame let through outlives a step backwards: until it is passed, a later phase skips everything.
+TEST_F(SkipFrameTest, AfterAStepBackwardsLaterPhasesSkipUntilTheOldTimeIsPassed) {
+    LetThrough(66);
+    ASSERT_EQ(detector._skipPhase, 1);
+    ASSERT_EQ(detector._lastFrameTime, 66 * second);
+    Feed(frame, 0, second, 67);  // seconds 0 to 66
+    EXPECT_EQ(Copied(detector._isStable, 12), none);
+    EXPECT_EQ(detector._lastFrameTime, 66 * second);
+    Feed(frame, 67 * second);
+    EXPECT_EQ(Copied(detector._isStable, 12), all);
+    EXPECT_EQ(detector._lastFrameTime, 67 * second);
+}
+
 // 1.0 >= elapsed * rate: true for a rate of 0 or below, false where the product is no number or infinite.
 TEST_F(SkipFrameTest, StrangeFrameRatesFollowTheFormula) {
     constexpr double infinity = std::numeric_limits<double>::infinity();
