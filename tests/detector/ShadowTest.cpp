@@ -43,6 +43,16 @@ protected:
     Picture Foreground() const { return PictureOf(detector._isObject, detector.blockCountX, detector.blockCountY); }
     Picture ResultMap() const { return PictureOf(detector._zoneResultMap, detector.blockCountX, detector.blockCountY); }
 
+    // Texture and colour that differ from block to block and from the background.
+    void MakeRestless() {
+        for (int i = 0; i < detector.blockCount; ++i) {
+            detector._backgroundY[i] = static_cast<std::uint8_t>(90 + i * 29 % 80);
+            Luma()[i] = static_cast<std::uint8_t>(60 + i * 37 % 100);
+            Cb()[i] = static_cast<std::uint8_t>(128 + i * 13 % 100);
+            Cr()[i] = static_cast<std::uint8_t>(128 - i * 17 % 100);
+        }
+    }
+
     std::vector<float*> WorkPlanes() {
         return {detector._backgroundLogGradientX, detector._backgroundLogGradientY, detector._currentLogGradientX,
                 detector._currentLogGradientY,    detector._shadowGradientSum,      detector._shadowChromaSum,
@@ -52,19 +62,57 @@ protected:
 
 TEST_F(ShadowTest, WithoutForegroundOnlyWorkArraysAndMapAreCleared) {
     UseGrid(3, 3);
-    const std::vector<float*> planes = WorkPlanes();
-    for (float* plane : planes) std::fill_n(plane, 9, 5.0f);
-    std::fill_n(detector._shadowSearchMask, 9, std::uint8_t{5});
-    std::fill_n(detector._zoneResultMap, 9, std::uint8_t{2});
+    MakeRestless();
+    Detect({"###", "###", "###"});
+    for (const float* plane : WorkPlanes()) EXPECT_NE(Copied(plane, 9), std::vector<float>(9, 0.0f));
+    std::fill_n(detector._isObject, 9, std::uint8_t{0});
     std::fill_n(detector._isMotionPixel, 9, std::uint8_t{5});
+    const Bytes background = Copied(detector._backgroundY, 9);
     detector.DetectShadow(nullptr);
-    for (const float* plane : planes) EXPECT_EQ(Copied(plane, 9), std::vector<float>(9, 0.0f));
+    for (const float* plane : WorkPlanes()) EXPECT_EQ(Copied(plane, 9), std::vector<float>(9, 0.0f));
     EXPECT_EQ(Copied(detector._shadowSearchMask, 9), Bytes(9, 0));
     EXPECT_EQ(Copied(detector._zoneResultMap, 9), Bytes(9, 0));
     EXPECT_EQ(Copied(detector._isObject, 9), Bytes(9, 0));
     EXPECT_EQ(Copied(detector._isMotionPixel, 9), Bytes(9, 5));
     EXPECT_EQ(Copied(detector._isBackground, 9), Bytes(9, 255));
-    EXPECT_EQ(Copied(detector._backgroundY, 9), Bytes(9, 200));
+    EXPECT_EQ(Copied(detector._backgroundY, 9), background);
+}
+
+// What an examination leaves in the work arrays does not show in the next one, wherever the foreground goes.
+TEST_F(ShadowTest, EveryExaminationStartsFromZeros) {
+    const Picture foregrounds[] = {{"....", "....", "....", "....", ".##."}, {"#...", "....", "....", "....", "...."},
+                                   {"####", "####", "####", "####", "####"}, {"....", "....", "..#.", "....", "...."},
+                                   {"....", "....", "....", "....", "...."}, {"..##", "....", "....", "....", "#..."}};
+    struct Outcome {
+        std::vector<std::vector<float>> planes;
+        Picture foreground, map;
+        bool operator==(const Outcome&) const = default;
+    };
+    const auto examine = [this](const Picture& foreground) {
+        Detect(foreground);
+        Outcome outcome{.planes = {}, .foreground = Foreground(), .map = ResultMap()};
+        for (const float* plane : WorkPlanes()) outcome.planes.push_back(Copied(plane, 20));
+        return outcome;
+    };
+    std::vector<Outcome> oneAfterAnother;
+    UseGrid(4, 5);
+    MakeRestless();
+    for (const Picture& foreground : foregrounds) oneAfterAnother.push_back(examine(foreground));
+    for (std::size_t i = 0; i < oneAfterAnother.size(); ++i) {
+        UseGrid(4, 5);  // new work arrays
+        MakeRestless();
+        EXPECT_TRUE(examine(foregrounds[i]) == oneAfterAnother[i]) << i;
+    }
+}
+
+TEST_F(ShadowTest, SmallerGridStartsAfresh) {
+    UseGrid(40, 30);
+    MakeRestless();
+    std::fill_n(detector._isObject + 1160, 40, std::uint8_t{255});
+    detector.DetectShadow(nullptr);
+    UseGrid(3, 3);
+    Detect({"...", ".#.", "..."});
+    EXPECT_EQ(ResultMap(), (Picture{"...", ".2.", "..."}));
 }
 
 TEST_F(ShadowTest, UniformDarkeningIsShadow) {
