@@ -13,7 +13,8 @@
 #endif
 
 #define RECORD_SIZE(record, size) static_assert(sizeof(record) == (size), "size of " #record)
-#define FIELD_OFFSET(record, field, offset) static_assert(offsetof(record, field) == (offset), "offset of " #record "." #field)
+#define FIELD_OFFSET(record, field, offset) \
+    static_assert(offsetof(record, field) == (offset), "offset of " #record "." #field)
 
 RECORD_SIZE(DetectorHandle, 8);
 
