@@ -13,15 +13,15 @@
 namespace MD {
 namespace {
 
-// Lengths are counted in an int. Throws std::bad_array_new_length beyond it.
+// Lengths are counted in an int. Throws std::bad_array_new_length beyond it and below 0.
 int CheckedLength(std::int64_t length) {
-    if (length > std::numeric_limits<int>::max()) throw std::bad_array_new_length();
+    if (length < 0 || length > std::numeric_limits<int>::max()) throw std::bad_array_new_length();
     return static_cast<int>(length);
 }
 
 }  // namespace
 
-MotionObject::MotionObject(int length) : MotionObject(length, nullptr, 0) { OwnCells(length); }
+MotionObject::MotionObject(int length) : MotionObject(CheckedLength(length), nullptr, 0) { OwnCells(length); }
 
 MotionObject::MotionObject(int length, short* cells, int storedLength)
     : prev(nullptr), next(nullptr), _realBufferLenght(length), index(0), secondIndex(0), objectPixelsCount(0),
@@ -31,6 +31,8 @@ MotionObject::MotionObject(int length, short* cells, int storedLength)
 }
 
 MotionObject::~MotionObject() { delete[] _ownCells; }
+
+bool MotionObject::IsBorrowing() const { return !_ownCells; }
 
 void MotionObject::Borrow(short* cells, int storedLength) {
     motionX = cells;
@@ -104,6 +106,11 @@ void MotionObjectList::Add(MotionObject* object) {
 
 void MotionObjectList::Remove(MotionObject* object) {
     assert(object);
+    if (object->IsBorrowing()) object->OwnCells(object->_realBufferLenght);
+    Unlink(object);
+}
+
+void MotionObjectList::Unlink(MotionObject* object) {
     if (object->prev) {
         object->prev->next = object->next;
     } else {
@@ -158,7 +165,7 @@ short* MotionObjectPool::TakeCells(int blockCount) {
 
 MotionObject* MotionObjectPool::Take(std::int64_t length, int blockCount) {
     if (MotionObject* const object = _freeList._first) {
-        if (!object->_ownCells || object->_storedLength < blockCount)
+        if (object->IsBorrowing() || object->_storedLength < blockCount)
             object->OwnCells(std::max(object->_realBufferLenght, blockCount));
         _freeList.Remove(object);
         return object;
@@ -232,15 +239,15 @@ void MotionObjectPool::AddWorkingObjects(int count) {
 
 void MotionObjectPool::ClearBusyList() {
     while (MotionObject* const object = _busyList._first) {
-        if (!object->_ownCells) object->OwnCells(object->_realBufferLenght);
-        _busyList.Remove(object);
+        _busyList.Remove(object);  // its blocks leave the arena
         _freeList.Add(object);
     }
     _cells.Reset();
 }
 
 void MotionObjectPool::RemoveFromBusy(MotionObject* object) {
-    _busyList.Remove(object);
+    assert(object);
+    _busyList.Unlink(object);
     Recycle(object);
 }
 

@@ -40,11 +40,13 @@ public:
     int           objectPixelsCount;
 
 private:
+    friend class MotionObjectList;
     friend class MotionObjectPool;
     friend class ObjectMerger;
 
     MD_INTERNAL MotionObject(int length, short* cells, int storedLength);  // borrowed cells, see Borrow
     MD_INTERNAL void Borrow(short* cells, int storedLength);  // 2 * storedLength coordinates, columns first
+    MD_INTERNAL bool IsBorrowing() const;
     MD_INTERNAL void OwnCells(int storedLength);              // moves the blocks to memory of its own
     MD_INTERNAL void AppendBlocks(const MotionObject& src);   // which must fit; the box stays
     MD_INTERNAL CellBox Box() const;
@@ -61,13 +63,19 @@ public:
     MotionObjectList();
 
     void Add(MotionObject* object);       // at the tail; fatal "object"
-    void Remove(MotionObject* object);    // unlinks, does not destroy; fatal "object", "_first == object", "_last == object"
+    // Unlinks and does not destroy: the caller owns the object, blocks included, whatever becomes of the pool it was in.
+    void Remove(MotionObject* object);    // fatal "object", "_first == object", "_last == object", "_objectsCount >= 0"
     MotionObject* GetByIndex(short index);// 0 is the first; fatal "index < _objectsCount", "false"
     void Release();                       // fatal "!_objectsCount" when the count disagrees with the links
 
     MotionObject* _first;
     MotionObject* _last;
     int           _objectsCount;
+
+private:
+    friend class MotionObjectPool;
+
+    MD_INTERNAL void Unlink(MotionObject* object);
 };
 
 // The objects of the current frame (busy) and storage kept for the next ones (free).

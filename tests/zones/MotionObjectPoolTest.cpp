@@ -262,15 +262,19 @@ TEST(MotionObjectPoolTest, RemovedObjectOutlivesTheFrame) {
 }
 
 // _realBufferLenght is what the buffers hold, in a pool too.
-TEST(MotionObjectPoolTest, BuffersOfPooledObjectsHoldTheirWholeLength) {
+// Storage follows the blocks: an object that grows to its capacity must not touch its neighbours.
+TEST(MotionObjectPoolTest, PooledObjectsGrowToTheirWholeLength) {
     MotionObjectPool pool;
     pool.Inic(8, 6);
     AddObject(pool, {{1, 1}}, 48);
     pool.Copy(pool._busyList._first);
     AddObject(pool, {{2, 2}}, 48);
     for (MotionObject* object : ObjectsOf(pool._busyList))
-        for (int i = 1; i < object->_realBufferLenght; ++i) object->motionX[i] = object->motionY[i] = 7;
-    EXPECT_EQ(AllBlocksOf(pool._busyList), (std::vector<Blocks>{{{1, 1}}, {{1, 1}}, {{2, 2}}}));
+        while (object->objectPixelsCount + 1 < object->_realBufferLenght) object->AddPixel(7, 5);
+    Blocks ones(47, {7, 5}), twos = ones;
+    ones[0] = {1, 1};
+    twos[0] = {2, 2};
+    EXPECT_EQ(AllBlocksOf(pool._busyList), (std::vector<Blocks>{ones, ones, twos}));
 }
 
 TEST(MotionObjectPoolTest, ImpossibleLengthThrowsAndAddsNothing) {
