@@ -1,0 +1,132 @@
+// Does the program write what the library renders, and does it refuse bad arguments in one line?
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string>
+
+#include <sys/wait.h>
+
+#include "Scene.h"
+#include "SceneOutput.h"
+
+namespace {
+
+struct Outcome {
+    int exitCode;
+    std::string out;
+    std::string errors;
+};
+
+std::string ContentOf(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+class SceneProgram : public testing::Test {
+protected:
+    void SetUp() override {
+        std::string pattern = (std::filesystem::temp_directory_path() / "mdscene-XXXXXX").string();
+        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+        _folder = pattern;
+    }
+    void TearDown() override { std::filesystem::remove_all(_folder); }
+
+    std::string PathOf(const std::string& name) const { return (_folder / name).string(); }
+
+    Outcome Run(const std::string& arguments) const {
+        const std::string command = std::string(MDSCENE_PROGRAM) + " " + arguments + " 2>" + PathOf("errors");
+        Outcome outcome = {};
+        FILE* pipe = popen(command.c_str(), "r");
+        std::array<char, 4096> chunk;
+        while (const std::size_t length = fread(chunk.data(), 1, chunk.size(), pipe))
+            outcome.out.append(chunk.data(), length);
+        const int status = pclose(pipe);
+        outcome.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        outcome.errors = ContentOf(PathOf("errors"));
+        return outcome;
+    }
+
+private:
+    std::filesystem::path _folder;
+};
+
+// The same scene for the program and for the library.
+const std::string smallScene =
+    "--size 96x54 --frames 40 --fps 4 --seed 9 --quiet-seconds 2 --pause-seconds -20 --noise 2 --wind 0.5";
+constexpr MdScene::Settings smallSettings = {.width = 96, .height = 54, .fps = 4, .frames = 40, .seed = 9,
+                                             .quietSeconds = 2, .pauseSeconds = -20, .noise = 2, .wind = 0.5};
+
+}  // namespace
+
+TEST_F(SceneProgram, WritesWhatTheLibraryRenders) {
+    std::ostringstream video, truth;
+    const MdScene::Scene scene(smallSettings);
+    MdScene::Frame frame;
+    MdScene::WriteVideoHeader(smallSettings, video);
+    for (int number = 0; number < smallSettings.frames; ++number) {
+        scene.Render(number, frame);
+        MdScene::WriteVideoFrame(frame, video);
+        MdScene::WriteTruthLine(frame, truth);
+    }
+    const Outcome toPipe = Run(smallScene + " --truth " + PathOf("truth"));
+    EXPECT_EQ(toPipe.exitCode, 0);
+    EXPECT_EQ(toPipe.errors, "");
+    EXPECT_TRUE(toPipe.out == video.str());
+    EXPECT_EQ(ContentOf(PathOf("truth")), truth.str());
+    EXPECT_NE(truth.str().find("\"car\""), std::string::npos);
+
+    const Outcome toFile = Run(smallScene + " --output " + PathOf("video"));
+    EXPECT_EQ(toFile.exitCode, 0);
+    EXPECT_EQ(toFile.out, "");
+    EXPECT_TRUE(ContentOf(PathOf("video")) == video.str());
+}
+
+TEST_F(SceneProgram, WritesOneMaskPerFrame) {
+    std::filesystem::create_directory(PathOf("masks"));
+    EXPECT_EQ(Run(smallScene + " --output /dev/null --masks " + PathOf("masks")).exitCode, 0);
+    const std::filesystem::directory_iterator masks(PathOf("masks"));
+    EXPECT_EQ(std::distance(begin(masks), end(masks)), smallSettings.frames);
+    MdScene::Frame frame;
+    MdScene::Scene(smallSettings).Render(33, frame);
+    std::ostringstream mask;
+    MdScene::WriteMask(frame, mask);
+    EXPECT_TRUE(ContentOf(PathOf("masks/000033.pgm")) == mask.str());
+}
+
+TEST_F(SceneProgram, BadArgumentsGetOneLineAndAnExitCode) {
+    for (const std::string arguments :
+         {"--size 640", "--size 640x360x3", "--size 16x16", "--size x", "--frames -1", "--frames 1.5", "--frames many",
+          "--fps 0", "--fps nan", "--seed -5", "--quiet-seconds -1", "--noise inf", "--wind 99", "--masks /nonexistent",
+          "--frames", "--colour", "video.y4m"}) {
+        const Outcome outcome = Run(arguments);
+        EXPECT_EQ(outcome.exitCode, 2) << arguments;
+        EXPECT_EQ(outcome.out, "") << arguments;
+        EXPECT_EQ(outcome.errors.rfind("mdscene: ", 0), 0u) << arguments << ": " << outcome.errors;
+        EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << arguments << ": " << outcome.errors;
+    }
+}
+
+TEST_F(SceneProgram, FilesThatCannotBeWrittenEndTheProgram) {
+    for (const std::string arguments : {"--frames 2 --output /nonexistent/video", "--frames 2 --truth /nonexistent/truth",
+                                        "--frames 2 --output /dev/full", "--frames 2 --truth /dev/full"}) {
+        const Outcome outcome = Run(arguments);
+        EXPECT_EQ(outcome.exitCode, 1) << arguments;
+        EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << arguments << ": " << outcome.errors;
+    }
+}
+
+TEST_F(SceneProgram, HelpNamesEveryOption) {
+    const Outcome outcome = Run("--help");
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_EQ(outcome.errors, "");
+    for (const char* option : {"--size", "--frames", "--fps", "--seed", "--quiet-seconds", "--pause-seconds", "--noise",
+                               "--wind", "--output", "--truth", "--masks"})
+        EXPECT_NE(outcome.out.find(option), std::string::npos) << option;
+}
