@@ -44,7 +44,7 @@ struct PictureFormat {
 // A decoded picture, borrowed.  As many planes count as the format has.
 struct PictureView {
     std::array<const std::uint8_t*, 3> plane = {}; // first sample of the top row
-    std::array<std::ptrdiff_t, 3> stride = {};     // bytes from a row to the row below; negative in pictures stored bottom up
+    std::array<std::ptrdiff_t, 3> stride = {};     // bytes from a row to the one below; negative in pictures stored bottom up
 };
 
 // The largest grid that the detector takes, in either direction.

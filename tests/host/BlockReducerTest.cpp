@@ -225,7 +225,8 @@ TEST(BlockReducer, ComparisonNoticesPlantedFaults) {
 TEST(BlockReducer, BgrPictureShowsTheMeansInTheirRange) {
     std::mt19937 random(6);
     for (const ColorRange range : {ColorRange::Full, ColorRange::Limited}) {
-        const PictureFormat size = {.width = 50, .height = 30, .format = PixelFormat::Yuv444, .blockSize = 4, .range = range};
+        const PictureFormat size = {.width = 50, .height = 30, .format = PixelFormat::Yuv444, .blockSize = 4,
+                                    .range = range};
         const Picture picture(size, 0, false, Filling::Random, GuardedSide::End, random);
         BlockReducer reducer(size);
         reducer.Reduce(picture.view);
