@@ -1,6 +1,6 @@
 /* coreMD: motion detection on a coarse grid of blocks.
  *
- * The complete C interface: five records, one handle, sixteen functions. C11 and C++.
+ * The complete C interface: five records, one handle, fourteen functions. C11 and C++.
  *
  * Words used throughout
  *   block     one cell of the grid; block (x, y) has index y * width + x, rows without padding
@@ -13,9 +13,13 @@
  *   returns non-zero; h14 once.
  *
  * Broken preconditions end the process with the C library's assertion message, in release builds too. There is no other
- * error channel besides the status codes below. Exhausted memory surfaces as a C++ exception (std::bad_alloc).
+ * error channel besides the status codes below. Record pointers must not be null.
  *
- * Threads: a handle belongs to one thread at a time. Different handles share nothing.
+ * Exhausted memory surfaces as a C++ exception (std::bad_alloc) out of h12, h13 or h15, which a host in C cannot catch. After
+ * one out of h13 the detector can be destroyed, or go on with the next frame.
+ *
+ * Threads: a handle belongs to one thread at a time. Different handles share nothing, but for one rand() that h15 draws to
+ * spread the detectors' frame cycles: results repeat for the same srand() before it.
  */
 #ifndef COREMD_H
 #define COREMD_H
@@ -40,8 +44,8 @@ extern "C" {
 /* Status of h17, h18 and h19. */
 enum {
     COREMD_DELIVERED = 0,  /* the record was filled */
-    COREMD_EXHAUSTED = 1,  /* the cursor is at its end; the record was not written */
-    COREMD_NOT_READY = 2   /* fewer than 11 frames of history */
+    COREMD_EXHAUSTED = 1,  /* the cursor is at its end; what the record holds means nothing */
+    COREMD_NOT_READY = 2   /* fewer than 11 frames of history since the detector started afresh; P-frames do not count */
 };
 
 /* One frame. The caller owns every buffer; they are read during the call only. */
@@ -54,7 +58,7 @@ typedef struct DetectionInfo {
     uint8_t* ycbcrForEachBlock;  /* three [block] planes one after another: Y, Cb, Cr */
     uint8_t* mpeg4ReferenceLuma; /* [block] reference luma of the MPEG-4 mode; may be null: that mode then marks nothing */
     int32_t  extraFlag1;         /* boolean, no effect */
-    int32_t  isIFrame;           /* boolean: a complete picture */
+    int32_t  isIFrame;           /* boolean: a complete picture; matters in MPEG-4 mode, echoed in MDResultInfo */
     double   fps;                /* frames per second of the source; taken when the detector starts afresh */
     int32_t  passThroughFlag;    /* boolean, echoed in MDResultInfo */
     int32_t  detectShadow;       /* boolean: drop shadows; taken when the detector starts afresh */
@@ -71,13 +75,13 @@ typedef struct MDZoneInfo {
     int32_t  maskWidth;       /* columns of mask; any resolution, it is resampled onto the grid */
     int32_t  maskHeight;      /* rows of mask */
     float    zoneValue;       /* carried with the zone, no effect */
-    float    minObjectWidth;  /* smallest object kept, as a fraction of the grid's width; 0 keeps all */
+    float    minObjectWidth;  /* smallest object kept, as a fraction 0..1 of the grid's width; 0 keeps all */
     float    minObjectHeight; /* likewise of the grid's height */
 } MDZoneInfo;
 
 /* Summary of the last frame. */
 typedef struct MDResultInfo {
-    int32_t zoneResultsCount; /* results that h19 delivers: 0 before 11 frames of history, then 1 */
+    int32_t zoneResultsCount; /* results that h19 delivers: 0 while not ready, then 1 */
     int32_t isIFrame;         /* 0 or 1: the input flag, or what the detector's frame cycle made of it */
     int32_t passThroughFlag;  /* 0 or 1 */
 } MDResultInfo;
@@ -105,24 +109,28 @@ typedef struct MDObjectInfo {
 /* The variable that the caller keeps: null before h15 and after h14. Every function takes its address. */
 typedef void* DetectorHandle;
 
-/* Creates a detector. Returns 0.
+/* Creates a detector. Returns 0. Draws one rand().
  * `handle` must not be null ("ptr"), the variable must be null ("!*ptr"). */
 COREMD_API int32_t h15(DetectorHandle* handle);
 
-/* Destroys the detector, if there is one, and sets the variable to null. */
+/* Destroys the detector, if there is one, and sets the variable to null. `handle` itself must not be null (not checked). */
 COREMD_API void h14(DetectorHandle* handle);
 
 /* Adds a zone after the ones already there. Returns 0.
+ * The record must not be null, nor its mask ("source").
  * Zones are fitted to the grid when the detector starts afresh (first frame, new grid size, time running backwards): add
- * them before the first h13. A zone added later stops the process in h13 until then. */
+ * them before the first h13. With a zone added later, h13 stops the process ("currentZone->pixelMapWidth == blockCountX")
+ * as soon as the history is filled, unless the detector starts afresh before. */
 COREMD_API int32_t h12(DetectorHandle* handle, MDZoneInfo* zone);
 
-/* Removes all zones. Returns 0. */
+/* Removes all zones. Returns 0. Frames go on without objects; starting afresh without a zone is fatal ("first"). */
 COREMD_API int32_t h11(DetectorHandle* handle);
 
 /* Processes one frame.
- * Stops the process on: no zone when the detector starts afresh ("first"), null record ("info"), width, height, stride or
- * bgr24ForEachBlock outside their range; more than 32767 objects in one zone ("motionObjectsCount >= 0"). */
+ * Stops the process on: null record ("info"); width, height, stride or bgr24ForEachBlock outside their range; null
+ * ycbcrForEachBlock ("source"); no zone when the detector starts afresh ("first"); more than 32767 objects in one zone
+ * ("motionObjectsCount >= 0"); an object that fills the whole grid and is smaller than a zone's minimum, which takes a
+ * fraction above 1 or a grid of one block ("mOBlocksCount > 0 && mOBlocksCount < blockCount"). */
 COREMD_API void h13(DetectorHandle* handle, DetectionInfo* info);
 
 /* Summary of the last frame; rewinds the zone cursor. Returns COREMD_DELIVERED or COREMD_NOT_READY (record written). */
@@ -145,7 +153,8 @@ COREMD_API int32_t h33(DetectorHandle* handle, uint8_t* image, int32_t* mask);
  * byte is not 1 leaves it on. */
 COREMD_API void h35(DetectorHandle* handle, int32_t value);
 
-/* Makes the background learn more slowly. Off by default; on when the value's low byte is not 0. */
+/* Makes the background learn more slowly, and lets every block of an object count as one that moved just now, which undoes
+ * the limit of h35. Off by default; on when the value's low byte is not 0. */
 COREMD_API void h36(DetectorHandle* handle, int32_t value);
 
 /* Copies `length` bytes; nothing when length < 1. Source first, destination second. Returns the destination. */
