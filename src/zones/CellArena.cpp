@@ -13,7 +13,6 @@ short* CellArena::Take(std::size_t entries, std::size_t pieceEntries) {
         return taken;
     }
     const std::size_t length = std::max(entries, pieceEntries);
-    _pieces.reserve(_pieces.size() + 1);
     _pieces.push_back({std::unique_ptr<short[]>(new short[length]), length});
     _piece = _pieces.size() - 1;
     _used = entries;

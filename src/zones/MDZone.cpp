@@ -72,6 +72,7 @@ void MDZone::SetStandartParameters() {
 
 void MDZone::SetMapToFullFrame() {
     Utils::SafeReleaseBuff(&map);
+    mapWidth = mapHeight = 0;  // stays so if the allocation throws
     Utils::AllocBuff(&map, 1);
     mapWidth = mapHeight = 1;
     FillMap();

@@ -13,6 +13,8 @@
 namespace MD {
 namespace {
 
+constexpr std::size_t arenaPieceLength = std::size_t{1} << 16;  // coordinates: 32768 blocks, untouched memory costs nothing
+
 // Lengths are counted in an int. Throws std::bad_array_new_length beyond it and below 0.
 int CheckedLength(std::int64_t length) {
     if (length < 0 || length > std::numeric_limits<int>::max()) throw std::bad_array_new_length();
@@ -77,8 +79,11 @@ void MotionObject::AddPixel(int x, int y) {
     if (objectPixelsCount >= _storedLength) OwnCells(_realBufferLenght);
     motionX[objectPixelsCount] = static_cast<short>(x);
     motionY[objectPixelsCount] = static_cast<short>(y);
+    if (minX > x) minX = static_cast<short>(x);
+    if (maxX < x) maxX = static_cast<short>(x);
+    if (minY > y) minY = static_cast<short>(y);
+    if (maxY < y) maxY = static_cast<short>(y);
     ++objectPixelsCount;
-    WidenBoxFrom(objectPixelsCount - 1);
 }
 
 void MotionObject::CopyMotionPixels(MotionObject* src) {
@@ -148,7 +153,7 @@ void MotionObjectList::Release() {
     assert(!_objectsCount);
 }
 
-MotionObjectPool::MotionObjectPool() : _width(0), _height(0), _spare(nullptr), _gridLength(0) {}
+MotionObjectPool::MotionObjectPool() : _width(0), _height(0), _spare(nullptr) {}
 
 MotionObjectPool::~MotionObjectPool() { Release(); }
 
@@ -156,11 +161,10 @@ void MotionObjectPool::Inic(int width, int height) {
     Release();
     _width = width;
     _height = height;
-    _gridLength = static_cast<std::int64_t>(width) * height;
 }
 
 short* MotionObjectPool::TakeCells(int blockCount) {
-    return _cells.Take(2 * static_cast<std::size_t>(blockCount), 2 * static_cast<std::size_t>(std::max<std::int64_t>(_gridLength, 0)));
+    return _cells.Take(2 * static_cast<std::size_t>(blockCount), arenaPieceLength);
 }
 
 MotionObject* MotionObjectPool::Take(std::int64_t length, int blockCount) {

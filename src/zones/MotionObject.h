@@ -28,8 +28,8 @@ public:
 
     MotionObject* prev;
     MotionObject* next;
-    int           _realBufferLenght; // capacity in blocks; storage up to it follows on demand
-    short*        motionX;           // objectPixelsCount columns
+    int           _realBufferLenght; // capacity in blocks, for AddPixel and CopyMotionPixels
+    short*        motionX;           // objectPixelsCount columns: storage follows the blocks, not the capacity
     short*        motionY;           // objectPixelsCount rows
     short         index;             // 0; handed out to hosts
     short         secondIndex;       // 0; likewise
@@ -119,7 +119,6 @@ private:
     // Destroyed objects, kept for their memory only; their blocks lie in the arena, which is reset with the busy list.
     MotionObject* _spare;
     CellArena     _cells;
-    std::int64_t  _gridLength;  // blocks for which a new piece of the arena has room
 };
 
 }  // namespace MD

@@ -12,6 +12,7 @@ namespace {
 constexpr int none = -1;
 constexpr int fewObjects = 24;       // below, looking at all boxes is cheaper than keeping buckets
 constexpr int smallestBucketShift = 2;
+constexpr int mostBucketsOfSmallBox = 8;
 
 constexpr CellBox Around(CellBox box) { return {box.left - 1, box.right + 1, box.top - 1, box.bottom + 1}; }
 
@@ -19,17 +20,30 @@ void SetBit(std::vector<std::uint64_t>& bits, int i) {
     bits[static_cast<std::size_t>(i) / 64] |= std::uint64_t{1} << (static_cast<unsigned>(i) % 64);
 }
 
+void ClearBit(std::vector<std::uint64_t>& bits, int i) {
+    bits[static_cast<std::size_t>(i) / 64] &= ~(std::uint64_t{1} << (static_cast<unsigned>(i) % 64));
+}
+
+// visit(position of a bit that is set), from the lowest on, until it says true.
+template <class Visit>
+void ForEachBit(const std::vector<std::uint64_t>& bits, Visit visit) {
+    for (std::size_t word = 0; word < bits.size(); ++word)
+        for (std::uint64_t left = bits[word]; left != 0; left &= left - 1)
+            if (visit(static_cast<int>(word * 64) + std::countr_zero(left))) return;
+}
+
 }  // namespace
 
 void ObjectMerger::Merge(MotionObjectPool& pool) {
     if (pool._busyList._objectsCount < 2) return;
     CollectNodes(pool);
-    ChooseBuckets();
     const std::size_t words = _nodes.size() / 64 + 1;
+    _large.assign(words, 0);
+    ChooseBuckets();
     _dueNow.assign(words, 0);
     _dueNext.assign(words, 0);
     for (int node = 1; node < static_cast<int>(_nodes.size()); ++node) SetBit(_dueNow, node);
-    const auto isEmpty = [](const DueNodes& due) { return std::all_of(due.begin(), due.end(), [](auto word) { return word == 0; }); };
+    const auto isEmpty = [](const NodeBits& due) { return std::all_of(due.begin(), due.end(), [](auto word) { return word == 0; }); };
     while (!isEmpty(_dueNow)) {
         Sweep();  // leaves _dueNow empty
         _dueNow.swap(_dueNext);
@@ -61,10 +75,26 @@ void ObjectMerger::Sweep() {
 
 int ObjectMerger::FirstTouching(int node) {
     const CellBox box = _nodes[static_cast<std::size_t>(node)].box;
+    const auto touches = [&](int candidate) {
+        const Node& other = _nodes[static_cast<std::size_t>(candidate)];
+        return other.absorber == none && Touch(box, other.box);
+    };
     int first = node;
-    ForEachNear(Around(box), [&](int candidate, CellBox candidateBox) {
-        if (candidate < first && Touch(box, candidateBox)) first = candidate;
+    ForEachBit(_large, [&](int candidate) {
+        if (candidate >= first) return true;
+        if (!touches(candidate)) return false;
+        first = candidate;
+        return true;
     });
+    const BucketRange range = _bucketColumns == 0 ? BucketRange{} : BucketsOf(Around(box));
+    if (_bucketColumns == 0 || BucketCount(range) > first) {  // fewer nodes than buckets to look at
+        for (int candidate = 0; candidate < first; ++candidate)
+            if (touches(candidate)) return candidate;
+    } else {
+        ForEachInBuckets(range, [&](int candidate, CellBox candidateBox) {
+            if (candidate < first && Touch(box, candidateBox)) first = candidate;
+        });
+    }
     return first == node ? none : first;
 }
 
@@ -72,6 +102,7 @@ void ObjectMerger::Absorb(int absorber, int part) {
     Node& a = _nodes[static_cast<std::size_t>(absorber)];
     Node& p = _nodes[static_cast<std::size_t>(part)];
     p.absorber = absorber;
+    ClearBit(_large, part);
     if (a.lastPart == none) a.firstPart = part;
     else _nodes[static_cast<std::size_t>(a.lastPart)].nextPart = part;
     a.lastPart = part;
@@ -144,7 +175,8 @@ void ObjectMerger::ChooseBuckets() {
     _entries.clear();
     for (int node = 0; node < count; ++node) {
         const BucketRange range = BucketsOf(_nodes[static_cast<std::size_t>(node)].box);
-        for (int row = range.top; row <= range.bottom; ++row) Enter(node, row, range.left, range.right);
+        if (IsLarge(range)) SetBit(_large, node);
+        else for (int row = range.top; row <= range.bottom; ++row) Enter(node, row, range.left, range.right);
     }
 }
 
@@ -157,6 +189,12 @@ ObjectMerger::BucketRange ObjectMerger::BucketsOf(CellBox area) const {
             bucket(area.top, _extent.top, _bucketRows), bucket(area.bottom, _extent.top, _bucketRows)};
 }
 
+std::int64_t ObjectMerger::BucketCount(BucketRange range) {
+    return static_cast<std::int64_t>(range.right - range.left + 1) * (range.bottom - range.top + 1);
+}
+
+bool ObjectMerger::IsLarge(BucketRange range) { return BucketCount(range) > mostBucketsOfSmallBox; }
+
 void ObjectMerger::Enter(int node, int row, int firstColumn, int lastColumn) {
     for (int column = firstColumn; column <= lastColumn; ++column) {
         int& bucket = _buckets[static_cast<std::size_t>(row) * static_cast<std::size_t>(_bucketColumns) + static_cast<std::size_t>(column)];
@@ -165,10 +203,14 @@ void ObjectMerger::Enter(int node, int row, int firstColumn, int lastColumn) {
     }
 }
 
-// The buckets of the box that it did not lie in before.
+// The buckets of the box that it did not lie in before. A box that becomes large stays where it was entered as well.
 void ObjectMerger::EnterGrown(int node, CellBox before, CellBox after) {
     if (_bucketColumns == 0) return;
     const BucketRange old = BucketsOf(before), now = BucketsOf(after);
+    if (IsLarge(now)) {
+        SetBit(_large, node);
+        return;
+    }
     for (int row = now.top; row <= now.bottom; ++row) {
         if (row < old.top || row > old.bottom) {
             Enter(node, row, now.left, now.right);
@@ -182,12 +224,20 @@ void ObjectMerger::EnterGrown(int node, CellBox before, CellBox after) {
 // visit(node, its box) for every node alive that may lie in the area, some of them twice.
 template <class Visit>
 void ObjectMerger::ForEachNear(CellBox area, Visit visit) {
+    const auto visitAlive = [&](int node) {
+        if (_nodes[static_cast<std::size_t>(node)].absorber == none) visit(node, _nodes[static_cast<std::size_t>(node)].box);
+        return false;
+    };
     if (_bucketColumns == 0) {
-        for (int node = 0; node < static_cast<int>(_nodes.size()); ++node)
-            if (_nodes[static_cast<std::size_t>(node)].absorber == none) visit(node, _nodes[static_cast<std::size_t>(node)].box);
+        for (int node = 0; node < static_cast<int>(_nodes.size()); ++node) visitAlive(node);
         return;
     }
-    const BucketRange range = BucketsOf(area);
+    ForEachBit(_large, visitAlive);
+    ForEachInBuckets(BucketsOf(area), visit);
+}
+
+template <class Visit>
+void ObjectMerger::ForEachInBuckets(BucketRange range, Visit visit) {
     for (int row = range.top; row <= range.bottom; ++row) {
         for (int column = range.left; column <= range.right; ++column) {
             int* link = &_buckets[static_cast<std::size_t>(row) * static_cast<std::size_t>(_bucketColumns) + static_cast<std::size_t>(column)];

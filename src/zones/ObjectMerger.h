@@ -13,9 +13,9 @@ namespace MD {
 // The rule: sweeps over the busy list, from its tail to its head. An object whose box touches that of an earlier one is
 // absorbed by the earliest such: blocks appended, box widened over them. Sweeps repeat until one absorbs nothing.
 //
-// Merge follows the rule to the letter at a cost that grows with the number of objects, not with its square: boxes are
-// looked up in buckets of a coarse grid, a sweep visits only objects whose turn may have a new outcome because a box
-// near them grew, and blocks move once, at the end.
+// Merge follows the rule to the letter, at a cost that grows with the number of objects, not with its square: small boxes
+// are looked up in buckets of a coarse grid, a sweep visits only objects whose turn may have a new outcome because a box
+// near them grew, and blocks move once, at the end. Large boxes, of which a grid has room for few, are compared one by one.
 class ObjectMerger {
 public:
     void Merge(MotionObjectPool& pool);
@@ -34,8 +34,7 @@ private:
         int           nextPart;    // of the same absorber
     };
 
-    // Due nodes, one bit each, visited from the highest to the lowest.
-    using DueNodes = std::vector<std::uint64_t>;
+    using NodeBits = std::vector<std::uint64_t>;  // one bit per node
 
     void CollectNodes(const MotionObjectPool& pool);
     void Sweep();
@@ -43,7 +42,8 @@ private:
     void Absorb(int absorber, int node);
     void MoveBlocks(MotionObjectPool& pool);
 
-    // Boxes by place. Without buckets (few objects, or boxes that are none) every node is near everything.
+    // Boxes by place: small ones in the buckets that they lie in, large ones in no particular. Without buckets (few objects,
+    // or boxes that are none) every node is near everything.
     struct BucketRange {
         int left, right, top, bottom;
     };
@@ -53,14 +53,19 @@ private:
     };
     void ChooseBuckets();
     BucketRange BucketsOf(CellBox area) const;
+    static std::int64_t BucketCount(BucketRange range);
+    static bool IsLarge(BucketRange range);
     void Enter(int node, int row, int firstColumn, int lastColumn);
     void EnterGrown(int node, CellBox before, CellBox after);
+    template <class Visit>
+    void ForEachInBuckets(BucketRange range, Visit visit);
     template <class Visit>
     void ForEachNear(CellBox area, Visit visit);
 
     std::vector<Node>        _nodes;
-    DueNodes                 _dueNow;
-    DueNodes                 _dueNext;
+    NodeBits                 _dueNow;   // to be visited in this sweep, from the highest to the lowest
+    NodeBits                 _dueNext;  // in the next one
+    NodeBits                 _large;    // boxes that lie in many buckets
     std::vector<int>         _buckets;  // first entry of each
     std::vector<BucketEntry> _entries;
     CellBox                  _extent = emptyCellBox;  // around all boxes

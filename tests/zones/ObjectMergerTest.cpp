@@ -131,6 +131,19 @@ TEST(ObjectMergerTest, FramesInsideFramesAndChains) {
     EXPECT_EQ(MergeBothWays(frames, 301, 261), 1u);
 }
 
+// Thousands of boxes, each in every bucket of the grid: must not be looked at one bucket after another.
+TEST(ObjectMergerTest, ManyBoxesOverTheWholeGrid) {
+    std::vector<Cells> rings, halves;
+    for (int copy = 0; copy < 60; ++copy)
+        for (short i = 0; i < 50; ++i) rings.push_back({{i, i}, {static_cast<short>(299 - i), static_cast<short>(299 - i)}});
+    EXPECT_EQ(MergeBothWays(rings, 300, 300), 1u);
+    for (const Cells& ring : rings) {  // two crowds that never meet, one before the other
+        halves.push_back({{static_cast<short>(ring[0].x / 3), ring[0].y}, {static_cast<short>(ring[1].x / 3), ring[1].y}});
+        halves.push_back({{static_cast<short>(200 + ring[0].x / 3), ring[0].y}, {static_cast<short>(200 + ring[1].x / 3), ring[1].y}});
+    }
+    EXPECT_EQ(MergeBothWays(halves, 300, 300), 2u);
+}
+
 TEST(ObjectMergerTest, LatticeStaysApart) {
     std::vector<Cells> lattice;
     for (short y = 0; y < 90; y = static_cast<short>(y + 2))
