@@ -1,7 +1,5 @@
 // What does a frame teach about the background?  Runs once per frame, before the foreground is looked for.
 // Reads the newest frames and the window sums; writes the background, its times, the noise levels and _isMotionPixel.
-#include <algorithm>
-
 #include "detector/MotionDetector.h"
 #include "detector/kernels/Background.h"
 #include "utils/Assert.h"
@@ -49,9 +47,7 @@ bool MotionDetector::UpdateBackground(unsigned char* mask, int maskRowLength) {
 // Blocks do not read each other: one question after another gives the same as block after block. A chunk stays in cache
 // from the first question to the last.
 void MotionDetector::UpdateBlocks(BlockRange range, bool mayLearn) {
-    constexpr std::size_t chunkLength = 256;
-    for (std::size_t first = range.first; first < range.last; first += chunkLength)
-        UpdateChunk({first, std::min(first + chunkLength, range.last)}, mayLearn);
+    ForEachChunk(range, [=, this](BlockRange chunk) { UpdateChunk(chunk, mayLearn); });
 }
 
 void MotionDetector::UpdateChunk(BlockRange range, bool mayLearn) {

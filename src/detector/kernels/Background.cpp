@@ -1,29 +1,12 @@
 // Is a block quiet, did it change, what does it teach the background?
 #include "detector/kernels/Background.h"
 
-#include <algorithm>
-
 #include "utils/Ticks.h"
 
 namespace MD::Kernels {
 namespace {
 
 using Utils::ElapsedTicks;
-
-// Kernels ask their questions chunk by chunk: most chunks have nothing to write, and what they read stays in cache.
-constexpr std::size_t chunkLength = 256;
-
-template <class Work>
-void ForEachChunk(BlockRange range, Work work) {
-    for (std::size_t first = range.first; first < range.last; first += chunkLength)
-        work(BlockRange{first, std::min(first + chunkLength, range.last)});
-}
-
-bool IsAnySet(const std::uint8_t* marks, std::size_t count) {
-    std::uint8_t any = 0;
-    for (std::size_t j = 0; j < count; ++j) any |= marks[j];
-    return any != 0;
-}
 
 // Selects on mask bytes, 0 or 255, with both sides loaded: what a conditional store would do, in vectors.
 constexpr std::uint8_t Select(std::uint8_t mark, std::uint8_t chosen, std::uint8_t other) {
@@ -32,15 +15,6 @@ constexpr std::uint8_t Select(std::uint8_t mark, std::uint8_t chosen, std::uint8
 constexpr std::int64_t Select(std::uint8_t mark, std::int64_t chosen, std::int64_t other) {
     const std::int64_t wide = static_cast<std::int8_t>(mark);  // 0 or all ones
     return (wide & chosen) | (~wide & other);
-}
-
-constexpr std::uint8_t Distance(std::uint8_t a, std::uint8_t b) { return static_cast<std::uint8_t>(a > b ? a - b : b - a); }
-
-// Of the three differences that HasChanged asks for, the largest decides as well as each of them.
-constexpr std::uint8_t LargestDifference(std::uint8_t age0, std::uint8_t age1, std::uint8_t age2, std::uint8_t age4) {
-    const std::uint8_t since1 = Distance(age0, age1), since2 = Distance(age0, age2), since4 = Distance(age0, age4);
-    const std::uint8_t larger = since1 > since2 ? since1 : since2;
-    return larger > since4 ? larger : since4;
 }
 
 // times[i] = now where the mark of the chunk is set.
@@ -206,7 +180,7 @@ void MarkChanges(ChangeBlocks b, std::int64_t now, BlockRange range) {
         if (!any) return;
         MD_INDEPENDENT_BLOCKS
         for (std::size_t i = chunk.first; i < chunk.last; ++i)
-            isMotionPixel[i - chunk.first] = static_cast<float>(largest[i - chunk.first]) > ChangeLimit(b.noiseLevel[i]) ? 255 : 0;
+            isMotionPixel[i - chunk.first] = Exceeds(largest[i - chunk.first], ChangeLimit(b.noiseLevel[i])) ? 255 : 0;
         StampTimes(isMotionPixel, b.lastChangeTime, now, chunk);
     });
 }

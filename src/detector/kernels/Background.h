@@ -43,20 +43,18 @@ constexpr float ChangeLimit(float noiseLevel) {
     return static_cast<float>(noiseLevel * 0.7);  // the product is a double, rounded once
 }
 
-// A little below that limit, in single precision: what does not exceed this exceeds neither, which most blocks do not.
-constexpr bool MayHaveChanged(std::uint8_t difference, float noiseLevel) {
-    return static_cast<float>(difference) > noiseLevel * 0.6999f;
-}
+constexpr bool Exceeds(std::uint8_t difference, float limit) { return static_cast<float>(difference) > limit; }  // strict
 
-constexpr bool Differs(int luma, int earlier, float limit) {
-    const int difference = luma > earlier ? luma - earlier : earlier - luma;
-    return static_cast<float>(difference) > limit;  // strict
-}
+// A little below the limit of change, in single precision: a difference that does not exceed this does not exceed the limit
+// either, and most do not.
+constexpr bool MayHaveChanged(std::uint8_t difference, float noiseLevel) { return Exceeds(difference, noiseLevel * 0.6999f); }
 
+// Of the three differences, the largest decides as well as each of them.
 // Deliberate: age 3 is not compared (BackgroundTest, ChangeSkipsAgeThree).
-constexpr bool HasChanged(int age0, int age1, int age2, int age4, float limit) {
-    const bool since1 = Differs(age0, age1, limit), since2 = Differs(age0, age2, limit), since4 = Differs(age0, age4, limit);
-    return since1 | since2 | since4;
+constexpr std::uint8_t LargestDifference(std::uint8_t age0, std::uint8_t age1, std::uint8_t age2, std::uint8_t age4) {
+    const std::uint8_t since1 = ByteDistance(age0, age1), since2 = ByteDistance(age0, age2), since4 = ByteDistance(age0, age4);
+    const std::uint8_t larger = since1 > since2 ? since1 : since2;
+    return larger > since4 ? larger : since4;
 }
 
 // Partly decoded H.264: five times the population variance of the five newest I-frames.

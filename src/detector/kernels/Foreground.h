@@ -10,15 +10,10 @@ namespace MD::Kernels {
 
 // ---- Rules for one block ------------------------------------------------------------------------------------------
 
-constexpr int Distance(int a, int b) { return a > b ? a - b : b - a; }
+constexpr bool LumaDiffers(std::uint8_t distance, float noiseLevel) { return static_cast<float>(distance) > noiseLevel; }
 
-constexpr bool LumaDiffers(int luma, int reference, float noiseLevel) {
-    return static_cast<float>(Distance(luma, reference)) > noiseLevel;
-}
-
-constexpr bool ChromaDiffers(int cb, int referenceCb, int cr, int referenceCr, int limit) {
-    const bool cbDiffers = Distance(cb, referenceCb) > limit, crDiffers = Distance(cr, referenceCr) > limit;
-    return cbDiffers | crDiffers;
+constexpr bool ChromaDiffers(std::uint8_t cbDistance, std::uint8_t crDistance, int limit) {
+    return (cbDistance > crDistance ? cbDistance : crDistance) > limit;
 }
 
 // Grey levels by which luma may differ, when the reference is within the brightness range and when it is not.
@@ -33,11 +28,11 @@ struct BrightnessRange {  // grey levels, inclusive
 };
 
 // The reference decides, never the current value.
-constexpr bool DiffersPartly(int luma, int reference, PartlyLimits limits, BrightnessRange range) {
+constexpr bool DiffersPartly(std::uint8_t luma, std::uint8_t reference, PartlyLimits limits, BrightnessRange range) {
     const float brightness = static_cast<float>(reference);
     const bool isTooDark = brightness < range.darkest, isTooBright = brightness > range.brightest;
     const float limit = (isTooDark | isTooBright) ? limits.outOfRange : limits.inRange;
-    return static_cast<float>(Distance(luma, reference)) > limit;
+    return static_cast<float>(ByteDistance(luma, reference)) > limit;
 }
 
 // ---- Loops over blocks: isObject[i], isMotionPixel[i] = 255 or 0 ----------------------------------------------------

@@ -8,7 +8,7 @@
 namespace MD::Kernels {
 namespace {
 
-constexpr std::ptrdiff_t chunkLength = 64;
+constexpr std::ptrdiff_t columnsAtOnce = 64;
 
 std::array<double, 256> MakeLogTable() {
     std::array<double, 256> table;
@@ -21,23 +21,17 @@ const double* LogTable() {
     return table.data();
 }
 
-bool IsAnySet(const std::uint8_t* marks, std::ptrdiff_t count) {
-    std::uint8_t any = 0;
-    for (std::ptrdiff_t j = 0; j < count; ++j) any |= marks[j];
-    return any != 0;
-}
-
 // work(first column, number of columns)
 template <class Work>
-void ForEachChunk(int columns, Work work) {
-    for (std::ptrdiff_t x = 0; x < columns; x += chunkLength) work(x, std::min<std::ptrdiff_t>(chunkLength, columns - x));
+void ForEachPartOfRow(int columns, Work work) {
+    for (std::ptrdiff_t x = 0; x < columns; x += columnsAtOnce) work(x, std::min<std::ptrdiff_t>(columnsAtOnce, columns - x));
 }
 
 // gradient[j] = log of `from` less log of `to` where marked.
 void StoreGradients(const std::uint8_t* from, const std::uint8_t* to, const std::uint8_t* isMarked, float* gradient,
                     std::ptrdiff_t count) {
     const double* const logs = LogTable();
-    double fromLog[chunkLength], toLog[chunkLength];
+    double fromLog[columnsAtOnce], toLog[columnsAtOnce];
     for (std::ptrdiff_t j = 0; j < count; ++j) fromLog[j] = logs[from[j]];
     for (std::ptrdiff_t j = 0; j < count; ++j) toLog[j] = logs[to[j]];
     MD_INDEPENDENT_BLOCKS
@@ -59,8 +53,8 @@ void StoreChromaChanges(const std::uint8_t* chroma, const std::uint8_t* backgrou
 // What the cells of one row add to the windows of a chunk. Entry j belongs to the column before the chunk's j-th, so that
 // a window's two columns are entries j and j + 1. Cells that are in no window count 0.
 struct CellChanges {
-    float gradient[chunkLength + 1];
-    float chroma[chunkLength + 1];
+    float gradient[columnsAtOnce + 1];
+    float chroma[columnsAtOnce + 1];
 };
 
 void MeasureCells(const ShadowDecisionBlocks b, std::ptrdiff_t row, std::ptrdiff_t x, std::ptrdiff_t count, Grid grid,
@@ -85,14 +79,14 @@ void MeasureCells(const ShadowDecisionBlocks b, std::ptrdiff_t row, std::ptrdiff
 void DecideChunk(const ShadowDecisionBlocks b, float shadowThreshold, std::ptrdiff_t y, std::ptrdiff_t x, std::ptrdiff_t count,
                  Grid grid) {
     const std::ptrdiff_t i = y * grid.columns + x;
-    std::uint8_t isExamined[chunkLength], isShadow[chunkLength];
+    std::uint8_t isExamined[columnsAtOnce], isShadow[columnsAtOnce];
     MD_INDEPENDENT_BLOCKS
     for (std::ptrdiff_t j = 0; j < count; ++j) {
         const bool isMoving = b.zoneResultMap[i + j] == 1, isKnown = b.isBackground[i + j] != 0;
         b.isObject[i + j] = isMoving ? 255 : 0;
         isExamined[j] = (isMoving & isKnown) ? 255 : 0;
     }
-    if (!IsAnySet(isExamined, count)) return;
+    if (!IsAnySet(isExamined, static_cast<std::size_t>(count))) return;
 
     CellChanges above, own;
     MeasureCells(b, y - 1, x, count, grid, above);
@@ -127,7 +121,7 @@ RowRange MarkShadowSearch(const std::uint8_t* isObject, std::uint8_t* zoneResult
         std::uint8_t* const zone = zoneResultMap + y * columns;
         MD_INDEPENDENT_BLOCKS
         for (std::ptrdiff_t x = 0; x < columns; ++x) zone[x] = foreground[x] ? 1 : 0;
-        if (!IsAnySet(foreground, columns)) continue;
+        if (!IsAnySet(foreground, static_cast<std::size_t>(columns))) continue;
 
         const int first = std::max(y - 1, 0), last = std::min(y + 2, grid.rows);
         if (searched.first == searched.last) searched.first = first;
@@ -147,15 +141,15 @@ void MeasureShadowFeatures(ShadowFeatureBlocks b, Grid grid) {
     for (std::ptrdiff_t y = 0; y < grid.rows; ++y) {
         // The upper of the two rows that are compared: the block's own, in the last row the one before.
         const std::ptrdiff_t upper = y < grid.rows - 1 ? 0 : -columns;
-        ForEachChunk(grid.columns, [=](std::ptrdiff_t x, std::ptrdiff_t count) {
+        ForEachPartOfRow(grid.columns, [=](std::ptrdiff_t x, std::ptrdiff_t count) {
             const std::ptrdiff_t i = y * columns + x;
-            std::uint8_t isMarked[chunkLength];
+            std::uint8_t isMarked[columnsAtOnce];
             MD_INDEPENDENT_BLOCKS
             for (std::ptrdiff_t j = 0; j < count; ++j) {
                 const bool isKnown = b.isBackground[i + j] != 0, isSearched = b.searchMask[i + j] != 0;
                 isMarked[j] = (isKnown & isSearched) ? 255 : 0;
             }
-            if (!IsAnySet(isMarked, count)) return;
+            if (!IsAnySet(isMarked, static_cast<std::size_t>(count))) return;
 
             // A grid of one column or row has no neighbour there, and no window reads it.
             const std::ptrdiff_t withRight = std::min(count, columns - 1 - x);
@@ -179,7 +173,7 @@ void MeasureShadowFeatures(ShadowFeatureBlocks b, Grid grid) {
 
 void DecideShadows(ShadowDecisionBlocks b, float shadowThreshold, Grid grid) {
     for (std::ptrdiff_t y = 0; y < grid.rows; ++y)
-        ForEachChunk(grid.columns, [=](std::ptrdiff_t x, std::ptrdiff_t count) { DecideChunk(b, shadowThreshold, y, x, count, grid); });
+        ForEachPartOfRow(grid.columns, [=](std::ptrdiff_t x, std::ptrdiff_t count) { DecideChunk(b, shadowThreshold, y, x, count, grid); });
 }
 
 }  // namespace MD::Kernels

@@ -257,12 +257,47 @@ TEST(BackgroundKernel, ChangeMustExceedSevenTenthsOfTheNoise) {
         const int twiceNoise = 24 + 3 * range;
         const float limit = ChangeLimit(static_cast<float>(twiceNoise) * 0.5f);
         for (int difference = 0; difference < 256; ++difference) {
-            ASSERT_EQ(Differs(255, 255 - difference, limit), 20 * difference > 7 * twiceNoise) << range << ' ' << difference;
-            ASSERT_EQ(Differs(255 - difference, 255, limit), 20 * difference > 7 * twiceNoise) << range << ' ' << difference;
+            const auto distance = static_cast<std::uint8_t>(difference);
+            ASSERT_EQ(Exceeds(distance, limit), 20 * difference > 7 * twiceNoise) << range << ' ' << difference;
         }
     }
-    EXPECT_FALSE(Differs(121, 100, ChangeLimit(30.0f)));  // exactly 21
-    EXPECT_TRUE(Differs(122, 100, ChangeLimit(30.0f)));
+    EXPECT_FALSE(Exceeds(ByteDistance(121, 100), ChangeLimit(30.0f)));  // exactly 21
+    EXPECT_TRUE(Exceeds(ByteDistance(100, 122), ChangeLimit(30.0f)));
+}
+
+// The three tests that a change is made of, each on its own, against the one on the largest difference.
+TEST(BackgroundKernel, LargestDifferenceDecidesAsTheThreeDo) {
+    Kit::SeededRandom random(11);
+    for (int round = 0; round < 2000000; ++round) {
+        const std::uint8_t age0 = random.Byte(), age1 = random.Byte(), age2 = random.Byte(), age4 = random.Byte();
+        const float limit = static_cast<float>(random.Between(0, 2560)) * 0.1f;
+        const auto exceeds = [&](int earlier) { return static_cast<float>(std::abs(age0 - earlier)) > limit; };
+        const bool any = exceeds(age1) || exceeds(age2) || exceeds(age4);
+        ASSERT_EQ(Exceeds(LargestDifference(age0, age1, age2, age4), limit), any);
+    }
+}
+
+// What the quick question passes over must not have changed, whatever noise level a float can hold.
+TEST(BackgroundKernel, QuickQuestionMissesNoChange) {
+    int passedOver = 0;
+    for (std::uint64_t bits = 0; bits < (std::uint64_t{1} << 32); bits += 4099) {
+        const float noise = std::bit_cast<float>(static_cast<std::uint32_t>(bits));
+        const float limit = ChangeLimit(noise);
+        for (int difference = 0; difference < 256; difference += 3) {
+            const auto distance = static_cast<std::uint8_t>(difference);
+            passedOver += !MayHaveChanged(distance, noise);
+            ASSERT_TRUE(MayHaveChanged(distance, noise) || !Exceeds(distance, limit)) << noise << ' ' << difference;
+        }
+    }
+    for (int difference = 1; difference < 256; ++difference) {  // around the limit itself
+        float noise = static_cast<float>(difference / 0.7);
+        for (int step = 0; step < 200; ++step) noise = std::nextafter(noise, 0.0f);
+        for (int step = 0; step < 400; ++step, noise = std::nextafter(noise, 1000.0f)) {
+            const auto distance = static_cast<std::uint8_t>(difference);
+            ASSERT_TRUE(MayHaveChanged(distance, noise) || !Exceeds(distance, ChangeLimit(noise))) << noise;
+        }
+    }
+    EXPECT_GT(passedOver, 0);
 }
 
 TEST(BackgroundKernel, ChangeLimitIsADoubleProductRoundedOnce) {
@@ -275,10 +310,10 @@ TEST(BackgroundKernel, ChangeLimitIsADoubleProductRoundedOnce) {
 }
 
 TEST(BackgroundKernel, EachComparedAgeAloneIsAChange) {
-    EXPECT_FALSE(HasChanged(100, 114, 86, 114, 14.0f));
-    EXPECT_TRUE(HasChanged(100, 115, 100, 100, 14.0f));
-    EXPECT_TRUE(HasChanged(100, 100, 85, 100, 14.0f));
-    EXPECT_TRUE(HasChanged(100, 100, 100, 115, 14.0f));
+    EXPECT_EQ(LargestDifference(100, 114, 86, 114), 14);
+    EXPECT_EQ(LargestDifference(100, 115, 100, 100), 15);
+    EXPECT_EQ(LargestDifference(100, 100, 85, 100), 15);
+    EXPECT_EQ(LargestDifference(100, 100, 100, 115), 15);
 }
 
 TEST(BackgroundKernel, IFrameDispersionIsFiveTimesTheVariance) {

@@ -32,6 +32,8 @@ void ForEachPairOfBytes(Visit visit) {
 
 // Whole-number form of the rules: the smallest difference that counts.
 constexpr int smallestToBackground[] = {13, 37}, smallestToFrame[] = {16, 32};
+std::uint8_t Apart(int a, int b) { return ByteDistance(static_cast<std::uint8_t>(a), static_cast<std::uint8_t>(b)); }
+
 bool DiffersByTable(int luma, int reference, const int (&smallest)[2]) {
     const bool isOutOfRange = reference < 40 || reference > 190;
     return std::abs(luma - reference) >= smallest[isOutOfRange ? 1 : 0];
@@ -220,32 +222,32 @@ bool IFrameRule(int luma, int previous, int background, bool isKnown) {
 TEST(ForegroundKernel, LumaEqualToNoiseIsBackground) {
     for (int noise = 0; noise < 256; ++noise)
         ForEachPairOfBytes([&](int luma, int reference) {
-            ASSERT_EQ(LumaDiffers(luma, reference, static_cast<float>(noise)), std::abs(luma - reference) > noise);
+            ASSERT_EQ(LumaDiffers(Apart(luma, reference), static_cast<float>(noise)), std::abs(luma - reference) > noise);
         });
 }
 
 TEST(ForegroundKernel, NoiseBetweenGreyLevelsDecidesStrictly) {
-    EXPECT_FALSE(LumaDiffers(100, 87, 13.5f));
-    EXPECT_TRUE(LumaDiffers(100, 86, 13.5f));
-    EXPECT_TRUE(LumaDiffers(100, 79, std::nextafter(21.0f, 0.0f)));
-    EXPECT_FALSE(LumaDiffers(100, 79, std::nextafter(21.0f, 22.0f)));
-    EXPECT_FALSE(LumaDiffers(0, 255, 394.5f));  // the highest level that can be learned hides everything
+    EXPECT_FALSE(LumaDiffers(Apart(100, 87), 13.5f));
+    EXPECT_TRUE(LumaDiffers(Apart(100, 86), 13.5f));
+    EXPECT_TRUE(LumaDiffers(Apart(100, 79), std::nextafter(21.0f, 0.0f)));
+    EXPECT_FALSE(LumaDiffers(Apart(100, 79), std::nextafter(21.0f, 22.0f)));
+    EXPECT_FALSE(LumaDiffers(Apart(0, 255), 394.5f));  // the highest level that can be learned hides everything
 }
 
 TEST(ForegroundKernel, ChromaOfElevenIsForeground) {
     ForEachPairOfBytes([](int chroma, int reference) {
         const bool isFar = chroma - reference >= 11 || reference - chroma >= 11;
-        ASSERT_EQ(ChromaDiffers(chroma, reference, 128, 128, chromaLimit), isFar);
-        ASSERT_EQ(ChromaDiffers(128, 128, chroma, reference, chromaLimit), isFar);
-        ASSERT_EQ(ChromaDiffers(chroma, reference, chroma, reference, chromaLimit), isFar);
+        ASSERT_EQ(ChromaDiffers(Apart(chroma, reference), 0, chromaLimit), isFar);
+        ASSERT_EQ(ChromaDiffers(0, Apart(chroma, reference), chromaLimit), isFar);
+        ASSERT_EQ(ChromaDiffers(Apart(chroma, reference), Apart(chroma, reference), chromaLimit), isFar);
     });
 }
 
 TEST(ForegroundKernel, PartlyDecodedLumaDecidesByTheReference) {
     ForEachPairOfBytes([](int luma, int reference) {
-        ASSERT_EQ(DiffersPartly(luma, reference, toBackground, brightness),
+        ASSERT_EQ(DiffersPartly(static_cast<std::uint8_t>(luma), static_cast<std::uint8_t>(reference), toBackground, brightness),
                   DiffersByTable(luma, reference, smallestToBackground));
-        ASSERT_EQ(DiffersPartly(luma, reference, toFrame, brightness), DiffersByTable(luma, reference, smallestToFrame));
+        ASSERT_EQ(DiffersPartly(static_cast<std::uint8_t>(luma), static_cast<std::uint8_t>(reference), toFrame, brightness), DiffersByTable(luma, reference, smallestToFrame));
     });
     EXPECT_FALSE(DiffersPartly(52, 39, toBackground, brightness));   // 13 is not above 36
     EXPECT_TRUE(DiffersPartly(113, 100, toBackground, brightness));  // 13 is above 12
