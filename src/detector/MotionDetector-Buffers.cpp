@@ -1,7 +1,8 @@
 // How does a detector come to its settings and buffers?  Construction, (re)allocation, the copy of a frame, frame skipping.
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
+#include <limits>
+#include <new>
 
 #include "detector/MotionDetector.h"
 #include "utils/Assert.h"
@@ -10,7 +11,7 @@
 namespace MD {
 namespace {
 
-constexpr int framesPerSkipPhase = 65;  // kept in the counter; the next frame enters the next phase
+constexpr int largestSkipFrameCount = 65;  // the next frame, the 66th, enters the next phase
 
 // Deliberate: the product wraps, so that the phase is 0 or 1, hardly ever 2 (BuffersTest, StartPhaseWraps).
 int StartPhase(int rn) {
@@ -99,7 +100,9 @@ void MotionDetector::MakeBuffers(DetectionInfo* info) {
     _mergedPool.Inic(info->width, info->height);
     blockCountX = info->width;
     blockCountY = info->height;
-    blockCount = blockCountX * blockCountY;
+    const std::int64_t product = static_cast<std::int64_t>(blockCountX) * blockCountY;
+    if (product > std::numeric_limits<int>::max()) throw std::bad_array_new_length();  // beyond what Detect lets through
+    blockCount = static_cast<int>(product);
 
     AllocBuff(&_zoneResultMap, blockCount);
     AllocBuffWithValue(&_noiseLevel, blockCount, float{defaultNoiseLevel});
@@ -184,8 +187,8 @@ void MotionDetector::CopyImagesToInternalBuffers(DetectionInfo* info) {
 }
 
 void MotionDetector::ZeroDetectionArrays() {
-    std::memset(_isMotionPixel, 0, static_cast<std::size_t>(blockCount));
-    std::memset(_isObject, 0, static_cast<std::size_t>(blockCount));
+    std::fill_n(_isMotionPixel, blockCount, std::uint8_t{0});
+    std::fill_n(_isObject, blockCount, std::uint8_t{0});
 }
 
 bool MotionDetector::SkipFrame() {
@@ -193,7 +196,7 @@ bool MotionDetector::SkipFrame() {
         const double frames = static_cast<double>(Utils::ElapsedTicks(_currentTime, _lastFrameTime)) / 10000000.0 * _fps;
         if (1.0 >= frames) return true;  // less than one nominal frame interval; a rate that is no number skips nothing
     }
-    if (_skipFrameCounter < framesPerSkipPhase) {
+    if (_skipFrameCounter < largestSkipFrameCount) {
         ++_skipFrameCounter;
     } else {
         _skipFrameCounter = 0;
@@ -211,8 +214,8 @@ void MotionDetector::EnterNextSkipPhase() {
     _isIFrame = wraps;
     _mpeg4IFrameOverride = false;
     if (!wraps) return;
-    std::memset(_isBackground, 0, static_cast<std::size_t>(blockCount));
-    std::memset(_isStable, 0, static_cast<std::size_t>(blockCount));
+    std::fill_n(_isBackground, blockCount, std::uint8_t{0});
+    std::fill_n(_isStable, blockCount, std::uint8_t{0});
 }
 
 void MotionDetector::AddMDZone(MDZoneInfo* info) { _zones.Add(info); }

@@ -1,4 +1,5 @@
 // What happens to one frame?  The detection pass, in order; called once per frame by the host.
+#include <cstddef>
 #include <cstring>
 
 #include "detector/MotionDetector.h"

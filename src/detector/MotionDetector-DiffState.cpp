@@ -7,6 +7,7 @@ namespace MD {
 
 double MotionDetector::GetDiffState(unsigned char* mask, int maskWidthStep, int x0, int x1, int y0, int y1) {
     constexpr double tooBusy = 255.0;
+    static_assert(Kernels::framesOfRing == FrameStatistics::secondPartEndIndex + 2);  // the windows, and the frame that left
     assert(mask);
     assert(maskWidthStep);
     if (y1 <= y0) return tooBusy;

@@ -1,4 +1,5 @@
 // What do the blocks look like right now?  Text dumps of block arrays, one line per block row. Called by hosts only.
+#include <cstddef>
 #include <cstdio>
 #include <memory>
 

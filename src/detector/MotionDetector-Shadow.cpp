@@ -10,7 +10,8 @@ namespace MD {
 
 void MotionDetector::DetectShadow(DetectionInfo*) {
     if (!_frameStatistics._isFilled || _h264PartlyIsOptimized) return;
-    // The work planes are zero but for the rows of the last examination.
+    // Deliberate: the work planes are the detector's own; they are zero but for the rows of the last examination, and only
+    // those are cleared (ShadowTest, EveryExaminationStartsFromZeros).
     const std::ptrdiff_t dirtyStart = static_cast<std::ptrdiff_t>(_shadowRowFirst) * blockCountX;
     const int dirtyLength = (_shadowRowLast - _shadowRowFirst) * blockCountX;
     for (float* plane : {_backgroundLogGradientX, _backgroundLogGradientY, _currentLogGradientX, _currentLogGradientY,

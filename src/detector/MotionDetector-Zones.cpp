@@ -29,7 +29,7 @@ bool IsLargeEnough(short smallest, short largest, int gridExtent, float minFract
 
 void MotionDetector::ProcessOneZone() {
     if (!_frameStatistics._isFilled) return;
-    _nextMotionObject = nullptr;  // it may point to an object that ends here
+    if (!_processZones) _nextMotionObject = nullptr;  // it may point to an object that ends here
     _zonePool.ReleaseBusyList();
     MDZone* const currentZone = _nextProcessZone;
     if (!currentZone) return;

@@ -182,8 +182,8 @@ public:
     float*          _shadowSpare2;            // [block] not used
     float*          _shadowSpare3;            // [block] not used
     float*          _shadowChromaSum;         // [block] colour change in the block's window
-    float*          _shadowCbDifference;      // [block] hundredths of a level
-    float*          _shadowCrDifference;      // [block] hundredths of a level
+    float*          _shadowCbDifference;      // [block] chroma levels, times 0.01
+    float*          _shadowCrDifference;      // [block] chroma levels, times 0.01
     unsigned char*  _shadowSearchMask;        // [block] {0,1}; foreground and its neighbours
     unsigned char*  _foregroundMask;          // [block] {0,255}; written by SolveForeground
     unsigned short* _objectsMap;              // [block] 0 none, 65535 moving and not yet assigned, else the label

@@ -2,6 +2,9 @@
 // float holds exactly, so that stepping and summing anew give the same bits.
 #include "statistics/FrameStatistics.h"
 
+#include <limits>
+#include <new>
+
 #include "statistics/kernels/WindowSums.h"
 #include "utils/Blocks.h"
 #include "utils/Utils.h"
@@ -33,6 +36,7 @@ void FrameStatistics::InitBuffers() {
 }
 
 void FrameStatistics::AllocateBuffers(int blockCount) {
+    if (blockCount > std::numeric_limits<int>::max() / 3) throw std::bad_array_new_length();  // a frame has three planes
     _blockCount = blockCount;
     _secondPlaneOffset = blockCount;
     _thirdPlaneOffset = 2 * blockCount;

@@ -72,8 +72,8 @@ public:
     float*         _firstPartSquareSum;
     float*         _secondPartSquareSum;
     float*         _centerPartSquareSum;
-    float*         _diff;              // [block] scratch
-    float*         _diffSquare;        // [block] scratch
+    float*         _diff;              // [block] scratch for hosts' CalculateFrameDiff; Update steps its sums without it
+    float*         _diffSquare;        // [block] likewise
     unsigned char* _currentFrame;      // _frameSize bytes: a P-frame, kept outside the ring
     Utils::BufferSlot* _buffers;       // AllBuffersCount entries
 

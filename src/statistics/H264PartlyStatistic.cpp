@@ -12,7 +12,7 @@ constexpr std::int64_t framesWithoutPFrameMotion = 120;
 constexpr std::int64_t ticksWithoutPFrameMotion  = 400000000;  // 40 s
 constexpr int          pFramesWithMotion         = 120;
 
-// Frame numbers come from an int and are never negative once initialised: their difference cannot overflow.
+// Frame numbers are ints, widened: their difference cannot overflow.
 bool Exceeded(std::int64_t frames, std::int64_t frameLimit, std::int64_t ticks, std::int64_t tickLimit) {
     return frames > frameLimit || ticks > tickLimit;
 }

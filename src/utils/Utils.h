@@ -1,5 +1,5 @@
 // What happens to every element of a per-block array?  Called by the frame statistics and by the background picture.
-// Arrays are packed; an accumulator is the second array. Nothing here allocates.
+// Arrays are packed and do not overlap; an accumulator is the second array. Nothing here allocates.
 // Every function returns 0, or a negative status with nothing written.
 #pragma once
 
@@ -8,7 +8,9 @@
 namespace Utils {
 
 inline constexpr int statusNullPointer   = -8;   // an array is null
-inline constexpr int statusBadStep       = -16;  // a row step is not positive; a length of 0 or less counts as one
+// Deliberate: a row step is looked at before a size, and the packed arrays' row step is their length or width: one of 0 or
+// less is a step error (UtilsTest, LengthBelowOneIsAStepErrorAndWritesNothing).
+inline constexpr int statusBadStep       = -16;  // a row step is not positive
 inline constexpr int statusBadColourStep = -14;  // the same, in the colour conversion
 inline constexpr int statusBadSize       = -6;   // a width or height is not positive
 
