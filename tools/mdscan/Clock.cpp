@@ -1,0 +1,38 @@
+// How are broken presentation times mended?  Called by Decoder through Clock.h.
+#include "Clock.h"
+
+namespace Scan {
+
+Ticks Clock::Next(std::optional<Ticks> presented) {
+    const bool usable = presented && *presented > -absurd && *presented < absurd && _offset < absurd;
+    if (!_last) {
+        return (_last = usable ? *presented : Repaired(0)).value();
+    }
+    const Ticks last = *_last;
+    if (!usable) {
+        return (_last = Repaired(last + _interval)).value();
+    }
+    const Ticks time = *presented + _offset;
+    const Ticks formerly = *presented + _formerOffset;
+    if (time >= last + leap && formerly > last && formerly < last + leap) {     // only one picture was out of order
+        _offset = _formerOffset;
+        return (_last = formerly).value();
+    }
+    if (time > last) {
+        return (_last = time).value();
+    }
+    if (last - time < leap) {
+        return (_last = Repaired(last + 1)).value();
+    }
+    ++_restarts;
+    _formerOffset = _offset;
+    _offset += last + _interval - time;
+    return (_last = Repaired(last + _interval)).value();
+}
+
+Ticks Clock::Repaired(Ticks time) {
+    ++_repairs;
+    return time;
+}
+
+}  // namespace Scan

@@ -1,0 +1,67 @@
+// What is the next picture of this file, and when was it?  Everything that FFmpeg reads and decodes; main pulls from it.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "Clock.h"
+#include "Libav.h"
+
+namespace Scan {
+
+// What was wrong with the file's contents. Decoding goes on behind a damaged place where that is possible.
+struct Damage {
+    int count = 0;             // packets and pictures with an error
+    std::string what;          // the first one
+    Ticks time = 0;            // about where it was
+};
+
+class Decoder {
+public:
+    // Opens the file and its first video stream. Throws Failure with one line that says what is wrong.
+    explicit Decoder(const std::string& path);
+
+    // Decodes the next picture. False: there is none, because the file is over or cannot be read further.
+    bool Next();
+
+    const AVFrame& Frame() const { return *_frame; }           // until the following Next
+    Ticks Time() const { return _time; }                       // since the start of the file; always rising
+    std::int64_t Pictures() const { return _pictures; }        // decoded so far
+    const Damage& Found() const { return _damage; }            // complete once Next has returned false
+
+    Ticks NominalInterval() const { return _nominalInterval; } // between two pictures, at least 1
+    AVRational SampleAspect() const { return _sampleAspect; }  // 0/1: not known
+
+    // How much of the file has been read, 0 to 1.
+    double Progress() const;
+
+private:
+    void OpenInput(const std::string& path);
+    void OpenCodec();
+    void Feed();
+    void AcceptFrame();
+    void CheckEnd();
+    bool EndsWithinPicture() const;
+    void NoteDamage(const std::string& what);
+
+    InputPointer _input;
+    AVStream* _stream = nullptr;       // owned by _input
+    CodecPointer _codec;
+    PacketPointer _packet = NewPacket();
+    FramePointer _frame = NewFrame();
+    Ticks _promised = 0;               // ticks; length of the video as the header says, 0: it does not
+    Ticks _promisedByFile = 0;         // ticks; likewise, of the longest stream in the file
+    std::int64_t _packetEnd = 0;       // bytes; where the last packet of the video ends in the file
+    std::optional<Ticks> _origin;      // ticks; the file's time that counts as 0, absent until one is known
+    Ticks _nominalInterval = 1;        // ticks
+    AVRational _sampleAspect = {0, 1};
+    std::optional<Clock> _clock;
+    Ticks _time = 0;                   // ticks
+    std::int64_t _pictures = 0;
+    int _failuresInARow = 0;           // of reading and decoding, without a picture in between
+    bool _draining = false;            // the decoder knows that nothing follows
+    Damage _damage;
+};
+
+}  // namespace Scan

@@ -1,0 +1,96 @@
+// How is FFmpeg kept quiet and its memory safe?  Called by Decoder, PlainPicture, Overlay and main through Libav.h.
+#include "Libav.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdarg>
+#include <mutex>
+#include <new>
+#include <utility>
+
+extern "C" {
+#include <libavutil/avutil.h>
+#include <libavutil/error.h>
+#include <libavutil/log.h>
+}
+
+namespace Scan {
+
+namespace {
+
+// Decoders complain from threads of their own.
+std::mutex complaintMutex;
+std::string complaint;
+
+void Remember(void* source, int level, const char* format, va_list arguments) {
+    if (level > AV_LOG_ERROR) {
+        return;
+    }
+    std::array<char, 512> line = {};
+    int printPrefix = 0;
+    av_log_format_line2(source, level, format, arguments, line.data(), static_cast<int>(line.size()), &printPrefix);
+    std::string text = line.data();
+    std::replace_if(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
+    text.erase(text.find_last_not_of(' ') + 1);
+    const std::lock_guard lock(complaintMutex);
+    if (complaint.empty()) {
+        complaint = std::move(text);
+    }
+}
+
+std::string VersionText(unsigned version) {
+    return std::to_string(AV_VERSION_MAJOR(version)) + "." + std::to_string(AV_VERSION_MINOR(version)) + "." +
+           std::to_string(AV_VERSION_MICRO(version));
+}
+
+}  // namespace
+
+PacketPointer NewPacket() {
+    PacketPointer packet(av_packet_alloc());
+    if (!packet) {
+        throw std::bad_alloc();
+    }
+    return packet;
+}
+
+FramePointer NewFrame() {
+    FramePointer frame(av_frame_alloc());
+    if (!frame) {
+        throw std::bad_alloc();
+    }
+    return frame;
+}
+
+AVPixelFormat PlainFormat(int format) {
+    switch (format) {
+        case AV_PIX_FMT_YUVJ420P: return AV_PIX_FMT_YUV420P;
+        case AV_PIX_FMT_YUVJ422P: return AV_PIX_FMT_YUV422P;
+        case AV_PIX_FMT_YUVJ444P: return AV_PIX_FMT_YUV444P;
+        case AV_PIX_FMT_YUVJ440P: return AV_PIX_FMT_YUV440P;
+        case AV_PIX_FMT_YUVJ411P: return AV_PIX_FMT_YUV411P;
+        default: return static_cast<AVPixelFormat>(format);
+    }
+}
+
+std::string ErrorText(int error) {
+    std::array<char, AV_ERROR_MAX_STRING_SIZE> text = {};
+    av_strerror(error, text.data(), text.size());
+    return text.data();
+}
+
+void CollectComplaints() {
+    av_log_set_callback(Remember);
+}
+
+std::string TakeComplaint() {
+    const std::lock_guard lock(complaintMutex);
+    return std::exchange(complaint, std::string());
+}
+
+std::string LibavVersions() {
+    return "FFmpeg " + std::string(av_version_info()) + " (libavformat " + VersionText(avformat_version()) + ", libavcodec " +
+           VersionText(avcodec_version()) + ", libavutil " + VersionText(avutil_version()) + ", libswscale " +
+           VersionText(swscale_version()) + ")";
+}
+
+}  // namespace Scan

@@ -1,0 +1,124 @@
+// How is the command line read?  Called by main through Options.h.
+#include "Options.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <sstream>
+
+#include <CLI/CLI.hpp>
+
+#include "Failure.h"
+
+namespace Scan {
+
+namespace {
+
+constexpr double longestTime = 1e6;        // seconds; eleven days
+constexpr double highestRate = 1000;       // pictures per second
+constexpr int largestBlock = 64;           // pixels; as much as the block reducer sums
+
+constexpr const char* footer =
+    "Output: one JSON object per line. An event has type \"event\", its number, start, end and peak in seconds,\n"
+    "frames (analysed frames with an object), blocks (moving blocks at the peak) and boxes (objects at the peak,\n"
+    "largest first, x y w h in pixels). Times count from the start of the file.\n"
+    "\n"
+    "Exit codes: 0 scan complete; 1 input unreadable, damaged or cut short, or a result could not be written (what\n"
+    "was found up to there is printed); 2 bad usage.\n";
+
+// A number within bounds; NaN is in no bounds.
+CLI::Validator Within(double low, double high) {
+    std::ostringstream range;
+    range << low << " to " << high;
+    return CLI::Validator(
+        [low, high, text = range.str()](std::string& value) {
+            char* end = nullptr;
+            const double number = std::strtod(value.c_str(), &end);
+            const bool inside = end != value.c_str() && *end == '\0' && number >= low && number <= high;
+            return inside ? std::string() : "must be a number from " + text + ", not " + value;
+        },
+        "");
+}
+
+// "x,y,w,h" with all of it inside the picture.
+std::optional<RelativeZone> ReadZone(const std::string& text) {
+    double values[4] = {};
+    const char* rest = text.c_str();
+    for (int i = 0; i < 4; ++i) {
+        char* end = nullptr;
+        values[i] = std::strtod(rest, &end);
+        const char expected = i < 3 ? ',' : '\0';
+        if (end == rest || *end != expected) {
+            return std::nullopt;
+        }
+        rest = end + 1;
+    }
+    const auto [x, y, width, height] = values;
+    constexpr double rounding = 1e-9;      // 0.7 + 0.3 may end up beyond 1
+    const bool inside = x >= 0 && y >= 0 && width > 0 && height > 0 && x + width <= 1 + rounding && y + height <= 1 + rounding;
+    return inside ? std::optional(RelativeZone{x, y, width, height}) : std::nullopt;
+}
+
+CLI::Validator IsZone() {
+    return CLI::Validator(
+        [](std::string& value) {
+            return ReadZone(value) ? std::string() : "must be x,y,w,h, each from 0 to 1 and inside the picture, not " + value;
+        },
+        "");
+}
+
+std::string OneLine(std::string text) {
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    return text;
+}
+
+}  // namespace
+
+Parsed ParseOptions(const std::vector<std::string>& arguments, const std::string& version) {
+    Options options;
+    std::vector<std::string> zones;
+
+    CLI::App app("Finds motion in a video file and prints when and where, as JSON lines.", "mdscan");
+    app.footer(footer);
+    app.set_help_flag("-h,--help", "Print this help and leave");
+    app.set_version_flag("--version", version, "Print versions and leave");
+    app.option_defaults()->always_capture_default();
+    app.get_formatter()->column_width(28);
+
+    app.add_option("input", options.input, "Video file")->required()->type_name("FILE")->default_str("");
+    app.add_option("--rate", options.rate, "Pictures analysed per second; 0: every picture")
+        ->check(Within(0, highestRate))->type_name("N");
+    app.add_option("--block", options.blockSize, "Block size in pixels, up to 64; 0: one that gives 120 to 240 columns")
+        ->check(Within(0, largestBlock))->type_name("N");
+    app.add_flag("--shadows", options.shadows, "Drop what only darkens the background");
+    app.add_option("--min-size", options.minSize, "Smallest object, as a fraction of the picture's width and of its height")
+        ->check(Within(0, 1))->type_name("F");
+    app.add_option("--merge-gap", options.mergeGap, "Seconds without an object that end an event")
+        ->check(Within(0, longestTime))->type_name("S");
+    app.add_option("--min-duration", options.minDuration, "Seconds below which an event is dropped")
+        ->check(Within(0, longestTime))->type_name("S");
+    app.add_option("--zone", zones, "Look only within this rectangle, in fractions of the picture; may be repeated")
+        ->check(IsZone())->type_name("X,Y,W,H")->allow_extra_args(false)->default_str("");
+    app.add_flag("--frames", options.frames, "Also print one line per analysed frame with its objects");
+    app.add_option("--background", options.background, "Write the learned background; magenta: not known")
+        ->type_name("FILE.png")->default_str("");
+    app.add_option("--overlay", options.overlay, "Write the video with the objects' boxes drawn")
+        ->type_name("FILE.mp4")->default_str("");
+
+    try {
+        std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());      // as the parser wants them
+        app.parse(std::move(reversed));
+    } catch (const CLI::CallForHelp&) {
+        return {std::nullopt, exitComplete, app.help()};
+    } catch (const CLI::CallForVersion&) {
+        return {std::nullopt, exitComplete, version + "\n"};
+    } catch (const CLI::ParseError& error) {
+        return {std::nullopt, exitUsage, "mdscan: " + OneLine(error.what()) + " (see mdscan --help)\n"};
+    }
+    for (const std::string& zone : zones) {
+        options.zones.push_back(ReadZone(zone).value());
+    }
+    return {options, exitComplete, ""};
+}
+
+}  // namespace Scan

@@ -1,0 +1,35 @@
+// What does the user want?  The command line as a record; main reads it once.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ZoneMask.h"
+
+namespace Scan {
+
+struct Options {
+    std::string input;
+    double rate = 6;               // pictures analysed per second; 0: all
+    int blockSize = 0;             // pixels; 0: chosen from the picture's size
+    bool shadows = false;          // drop shadows
+    double minSize = 0.03;         // smallest object, as a fraction of the picture's width and of its height
+    double mergeGap = 2;           // seconds
+    double minDuration = 0.5;      // seconds
+    std::vector<RelativeZone> zones;   // none: the whole picture
+    bool frames = false;           // one line per analysed frame, too
+    std::string background;        // file to write; empty: none
+    std::string overlay;           // file to write; empty: none
+};
+
+struct Parsed {
+    std::optional<Options> options;    // absent: print `text` and leave
+    int exitCode;                      // when absent
+    std::string text;                  // help, version, or one line on what is wrong
+};
+
+// arguments: without the program's name. version: answer to --version.
+Parsed ParseOptions(const std::vector<std::string>& arguments, const std::string& version);
+
+}  // namespace Scan

@@ -1,0 +1,39 @@
+// How is a PNG file written?  Called by main through PngFile.h.
+#include "PngFile.h"
+
+#include <algorithm>
+#include <cstddef>
+
+#include <png.h>
+
+#include "Failure.h"
+
+namespace Scan {
+
+BgrPicture Enlarged(const BgrPicture& picture, int factor, int width, int height) {
+    constexpr int channels = 3;
+    BgrPicture large{width, height, {}};
+    large.pixels.reserve(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * channels);
+    for (int y = 0; y < height; ++y) {
+        const int row = std::min(y / factor, picture.height - 1);
+        for (int x = 0; x < width; ++x) {
+            const int column = std::min(x / factor, picture.width - 1);
+            const auto pixel = picture.pixels.begin() + (std::ptrdiff_t{row} * picture.width + column) * channels;
+            large.pixels.insert(large.pixels.end(), pixel, pixel + channels);
+        }
+    }
+    return large;
+}
+
+void WritePng(const BgrPicture& picture, const ResultFile& file) {
+    png_image image = {};
+    image.version = PNG_IMAGE_VERSION;
+    image.width = static_cast<png_uint_32>(picture.width);
+    image.height = static_cast<png_uint_32>(picture.height);
+    image.format = PNG_FORMAT_BGR;
+    if (!png_image_write_to_file(&image, file.PassingPath().c_str(), 0, picture.pixels.data(), 0, nullptr)) {
+        throw Failure(exitFailed, "cannot write " + file.Path() + ": " + image.message);
+    }
+}
+
+}  // namespace Scan

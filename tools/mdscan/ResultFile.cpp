@@ -1,0 +1,43 @@
+// How does a result come into being all at once?  Called by main and Overlay through ResultFile.h.
+#include "ResultFile.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <system_error>
+
+#include <unistd.h>
+
+#include "Failure.h"
+
+namespace Scan {
+
+ResultFile::ResultFile(std::string path, const std::string& input) : _path(std::move(path)) {
+    namespace fs = std::filesystem;
+    std::error_code ignored;
+    if (fs::exists(_path, ignored) && !fs::is_regular_file(_path, ignored)) {
+        throw Failure(exitUsage, "cannot write " + _path + ": is not a plain file");
+    }
+    if (fs::equivalent(_path, input, ignored)) {
+        throw Failure(exitUsage, "cannot write " + _path + ": is the input");
+    }
+    _passing = _path + "." + std::to_string(getpid()) + ".part";
+    if (!std::ofstream(_passing, std::ios::binary)) {
+        throw Failure(exitFailed, "cannot write " + _path + ": " + std::strerror(errno));
+    }
+}
+
+ResultFile::~ResultFile() {
+    std::error_code ignored;
+    std::filesystem::remove(_passing, ignored);        // after Keep there is nothing of that name
+}
+
+void ResultFile::Keep() {
+    if (std::rename(_passing.c_str(), _path.c_str()) != 0) {
+        throw Failure(exitFailed, "cannot write " + _path + ": " + std::strerror(errno));
+    }
+}
+
+}  // namespace Scan

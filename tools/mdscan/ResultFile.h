@@ -1,0 +1,31 @@
+// Where does a result go while it is written?  Beside its place, under a passing name; the real name stands for a whole file.
+// Overlay and main own one per file that the user asked for.
+#pragma once
+
+#include <string>
+
+namespace Scan {
+
+class ResultFile {
+public:
+    // Makes the file under its passing name, so that an impossible place is known before the scan.
+    // Throws Failure when that fails, when the place holds something that is not a plain file, or the input itself.
+    ResultFile(std::string path, const std::string& input);
+
+    // Without Keep before: leaves nothing behind.
+    ~ResultFile();
+    ResultFile(const ResultFile&) = delete;
+    ResultFile& operator=(const ResultFile&) = delete;
+
+    const std::string& Path() const { return _path; }
+    const std::string& PassingPath() const { return _passing; }    // write here
+
+    // Gives the finished file its name, in place of an older one. Throws Failure.
+    void Keep();
+
+private:
+    std::string _path;
+    std::string _passing;
+};
+
+}  // namespace Scan

@@ -1,0 +1,55 @@
+// What moves in this picture?  One detector for pictures of one size and layout: reduces a picture to blocks, feeds the
+// detector, reads its objects back. main makes a new one when the picture changes, which starts learning afresh.
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "BlockReducer.h"
+#include "Events.h"
+#include "PngFile.h"
+#include "TickTime.h"
+#include "ZoneMask.h"
+#include "coreMD.h"
+
+namespace Scan {
+
+struct WatchRules {
+    double framesPerSecond;            // of the video
+    bool shadows;                      // drop them
+    double minSize;                    // smallest object, as a fraction of the picture's width and height
+    std::vector<RelativeZone> zones;   // none: the whole picture
+};
+
+// wish: block size in pixels, 0: chosen. Throws Failure when the grid has more blocks than the detector can label.
+PictureGrid GridOf(int pictureWidth, int pictureHeight, int wish);
+
+// The object's box in pixels, within the picture.
+Box PixelBox(const MDObjectInfo& object, const PictureGrid& grid);
+
+class Watcher {
+public:
+    // picture: its block size is taken from the grid.
+    Watcher(const Host::PictureFormat& picture, const PictureGrid& grid, const WatchRules& rules);
+    ~Watcher();
+    Watcher(const Watcher&) = delete;
+    Watcher& operator=(const Watcher&) = delete;
+
+    // A picture of the size and layout that the watcher was made for, at a time later than the one before.
+    Findings Watch(const Host::PictureView& picture, Ticks time);
+
+    // The background learned so far, one pixel per block; magenta where it is not known. Precondition: Watch was called.
+    BgrPicture Background();
+
+    const PictureGrid& Grid() const { return _grid; }
+
+private:
+    void AddZone(std::vector<std::uint8_t> mask);
+
+    PictureGrid _grid;
+    WatchRules _rules;
+    Host::BlockReducer _reducer;
+    DetectorHandle _detector = nullptr;
+};
+
+}  // namespace Scan
