@@ -1,0 +1,62 @@
+// Are the printed lines what a reader of JSON expects?
+#include "Report.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+namespace Scan {
+namespace {
+
+Event AnEvent(std::size_t objects) {
+    Event event{.start = 12'345'678, .end = 98'765'432, .peak = 50'000'000, .frames = 17, .peakBlocks = 99, .objects = {}};
+    for (std::size_t i = 0; i < objects; ++i) {
+        event.objects.push_back({Box{static_cast<int>(i), 2, 30, 40}, 5});
+    }
+    return event;
+}
+
+TEST(Report, AnEventLineHoldsAllFieldsInOrder) {
+    EXPECT_EQ(EventLine(3, AnEvent(1)),
+              R"({"type":"event","event":3,"start":1.235,"end":9.877,"peak":5.0,"frames":17,"blocks":99,)"
+              R"("boxes":[{"x":0,"y":2,"w":30,"h":40,"blocks":5}]})");
+}
+
+TEST(Report, AnEventLineHoldsTheFirstBoxesOnly) {
+    const auto line = nlohmann::json::parse(EventLine(1, AnEvent(mostBoxesPerEvent + 3)));
+    ASSERT_EQ(line["boxes"].size(), mostBoxesPerEvent);
+    EXPECT_EQ(line["boxes"][0]["x"], 0);
+}
+
+TEST(Report, AFrameLineHoldsEveryObject) {
+    const Findings frame{20'000'000, {{Box{1, 2, 3, 4}, 5}, {Box{6, 7, 8, 9}, 10}}};
+    EXPECT_EQ(FrameLine(51, frame),
+              R"({"type":"frame","frame":51,"time":2.0,"blocks":15,)"
+              R"("objects":[{"x":1,"y":2,"w":3,"h":4,"blocks":5},{"x":6,"y":7,"w":8,"h":9,"blocks":10}]})");
+    EXPECT_EQ(FrameLine(0, {0, {}}), R"({"type":"frame","frame":0,"time":0.0,"blocks":0,"objects":[]})");
+}
+
+TEST(Report, TheTallyNamesWhatWasDone) {
+    Tally tally{.pictures = 795, .analysed = 398, .length = 795'000'000, .elapsed = 2, .events = 1, .dropped = 0,
+                .grid = {768, 576, 4, 192, 144}};
+    EXPECT_EQ(TallyText(tally), "795 pictures (79.5 s), 398 analysed on 192x144 blocks of 4 pixels; 1 event; "
+                                "took 2.0 s, 39.8 x real time");
+    tally.events = 2;
+    tally.dropped = 3;
+    EXPECT_NE(TallyText(tally).find("; 2 events (3 too short);"), std::string::npos);
+}
+
+TEST(Report, AnEmptyTallyDividesByNothing) {
+    EXPECT_EQ(TallyText(Tally{}), "0 pictures (0.0 s), 0 analysed; 0 events; took 0.0 s, 0.0 x real time");
+}
+
+TEST(Report, DamageNamesThePlaceAndTheCount) {
+    EXPECT_EQ(DamageText({1, "bad data", 124'000'000}), "damaged near 12.4 s: bad data");
+    EXPECT_EQ(DamageText({7, "bad data", 0}), "damaged near 0.0 s: bad data (first of 7 errors)");
+}
+
+}  // namespace
+}  // namespace Scan

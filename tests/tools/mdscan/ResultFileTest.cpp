@@ -1,0 +1,96 @@
+// Does a result appear whole or not at all?
+#include "ResultFile.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include <unistd.h>
+
+#include "Failure.h"
+
+namespace Scan {
+namespace {
+
+namespace fs = std::filesystem;
+
+class ResultFileTest : public testing::Test {
+protected:
+    void SetUp() override { fs::create_directories(_folder); }
+    void TearDown() override { fs::remove_all(_folder); }
+
+    std::string In(const std::string& name) const { return (_folder / name).string(); }
+
+    static void Write(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
+
+    static std::string Read(const std::string& path) {
+        std::ifstream file(path);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    std::size_t FilesInFolder() const {
+        return static_cast<std::size_t>(std::distance(fs::directory_iterator(_folder), fs::directory_iterator()));
+    }
+
+    ExitCode CodeOf(const std::string& path, const std::string& input) const {
+        try {
+            ResultFile file(path, input);
+        } catch (const Failure& failure) {
+            return failure.Code();
+        }
+        return exitComplete;
+    }
+
+private:
+    const fs::path _folder = fs::path(testing::TempDir()) / ("ResultFileTest." + std::to_string(getpid()));
+};
+
+TEST_F(ResultFileTest, AppearsUnderItsNameOnlyWhenKept) {
+    ResultFile file(In("out.png"), In("in.mp4"));
+    Write(file.PassingPath(), "whole");
+    EXPECT_FALSE(fs::exists(In("out.png")));
+    file.Keep();
+    EXPECT_EQ(Read(In("out.png")), "whole");
+    EXPECT_EQ(FilesInFolder(), 1u);
+}
+
+TEST_F(ResultFileTest, LeavesNothingBehindWhenNotKept) {
+    {
+        ResultFile file(In("out.png"), In("in.mp4"));
+        Write(file.PassingPath(), "half");
+        EXPECT_EQ(FilesInFolder(), 1u);
+    }
+    EXPECT_EQ(FilesInFolder(), 0u);
+}
+
+TEST_F(ResultFileTest, AnOlderResultStaysUntilTheNewOneIsWhole) {
+    Write(In("out.png"), "old");
+    { ResultFile abandoned(In("out.png"), In("in.mp4")); }
+    EXPECT_EQ(Read(In("out.png")), "old");
+    ResultFile file(In("out.png"), In("in.mp4"));
+    Write(file.PassingPath(), "new");
+    file.Keep();
+    EXPECT_EQ(Read(In("out.png")), "new");
+}
+
+TEST_F(ResultFileTest, NeverReplacesTheInput) {
+    Write(In("in.mp4"), "footage");
+    fs::create_symlink(In("in.mp4"), In("alias.mp4"));
+    EXPECT_EQ(CodeOf(In("in.mp4"), In("in.mp4")), exitUsage);
+    EXPECT_EQ(CodeOf(In("alias.mp4"), In("in.mp4")), exitUsage);
+    EXPECT_EQ(Read(In("in.mp4")), "footage");
+}
+
+TEST_F(ResultFileTest, NeverReplacesWhatIsNotAPlainFile) {
+    EXPECT_EQ(CodeOf("/dev/null", In("in.mp4")), exitUsage);
+    fs::create_directory(In("folder"));
+    EXPECT_EQ(CodeOf(In("folder"), In("in.mp4")), exitUsage);
+}
+
+TEST_F(ResultFileTest, AnImpossiblePlaceIsKnownAtOnce) { EXPECT_EQ(CodeOf(In("missing/out.png"), In("in.mp4")), exitFailed); }
+
+}  // namespace
+}  // namespace Scan

@@ -1,0 +1,149 @@
+// How is the built program started, fed and listened to?  Called by the tests of the built program through ScanRun.h.
+#include "ScanRun.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <thread>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace Scan {
+
+namespace {
+
+struct Outputs {
+    std::string out;       // path; where standard output goes
+    std::string err;       // path
+};
+
+[[noreturn]] void Become(const std::vector<std::string>& arguments, const Outputs& outputs, long largestFile) {
+    const auto redirect = [](const std::string& path, int target) {
+        const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        if (file < 0 || dup2(file, target) < 0) {
+            _exit(126);
+        }
+    };
+    redirect(outputs.out, STDOUT_FILENO);
+    redirect(outputs.err, STDERR_FILENO);
+    if (largestFile > 0) {
+        std::signal(SIGXFSZ, SIG_IGN);                               // the write fails instead
+        const rlimit limit = {static_cast<rlim_t>(largestFile), static_cast<rlim_t>(largestFile)};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    std::vector<char*> words = {const_cast<char*>(MDSCAN_PROGRAM)};
+    for (const std::string& argument : arguments) {
+        words.push_back(const_cast<char*>(argument.c_str()));
+    }
+    words.push_back(nullptr);
+    execv(MDSCAN_PROGRAM, words.data());
+    _exit(127);
+}
+
+pid_t Start(const std::vector<std::string>& arguments, const Outputs& outputs, long largestFile = 0) {
+    const pid_t child = fork();
+    if (child == 0) {
+        Become(arguments, outputs, largestFile);
+    }
+    return child;
+}
+
+std::string Content(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+int CodeOf(pid_t child) {
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+Outcome Parsed(int code, const std::string& out, const std::string& err) {
+    Outcome run{code, {}, err};
+    std::istringstream lines(out);
+    for (std::string line; std::getline(lines, line);) {
+        nlohmann::json parsed = nlohmann::json::parse(line, nullptr, false);
+        EXPECT_FALSE(parsed.is_discarded()) << "not JSON: " << line;
+        run.lines.push_back(std::move(parsed));
+    }
+    return run;
+}
+
+std::string Scratch(const char* name) {
+    return testing::TempDir() + "ScanRun." + std::to_string(getpid()) + "." + name;
+}
+
+}  // namespace
+
+int Outcome::ErrorLines() const {
+    return static_cast<int>(std::count(err.begin(), err.end(), '\n'));
+}
+
+int ProcessId() {
+    return getpid();
+}
+
+Outcome Mdscan(const std::vector<std::string>& arguments, const Surroundings& surroundings) {
+    const Outputs outputs{surroundings.output.empty() ? Scratch("out") : surroundings.output, Scratch("err")};
+    const pid_t child = Start(arguments, outputs, surroundings.largestFile);
+    const int code = CodeOf(child);
+    Outcome run = Parsed(code, surroundings.output.empty() ? Content(outputs.out) : "", Content(outputs.err));
+    unlink(Scratch("out").c_str());
+    unlink(Scratch("err").c_str());
+    return run;
+}
+
+Outcome MdscanInterrupted(std::vector<std::string> arguments, const std::string& clip, const std::string& pipe, int lines) {
+    std::signal(SIGPIPE, SIG_IGN);                                   // the program may leave before all is fed
+    const std::string out = Scratch("fifo"), err = Scratch("err");
+    mkfifo(pipe.c_str(), 0600);
+    mkfifo(out.c_str(), 0600);
+    arguments.push_back(pipe);
+    const pid_t child = Start(arguments, {out, err});
+
+    // The last part of the clip is held back until the program has been interrupted: it cannot end by itself.
+    const std::string content = Content(clip);
+    const std::size_t heldBack = content.size() / 100 * 15;
+    bool interrupted = false;
+    std::ofstream feed;
+    std::thread feeder([&] {
+        feed.open(pipe, std::ios::binary);
+        feed.write(content.data(), static_cast<std::streamsize>(content.size() - heldBack));
+        feed.flush();
+    });
+    std::ifstream reader(out);
+    std::string printed;
+    int count = 0;
+    for (std::string line; std::getline(reader, line);) {
+        printed += line + "\n";
+        if (++count == lines && !interrupted) {
+            interrupted = true;
+            feeder.join();
+            kill(child, SIGINT);
+            feed.write(content.data() + content.size() - heldBack, static_cast<std::streamsize>(heldBack));
+            feed.close();
+        }
+    }
+    if (feeder.joinable()) {
+        feeder.join();
+    }
+    EXPECT_TRUE(interrupted) << "only " << count << " lines were printed";
+    const int code = CodeOf(child);
+    Outcome run = Parsed(code, printed, Content(err));
+    unlink(out.c_str());
+    unlink(err.c_str());
+    return run;
+}
+
+}  // namespace Scan

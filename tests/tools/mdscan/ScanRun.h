@@ -1,0 +1,32 @@
+// How does a test run the built program?  As a user does: arguments in, exit code and both outputs out.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+namespace Scan {
+
+struct Outcome {
+    int code;                            // exit code; -1: ended by a signal
+    std::vector<nlohmann::json> lines;   // standard output, every line parsed
+    std::string err;                     // standard error
+
+    int ErrorLines() const;
+};
+
+struct Surroundings {
+    std::string output = "";             // where standard output goes; empty: read by the test
+    long largestFile = 0;                // bytes that the program may write into one file; 0: any number
+};
+
+int ProcessId();
+
+// A line of standard output that is not JSON fails the test.
+Outcome Mdscan(const std::vector<std::string>& arguments, const Surroundings& surroundings = {});
+
+// Feeds the clip through a pipe made for it, interrupts the program once it has printed `lines` lines, then feeds the rest.
+Outcome MdscanInterrupted(std::vector<std::string> arguments, const std::string& clip, const std::string& pipe, int lines);
+
+}  // namespace Scan

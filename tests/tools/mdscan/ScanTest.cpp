@@ -1,0 +1,271 @@
+// Does the built program find what moves, whatever the video is packed in, and nothing else?
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+#include <png.h>
+
+#include "Decoder.h"
+#include "ScanFixture.h"
+
+namespace Scan {
+namespace {
+
+using nlohmann::json;
+
+class ScanTest : public ScanFixture {};
+
+TEST_F(ScanTest, FindsTheSquareAndNothingElse) {
+    const SquareScene scene;
+    const Outcome run = Mdscan({RawClip(scene)});
+    EXPECT_EQ(run.code, 0) << run.err;
+    ASSERT_EQ(run.lines.size(), 1u);
+    ExpectTheSquare(run.lines[0], scene);
+    EXPECT_EQ(run.lines[0]["type"], "event");
+    EXPECT_EQ(run.lines[0]["event"], 1);
+    EXPECT_EQ(run.ErrorLines(), 1);
+    EXPECT_NE(run.err.find("200 pictures (20.0 s), 100 analysed on 160x120 blocks of 2 pixels; 1 event;"), std::string::npos)
+        << run.err;
+}
+
+TEST_F(ScanTest, AStillSceneHasNoEvents) {
+    const Outcome run = Mdscan({RawClip({.from = 0, .until = 0})});
+    EXPECT_EQ(run.code, 0) << run.err;
+    EXPECT_TRUE(run.lines.empty());
+    EXPECT_EQ(run.ErrorLines(), 1);
+}
+
+TEST_F(ScanTest, FramesAreListedOnRequest) {
+    const SquareScene scene;
+    const Outcome run = Mdscan({"--frames", RawClip(scene)});
+    EXPECT_EQ(run.code, 0) << run.err;
+    std::vector<json> frames;
+    std::copy_if(run.lines.begin(), run.lines.end(), std::back_inserter(frames),
+                 [](const json& line) { return line["type"] == "frame"; });
+    ASSERT_EQ(frames.size(), 100u);
+    EXPECT_EQ(run.lines.size(), 101u);
+    for (std::size_t i = 0; i < frames.size(); ++i) {
+        const double time = frames[i]["time"];
+        ASSERT_EQ(frames[i]["frame"], 2 * i);
+        ASSERT_DOUBLE_EQ(time, 0.2 * static_cast<double>(i));
+        if (time < scene.from - 0.5 || time > scene.until + 0.7) {
+            EXPECT_TRUE(frames[i]["objects"].empty()) << frames[i];
+        } else if (time > scene.from + 0.5 && time < scene.until - 0.5) {
+            EXPECT_EQ(frames[i]["objects"].size(), 1u) << frames[i];
+        }
+    }
+}
+
+TEST_F(ScanTest, RateZeroAnalysesEveryPicture) {
+    const SquareScene scene;
+    const Outcome run = Mdscan({"--rate", "0", RawClip(scene)});
+    EXPECT_NE(run.err.find(" 200 analysed"), std::string::npos) << run.err;
+    ASSERT_EQ(run.lines.size(), 1u);
+    ExpectTheSquare(run.lines[0], scene);
+}
+
+TEST_F(ScanTest, BlockSizeIsObeyed) {
+    const SquareScene scene;
+    const std::string clip = RawClip(scene);
+    const Outcome run = Mdscan({"--block", "7", clip});
+    EXPECT_NE(run.err.find(" on 46x35 blocks of 7 pixels"), std::string::npos) << run.err;
+    ASSERT_EQ(run.lines.size(), 1u);
+    ExpectTheSquare(run.lines[0], scene);
+}
+
+TEST_F(ScanTest, MoreBlocksThanCanBeLabelledAreRefused) {
+    const Outcome run = Mdscan({"--block", "1", RawClip({.width = 640, .height = 480, .seconds = 0.2})});
+    EXPECT_EQ(run.code, 2);
+    EXPECT_EQ(run.ErrorLines(), 1);
+    EXPECT_NE(run.err.find("too many blocks"), std::string::npos) << run.err;
+}
+
+TEST_F(ScanTest, OnlyZonesAreWatched) {
+    const std::string clip = RawClip({});
+    EXPECT_TRUE(Mdscan({"--zone", "0,0,1,0.3", clip}).lines.empty());
+    EXPECT_EQ(Mdscan({"--zone", "0,0,1,0.3", "--zone", "0.4,0.3,0.2,0.4", clip}).lines.size(), 1u);
+    const Outcome left = Mdscan({"--zone", "0,0,0.5,1", clip});
+    ASSERT_EQ(left.lines.size(), 1u);
+    EXPECT_LT(left.lines[0]["end"], 11.8) << "the square has left the zone by then";
+}
+
+TEST_F(ScanTest, ObjectsBelowTheMinimumSizeAreDropped) {
+    const std::string clip = RawClip({});                            // the square is a fifth of the picture's height
+    EXPECT_EQ(Mdscan({"--min-size", "0.12", clip}).lines.size(), 1u);
+    EXPECT_TRUE(Mdscan({"--min-size", "0.5", clip}).lines.empty());
+}
+
+TEST_F(ScanTest, EventsBelowTheMinimumDurationAreDropped) {
+    const Outcome run = Mdscan({"--min-duration", "6", RawClip({})});
+    EXPECT_TRUE(run.lines.empty());
+    EXPECT_NE(run.err.find("0 events (1 too short)"), std::string::npos) << run.err;
+}
+
+TEST_F(ScanTest, TheBackgroundIsTheSceneWithoutTheSquare) {
+    const SquareScene scene;
+    const Outcome run = Mdscan({"--background", In("background.png"), RawClip(scene)});
+    EXPECT_EQ(run.code, 0) << run.err;
+    png_image image = {};
+    image.version = PNG_IMAGE_VERSION;
+    ASSERT_TRUE(png_image_begin_read_from_file(&image, In("background.png").c_str())) << image.message;
+    ASSERT_EQ(image.width, 320u);
+    ASSERT_EQ(image.height, 240u);
+    image.format = PNG_FORMAT_RGB;
+    std::vector<std::uint8_t> pixels(PNG_IMAGE_SIZE(image));
+    ASSERT_TRUE(png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr)) << image.message;
+    int known = 0, bright = 0;
+    for (std::size_t i = 0; i < pixels.size(); i += 3) {
+        known += pixels[i] != 255 || pixels[i + 1] != 0 ? 1 : 0;     // not magenta
+        bright += pixels[i + 1] > 160 ? 1 : 0;                       // the square's grey
+    }
+    EXPECT_GE(known * 100, 320 * 240 * 95);
+    EXPECT_EQ(bright, 0);
+}
+
+TEST_F(ScanTest, TheOverlayIsTheVideoWithBoxes) {
+    const SquareScene scene;
+    const Outcome run = Mdscan({"--overlay", In("boxes.mp4"), RawClip(scene)});
+    EXPECT_EQ(run.code, 0) << run.err;
+    EXPECT_EQ(FilesInFolder(), (std::vector<std::string>{"boxes.mp4", "clip.y4m"}));
+    Decoder decoder(In("boxes.mp4"));
+    int before = 0, during = 0, after = 0;                           // pictures with something yellow
+    while (decoder.Next()) {
+        const AVFrame& frame = decoder.Frame();
+        ASSERT_EQ(frame.width, 320);
+        ASSERT_EQ(frame.height, 240);
+        bool yellow = false;
+        for (int y = 0; y < frame.height / 2; ++y) {
+            const std::uint8_t* cb = frame.data[1] + std::ptrdiff_t{y} * frame.linesize[1];
+            yellow = yellow || std::any_of(cb, cb + frame.width / 2, [](std::uint8_t value) { return value < 70; });
+        }
+        const double time = ToSeconds(decoder.Time());
+        (time < scene.from ? before : time < scene.until ? during : after) += yellow ? 1 : 0;
+    }
+    EXPECT_EQ(decoder.Pictures(), 200);
+    EXPECT_NEAR(ToSeconds(decoder.Time()), 19.9, 0.001);
+    EXPECT_EQ(before, 0);
+    EXPECT_GE(during, 34);                                           // of 40
+    EXPECT_LE(after, 10);
+}
+
+struct Kind {
+    const char* codec;
+    const char* container;
+    AVPixelFormat format;
+};
+
+class EveryKind : public ScanTest, public testing::WithParamInterface<Kind> {};
+
+TEST_P(EveryKind, HoldsTheSquare) {
+    const Kind& kind = GetParam();
+    if (!HasEncoder(kind.codec)) {
+        GTEST_SKIP() << "this FFmpeg cannot encode " << kind.codec;
+    }
+    const SquareScene scene;
+    WriteEncoded({scene}, {.codec = kind.codec, .container = kind.container, .format = kind.format}, In("clip"));
+    const Outcome run = Mdscan({In("clip")});
+    EXPECT_EQ(run.code, 0) << run.err;
+    ASSERT_EQ(run.lines.size(), 1u) << run.err;
+    ExpectTheSquare(run.lines[0], scene);
+}
+
+std::string NameOf(const testing::TestParamInfo<Kind>& kind) {
+    return std::string(kind.param.codec) + "_" + kind.param.container + "_" + std::to_string(kind.index);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    ScanTest, EveryKind,
+    testing::Values(Kind{"mpeg4", "avi", AV_PIX_FMT_YUV420P}, Kind{"mpeg4", "mp4", AV_PIX_FMT_YUV420P},
+                    Kind{"mpeg2video", "mpegts", AV_PIX_FMT_YUV420P}, Kind{"mjpeg", "avi", AV_PIX_FMT_YUVJ420P},
+                    Kind{"mjpeg", "matroska", AV_PIX_FMT_YUVJ422P}, Kind{"ffv1", "matroska", AV_PIX_FMT_YUV444P},
+                    Kind{"ffv1", "matroska", AV_PIX_FMT_GRAY8}, Kind{"ffv1", "matroska", AV_PIX_FMT_YUV420P10LE},
+                    Kind{"ffv1", "matroska", AV_PIX_FMT_BGR0}, Kind{"rawvideo", "nut", AV_PIX_FMT_NV12},
+                    Kind{"libx264", "mp4", AV_PIX_FMT_YUV420P}),
+    NameOf);
+
+TEST_F(ScanTest, AChangeOfSizeStartsAfresh) {
+    const SquareScene small, large{.width = 640, .height = 480};
+    WriteEncoded({small, large}, {.codec = "mjpeg", .container = "avi", .format = AV_PIX_FMT_YUVJ420P}, In("clip.avi"));
+    const Outcome run = Mdscan({"--overlay", In("boxes.mp4"), In("clip.avi")});
+    EXPECT_EQ(run.code, 0) << run.err;
+    ASSERT_EQ(run.lines.size(), 2u) << run.err;
+    ExpectTheSquare(run.lines[0], small);
+    ExpectTheSquare(run.lines[1], large, 20);
+    Decoder decoder(In("boxes.mp4"));
+    while (decoder.Next()) {
+        ASSERT_EQ(decoder.Frame().width, 320);
+    }
+    EXPECT_EQ(decoder.Pictures(), 400);
+}
+
+TEST_F(ScanTest, AChangeOfSizeEndsTheRunningEvent) {
+    const SquareScene small{.seconds = 12}, large{.width = 640, .height = 480};      // the first is cut while the square moves
+    WriteEncoded({small, large}, {.codec = "mjpeg", .container = "avi", .format = AV_PIX_FMT_YUVJ420P}, In("clip.avi"));
+    const Outcome run = Mdscan({"--merge-gap", "60", In("clip.avi")});
+    EXPECT_EQ(run.code, 0) << run.err;
+    ASSERT_EQ(run.lines.size(), 2u) << run.err;
+    EXPECT_LT(run.lines[0]["end"], 12.0);
+}
+
+TEST_F(ScanTest, AChangeOfPixelFormatStartsAfresh) {
+    const SquareScene cut{.seconds = 12}, whole;
+    WriteEncoded({cut, whole},
+                 {.codec = "mjpeg", .container = "avi", .format = AV_PIX_FMT_YUVJ420P, .laterFormat = AV_PIX_FMT_YUVJ444P},
+                 In("clip.avi"));
+    const Outcome run = Mdscan({"--merge-gap", "60", In("clip.avi")});
+    EXPECT_EQ(run.code, 0) << run.err;
+    ASSERT_EQ(run.lines.size(), 2u) << run.err;
+    EXPECT_LT(run.lines[0]["end"], 12.0);
+    ExpectTheSquare(run.lines[1], whole, 12);
+}
+
+TEST_F(ScanTest, TimesCountFromTheStartOfTheFile) {
+    const SquareScene scene;
+    const auto anHourLater = [](int picture) { return picture + 36'000; };
+    WriteEncoded({scene}, {.codec = "mpeg2video", .container = "mpegts", .time = anHourLater}, In("clip.ts"));
+    const Outcome run = Mdscan({In("clip.ts")});
+    EXPECT_EQ(run.code, 0) << run.err;
+    ASSERT_EQ(run.lines.size(), 1u) << run.err;
+    ExpectTheSquare(run.lines[0], scene);
+}
+
+TEST_F(ScanTest, TimeThatStartsAnewGoesOn) {
+    const SquareScene scene;
+    WriteEncoded({scene}, {.codec = "mpeg2video", .container = "mpegts"}, In("once.ts"));
+    const std::string once = Read("once.ts");
+    Write("twice.ts", once + once);
+    const Outcome run = Mdscan({"--frames", In("twice.ts")});
+    double last = -1;
+    std::vector<json> events;
+    for (const json& line : run.lines) {
+        if (line["type"] == "event") {
+            events.push_back(line);
+            continue;
+        }
+        ASSERT_GT(line["time"], last);
+        last = line["time"];
+    }
+    ASSERT_EQ(events.size(), 2u) << run.err;
+    ExpectTheSquare(events[0], scene);
+    ExpectTheSquare(events[1], scene, 20);
+}
+
+TEST_F(ScanTest, IrregularTimesAreTheFilesOwn) {
+    const SquareScene scene;
+    // Ten pictures a second, the first eight seconds stretched to sixteen.
+    const auto stretched = [](int picture) { return picture < 80 ? 2 * picture : picture + 80; };
+    WriteEncoded({scene}, {.codec = "ffv1", .container = "matroska", .time = stretched}, In("clip.mkv"));
+    const Outcome run = Mdscan({In("clip.mkv")});
+    EXPECT_EQ(run.code, 0) << run.err;
+    ASSERT_EQ(run.lines.size(), 1u) << run.err;
+    ExpectTheSquare(run.lines[0], scene, 8);
+}
+
+}  // namespace
+}  // namespace Scan

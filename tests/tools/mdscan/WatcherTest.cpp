@@ -1,0 +1,162 @@
+// Does the detector get what it needs, and do its objects come back in pixels?
+#include "Watcher.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <vector>
+
+#include "Failure.h"
+
+namespace Scan {
+namespace {
+
+constexpr WatchRules everything{.framesPerSecond = 10, .shadows = false, .minSize = 0, .zones = {}};
+
+ExitCode CodeOfGrid(int width, int height, int wish) {
+    try {
+        GridOf(width, height, wish);
+    } catch (const Failure& failure) {
+        return failure.Code();
+    }
+    return exitComplete;
+}
+
+TEST(Watcher, UsualPicturesGetUsualGrids) {
+    for (const int width : {176, 320, 352, 640, 704, 720, 768, 1280, 1920, 2560, 3840, 7680}) {
+        const PictureGrid grid = GridOf(width, width * 9 / 16, 0);
+        EXPECT_GE(grid.columns, 110) << width;
+        EXPECT_LE(grid.columns, 240) << width;
+    }
+}
+
+TEST(Watcher, AWishedBlockSizeIsTaken) {
+    const PictureGrid grid = GridOf(100, 50, 7);
+    EXPECT_EQ(grid.columns, 15);
+    EXPECT_EQ(grid.rows, 8);
+    EXPECT_EQ(grid.blockSize, 7);
+}
+
+TEST(Watcher, MoreBlocksThanCanBeLabelledAreRefused) {
+    EXPECT_EQ(CodeOfGrid(400, 300, 1), exitComplete);
+    EXPECT_EQ(CodeOfGrid(400, 400, 1), exitUsage);
+    EXPECT_EQ(CodeOfGrid(16, 700'000, 0), exitFailed);
+}
+
+TEST(Watcher, BoxesAreInPixelsAndEndWithThePicture) {
+    const PictureGrid grid{.pictureWidth = 100, .pictureHeight = 50, .blockSize = 7, .columns = 15, .rows = 8};
+    MDObjectInfo object = {};
+    object.left = 2, object.right = 3, object.top = 1, object.bottom = 1;
+    const Box inner = PixelBox(object, grid);
+    EXPECT_EQ(inner.x, 14);
+    EXPECT_EQ(inner.y, 7);
+    EXPECT_EQ(inner.width, 14);
+    EXPECT_EQ(inner.height, 7);
+    object.right = 14, object.bottom = 7;
+    const Box edge = PixelBox(object, grid);
+    EXPECT_EQ(edge.x + edge.width, 100);
+    EXPECT_EQ(edge.y + edge.height, 50);
+}
+
+struct Size {
+    int width;
+    int height;
+};
+
+// A grey picture of 80 x 60 in which two bright rectangles appear at the eleventh step, at (20, 10) and (50, 40).
+class Appearance {
+public:
+    Appearance(Size first, Size second) : _first(first), _second(second) {}
+
+    Host::PictureView At(int step) {
+        _pixels.assign(std::size_t{80} * 60, 50);
+        if (step >= 10) {
+            Draw(20, 10, _first);
+            Draw(50, 40, _second);
+        }
+        Host::PictureView view;
+        view.plane[0] = _pixels.data();
+        view.stride[0] = 80;
+        return view;
+    }
+
+private:
+    void Draw(int x, int y, Size size) {
+        for (int row = y; row < y + size.height; ++row) {
+            for (int column = x; column < x + size.width; ++column) {
+                _pixels[static_cast<std::size_t>(row * 80 + column)] = 200;
+            }
+        }
+    }
+
+    Size _first, _second;
+    std::vector<std::uint8_t> _pixels;
+};
+
+constexpr Host::PictureFormat grey{.width = 80, .height = 60, .format = Host::PixelFormat::Grey};
+
+Findings LastOf(Watcher& watcher, Appearance& appearance) {
+    Findings findings{};
+    for (int step = 0; step <= 10; ++step) {
+        findings = watcher.Watch(appearance.At(step), step * oneSecond / 10);
+    }
+    return findings;
+}
+
+TEST(Watcher, ObjectsComeBackLargestFirst) {
+    Watcher watcher(grey, GridOf(80, 60, 2), everything);
+    Appearance squares({10, 10}, {16, 16});
+    for (int step = 0; step < 10; ++step) {
+        EXPECT_TRUE(watcher.Watch(squares.At(step), step * oneSecond / 10).objects.empty()) << "history of 11 frames";
+    }
+    const Findings findings = watcher.Watch(squares.At(10), oneSecond);
+    EXPECT_EQ(findings.time, oneSecond);
+    ASSERT_EQ(findings.objects.size(), 2u);
+    EXPECT_GT(findings.objects[0].blocks, findings.objects[1].blocks);
+    const Box& large = findings.objects[0].box;
+    EXPECT_EQ(large.x, 50);
+    EXPECT_EQ(large.y, 40);
+    EXPECT_EQ(large.width, 16);
+    EXPECT_EQ(large.height, 16);
+    EXPECT_EQ(findings.objects[0].blocks, 64);
+    EXPECT_EQ(findings.objects[1].box.y, 10);
+    EXPECT_EQ(findings.objects[1].blocks, 25);
+}
+
+TEST(Watcher, ZonesReachTheDetector) {
+    WatchRules upperHalf = everything;
+    upperHalf.zones = {{0, 0, 1, 0.5}};
+    Watcher watcher(grey, GridOf(80, 60, 2), upperHalf);
+    Appearance squares({10, 10}, {16, 16});
+    const Findings findings = LastOf(watcher, squares);
+    ASSERT_EQ(findings.objects.size(), 1u);
+    EXPECT_EQ(findings.objects[0].box.y, 10);
+}
+
+TEST(Watcher, ObjectsTooNarrowOrTooLowAreDropped) {
+    WatchRules large = everything;
+    large.minSize = 0.25;                                  // 10 of 40 columns, 7 of 30 rows
+    Watcher enough(grey, GridOf(80, 60, 2), large), narrow(grey, GridOf(80, 60, 2), large), low(grey, GridOf(80, 60, 2), large);
+    Appearance bothEnough({20, 14}, {20, 14}), oneNarrow({20, 14}, {18, 14}), oneLow({20, 14}, {20, 12});
+    EXPECT_EQ(LastOf(enough, bothEnough).objects.size(), 2u);
+    EXPECT_EQ(LastOf(narrow, oneNarrow).objects.size(), 1u);
+    EXPECT_EQ(LastOf(low, oneLow).objects.size(), 1u);
+}
+
+TEST(Watcher, TheBackgroundOfAFewFramesIsNotKnown) {
+    Watcher watcher(grey, GridOf(80, 60, 2), everything);
+    Appearance squares({10, 10}, {16, 16});
+    watcher.Watch(squares.At(0), 0);
+    const BgrPicture background = watcher.Background();
+    EXPECT_EQ(background.width, 40);
+    EXPECT_EQ(background.height, 30);
+    ASSERT_EQ(background.pixels.size(), 40u * 30 * 3);
+    for (std::size_t i = 0; i < background.pixels.size(); i += 3) {
+        ASSERT_EQ(background.pixels[i], 255);
+        ASSERT_EQ(background.pixels[i + 1], 0);
+        ASSERT_EQ(background.pixels[i + 2], 255);
+    }
+}
+
+}  // namespace
+}  // namespace Scan
