@@ -173,7 +173,10 @@ TEST_F(BackgroundStorageTest, MaskBufferIsKeptWhileItsRowLengthStays) {
     Bytes longer{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14};
     detector.FillBackgroundStorage(storage, longer.data(), 7);
     EXPECT_EQ(storage->maskWidthStep, 7);
-    EXPECT_EQ(Copied(storage->mask, 14), longer);  // a longer row needs another buffer
+    EXPECT_EQ(Copied(storage->mask, 14), longer);  // another row length needs another buffer
+    detector.FillBackgroundStorage(storage, other.data(), 3);
+    EXPECT_EQ(storage->maskWidthStep, 3);
+    EXPECT_EQ(Copied(storage->mask, 6), other);
 }
 
 TEST_F(BackgroundStorageTest, FreedSnapshotIsNull) {

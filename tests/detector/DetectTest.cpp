@@ -215,6 +215,8 @@ TEST_F(DetectTest, FrameWithoutMotionLeavesNoObject) {
     Feed(bright, 0);
     EXPECT_EQ(detector._mergedPool._busyList._objectsCount, 0);
     EXPECT_EQ(detector._zonePool._busyList._objectsCount, 0);
+    EXPECT_EQ(detector._mergedPool._freeList._objectsCount, 0);  // destroyed, not kept
+    EXPECT_EQ(detector._zonePool._freeList._objectsCount, 0);
     EXPECT_EQ(Labels(), (Picture{"....", "....", "...."}));
 }
 

@@ -197,6 +197,28 @@ TEST_F(ResultsTest, ObjectCursorEndsWithTheNextFrame) {
     EXPECT_EQ(Object(), COREMD_DELIVERED);
 }
 
+TEST_F(ResultsTest, ObjectCursorEndsWithTheNextFrameEvenWithoutZones) {
+    Show({"##....#", ".......", "......."});
+    ASSERT_EQ(ZoneResult(), COREMD_DELIVERED);
+    detector.RemoveAllZones();
+    Frame next(7, 3, 30);
+    Feed(next, 0);
+    EXPECT_EQ(Object(), COREMD_EXHAUSTED);
+}
+
+// While the host itself processes the zones, only that ends the objects of the zone before.
+TEST_F(ResultsTest, ObjectCursorEndsWithTheNextZone) {
+    detector._processZones = false;
+    AddZone({"###...."});
+    AddZone({"....###"});
+    Show({"#......", ".......", "......."});
+    ASSERT_EQ(ResultInfo(), COREMD_DELIVERED);
+    ASSERT_EQ(ZoneResult(), COREMD_DELIVERED);
+    ASSERT_EQ(ZoneResult(), COREMD_DELIVERED);
+    EXPECT_EQ(zone.objectsCount, 0);
+    EXPECT_EQ(Object(), COREMD_EXHAUSTED);
+}
+
 TEST_F(ResultsTest, CursorsEndWithTheBuffers) {
     Show({"##....#", ".......", "......."});
     ASSERT_EQ(ResultInfo(), COREMD_DELIVERED);
