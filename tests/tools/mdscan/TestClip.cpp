@@ -41,11 +41,10 @@ FramePointer Draw(const SquareScene& scene, int number) {
     frame->height = scene.height;
     frame->format = AV_PIX_FMT_YUV420P;
     Require(av_frame_get_buffer(frame.get(), 0) == 0, "frame");
+    const std::vector<std::uint8_t> luma = scene.Luma(number);
     for (int y = 0; y < scene.height; ++y) {
-        std::uint8_t* row = frame->data[0] + std::ptrdiff_t{y} * frame->linesize[0];
-        for (int x = 0; x < scene.width; ++x) {
-            row[x] = scene.Luma(x, y, number);
-        }
+        std::copy_n(luma.data() + std::ptrdiff_t{y} * scene.width, scene.width,
+                    frame->data[0] + std::ptrdiff_t{y} * frame->linesize[0]);
     }
     for (int plane = 1; plane < 3; ++plane) {
         for (int y = 0; y < scene.height / 2; ++y) {
@@ -116,27 +115,29 @@ std::optional<Box> SquareScene::SquareAt(double time) const {
     return Box{x, height / 2 - side / 2, side, side};
 }
 
-std::uint8_t SquareScene::Luma(int x, int y, int frame) const {
-    const std::optional<Box> square = SquareAt(static_cast<double>(frame) / framesPerSecond);
-    const bool inside = square && x >= square->x && x < square->x + square->width && y >= square->y &&
-                        y < square->y + square->height;
-    return static_cast<std::uint8_t>((inside ? squareLuma : 60 + (x / 8 + y / 5) % 50) + Noise(x, y, frame));
+std::vector<std::uint8_t> SquareScene::Luma(int frame) const {
+    const Box square = SquareAt(static_cast<double>(frame) / framesPerSecond).value_or(Box{});
+    std::vector<std::uint8_t> luma(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+    std::uint8_t* pixel = luma.data();
+    for (int y = 0; y < height; ++y) {
+        const bool crossed = y >= square.y && y < square.y + square.height;
+        for (int x = 0; x < width; ++x, ++pixel) {
+            const bool inside = crossed && x >= square.x && x < square.x + square.width;
+            *pixel = static_cast<std::uint8_t>((inside ? squareLuma : 60 + (x / 8 + y / 5) % 50) + Noise(x, y, frame));
+        }
+    }
+    return luma;
 }
 
 void WriteY4m(const SquareScene& scene, const std::string& path) {
     std::ofstream file(path, std::ios::binary);
     file << "YUV4MPEG2 W" << scene.width << " H" << scene.height << " F" << scene.framesPerSecond << ":1 Ip A1:1 C420jpeg\n";
     const std::size_t chroma = static_cast<std::size_t>(scene.width / 2) * static_cast<std::size_t>(scene.height / 2) * 2;
-    std::string picture;
     for (int number = 0; number < scene.Frames(); ++number) {
-        picture.clear();
-        for (int y = 0; y < scene.height; ++y) {
-            for (int x = 0; x < scene.width; ++x) {
-                picture.push_back(static_cast<char>(scene.Luma(x, y, number)));
-            }
-        }
-        picture.append(chroma, static_cast<char>(128));
-        file << "FRAME\n" << picture;
+        std::vector<std::uint8_t> picture = scene.Luma(number);
+        picture.insert(picture.end(), chroma, std::uint8_t{128});
+        file << "FRAME\n";
+        file.write(reinterpret_cast<const char*>(picture.data()), static_cast<std::streamsize>(picture.size()));
     }
     file.close();
     Require(!file.fail(), "writing a raw clip");

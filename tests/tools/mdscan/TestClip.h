@@ -24,7 +24,7 @@ struct SquareScene {
 
     int Frames() const { return static_cast<int>(seconds * framesPerSecond); }
     std::optional<Box> SquareAt(double time) const;
-    std::uint8_t Luma(int x, int y, int frame) const;
+    std::vector<std::uint8_t> Luma(int frame) const;         // row after row
 };
 
 // Raw pictures, one after another: no encoder involved.
