@@ -34,6 +34,7 @@ class Host {
 public:
     explicit Host(ByteSource& bytes) : _bytes(bytes) {
         std::srand(bytes.Byte());  // the detector draws its phase with rand()
+        _flags.fps = 25;
         Create();
         ChooseGrid();
     }
@@ -81,7 +82,7 @@ private:
         FUZZ_CLAIM(h15(&_handle) == 0);
         _columns = _rows = _ringFrames = _zones = 0;
         _lastTime = 0;
-        _metZones = _hasUnfittedZone = _hasLimit = _detectsShadow = _passThroughFlag = false;
+        _metZones = _hasObjectCursor = _hasUnfittedZone = _hasLimit = _detectsShadow = _passThroughFlag = false;
     }
 
     void AddZone() {
@@ -178,6 +179,7 @@ private:
         _lastTime = _time;
         _passThroughFlag = info.passThroughFlag != 0;
         _metZones = _zones > 0;
+        _hasObjectCursor = false;
         if (info.isH264Partly == 0 || info.isH264PartlyIFrame != 0) ++_ringFrames;
         _work += std::min(static_cast<std::int64_t>(_scene.Blocks()), mostWorkPerFrame);
         _time = Later(_time, _step);
@@ -200,9 +202,10 @@ private:
             MDObjectInfo object{};
             switch (_bytes.Byte() % 4) {
             case 0: h17(&_handle, &summary); break;
-            case 1: h19(&_handle, &zone); break;
+            case 1: _hasObjectCursor |= h19(&_handle, &zone) == COREMD_DELIVERED; break;
             default:
                 if (!HasFrame() || h18(&_handle, &object) != COREMD_DELIVERED) break;
+                FUZZ_CLAIM(_hasObjectCursor);  // the objects of the frame before are gone
                 for (int i = 0; i < object.pixelsCount; ++i)
                     FUZZ_CLAIM(object.pixelsX[i] >= object.left && object.pixelsX[i] <= object.right &&
                                object.pixelsY[i] >= object.top && object.pixelsY[i] <= object.bottom);
@@ -257,6 +260,7 @@ private:
     int              _ringFrames = 0;         // frames of history since the last fresh start
     int              _zones = 0;
     bool             _metZones = false;       // the last frame did
+    bool             _hasObjectCursor = false;  // h19 has delivered since the last frame
     bool             _hasUnfittedZone = false;
     bool             _hasLimit = false;       // a zone with a least size beyond the grid
     bool             _detectsShadow = false;
