@@ -1,0 +1,156 @@
+// Does the scanner survive any file?  The input is a video, mostly a damaged one; it goes through the scanner's parts in the
+// order in which the program uses them.  FFmpeg itself is not under test: it is not instrumented, and may refuse anything.
+#include <cstddef>
+#include <cstdint>
+#include <exception>
+#include <optional>
+#include <string>
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+extern "C" {
+#include <libavutil/mem.h>
+}
+
+#include "Cadence.h"
+#include "Claim.h"
+#include "Decoder.h"
+#include "Events.h"
+#include "Failure.h"
+#include "FuzzTarget.h"
+#include "Libav.h"
+#include "PlainPicture.h"
+#include "PngFile.h"
+#include "Report.h"
+#include "Watcher.h"
+
+namespace {
+
+constexpr std::size_t longestInput = 256 * 1024;    // bytes
+constexpr std::size_t mostMemory = 16 << 20;        // bytes in one piece for FFmpeg: headers promise giant pictures
+constexpr int         mostPictures = 60;            // of one input
+constexpr std::int64_t largestPicture = 320 * 240;  // pixels; larger ones are decoded and left
+
+// A file that exists in memory only.
+class MemoryFile {
+public:
+    MemoryFile(const std::uint8_t* data, std::size_t size) : _descriptor(memfd_create("video", MFD_CLOEXEC)) {
+        FUZZ_CLAIM(_descriptor >= 0);
+        for (std::size_t written = 0; written < size;) {
+            const ssize_t count = write(_descriptor, data + written, size - written);
+            FUZZ_CLAIM(count > 0);
+            written += static_cast<std::size_t>(count);
+        }
+    }
+    ~MemoryFile() { close(_descriptor); }
+    MemoryFile(const MemoryFile&) = delete;
+    MemoryFile& operator=(const MemoryFile&) = delete;
+
+    std::string Path() const { return "/proc/self/fd/" + std::to_string(_descriptor); }
+
+private:
+    int _descriptor;
+};
+
+// Text for one line: no line break, no control character.
+void ClaimOneLine(const std::string& text) {
+    for (const char c : text) FUZZ_CLAIM(static_cast<unsigned char>(c) >= ' ');
+}
+
+class FuzzedScan {
+public:
+    explicit FuzzedScan(const std::string& path)
+        : _decoder(path), _cadence(0, _decoder.NominalInterval()),
+          _events({.mergeGap = Scan::oneSecond, .minDuration = 0, .longestGap = 10 * _cadence.Period()}) {
+        FUZZ_CLAIM(_decoder.NominalInterval() >= 1);
+    }
+
+    void Run() {
+        std::int64_t pictures = 0;
+        Scan::Ticks last = 0;
+        bool isOver = false;
+        while (pictures < mostPictures && !(isOver = !_decoder.Next())) {
+            FUZZ_CLAIM(_decoder.Pictures() == ++pictures);
+            FUZZ_CLAIM(pictures == 1 || _decoder.Time() > last);
+            FUZZ_CLAIM(_decoder.Progress() >= 0 && _decoder.Progress() <= 1);
+            last = _decoder.Time();
+            const AVFrame& frame = _decoder.Frame();
+            if (_cadence.Takes(last) && std::int64_t{frame.width} * frame.height <= largestPicture) Analyse(frame, last);
+        }
+        Report(_events.Close());
+        if (isOver) FUZZ_CLAIM(!_decoder.Next());  // and stays over
+        if (_decoder.Found().count > 0) ClaimOneLine(Scan::DamageText(_decoder.Found()));
+        if (_watcher) Draw();
+    }
+
+private:
+    void Analyse(const AVFrame& frame, Scan::Ticks time) {
+        _picture.Take(frame);
+        const Host::PictureFormat& format = _picture.Format();
+        if (!_watcher || !Matches(format)) {
+            Report(_events.Close());
+            _layout = format.format;
+            const Scan::WatchRules rules{.framesPerSecond = 1 / Scan::ToSeconds(_decoder.NominalInterval()),
+                                         .shadows = format.width % 2 != 0, .minSize = 0.03,
+                                         .zones = {{0.1, 0.1, 0.9, 0.9}}};
+            _watcher.emplace(format, Scan::GridOf(format.width, format.height, 0), rules);
+        }
+        const Scan::Findings findings = _watcher->Watch(_picture.View(), time);
+        for (const Scan::MovingObject& object : findings.objects) ClaimInPicture(object.box);
+        ClaimOneLine(Scan::FrameLine(_decoder.Pictures() - 1, findings));
+        Report(_events.Add(findings));
+    }
+
+    bool Matches(const Host::PictureFormat& format) const {
+        const Scan::PictureGrid& grid = _watcher->Grid();
+        return grid.pictureWidth == format.width && grid.pictureHeight == format.height && _layout == format.format;
+    }
+
+    void ClaimInPicture(const Scan::Box& box) const {
+        const Scan::PictureGrid& grid = _watcher->Grid();
+        FUZZ_CLAIM(box.x >= 0 && box.y >= 0 && box.width > 0 && box.height > 0);
+        FUZZ_CLAIM(box.x + box.width <= grid.pictureWidth && box.y + box.height <= grid.pictureHeight);
+    }
+
+    void Report(const std::optional<Scan::Event>& event) {
+        if (!event) return;
+        FUZZ_CLAIM(event->start <= event->peak && event->peak <= event->end && event->frames > 0);
+        ClaimOneLine(Scan::EventLine(++_printed, *event));
+    }
+
+    void Draw() {
+        const Scan::PictureGrid& grid = _watcher->Grid();
+        const Scan::BgrPicture background =
+            Scan::Enlarged(_watcher->Background(), grid.blockSize, grid.pictureWidth, grid.pictureHeight);
+        const std::int64_t pixels = std::int64_t{grid.pictureWidth} * grid.pictureHeight;
+        FUZZ_CLAIM(background.pixels.size() == static_cast<std::size_t>(3 * pixels));
+    }
+
+    Scan::Decoder      _decoder;
+    Scan::Cadence      _cadence;
+    Scan::EventLog     _events;
+    Scan::PlainPicture _picture;
+    std::optional<Scan::Watcher> _watcher;
+    Host::PixelFormat    _layout = {};
+    int                  _printed = 0;
+};
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    if (size > longestInput) return 0;
+    static const bool isPrepared = [] {
+        Scan::CollectComplaints();
+        av_max_alloc(mostMemory);
+        return true;
+    }();
+    FUZZ_CLAIM(isPrepared);
+    const MemoryFile file(data, size);
+    try {
+        FuzzedScan(file.Path()).Run();
+    } catch (const std::exception& failure) {  // as main says it: Failure, or no memory
+        FUZZ_CLAIM(failure.what()[0] != '\0');
+    }
+    return 0;
+}
