@@ -204,6 +204,30 @@ TEST(ContainersOutOfMemoryTest, PoolKeepsItsObjects) {
     });
 }
 
+// Objects larger than what is left of a piece of the pool's memory go to the next piece; all pieces are used again.
+TEST(ContainersOutOfMemoryTest, PoolFillsSeveralPieces) {
+    constexpr int blocks = 20000, objects = 6;
+    FailOneByOne("MotionObjectPool::Add, several pieces", [&](auto fails) {
+        std::vector<short> places(blocks);
+        MotionObjectPool pool;
+        pool.Inic(200, 100);
+        const auto addAll = [&] {
+            pool.ReleaseBusyList();
+            for (int i = 0; i < objects; ++i) {
+                for (short& place : places) place = static_cast<short>(i);
+                pool.Add(places.data(), places.data(), i % 2 ? blocks : blocks / 4, blocks);
+            }
+        };
+        if (fails(addAll)) addAll();
+        EXPECT_EQ(AllocationGate::AllocationsOf(addAll), 0);
+        EXPECT_EQ(CheckedCount(pool._busyList), objects);
+        int i = 0;
+        for (const MotionObject* object = pool._busyList._first; object; object = object->next, ++i)
+            EXPECT_EQ(ColumnsOf(*object),
+                      std::vector<short>(static_cast<std::size_t>(i % 2 ? blocks : blocks / 4), static_cast<short>(i)));
+    });
+}
+
 TEST(ContainersOutOfMemoryTest, PoolMakesWorkingObjects) {
     FailOneByOne("MotionObjectPool::AddWorkingObjects", [](auto fails) {
         MotionObjectPool pool;

@@ -32,7 +32,7 @@ struct Options {
     std::int64_t hours = 6;
     std::int64_t reportHours = 1;  // stream time between two lines
     std::int64_t settleHours = 8;  // memory may grow until then
-    long boundKiB = 128;           // and by that much afterwards
+    long boundKiB = 256;           // and by that much afterwards
     long leakBytes = 0;            // lost every ten minutes: shows that the check sees a leak
     int columns = 16, rows = 9;    // every second grid; the others are up to twice as wide and high
 };
