@@ -32,4 +32,4 @@ gcovr --root "$root" --object-directory "$build" --filter "$root/src/" --filter 
 report() { gcovr --root "$root" --add-tracefile "$build/coverage.json" "$@"; }
 report --txt "$build/lines.txt" && cat "$build/lines.txt"
 report --branches --txt "$build/branches.txt" && grep -v '100%' "$build/branches.txt"
-report --print-summary --fail-under-line 98 --fail-under-branch 95 --json-summary /dev/null
+report --print-summary --fail-under-line 98 --fail-under-branch 95 --json-summary "$build/summary.json"

@@ -8,6 +8,7 @@
 #include <iterator>
 #include <string>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "Failure.h"
@@ -85,7 +86,8 @@ TEST_F(ResultFileTest, NeverReplacesTheInput) {
 }
 
 TEST_F(ResultFileTest, NeverReplacesWhatIsNotAPlainFile) {
-    EXPECT_EQ(CodeOf("/dev/null", In("in.mp4")), exitUsage);
+    ASSERT_EQ(mkfifo(In("pipe").c_str(), 0600), 0);  // not a device of the system: a faulty build would replace it
+    EXPECT_EQ(CodeOf(In("pipe"), In("in.mp4")), exitUsage);
     fs::create_directory(In("folder"));
     EXPECT_EQ(CodeOf(In("folder"), In("in.mp4")), exitUsage);
 }
