@@ -123,7 +123,8 @@ COREMD_API void h14(DetectorHandle* handle);
  * as soon as the history is filled, unless the detector starts afresh before. */
 COREMD_API int32_t h12(DetectorHandle* handle, MDZoneInfo* zone);
 
-/* Removes all zones. Returns 0. Frames go on without objects; starting afresh without a zone is fatal ("first"). */
+/* Removes all zones. Returns 0. Frames go on without objects, the label map keeps its last contents; starting afresh without
+ * a zone is fatal ("first"). */
 COREMD_API int32_t h11(DetectorHandle* handle);
 
 /* Processes one frame.
