@@ -16,7 +16,7 @@ int StartPhaseOf(int draw) {
 
 }  // namespace
 
-extern "C" int rand() noexcept {
+extern "C" __attribute__((visibility("default"))) int rand() noexcept {  // seen from a shared library, too
     ++drawCount;
     return nextDraw;
 }
