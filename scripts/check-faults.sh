@@ -17,7 +17,6 @@ awk -v dir="$patches" '/^fault / { file = sprintf("%s/%03d-%s", dir, ++count, $2
 
 # Tests reach the library through shared objects: a fault costs the compilation of what it touches and one link.
 cmake -S "$tree" -B "$work/build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCOREMD_INTERNAL_SHARED=ON -DCOREMD_TOOLS=OFF >"$work/log"
-ninja -C "$work/build" >>"$work/log"
 
 # From the quickest to the slowest.
 tests=(BackgroundKernelTest LearningKernelTest ForegroundKernelTest DiffStateKernelTest SegmentationKernelTest
@@ -26,6 +25,8 @@ tests=(BackgroundKernelTest LearningKernelTest ForegroundKernelTest DiffStateKer
        $(cd "$root/tests/detector" && printf '%s\n' *Test.cpp | sed 's/\.cpp$//')
        ShadowKernelTest ObjectMergerTest FrameStatisticsModelTest PipelineTest PipelineMPEG4Test PipelinePartlyTest
        PipelineShadowTest GoldenTest DifferentialTest)
+
+ninja -C "$work/build" coreMD coreMD_everything "${tests[@]}" >>"$work/log"
 
 # Prints the first failing case, or nothing.
 first_failure() {
