@@ -309,6 +309,27 @@ TEST(BackgroundKernel, ChangeLimitIsADoubleProductRoundedOnce) {
     EXPECT_GT(otherInSingle, 0);  // single precision would be another function
 }
 
+// Noise levels at which single precision would decide otherwise are rare: the loop is asked at exactly those.
+TEST(BackgroundKernel, ChangeLoopMultipliesInDouble) {
+    int otherInSingle = 0;
+    for (int difference = 1; difference < 256; ++difference) {
+        float noise = static_cast<float>(difference / 0.7);
+        for (int step = 0; step < 50; ++step) noise = std::nextafter(noise, 0.0f);
+        for (int step = 0; step < 100; ++step, noise = std::nextafter(noise, 1000.0f)) {
+            const bool hasChanged = static_cast<float>(difference) > static_cast<float>(static_cast<double>(noise) * 0.7);
+            if (hasChanged == (static_cast<float>(difference) > Product(noise, 0.7f))) continue;
+            ++otherInSingle;
+            const std::uint8_t age0 = static_cast<std::uint8_t>(difference), earlier = 0;
+            std::uint8_t isMotionPixel = 7;
+            std::int64_t lastChangeTime = 0;
+            MarkChanges({.age0 = &age0, .age1 = &earlier, .age2 = &earlier, .age4 = &earlier, .noiseLevel = &noise,
+                         .isMotionPixel = &isMotionPixel, .lastChangeTime = &lastChangeTime}, 1, {0, 1});
+            ASSERT_EQ(isMotionPixel, hasChanged ? 255 : 0) << difference << ' ' << noise;
+        }
+    }
+    EXPECT_GT(otherInSingle, 0);
+}
+
 TEST(BackgroundKernel, EachComparedAgeAloneIsAChange) {
     EXPECT_EQ(LargestDifference(100, 114, 86, 114), 14);
     EXPECT_EQ(LargestDifference(100, 115, 100, 100), 15);
