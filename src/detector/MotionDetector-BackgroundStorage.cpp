@@ -1,5 +1,4 @@
 // How is a learned background saved, put back and forgotten?  Called by hosts only.
-#include <cstring>
 #include <memory>
 
 #include "detector/MotionDetector.h"
