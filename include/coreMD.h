@@ -1,6 +1,6 @@
 /* coreMD: motion detection on a coarse grid of blocks.
  *
- * The complete C interface: five records, one handle, fourteen functions. C11 and C++.
+ * The complete C interface: five records, one handle, fourteen numbered functions and one that tells the version. C11, C++.
  *
  * Words used throughout
  *   block     one cell of the grid; block (x, y) has index y * width + x, rows without padding
@@ -30,6 +30,11 @@
 #define COREMD_VERSION_MAJOR 1
 #define COREMD_VERSION_MINOR 0
 #define COREMD_VERSION_PATCH 0
+
+/* Versions as numbers that can be compared; minor and patch stay below 100. */
+#define COREMD_VERSION_OF(major, minor, patch) ((major) * 10000 + (minor) * 100 + (patch))
+/* The version of this header. */
+#define COREMD_VERSION COREMD_VERSION_OF(COREMD_VERSION_MAJOR, COREMD_VERSION_MINOR, COREMD_VERSION_PATCH)
 
 #if defined(__GNUC__)
 #define COREMD_API __attribute__((visibility("default")))
@@ -166,6 +171,11 @@ COREMD_API int32_t h16(void);
 
 /* Does nothing. */
 COREMD_API void h34(void);
+
+/* The version of the library that runs, as COREMD_VERSION_OF counts. May be called at any time, from any thread.
+ * Compare it with COREMD_VERSION, that of the header a host was compiled with: the same major version is certain (the loader
+ * sees to it), and a lower number means an older library, which has the functions and records that it had then. */
+COREMD_API int32_t coreMD_Version(void);
 
 #ifdef __cplusplus
 } /* extern "C" */

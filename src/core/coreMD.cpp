@@ -73,3 +73,5 @@ void* h20(const void* source, void* destination, int32_t length) {
 int32_t h16(void) { return 0; }
 
 void h34(void) {}
+
+int32_t coreMD_Version(void) { return COREMD_VERSION; }

@@ -171,6 +171,13 @@ TEST(CoreTest, H34Returns) {
     static_assert(std::is_void_v<decltype(h34())>);
 }
 
+// Without a handle, before and after one: the version of the header that the library was built with.
+TEST(CoreTest, VersionIsTheHeaders) {
+    EXPECT_EQ(coreMD_Version(), COREMD_VERSION);
+    EXPECT_GE(coreMD_Version(), COREMD_VERSION_OF(1, 0, 0));
+    EXPECT_LT(coreMD_Version(), COREMD_VERSION_OF(COREMD_VERSION_MAJOR + 1, 0, 0));
+}
+
 TEST(CoreTest, ZonesAreAddedAndRemovedTogether) {
     Handle handle;
     const MD::MDZoneList& zones = GetDetector(handle)->_zones;

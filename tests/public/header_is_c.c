@@ -30,6 +30,7 @@ int main(void) {
     uint8_t copy[4] = {0, 0, 0, 0};
     int frame;
 
+    EXPECT(coreMD_Version() == COREMD_VERSION);
     EXPECT(h15(&handle) == 0 && handle != NULL);
     EXPECT(h12(&handle, &zone) == 0);
     EXPECT(h33(&handle, image, isKnown) < 0);

@@ -13,6 +13,9 @@ static_assert(std::is_trivial_v<MDResultInfo> && std::is_standard_layout_v<MDRes
 static_assert(std::is_trivial_v<MDZoneDetectionInfo> && std::is_standard_layout_v<MDZoneDetectionInfo>);
 static_assert(std::is_trivial_v<MDObjectInfo> && std::is_standard_layout_v<MDObjectInfo>);
 
+static_assert(COREMD_VERSION == COREMD_VERSION_OF(COREMD_VERSION_MAJOR, COREMD_VERSION_MINOR, COREMD_VERSION_PATCH));
+static_assert(COREMD_VERSION_OF(1, 2, 3) == 10203 && COREMD_VERSION_MINOR < 100 && COREMD_VERSION_PATCH < 100);
+
 static_assert(COREMD_DELIVERED == 0 && COREMD_EXHAUSTED == 1 && COREMD_NOT_READY == 2);
 
 static_assert(std::is_same_v<decltype(h11), int32_t(DetectorHandle*)>);
@@ -29,4 +32,5 @@ static_assert(std::is_same_v<decltype(h33), int32_t(DetectorHandle*, uint8_t*, i
 static_assert(std::is_same_v<decltype(h34), void()>);
 static_assert(std::is_same_v<decltype(h35), void(DetectorHandle*, int32_t)>);
 static_assert(std::is_same_v<decltype(h36), void(DetectorHandle*, int32_t)>);
+static_assert(std::is_same_v<decltype(coreMD_Version), int32_t()>);
 static_assert(std::is_same_v<decltype(GetDetector), MD::MotionDetector*(void**)>);

@@ -1,0 +1,50 @@
+# What does `cmake --install` put where?  Libraries with headers, pkg-config and CMake files, the scanner, examples. Three
+# components: coreMD_runtime, coreMD_development, coreMD_tools. Every file keeps working when the whole prefix moves.
+include(CMakePackageConfigHelpers)
+
+set(coreMD_package_directory ${CMAKE_INSTALL_LIBDIR}/cmake/coreMD)
+set(coreMD_pkgconfig_directory ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+install(TARGETS coreMD coreMD_static coreMD_host EXPORT coreMDTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT coreMD_runtime NAMELINK_COMPONENT coreMD_development
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT coreMD_development)
+set_target_properties(coreMD_host PROPERTIES EXPORT_NAME host)
+
+install(FILES ${PROJECT_SOURCE_DIR}/include/coreMD.h
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT coreMD_development)
+foreach(header IN LISTS coreMD_staged_headers)
+    cmake_path(GET header PARENT_PATH room)
+    install(FILES ${coreMD_staged_include}/${header}
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${room} COMPONENT coreMD_development)
+endforeach()
+
+install(EXPORT coreMDTargets NAMESPACE coreMD::
+    DESTINATION ${coreMD_package_directory} COMPONENT coreMD_development)
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/coreMDConfig.cmake.in ${PROJECT_BINARY_DIR}/coreMDConfig.cmake
+    INSTALL_DESTINATION ${coreMD_package_directory} PATH_VARS CMAKE_INSTALL_INCLUDEDIR)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/coreMDConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/coreMDConfig.cmake ${PROJECT_BINARY_DIR}/coreMDConfigVersion.cmake
+    DESTINATION ${coreMD_package_directory} COMPONENT coreMD_development)
+
+# pkg-config finds the prefix from where its file lies, and the other directories from the prefix, unless they are absolute.
+file(RELATIVE_PATH coreMD_pc_to_prefix ${CMAKE_INSTALL_PREFIX}/${coreMD_pkgconfig_directory} ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" coreMD_pc_to_prefix "${coreMD_pc_to_prefix}")
+cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_LIBDIR BASE_DIRECTORY "\${prefix}" OUTPUT_VARIABLE coreMD_pc_libdir)
+cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_INCLUDEDIR BASE_DIRECTORY "\${prefix}" OUTPUT_VARIABLE coreMD_pc_includedir)
+foreach(package coreMD coreMD-host)
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/${package}.pc.in ${PROJECT_BINARY_DIR}/${package}.pc @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/${package}.pc
+        DESTINATION ${coreMD_pkgconfig_directory} COMPONENT coreMD_development)
+endforeach()
+
+# The scanner finds its library next to itself, but for the system's prefix, where the loader looks anyway.
+if(TARGET mdscan)
+    if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+        file(RELATIVE_PATH coreMD_bin_to_lib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+        set_target_properties(mdscan PROPERTIES INSTALL_RPATH "\$ORIGIN/${coreMD_bin_to_lib}")
+    endif()
+    install(TARGETS mdscan RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT coreMD_tools)
+endif()
+
+install(FILES ${PROJECT_SOURCE_DIR}/examples/minimal.c
+    DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT coreMD_development)
