@@ -10,7 +10,7 @@ install(TARGETS coreMD coreMD_static coreMD_host EXPORT coreMDTargets
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT coreMD_development)
 set_target_properties(coreMD_host PROPERTIES EXPORT_NAME host)
 
-install(FILES ${PROJECT_SOURCE_DIR}/include/coreMD.h
+install(FILES ${PROJECT_SOURCE_DIR}/include/coreMD.h ${PROJECT_SOURCE_DIR}/include/coreMD.hpp
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT coreMD_development)
 foreach(header IN LISTS coreMD_staged_headers)
     cmake_path(GET header PARENT_PATH room)

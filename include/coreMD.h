@@ -1,6 +1,7 @@
 /* coreMD: motion detection on a coarse grid of blocks.
  *
- * The complete C interface: five records, one handle, fourteen numbered functions and one that tells the version. C11, C++.
+ * The complete C interface: five records, one handle, fourteen numbered functions, one that tells the version. C11 and
+ * C++; coreMD.hpp puts readable names on it for C++20.
  *
  * Words used throughout
  *   block     one cell of the grid; block (x, y) has index y * width + x, rows without padding
