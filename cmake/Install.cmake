@@ -46,5 +46,7 @@ if(TARGET mdscan)
     install(TARGETS mdscan RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT coreMD_tools)
 endif()
 
-install(FILES ${PROJECT_SOURCE_DIR}/examples/minimal.c
-    DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT coreMD_development)
+foreach(example minimal.c minimal.cpp multi_camera.cpp background_snapshot.cpp)
+    install(FILES ${PROJECT_SOURCE_DIR}/examples/${example}
+        DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT coreMD_development)
+endforeach()

@@ -1,4 +1,5 @@
-/* What is the least that a host does?  Shows a grey scene to a detector, lets a bright square cross it, prints what moved. */
+/* What is the least that a host in C does?  Shows a grey scene to a detector, lets a bright square cross it, prints what
+ * moved. */
 #include <stdio.h>
 #include <string.h>
 

@@ -1,10 +1,12 @@
-# Does the self-test program print its line, nothing else, and succeed?  cmake -DPROGRAM= -P compare_output.cmake
+# Does a program print what is expected, nothing else, and succeed?  cmake -DPROGRAM= -DEXPECTED= -P compare_output.cmake
+# EXPECTED is a file.
 cmake_minimum_required(VERSION 3.25)
 execute_process(COMMAND ${PROGRAM} OUTPUT_VARIABLE output ERROR_VARIABLE errors RESULT_VARIABLE status)
+file(READ ${EXPECTED} expected)
 if(NOT status STREQUAL "0")
     message(SEND_ERROR "exit status ${status}")
 endif()
-if(NOT output STREQUAL "Hello world!\n")
+if(NOT output STREQUAL expected)
     message(SEND_ERROR "printed \"${output}\"")
 endif()
 if(NOT errors STREQUAL "")

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include "Failure.h"
 
@@ -37,66 +38,41 @@ PictureGrid GridOf(int pictureWidth, int pictureHeight, int wish) {
     return {pictureWidth, pictureHeight, size, columns, rows};
 }
 
-Box PixelBox(const MDObjectInfo& object, const PictureGrid& grid) {
-    const int left = object.left * grid.blockSize;
-    const int top = object.top * grid.blockSize;
-    const int right = std::min((object.right + 1) * grid.blockSize, grid.pictureWidth);
-    const int bottom = std::min((object.bottom + 1) * grid.blockSize, grid.pictureHeight);
+Box PixelBox(const coremd::Box& blocks, const PictureGrid& grid) {
+    const int left = blocks.left * grid.blockSize;
+    const int top = blocks.top * grid.blockSize;
+    const int right = std::min((blocks.right + 1) * grid.blockSize, grid.pictureWidth);
+    const int bottom = std::min((blocks.bottom + 1) * grid.blockSize, grid.pictureHeight);
     return {left, top, right - left, bottom - top};
 }
 
 Watcher::Watcher(const Host::PictureFormat& picture, const PictureGrid& grid, const WatchRules& rules)
     : _grid(grid), _rules(rules), _reducer(WithBlockSize(picture, grid.blockSize)) {
-    h15(&_detector);
     if (_rules.zones.empty()) {
-        AddZone(ZoneMask({0, 0, 1, 1}, _grid));
+        AddZone({0, 0, 1, 1});
     }
     for (const RelativeZone& zone : _rules.zones) {
-        AddZone(ZoneMask(zone, _grid));
+        AddZone(zone);
     }
 }
 
-Watcher::~Watcher() {
-    h14(&_detector);
-}
-
-void Watcher::AddZone(std::vector<std::uint8_t> mask) {
-    MDZoneInfo zone = {};
-    zone.mask = mask.data();
-    zone.maskWidth = _grid.columns;
-    zone.maskHeight = _grid.rows;
-    zone.minObjectWidth = static_cast<float>(_rules.minSize);
-    zone.minObjectHeight = static_cast<float>(_rules.minSize);
-    h12(&_detector, &zone);
+void Watcher::AddZone(const RelativeZone& zone) {
+    const auto minSize = static_cast<float>(_rules.minSize);
+    const std::vector<std::uint8_t> mask = ZoneMask(zone, _grid);
+    _detector.AddZone({.mask = mask, .columns = _grid.columns, .rows = _grid.rows,
+                       .minObjectWidth = minSize, .minObjectHeight = minSize});
 }
 
 Findings Watcher::Watch(const Host::PictureView& picture, Ticks time) {
     _reducer.Reduce(picture);
-    DetectionInfo info = {};
-    info.width = _reducer.Columns();
-    info.height = _reducer.Rows();
-    info.bgr24stride = _reducer.BgrStride();
-    info.timestamp = time;
-    info.bgr24ForEachBlock = _reducer.Bgr();
-    info.ycbcrForEachBlock = _reducer.Ycbcr();
-    info.isIFrame = 1;
-    info.fps = _rules.framesPerSecond;
-    info.detectShadow = _rules.shadows ? 1 : 0;
-    h13(&_detector, &info);
-
+    _detector.Detect({.columns = _reducer.Columns(), .rows = _reducer.Rows(),
+                      .ycbcr = {_reducer.Ycbcr(), 3 * static_cast<std::size_t>(_reducer.BlockCount())},
+                      .time = coremd::Ticks(time), .fps = _rules.framesPerSecond, .detectShadow = _rules.shadows,
+                      .isIFrame = true});
     Findings findings{time, {}};
-    MDResultInfo summary = {};
-    h17(&_detector, &summary);
-    for (int i = 0; i < summary.zoneResultsCount; ++i) {
-        MDZoneDetectionInfo zone = {};
-        if (h19(&_detector, &zone) != COREMD_DELIVERED) {
-            break;
-        }
-        MDObjectInfo object = {};
-        while (h18(&_detector, &object) == COREMD_DELIVERED) {
-            if (object.pixelsCount > 0) {
-                findings.objects.push_back({PixelBox(object, _grid), object.pixelsCount});
-            }
+    for (const coremd::Object& object : _detector.Objects()) {
+        if (object.BlockCount() > 0) {
+            findings.objects.push_back({PixelBox(object.Bounds(), _grid), object.BlockCount()});
         }
     }
     std::stable_sort(findings.objects.begin(), findings.objects.end(),
@@ -105,11 +81,8 @@ Findings Watcher::Watch(const Host::PictureView& picture, Ticks time) {
 }
 
 BgrPicture Watcher::Background() {
-    const std::size_t blocks = static_cast<std::size_t>(_reducer.BlockCount());
-    BgrPicture picture{_grid.columns, _grid.rows, std::vector<std::uint8_t>(3 * blocks)};
-    std::vector<std::int32_t> known(blocks);
-    h33(&_detector, picture.pixels.data(), known.data());
-    return picture;
+    coremd::BackgroundPicture background = _detector.Background();
+    return {background.columns, background.rows, std::move(background.bgr)};
 }
 
 }  // namespace Scan

@@ -10,7 +10,7 @@
 #include "PngFile.h"
 #include "TickTime.h"
 #include "ZoneMask.h"
-#include "coreMD.h"
+#include "coreMD.hpp"
 
 namespace Scan {
 
@@ -24,16 +24,13 @@ struct WatchRules {
 // wish: block size in pixels, 0: chosen. Throws Failure when the grid has more blocks than the detector can label.
 PictureGrid GridOf(int pictureWidth, int pictureHeight, int wish);
 
-// The object's box in pixels, within the picture.
-Box PixelBox(const MDObjectInfo& object, const PictureGrid& grid);
+// An object's box in pixels, within the picture.
+Box PixelBox(const coremd::Box& blocks, const PictureGrid& grid);
 
 class Watcher {
 public:
     // picture: its block size is taken from the grid.
     Watcher(const Host::PictureFormat& picture, const PictureGrid& grid, const WatchRules& rules);
-    ~Watcher();
-    Watcher(const Watcher&) = delete;
-    Watcher& operator=(const Watcher&) = delete;
 
     // A picture of the size and layout that the watcher was made for, at a time later than the one before.
     Findings Watch(const Host::PictureView& picture, Ticks time);
@@ -44,12 +41,12 @@ public:
     const PictureGrid& Grid() const { return _grid; }
 
 private:
-    void AddZone(std::vector<std::uint8_t> mask);
+    void AddZone(const RelativeZone& zone);
 
     PictureGrid _grid;
     WatchRules _rules;
     Host::BlockReducer _reducer;
-    DetectorHandle _detector = nullptr;
+    coremd::Detector _detector;
 };
 
 }  // namespace Scan

@@ -25,7 +25,7 @@
 #include "Report.h"
 #include "ResultFile.h"
 #include "Watcher.h"
-#include "coreMD.h"
+#include "coreMD.hpp"
 
 namespace Scan {
 
@@ -42,8 +42,9 @@ void Interrupt(int) {
 }
 
 std::string VersionText() {
-    return "mdscan, coreMD " + std::to_string(COREMD_VERSION_MAJOR) + "." + std::to_string(COREMD_VERSION_MINOR) + "." +
-           std::to_string(COREMD_VERSION_PATCH) + "\n" + LibavVersions();
+    const auto [major, minor, patch] = coremd::LibraryVersion();
+    return "mdscan, coreMD " + std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(patch) + "\n" +
+           LibavVersions();
 }
 
 // A path may hold anything; the last line is one line.

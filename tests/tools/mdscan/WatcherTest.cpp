@@ -45,15 +45,12 @@ TEST(Watcher, MoreBlocksThanCanBeLabelledAreRefused) {
 
 TEST(Watcher, BoxesAreInPixelsAndEndWithThePicture) {
     const PictureGrid grid{.pictureWidth = 100, .pictureHeight = 50, .blockSize = 7, .columns = 15, .rows = 8};
-    MDObjectInfo object = {};
-    object.left = 2, object.right = 3, object.top = 1, object.bottom = 1;
-    const Box inner = PixelBox(object, grid);
+    const Box inner = PixelBox({.left = 2, .top = 1, .right = 3, .bottom = 1}, grid);
     EXPECT_EQ(inner.x, 14);
     EXPECT_EQ(inner.y, 7);
     EXPECT_EQ(inner.width, 14);
     EXPECT_EQ(inner.height, 7);
-    object.right = 14, object.bottom = 7;
-    const Box edge = PixelBox(object, grid);
+    const Box edge = PixelBox({.left = 2, .top = 1, .right = 14, .bottom = 7}, grid);
     EXPECT_EQ(edge.x + edge.width, 100);
     EXPECT_EQ(edge.y + edge.height, 50);
 }
