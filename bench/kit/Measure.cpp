@@ -75,6 +75,11 @@ Yardstick& YardstickFor(std::size_t blocks) {
     return *yardstick;
 }
 
+int FewerRepetitions(int repetitions) {
+    const char* const most = std::getenv("BENCH_REPETITIONS");
+    return most ? std::clamp(std::atoi(most), 1, repetitions) : repetitions;
+}
+
 void Require(bool condition, const std::string& name, const char* complaint) {
     if (condition) return;
     std::fprintf(stderr, "%s: %s\n", name.c_str(), complaint);

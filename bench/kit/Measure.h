@@ -18,12 +18,13 @@ struct GridSize {  // blocks
     int columns;
     int rows;
 
-    std::size_t Blocks() const { return static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows); }
+    constexpr std::size_t Blocks() const { return static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows); }
     std::string Name() const { return std::to_string(columns) + "x" + std::to_string(rows); }
-    bool operator==(const GridSize&) const = default;
+    constexpr bool operator==(const GridSize&) const = default;
 };
 
 inline constexpr GridSize usualGrid{240, 135};
+constexpr bool IsLarge(GridSize grid) { return grid.Blocks() > 1000000; }  // beyond every cache: nothing is ever warm
 inline constexpr GridSize gridSizes[] = {{80, 45}, usualGrid, {480, 270}, {1920, 1080}};
 
 double ThreadNanoseconds();  // CPU time of the calling thread: what others do on the machine counts as little as it can
@@ -108,12 +109,14 @@ constexpr int CallsFor(std::size_t blocks) {
     return calls < 2 ? 2 : static_cast<int>(calls);
 }
 
+int FewerRepetitions(int repetitions);  // as many at most as the environment's BENCH_REPETITIONS, if it is set
+
 // name -> work(state), with the number of repetitions of which a report takes the best.
 template <class Work>
 benchmark::internal::Benchmark* Register(const std::string& name, int repetitions, Work work) {
     return benchmark::RegisterBenchmark(name.c_str(), work)
         ->Iterations(1)
-        ->Repetitions(repetitions)
+        ->Repetitions(FewerRepetitions(repetitions))
         ->UseManualTime()
         ->Unit(benchmark::kMicrosecond);
 }
@@ -122,7 +125,7 @@ benchmark::internal::Benchmark* Register(const std::string& name, int repetition
 template <class Work>
 void RegisterOnGrids(const std::string& name, Work work) {
     for (const GridSize grid : gridSizes)
-        Register(name + "/" + grid.Name(), grid.Blocks() > 1000000 ? 3 : 5,
+        Register(name + "/" + grid.Name(), IsLarge(grid) ? 2 : 5,
                  [work, grid](benchmark::State& state) { work(state, grid); });
 }
 

@@ -14,8 +14,8 @@ constexpr std::int64_t frameInterval = oneSecond / 25;
 constexpr double toldRate = 50.0;
 
 // Learning takes less than 16 s of quiet in every mode; these are 26 s.
-constexpr std::size_t calmFrames = 104;
-constexpr std::int64_t calmInterval = oneSecond / 4;
+constexpr std::size_t calmFrames = 52;
+constexpr std::int64_t calmInterval = oneSecond / 2;
 
 constexpr int framesPerIFrame = 10;
 

@@ -10,10 +10,9 @@
 namespace Bench {
 namespace {
 
-// One second of 25 frames, less on grids so large that the frames would fill the memory.
+// One second of 25 frames; less on large grids, where the frames would fill the memory.
 constexpr int cycleLength = 25;
 constexpr int cycleLengthOnLargeGrid = 10;
-constexpr std::size_t largeGridBlocks = 1000000;
 
 // A frame's noise is a piece of one table, from a random place on: fresh in every frame, and quickly added.
 constexpr std::size_t noisePlaces = 8191;
@@ -50,7 +49,7 @@ Scene::Scene(SceneKind kind, GridSize grid) : _kind(kind), _grid(grid), _random(
         return;
     }
     RenderNoise();
-    const int length = grid.Blocks() > largeGridBlocks ? cycleLengthOnLargeGrid : cycleLength;
+    const int length = IsLarge(grid) ? cycleLengthOnLargeGrid : cycleLength;
     for (int n = 0; n < length; ++n) {
         _events.push_back(WithNoise());
         DrawEvent(_events.back(), n);
@@ -112,7 +111,7 @@ void Scene::DrawEvent(Frame& frame, int n) {
 void Scene::DrawSquares(Frame& frame, int n, double share, bool areInMotion) {
     constexpr int squares = 5;
     const int side = std::max(1, static_cast<int>(std::lround(std::sqrt(share * static_cast<double>(_grid.Blocks()) / squares))));
-    const int length = static_cast<int>(_grid.Blocks() > largeGridBlocks ? cycleLengthOnLargeGrid : cycleLength);
+    const int length = IsLarge(_grid) ? cycleLengthOnLargeGrid : cycleLength;
     const int step = std::max(1, side / 8);
     const int offset = areInMotion ? step * std::min(n, length - n) : 0;
     for (int square = 0; square < squares; ++square) {

@@ -1,0 +1,89 @@
+// What does it cost to reduce a decoded picture to blocks?  1920x1080, 4:2:0, blocks of 8: one frame again and again, in cache,
+// and a decoder's pool of frames, out of cache. Beside it, where FFmpeg is, libswscale's area scaling, which is not exact.
+// Names: host/<reducer>/<cache|pool>; ns_block is per block of the 240x135 that come out.
+#include <cstdint>
+#include <vector>
+
+#include "BlockReducer.h"
+#include "KernelPlanes.h"
+#include "Measure.h"
+
+#ifdef BENCH_HAS_SWSCALE
+extern "C" {
+#include <libswscale/swscale.h>
+}
+#endif
+
+namespace Bench {
+namespace {
+
+constexpr int width = 1920, height = 1080, blockSize = 8;
+constexpr int pooledFrames = 24;  // 75 MB: more than last cache levels hold
+constexpr int timedFrames = 48;
+
+struct DecodedFrame {
+    explicit DecodedFrame(std::uint64_t seed)
+        : y(RandomBytes(width * height, seed, 16, 235)), cb(RandomBytes(width * height / 4, seed + 1, 16, 240)),
+          cr(RandomBytes(width * height / 4, seed + 2, 16, 240)) {}
+
+    Bytes y, cb, cr;
+};
+
+const std::vector<DecodedFrame>& Pool() {
+    static const std::vector<DecodedFrame> pool = [] {
+        std::vector<DecodedFrame> frames(1, DecodedFrame(1));
+        frames.resize(pooledFrames, frames[0]);
+        return frames;
+    }();
+    return pool;
+}
+
+// reduce(frame), frame after frame of the pool, or the first one only.
+template <class Reduce>
+void MeasureFrames(benchmark::State& state, bool isPool, Reduce reduce) {
+    const std::vector<DecodedFrame>& pool = Pool();
+    std::size_t next = 0;
+    MeasureCalls(state, usualGrid.Blocks(), timedFrames, [&] { reduce(pool[isPool ? next++ % pool.size() : 0]); });
+}
+
+void MeasureBlockReducer(benchmark::State& state, bool isPool) {
+    Host::BlockReducer reducer({.width = width, .height = height, .format = Host::PixelFormat::Yuv420, .blockSize = blockSize});
+    Require(reducer.Columns() == usualGrid.columns && reducer.Rows() == usualGrid.rows, "host", "another grid comes out");
+    MeasureFrames(state, isPool, [&](const DecodedFrame& frame) {
+        reducer.Reduce({.plane = {frame.y.data(), frame.cb.data(), frame.cr.data()}, .stride = {width, width / 2, width / 2}});
+        benchmark::DoNotOptimize(reducer.Ycbcr());
+        benchmark::ClobberMemory();
+    });
+}
+
+#ifdef BENCH_HAS_SWSCALE
+void MeasureAreaScaling(benchmark::State& state, bool isPool) {
+    SwsContext* const context = sws_getContext(width, height, AV_PIX_FMT_YUV420P, usualGrid.columns, usualGrid.rows,
+                                               AV_PIX_FMT_YUV444P, SWS_AREA, nullptr, nullptr, nullptr);
+    Require(context, "host", "libswscale has no such conversion");
+    Bytes planes(3 * usualGrid.Blocks());
+    MeasureFrames(state, isPool, [&](const DecodedFrame& frame) {
+        const std::uint8_t* const source[] = {frame.y.data(), frame.cb.data(), frame.cr.data()};
+        const int sourceStride[] = {width, width / 2, width / 2};
+        std::uint8_t* const target[] = {planes.data(), planes.data() + usualGrid.Blocks(), planes.data() + 2 * usualGrid.Blocks()};
+        const int targetStride[] = {usualGrid.columns, usualGrid.columns, usualGrid.columns};
+        sws_scale(context, source, sourceStride, 0, height, target, targetStride);
+        benchmark::ClobberMemory();
+    });
+    sws_freeContext(context);
+}
+#endif
+
+[[maybe_unused]] const bool registered = [] {
+    for (const bool isPool : {false, true}) {
+        const std::string memory = isPool ? "pool" : "cache";
+        Register("host/BlockReducer/" + memory, 5, [=](benchmark::State& state) { MeasureBlockReducer(state, isPool); });
+#ifdef BENCH_HAS_SWSCALE
+        Register("host/swscale/" + memory, 5, [=](benchmark::State& state) { MeasureAreaScaling(state, isPool); });
+#endif
+    }
+    return true;
+}();
+
+}  // namespace
+}  // namespace Bench
