@@ -1,0 +1,37 @@
+# Do the installed examples compile with what pkg-config says, and print what they should?  With the shared library and
+# with the archive.
+. "$(dirname "$0")/common.sh"
+use_pkg_config_of "$prefix"
+library=$(library_directory "$prefix")
+examples=$prefix/share/doc/coreMD/examples
+mkdir -p "$work/examples"
+
+run() { # example, its program
+    local name=${1//./_}
+    (cd "$work/examples" && LD_LIBRARY_PATH=$library "$2") >"$work/examples/$name.txt" || fail "$1 ends with $?"
+    diff -u "$source_root/examples/expected/$name.txt" "$work/examples/$name.txt" || fail "$1 prints something else"
+}
+
+count=0
+for path in "$examples"/*; do
+    example=${path##*/}
+    program=$work/examples/${example//./_}
+    case $example in
+        *.c) compile=("$CC" -std=c11 "${warnings[@]}") ;;
+        *.cpp) compile=("$CXX" -std=c++20 "${warnings[@]}") ;;
+        *) fail "what is $example?" ;;
+    esac
+    compile+=(-O1 "$path" -pthread)
+    # shellcheck disable=SC2046  # words are meant
+    "${compile[@]}" -o "$program" $(pkg-config --cflags --libs coreMD) || fail "$example does not compile"
+    run "$example" "$program"
+    LD_LIBRARY_PATH=$library ldd "$program" | grep -q "libcoreMD.so.1 => $library" || fail "$example is linked otherwise"
+
+    archive=$(pkg-config --static --cflags --libs coreMD | sed 's/-lcoreMD/-l:libcoreMD.a/')
+    # shellcheck disable=SC2086
+    "${compile[@]}" -o "$program-static" $archive || fail "$example does not compile with the archive"
+    run "$example" "$program-static"
+    ! ldd "$program-static" | grep -q libcoreMD || fail "$example is linked otherwise"
+    count=$((count + 1))
+done
+((count == 4)) || fail "$count examples instead of 4"
