@@ -27,8 +27,13 @@ install(FILES ${PROJECT_BINARY_DIR}/coreMDConfig.cmake ${PROJECT_BINARY_DIR}/cor
     DESTINATION ${coreMD_package_directory} COMPONENT coreMD_development)
 
 # pkg-config finds the prefix from where its file lies, and the other directories from the prefix, unless they are absolute.
-file(RELATIVE_PATH coreMD_pc_to_prefix ${CMAKE_INSTALL_PREFIX}/${coreMD_pkgconfig_directory} ${CMAKE_INSTALL_PREFIX})
-string(REGEX REPLACE "/$" "" coreMD_pc_to_prefix "${coreMD_pc_to_prefix}")
+# The system's prefix is written out: pkg-config leaves out /usr/include, but not a detour to it.
+if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    set(coreMD_pc_prefix /usr)
+else()
+    file(RELATIVE_PATH coreMD_pc_to_prefix ${CMAKE_INSTALL_PREFIX}/${coreMD_pkgconfig_directory} ${CMAKE_INSTALL_PREFIX})
+    string(REGEX REPLACE "/$" "" coreMD_pc_prefix "\${pcfiledir}/${coreMD_pc_to_prefix}")
+endif()
 cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_LIBDIR BASE_DIRECTORY "\${prefix}" OUTPUT_VARIABLE coreMD_pc_libdir)
 cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_INCLUDEDIR BASE_DIRECTORY "\${prefix}" OUTPUT_VARIABLE coreMD_pc_includedir)
 foreach(package coreMD coreMD-host)
