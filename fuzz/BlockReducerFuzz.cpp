@@ -149,6 +149,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const int pictures = bytes.AtEnd() ? 1 : 2;  // the second finds the first one's sums in the scratch
     for (int i = 0; i < pictures; ++i) {
         reducer.Reduce(picture.View());
+        reducer.PaintBgr();
         ClaimReduced(reducer, picture, format.range);
         picture.Paint(bytes);
     }

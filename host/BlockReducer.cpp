@@ -30,114 +30,141 @@ const PictureFormat& Checked(const PictureFormat& format) {
 
 }  // namespace
 
-BlockReducer::ChromaLayout BlockReducer::ChromaOf(PixelFormat format) {
-    switch (format) {
-    case PixelFormat::Yuv420: return {.halvedColumns = true, .halvedRows = true, .interleaved = false};
-    case PixelFormat::Yuv422: return {.halvedColumns = true, .halvedRows = false, .interleaved = false};
-    case PixelFormat::Nv12: return {.halvedColumns = true, .halvedRows = true, .interleaved = true};
+BlockReducer::PlaneLayout BlockReducer::LayoutOf(bool halvedColumns, bool halvedRows, bool interleaved) const {
+    const bool sharesColumns = halvedColumns && _blockSize % 2 != 0;
+    const std::size_t columnsPerBlock = halvedColumns ? _blockSize / 2 : _blockSize;
+    const bool inPairs = !interleaved && !sharesColumns && columnsPerBlock % 2 == 0;
+    return {.halvedColumns = halvedColumns,
+            .halvedRows = halvedRows,
+            .interleaved = interleaved,
+            .columns = halvedColumns ? (_width + 1) / 2 : _width,
+            .columnsPerBlock = sharesColumns ? 0 : columnsPerBlock,
+            .columnsPerPart = inPairs ? std::size_t{2} : std::size_t{1}};
+}
+
+BlockReducer::PlaneLayout BlockReducer::LayoutOfChroma() const {
+    switch (_format.format) {
+    case PixelFormat::Yuv420: return LayoutOf(true, true, false);
+    case PixelFormat::Yuv422: return LayoutOf(true, false, false);
+    case PixelFormat::Nv12: return LayoutOf(true, true, true);
     case PixelFormat::Yuv444:
     case PixelFormat::Grey: break;
     }
-    return {.halvedColumns = false, .halvedRows = false, .interleaved = false};
+    return LayoutOf(false, false, false);
 }
 
 BlockReducer::BlockReducer(const PictureFormat& format)
     : _format(Checked(format)),
-      _chroma(ChromaOf(format.format)),
       _width(static_cast<std::size_t>(format.width)),
       _height(static_cast<std::size_t>(format.height)),
       _blockSize(static_cast<std::size_t>(format.blockSize)),
       _columns(BlocksAcross(format.width, format.blockSize)),
       _rows(BlocksAcross(format.height, format.blockSize)),
       _blockCount(static_cast<std::size_t>(_columns) * static_cast<std::size_t>(_rows)),
+      _luma(LayoutOf(false, false, false)),
+      _chroma(LayoutOfChroma()),
       _ycbcr(3 * _blockCount),
       _bgr(3 * _blockCount) {
-    const std::size_t paddedColumns = static_cast<std::size_t>(_columns) * _blockSize;
-    _columnSum.resize(paddedColumns + 1); // interleaved chroma of an odd width has one more than luma
-    if (_chroma.interleaved) {
-        _cbSum.resize(paddedColumns);
-        _crSum.resize(paddedColumns);
-    }
-    _sum.resize(paddedColumns);
-    _nextSum.resize(paddedColumns);
+    const auto partsOf = [this](const PlaneLayout& layout) {
+        const std::size_t paddedColumns = static_cast<std::size_t>(_columns) * layout.columnsPerBlock;
+        return std::max(paddedColumns, layout.columns) / layout.columnsPerPart;
+    };
+    const std::size_t parts = std::max(partsOf(_luma), partsOf(_chroma));
+    _part.resize(parts);
+    if (_chroma.interleaved) _secondPart.resize(parts);
+    _sum.resize(parts);
+    _nextSum.resize(parts);
 }
 
 void BlockReducer::Reduce(const PictureView& picture) {
-    ReducePlane(picture, 0, false, false);
+    ReducePlane(picture, 0, _luma);
     if (_format.format == PixelFormat::Grey) {
         std::fill(PlaneOfBlocks(1), PlaneOfBlocks(3), neutralChroma);
-    } else if (_chroma.interleaved) {
-        ReduceInterleavedChroma(picture);
-    } else {
-        ReducePlane(picture, 1, _chroma.halvedColumns, _chroma.halvedRows);
-        ReducePlane(picture, 2, _chroma.halvedColumns, _chroma.halvedRows);
+        return;
     }
+    ReducePlane(picture, 1, _chroma);
+    if (!_chroma.interleaved) ReducePlane(picture, 2, _chroma);
+}
+
+void BlockReducer::PaintBgr() {
     Kernels::ColorBlocks(PlaneOfBlocks(0), PlaneOfBlocks(1), PlaneOfBlocks(2),
                          _format.range == ColorRange::Full ? Kernels::fullRangeMatrix : Kernels::limitedRangeMatrix,
                          _bgr.data(), _blockCount);
 }
 
-std::size_t BlockReducer::ChromaColumns() const { return _chroma.halvedColumns ? (_width + 1) / 2 : _width; }
-
-void BlockReducer::ReducePlane(const PictureView& picture, std::size_t plane, bool halvedColumns, bool halvedRows) {
-    const std::uint8_t* samples = picture.plane[plane];
+void BlockReducer::ReducePlane(const PictureView& picture, std::size_t plane, const PlaneLayout& layout) {
+    const std::uint8_t* const samples = picture.plane[plane];
+    const std::ptrdiff_t stride = picture.stride[plane];
     assert(samples);
-    const std::size_t sampleColumns = plane == 0 ? _width : ChromaColumns();
+    const auto rowsOf = [&](int blockRow) {
+        return Kernels::SamplesOfBlock(static_cast<std::size_t>(blockRow), _blockSize, _height, layout.halvedRows);
+    };
+    // All block rows but the last have as many sample rows as the first.
+    RowSamples rowSamples = SamplesOfRow(Length(rowsOf(0)), layout);
     std::uint8_t* mean = PlaneOfBlocks(plane);
     for (int blockRow = 0; blockRow < _rows; ++blockRow, mean += _columns) {
-        const Kernels::SampleRange rows =
-            Kernels::SamplesOfBlock(static_cast<std::size_t>(blockRow), _blockSize, _height, halvedRows);
-        SumRows(samples, picture.stride[plane], sampleColumns, rows);
-        StoreMeans(_columnSum.data(), halvedColumns, Length(rows), mean);
+        const Kernels::SampleRange rows = rowsOf(blockRow);
+        if (blockRow > 0 && blockRow == _rows - 1) rowSamples = SamplesOfRow(Length(rows), layout);
+        SumRows({RowOf(samples, stride, rows.first), stride, Length(rows)}, layout);
+        StoreMeans(SumBlocks(_part.data(), layout), rowSamples, mean);
+        if (layout.interleaved) StoreMeans(SumBlocks(_secondPart.data(), layout), rowSamples, mean + _blockCount);
     }
 }
 
-void BlockReducer::ReduceInterleavedChroma(const PictureView& picture) {
-    const std::uint8_t* samples = picture.plane[1];
-    assert(samples);
-    const std::size_t chromaColumns = ChromaColumns();
-    std::uint8_t* cbMean = PlaneOfBlocks(1);
-    std::uint8_t* crMean = PlaneOfBlocks(2);
-    for (int blockRow = 0; blockRow < _rows; ++blockRow, cbMean += _columns, crMean += _columns) {
-        const Kernels::SampleRange rows =
-            Kernels::SamplesOfBlock(static_cast<std::size_t>(blockRow), _blockSize, _height, _chroma.halvedRows);
-        SumRows(samples, picture.stride[1], 2 * chromaColumns, rows);
-        Kernels::SeparateColumns(_columnSum.data(), _cbSum.data(), _crSum.data(), chromaColumns);
-        StoreMeans(_cbSum.data(), _chroma.halvedColumns, Length(rows), cbMean);
-        StoreMeans(_crSum.data(), _chroma.halvedColumns, Length(rows), crMean);
+BlockReducer::RowSamples BlockReducer::SamplesOfRow(std::size_t sampleRows, const PlaneLayout& layout) const {
+    const auto samplesOf = [&](int column) {
+        const Kernels::SampleRange columns =
+            Kernels::SamplesOfBlock(static_cast<std::size_t>(column), _blockSize, _width, layout.halvedColumns);
+        return static_cast<std::uint32_t>(Length(columns) * sampleRows);
+    };
+    const std::uint32_t block = samplesOf(0), lastBlock = samplesOf(_columns - 1);
+    return {Kernels::SampleCount(block), Kernels::SampleCount(lastBlock), block == lastBlock};
+}
+
+void BlockReducer::SumRows(Kernels::RowStack rows, const PlaneLayout& layout) {
+    const std::size_t parts = layout.columns / layout.columnsPerPart, rest = layout.columns % layout.columnsPerPart;
+    // Columns that do not exist count as 0, so that the last block is summed like the others.
+    const auto clearBehind = [&](std::vector<std::uint16_t>& part) {
+        std::fill(part.begin() + static_cast<std::ptrdiff_t>(parts + rest), part.end(), std::uint16_t{0});
+    };
+    clearBehind(_part);
+    if (layout.interleaved) {
+        clearBehind(_secondPart);
+        Kernels::SumAlternatingColumns(rows, _part.data(), _secondPart.data(), parts);
+    } else if (layout.columnsPerPart == 1) {
+        Kernels::SumColumns(rows, _part.data(), parts);
+    } else {
+        Kernels::SumColumnPairs(rows, _part.data(), parts);
+        rows.top += 2 * parts;
+        if (rest != 0) Kernels::SumColumns(rows, _part.data() + parts, rest);
     }
 }
 
-void BlockReducer::SumRows(const std::uint8_t* samples, std::ptrdiff_t stride, std::size_t sampleColumns,
-                           Kernels::SampleRange rows) {
-    std::fill(_columnSum.begin(), _columnSum.end(), std::uint16_t{0});
-    std::size_t row = rows.first;
-    for (; row + 1 < rows.last; row += 2)
-        Kernels::AddTwoRows(RowOf(samples, stride, row), RowOf(samples, stride, row + 1), _columnSum.data(),
-                            {0, sampleColumns});
-    if (row < rows.last) Kernels::AddRow(RowOf(samples, stride, row), _columnSum.data(), {0, sampleColumns});
-}
-
-const std::uint32_t* BlockReducer::SumBlocks(const std::uint16_t* columnSum, bool halvedColumns) {
+const std::uint32_t* BlockReducer::SumBlocks(const std::uint16_t* part, const PlaneLayout& layout) {
     const std::size_t columns = static_cast<std::size_t>(_columns);
     std::uint32_t* sum = _sum.data();
     std::uint32_t* next = _nextSum.data();
-    if (halvedColumns && _blockSize % 2 != 0) {
-        Kernels::SumHalvedRanges(columnSum, _blockSize, _width, sum, columns);
+    if (layout.columnsPerBlock == 0) {
+        Kernels::SumHalvedRanges(part, _blockSize, _width, sum, columns);
         return sum;
     }
-    std::size_t groupSize = halvedColumns ? _blockSize / 2 : _blockSize;
+    std::size_t groupSize = layout.columnsPerBlock / layout.columnsPerPart;
     if (groupSize == 1) {
-        Kernels::WidenSums(columnSum, sum, columns);
+        Kernels::WidenSums(part, sum, columns);
         return sum;
     }
     if (groupSize % 2 != 0) {
-        Kernels::SumGroups(columnSum, groupSize, sum, columns);
+        Kernels::SumGroups(part, groupSize, sum, columns);
         return sum;
     }
     // Even groups shrink in passes that vectorise; what is odd in the group size is left to the end.
-    groupSize /= 2;
-    Kernels::SumPairs(columnSum, sum, columns * groupSize);
+    if (groupSize % 4 == 0) {
+        groupSize /= 4;
+        Kernels::SumQuads(part, sum, columns * groupSize);
+    } else {
+        groupSize /= 2;
+        Kernels::SumPairs(part, sum, columns * groupSize);
+    }
     for (; groupSize % 2 == 0; std::swap(sum, next)) {
         groupSize /= 2;
         Kernels::SumPairs(sum, next, columns * groupSize);
@@ -147,16 +174,10 @@ const std::uint32_t* BlockReducer::SumBlocks(const std::uint16_t* columnSum, boo
     return next;
 }
 
-void BlockReducer::StoreMeans(const std::uint16_t* columnSum, bool halvedColumns, std::size_t sampleRows,
-                              std::uint8_t* mean) {
-    const auto samplesOf = [&](std::size_t block) {
-        const std::size_t sampleColumns = Length(Kernels::SamplesOfBlock(block, _blockSize, _width, halvedColumns));
-        return Kernels::SampleCount(static_cast<std::uint32_t>(sampleColumns * sampleRows));
-    };
-    const std::uint32_t* sum = SumBlocks(columnSum, halvedColumns);
-    const std::size_t last = static_cast<std::size_t>(_columns) - 1; // the only block of a row that may be cut off
-    Kernels::DivideSums(sum, samplesOf(0), mean, last);              // all others have as many samples as the first
-    Kernels::DivideSums(sum + last, samplesOf(last), mean + last, 1);
+void BlockReducer::StoreMeans(const std::uint32_t* sum, const RowSamples& samples, std::uint8_t* mean) const {
+    const std::size_t last = static_cast<std::size_t>(_columns) - 1;
+    Kernels::DivideSums(sum, samples.block, mean, samples.areEqual ? last + 1 : last);
+    if (!samples.areEqual) Kernels::DivideSums(sum + last, samples.lastBlock, mean + last, 1);
 }
 
 }  // namespace Host

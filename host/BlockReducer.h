@@ -1,5 +1,5 @@
-// How does a decoded picture become what the detector is fed with?  One mean of Y, Cb and Cr per block, and a small BGR
-// picture of one pixel per block.  Used by hosts between their decoder and h13.
+// How does a decoded picture become what the detector is fed with?  One mean of Y, Cb and Cr per block, and for those who want
+// to look at them a small BGR picture of one pixel per block.  Used by hosts between their decoder and h13.
 //
 //     Host::BlockReducer reducer({.width = 1920, .height = 1080, .format = Host::PixelFormat::Yuv420,
 //                                 .blockSize = Host::ChooseBlockSize(1920, 1080)});
@@ -77,9 +77,13 @@ public:
     BlockReducer(const BlockReducer&) = delete;
     BlockReducer& operator=(const BlockReducer&) = delete;
 
-    // Fills Ycbcr() and Bgr().  Reads exactly the samples that the format has, no byte of padding behind a row.
+    // Fills Ycbcr().  Reads exactly the samples that the format has, no byte of padding behind a row.
     // Planes that the format has must not be null.
     void Reduce(const PictureView& picture);
+
+    // Fills Bgr() with the colours of Ycbcr().  For people to look at: a detector wants the address and reads no pixel, so
+    // that most hosts never call this.  Without it the picture is black.
+    void PaintBgr();
 
     int Columns() const { return _columns; }
     int Rows() const { return _rows; }
@@ -87,48 +91,57 @@ public:
 
     std::uint8_t* Ycbcr() { return _ycbcr.data(); }             // three [block] planes one after another: Y, Cb, Cr
     const std::uint8_t* Ycbcr() const { return _ycbcr.data(); }
-    std::uint8_t* Bgr() { return _bgr.data(); }                 // 3 * [block]: one BGR pixel per block, rows without padding
+    std::uint8_t* Bgr() { return _bgr.data(); }                 // 3 * [block]: one BGR pixel per block, as PaintBgr left it
     const std::uint8_t* Bgr() const { return _bgr.data(); }
     int BgrStride() const { return 3 * _columns; }              // bytes per row of Bgr()
 
 private:
-    // How a format stores its chroma.
-    struct ChromaLayout {
+    // How the samples of one plane lie to the blocks.
+    struct PlaneLayout {
         bool halvedColumns;
         bool halvedRows;
-        bool interleaved; // Cb and Cr in turn, in one plane
+        bool interleaved;            // samples of two components in turn
+        std::size_t columns;         // samples per row, of each component
+        std::size_t columnsPerBlock; // of a whole block; 0 where blocks share columns
+        std::size_t columnsPerPart;  // 2 where columns are summed in pairs, else 1
     };
-    static ChromaLayout ChromaOf(PixelFormat format);
+    PlaneLayout LayoutOf(bool halvedColumns, bool halvedRows, bool interleaved) const;
+    PlaneLayout LayoutOfChroma() const;
 
-    std::size_t ChromaColumns() const; // samples
+    // How many samples the blocks of one row have: the last one may be cut off.
+    struct RowSamples {
+        Kernels::SampleCount block;
+        Kernels::SampleCount lastBlock;
+        bool areEqual;
+    };
+    RowSamples SamplesOfRow(std::size_t sampleRows, const PlaneLayout& layout) const;
+
     std::uint8_t* PlaneOfBlocks(std::size_t plane) { return _ycbcr.data() + plane * _blockCount; }
 
-    void ReducePlane(const PictureView& picture, std::size_t plane, bool halvedColumns, bool halvedRows);
-    void ReduceInterleavedChroma(const PictureView& picture);
+    void ReducePlane(const PictureView& picture, std::size_t plane, const PlaneLayout& layout);
 
-    // One block row: rows of samples -> _columnSum; column sums -> sums of blocks; those -> means.
-    void SumRows(const std::uint8_t* samples, std::ptrdiff_t stride, std::size_t sampleColumns, Kernels::SampleRange rows);
-    const std::uint32_t* SumBlocks(const std::uint16_t* columnSum, bool halvedColumns);
-    void StoreMeans(const std::uint16_t* columnSum, bool halvedColumns, std::size_t sampleRows, std::uint8_t* mean);
+    // One block row: rows of samples -> sums of parts -> sums of blocks -> means.
+    void SumRows(Kernels::RowStack rows, const PlaneLayout& layout);
+    const std::uint32_t* SumBlocks(const std::uint16_t* part, const PlaneLayout& layout);
+    void StoreMeans(const std::uint32_t* sum, const RowSamples& samples, std::uint8_t* mean) const;
 
     const PictureFormat _format;
-    const ChromaLayout _chroma;
-    const std::size_t _width;              // pixels
-    const std::size_t _height;             // pixels
-    const std::size_t _blockSize;          // pixels
-    const int _columns;                    // blocks per row
-    const int _rows;                       // block rows
-    const std::size_t _blockCount;         // _columns * _rows
-    std::vector<std::uint8_t> _ycbcr;      // 3 * [block]
-    std::vector<std::uint8_t> _bgr;        // 3 * [block]
+    const std::size_t _width;         // pixels
+    const std::size_t _height;        // pixels
+    const std::size_t _blockSize;     // pixels
+    const int _columns;               // blocks per row
+    const int _rows;                  // block rows
+    const std::size_t _blockCount;    // _columns * _rows
+    const PlaneLayout _luma;
+    const PlaneLayout _chroma;        // Grey: not used
+    std::vector<std::uint8_t> _ycbcr; // 3 * [block]
+    std::vector<std::uint8_t> _bgr;   // 3 * [block]
 
-    // Scratch of one block row, [column]: as many columns as whole blocks have.  Columns that do not exist stay 0, so that
-    // the last block is summed like the others.
-    std::vector<std::uint16_t> _columnSum; // of two planes in turn when interleaved
-    std::vector<std::uint16_t> _cbSum;     // interleaved formats only
-    std::vector<std::uint16_t> _crSum;
-    std::vector<std::uint32_t> _sum;       // sums of 2, 4, 8, ... columns, at last of whole blocks
-    std::vector<std::uint32_t> _nextSum;   // takes turns with _sum
+    // Scratch of one block row: as many elements as whole blocks have.
+    std::vector<std::uint16_t> _part;       // sums over rows, of one column or two
+    std::vector<std::uint16_t> _secondPart; // of the second component, interleaved formats only
+    std::vector<std::uint32_t> _sum;        // sums of 2, 4, 8, ... parts, at last of whole blocks
+    std::vector<std::uint32_t> _nextSum;    // takes turns with _sum
 };
 
 }  // namespace Host

@@ -1,12 +1,87 @@
 // How are the samples of a block row summed and divided?  See BlockMean.h.
 #include "kernels/BlockMean.h"
 
+#include <bit>
 #include <cstring>
+#include <type_traits>
 
 #include "kernels/ColumnLoop.h"
 
 namespace Host::Kernels {
 namespace {
+
+// Two samples side by side, loaded as one element: bytes taken apart by a mask and a shift vectorise at every level, and
+// leave half as many sums as bytes widened one by one.
+struct SamplePair {
+    std::uint16_t even;
+    std::uint16_t odd;
+};
+
+SamplePair PairAt(const std::uint8_t* samples) {
+    std::uint16_t both;
+    std::memcpy(&both, samples, sizeof both);
+    const std::uint16_t low = both & 0xFF, high = both >> 8;
+    return std::endian::native == std::endian::little ? SamplePair{low, high} : SamplePair{high, low};
+}
+
+constexpr std::uint16_t Sum(std::uint16_t a, std::uint16_t b) { return static_cast<std::uint16_t>(a + b); }
+
+const std::uint8_t* RowOf(RowStack rows, std::size_t row) { return rows.top + static_cast<std::ptrdiff_t>(row) * rows.stride; }
+
+// Up to eight rows in one pass: the sums' way to memory and back costs as much as a row.  The first pass sets the sums,
+// further ones add to them.
+template <std::size_t rowCount, bool isFirst>
+void SumColumnsAtOnce(RowStack rows, std::uint16_t* columnSum, std::size_t count) {
+    HOST_INDEPENDENT_COLUMNS
+    for (std::size_t i = 0; i < count; ++i) {
+        std::uint16_t sum = isFirst ? std::uint16_t{0} : columnSum[i];
+        for (std::size_t row = 0; row < rowCount; ++row) sum = Sum(sum, RowOf(rows, row)[i]);
+        columnSum[i] = sum;
+    }
+}
+
+template <std::size_t rowCount, bool isFirst>
+void SumColumnPairsAtOnce(RowStack rows, std::uint16_t* pairSum, std::size_t count) {
+    HOST_INDEPENDENT_COLUMNS
+    for (std::size_t i = 0; i < count; ++i) {
+        std::uint16_t sum = isFirst ? std::uint16_t{0} : pairSum[i];
+        for (std::size_t row = 0; row < rowCount; ++row) {
+            const SamplePair pair = PairAt(RowOf(rows, row) + 2 * i);
+            sum = Sum(sum, Sum(pair.even, pair.odd));
+        }
+        pairSum[i] = sum;
+    }
+}
+
+template <std::size_t rowCount, bool isFirst>
+void SumAlternatingColumnsAtOnce(RowStack rows, std::uint16_t* even, std::uint16_t* odd, std::size_t count) {
+    HOST_INDEPENDENT_COLUMNS
+    for (std::size_t i = 0; i < count; ++i) {
+        std::uint16_t evenSum = isFirst ? std::uint16_t{0} : even[i], oddSum = isFirst ? std::uint16_t{0} : odd[i];
+        for (std::size_t row = 0; row < rowCount; ++row) {
+            const SamplePair pair = PairAt(RowOf(rows, row) + 2 * i);
+            evenSum = Sum(evenSum, pair.even);
+            oddSum = Sum(oddSum, pair.odd);
+        }
+        even[i] = evenSum;
+        odd[i] = oddSum;
+    }
+}
+
+// pass(rows, how many of them to take, whether they are the first): both are constants by their type.
+template <class Pass> void InPasses(RowStack rows, Pass pass) {
+    std::size_t taken = 0;
+    const auto take = [&](auto rowCount) {
+        const RowStack rest{RowOf(rows, taken), rows.stride, rows.count - taken};
+        if (taken == 0) pass(rest, rowCount, std::true_type());
+        else pass(rest, rowCount, std::false_type());
+        taken += rowCount;
+    };
+    while (rows.count - taken >= 8) take(std::integral_constant<std::size_t, 8>());
+    if (rows.count - taken >= 4) take(std::integral_constant<std::size_t, 4>());
+    if (rows.count - taken >= 2) take(std::integral_constant<std::size_t, 2>());
+    if (rows.count - taken >= 1) take(std::integral_constant<std::size_t, 1>());
+}
 
 // Both halves of one wide element, in whichever order the machine stores them: their sum is the same.  One wide load and a
 // shift vectorise better than two loads with a stride.
@@ -35,24 +110,22 @@ template <class Part> void SumGroupsOf(const Part* part, std::size_t groupSize, 
 
 }  // namespace
 
-void AddRow(const std::uint8_t* row, std::uint16_t* columnSum, SampleRange columns) {
-    HOST_INDEPENDENT_COLUMNS
-    for (std::size_t i = columns.first; i < columns.last; ++i)
-        columnSum[i] = static_cast<std::uint16_t>(columnSum[i] + row[i]);
+void SumColumns(RowStack rows, std::uint16_t* columnSum, std::size_t count) {
+    InPasses(rows, [&](RowStack some, auto rowCount, auto isFirst) {
+        SumColumnsAtOnce<rowCount, isFirst>(some, columnSum, count);
+    });
 }
 
-void AddTwoRows(const std::uint8_t* row, const std::uint8_t* nextRow, std::uint16_t* columnSum, SampleRange columns) {
-    HOST_INDEPENDENT_COLUMNS
-    for (std::size_t i = columns.first; i < columns.last; ++i)
-        columnSum[i] = static_cast<std::uint16_t>(columnSum[i] + row[i] + nextRow[i]);
+void SumColumnPairs(RowStack rows, std::uint16_t* pairSum, std::size_t count) {
+    InPasses(rows, [&](RowStack some, auto rowCount, auto isFirst) {
+        SumColumnPairsAtOnce<rowCount, isFirst>(some, pairSum, count);
+    });
 }
 
-void SeparateColumns(const std::uint16_t* both, std::uint16_t* even, std::uint16_t* odd, std::size_t count) {
-    HOST_INDEPENDENT_COLUMNS
-    for (std::size_t i = 0; i < count; ++i) {
-        even[i] = both[2 * i];
-        odd[i] = both[2 * i + 1];
-    }
+void SumAlternatingColumns(RowStack rows, std::uint16_t* even, std::uint16_t* odd, std::size_t count) {
+    InPasses(rows, [&](RowStack some, auto rowCount, auto isFirst) {
+        SumAlternatingColumnsAtOnce<rowCount, isFirst>(some, even, odd, count);
+    });
 }
 
 void WidenSums(const std::uint16_t* part, std::uint32_t* sum, std::size_t count) {
@@ -62,6 +135,16 @@ void WidenSums(const std::uint16_t* part, std::uint32_t* sum, std::size_t count)
 
 void SumPairs(const std::uint16_t* part, std::uint32_t* sum, std::size_t count) { SumPairsOf(part, sum, count); }
 void SumPairs(const std::uint32_t* part, std::uint32_t* sum, std::size_t count) { SumPairsOf(part, sum, count); }
+
+void SumQuads(const std::uint16_t* part, std::uint32_t* sum, std::size_t count) {
+    HOST_INDEPENDENT_COLUMNS
+    for (std::size_t i = 0; i < count; ++i) {
+        std::uint64_t four;
+        std::memcpy(&four, part + 4 * i, sizeof four);
+        const std::uint32_t two = static_cast<std::uint32_t>(four + (four >> 32)); // in halves that do not carry
+        sum[i] = (two & 0xFFFF) + (two >> 16);
+    }
+}
 
 void SumGroups(const std::uint16_t* part, std::size_t groupSize, std::uint32_t* sum, std::size_t count) {
     SumGroupsOf(part, groupSize, sum, count);
@@ -80,6 +163,11 @@ void SumHalvedRanges(const std::uint16_t* columnSum, std::size_t blockSize, std:
 }
 
 void DivideSums(const std::uint32_t* sum, SampleCount samples, std::uint8_t* mean, std::size_t count) {
+    if (samples.isPowerOfTwo) {
+        HOST_INDEPENDENT_COLUMNS
+        for (std::size_t i = 0; i < count; ++i) mean[i] = ShiftedMean(sum[i], samples);
+        return;
+    }
     HOST_INDEPENDENT_COLUMNS
     for (std::size_t i = 0; i < count; ++i) mean[i] = RoundedMean(sum[i], samples);
 }

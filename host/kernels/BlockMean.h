@@ -1,11 +1,11 @@
-// What is the mean of every block of a picture plane?  Column sums over a block's rows, then sums over a block's columns,
-// then one exact rounded division.  Called by BlockReducer, which owns every array.
+// What is the mean of every block of a picture plane?  Sums of columns, or of pairs of columns, over a block's rows; then sums
+// of those over a block's columns; then one exact rounded division.  Called by BlockReducer, which owns every array.
 //
-// Legend: [column] one element per sample column of a plane, [block] one element per block of one block row.
 // No kernel writes outside the elements it is told to write, none keeps anything between calls, and the arrays of one call
 // never overlap.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 
@@ -13,7 +13,7 @@ namespace Host::Kernels {
 
 inline constexpr std::size_t largestBlockSize = 64;                                      // pixels along one side
 inline constexpr std::uint32_t largestSampleCount = largestBlockSize * largestBlockSize; // samples in one block
-static_assert(largestBlockSize * 255 <= UINT16_MAX, "a column sum over a block's rows fits 16 bits");
+static_assert(4 * largestBlockSize * 255 <= UINT16_MAX, "four columns over a block's rows fit 16 bits");
 
 // Samples first to last - 1 of a row or of a column of a plane.
 struct SampleRange {
@@ -30,6 +30,13 @@ constexpr SampleRange SamplesOfBlock(std::size_t block, std::size_t blockSize, s
     return halved ? SampleRange{begin / 2, (end + 1) / 2} : SampleRange{begin, end};
 }
 
+// Rows of a plane, one below the other.
+struct RowStack {
+    const std::uint8_t* top; // first sample of the uppermost
+    std::ptrdiff_t stride;   // bytes from a row to the one below; may be negative
+    std::size_t count;       // 1..largestBlockSize
+};
+
 // A sample count, prepared for RoundedMean.  1..largestSampleCount.
 //
 // Why the product is exact: factor = (2^32 + e) / count with 0 < e <= count.  For x = sum + half, x * factor / 2^32 exceeds
@@ -37,10 +44,15 @@ constexpr SampleRange SamplesOfBlock(std::size_t block, std::size_t blockSize, s
 // x * e <= 255.5 * count * count <= 255.5 * 2^24 < 2^32.
 struct SampleCount {
     constexpr explicit SampleCount(std::uint32_t count)
-        : factor((std::uint64_t{1} << 32) / count + 1), half(count / 2) {}
+        : factor((std::uint64_t{1} << 32) / count + 1),
+          half(count / 2),
+          isPowerOfTwo(std::has_single_bit(count)),
+          shift(std::countr_zero(count)) {}
 
     std::uint64_t factor; // 32 fractional bits
     std::uint32_t half;   // makes the division round to nearest, a tie upwards
+    bool isPowerOfTwo;    // then the division is
+    int shift;            // this shift to the right
 };
 static_assert(std::uint64_t{511} * largestSampleCount * largestSampleCount < std::uint64_t{1} << 33);
 
@@ -49,14 +61,18 @@ constexpr std::uint8_t RoundedMean(std::uint32_t sum, SampleCount count) {
     return static_cast<std::uint8_t>((sum + count.half) * count.factor >> 32);
 }
 
-// columnSum[i] += row[i] for the columns of the range.
-void AddRow(const std::uint8_t* row, std::uint16_t* columnSum, SampleRange columns);
+// One block of 2^shift samples: the same mean.
+constexpr std::uint8_t ShiftedMean(std::uint32_t sum, SampleCount count) {
+    return static_cast<std::uint8_t>((sum + count.half) >> count.shift);
+}
 
-// columnSum[i] += row[i] + nextRow[i]: two rows per pass, because the sums' way to memory and back costs as much as a row.
-void AddTwoRows(const std::uint8_t* row, const std::uint8_t* nextRow, std::uint16_t* columnSum, SampleRange columns);
-
-// even[i] = both[2 * i], odd[i] = both[2 * i + 1]: column sums of two planes whose samples alternate.
-void SeparateColumns(const std::uint16_t* both, std::uint16_t* even, std::uint16_t* odd, std::size_t count);
+// Over all rows of the stack, i < count:
+//     columnSum[i] = sum of row[i]
+//     pairSum[i]   = sum of row[2 * i] and row[2 * i + 1]
+//     even[i]      = sum of row[2 * i], odd[i] = sum of row[2 * i + 1]: columns of two planes whose samples alternate
+void SumColumns(RowStack rows, std::uint16_t* columnSum, std::size_t count);
+void SumColumnPairs(RowStack rows, std::uint16_t* pairSum, std::size_t count);
+void SumAlternatingColumns(RowStack rows, std::uint16_t* even, std::uint16_t* odd, std::size_t count);
 
 // sum[i] = part[i], i < count: blocks of one column.
 void WidenSums(const std::uint16_t* part, std::uint32_t* sum, std::size_t count);
@@ -64,6 +80,9 @@ void WidenSums(const std::uint16_t* part, std::uint32_t* sum, std::size_t count)
 // sum[i] = part[2 * i] + part[2 * i + 1], i < count.
 void SumPairs(const std::uint16_t* part, std::uint32_t* sum, std::size_t count);
 void SumPairs(const std::uint32_t* part, std::uint32_t* sum, std::size_t count);
+
+// sum[i] = sum of the four elements of part from 4 * i on, i < count.  Any two of them fit 16 bits, added up.
+void SumQuads(const std::uint16_t* part, std::uint32_t* sum, std::size_t count);
 
 // sum[i] = sum of the groupSize elements of part from i * groupSize on, i < count.  groupSize: at least 1.
 void SumGroups(const std::uint16_t* part, std::size_t groupSize, std::uint32_t* sum, std::size_t count);

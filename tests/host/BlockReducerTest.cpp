@@ -230,6 +230,9 @@ TEST(BlockReducer, BgrPictureShowsTheMeansInTheirRange) {
         const Picture picture(size, 0, false, Filling::Random, GuardedSide::End, random);
         BlockReducer reducer(size);
         reducer.Reduce(picture.view);
+        EXPECT_TRUE(std::all_of(reducer.Bgr(), reducer.Bgr() + 3 * reducer.BlockCount(),
+                                [](std::uint8_t value) { return value == 0; })); // nobody asked for it yet
+        reducer.PaintBgr();
         EXPECT_FALSE(FirstDifference(picture, reducer)); // the means are the decoder's own values in either range
         const auto& matrix =
             range == ColorRange::Full ? Host::Kernels::fullRangeMatrix : Host::Kernels::limitedRangeMatrix;

@@ -51,7 +51,6 @@ void ExpectOutput(const GuardedBlocks<T>& before, const GuardedBlocks<T>& after,
 }
 
 constexpr std::uint16_t largestColumnSum = largestBlockSize * 255;
-constexpr std::uint16_t lastColumnSumThatTakesTwoRows = largestColumnSum - 2 * 255;
 
 }  // namespace
 
@@ -65,6 +64,17 @@ TEST(BlockMean, RoundedMeanIsTheIntegerQuotientForEverySumOfEveryBlock) {
         std::uint32_t wrong = 0;
         for (std::uint32_t sum = 0; sum <= 255 * count; ++sum)
             wrong += RoundedMean(sum, samples) != (sum + count / 2) / count;
+        EXPECT_EQ(wrong, 0u) << "of the sums of " << count << " samples";
+    }
+}
+
+TEST(BlockMean, ShiftedMeanIsTheRoundedMeanForEverySum) {
+    for (std::uint32_t count = 1; count <= largestSampleCount; ++count) {
+        const SampleCount samples(count);
+        ASSERT_EQ(samples.isPowerOfTwo, (count & (count - 1)) == 0);
+        if (!samples.isPowerOfTwo) continue;
+        std::uint32_t wrong = 0;
+        for (std::uint32_t sum = 0; sum <= 255 * count; ++sum) wrong += ShiftedMean(sum, samples) != RoundedMean(sum, samples);
         EXPECT_EQ(wrong, 0u) << "of the sums of " << count << " samples";
     }
 }
@@ -99,67 +109,107 @@ TEST(BlockMean, SamplesOfBlockCoverItsPixelsAndNoOthers) {
             }
 }
 
-TEST(BlockMean, AddedRowsEqualThePlainForm) {
-    std::mt19937 random(1);
-    for (const GuardedSide side : bothSides)
-        for (const Filling filling : allFillings)
-            for (std::size_t length = 0; length <= longestLength; ++length)
-                for (const std::size_t first : {std::size_t{0}, length / 3, length / 2 | 1, length}) {
-                    if (first > length) continue;
-                    const SampleRange columns = {first, length};
-                    const auto row = Filled<std::uint8_t>(length, filling, side, 255, random);
-                    const auto nextRow = Filled<std::uint8_t>(length, filling, side, 255, random);
-                    auto sum = Filled<std::uint16_t>(length, filling, side, lastColumnSumThatTakesTwoRows, random);
+namespace {
 
-                    const GuardedBlocks<std::uint16_t> before(sum.span());
-                    AddRow(row.data(), sum.data(), columns);
-                    ExpectOutput<std::uint16_t>(before, sum, columns, [&](std::size_t i) {
-                        return static_cast<std::uint16_t>(before[i] + row[i]);
-                    });
+constexpr std::size_t rowCounts[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 15, 16, 23, largestBlockSize};  // every mix of passes
 
-                    GuardedBlocks<std::uint16_t> twice(before.span(), side);
-                    AddTwoRows(row.data(), nextRow.data(), twice.data(), columns);
-                    ExpectOutput<std::uint16_t>(before, twice, columns, [&](std::size_t i) {
-                        return static_cast<std::uint16_t>(before[i] + row[i] + nextRow[i]);
-                    });
-                }
-}
-
-TEST(BlockMean, AddedRowsStopAtTheEndOfTheirRange) {
-    std::mt19937 random(2);
-    for (std::size_t last = 0; last <= longestLength; ++last) {
-        const auto row = Filled<std::uint8_t>(longestLength, Filling::High, GuardedSide::End, 255, random);
-        GuardedBlocks<std::uint16_t> sum(longestLength);
-        const GuardedBlocks<std::uint16_t> before(longestLength);
-        AddRow(row.data(), sum.data(), {last / 2, last});
-        ExpectOutput<std::uint16_t>(before, sum, {last / 2, last}, [](std::size_t) { return std::uint16_t{255}; });
-        AddTwoRows(row.data(), row.data(), sum.data(), {last / 2, last});
-        ExpectOutput<std::uint16_t>(before, sum, {last / 2, last}, [](std::size_t) { return std::uint16_t{765}; });
+// Rows of samples in memory of their own: padding lies between rows only.
+class Rows {
+public:
+    Rows(std::size_t columns, std::size_t rowCount, bool upsideDown, Filling filling, GuardedSide side, std::mt19937& random)
+        : _stride(columns + random() % 4),
+          _samples(Filled<std::uint8_t>((rowCount - 1) * _stride + columns, filling, side, 255, random)) {
+        const auto stride = static_cast<std::ptrdiff_t>(_stride);
+        const std::ptrdiff_t lastRow = static_cast<std::ptrdiff_t>(rowCount - 1) * stride;
+        stack = upsideDown ? RowStack{_samples.data() + lastRow, -stride, rowCount}
+                           : RowStack{_samples.data(), stride, rowCount};
     }
-}
 
-TEST(BlockMean, SeparatedColumnsEqualThePlainForm) {
-    std::mt19937 random(3);
+    // Of every row, the samples from `first` on.
+    std::uint16_t Sum(std::size_t first, std::size_t count) const {
+        std::uint16_t sum = 0;
+        for (std::size_t row = 0; row < stack.count; ++row)
+            for (std::size_t i = 0; i < count; ++i)
+                sum = static_cast<std::uint16_t>(sum + stack.top[static_cast<std::ptrdiff_t>(row) * stack.stride +
+                                                                 static_cast<std::ptrdiff_t>(first + i)]);
+        return sum;
+    }
+
+    RowStack stack;
+
+private:
+    std::size_t _stride;
+    GuardedBlocks<std::uint8_t> _samples;
+};
+
+// check(rows, length, side) for rows of samplesPerElement * length samples.
+template <class Check> void ForAllRows(std::size_t samplesPerElement, std::uint32_t seed, Check check) {
+    std::mt19937 random(seed);
     for (const GuardedSide side : bothSides)
         for (const Filling filling : allFillings)
-            for (std::size_t length = 0; length <= longestLength; ++length) {
-                const auto both = Filled<std::uint16_t>(2 * length, filling, side, largestColumnSum, random);
-                GuardedBlocks<std::uint16_t> even(length, side), odd(length, side);
-                SeparateColumns(both.data(), even.data(), odd.data(), length);
-                for (std::size_t i = 0; i < length; ++i) {
-                    ASSERT_EQ(even[i], both[2 * i]);
-                    ASSERT_EQ(odd[i], both[2 * i + 1]);
-                }
-                ASSERT_TRUE(even.SlackIsIntact());
-                ASSERT_TRUE(odd.SlackIsIntact());
-            }
+            for (std::size_t length = 1; length <= longestLength; ++length)
+                for (const std::size_t rowCount : rowCounts)
+                    check(Rows(samplesPerElement * length, rowCount, random() % 2 != 0, filling, side, random), length, side);
+}
+
+// What was in the sums before must not matter.
+GuardedBlocks<std::uint16_t> Stale(std::size_t length, GuardedSide side) {
+    GuardedBlocks<std::uint16_t> sum(length, side);
+    std::fill(sum.begin(), sum.end(), std::uint16_t{0xBEEF});
+    return sum;
+}
+
+}  // namespace
+
+TEST(BlockMean, ColumnSumsEqualThePlainForm) {
+    ForAllRows(1, 1, [](const Rows& rows, std::size_t length, GuardedSide side) {
+        const auto before = Stale(length, side);
+        auto sum = Stale(length, side);
+        SumColumns(rows.stack, sum.data(), length);
+        ExpectOutput<std::uint16_t>(before, sum, {0, length}, [&](std::size_t i) { return rows.Sum(i, 1); });
+    });
+}
+
+TEST(BlockMean, PairSumsEqualThePlainForm) {
+    ForAllRows(2, 2, [](const Rows& rows, std::size_t length, GuardedSide side) {
+        const auto before = Stale(length, side);
+        auto sum = Stale(length, side);
+        SumColumnPairs(rows.stack, sum.data(), length);
+        ExpectOutput<std::uint16_t>(before, sum, {0, length}, [&](std::size_t i) { return rows.Sum(2 * i, 2); });
+    });
+}
+
+TEST(BlockMean, AlternatingColumnSumsEqualThePlainForm) {
+    ForAllRows(2, 3, [](const Rows& rows, std::size_t length, GuardedSide side) {
+        const auto before = Stale(length, side);
+        auto even = Stale(length, side), odd = Stale(length, side);
+        SumAlternatingColumns(rows.stack, even.data(), odd.data(), length);
+        ExpectOutput<std::uint16_t>(before, even, {0, length}, [&](std::size_t i) { return rows.Sum(2 * i, 1); });
+        ExpectOutput<std::uint16_t>(before, odd, {0, length}, [&](std::size_t i) { return rows.Sum(2 * i + 1, 1); });
+    });
+}
+
+TEST(BlockMean, SumsStopAtTheirCount) {
+    std::mt19937 random(4);
+    const Rows rows(2 * longestLength, 9, false, Filling::High, GuardedSide::End, random);
+    for (std::size_t count = 0; count <= longestLength; ++count) {
+        const auto before = Stale(longestLength, GuardedSide::End);
+        auto column = Stale(longestLength, GuardedSide::End), pair = Stale(longestLength, GuardedSide::End);
+        auto even = Stale(longestLength, GuardedSide::End), odd = Stale(longestLength, GuardedSide::End);
+        SumColumns(rows.stack, column.data(), count);
+        SumColumnPairs(rows.stack, pair.data(), count);
+        SumAlternatingColumns(rows.stack, even.data(), odd.data(), count);
+        for (const auto* const sum : {&column, &even, &odd})
+            ExpectOutput<std::uint16_t>(before, *sum, {0, count}, [](std::size_t) { return std::uint16_t{9 * 255}; });
+        ExpectOutput<std::uint16_t>(before, pair, {0, count}, [](std::size_t) { return std::uint16_t{2 * 9 * 255}; });
+    }
 }
 
 namespace {
 
 constexpr std::size_t groupSizes[] = {1, 2, 3, 4, 5, 7, 8, 16, 31, 63, 64};
 
-// Pairs and single columns are groups of a fixed size.
+// Single columns, pairs and quads are groups of a fixed size.
 template <class Part> void ExpectGroupSums(Part largestPart, std::uint32_t seed) {
     std::mt19937 random(seed);
     for (const GuardedSide side : bothSides)
@@ -182,6 +232,12 @@ template <class Part> void ExpectGroupSums(Part largestPart, std::uint32_t seed)
                         ExpectOutput(before, pairSum, {0, length}, plain);
                     }
                     if constexpr (sizeof(Part) == 2)
+                        if (groupSize == 4 && largestPart <= UINT16_MAX / 2) {
+                            GuardedBlocks<std::uint32_t> quadSum(length, side);
+                            SumQuads(part.data(), quadSum.data(), length);
+                            ExpectOutput(before, quadSum, {0, length}, plain);
+                        }
+                    if constexpr (sizeof(Part) == 2)
                         if (groupSize == 1) {
                             GuardedBlocks<std::uint32_t> wide(length, side);
                             WidenSums(part.data(), wide.data(), length);
@@ -193,6 +249,8 @@ template <class Part> void ExpectGroupSums(Part largestPart, std::uint32_t seed)
 }  // namespace
 
 TEST(BlockMean, GroupsOfColumnSumsEqualThePlainForm) { ExpectGroupSums<std::uint16_t>(UINT16_MAX, 4); }
+
+TEST(BlockMean, QuadsOfTheLargestSumsEqualThePlainForm) { ExpectGroupSums<std::uint16_t>(UINT16_MAX / 2, 8); }
 
 TEST(BlockMean, GroupsOfWideSumsEqualThePlainForm) { ExpectGroupSums<std::uint32_t>(largestColumnSum * 32u, 5); }
 
@@ -239,7 +297,9 @@ TEST(BlockMean, DividedSumsEqualTheRule) {
 
 TEST(BlockMeanDeathTest, RowThatEndsTooEarlyIsNoticed) {
     const GuardedBlocks<std::uint8_t> row(longestLength);
-    GuardedBlocks<std::uint16_t> sum(longestLength + 1);
-    EXPECT_DEATH(AddRow(row.data(), sum.data(), {0, longestLength + 1}), "");
-    EXPECT_DEATH(AddRow(row.data() + 1, sum.data(), {0, longestLength}), "");
+    GuardedBlocks<std::uint16_t> sum(longestLength + 1), other(longestLength + 1);
+    EXPECT_DEATH(SumColumns({row.data(), 0, 1}, sum.data(), longestLength + 1), "");
+    EXPECT_DEATH(SumColumns({row.data() + 1, 0, 1}, sum.data(), longestLength), "");
+    EXPECT_DEATH(SumColumnPairs({row.data(), 0, 1}, sum.data(), longestLength / 2 + 1), "");
+    EXPECT_DEATH(SumAlternatingColumns({row.data(), 0, 1}, sum.data(), other.data(), longestLength / 2 + 1), "");
 }
