@@ -33,13 +33,16 @@ const PictureFormat& Checked(const PictureFormat& format) {
 BlockReducer::PlaneLayout BlockReducer::LayoutOf(bool halvedColumns, bool halvedRows, bool interleaved) const {
     const bool sharesColumns = halvedColumns && _blockSize % 2 != 0;
     const std::size_t columnsPerBlock = halvedColumns ? _blockSize / 2 : _blockSize;
+    const std::size_t columns = halvedColumns ? (_width + 1) / 2 : _width;
     const bool inPairs = !interleaved && !sharesColumns && columnsPerBlock % 2 == 0;
+    const std::size_t columnsPerPart = inPairs ? 2 : 1;
     return {.halvedColumns = halvedColumns,
             .halvedRows = halvedRows,
             .interleaved = interleaved,
-            .columns = halvedColumns ? (_width + 1) / 2 : _width,
+            .columns = columns,
             .columnsPerBlock = sharesColumns ? 0 : columnsPerBlock,
-            .columnsPerPart = inPairs ? std::size_t{2} : std::size_t{1}};
+            .columnsPerPart = columnsPerPart,
+            .parts = sharesColumns ? columns : static_cast<std::size_t>(_columns) * columnsPerBlock / columnsPerPart};
 }
 
 BlockReducer::PlaneLayout BlockReducer::LayoutOfChroma() const {
@@ -65,11 +68,7 @@ BlockReducer::BlockReducer(const PictureFormat& format)
       _chroma(LayoutOfChroma()),
       _ycbcr(3 * _blockCount),
       _bgr(3 * _blockCount) {
-    const auto partsOf = [this](const PlaneLayout& layout) {
-        const std::size_t paddedColumns = static_cast<std::size_t>(_columns) * layout.columnsPerBlock;
-        return std::max(paddedColumns, layout.columns) / layout.columnsPerPart;
-    };
-    const std::size_t parts = std::max(partsOf(_luma), partsOf(_chroma));
+    const std::size_t parts = std::max(_luma.parts, _chroma.parts);
     _part.resize(parts);
     if (_chroma.interleaved) _secondPart.resize(parts);
     _sum.resize(parts);
@@ -125,7 +124,7 @@ void BlockReducer::SumRows(Kernels::RowStack rows, const PlaneLayout& layout) {
     const std::size_t parts = layout.columns / layout.columnsPerPart, rest = layout.columns % layout.columnsPerPart;
     // Columns that do not exist count as 0, so that the last block is summed like the others.
     const auto clearBehind = [&](std::vector<std::uint16_t>& part) {
-        std::fill(part.begin() + static_cast<std::ptrdiff_t>(parts + rest), part.end(), std::uint16_t{0});
+        std::fill(part.data() + parts + rest, part.data() + layout.parts, std::uint16_t{0});
     };
     clearBehind(_part);
     if (layout.interleaved) {

@@ -104,6 +104,7 @@ private:
         std::size_t columns;         // samples per row, of each component
         std::size_t columnsPerBlock; // of a whole block; 0 where blocks share columns
         std::size_t columnsPerPart;  // 2 where columns are summed in pairs, else 1
+        std::size_t parts;           // of one row of whole blocks; the columns that exist where blocks share them
     };
     PlaneLayout LayoutOf(bool halvedColumns, bool halvedRows, bool interleaved) const;
     PlaneLayout LayoutOfChroma() const;
