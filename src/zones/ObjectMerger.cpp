@@ -5,6 +5,7 @@
 #include <bit>
 #include <limits>
 #include <new>
+#include <utility>
 
 namespace MD {
 namespace {
@@ -12,7 +13,7 @@ namespace {
 constexpr int none = -1;
 constexpr int fewObjects = 24;       // below, looking at all boxes is cheaper than keeping buckets
 constexpr int smallestBucketShift = 2;
-constexpr int mostBucketsOfSmallBox = 8;
+constexpr std::size_t mostBucketsOfSmallBox = 8;
 
 constexpr CellBox Around(CellBox box) { return {box.left - 1, box.right + 1, box.top - 1, box.bottom + 1}; }
 
@@ -20,26 +21,13 @@ void SetBit(std::vector<std::uint64_t>& bits, int i) {
     bits[static_cast<std::size_t>(i) / 64] |= std::uint64_t{1} << (static_cast<unsigned>(i) % 64);
 }
 
-void ClearBit(std::vector<std::uint64_t>& bits, int i) {
-    bits[static_cast<std::size_t>(i) / 64] &= ~(std::uint64_t{1} << (static_cast<unsigned>(i) % 64));
-}
-
-// visit(position of a bit that is set), from the lowest on, until it says true.
-template <class Visit>
-void ForEachBit(const std::vector<std::uint64_t>& bits, Visit visit) {
-    for (std::size_t word = 0; word < bits.size(); ++word)
-        for (std::uint64_t left = bits[word]; left != 0; left &= left - 1)
-            if (visit(static_cast<int>(word * 64) + std::countr_zero(left))) return;
-}
-
 }  // namespace
 
 void ObjectMerger::Merge(MotionObjectPool& pool) {
     if (pool._busyList._objectsCount < 2) return;
     CollectNodes(pool);
-    const std::size_t words = _nodes.size() / 64 + 1;
-    _large.assign(words, 0);
     ChooseBuckets();
+    const std::size_t words = _nodes.size() / 64 + 1;
     _dueNow.assign(words, 0);
     _dueNext.assign(words, 0);
     for (int node = 1; node < static_cast<int>(_nodes.size()); ++node) SetBit(_dueNow, node);
@@ -54,9 +42,11 @@ void ObjectMerger::Merge(MotionObjectPool& pool) {
 void ObjectMerger::CollectNodes(const MotionObjectPool& pool) {
     _nodes.clear();
     for (MotionObject* object = pool._busyList._first; object; object = object->next)
-        _nodes.push_back({.object = object, .box = object->Box(), .partsBox = emptyCellBox,
-                          .blockCount = object->objectPixelsCount, .length = object->_realBufferLenght, .absorber = none,
-                          .firstPart = none, .lastPart = none, .nextPart = none});
+        _nodes.push_back({.object = object, .partsBox = emptyCellBox, .blockCount = object->objectPixelsCount,
+                          .length = object->_realBufferLenght, .absorber = none, .firstPart = none, .lastPart = none,
+                          .nextPart = none});
+    _boxes.resize(_nodes.size());
+    for (std::size_t node = 0; node < _nodes.size(); ++node) SetBox(static_cast<int>(node), _nodes[node].object->Box());
 }
 
 // From the tail to the head. A visit makes earlier nodes due at most: the highest bit is always the next one.
@@ -73,19 +63,26 @@ void ObjectMerger::Sweep() {
     }
 }
 
+CellBox ObjectMerger::BoxOf(int node) const {
+    const PackedBox box = _boxes[static_cast<std::size_t>(node)];
+    return {box.left, box.right, box.top, box.bottom};
+}
+
+void ObjectMerger::SetBox(int node, CellBox box) {
+    _boxes[static_cast<std::size_t>(node)] = {static_cast<short>(box.left), static_cast<short>(box.right),
+                                              static_cast<short>(box.top), static_cast<short>(box.bottom)};
+}
+
 int ObjectMerger::FirstTouching(int node) {
-    const CellBox box = _nodes[static_cast<std::size_t>(node)].box;
+    const CellBox box = BoxOf(node);
     const auto touches = [&](int candidate) {
-        const Node& other = _nodes[static_cast<std::size_t>(candidate)];
-        return other.absorber == none && Touch(box, other.box);
+        return _nodes[static_cast<std::size_t>(candidate)].absorber == none && Touch(box, BoxOf(candidate));
     };
     int first = node;
-    ForEachBit(_large, [&](int candidate) {
-        if (candidate >= first) return true;
-        if (!touches(candidate)) return false;
-        first = candidate;
-        return true;
-    });
+    for (const int candidate : _large) {
+        if (candidate >= first) break;
+        if (touches(candidate)) first = candidate;
+    }
     const BucketRange range = _bucketColumns == 0 ? BucketRange{} : BucketsOf(Around(box));
     if (_bucketColumns == 0 || BucketCount(range) > first) {  // fewer nodes than buckets to look at
         for (int candidate = 0; candidate < first; ++candidate)
@@ -102,7 +99,8 @@ void ObjectMerger::Absorb(int absorber, int part) {
     Node& a = _nodes[static_cast<std::size_t>(absorber)];
     Node& p = _nodes[static_cast<std::size_t>(part)];
     p.absorber = absorber;
-    ClearBit(_large, part);
+    SetBox(part, emptyCellBox);
+    LeaveLarge(part);
     if (a.lastPart == none) a.firstPart = part;
     else _nodes[static_cast<std::size_t>(a.lastPart)].nextPart = part;
     a.lastPart = part;
@@ -116,11 +114,11 @@ void ObjectMerger::Absorb(int absorber, int part) {
     const CellBox ownBox = BoxOfCells(p.object->motionX, p.object->motionY, p.object->objectPixelsCount);
     const CellBox added = Union(ownBox, p.partsBox);
     a.partsBox = Union(a.partsBox, added);
-    const CellBox before = a.box, after = Union(before, added);
+    const CellBox before = BoxOf(absorber), after = Union(before, added);
     if (absorber > 0) SetBit(_dueNow, absorber);
     if (after.left == before.left && after.right == before.right && after.top == before.top && after.bottom == before.bottom)
         return;
-    a.box = after;
+    SetBox(absorber, after);
     EnterGrown(absorber, before, after);
 
     // Later objects near what the box newly reaches: those not yet visited are due in this sweep, the others in the next.
@@ -150,7 +148,7 @@ void ObjectMerger::MoveBlocks(MotionObjectPool& pool) {
                 p = &_nodes[static_cast<std::size_t>(p->absorber)];
             }
         }
-        object->SetBox(node.box);
+        object->SetBox(BoxOf(static_cast<int>(root)));
     }
 }
 
@@ -158,11 +156,13 @@ void ObjectMerger::ChooseBuckets() {
     const int count = static_cast<int>(_nodes.size());
     bool areBoxes = true;
     _extent = emptyCellBox;
-    for (const Node& node : _nodes) {
-        areBoxes = areBoxes && node.box.left <= node.box.right && node.box.top <= node.box.bottom;
-        _extent = Union(_extent, node.box);
+    for (int node = 0; node < count; ++node) {
+        const CellBox box = BoxOf(node);
+        areBoxes = areBoxes && box.left <= box.right && box.top <= box.bottom;
+        _extent = Union(_extent, box);
     }
     _bucketColumns = _bucketRows = 0;
+    _large.clear();
     if (!areBoxes || count < fewObjects) return;
 
     // About as many buckets as objects, whatever the grid: clearing them must not cost more than the objects do.
@@ -171,12 +171,37 @@ void ObjectMerger::ChooseBuckets() {
         _bucketRows = ((_extent.bottom - _extent.top) >> _bucketShift) + 1;
         if (static_cast<std::int64_t>(_bucketColumns) * _bucketRows <= 4 * static_cast<std::int64_t>(count)) break;
     }
-    _buckets.assign(static_cast<std::size_t>(_bucketColumns) * static_cast<std::size_t>(_bucketRows), none);
-    _entries.clear();
+    FillBuckets();
+}
+
+// Small boxes in the order of their buckets: how many lie in each, where each starts, then the nodes.
+void ObjectMerger::FillBuckets() {
+    const std::size_t buckets = static_cast<std::size_t>(_bucketColumns) * static_cast<std::size_t>(_bucketRows);
+    _grownHeads.assign(buckets, none);
+    _grown.clear();
+    // A small box, grown or not, lies in so many buckets at most: what follows asks for no more memory.
+    const std::size_t mostEntries = mostBucketsOfSmallBox * _nodes.size();
+    _grown.reserve(mostEntries);
+    _bucketNodes.reserve(mostEntries);
+    _large.reserve(_nodes.size());
+    _bucketEnds.assign(buckets + 1, 0);  // one more than there are, in front: the first starts where nothing ends
+    const int count = static_cast<int>(_nodes.size());
+    const auto forEachBucket = [&](BucketRange range, auto visit) {
+        for (int row = range.top; row <= range.bottom; ++row)
+            for (int column = range.left; column <= range.right; ++column)
+                visit(_bucketEnds[static_cast<std::size_t>(BucketIndex(row, column)) + 1]);
+    };
     for (int node = 0; node < count; ++node) {
-        const BucketRange range = BucketsOf(_nodes[static_cast<std::size_t>(node)].box);
-        if (IsLarge(range)) SetBit(_large, node);
-        else for (int row = range.top; row <= range.bottom; ++row) Enter(node, row, range.left, range.right);
+        const BucketRange range = BucketsOf(BoxOf(node));
+        if (IsLarge(range)) _large.push_back(node);
+        else forEachBucket(range, [](int& nodesInBucket) { ++nodesInBucket; });
+    }
+    int start = 0;
+    for (int& end : _bucketEnds) end = std::exchange(start, start + end);  // start of the bucket; its nodes move it to the end
+    _bucketNodes.resize(static_cast<std::size_t>(start));
+    for (int node = 0; node < count; ++node) {
+        const BucketRange range = BucketsOf(BoxOf(node));
+        if (!IsLarge(range)) forEachBucket(range, [&](int& end) { _bucketNodes[static_cast<std::size_t>(end++)] = node; });
     }
 }
 
@@ -193,13 +218,23 @@ std::int64_t ObjectMerger::BucketCount(BucketRange range) {
     return static_cast<std::int64_t>(range.right - range.left + 1) * (range.bottom - range.top + 1);
 }
 
-bool ObjectMerger::IsLarge(BucketRange range) { return BucketCount(range) > mostBucketsOfSmallBox; }
+bool ObjectMerger::IsLarge(BucketRange range) { return BucketCount(range) > static_cast<std::int64_t>(mostBucketsOfSmallBox); }
 
-void ObjectMerger::Enter(int node, int row, int firstColumn, int lastColumn) {
+void ObjectMerger::EnterLarge(int node) {
+    const auto place = std::lower_bound(_large.begin(), _large.end(), node);
+    if (place == _large.end() || *place != node) _large.insert(place, node);
+}
+
+void ObjectMerger::LeaveLarge(int node) {
+    const auto place = std::lower_bound(_large.begin(), _large.end(), node);
+    if (place != _large.end() && *place == node) _large.erase(place);
+}
+
+void ObjectMerger::EnterGrown(int node, int row, int firstColumn, int lastColumn) {
     for (int column = firstColumn; column <= lastColumn; ++column) {
-        int& bucket = _buckets[static_cast<std::size_t>(row) * static_cast<std::size_t>(_bucketColumns) + static_cast<std::size_t>(column)];
-        _entries.push_back({node, bucket});
-        bucket = static_cast<int>(_entries.size()) - 1;
+        int& head = _grownHeads[static_cast<std::size_t>(BucketIndex(row, column))];
+        _grown.push_back({node, head});
+        head = static_cast<int>(_grown.size()) - 1;
     }
 }
 
@@ -208,15 +243,15 @@ void ObjectMerger::EnterGrown(int node, CellBox before, CellBox after) {
     if (_bucketColumns == 0) return;
     const BucketRange old = BucketsOf(before), now = BucketsOf(after);
     if (IsLarge(now)) {
-        SetBit(_large, node);
+        EnterLarge(node);
         return;
     }
     for (int row = now.top; row <= now.bottom; ++row) {
         if (row < old.top || row > old.bottom) {
-            Enter(node, row, now.left, now.right);
+            EnterGrown(node, row, now.left, now.right);
         } else {
-            Enter(node, row, now.left, old.left - 1);
-            Enter(node, row, old.right + 1, now.right);
+            EnterGrown(node, row, now.left, old.left - 1);
+            EnterGrown(node, row, old.right + 1, now.right);
         }
     }
 }
@@ -225,30 +260,36 @@ void ObjectMerger::EnterGrown(int node, CellBox before, CellBox after) {
 template <class Visit>
 void ObjectMerger::ForEachNear(CellBox area, Visit visit) {
     const auto visitAlive = [&](int node) {
-        if (_nodes[static_cast<std::size_t>(node)].absorber == none) visit(node, _nodes[static_cast<std::size_t>(node)].box);
-        return false;
+        if (_nodes[static_cast<std::size_t>(node)].absorber == none) visit(node, BoxOf(node));
     };
     if (_bucketColumns == 0) {
         for (int node = 0; node < static_cast<int>(_nodes.size()); ++node) visitAlive(node);
         return;
     }
-    ForEachBit(_large, visitAlive);
+    for (const int node : _large) visitAlive(node);
     ForEachInBuckets(BucketsOf(area), visit);
 }
 
+// visit(node, its box), absorbed ones with an empty box. The buckets of a row lie side by side.
 template <class Visit>
 void ObjectMerger::ForEachInBuckets(BucketRange range, Visit visit) {
     for (int row = range.top; row <= range.bottom; ++row) {
-        for (int column = range.left; column <= range.right; ++column) {
-            int* link = &_buckets[static_cast<std::size_t>(row) * static_cast<std::size_t>(_bucketColumns) + static_cast<std::size_t>(column)];
+        const std::size_t first = static_cast<std::size_t>(BucketIndex(row, range.left));
+        const std::size_t last = static_cast<std::size_t>(BucketIndex(row, range.right));
+        for (int i = _bucketEnds[first]; i < _bucketEnds[last + 1]; ++i) {
+            const int node = _bucketNodes[static_cast<std::size_t>(i)];
+            visit(node, BoxOf(node));
+        }
+        if (_grown.empty()) continue;
+        for (std::size_t bucket = first; bucket <= last; ++bucket) {
+            int* link = &_grownHeads[bucket];
             while (*link != none) {
-                BucketEntry& entry = _entries[static_cast<std::size_t>(*link)];
-                const Node& node = _nodes[static_cast<std::size_t>(entry.node)];
-                if (node.absorber != none) {
+                GrownEntry& entry = _grown[static_cast<std::size_t>(*link)];
+                if (_nodes[static_cast<std::size_t>(entry.node)].absorber != none) {
                     *link = entry.next;  // absorbed: leaves the bucket for good
                     continue;
                 }
-                visit(entry.node, node.box);
+                visit(entry.node, BoxOf(entry.node));
                 link = &entry.next;
             }
         }

@@ -24,7 +24,6 @@ private:
     // One object of the list; the order of nodes is the order of the list. No node: -1.
     struct Node {
         MotionObject* object;
-        CellBox       box;         // as the rule compares it
         CellBox       partsBox;    // around the blocks of all parts absorbed so far
         std::int64_t  blockCount;  // with all parts
         int           length;      // capacity
@@ -32,6 +31,11 @@ private:
         int           firstPart;
         int           lastPart;
         int           nextPart;    // of the same absorber
+    };
+
+    // A node's box as the rule compares it, small enough to compare many. An absorbed node's is empty and touches nothing.
+    struct PackedBox {
+        short left, right, top, bottom;
     };
 
     using NodeBits = std::vector<std::uint64_t>;  // one bit per node
@@ -43,20 +47,27 @@ private:
     void MoveBlocks(MotionObjectPool& pool);
 
     // Boxes by place: small ones in the buckets that they lie in, large ones in no particular. Without buckets (few objects,
-    // or boxes that are none) every node is near everything.
+    // or boxes that are none) every node is near everything. A bucket lists the nodes that lay in it from the first, one
+    // bucket after another, and those that grew into it.
     struct BucketRange {
         int left, right, top, bottom;
     };
-    struct BucketEntry {
+    struct GrownEntry {
         int node;
         int next;
     };
     void ChooseBuckets();
+    void FillBuckets();
+    int  BucketIndex(int row, int column) const { return row * _bucketColumns + column; }
     BucketRange BucketsOf(CellBox area) const;
     static std::int64_t BucketCount(BucketRange range);
     static bool IsLarge(BucketRange range);
-    void Enter(int node, int row, int firstColumn, int lastColumn);
+    void EnterLarge(int node);
+    void LeaveLarge(int node);
+    void EnterGrown(int node, int row, int firstColumn, int lastColumn);
     void EnterGrown(int node, CellBox before, CellBox after);
+    CellBox BoxOf(int node) const;
+    void SetBox(int node, CellBox box);
     template <class Visit>
     void ForEachInBuckets(BucketRange range, Visit visit);
     template <class Visit>
@@ -65,9 +76,12 @@ private:
     std::vector<Node>        _nodes;
     NodeBits                 _dueNow;   // to be visited in this sweep, from the highest to the lowest
     NodeBits                 _dueNext;  // in the next one
-    NodeBits                 _large;    // boxes that lie in many buckets
-    std::vector<int>         _buckets;  // first entry of each
-    std::vector<BucketEntry> _entries;
+    std::vector<int>         _large;    // nodes whose boxes lie in many buckets, ascending
+    std::vector<PackedBox>   _boxes;        // [node]
+    std::vector<int>         _bucketEnds;   // [bucket] end of its nodes in _bucketNodes; they start at the end before
+    std::vector<int>         _bucketNodes;
+    std::vector<int>         _grownHeads;   // [bucket] first entry of nodes that grew into it
+    std::vector<GrownEntry>  _grown;
     CellBox                  _extent = emptyCellBox;  // around all boxes
     int                      _bucketShift = 0;        // a bucket is 1 << _bucketShift blocks wide and high
     int                      _bucketColumns = 0;      // 0: no buckets
