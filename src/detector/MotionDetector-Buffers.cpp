@@ -5,6 +5,7 @@
 #include <new>
 
 #include "detector/MotionDetector.h"
+#include "detector/kernels/Segmentation.h"
 #include "utils/Assert.h"
 #include "utils/Ticks.h"
 
@@ -30,7 +31,7 @@ MotionDetector::MotionDetector()
       _detectShadow(false), _extraFlag2(false), _mpeg4IFrameOverride(false), _isMPEG4(false),
       _h264PartlyIsOptimized(false), _h264PartlyIsIFrame(false), _bgr24Stride(0), _nextProcessZone(nullptr),
       _nextMotionObject(nullptr), _processZones(true), _solveForeground(false), _limitObjectsToMask(true),
-      _longBackgroundTimes(false), _shadowRowFirst(0), _shadowRowLast(0) {
+      _longBackgroundTimes(false), _foregroundGroupCount(0), _shadowRowFirst(0), _shadowRowLast(0) {
     const long rn = std::rand();
     assert(rn >= 0 && rn <= RAND_MAX);
     _skipPhase = StartPhase(static_cast<int>(rn));
@@ -148,6 +149,7 @@ void MotionDetector::MakeBuffers(DetectionInfo* info) {
     AllocBuff(&_neighbourhoodMask, blockCount);
     AllocBuff(&_finalPixelX, blockCount);
     AllocBuff(&_finalPixelY, blockCount);
+    _foregroundGroups.reset(new Kernels::BlockGroup[static_cast<std::size_t>(Kernels::CountBlockGroups(BlockGrid()))]);
 
     MDZone* const first = _zones._first;
     assert(first);
@@ -159,6 +161,8 @@ void MotionDetector::ReleaseBuffers() {
     _nextProcessZone = nullptr;
     _nextMotionObject = nullptr;
     _shadowRowFirst = _shadowRowLast = 0;
+    _foregroundGroups.reset();
+    _foregroundGroupCount = 0;
     _frameStatistics.ReleaseBuffers();
     for (int i = 0; i < AllBuffersCount; ++i) _buffers[i].release(_buffers[i].member);
 }
@@ -175,6 +179,10 @@ void MotionDetector::CheckMemBuffers(DetectionInfo* info) {
 }
 
 void MotionDetector::CopyImagesToInternalBuffers(DetectionInfo* info) {
+    if (TakeFrame(info)) _frameStatistics.Update(_h264PartlyIsOptimized);
+}
+
+bool MotionDetector::TakeFrame(DetectionInfo* info) {
     FrameStatistics& s = _frameStatistics;
     const bool isOutsideRing = _h264PartlyIsOptimized && !_h264PartlyIsIFrame;
     if (!isOutsideRing) s.ShiftToNewFrame();
@@ -183,7 +191,7 @@ void MotionDetector::CopyImagesToInternalBuffers(DetectionInfo* info) {
     Utils::CopyBuff(planes, frame, blockCount);
     Utils::CopyBuff(planes + blockCount, frame + s._secondPlaneOffset, blockCount);
     Utils::CopyBuff(planes + 2 * static_cast<std::ptrdiff_t>(blockCount), frame + s._thirdPlaneOffset, blockCount);
-    if (!isOutsideRing) s.Update(_h264PartlyIsOptimized);
+    return !isOutsideRing;
 }
 
 void MotionDetector::ZeroDetectionArrays() {

@@ -20,23 +20,37 @@ void MotionDetector::Detect(DetectionInfo* info, bool updateBackground) {
     _h264PartlyIsIFrame = info->isH264PartlyIFrame != 0;
     CheckMemBuffers(info);  // compares with the time of the frame before
     _currentTime = info->timestamp;
-    CopyImagesToInternalBuffers(info);
-
     std::memset(_zoneResultMap, 0, static_cast<std::size_t>(blockCount));
-    if (updateBackground) UpdateBackground(nullptr, 0);
-    FindForeground(info);
+    if (_h264PartlyIsOptimized) {
+        CopyImagesToInternalBuffers(info);
+        if (updateBackground) UpdateBackground(nullptr, 0);
+        FindForeground(info);
+    } else {
+        ExamineBlocks(info, updateBackground);
+    }
     if (_detectShadow) DetectShadow(info);
 
     if (_processZones) {
         _nextMotionObject = nullptr;  // it may point to an object that ends here
         _mergedPool.ReleaseBusyList();
-        for (_nextProcessZone = _zones._first; _nextProcessZone; _nextProcessZone = _nextProcessZone->next) {
-            ProcessOneZone();
-            for (MotionObject* object = _zonePool._busyList._first; object; object = object->next) _mergedPool.Copy(object);
-        }
+        ProcessZones();
         MergeMDZonesResult();
     }
     if (_solveForeground) SolveForeground();
+}
+
+// The same three steps, chunk by chunk: blocks do not read each other before the foreground is known, and what is known of
+// a chunk stays in cache from the first question to the last.
+void MotionDetector::ExamineBlocks(DetectionInfo* info, bool updateBackground) {
+    TakeFrame(info);
+    const bool isStepDue = _frameStatistics.BeginUpdate(false);
+    if (!_frameStatistics._isFilled) return;
+    const bool mayLearn = updateBackground && !SkipFrame();
+    ForEachChunk(AllBlocks(), [&](BlockRange chunk) {
+        if (isStepDue) _frameStatistics.StepStandard(chunk);
+        if (mayLearn) UpdateChunk(chunk, true);
+        MarkForeground(info, chunk);
+    });
 }
 
 void MotionDetector::SolveForeground() {

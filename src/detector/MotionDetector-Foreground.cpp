@@ -26,26 +26,33 @@ void MotionDetector::FindForeground(DetectionInfo* info) {
         FindForegroundOptimyzedForH264Partly();
         return;
     }
-    if (!_frameStatistics._isFilled) return;
-    if (_isMPEG4 && (!_isIFrame || _mpeg4IFrameOverride)) FindForegroundOptimyzedForMPEG4(info);
-    else FindForegroundStandart();
+    if (_frameStatistics._isFilled) MarkForeground(info, AllBlocks());
 }
 
+void MotionDetector::MarkForeground(DetectionInfo* info, BlockRange range) {
+    if (_isMPEG4 && (!_isIFrame || _mpeg4IFrameOverride)) MarkForegroundMPEG4(info, range);
+    else MarkForegroundStandard(range);
+}
+
+void MotionDetector::FindForegroundStandart() { MarkForegroundStandard(AllBlocks()); }
+
+void MotionDetector::FindForegroundOptimyzedForMPEG4(DetectionInfo* info) { MarkForegroundMPEG4(info, AllBlocks()); }
+
 // Deliberate: _isMotionPixel stays as the change test left it (ForegroundTest, StandardVariantLeavesMotionPixels).
-void MotionDetector::FindForegroundStandart() {
+void MotionDetector::MarkForegroundStandard(BlockRange range) {
     Kernels::MarkForeground({.current = PlanesOfAge(_frameStatistics, 0), .previous = PlanesOfAge(_frameStatistics, 1),
                              .background = {.y = _backgroundY, .cb = _backgroundCb, .cr = _backgroundCr},
                              .isBackground = _isBackground, .noiseLevel = _noiseLevel, .isObject = _isObject},
-                            cbAndCrThreshold, AllBlocks());
+                            cbAndCrThreshold, range);
 }
 
-void MotionDetector::FindForegroundOptimyzedForMPEG4(DetectionInfo* info) {
+void MotionDetector::MarkForegroundMPEG4(DetectionInfo* info, BlockRange range) {
     if (!info->mpeg4ReferenceLuma) return;
     Kernels::MarkForegroundMPEG4(
         {.current = PlanesOfAge(_frameStatistics, 0), .referenceLuma = info->mpeg4ReferenceLuma,
          .background = {.y = _backgroundY, .cb = _backgroundCb, .cr = _backgroundCr}, .isBackground = _isBackground,
          .noiseLevel = _noiseLevel, .isObject = _isObject, .isMotionPixel = _isMotionPixel},
-        cbAndCrThreshold, AllBlocks());
+        cbAndCrThreshold, range);
 }
 
 void MotionDetector::FindForegroundOptimyzedForH264Partly() {

@@ -10,6 +10,7 @@
 namespace MD {
 namespace {
 
+using Kernels::Box;
 using Kernels::ObjectBlocks;
 
 constexpr int tagOffset = 30000;  // label + tagOffset marks a block for the similarity refinement
@@ -29,17 +30,35 @@ bool IsLargeEnough(short smallest, short largest, int gridExtent, float minFract
 
 void MotionDetector::ProcessOneZone() {
     if (!_frameStatistics._isFilled) return;
+    FindForegroundGroups();
+    ProcessZone(blockCount);
+}
+
+void MotionDetector::ProcessZones() {
+    if (!_frameStatistics._isFilled) return;
+    FindForegroundGroups();
+    int labelled = blockCount;
+    for (_nextProcessZone = _zones._first; _nextProcessZone; _nextProcessZone = _nextProcessZone->next) {
+        labelled = ProcessZone(labelled);
+        for (MotionObject* object = _zonePool._busyList._first; object; object = object->next) _mergedPool.Copy(object);
+    }
+}
+
+// The zone at the cursor. `labelled`: the blocks listed in _movingPixelX, _movingPixelY are all that the label map may hold,
+// or blockCount where that is not known. Returns how many of them there are now.
+int MotionDetector::ProcessZone(int labelled) {
     if (!_processZones) _nextMotionObject = nullptr;  // it may point to an object that ends here
     _zonePool.ReleaseBusyList();
     MDZone* const currentZone = _nextProcessZone;
-    if (!currentZone) return;
+    if (!currentZone) return labelled;
     assert(currentZone->map);
     assert(currentZone->pixelMapWidth == blockCountX);
     assert(currentZone->pixelMapHeight == blockCountY);
 
-    const int motionBlocksCount = FindMovingInPixels(currentZone);
+    ClearLabels(labelled);
+    const int motionBlocksCount = CollectMovingBlocks(currentZone);
     assert(motionBlocksCount <= blockCount);
-    if (motionBlocksCount < 1) return;
+    if (motionBlocksCount < 1) return 0;
     std::fill_n(_objectPixelX, motionBlocksCount, short{0});
     std::fill_n(_objectPixelY, motionBlocksCount, short{0});
 
@@ -61,6 +80,18 @@ void MotionDetector::ProcessOneZone() {
         if (KeepObject(count, label)) lastLabel = label;
     }
     RemoveSmallObjects(currentZone);
+    return motionBlocksCount;
+}
+
+void MotionDetector::FindForegroundGroups() {
+    _foregroundGroupCount = Kernels::FindForegroundGroups(_isObject, _foregroundGroups.get(), BlockGrid());
+}
+
+// A few labels are cleared one by one.
+void MotionDetector::ClearLabels(int labelled) {
+    if (labelled < blockCount / 16)
+        Kernels::RelabelObject({.xs = _movingPixelX, .ys = _movingPixelY, .count = labelled}, _objectsMap, 0, BlockGrid());
+    else std::fill_n(_objectsMap, blockCount, std::uint16_t{0});
 }
 
 // The first `count` blocks of _objectPixelX, _objectPixelY become an object of _zonePool, unless they are discarded.
@@ -68,30 +99,48 @@ bool MotionDetector::KeepObject(int count, int label) {
     const ObjectBlocks object{.xs = _objectPixelX, .ys = _objectPixelY, .count = count};
     const Grid grid = BlockGrid();
     const bool countsAll = !_limitObjectsToMask || _longBackgroundTimes;
-    Kernels::Box box;
-    if (!Kernels::BoxOfBlocks(object, countsAll ? nullptr : _isMotionPixel, grid, box)) {
+    const Kernels::Box whole = Kernels::BoxOfBlocks(object);
+    Kernels::Box box = whole;
+    if (!countsAll && !Kernels::BoxOfCountedBlocks(object, _isMotionPixel, grid, box)) {
         Kernels::DiscardObject(object, _objectsMap, _zoneResultMap, grid);
         return false;
     }
-    const auto mark = static_cast<std::uint16_t>(label), tagged = static_cast<std::uint16_t>(label + tagOffset);
-    int remaining = count - Kernels::TrimObject(object, box, _objectsMap, _zoneResultMap, grid);
-    remaining -= Kernels::RefineSimilarBlocks(object, {.current = _frameStatistics.FrameOfAge(0),
-                                                       .background = _backgroundY, .objectsMap = _objectsMap,
-                                                       .uniformMask = _uniformMask,
-                                                       .neighbourhoodMask = _neighbourhoodMask}, tagged, grid);
+    int remaining = count;
+    if (box == whole) {  // nothing to trim: all blocks bear the label, none a mark for the refinement
+        std::copy_n(_objectPixelX, count, _finalPixelX);
+        std::copy_n(_objectPixelY, count, _finalPixelY);
+    } else {
+        remaining = RefineObject(object, box, label);
+    }
     const int curObjBlocksCount = remaining;
     assert(curObjBlocksCount <= blockCount);
-    std::fill_n(_finalPixelX, curObjBlocksCount, short{0});
-    std::fill_n(_finalPixelY, curObjBlocksCount, short{0});
-    Kernels::CollectSurvivors(object, {.objectsMap = _objectsMap, .uniformMask = _uniformMask, .xs = _finalPixelX,
-                                       .ys = _finalPixelY}, mark, tagged, grid);
     if (remaining <= 0) return false;
     _zonePool.Add(_finalPixelX, _finalPixelY, remaining, blockCount);
     return true;
 }
 
+// Blocks outside the box and blocks that the similarity refinement takes leave the object; the others go to _finalPixelX,
+// _finalPixelY. Returns their number.
+int MotionDetector::RefineObject(ObjectBlocks object, Box box, int label) {
+    const Grid grid = BlockGrid();
+    const auto mark = static_cast<std::uint16_t>(label), tagged = static_cast<std::uint16_t>(label + tagOffset);
+    Kernels::TrimObject(object, box, _objectsMap, _zoneResultMap, grid);
+    Kernels::RefineSimilarBlocks(object, {.current = _frameStatistics.FrameOfAge(0), .background = _backgroundY,
+                                          .objectsMap = _objectsMap, .uniformMask = _uniformMask,
+                                          .neighbourhoodMask = _neighbourhoodMask}, tagged, grid);
+    return Kernels::CollectSurvivors(object, {.objectsMap = _objectsMap, .uniformMask = _uniformMask, .xs = _finalPixelX,
+                                              .ys = _finalPixelY}, mark, tagged, grid);
+}
+
 int MotionDetector::FindMovingInPixels(MDZone* zone) {
-    return Kernels::CollectMovingBlocks({.isInZone = zone->pixelMap, .isObject = _isObject, .objectsMap = _objectsMap,
+    FindForegroundGroups();
+    ClearLabels(blockCount);
+    return CollectMovingBlocks(zone);
+}
+
+int MotionDetector::CollectMovingBlocks(MDZone* zone) {
+    return Kernels::CollectMovingBlocks({.groups = _foregroundGroups.get(), .groupCount = _foregroundGroupCount,
+                                         .isInZone = zone->pixelMap, .isObject = _isObject, .objectsMap = _objectsMap,
                                          .xs = _movingPixelX, .ys = _movingPixelY}, BlockGrid());
 }
 

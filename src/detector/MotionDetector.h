@@ -3,7 +3,9 @@
 #pragma once
 
 #include <bit>
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 
 #include "coreMD.h"
 #include "detector/BackgroundStorage.h"
@@ -17,6 +19,12 @@
 #include "zones/ObjectMerger.h"
 
 namespace MD {
+
+namespace Kernels {
+struct BlockGroup;
+struct Box;
+struct ObjectBlocks;
+}  // namespace Kernels
 
 // Legend: [block] = blockCount elements, row after row; ticks = 100 ns; {0,255} = mask byte; age 0 = newest frame.
 class COREMD_API MotionDetector {
@@ -208,11 +216,24 @@ private:
     MD_INTERNAL Grid BlockGrid() const { return {blockCountX, blockCountY}; }
 
     MD_INTERNAL void MakeBuffers(DetectionInfo* info);
+    MD_INTERNAL bool TakeFrame(DetectionInfo* info);  // copies it; true: it entered the ring
+    MD_INTERNAL void ExamineBlocks(DetectionInfo* info, bool updateBackground);
+    MD_INTERNAL void MarkForeground(DetectionInfo* info, BlockRange range);
+    MD_INTERNAL void MarkForegroundStandard(BlockRange range);
+    MD_INTERNAL void MarkForegroundMPEG4(DetectionInfo* info, BlockRange range);
     MD_INTERNAL void EnterNextSkipPhase();
     MD_INTERNAL void UpdateBlocks(BlockRange range, bool mayLearn);
     MD_INTERNAL void UpdateChunk(BlockRange range, bool mayLearn);
+    MD_INTERNAL void ProcessZones();
+    MD_INTERNAL int  ProcessZone(int labelled);
+    MD_INTERNAL void FindForegroundGroups();
+    MD_INTERNAL void ClearLabels(int labelled);
+    MD_INTERNAL int  CollectMovingBlocks(MDZone* zone);
     MD_INTERNAL bool KeepObject(int count, int label);
+    MD_INTERNAL int  RefineObject(Kernels::ObjectBlocks object, Kernels::Box box, int label);
 
+    std::unique_ptr<Kernels::BlockGroup[]> _foregroundGroups;  // groups of blocks with foreground, in raster order
+    std::ptrdiff_t                         _foregroundGroupCount;
     ObjectMerger _merger;
     int          _shadowRowFirst;  // rows first to last - 1 of the shadow planes may hold more than zeros
     int          _shadowRowLast;

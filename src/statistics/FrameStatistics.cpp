@@ -6,7 +6,6 @@
 #include <new>
 
 #include "statistics/kernels/WindowSums.h"
-#include "utils/Blocks.h"
 #include "utils/Utils.h"
 
 namespace MD {
@@ -72,16 +71,19 @@ void FrameStatistics::ShiftToNewFrame() {
 }
 
 void FrameStatistics::Update(bool isH264Partly) {
-    if (!_isFilled) return;
+    if (BeginUpdate(isH264Partly)) UpdateStandart();
+}
+
+bool FrameStatistics::BeginUpdate(bool isH264Partly) {
+    if (!_isFilled) return false;
     if (isH264Partly != _lastIsH264 || _needReCalculate) {
         _lastIsH264 = isH264Partly;
         ReCalculate(isH264Partly);
         _needReCalculate = false;
-    } else if (isH264Partly) {
-        UpdateH264();
-    } else {
-        UpdateStandart();
+        return false;
     }
+    if (isH264Partly) UpdateH264();
+    return !isH264Partly;
 }
 
 void FrameStatistics::CalculateFrameDiff(unsigned char* a, unsigned char* b, float* diff, float* diffSquare) {
@@ -93,22 +95,24 @@ void FrameStatistics::CalculateFrameDiff(unsigned char* a, unsigned char* b, flo
     }
 }
 
-void FrameStatistics::StepWindow(float* sum, float* squareSum, int start, int end) {
+void FrameStatistics::StepWindow(float* sum, float* squareSum, int start, int end, BlockRange range) {
     Kernels::StepWindow({.entering = FrameOfAge(start), .leaving = FrameOfAge(end + 1), .sum = sum, .squareSum = squareSum},
-                        {0, static_cast<std::size_t>(_blockCount)});
+                        range);
 }
 
 void FrameStatistics::UpdateH264() {
-    StepWindow(_firstPartSum, _firstPartSquareSum, firstPartStartIndex, firstPartEndIndex);
+    StepWindow(_firstPartSum, _firstPartSquareSum, firstPartStartIndex, firstPartEndIndex, AllBlocks());
 }
 
-void FrameStatistics::UpdateStandart() {
-    StepWindow(_firstPartSum, _firstPartSquareSum, firstPartStartIndex, firstPartEndIndex);
-    StepWindow(_secondPartSum, _secondPartSquareSum, secondPartStartIndex, secondPartEndIndex);
-    StepWindow(_centerPartSum, _centerPartSquareSum, centerPartStartIndex, centerPartEndIndex);
+void FrameStatistics::UpdateStandart() { StepStandard(AllBlocks()); }
+
+void FrameStatistics::StepStandard(BlockRange range) {
+    StepWindow(_firstPartSum, _firstPartSquareSum, firstPartStartIndex, firstPartEndIndex, range);
+    StepWindow(_secondPartSum, _secondPartSquareSum, secondPartStartIndex, secondPartEndIndex, range);
+    StepWindow(_centerPartSum, _centerPartSquareSum, centerPartStartIndex, centerPartEndIndex, range);
     Kernels::ExtremesBlocks extremes{.luma = {}, .min = _min, .max = _max};
     for (int age = firstPartStartIndex; age <= secondPartEndIndex; ++age) extremes.luma[age] = FrameOfAge(age);
-    Kernels::FindExtremes(extremes, {0, static_cast<std::size_t>(_blockCount)});
+    Kernels::FindExtremes(extremes, range);
 }
 
 void FrameStatistics::ReCalculateInterval(float* sum, float* squareSum, unsigned char* min, unsigned char* max,

@@ -4,6 +4,7 @@
 
 #include "coreMD.h"
 #include "utils/Assert.h"
+#include "utils/Blocks.h"
 #include "utils/Buffers.h"
 #include "utils/Visibility.h"
 
@@ -33,6 +34,11 @@ public:
     // The statistics start with the 11th frame after AllocateBuffers.
     void ShiftToNewFrame();
     void Update(bool isH264Partly);  // true: only the first window is kept current, the extremes only widen
+
+    // Update in two halves, for a caller that has more to ask of every block while it is in cache: BeginUpdate does all
+    // but the standard step and says whether that is due; StepStandard then takes every block once.
+    MD_INTERNAL bool BeginUpdate(bool isH264Partly);
+    MD_INTERNAL void StepStandard(BlockRange range);
 
     // [block] each: diff = a - b, diffSquare = a * a - b * b.
     void CalculateFrameDiff(unsigned char* a, unsigned char* b, float* diff, float* diffSquare);
@@ -81,7 +87,8 @@ private:
     static constexpr unsigned ringLength = 11;
 
     // The frame of age `start` enters a window, the frame of age `end` + 1 leaves it.
-    MD_INTERNAL void StepWindow(float* sum, float* squareSum, int start, int end);
+    MD_INTERNAL void StepWindow(float* sum, float* squareSum, int start, int end, BlockRange range);
+    MD_INTERNAL BlockRange AllBlocks() const { return {0, static_cast<std::size_t>(_blockCount)}; }
 };
 
 }  // namespace MD

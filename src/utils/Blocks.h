@@ -18,14 +18,21 @@ struct BlockRange {
 };
 
 // Kernels ask their questions chunk by chunk: most chunks have nothing to write, and what they read stays in cache.
+// Within one, pieces are asked where few blocks can be meant.
 inline constexpr std::size_t chunkLength = 256;
 
-// work(BlockRange chunk), from the first to the last.
+inline constexpr std::size_t pieceLength = 32;
+
+// work(BlockRange part) for parts of at most `length` blocks, from the first to the last.
 template <class Work>
-void ForEachChunk(BlockRange range, Work work) {
-    for (std::size_t first = range.first; first < range.last; first += chunkLength)
-        work(BlockRange{first, first + chunkLength < range.last ? first + chunkLength : range.last});
+void ForEachPart(BlockRange range, std::size_t length, Work work) {
+    for (std::size_t first = range.first; first < range.last; first += length)
+        work(BlockRange{first, first + length < range.last ? first + length : range.last});
 }
+template <class Work>
+void ForEachChunk(BlockRange range, Work work) { ForEachPart(range, chunkLength, work); }
+template <class Work>
+void ForEachPiece(BlockRange chunk, Work work) { ForEachPart(chunk, pieceLength, work); }
 
 inline bool IsAnySet(const std::uint8_t* marks, std::size_t count) {
     std::uint8_t any = 0;

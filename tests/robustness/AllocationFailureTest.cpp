@@ -157,7 +157,7 @@ TEST(AllocationFailureTest, FirstFrame) {
             ReadEverything(host);
             ExpectSameFuture(host, fresh, next.width, next.height, 0, next.kind);
         });
-        EXPECT_EQ(allocations, 38 + 12 + 2);  // both tables and two zones
+        EXPECT_EQ(allocations, 38 + 12 + 1 + 2);  // both tables, the foreground groups and two zones
     }
 }
 

@@ -39,6 +39,19 @@ void MarkOlder(const std::int64_t* times, std::int64_t now, std::int64_t limit, 
         marks[i - chunk.first] = ElapsedTicks(now, times[i]) > limit ? 255 : 0;
 }
 
+// Clears the marks of blocks whose `times` lies not that far back, or of those whose time does.
+void KeepOlder(const std::int64_t* times, std::int64_t now, std::int64_t limit, std::uint8_t* marks, BlockRange chunk) {
+    MD_INDEPENDENT_BLOCKS
+    for (std::size_t i = chunk.first; i < chunk.last; ++i)
+        marks[i - chunk.first] = ElapsedTicks(now, times[i]) > limit ? marks[i - chunk.first] : std::uint8_t{0};
+}
+
+void KeepNotOlder(const std::int64_t* times, std::int64_t now, std::int64_t limit, std::uint8_t* marks, BlockRange chunk) {
+    MD_INDEPENDENT_BLOCKS
+    for (std::size_t i = chunk.first; i < chunk.last; ++i)
+        marks[i - chunk.first] = ElapsedTicks(now, times[i]) > limit ? std::uint8_t{0} : marks[i - chunk.first];
+}
+
 // Clears the marks of blocks without a background within the limit of the mean; then of those whose sample is not.
 void KeepWithinBackground(LearningBlocks b, const float* mean, float limit, std::uint8_t* marks, BlockRange chunk) {
     MD_INDEPENDENT_BLOCKS
@@ -89,21 +102,18 @@ void LearnChunk(LearningBlocks b, LearningTimes times, float meanLimit, BlockRan
     for (std::size_t i = chunk.first; i < chunk.last; ++i) mean[i - chunk.first] = TenFrameMean(b.firstSum[i], b.secondSum[i]);
 
     // Background that the scene still agrees with is refreshed: always, or when it is old enough.
-    std::uint8_t isSet[chunkLength], isOld[chunkLength];
+    std::uint8_t isSet[chunkLength];
     for (std::size_t j = 0; j < count; ++j) isSet[j] = isStable[j] ? 255 : 0;
     KeepWithinBackground(b, mean, meanLimit, isSet, chunk);
-    if (times.isSlow && IsAnySet(isSet, count)) {
-        MarkOlder(b.backgroundTime, times.now, times.refreshInterval, isOld, chunk);
-        for (std::size_t j = 0; j < count; ++j) isSet[j] &= isOld[j];
-    }
+    if (times.isSlow && IsAnySet(isSet, count)) KeepOlder(b.backgroundTime, times.now, times.refreshInterval, isSet, chunk);
 
     // Every stable block's sample is renewed when it is older than sampleAge. (The first branch of the rule renews older
     // ones only, its other branches all those.) What it was decides on the confirmation first.
     std::uint8_t isDue[chunkLength];
     const bool isAnyDue = MayAnyBeOlder(b.sampleTime, times.now, times.sampleAge, chunk);
     if (isAnyDue) {
-        MarkOlder(b.sampleTime, times.now, times.sampleAge, isDue, chunk);
-        for (std::size_t j = 0; j < count; ++j) isDue[j] = isStable[j] ? isDue[j] : std::uint8_t{0};
+        for (std::size_t j = 0; j < count; ++j) isDue[j] = isStable[j] ? 255 : 0;
+        KeepOlder(b.sampleTime, times.now, times.sampleAge, isDue, chunk);
     }
 
     // Candidates, whose mean may agree with a sample of their past: blocks that were quiet for long. For a block that is
@@ -113,13 +123,16 @@ void LearnChunk(LearningBlocks b, LearningTimes times, float meanLimit, BlockRan
         const bool isCandidate = times.isSlow ? isBackground[j] == 0 : isSet[j] == 0;
         isConfirmed[j] = (isCandidate & (isStable[j] != 0)) ? 255 : 0;
     }
-    if (IsAnySet(isConfirmed, count) && MayAnyBeOlder(b.lastChangeTime, times.now, times.quiet, chunk)) {
-        MarkOlder(b.lastChangeTime, times.now, times.quiet, isOld, chunk);
-        for (std::size_t j = 0; j < count; ++j) isConfirmed[j] &= isOld[j];
-        // Deliberate: one tick below the limit of quiet (BackgroundTest, SampleOfFiveSecondsIsReplaced).
-        MarkOlder(b.sampleTime, times.now, times.quiet - 1, isOld, chunk);
-        for (std::size_t j = 0; j < count; ++j) isConfirmed[j] &= static_cast<std::uint8_t>(~isOld[j]);
-        KeepWithinSample(b, mean, meanLimit, isConfirmed, chunk);
+    if (IsAnySet(isConfirmed, count)) {
+        // Candidates are rare in a scene that is known: their times are asked for piece by piece.
+        ForEachPiece(chunk, [&](BlockRange piece) {
+            const std::size_t offset = piece.first - chunk.first, length = piece.last - piece.first;
+            if (!IsAnySet(isConfirmed + offset, length)) return;
+            KeepOlder(b.lastChangeTime, times.now, times.quiet, isConfirmed + offset, piece);
+            // Deliberate: one tick below the limit of quiet (BackgroundTest, SampleOfFiveSecondsIsReplaced).
+            KeepNotOlder(b.sampleTime, times.now, times.quiet - 1, isConfirmed + offset, piece);
+            KeepWithinSample(b, mean + offset, meanLimit, isConfirmed + offset, piece);
+        });
         for (std::size_t j = 0; j < count; ++j) {
             isSet[j] |= isConfirmed[j];
             b.isBackground[chunk.first + j] |= isConfirmed[j];

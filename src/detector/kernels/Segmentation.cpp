@@ -2,6 +2,8 @@
 #include "detector/kernels/Segmentation.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cstdlib>
 #include <cstring>
 
@@ -29,32 +31,54 @@ void ForEachCell(Box square, Grid grid, Visit visit) {
         for (std::ptrdiff_t x = square.left; x <= square.right; ++x, ++position) visit(y * grid.columns + x, position);
 }
 
+int BlocksInGroup(int x, Grid grid) { return std::min(8, grid.columns - x); }
+
+// Bytes of up to eight blocks in one word.
+std::uint64_t WordOf(const std::uint8_t* bytes, int count) {
+    std::uint64_t word = 0;
+    if (count == 8) std::memcpy(&word, bytes, 8);
+    else std::memcpy(&word, bytes, static_cast<std::size_t>(count));
+    return word;
+}
+
+// The top bits of four labels side by side. An unassigned block has it; hardly any other does.
+constexpr std::uint16_t topBit = 0x8000;
+static_assert((unassignedBlock & topBit) != 0);
+constexpr auto fourTopBits = std::bit_cast<std::uint64_t>(std::array<std::uint16_t, 4>{topBit, topBit, topBit, topBit});
+constexpr auto threeTopBits = std::bit_cast<std::uint64_t>(std::array<std::uint16_t, 4>{topBit, topBit, topBit, 0});
+
+bool MayBeUnassigned(const std::uint16_t* fourLabels, std::uint64_t topBits) {
+    std::uint64_t word;
+    std::memcpy(&word, fourLabels, sizeof word);
+    return (word & topBits) != 0;
+}
+
 }  // namespace
 
-// Most of a zone is still: eight blocks are asked at once.
-int CollectMovingBlocks(MovingBlocks b, Grid grid) {
-    const auto isAnySet = [](const std::uint8_t* bytes) {
-        std::uint64_t word;
-        std::memcpy(&word, bytes, sizeof word);
-        return word != 0;
-    };
-    std::fill_n(b.objectsMap, static_cast<std::ptrdiff_t>(grid.columns) * grid.rows, std::uint16_t{0});
-    int count = 0;
+std::ptrdiff_t FindForegroundGroups(const std::uint8_t* isObject, BlockGroup* groups, Grid grid) {
+    std::ptrdiff_t count = 0;
     for (int y = 0; y < grid.rows; ++y) {
-        const std::ptrdiff_t row = static_cast<std::ptrdiff_t>(y) * grid.columns;
-        for (int x = 0; x < grid.columns;) {
-            const bool isWord = x + 8 <= grid.columns;
-            if (isWord && !(isAnySet(b.isObject + row + x) && isAnySet(b.isInZone + row + x))) {
-                x += 8;
-                continue;
-            }
-            for (const int end = isWord ? x + 8 : grid.columns; x < end; ++x) {
-                if (!b.isInZone[row + x] || !b.isObject[row + x]) continue;
-                b.objectsMap[row + x] = unassignedBlock;
-                b.xs[count] = static_cast<std::int16_t>(x);
-                b.ys[count] = static_cast<std::int16_t>(y);
-                ++count;
-            }
+        const std::uint8_t* const row = isObject + static_cast<std::ptrdiff_t>(y) * grid.columns;
+        for (int x = 0; x < grid.columns; x += 8) {
+            if (WordOf(row + x, BlocksInGroup(x, grid)) == 0) continue;
+            groups[count++] = {static_cast<std::int16_t>(x), static_cast<std::int16_t>(y)};
+        }
+    }
+    return count;
+}
+
+int CollectMovingBlocks(MovingBlocks b, Grid grid) {
+    int count = 0;
+    for (const BlockGroup* group = b.groups; group != b.groups + b.groupCount; ++group) {
+        const std::ptrdiff_t first = static_cast<std::ptrdiff_t>(group->y) * grid.columns + group->x;
+        const int length = BlocksInGroup(group->x, grid);
+        if (WordOf(b.isInZone + first, length) == 0) continue;
+        for (int i = 0; i < length; ++i) {
+            if (!b.isInZone[first + i] || !b.isObject[first + i]) continue;
+            b.objectsMap[first + i] = unassignedBlock;
+            b.xs[count] = static_cast<std::int16_t>(group->x + i);
+            b.ys[count] = group->y;
+            ++count;
         }
     }
     return count;
@@ -68,30 +92,30 @@ void GrowObject(GrowingObject object, std::uint16_t label, Grid grid) {
     std::int16_t* const xs = object.xs;
     std::int16_t* const ys = object.ys;
     int processed = object.processed, count = object.count;
-    const auto visit = [&](std::ptrdiff_t rowStart, int row, int column) {
-        if (labels[rowStart + column] != unassignedBlock) return;
-        const int currentObjectMotionBlocksCount = count + 1;
-        assert(currentObjectMotionBlocksCount <= blockCount);
-        labels[rowStart + column] = label;
-        xs[count] = static_cast<std::int16_t>(column);
-        ys[count] = static_cast<std::int16_t>(row);
-        count = currentObjectMotionBlocksCount;
+    const auto visit = [&](int row, int firstColumn, int lastColumn) {
+        std::uint16_t* const rowLabels = labels + static_cast<std::ptrdiff_t>(row) * grid.columns;
+        for (int column = firstColumn; column <= lastColumn; ++column) {
+            if (rowLabels[column] != unassignedBlock) continue;
+            const int currentObjectMotionBlocksCount = count + 1;
+            assert(currentObjectMotionBlocksCount <= blockCount);
+            rowLabels[column] = label;
+            xs[count] = static_cast<std::int16_t>(column);
+            ys[count] = static_cast<std::int16_t>(row);
+            count = currentObjectMotionBlocksCount;
+        }
     };
     for (; processed < count; ++processed) {
         const int x = xs[processed], y = ys[processed];
         const bool isInner = x >= 2 && x < grid.columns - 2 && y >= 1 && y < grid.rows - 1;
-        for (int row = std::max(y - 1, 0); row <= std::min(y + 1, grid.rows - 1); ++row) {
-            const int reach = row == y ? 2 : 1;
-            const std::ptrdiff_t rowStart = static_cast<std::ptrdiff_t>(row) * grid.columns;
-            if (isInner) {  // no bounds to keep: the usual case
-                if (reach == 2) visit(rowStart, row, x - 2);
-                visit(rowStart, row, x - 1);
-                visit(rowStart, row, x);
-                visit(rowStart, row, x + 1);
-                if (reach == 2) visit(rowStart, row, x + 2);
-            } else {
-                for (int column = std::max(x - reach, 0); column <= std::min(x + reach, grid.columns - 1); ++column)
-                    visit(rowStart, row, column);
+        if (isInner) {  // the usual case: no bounds to keep, and labels are read four at a time
+            const std::uint16_t* const own = labels + static_cast<std::ptrdiff_t>(y) * grid.columns + x;
+            if (MayBeUnassigned(own - grid.columns - 1, threeTopBits)) visit(y - 1, x - 1, x + 1);
+            if (MayBeUnassigned(own - 2, fourTopBits) || own[2] == unassignedBlock) visit(y, x - 2, x + 2);
+            if (MayBeUnassigned(own + grid.columns - 1, threeTopBits)) visit(y + 1, x - 1, x + 1);
+        } else {
+            for (int row = std::max(y - 1, 0); row <= std::min(y + 1, grid.rows - 1); ++row) {
+                const int reach = row == y ? 2 : 1;
+                visit(row, std::max(x - reach, 0), std::min(x + reach, grid.columns - 1));
             }
         }
     }
@@ -99,28 +123,29 @@ void GrowObject(GrowingObject object, std::uint16_t label, Grid grid) {
     object.count = count;
 }
 
+Box BoxOfBlocks(ObjectBlocks object) {
+    std::int16_t left = object.xs[0], right = left, top = object.ys[0], bottom = top;
+    for (int i = 1; i < object.count; ++i) {
+        left = std::min(left, object.xs[i]);
+        right = std::max(right, object.xs[i]);
+        top = std::min(top, object.ys[i]);
+        bottom = std::max(bottom, object.ys[i]);
+    }
+    return {left, right, top, bottom};
+}
+
 // Blocks that do not count push no bound: their coordinates are replaced by ones that cannot.
-bool BoxOfBlocks(ObjectBlocks object, const std::uint8_t* isCounted, Grid grid, Box& box) {
+bool BoxOfCountedBlocks(ObjectBlocks object, const std::uint8_t* isCounted, Grid grid, Box& box) {
     const auto columns = static_cast<std::int16_t>(grid.columns), rows = static_cast<std::int16_t>(grid.rows);
     std::int16_t left = columns, right = 0, top = rows, bottom = 0;
-    int counted = object.count;
-    if (!isCounted) {
-        for (int i = 0; i < object.count; ++i) {
-            left = std::min(left, object.xs[i]);
-            right = std::max(right, object.xs[i]);
-            top = std::min(top, object.ys[i]);
-            bottom = std::max(bottom, object.ys[i]);
-        }
-    } else {
-        counted = 0;
-        for (int i = 0; i < object.count; ++i) {
-            const bool counts = isCounted[IndexOf(object, i, grid)] != 0;
-            counted += counts;
-            left = std::min(left, counts ? object.xs[i] : columns);
-            right = std::max(right, counts ? object.xs[i] : std::int16_t{0});
-            top = std::min(top, counts ? object.ys[i] : rows);
-            bottom = std::max(bottom, counts ? object.ys[i] : std::int16_t{0});
-        }
+    int counted = 0;
+    for (int i = 0; i < object.count; ++i) {
+        const bool counts = isCounted[IndexOf(object, i, grid)] != 0;
+        counted += counts;
+        left = std::min(left, counts ? object.xs[i] : columns);
+        right = std::max(right, counts ? object.xs[i] : std::int16_t{0});
+        top = std::min(top, counts ? object.ys[i] : rows);
+        bottom = std::max(bottom, counts ? object.ys[i] : std::int16_t{0});
     }
     box = {left, right, top, bottom};
     return counted > 0;

@@ -10,9 +10,22 @@ namespace MD::Kernels {
 
 inline constexpr std::uint16_t unassignedBlock = 65535;
 
-// Collects the zone's foreground blocks in raster order and marks them unassigned in the label map, all others 0.
-// Returns their number.
+// Up to eight blocks side by side, some of them foreground; (x, y) is the leftmost, x a multiple of 8.
+struct BlockGroup {
+    std::int16_t x;
+    std::int16_t y;
+};
+// Most of a frame is still: the groups with foreground, row by row, are found once and serve all zones. Returns their number;
+// `groups` has room for CountBlockGroups(grid).
+constexpr std::ptrdiff_t CountBlockGroups(Grid grid) {
+    return (static_cast<std::ptrdiff_t>(grid.columns) + 7) / 8 * grid.rows;
+}
+std::ptrdiff_t FindForegroundGroups(const std::uint8_t* isObject, BlockGroup* groups, Grid grid);
+
+// Collects the zone's foreground blocks in raster order and marks them unassigned in the label map. Returns their number.
 struct MovingBlocks {
+    const BlockGroup*   groups;  // with foreground
+    std::ptrdiff_t      groupCount;
     const std::uint8_t* isInZone;
     const std::uint8_t* isObject;
     std::uint16_t*      objectsMap;
@@ -46,8 +59,14 @@ struct Box {  // inclusive
     int bottom;
 };
 
-// Smallest box over the blocks for which `isCounted` is set, or over all where it is null. False if there are none.
-bool BoxOfBlocks(ObjectBlocks object, const std::uint8_t* isCounted, Grid grid, Box& box);
+constexpr bool operator==(Box a, Box b) {
+    return a.left == b.left && a.right == b.right && a.top == b.top && a.bottom == b.bottom;
+}
+
+// Smallest box over the blocks, of which there is at least one.
+Box BoxOfBlocks(ObjectBlocks object);
+// The same over those for which `isCounted` is set. False if there are none.
+bool BoxOfCountedBlocks(ObjectBlocks object, const std::uint8_t* isCounted, Grid grid, Box& box);
 
 // Clears both maps at the blocks outside the box, or at all blocks. TrimObject returns the number of blocks outside.
 int  TrimObject(ObjectBlocks object, Box box, std::uint16_t* objectsMap, std::uint8_t* zoneResultMap, Grid grid);

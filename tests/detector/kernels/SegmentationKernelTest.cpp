@@ -224,23 +224,47 @@ TEST(SegmentationKernel, GrowingGoesOnWhereItStopped) {
     EXPECT_EQ(a.Collected(count), (Cells{{0, 0}, {4, 0}, {2, 0}, {3, 0}, {5, 0}, {6, 0}, {1, 0}, {7, 0}, {8, 0}}));
 }
 
+// The groups of eight that hold foreground, as the rule has them.
+Cells GroupStarts(const std::vector<std::uint8_t>& isObject, Grid grid) {
+    Cells starts;
+    for (int y = 0; y < grid.rows; ++y)
+        for (int x = 0; x < grid.columns; ++x) {
+            const Cells::value_type start{static_cast<std::int16_t>(x / 8 * 8), static_cast<std::int16_t>(y)};
+            if (isObject[static_cast<std::size_t>(y * grid.columns + x)] && (starts.empty() || starts.back() != start))
+                starts.push_back(start);
+        }
+    return starts;
+}
+
+Cells Starts(const BlockGroup* groups, std::ptrdiff_t count) {
+    Cells starts;
+    for (std::ptrdiff_t i = 0; i < count; ++i) starts.push_back({groups[i].x, groups[i].y});
+    return starts;
+}
+
 TEST(SegmentationKernel, CollectingEqualsRule) {
     SeededRandom random(13);
     ForEachMask([&](Grid grid, const std::vector<std::uint8_t>& isObject, GuardedSide side) {
         std::vector<std::uint8_t> isInZone = DrawMask(grid, random.Between(0, 1) * 60 + 40, random);
         for (std::uint8_t& block : isInZone) block &= 1;
         Arrays a(grid, side);
-        for (std::uint16_t& label : a.map) label = static_cast<std::uint16_t>(random.Next());  // of an earlier zone
+        for (std::uint16_t& label : a.map) label = static_cast<std::uint16_t>(random.Next());  // others stay
+        const Labels before(a.map.begin(), a.map.end());
         const GuardedBlocks<std::uint8_t> zone(std::span<const std::uint8_t>(isInZone), side),
             objects(std::span<const std::uint8_t>(isObject), side);
-        const int count = CollectMovingBlocks({.isInZone = zone.data(),
+        std::vector<BlockGroup> groups(static_cast<std::size_t>(CountBlockGroups(grid)));
+        const std::ptrdiff_t groupCount = FindForegroundGroups(objects.data(), groups.data(), grid);
+        ASSERT_EQ(Starts(groups.data(), groupCount), GroupStarts(isObject, grid));
+        const int count = CollectMovingBlocks({.groups = groups.data(),
+                                               .groupCount = groupCount,
+                                               .isInZone = zone.data(),
                                                .isObject = objects.data(),
                                                .objectsMap = a.map.data(),
                                                .xs = a.xs.data(),
                                                .ys = a.ys.data()},
                                               grid);
         std::vector<std::uint8_t> isMoving = isObject;
-        Labels expected(SizeOf(grid), 0);
+        Labels expected = before;
         for (std::size_t i = 0; i < isMoving.size(); ++i) {
             if (!isInZone[i]) isMoving[i] = 0;
             if (isMoving[i]) expected[i] = unassignedBlock;
@@ -255,11 +279,17 @@ TEST(SegmentationKernel, AnyNonZeroByteMoves) {
     constexpr Grid grid{4, 1};
     Arrays a(grid, GuardedSide::End);
     const std::uint8_t isInZone[] = {1, 255, 2, 0}, isObject[] = {1, 255, 0, 255};
-    EXPECT_EQ(
-        CollectMovingBlocks(
-            {.isInZone = isInZone, .isObject = isObject, .objectsMap = a.map.data(), .xs = a.xs.data(), .ys = a.ys.data()},
-            grid),
-        2);
+    BlockGroup groups[1];
+    ASSERT_EQ(FindForegroundGroups(isObject, groups, grid), 1);
+    EXPECT_EQ(CollectMovingBlocks({.groups = groups,
+                                   .groupCount = 1,
+                                   .isInZone = isInZone,
+                                   .isObject = isObject,
+                                   .objectsMap = a.map.data(),
+                                   .xs = a.xs.data(),
+                                   .ys = a.ys.data()},
+                                  grid),
+              2);
     EXPECT_EQ(Labels(a.map.begin(), a.map.end()), (Labels{65535, 65535, 0, 0}));
 }
 
