@@ -11,13 +11,15 @@ void MeasureStage(benchmark::State& state, SceneKind kind, GridSize grid) {
     player.Learn(scene);
     MD::MotionDetector* const detector = GetDetector(player.Handle());
     // The stage takes blocks out of the foreground: each call gets it anew.
-    MeasureCalls(state, grid.Blocks(), CallsFor(grid.Blocks()), [&] { detector->DetectShadow(nullptr); },
-                 [&] { detector->FindForegroundStandart(); });
+    MeasureCalls(
+        state, grid.Blocks(), CallsFor(grid.Blocks()), [&] { detector->DetectShadow(nullptr); },
+        [&] { detector->FindForegroundStandart(); });
 }
 
 [[maybe_unused]] const bool registered = [] {
     for (const SceneKind kind : {SceneKind::ShadowOnFew, SceneKind::ShadowEverywhere})
-        RegisterOnGrids("stage/" + NameOf(kind), [kind](benchmark::State& state, GridSize grid) { MeasureStage(state, kind, grid); });
+        RegisterOnGrids("stage/" + NameOf(kind),
+                        [kind](benchmark::State& state, GridSize grid) { MeasureStage(state, kind, grid); });
     return true;
 }();
 

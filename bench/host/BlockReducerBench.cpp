@@ -1,6 +1,6 @@
-// What does it cost to reduce a decoded picture to blocks?  1920x1080, 4:2:0, blocks of 8: one frame again and again, in cache,
-// and a decoder's pool of frames, out of cache. Beside it, where FFmpeg is, libswscale's area scaling, which is not exact.
-// Names: host/<reducer>/<cache|pool>; ns_block is per block of the 240x135 that come out.
+// What does it cost to reduce a decoded picture to blocks?  1920x1080, 4:2:0, blocks of 8: one frame again and again, in
+// cache, and a decoder's pool of frames, out of cache. Beside it, where FFmpeg is, libswscale's area scaling, which is not
+// exact. Names: host/<reducer>/<cache|pool>; ns_block is per block of the 240x135 that come out.
 #include <cstdint>
 #include <vector>
 
@@ -23,7 +23,8 @@ constexpr int timedFrames = 48;
 
 struct DecodedFrame {
     explicit DecodedFrame(std::uint64_t seed)
-        : y(RandomBytes(width * height, seed, 16, 235)), cb(RandomBytes(width * height / 4, seed + 1, 16, 240)),
+        : y(RandomBytes(width * height, seed, 16, 235)),
+          cb(RandomBytes(width * height / 4, seed + 1, 16, 240)),
           cr(RandomBytes(width * height / 4, seed + 2, 16, 240)) {}
 
     Bytes y, cb, cr;
@@ -47,10 +48,12 @@ void MeasureFrames(benchmark::State& state, bool isPool, Reduce reduce) {
 }
 
 void MeasureBlockReducer(benchmark::State& state, bool isPool) {
-    Host::BlockReducer reducer({.width = width, .height = height, .format = Host::PixelFormat::Yuv420, .blockSize = blockSize});
+    Host::BlockReducer reducer(
+        {.width = width, .height = height, .format = Host::PixelFormat::Yuv420, .blockSize = blockSize});
     Require(reducer.Columns() == usualGrid.columns && reducer.Rows() == usualGrid.rows, "host", "another grid comes out");
     MeasureFrames(state, isPool, [&](const DecodedFrame& frame) {
-        reducer.Reduce({.plane = {frame.y.data(), frame.cb.data(), frame.cr.data()}, .stride = {width, width / 2, width / 2}});
+        reducer.Reduce(
+            {.plane = {frame.y.data(), frame.cb.data(), frame.cr.data()}, .stride = {width, width / 2, width / 2}});
         benchmark::DoNotOptimize(reducer.Ycbcr());
         benchmark::ClobberMemory();
     });
@@ -65,7 +68,8 @@ void MeasureAreaScaling(benchmark::State& state, bool isPool) {
     MeasureFrames(state, isPool, [&](const DecodedFrame& frame) {
         const std::uint8_t* const source[] = {frame.y.data(), frame.cb.data(), frame.cr.data()};
         const int sourceStride[] = {width, width / 2, width / 2};
-        std::uint8_t* const target[] = {planes.data(), planes.data() + usualGrid.Blocks(), planes.data() + 2 * usualGrid.Blocks()};
+        std::uint8_t* const target[] = {planes.data(), planes.data() + usualGrid.Blocks(),
+                                        planes.data() + 2 * usualGrid.Blocks()};
         const int targetStride[] = {usualGrid.columns, usualGrid.columns, usualGrid.columns};
         sws_scale(context, source, sourceStride, 0, height, target, targetStride);
         benchmark::ClobberMemory();

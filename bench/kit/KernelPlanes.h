@@ -42,7 +42,7 @@ inline Bytes Noisy(const Bytes& plane, std::uint64_t seed, int amplitude) {
 struct QuietStream {
     std::vector<Bytes> lumaOfAge;
     Floats firstSum, secondSum, centerSum, firstSquareSum, secondSquareSum, centerSquareSum;
-    Bytes  min, max;
+    Bytes min, max;
 
     explicit QuietStream(std::size_t blocks) {
         const Bytes ground = RandomBytes(blocks, 1, 60, 180);

@@ -37,7 +37,8 @@ void CacheEvictor::Evict() {
     benchmark::DoNotOptimize(sum);
 }
 
-Yardstick::Yardstick(std::size_t blocks) : _blocks(blocks), _from(blocks * bytesPerBlock, 1), _to(blocks * bytesPerBlock, 2) {}
+Yardstick::Yardstick(std::size_t blocks)
+    : _blocks(blocks), _from(blocks * bytesPerBlock, 1), _to(blocks * bytesPerBlock, 2) {}
 
 void Yardstick::Copy() {
     std::memcpy(_to.data(), _from.data(), _from.size());

@@ -1,8 +1,9 @@
 // How is a figure taken?  Thread CPU time, per block of the grid, beside a yardstick from the same run.
 // Used by every benchmark.
 //
-// The yardstick is memcpy of 48 bytes per block, about what a detector touches of its state per frame. Machines differ and so
-// do their neighbours' loads; the ratio of a figure to the yardstick of its own run differs much less.
+// The yardstick is memcpy of 48 bytes per block: what it costs to move about half of a detector's state through memory, and
+// nothing else. Machines differ, and so do their neighbours' loads; the ratio of a figure to the yardstick of its own run
+// differs much less.
 #pragma once
 
 #include <cstddef>
@@ -49,16 +50,16 @@ public:
     static constexpr std::size_t bytesPerBlock = 48;
 
     explicit Yardstick(std::size_t blocks);
-    void   Copy();
+    void Copy();
     double NanosecondsPerBlock(Caches caches);  // the best of a few batches
 
 private:
-    const std::size_t         _blocks;
+    const std::size_t _blocks;
     std::vector<std::uint8_t> _from, _to;
 };
 
-CacheEvictor& SharedEvictor();                       // its memory is taken on first use
-Yardstick&    YardstickFor(std::size_t blocks);      // kept until another size is asked for
+CacheEvictor& SharedEvictor();                // its memory is taken on first use
+Yardstick& YardstickFor(std::size_t blocks);  // kept until another size is asked for
 
 // Ends the program with a line on stderr where the condition does not hold: no figure of something else.
 void Require(bool condition, const std::string& name, const char* complaint);
@@ -66,8 +67,8 @@ void Require(bool condition, const std::string& name, const char* complaint);
 // The counters of one repetition: ns_block, yard_ns_block. Sets the iteration's time to that of one frame.
 struct Figure {
     std::size_t blocks;
-    double      nanoseconds;  // per frame
-    double      yardstick;    // nanoseconds per block
+    double nanoseconds;  // per frame
+    double yardstick;    // nanoseconds per block
 };
 void Report(benchmark::State& state, Figure figure);
 

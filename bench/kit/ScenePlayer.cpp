@@ -7,7 +7,7 @@
 namespace Bench {
 namespace {
 
-constexpr std::int64_t oneSecond = 10000000;             // ticks
+constexpr std::int64_t oneSecond = 10000000;  // ticks
 constexpr std::int64_t frameInterval = oneSecond / 25;
 // Told twice the rate: a frame that comes one interval after the last one learned from would be skipped in some phases, and
 // a skipped frame costs less.
@@ -23,10 +23,14 @@ constexpr int framesPerIFrame = 10;
 
 std::string NameOf(InputKind input) {
     switch (input) {
-        case InputKind::Standard: return "standard";
-        case InputKind::StandardUnlimited: return "unlimited";
-        case InputKind::MPEG4: return "mpeg4";
-        case InputKind::PartlyH264: return "partly";
+        case InputKind::Standard:
+            return "standard";
+        case InputKind::StandardUnlimited:
+            return "unlimited";
+        case InputKind::MPEG4:
+            return "mpeg4";
+        case InputKind::PartlyH264:
+            return "partly";
     }
     std::abort();
 }
@@ -39,8 +43,12 @@ ScenePlayer::ScenePlayer(const PassSetup& setup) : _setup(setup), _bgr(3 * setup
     for (int tile = 0; tile < side * side; ++tile) {
         std::vector<std::uint8_t> mask(static_cast<std::size_t>(side * side));
         mask[static_cast<std::size_t>(tile)] = 1;
-        MDZoneInfo zone{.mask = mask.data(), .maskWidth = side, .maskHeight = side, .zoneValue = 0.3f,
-                        .minObjectWidth = 0.0f, .minObjectHeight = 0.0f};
+        MDZoneInfo zone{.mask = mask.data(),
+                        .maskWidth = side,
+                        .maskHeight = side,
+                        .zoneValue = 0.3f,
+                        .minObjectWidth = 0.0f,
+                        .minObjectHeight = 0.0f};
         h12(&_handle, &zone);
     }
 }

@@ -12,10 +12,10 @@
 namespace Bench {
 
 enum class InputKind {
-    Standard,         // objects are limited to blocks that moved just now (h35), as it is by default
-    StandardUnlimited,// without that limit
-    MPEG4,            // no complete pictures: luma is compared with the frame before where no background is known
-    PartlyH264        // one I-frame in ten frames, the others are P-frames
+    Standard,           // objects are limited to blocks that moved just now (h35), as it is by default
+    StandardUnlimited,  // without that limit
+    MPEG4,              // no complete pictures: luma is compared with the frame before where no background is known
+    PartlyH264          // one I-frame in ten frames, the others are P-frames
 };
 inline constexpr InputKind inputKinds[] = {InputKind::Standard, InputKind::StandardUnlimited, InputKind::MPEG4,
                                            InputKind::PartlyH264};
@@ -23,10 +23,10 @@ std::string NameOf(InputKind input);
 
 struct PassSetup {
     SceneKind scene = SceneKind::Noise;
-    GridSize  grid = usualGrid;
+    GridSize grid = usualGrid;
     InputKind input = InputKind::Standard;
-    int       zones = 1;  // 1, 4 or 16: tiles that cover the grid
-    bool      detectShadow = false;
+    int zones = 1;  // 1, 4 or 16: tiles that cover the grid
+    bool detectShadow = false;
 };
 
 // One detector and its host. All players of one setup see the same frames at the same times, whatever the build's speed.
@@ -42,7 +42,7 @@ public:
     // The next event frame, 25 of them a second, with everything that it brings.
     void Play(const Scene& scene);
 
-    int    ObjectsOfLastFrame() const { return _objects; }
+    int ObjectsOfLastFrame() const { return _objects; }
     DetectorHandle* Handle() { return &_handle; }
 
 private:
@@ -50,12 +50,12 @@ private:
     void Read();
     double KnownShare();
 
-    const PassSetup           _setup;
-    DetectorHandle            _handle = nullptr;
+    const PassSetup _setup;
+    DetectorHandle _handle = nullptr;
     std::vector<std::uint8_t> _bgr;
-    std::int64_t              _time = 0;   // ticks; of the next frame
-    std::size_t               _next = 0;   // event frame
-    int                       _objects = 0;
+    std::int64_t _time = 0;  // ticks; of the next frame
+    std::size_t _next = 0;   // event frame
+    int _objects = 0;
 };
 
 }  // namespace Bench

@@ -31,14 +31,22 @@ std::uint8_t AsByte(int value) { return static_cast<std::uint8_t>(std::clamp(val
 
 std::string NameOf(SceneKind kind) {
     switch (kind) {
-        case SceneKind::Still: return "still";
-        case SceneKind::Noise: return "noise";
-        case SceneKind::Moving: return "moving";
-        case SceneKind::Random: return "random";
-        case SceneKind::Lattice: return "lattice";
-        case SceneKind::Cover: return "cover";
-        case SceneKind::ShadowOnFew: return "shadow5";
-        case SceneKind::ShadowEverywhere: return "shadow100";
+        case SceneKind::Still:
+            return "still";
+        case SceneKind::Noise:
+            return "noise";
+        case SceneKind::Moving:
+            return "moving";
+        case SceneKind::Random:
+            return "random";
+        case SceneKind::Lattice:
+            return "lattice";
+        case SceneKind::Cover:
+            return "cover";
+        case SceneKind::ShadowOnFew:
+            return "shadow5";
+        case SceneKind::ShadowEverywhere:
+            return "shadow100";
     }
     std::abort();
 }
@@ -88,19 +96,30 @@ Scene::Frame Scene::WithNoise() {
 void Scene::DrawEvent(Frame& frame, int n) {
     switch (_kind) {
         case SceneKind::Still:
-        case SceneKind::Noise: break;
-        case SceneKind::Moving: DrawSquares(frame, n, 0.01, true); break;
-        case SceneKind::Random: DrawRandom(frame); break;
-        case SceneKind::Lattice: DrawLattice(frame, n); break;
+        case SceneKind::Noise:
+            break;
+        case SceneKind::Moving:
+            DrawSquares(frame, n, 0.01, true);
+            break;
+        case SceneKind::Random:
+            DrawRandom(frame);
+            break;
+        case SceneKind::Lattice:
+            DrawLattice(frame, n);
+            break;
         case SceneKind::Cover:
             ChangeLuma(frame, {0, 0, _grid.columns, _grid.rows}, [n](int luma) { return luma + 40 + 25 * FlickerPhase(n); });
             break;
-        case SceneKind::ShadowOnFew: DrawSquares(frame, n, 0.05, false); break;
+        case SceneKind::ShadowOnFew:
+            DrawSquares(frame, n, 0.05, false);
+            break;
         case SceneKind::ShadowEverywhere: {
             const int middle = _grid.columns / 2;
-            ChangeLuma(frame, {0, 0, middle, _grid.rows}, [n](int luma) { return luma * (50 + 12 * FlickerPhase(n)) / 100; });
-            ChangeLuma(frame, {middle, 0, _grid.columns, _grid.rows},
-                       [this, n](int) { return static_cast<int>(150 + _random.Next() % 50 + 25 * static_cast<unsigned>(FlickerPhase(n))); });
+            ChangeLuma(frame, {0, 0, middle, _grid.rows},
+                       [n](int luma) { return luma * (50 + 12 * FlickerPhase(n)) / 100; });
+            ChangeLuma(frame, {middle, 0, _grid.columns, _grid.rows}, [this, n](int) {
+                return static_cast<int>(150 + _random.Next() % 50 + 25 * static_cast<unsigned>(FlickerPhase(n)));
+            });
             break;
         }
     }
@@ -110,7 +129,8 @@ void Scene::DrawEvent(Frame& frame, int n) {
 // as shadows do.
 void Scene::DrawSquares(Frame& frame, int n, double share, bool areInMotion) {
     constexpr int squares = 5;
-    const int side = std::max(1, static_cast<int>(std::lround(std::sqrt(share * static_cast<double>(_grid.Blocks()) / squares))));
+    const int side =
+        std::max(1, static_cast<int>(std::lround(std::sqrt(share * static_cast<double>(_grid.Blocks()) / squares))));
     const int length = IsLarge(_grid) ? cycleLengthOnLargeGrid : cycleLength;
     const int step = std::max(1, side / 8);
     const int offset = areInMotion ? step * std::min(n, length - n) : 0;
@@ -125,8 +145,9 @@ void Scene::DrawSquares(Frame& frame, int n, double share, bool areInMotion) {
         const int middle = left + side / 2;
         ChangeLuma(frame, {area.left, area.top, middle, area.bottom},
                    [n](int luma) { return luma * (50 + 12 * FlickerPhase(n)) / 100; });
-        ChangeLuma(frame, {middle, area.top, area.right, area.bottom},
-                   [this, n](int) { return static_cast<int>(150 + _random.Next() % 50 + 25 * static_cast<unsigned>(FlickerPhase(n))); });
+        ChangeLuma(frame, {middle, area.top, area.right, area.bottom}, [this, n](int) {
+            return static_cast<int>(150 + _random.Next() % 50 + 25 * static_cast<unsigned>(FlickerPhase(n)));
+        });
     }
 }
 
@@ -137,8 +158,8 @@ void Scene::DrawRandom(Frame& frame) {
     });
 }
 
-// Neighbours in a row are 4 columns apart, rows are shifted by 2: one step closer in any direction would join them. Without a
-// margin that grows with the grid, more than 32767 of them would lie on 512x256 blocks.
+// Neighbours in a row are 4 columns apart, rows are shifted by 2: one step closer in any direction would join them. Without
+// a margin that grows with the grid, more than 32767 of them would lie on 512x256 blocks.
 void Scene::DrawLattice(Frame& frame, int n) {
     const Area area = ObjectArea();
     const int margin = (area.bottom - area.top) / 64;
@@ -184,7 +205,8 @@ template <class Change>
 void Scene::ChangeLuma(Frame& frame, Area area, Change change) {
     for (int y = area.top; y < area.bottom; ++y)
         for (int x = area.left; x < area.right; ++x) {
-            std::uint8_t& luma = frame[static_cast<std::size_t>(y) * static_cast<std::size_t>(_grid.columns) + static_cast<std::size_t>(x)];
+            std::uint8_t& luma =
+                frame[static_cast<std::size_t>(y) * static_cast<std::size_t>(_grid.columns) + static_cast<std::size_t>(x)];
             luma = AsByte(change(luma));
         }
 }

@@ -23,14 +23,13 @@ enum class SceneKind {
     ShadowEverywhere  // 100 % foreground, half of it shadow
 };
 
-inline constexpr SceneKind sceneKinds[] = {SceneKind::Still,   SceneKind::Noise,   SceneKind::Moving,
-                                           SceneKind::Random,  SceneKind::Lattice, SceneKind::Cover,
+inline constexpr SceneKind sceneKinds[] = {SceneKind::Still,       SceneKind::Noise,           SceneKind::Moving,
+                                           SceneKind::Random,      SceneKind::Lattice,         SceneKind::Cover,
                                            SceneKind::ShadowOnFew, SceneKind::ShadowEverywhere};
 
 std::string NameOf(SceneKind kind);
 constexpr bool HasShadows(SceneKind kind) { return kind == SceneKind::ShadowOnFew || kind == SceneKind::ShadowEverywhere; }
 constexpr bool HasObjects(SceneKind kind) { return kind != SceneKind::Still && kind != SceneKind::Noise; }
-
 
 class Scene {
 public:
@@ -39,21 +38,21 @@ public:
     Scene(SceneKind kind, GridSize grid);
 
     SceneKind Kind() const { return _kind; }
-    GridSize  Grid() const { return _grid; }
-    Frame        CalmFrame() { return WithNoise(); }  // another one at each call; before anything happens
+    GridSize Grid() const { return _grid; }
+    Frame CalmFrame() { return WithNoise(); }  // another one at each call; before anything happens
     const Frame& EventFrame(std::size_t n) const { return _events[n % _events.size()]; }
-    std::size_t  CycleLength() const { return _events.size(); }
-    double       ThingsPerFrame() const { return _thingsPerFrame; }  // objects before those that touch are merged
+    std::size_t CycleLength() const { return _events.size(); }
+    double ThingsPerFrame() const { return _thingsPerFrame; }  // objects before those that touch are merged
 
 private:
     Frame RenderGround();
-    void  RenderNoise();
+    void RenderNoise();
     Frame WithNoise();
-    void  DrawEvent(Frame& frame, int n);
-    void  DrawSquares(Frame& frame, int n, double share, bool areInMotion);
-    void  DrawRandom(Frame& frame);
-    void  DrawLattice(Frame& frame, int n);
-    void  CountThings();
+    void DrawEvent(Frame& frame, int n);
+    void DrawSquares(Frame& frame, int n, double share, bool areInMotion);
+    void DrawRandom(Frame& frame);
+    void DrawLattice(Frame& frame, int n);
+    void CountThings();
 
     // Columns left to right - 1, rows top to bottom - 1.
     struct Area {
@@ -63,13 +62,13 @@ private:
     void ChangeLuma(Frame& frame, Area area, Change change);
     Area ObjectArea() const;
 
-    SceneKind          _kind;
-    GridSize           _grid;
-    Kit::SeededRandom  _random;
-    Frame              _ground;
+    SceneKind _kind;
+    GridSize _grid;
+    Kit::SeededRandom _random;
+    Frame _ground;
     std::vector<std::int8_t> _noise;
     std::vector<Frame> _events;
-    double             _thingsPerFrame = 0;
+    double _thingsPerFrame = 0;
 };
 
 Scene& SceneFor(SceneKind kind, GridSize grid);  // kept until another one is asked for

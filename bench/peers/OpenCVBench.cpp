@@ -1,5 +1,5 @@
-// What do others cost on the same grid?  OpenCV's background subtractors and object stages, one thread, on the very frames that
-// the detector sees. Names: peer/<subtractor>/<scene>/<grid> and peer/<object stage>/moving/<grid>.
+// What do others cost on the same grid?  OpenCV's background subtractors and object stages, one thread, on the very frames
+// that the detector sees. Names: peer/<subtractor>/<scene>/<grid> and peer/<object stage>/moving/<grid>.
 //
 // MOG2 and KNN see three channels, as the detector does; CNT and the running average see the luma only.
 #include <functional>
@@ -25,7 +25,8 @@ cv::Mat Luma(const Scene::Frame& frame, GridSize grid) {
 cv::Mat ThreeChannels(const Scene::Frame& frame, GridSize grid) {
     cv::Mat planes[3], picture;
     for (std::size_t plane = 0; plane < 3; ++plane)
-        planes[plane] = cv::Mat(grid.rows, grid.columns, CV_8UC1, const_cast<std::uint8_t*>(frame.data()) + plane * grid.Blocks());
+        planes[plane] =
+            cv::Mat(grid.rows, grid.columns, CV_8UC1, const_cast<std::uint8_t*>(frame.data()) + plane * grid.Blocks());
     cv::merge(planes, 3, picture);
     return picture;
 }
@@ -52,7 +53,7 @@ Subtract RunningAverage() {
 
 struct Peer {
     const char* name;
-    bool        isLumaOnly;
+    bool isLumaOnly;
     std::function<Subtract()> make;
 };
 
@@ -100,14 +101,16 @@ std::size_t Labels(const cv::Mat& foreground) {
 
 std::size_t ComponentsWithStatistics(const cv::Mat& foreground) {
     cv::Mat labels, statistics, centroids;
-    return static_cast<std::size_t>(cv::connectedComponentsWithStats(foreground, labels, statistics, centroids, 8, CV_32S)) - 1;
+    return static_cast<std::size_t>(cv::connectedComponentsWithStats(foreground, labels, statistics, centroids, 8, CV_32S)) -
+           1;
 }
 
 void MeasureObjectStage(benchmark::State& state, ObjectStage stage, GridSize grid) {
     UseOneThread();
     Scene& scene = SceneFor(SceneKind::Moving, grid);
     std::vector<cv::Mat> masks;
-    for (std::size_t n = 0; n < scene.CycleLength(); ++n) masks.push_back(Luma(scene.EventFrame(n), grid) > 170);  // the squares
+    for (std::size_t n = 0; n < scene.CycleLength(); ++n)
+        masks.push_back(Luma(scene.EventFrame(n), grid) > 170);  // the squares
     std::size_t next = 0, objects = 0;
     MeasureCalls(state, grid.Blocks(), timedFrames, [&] { objects = stage(masks[next++ % masks.size()]); });
     Require(objects == 5, "peers", "the object stage does not find the five squares");

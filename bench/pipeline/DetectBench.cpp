@@ -23,7 +23,7 @@ int Repetitions(const PassSetup& setup, Caches caches) {
 
 // The same detector from repetition to repetition: what it learned takes longer than what is measured.
 struct Prepared {
-    std::string                  name;
+    std::string name;
     std::unique_ptr<ScenePlayer> player;
 };
 

@@ -1,6 +1,6 @@
-// How much memory does a detector hold, really?  Resident, not virtual: pages that nobody touched cost nothing. After the first
-// frame, and in steady state with objects. Names: memory/<first|steady>/<plain|shadow>/<grid>, and memory/handles/... for many
-// detectors at once.
+// How much memory does a detector hold, really?  Resident, not virtual: pages that nobody touched cost nothing. After the
+// first frame, and in steady state with objects. Names: memory/<first|steady>/<plain|shadow>/<grid>, and memory/handles/...
+// for many detectors at once.
 //
 // A program of its own: each figure is taken in a child process, whose heap has nothing to reuse.
 #include <sys/wait.h>
@@ -21,13 +21,13 @@ constexpr int steadyFrames = 150;  // 6 s: a background is known after 5 s, and 
 constexpr int usualMmapThreshold = 128 * 1024;  // bytes; the C library's own
 
 // The sum of what a pass has to touch, bytes per block: a resident figure above it would be waste.
-constexpr int ringBytes = 11 * 3;                  // frames
-constexpr int statisticsBytes = 6 * 4 + 2;         // window sums and their squares; extremes
-constexpr int backgroundBytes = 3 + 1 + 1 + 4;     // Y, Cb, Cr; known; stable; noise level
-constexpr int learningBytes = 3 * 8 + 4;           // three times; the sample
-constexpr int foregroundBytes = 1 + 1 + 1 + 2 + 1; // object, motion and result maps; labels; the zone
+constexpr int ringBytes = 11 * 3;                   // frames
+constexpr int statisticsBytes = 6 * 4 + 2;          // window sums and their squares; extremes
+constexpr int backgroundBytes = 3 + 1 + 1 + 4;      // Y, Cb, Cr; known; stable; noise level
+constexpr int learningBytes = 3 * 8 + 4;            // three times; the sample
+constexpr int foregroundBytes = 1 + 1 + 1 + 2 + 1;  // object, motion and result maps; labels; the zone
 constexpr int touchedBytes = ringBytes + statisticsBytes + backgroundBytes + learningBytes + foregroundBytes;
-constexpr int shadowBytes = 8 * 4 + 1;             // feature planes, where foreground is; the search mask
+constexpr int shadowBytes = 8 * 4 + 1;  // feature planes, where foreground is; the search mask
 
 double ResidentBytes() {
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen("/proc/self/statm", "r"), &std::fclose);

@@ -1,5 +1,5 @@
-// How many cameras does a machine carry?  1 to 64 detectors fed in turn, on one and on two threads; ns per block of thread CPU
-// time, beside yardsticks that take the same turns. Names: scaling/<threads>/<detectors>.
+// How many cameras does a machine carry?  1 to 64 detectors fed in turn, on one and on two threads; ns per block of thread
+// CPU time, beside yardsticks that take the same turns. Names: scaling/<threads>/<detectors>.
 //
 // A detector's state and a yardstick's memory are of similar size: where the caches end, both figures rise.
 #include <barrier>
@@ -59,7 +59,8 @@ void MeasureScaling(benchmark::State& state, std::size_t threads, std::size_t de
     for (auto _ : state) {
         const double yard = TimeInTurns(threads, detectors, rounds, [&](std::size_t i) { yardsticks[i]->Copy(); });
         const double nanoseconds = TimeInTurns(threads, detectors, rounds, [&](std::size_t i) { players[i]->Play(scene); });
-        Report(state, {.blocks = setup.grid.Blocks(), .nanoseconds = nanoseconds / frames,
+        Report(state, {.blocks = setup.grid.Blocks(),
+                       .nanoseconds = nanoseconds / frames,
                        .yardstick = yard / frames / static_cast<double>(setup.grid.Blocks())});
     }
 }

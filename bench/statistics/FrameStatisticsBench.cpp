@@ -27,8 +27,10 @@ void MeasureUpdate(benchmark::State& state, GridSize grid, bool isH264Partly) {
 }
 
 [[maybe_unused]] const bool registered = [] {
-    RegisterOnGrids("stage/FrameStatistics/standard", [](benchmark::State& state, GridSize grid) { MeasureUpdate(state, grid, false); });
-    RegisterOnGrids("stage/FrameStatistics/partly", [](benchmark::State& state, GridSize grid) { MeasureUpdate(state, grid, true); });
+    RegisterOnGrids("stage/FrameStatistics/standard",
+                    [](benchmark::State& state, GridSize grid) { MeasureUpdate(state, grid, false); });
+    RegisterOnGrids("stage/FrameStatistics/partly",
+                    [](benchmark::State& state, GridSize grid) { MeasureUpdate(state, grid, true); });
     return true;
 }();
 

@@ -1,5 +1,5 @@
-// What does it cost to merge the objects that touch?  Single blocks that lie apart, and ones so dense that they fall into one.
-// ns_block is per block of the grid; the objects are named beside it.
+// What does it cost to merge the objects that touch?  Single blocks that lie apart, and ones so dense that they fall into
+// one. ns_block is per block of the grid; the objects are named beside it.
 #include "zones/ObjectMerger.h"
 
 #include "KernelPlanes.h"
@@ -8,7 +8,7 @@
 namespace Bench {
 namespace {
 
-// One block in `every`, in raster order.
+// Single blocks, in raster order: the closest lattice that stays apart, or one block in 17 at random.
 void MeasureMerge(benchmark::State& state, GridSize grid, bool isLattice) {
     // Larger grids would hold more objects than a pool counts.
     const GridSize area{std::min(grid.columns, 480), std::min(grid.rows, 270)};
@@ -25,7 +25,8 @@ void MeasureMerge(benchmark::State& state, GridSize grid, bool isLattice) {
         pool.ReleaseBusyList();
         for (auto [x, y] : blocks) pool.Add(&x, &y, 1, static_cast<int>(area.Blocks()));
     };
-    MeasureCalls(state, grid.Blocks(), 10, [&] { merger.Merge(pool); }, fill);
+    MeasureCalls(
+        state, grid.Blocks(), 10, [&] { merger.Merge(pool); }, fill);
     Require((pool._busyList._objectsCount == static_cast<int>(blocks.size())) == isLattice, "ObjectMerger",
             "objects merge that lie apart, or none that touch");
     state.counters["objects"] = static_cast<double>(blocks.size());
@@ -34,8 +35,10 @@ void MeasureMerge(benchmark::State& state, GridSize grid, bool isLattice) {
 }
 
 [[maybe_unused]] const bool registered = [] {
-    RegisterOnGrids("stage/ObjectMerger/lattice", [](benchmark::State& state, GridSize grid) { MeasureMerge(state, grid, true); });
-    RegisterOnGrids("stage/ObjectMerger/cascade", [](benchmark::State& state, GridSize grid) { MeasureMerge(state, grid, false); });
+    RegisterOnGrids("stage/ObjectMerger/lattice",
+                    [](benchmark::State& state, GridSize grid) { MeasureMerge(state, grid, true); });
+    RegisterOnGrids("stage/ObjectMerger/cascade",
+                    [](benchmark::State& state, GridSize grid) { MeasureMerge(state, grid, false); });
     return true;
 }();
 

@@ -17,7 +17,8 @@ using namespace MD::Kernels;
         for (std::size_t age = 0; age < framesOfRing; ++age) luma[age] = stream.lumaOfAge[age].data();
         MeasureCalls(state, grid.Blocks(), CallsFor(grid.Blocks()), [&] {
             for (std::ptrdiff_t row = 0; row < grid.rows; ++row)
-                benchmark::DoNotOptimize(VariationOfRow(luma, isSelected.data(), row * grid.columns, (row + 1) * grid.columns));
+                benchmark::DoNotOptimize(
+                    VariationOfRow(luma, isSelected.data(), row * grid.columns, (row + 1) * grid.columns));
         });
     });
     return true;

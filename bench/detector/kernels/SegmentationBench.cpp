@@ -12,12 +12,27 @@ using namespace MD::Kernels;
 
 struct Segments {
     explicit Segments(GridSize size, int foregroundPercent)
-        : grid{size.columns, size.rows}, isInZone(size.Blocks(), 1), isObject(RandomMask(size.Blocks(), 1, foregroundPercent)),
-          objectsMap(size.Blocks()), xs(size.Blocks()), ys(size.Blocks()), zoneResultMap(size.Blocks(), 1) {}
+        : grid{size.columns, size.rows},
+          groups(static_cast<std::size_t>(CountBlockGroups(grid))),
+          isInZone(size.Blocks(), 1),
+          isObject(RandomMask(size.Blocks(), 1, foregroundPercent)),
+          objectsMap(size.Blocks()),
+          xs(size.Blocks()),
+          ys(size.Blocks()),
+          zoneResultMap(size.Blocks(), 1) {
+        FindGroups();
+    }
 
+    void FindGroups() { groupCount = FindForegroundGroups(isObject.data(), groups.data(), grid); }
     int Collect() {
-        return CollectMovingBlocks({.isInZone = isInZone.data(), .isObject = isObject.data(), .objectsMap = objectsMap.data(),
-                                    .xs = xs.data(), .ys = ys.data()}, grid);
+        return CollectMovingBlocks({.groups = groups.data(),
+                                    .groupCount = groupCount,
+                                    .isInZone = isInZone.data(),
+                                    .isObject = isObject.data(),
+                                    .objectsMap = objectsMap.data(),
+                                    .xs = xs.data(),
+                                    .ys = ys.data()},
+                                   grid);
     }
     // From the first block; all others are there to be reached.
     void PrepareFill() {
@@ -27,13 +42,16 @@ struct Segments {
     }
     int Fill() {
         int processed = 0, count = 1;
-        GrowObject({.objectsMap = objectsMap.data(), .xs = xs.data(), .ys = ys.data(), .processed = processed, .count = count},
-                   1, grid);
+        GrowObject(
+            {.objectsMap = objectsMap.data(), .xs = xs.data(), .ys = ys.data(), .processed = processed, .count = count}, 1,
+            grid);
         return count;
     }
     ObjectBlocks Object() const { return {.xs = xs.data(), .ys = ys.data(), .count = static_cast<int>(xs.size())}; }
 
     Grid grid;
+    std::vector<BlockGroup> groups;
+    std::ptrdiff_t groupCount = 0;
     Bytes isInZone, isObject;
     std::vector<std::uint16_t> objectsMap;
     std::vector<std::int16_t> xs, ys;
@@ -50,18 +68,21 @@ void RegisterKernel(const std::string& name, int foregroundPercent, Work work) {
 }
 
 [[maybe_unused]] const bool registered = [] {
-    for (const int percent : {0, 1, 10, 100})
+    for (const int percent : {0, 1, 10, 100}) {
+        RegisterKernel("FindForegroundGroups/" + std::to_string(percent), percent, [](Segments& s) { s.FindGroups(); });
         RegisterKernel("CollectMovingBlocks/" + std::to_string(percent), percent,
                        [](Segments& s) { benchmark::DoNotOptimize(s.Collect()); });
+    }
     RegisterOnGrids("kernel/Segmentation/GrowObject", [](benchmark::State& state, GridSize size) {
         Segments s(size, 100);
         s.PrepareFill();
         Require(s.Fill() == static_cast<int>(size.Blocks()), "GrowObject", "the object does not cover the grid");
-        MeasureCalls(state, size.Blocks(), CallsFor(size.Blocks()), [&] { s.Fill(); }, [&] { s.PrepareFill(); });
+        MeasureCalls(
+            state, size.Blocks(), CallsFor(size.Blocks()), [&] { s.Fill(); }, [&] { s.PrepareFill(); });
     });
-    RegisterKernel("BoxOfBlocks", 100, [](Segments& s) {
+    RegisterKernel("BoxOfCountedBlocks", 100, [](Segments& s) {
         Box box{};
-        benchmark::DoNotOptimize(BoxOfBlocks(s.Object(), s.isObject.data(), s.grid, box));
+        benchmark::DoNotOptimize(BoxOfCountedBlocks(s.Object(), s.isObject.data(), s.grid, box));
     });
     RegisterKernel("TrimObject", 100, [](Segments& s) {
         const Box box{.left = 0, .right = s.grid.columns - 1, .top = 0, .bottom = s.grid.rows - 1};

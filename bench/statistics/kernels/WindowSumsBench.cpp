@@ -15,8 +15,9 @@ using namespace MD::Kernels;
         const std::uint8_t *entering = s.lumaOfAge[0].data(), *leaving = s.lumaOfAge[5].data();
         MeasureCalls(state, grid.Blocks(), CallsFor(grid.Blocks()), [&] {
             std::swap(entering, leaving);  // there and back: the sums stay small
-            StepWindow({.entering = entering, .leaving = leaving, .sum = s.firstSum.data(),
-                        .squareSum = s.firstSquareSum.data()}, {0, grid.Blocks()});
+            StepWindow(
+                {.entering = entering, .leaving = leaving, .sum = s.firstSum.data(), .squareSum = s.firstSquareSum.data()},
+                {0, grid.Blocks()});
         });
     });
     RegisterOnGrids("kernel/WindowSums/FindExtremes", [](benchmark::State& state, GridSize grid) {
