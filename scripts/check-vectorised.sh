@@ -15,8 +15,8 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 trap 'exit 1' HUP INT TERM
 
-# Loops that stay scalar on a level because its instruction set has nothing for them, as "LEVEL FILE FUNCTION", each with
-# its reason. A loop that is vectorised after all has no place here.
+# Functions whose loops may stay scalar on a level because its instruction set has nothing for them, as "LEVEL FILE FUNCTION",
+# each with its reason. One whose loops are all vectorised, or that is gone, has no place here.
 exceptions=()
 
 fail() {
@@ -114,23 +114,28 @@ write_verdicts() {
         ' "$work/loops" "$work/remarks" >"$work/verdicts"
 }
 
-# Names what is not vectorised.
+# Names what is not vectorised, and exceptions without need.
 report() { # level
-    local verdict place name exception status=0
+    local verdict place name status=0
+    : >"$work/excused"
     while IFS=$'\t' read -r verdict place name; do
-        exception=no
-        [[ " ${exceptions[*]/%/;}" == *" $1 ${place%:*} $name;"* ]] && exception=yes
-        case $verdict-$exception in
-        vectorised-yes) echo "$place: $name is vectorised for $1: no exception any more" ;;
-        scalar-no)
-            echo "$place: $name is not vectorised for $1"
-            grep -F "$place:" "$work/remarks" | grep -E 'missed: .*(not|bad|could)' | sort -u | head -n 8 | sed 's/^/    /'
-            ;;
-        absent-no) echo "$place: no source compiles $name to a loop for $1" ;;
-        *) continue ;;
-        esac
+        [[ $verdict != vectorised ]] || continue
+        if printf '%s\n' "${exceptions[@]}" | grep -qxF "$1 ${place%:*} $name"; then
+            echo "$1 ${place%:*} $name" >>"$work/excused"
+            continue
+        fi
         status=1
+        if [[ $verdict == absent ]]; then
+            echo "$place: no source compiles $name to a loop for $1"
+            continue
+        fi
+        echo "$place: $name is not vectorised for $1"
+        grep -F "$place:" "$work/remarks" | grep -E 'missed: .*(not|bad|could)' | sort -u | head -n 8 | sed 's/^/    /'
     done <"$work/verdicts"
+    if printf '%s\n' "${exceptions[@]}" | grep "^$1 " | grep -vxFf "$work/excused" >"$work/stale"; then
+        sed 's/^/no exception any more: /' "$work/stale"
+        status=1
+    fi
     return $status
 }
 
@@ -145,13 +150,14 @@ check() { # level
     write_remarks "$root"
     write_verdicts
     report "$1" || return 1
-    echo "$1: $(grep -c ^vectorised "$work/verdicts") marked loops are vectorised, ${#exceptions[@]} exceptions"
+    echo "$1: $(grep -c ^vectorised "$work/verdicts") of $(wc -l <"$work/loops") marked loops are vectorised, the others excepted"
 }
 
 # Puts an opaque call into every second marked loop, then into the others: exactly those must be named, beside what is named
 # without it.
 prove() { # level
     local half named spoiled
+    exceptions=()
     prepare "$1"
     write_remarks "$root"
     write_verdicts
