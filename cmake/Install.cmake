@@ -55,3 +55,9 @@ foreach(example minimal.c minimal.cpp multi_camera.cpp background_snapshot.cpp)
     install(FILES ${PROJECT_SOURCE_DIR}/examples/${example}
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT coreMD_development)
 endforeach()
+
+# Manual pages are kept ready in man/; tests compare them with the header and the program.
+install(FILES ${PROJECT_SOURCE_DIR}/man/coreMD.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3 COMPONENT coreMD_development)
+if(TARGET mdscan)
+    install(FILES ${PROJECT_SOURCE_DIR}/man/mdscan.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT coreMD_tools)
+endif()
