@@ -211,7 +211,8 @@ def host(results, main, out):
     out.append("A picture of 1920x1080 pixels, 4:2:0, to 240x135 blocks, µs. From cache: the same picture again and again; from a "
                "pool: 24 pictures in turn, as a decoder delivers them.\n")
     rows = []
-    for what, name in [("coreMD, exact means", "BlockReducer"), ("libswscale, area scaling", "swscale")]:
+    for what, name in [("reading the samples", "reading"), ("coreMD, exact means", "BlockReducer"),
+                       ("libswscale, area scaling", "swscale")]:
         figures = [results.get(main, f"host/{name}/{memory}") for memory in ("cache", "pool")]
         rows.append([what] + [number(figure.microseconds) if figure else "–" for figure in figures])
     table(["", "from cache", "from a pool"], rows, out)

@@ -1,7 +1,10 @@
 // What does it cost to reduce a decoded picture to blocks?  1920x1080, 4:2:0, blocks of 8: one frame again and again, in
-// cache, and a decoder's pool of frames, out of cache. Beside it, where FFmpeg is, libswscale's area scaling, which is not
-// exact. Names: host/<reducer>/<cache|pool>; ns_block is per block of the 240x135 that come out.
+// cache, and a decoder's pool of frames, out of cache. Beside it what merely reading the samples costs, and,
+// where FFmpeg is, libswscale's area scaling, which is not exact. Names: host/<reducer>/<cache|pool>; ns_block is per block of
+// the 240x135 that come out.
 #include <cstdint>
+#include <cstring>
+#include <string>
 #include <vector>
 
 #include "BlockReducer.h"
@@ -47,6 +50,21 @@ void MeasureFrames(benchmark::State& state, bool isPool, Reduce reduce) {
     MeasureCalls(state, usualGrid.Blocks(), timedFrames, [&] { reduce(pool[isPool ? next++ % pool.size() : 0]); });
 }
 
+std::uint64_t SumOfWords(const Bytes& samples) {
+    std::uint64_t sum = 0, word;
+    for (std::size_t i = 0; i + sizeof word <= samples.size(); i += sizeof word) {
+        std::memcpy(&word, samples.data() + i, sizeof word);
+        sum += word;
+    }
+    return sum;
+}
+
+void MeasureReading(benchmark::State& state, bool isPool) {
+    MeasureFrames(state, isPool, [](const DecodedFrame& frame) {
+        benchmark::DoNotOptimize(SumOfWords(frame.y) + SumOfWords(frame.cb) + SumOfWords(frame.cr));
+    });
+}
+
 void MeasureBlockReducer(benchmark::State& state, bool isPool) {
     Host::BlockReducer reducer(
         {.width = width, .height = height, .format = Host::PixelFormat::Yuv420, .blockSize = blockSize});
@@ -81,6 +99,7 @@ void MeasureAreaScaling(benchmark::State& state, bool isPool) {
 [[maybe_unused]] const bool registered = [] {
     for (const bool isPool : {false, true}) {
         const std::string memory = isPool ? "pool" : "cache";
+        Register("host/reading/" + memory, 5, [=](benchmark::State& state) { MeasureReading(state, isPool); });
         Register("host/BlockReducer/" + memory, 5, [=](benchmark::State& state) { MeasureBlockReducer(state, isPool); });
 #ifdef BENCH_HAS_SWSCALE
         Register("host/swscale/" + memory, 5, [=](benchmark::State& state) { MeasureAreaScaling(state, isPool); });
