@@ -9,6 +9,10 @@ install(TARGETS coreMD coreMD_static coreMD_host EXPORT coreMDTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT coreMD_runtime NAMELINK_COMPONENT coreMD_development
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT coreMD_development)
 set_target_properties(coreMD_host PROPERTIES EXPORT_NAME host)
+foreach(level IN LISTS COREMD_HWCAPS)
+    install(TARGETS coreMD_${level}
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/glibc-hwcaps/${level} COMPONENT coreMD_runtime NAMELINK_SKIP)
+endforeach()
 
 install(FILES ${PROJECT_SOURCE_DIR}/include/coreMD.h ${PROJECT_SOURCE_DIR}/include/coreMD.hpp
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT coreMD_development)
