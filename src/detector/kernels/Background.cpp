@@ -7,6 +7,7 @@ namespace MD::Kernels {
 namespace {
 
 using Utils::ElapsedTicks;
+using Utils::SignOfOlder;
 
 // Selects on mask bytes, 0 or 255, with both sides loaded: what a conditional store would do, in vectors.
 constexpr std::uint8_t Select(std::uint8_t mark, std::uint8_t chosen, std::uint8_t other) {
@@ -27,29 +28,33 @@ void StampTimes(const std::uint8_t* marks, std::int64_t* times, std::int64_t now
 // can be wrong only by saying yes to an age beyond all limits of a signed difference.
 bool MayAnyBeOlder(const std::int64_t* times, std::int64_t now, std::int64_t limit, BlockRange chunk) {
     std::uint64_t signs = 0;
+    MD_FOUR_AT_ONCE
     for (std::size_t i = chunk.first; i < chunk.last; ++i)
         signs |= static_cast<std::uint64_t>(limit) - static_cast<std::uint64_t>(ElapsedTicks(now, times[i]));
-    return static_cast<std::int64_t>(signs) < 0;
+    return signs >> 63 != 0;
 }
 
-// marks[j] = 255 where `times` lies more than `limit` ticks back, else 0.
+// 255 where `time` lies more than `limit` ticks back, else 0.
+constexpr std::uint8_t MarkOfOlder(std::int64_t time, std::int64_t now, std::int64_t limit) {
+    return static_cast<std::uint8_t>(-static_cast<int>(SignOfOlder(now, time, limit) >> 63));
+}
+
 void MarkOlder(const std::int64_t* times, std::int64_t now, std::int64_t limit, std::uint8_t* marks, BlockRange chunk) {
     MD_INDEPENDENT_BLOCKS
-    for (std::size_t i = chunk.first; i < chunk.last; ++i)
-        marks[i - chunk.first] = ElapsedTicks(now, times[i]) > limit ? 255 : 0;
+    for (std::size_t i = chunk.first; i < chunk.last; ++i) marks[i - chunk.first] = MarkOfOlder(times[i], now, limit);
 }
 
 // Clears the marks of blocks whose `times` lies not that far back, or of those whose time does.
 void KeepOlder(const std::int64_t* times, std::int64_t now, std::int64_t limit, std::uint8_t* marks, BlockRange chunk) {
     MD_INDEPENDENT_BLOCKS
     for (std::size_t i = chunk.first; i < chunk.last; ++i)
-        marks[i - chunk.first] = ElapsedTicks(now, times[i]) > limit ? marks[i - chunk.first] : std::uint8_t{0};
+        marks[i - chunk.first] = static_cast<std::uint8_t>(marks[i - chunk.first] & MarkOfOlder(times[i], now, limit));
 }
 
 void KeepNotOlder(const std::int64_t* times, std::int64_t now, std::int64_t limit, std::uint8_t* marks, BlockRange chunk) {
     MD_INDEPENDENT_BLOCKS
     for (std::size_t i = chunk.first; i < chunk.last; ++i)
-        marks[i - chunk.first] = ElapsedTicks(now, times[i]) > limit ? std::uint8_t{0} : marks[i - chunk.first];
+        marks[i - chunk.first] = static_cast<std::uint8_t>(marks[i - chunk.first] & ~MarkOfOlder(times[i], now, limit));
 }
 
 // Clears the marks of blocks without a background within the limit of the mean; then of those whose sample is not.

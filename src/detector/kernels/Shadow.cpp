@@ -82,9 +82,9 @@ void DecideChunk(const ShadowDecisionBlocks b, float shadowThreshold, std::ptrdi
     std::uint8_t isExamined[columnsAtOnce], isShadow[columnsAtOnce];
     MD_INDEPENDENT_BLOCKS
     for (std::ptrdiff_t j = 0; j < count; ++j) {
-        const bool isMoving = b.zoneResultMap[i + j] == 1, isKnown = b.isBackground[i + j] != 0;
-        b.isObject[i + j] = isMoving ? 255 : 0;
-        isExamined[j] = (isMoving & isKnown) ? 255 : 0;
+        const std::uint8_t motion = b.zoneResultMap[i + j] == 1 ? 255 : 0, known = b.isBackground[i + j] ? 255 : 0;
+        b.isObject[i + j] = motion;
+        isExamined[j] = motion & known;
     }
     if (!IsAnySet(isExamined, static_cast<std::size_t>(count))) return;
 
