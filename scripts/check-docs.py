@@ -18,6 +18,7 @@ A directive is a comment on the line before the block, invisible to readers; sev
   <!-- test: compile -->               c, cpp: not run
   <!-- test: inside NAME -->           c, cpp: takes the place of the line BLOCK in tests/docs/wrappers/NAME
   <!-- test: excerpt PATH -->          the block's lines stand in this file of the project, one after another
+  <!-- test: below -->                 c, cpp, with `file`: compiled by commands to come, not here
   <!-- test: file NAME -->             also written as NAME into the directory, for blocks to come
   <!-- test: output -->                is what the previous program or sh block printed on stdout
   <!-- test: means TEXT = OTHER -->    sh, console: run with OTHER in the place of TEXT
@@ -43,7 +44,7 @@ WRAPPERS = ROOT / "tests/docs/wrappers"
 TESTED_KINDS = {"c", "cpp", "cmake", "sh", "console"}
 COMPILERS = {"c": [os.environ.get("CC", "cc"), "-std=c11"], "cpp": [os.environ.get("CXX", "c++"), "-std=c++20"]}
 WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Werror"]
-DIRECTIVES = {"skip", "compile", "inside", "excerpt", "file", "output", "means", "varies"}
+DIRECTIVES = {"skip", "compile", "inside", "excerpt", "file", "output", "means", "varies", "below"}
 LONGEST = 120  # seconds of one command
 NEED_ARGUMENT = {"skip", "inside", "excerpt", "file", "means", "varies"}
 
@@ -184,6 +185,10 @@ class Document:
             return "outputs"
         if block.get("excerpt"):
             return "excerpts"
+        if block.get("below"):
+            if not block.get("file"):
+                raise Failure("'below' needs 'file'")
+            return "files"
         if block.kind in COMPILERS:
             return self.check_program(block)
         if block.kind in {"sh", "console"}:

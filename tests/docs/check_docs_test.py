@@ -46,6 +46,10 @@ CASES = {
     "console that varies more": (block("console", "$ echo gave 5 s\ntook 4 s\n", r"varies \d+"), "prints something else"),
     "left out": (block("sh", "false\n", "skip it fails"), None),
     "left out without a reason": (block("sh", "false\n", "skip "), "directive 'skip' says nothing"),
+    "compiled by commands": (block("c", "int main(void) { return 0; }\n", "file later.c; below") +
+                             block("sh", "$CC later.c -o later && ./later\n"), None),
+    "compiled by nobody": (block("c", "int main(void) { return 0; }\n", "below"), "'below' needs 'file'"),
+    "file of the project": (block("text", "x\n", "file docs/index.md"), "would write into the project"),
     "unknown directive": (block("sh", "true\n", "skpi x"), "unknown directive 'skpi'"),
     "directive without block": ("<!-- test: skip x -->\n\nText.\n", "a directive without a block"),
     "block without end": ("```sh\ntrue\n", "has no end"),
