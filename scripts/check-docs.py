@@ -64,7 +64,7 @@ class Block:
 
 def read_directives(comment):
     directives = []
-    for part in comment.split(";"):
+    for part in [comment] if comment.startswith("skip ") else comment.split(";"):
         word, _, argument = part.strip().partition(" ")
         if word not in DIRECTIVES:
             raise Failure(f"unknown directive '{word}'")
