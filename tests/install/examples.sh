@@ -35,3 +35,8 @@ for path in "$examples"/*; do
     count=$((count + 1))
 done
 ((count == 4)) || fail "$count examples instead of 4"
+
+# The words of pkg-config may stand before the source.
+# shellcheck disable=SC2046
+"$CC" $(pkg-config --cflags --libs coreMD) "$examples/minimal.c" -o "$work/examples/words_first" || fail "library before source does not link"
+run minimal.c "$work/examples/words_first"
