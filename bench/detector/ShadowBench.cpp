@@ -9,11 +9,11 @@ void MeasureStage(benchmark::State& state, SceneKind kind, GridSize grid) {
     Scene& scene = SceneFor(kind, grid);
     ScenePlayer player({.scene = kind, .grid = grid, .detectShadow = true});
     player.Learn(scene);
-    MD::MotionDetector* const detector = GetDetector(player.Handle());
+    MD::MotionDetector& detector = player.Classes();
     // The stage takes blocks out of the foreground: each call gets it anew.
     MeasureCalls(
-        state, grid.Blocks(), CallsFor(grid.Blocks()), [&] { detector->DetectShadow(nullptr); },
-        [&] { detector->FindForegroundStandart(); });
+        state, grid.Blocks(), CallsFor(grid.Blocks()), [&] { detector.DetectShadow(nullptr); },
+        [&] { detector.FindForegroundStandart(); });
 }
 
 [[maybe_unused]] const bool registered = [] {

@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <span>
 
 namespace Bench {
 namespace {
@@ -18,6 +19,11 @@ constexpr std::size_t calmFrames = 52;
 constexpr std::int64_t calmInterval = oneSecond / 2;
 
 constexpr int framesPerIFrame = 10;
+
+coremd::Detector MakeDetector() {
+    std::srand(1);  // the phase in which the detector starts
+    return {};
+}
 
 }  // namespace
 
@@ -35,25 +41,15 @@ std::string NameOf(InputKind input) {
     std::abort();
 }
 
-ScenePlayer::ScenePlayer(const PassSetup& setup) : _setup(setup), _bgr(3 * setup.grid.Blocks()) {
-    std::srand(1);  // the phase in which the detector starts
-    h15(&_handle);
-    if (setup.input == InputKind::StandardUnlimited) h35(&_handle, 1);
+ScenePlayer::ScenePlayer(const PassSetup& setup) : _setup(setup), _detector(MakeDetector()) {
+    if (setup.input == InputKind::StandardUnlimited) _detector.LimitToMotion(false);
     const int side = static_cast<int>(std::lround(std::sqrt(setup.zones)));
     for (int tile = 0; tile < side * side; ++tile) {
         std::vector<std::uint8_t> mask(static_cast<std::size_t>(side * side));
         mask[static_cast<std::size_t>(tile)] = 1;
-        MDZoneInfo zone{.mask = mask.data(),
-                        .maskWidth = side,
-                        .maskHeight = side,
-                        .zoneValue = 0.3f,
-                        .minObjectWidth = 0.0f,
-                        .minObjectHeight = 0.0f};
-        h12(&_handle, &zone);
+        _detector.AddZone({.mask = mask, .columns = side, .rows = side});
     }
 }
-
-ScenePlayer::~ScenePlayer() { h14(&_handle); }
 
 void ScenePlayer::Learn(Scene& scene) {
     for (std::size_t n = 0; n < calmFrames; ++n) {
@@ -75,42 +71,34 @@ void ScenePlayer::Play(const Scene& scene) {
 
 // 0..1, of blocks with a background.
 double ScenePlayer::KnownShare() {
-    const std::size_t blocks = _setup.grid.Blocks();
-    std::vector<std::uint8_t> picture(3 * blocks);
-    std::vector<std::int32_t> isKnown(blocks);
-    h33(&_handle, picture.data(), isKnown.data());
+    const coremd::BackgroundPicture background = _detector.Background();
     std::size_t known = 0;
-    for (const std::int32_t flag : isKnown) known += flag != 0;
-    return static_cast<double>(known) / static_cast<double>(blocks);
+    for (const std::int32_t flag : background.known) known += flag != 0;
+    return static_cast<double>(known) / static_cast<double>(_setup.grid.Blocks());
 }
 
 void ScenePlayer::Detect(const Scene::Frame& frame, const Scene::Frame& before, bool isIFrame) {
-    DetectionInfo info{};
-    info.width = _setup.grid.columns;
-    info.height = _setup.grid.rows;
-    info.bgr24stride = 3 * info.width;
-    info.timestamp = _time;
-    info.bgr24ForEachBlock = _bgr.data();
-    info.ycbcrForEachBlock = const_cast<std::uint8_t*>(frame.data());  // read only
-    info.mpeg4ReferenceLuma = _setup.input == InputKind::MPEG4 ? const_cast<std::uint8_t*>(before.data()) : nullptr;
-    info.isIFrame = _setup.input != InputKind::MPEG4;
-    info.fps = toldRate;
-    info.detectShadow = _setup.detectShadow;
-    info.isMPEG4 = _setup.input == InputKind::MPEG4;
-    info.isH264Partly = _setup.input == InputKind::PartlyH264;
-    info.isH264PartlyIFrame = info.isH264Partly && isIFrame;
-    h13(&_handle, &info);
+    const bool isMPEG4 = _setup.input == InputKind::MPEG4, isPartly = _setup.input == InputKind::PartlyH264;
+    _detector.Detect({.columns = _setup.grid.columns,
+                      .rows = _setup.grid.rows,
+                      .ycbcr = frame,
+                      .time = coremd::Ticks(_time),
+                      .fps = toldRate,
+                      .detectShadow = _setup.detectShadow,
+                      .isIFrame = !isMPEG4,
+                      .isMPEG4 = isMPEG4,
+                      .mpeg4ReferenceLuma = isMPEG4 ? std::span(before).first(_setup.grid.Blocks()) : std::span<const std::uint8_t>(),
+                      .isPartlyH264 = isPartly,
+                      .isPartlyH264IFrame = isPartly && isIFrame});
 }
 
 void ScenePlayer::Read() {
     _objects = 0;
-    MDResultInfo summary{};
-    if (h17(&_handle, &summary) != COREMD_DELIVERED) return;
-    for (int result = 0; result < summary.zoneResultsCount; ++result) {
-        MDZoneDetectionInfo zone{};
-        if (h19(&_handle, &zone) != COREMD_DELIVERED) return;
-        for (MDObjectInfo object{}; h18(&_handle, &object) == COREMD_DELIVERED; ++_objects) benchmark::DoNotOptimize(object);
-    }
+    for (const coremd::ZoneResult& zone : _detector.ZoneResults())
+        for (const coremd::Object& object : zone.Objects()) {
+            benchmark::DoNotOptimize(object.Record());
+            ++_objects;
+        }
 }
 
 }  // namespace Bench

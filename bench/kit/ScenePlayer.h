@@ -1,5 +1,5 @@
 // What does a host do with every frame of a scene?  Hands it over, reads the summary, the zone result and every object.
-// Used by the whole passes, by scaling and by the memory figures. C interface only.
+// Used by the whole passes, by scaling and by the memory figures. By the C interface, as coreMD.hpp names it.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "Scenes.h"
-#include "coreMD.h"
+#include "coreMD.hpp"
 
 namespace Bench {
 
@@ -33,9 +33,6 @@ struct PassSetup {
 class ScenePlayer {
 public:
     explicit ScenePlayer(const PassSetup& setup);
-    ~ScenePlayer();
-    ScenePlayer(const ScenePlayer&) = delete;
-    ScenePlayer& operator=(const ScenePlayer&) = delete;
 
     // Calm frames until the blocks have a background, then one cycle of events, so that all memory has been taken.
     void Learn(Scene& scene);
@@ -43,7 +40,7 @@ public:
     void Play(const Scene& scene);
 
     int ObjectsOfLastFrame() const { return _objects; }
-    DetectorHandle* Handle() { return &_handle; }
+    MD::MotionDetector& Classes() { return _detector.Classes(); }
 
 private:
     void Detect(const Scene::Frame& frame, const Scene::Frame& before, bool isIFrame);
@@ -51,8 +48,7 @@ private:
     double KnownShare();
 
     const PassSetup _setup;
-    DetectorHandle _handle = nullptr;
-    std::vector<std::uint8_t> _bgr;
+    coremd::Detector _detector;
     std::int64_t _time = 0;  // ticks; of the next frame
     std::size_t _next = 0;   // event frame
     int _objects = 0;
