@@ -1,4 +1,4 @@
-// How does a file become a row of pictures?  Called by main through Decoder.h.
+// How does a file become a row of pictures?  Called by Job through Decoder.h.
 //
 // Damage is noted and stepped over: a bad packet costs its pictures, not the rest of the file. The file is given up when
 // nothing but errors has come for a long while.
@@ -13,6 +13,9 @@
 #include <system_error>
 #include <vector>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 extern "C" {
 #include <libavutil/mathematics.h>
 }
@@ -24,6 +27,7 @@ namespace Scan {
 namespace {
 
 constexpr AVRational tickBase = {1, static_cast<int>(oneSecond)};
+constexpr const char* standardInput = "-";
 constexpr int patience = 1000;                     // errors in a row before the file is given up
 constexpr AVRational usualRate = {25, 1};          // where the file does not say
 constexpr double lowestRate = 0.01, highestRate = 480;     // pictures per second; outside: the file does not know
@@ -44,6 +48,9 @@ AVRational NominalRate(const AVStream& stream) {
 // What the plain file itself says before FFmpeg is asked; empty when there is nothing against it.
 std::string Obstacle(const std::string& path) {
     namespace fs = std::filesystem;
+    if (path == standardInput) {
+        return "";
+    }
     std::error_code error;
     const fs::file_status status = fs::status(path, error);
     if (!fs::exists(status)) {
@@ -60,7 +67,12 @@ std::string Obstacle(const std::string& path) {
 
 // A name is taken as a file's even where it contains a colon. Numbered pictures, "%05d.png", have no file of that name.
 std::string UrlOf(const std::string& path) {
-    return "file:" + path;
+    if (path != standardInput) {
+        return "file:" + path;
+    }
+    struct stat status = {};
+    const bool isFile = fstat(STDIN_FILENO, &status) == 0 && S_ISREG(status.st_mode);
+    return isFile ? "file:/dev/stdin" : "pipe:0";                  // a file can be read back and forth
 }
 
 bool IsPattern(const std::string& path) {
@@ -82,9 +94,9 @@ std::string Explained(const std::string& what) {
 
 }  // namespace
 
-Decoder::Decoder(const std::string& path) {
+Decoder::Decoder(const std::string& path, int threads) {
     OpenInput(path);
-    OpenCodec();
+    OpenCodec(threads);
     const AVRational rate = NominalRate(*_stream);
     _nominalInterval = std::max<Ticks>(1, av_rescale_q(1, av_inv_q(rate), tickBase));
     _sampleAspect = av_guess_sample_aspect_ratio(_input.get(), _stream, nullptr);
@@ -134,7 +146,7 @@ void Decoder::OpenInput(const std::string& path) {
     TakeComplaint();                                               // probing complains about what turns out well
 }
 
-void Decoder::OpenCodec() {
+void Decoder::OpenCodec(int threads) {
     const AVCodec* codec = avcodec_find_decoder(_stream->codecpar->codec_id);
     _codec.reset(avcodec_alloc_context3(codec));
     if (!_codec) {
@@ -142,7 +154,7 @@ void Decoder::OpenCodec() {
     }
     int error = avcodec_parameters_to_context(_codec.get(), _stream->codecpar);
     _codec->pkt_timebase = _stream->time_base;
-    _codec->thread_count = 0;                                      // as many as there are processors
+    _codec->thread_count = threads;
     if (error >= 0) {
         error = avcodec_open2(_codec.get(), codec, nullptr);
     }

@@ -1,4 +1,4 @@
-// What is the next picture of this file, and when was it?  Everything that FFmpeg reads and decodes; main pulls from it.
+// What is the next picture of this file, and when was it?  Everything that FFmpeg reads and decodes; Job pulls from it.
 #pragma once
 
 #include <cstdint>
@@ -19,8 +19,9 @@ struct Damage {
 
 class Decoder {
 public:
-    // Opens the file and its first video stream. Throws Failure with one line that says what is wrong.
-    explicit Decoder(const std::string& path);
+    // Opens the file and its first video stream. "-": the standard input. threads: that decode, 0: one per processor.
+    // Throws Failure with one line that says what is wrong.
+    explicit Decoder(const std::string& path, int threads = 0);
 
     // Decodes the next picture. False: there is none, because the file is over or cannot be read further.
     bool Next();
@@ -38,7 +39,7 @@ public:
 
 private:
     void OpenInput(const std::string& path);
-    void OpenCodec();
+    void OpenCodec(int threads);
     void Feed();
     void AcceptFrame();
     void CheckEnd();

@@ -1,4 +1,4 @@
-// How does a scan end badly?  The exit codes, and the one exception that carries a message to main.
+// How does a scan end badly?  The exit codes, and the exceptions that carry a message to whoever prints it.
 #pragma once
 
 #include <stdexcept>
@@ -7,9 +7,10 @@
 namespace Scan {
 
 enum ExitCode {
-    exitComplete = 0,
-    exitFailed = 1,        // input unreadable or damaged, or a result could not be written
-    exitUsage = 2
+    exitComplete = 0,      // every input scanned, motion found
+    exitFailed = 1,        // an input unreadable or damaged, a result could not be written, or interrupted
+    exitUsage = 2,
+    exitNothing = 3        // every input scanned, no motion found
 };
 
 class Failure : public std::runtime_error {
@@ -19,6 +20,12 @@ public:
 
 private:
     ExitCode _code;
+};
+
+// A result cannot be written: the next input would meet the same.
+class OutputFailure : public Failure {
+public:
+    using Failure::Failure;
 };
 
 }  // namespace Scan

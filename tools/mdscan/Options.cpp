@@ -16,6 +16,7 @@ namespace {
 
 constexpr double longestTime = 1e6;        // seconds; eleven days
 constexpr double highestRate = 1000;       // pictures per second
+constexpr int mostJobs = 256;
 constexpr int largestBlock = 64;           // pixels; as much as the block reducer sums
 
 constexpr const char* footer =
@@ -23,8 +24,10 @@ constexpr const char* footer =
     "frames (analysed frames with an object), blocks (moving blocks at the peak) and boxes (objects at the peak,\n"
     "largest first, x y w h in pixels). Times count from the start of the file.\n"
     "\n"
-    "Exit codes: 0 scan complete; 1 input unreadable, damaged or cut short, or a result could not be written (what\n"
-    "was found up to there is printed); 2 bad usage.\n";
+    "Several inputs, or a folder: every line names its file, and a line of type \"file\" follows those of each.\n"
+    "\n"
+    "Exit codes: 0 motion found; 1 an input unreadable, damaged or cut short, or a result could not be written (what\n"
+    "was found up to there is printed); 2 bad usage; 3 no motion found.\n";
 
 // A number within bounds; NaN is in no bounds.
 CLI::Validator Within(double low, double high) {
@@ -74,18 +77,31 @@ std::string OneLine(std::string text) {
 
 }  // namespace
 
+std::string ResultSettings(const Options& options) {
+    std::ostringstream text;
+    text.precision(17);
+    text << "rate " << options.rate << " block " << options.blockSize << " shadows " << options.shadows << " min-size "
+         << options.minSize << " merge-gap " << options.mergeGap << " min-duration " << options.minDuration << " frames "
+         << options.frames;
+    for (const RelativeZone& zone : options.zones) {
+        text << " zone " << zone.x << "," << zone.y << "," << zone.width << "," << zone.height;
+    }
+    return text.str();
+}
+
 Parsed ParseOptions(const std::vector<std::string>& arguments, const std::string& version) {
     Options options;
     std::vector<std::string> zones;
 
-    CLI::App app("Finds motion in a video file and prints when and where, as JSON lines.", "mdscan");
+    CLI::App app("Finds motion in videos and prints when and where, as JSON lines.", "mdscan");
     app.footer(footer);
     app.set_help_flag("-h,--help", "Print this help and leave");
     app.set_version_flag("--version", version, "Print versions and leave");
     app.option_defaults()->always_capture_default();
     app.get_formatter()->column_width(28);
 
-    app.add_option("input", options.input, "Video file")->required()->type_name("FILE")->default_str("");
+    app.add_option("input", options.inputs, "Video files, folders of them, patterns, or - for a pipe")->required()
+        ->type_name("FILE")->default_str("");
     app.add_option("--rate", options.rate, "Pictures analysed per second; 0: every picture")
         ->check(Within(0, highestRate))->type_name("N");
     app.add_option("--block", options.blockSize, "Block size in pixels, up to 64; 0: one that gives 120 to 240 columns")
@@ -104,6 +120,12 @@ Parsed ParseOptions(const std::vector<std::string>& arguments, const std::string
         ->type_name("FILE.png")->default_str("");
     app.add_option("--overlay", options.overlay, "Write the video with the objects' boxes drawn")
         ->type_name("FILE.mp4")->default_str("");
+    app.add_option("-o,--output", options.output, "Write the result lines there instead of printing them")
+        ->type_name("FILE.jsonl")->default_str("");
+    app.add_option("--resume", options.resume, "Remember finished inputs there; skip those that it knows")
+        ->type_name("STATE")->default_str("");
+    app.add_option("-j,--jobs", options.jobs, "Inputs scanned at a time; 0: one per processor")
+        ->check(Within(0, mostJobs))->type_name("N");
 
     try {
         std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());      // as the parser wants them

@@ -10,7 +10,7 @@
 namespace Scan {
 
 struct Options {
-    std::string input;
+    std::vector<std::string> inputs;   // files, folders, patterns, "-"
     double rate = 6;               // pictures analysed per second; 0: all
     int blockSize = 0;             // pixels; 0: chosen from the picture's size
     bool shadows = false;          // drop shadows
@@ -21,7 +21,15 @@ struct Options {
     bool frames = false;           // one line per analysed frame, too
     std::string background;        // file to write; empty: none
     std::string overlay;           // file to write; empty: none
+    std::string output;            // file for result lines; empty: standard output
+    std::string resume;            // file that knows what is finished; empty: none
+    int jobs = 1;                  // inputs at a time; 0: one per processor
+    int decoderThreads = 0;        // per input, 0: one per processor; not on the command line
 };
+
+// One line: all that decides the results of an input, apart from itself.
+std::string ResultSettings(const Options& options);
+
 
 struct Parsed {
     std::optional<Options> options;    // absent: print `text` and leave

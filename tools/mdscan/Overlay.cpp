@@ -73,13 +73,13 @@ void DrawBox(AVFrame& frame, const Box& box) {
 Overlay::Overlay(const std::string& path, const std::string& input, Ticks nominalInterval, AVRational sampleAspect)
     : _file(path, input), _interval(nominalInterval), _sampleAspect(sampleAspect) {
     if (!Encoder()) {
-        throw Failure(exitFailed, "cannot write " + path + ": FFmpeg has no encoder for it");
+        throw OutputFailure(exitFailed, "cannot write " + path + ": FFmpeg has no encoder for it");
     }
 }
 
 void Overlay::Check(int result) const {
     if (result < 0) {
-        throw Failure(exitFailed, "cannot write " + _file.Path() + ": " + ErrorText(result));
+        throw OutputFailure(exitFailed, "cannot write " + _file.Path() + ": " + ErrorText(result));
     }
 }
 

@@ -32,7 +32,7 @@ void WritePng(const BgrPicture& picture, const ResultFile& file) {
     image.height = static_cast<png_uint_32>(picture.height);
     image.format = PNG_FORMAT_BGR;
     if (!png_image_write_to_file(&image, file.PassingPath().c_str(), 0, picture.pixels.data(), 0, nullptr)) {
-        throw Failure(exitFailed, "cannot write " + file.Path() + ": " + image.message);
+        throw OutputFailure(exitFailed, "cannot write " + file.Path() + ": " + image.message);
     }
 }
 

@@ -24,6 +24,19 @@ Json BoxesOf(const std::vector<MovingObject>& objects, std::size_t most) {
     return boxes;
 }
 
+Json Line(const char* type, const std::string& file) {
+    Json line = {{"type", type}};
+    if (!file.empty()) {
+        line["file"] = file;
+    }
+    return line;
+}
+
+// Names of files may hold bytes that are no text.
+std::string Dumped(const Json& line) {
+    return line.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
 double SpeedOf(const Tally& tally) {
     return tally.elapsed > 0 ? ToSeconds(tally.length) / tally.elapsed : 0;
 }
@@ -37,25 +50,63 @@ std::string Text(const char* format, Values... values) {
 
 }  // namespace
 
-std::string EventLine(int number, const Event& event) {
-    return Json{{"type", "event"},
-                {"event", number},
-                {"start", PrintedSeconds(event.start)},
-                {"end", PrintedSeconds(event.end)},
-                {"peak", PrintedSeconds(event.peak)},
-                {"frames", event.frames},
-                {"blocks", event.peakBlocks},
-                {"boxes", BoxesOf(event.objects, mostBoxesPerEvent)}}
-        .dump();
+std::string EventLine(const std::string& file, int number, const Event& event) {
+    Json line = Line("event", file);
+    line["event"] = number;
+    line["start"] = PrintedSeconds(event.start);
+    line["end"] = PrintedSeconds(event.end);
+    line["peak"] = PrintedSeconds(event.peak);
+    line["frames"] = event.frames;
+    line["blocks"] = event.peakBlocks;
+    line["boxes"] = BoxesOf(event.objects, mostBoxesPerEvent);
+    return Dumped(line);
 }
 
-std::string FrameLine(std::int64_t pictureNumber, const Findings& frame) {
-    return Json{{"type", "frame"},
-                {"frame", pictureNumber},
-                {"time", PrintedSeconds(frame.time)},
-                {"blocks", MovingBlocks(frame)},
-                {"objects", BoxesOf(frame.objects, frame.objects.size())}}
-        .dump();
+std::string FrameLine(const std::string& file, std::int64_t pictureNumber, const Findings& frame) {
+    Json line = Line("frame", file);
+    line["frame"] = pictureNumber;
+    line["time"] = PrintedSeconds(frame.time);
+    line["blocks"] = MovingBlocks(frame);
+    line["objects"] = BoxesOf(frame.objects, frame.objects.size());
+    return Dumped(line);
+}
+
+const char* NameOf(Health health) {
+    switch (health) {
+        case Health::Whole: return "complete";
+        case Health::Damaged: return "damaged";
+        case Health::Unreadable: return "unreadable";
+        case Health::Interrupted: return "interrupted";
+        case Health::Unwritten: return "unwritten";
+    }
+    return "";
+}
+
+std::string FileLine(const std::string& file, const JobResult& result) {
+    Json line = Line("file", file);
+    line["status"] = NameOf(result.health);
+    if (!result.trouble.empty()) {
+        line["reason"] = result.trouble;
+    }
+    line["pictures"] = result.tally.pictures;
+    line["seconds"] = PrintedSeconds(result.tally.length);
+    line["analysed"] = result.tally.analysed;
+    line["events"] = result.tally.events;
+    return Dumped(line);
+}
+
+ExitCode CodeOf(const JobResult& result) {
+    if (result.health != Health::Whole) {
+        return result.code == exitComplete ? exitFailed : result.code;
+    }
+    return result.tally.events > 0 ? exitComplete : exitNothing;
+}
+
+std::string ResultText(const JobResult& result) {
+    if (result.tally.elapsed == 0) {
+        return result.trouble;                             // it was not even opened
+    }
+    return (result.trouble.empty() ? "" : result.trouble + "; ") + TallyText(result.tally);
 }
 
 std::string TallyText(const Tally& tally) {
@@ -69,6 +120,18 @@ std::string TallyText(const Tally& tally) {
         text += Text(" (%d too short)", tally.dropped);
     }
     return text + Text("; took %.1f s, %.1f x real time", tally.elapsed, SpeedOf(tally));
+}
+
+std::string SumText(const Tally& tally, Ticks recalled) {
+    const double speed = tally.elapsed > 0 ? ToSeconds(tally.length - recalled) / tally.elapsed : 0;
+    return Text("%d event%s in %.1f s of video; took %.1f s, %.1f x real time", tally.events, tally.events == 1 ? "" : "s",
+                ToSeconds(tally.length), tally.elapsed, speed);
+}
+
+void PrintLastLine(const std::string& subject, const std::string& text) {
+    std::string line = "mdscan: " + (subject.empty() ? text : subject + ": " + text);
+    std::replace_if(line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
+    std::fprintf(stderr, "%s\n", line.c_str());
 }
 
 std::string DamageText(const Damage& damage) {

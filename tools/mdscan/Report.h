@@ -1,4 +1,5 @@
-// How are results printed?  JSON lines for machines, a line of progress and a last line for people; called by main.
+// How are results printed?  JSON lines for machines, a line of progress and a last line for people; called by main, Job and
+// Batch.
 #pragma once
 
 #include <cstdint>
@@ -6,15 +7,16 @@
 
 #include "Decoder.h"
 #include "Events.h"
+#include "Failure.h"
 #include "ZoneMask.h"
 
 namespace Scan {
 
 inline constexpr std::size_t mostBoxesPerEvent = 8;
 
-// One line each, without its end.
-std::string EventLine(int number, const Event& event);
-std::string FrameLine(std::int64_t pictureNumber, const Findings& frame);
+// One line each, without its end. file: the video's name; empty: the line does not name one.
+std::string EventLine(const std::string& file, int number, const Event& event);
+std::string FrameLine(const std::string& file, std::int64_t pictureNumber, const Findings& frame);
 
 // What a scan amounts to.
 struct Tally {
@@ -27,8 +29,43 @@ struct Tally {
     PictureGrid grid = {};         // of the last picture analysed
 };
 
+enum class Health {
+    Whole,             // scanned from start to end
+    Damaged,           // scanned as far as it goes
+    Unreadable,        // not scanned at all
+    Interrupted,       // scanned until the user had enough
+    Unwritten          // a result could not be written
+};
+
+// How the scan of one input ended.
+struct JobResult {
+    Health health = Health::Whole;
+    ExitCode code = exitComplete;  // when a failure named one
+    std::string trouble = "";      // one line; empty where Whole
+    Tally tally = {};
+};
+
+// "complete", "damaged", "unreadable", "interrupted"; what a file's line calls it.
+const char* NameOf(Health health);
+
+// The line that follows those of one input, where there are several.
+std::string FileLine(const std::string& file, const JobResult& result);
+
+// Exit code for a scan of this one input.
+ExitCode CodeOf(const JobResult& result);
+
+// What is said of an input in the end: what went wrong, what was read.
+std::string ResultText(const JobResult& result);
+
 // "795 pictures (79.4 s) ...": the last line's common part.
 std::string TallyText(const Tally& tally);
+
+// "31 events in 345.0 s of video; took ...": of many inputs. recalled: ticks of the length that were not scanned just now.
+std::string SumText(const Tally& tally, Ticks recalled);
+
+// One line on standard error: "mdscan: subject: text", without the subject where it is empty. A path may hold anything; the
+// line is one line.
+void PrintLastLine(const std::string& subject, const std::string& text);
 
 // "damaged near 12.4 s: ...", one line.
 std::string DamageText(const Damage& damage);

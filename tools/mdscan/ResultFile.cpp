@@ -14,18 +14,22 @@
 
 namespace Scan {
 
-ResultFile::ResultFile(std::string path, const std::string& input) : _path(std::move(path)) {
+ResultFile::ResultFile(std::string path, const std::string& input) : ResultFile(std::move(path), std::vector{input}) {}
+
+ResultFile::ResultFile(std::string path, const std::vector<std::string>& inputs) : _path(std::move(path)) {
     namespace fs = std::filesystem;
     std::error_code ignored;
     if (fs::exists(_path, ignored) && !fs::is_regular_file(_path, ignored)) {
-        throw Failure(exitUsage, "cannot write " + _path + ": is not a plain file");
+        throw OutputFailure(exitUsage, "cannot write " + _path + ": is not a plain file");
     }
-    if (fs::equivalent(_path, input, ignored)) {
-        throw Failure(exitUsage, "cannot write " + _path + ": is the input");
+    for (const std::string& input : inputs) {
+        if (fs::equivalent(_path, input, ignored)) {
+            throw OutputFailure(exitUsage, "cannot write " + _path + ": is the input");
+        }
     }
     _passing = _path + "." + std::to_string(getpid()) + ".part";
     if (!std::ofstream(_passing, std::ios::binary)) {
-        throw Failure(exitFailed, "cannot write " + _path + ": " + std::strerror(errno));
+        throw OutputFailure(exitFailed, "cannot write " + _path + ": " + std::strerror(errno));
     }
 }
 
@@ -36,7 +40,7 @@ ResultFile::~ResultFile() {
 
 void ResultFile::Keep() {
     if (std::rename(_passing.c_str(), _path.c_str()) != 0) {
-        throw Failure(exitFailed, "cannot write " + _path + ": " + std::strerror(errno));
+        throw OutputFailure(exitFailed, "cannot write " + _path + ": " + std::strerror(errno));
     }
 }
 

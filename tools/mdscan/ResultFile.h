@@ -1,16 +1,18 @@
 // Where does a result go while it is written?  Beside its place, under a passing name; the real name stands for a whole file.
-// Overlay and main own one per file that the user asked for.
+// Overlay, Job and main own one per file that the user asked for.
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace Scan {
 
 class ResultFile {
 public:
     // Makes the file under its passing name, so that an impossible place is known before the scan.
-    // Throws Failure when that fails, when the place holds something that is not a plain file, or the input itself.
+    // Throws Failure when that fails, when the place holds something that is not a plain file, or an input.
     ResultFile(std::string path, const std::string& input);
+    ResultFile(std::string path, const std::vector<std::string>& inputs);
 
     // Without Keep before: leaves nothing behind.
     ~ResultFile();

@@ -17,7 +17,7 @@ Parsed Parse(const std::vector<std::string>& arguments) {
 TEST(Options, TheInputAloneIsEnough) {
     const Parsed parsed = Parse({"clip.mp4"});
     ASSERT_TRUE(parsed.options);
-    EXPECT_EQ(parsed.options->input, "clip.mp4");
+    EXPECT_EQ(parsed.options->inputs, std::vector<std::string>{"clip.mp4"});
     EXPECT_EQ(parsed.options->rate, 6);
     EXPECT_EQ(parsed.options->blockSize, 0);
     EXPECT_FALSE(parsed.options->shadows);
@@ -30,10 +30,11 @@ TEST(Options, TheInputAloneIsEnough) {
 TEST(Options, EveryOptionReachesItsField) {
     const Parsed parsed = Parse({"--rate", "0", "--block", "7", "--shadows", "--min-size", "0.125", "--merge-gap", "3.5",
                                  "--min-duration", "0.25", "--zone", "0.1,0.2,0.3,0.4", "--zone=0,0,1,1", "--frames",
-                                 "--background", "b.png", "--overlay", "o.mp4", "clip.mp4"});
+                                 "--background", "b.png", "--overlay", "o.mp4", "-o", "out.jsonl", "--resume", "state", "-j", "3",
+                                 "clip.mp4", "-"});
     ASSERT_TRUE(parsed.options) << parsed.text;
     const Options& options = *parsed.options;
-    EXPECT_EQ(options.input, "clip.mp4");
+    EXPECT_EQ(options.inputs, (std::vector<std::string>{"clip.mp4", "-"}));
     EXPECT_EQ(options.rate, 0);
     EXPECT_EQ(options.blockSize, 7);
     EXPECT_TRUE(options.shadows);
@@ -43,6 +44,9 @@ TEST(Options, EveryOptionReachesItsField) {
     EXPECT_TRUE(options.frames);
     EXPECT_EQ(options.background, "b.png");
     EXPECT_EQ(options.overlay, "o.mp4");
+    EXPECT_EQ(options.output, "out.jsonl");
+    EXPECT_EQ(options.resume, "state");
+    EXPECT_EQ(options.jobs, 3);
     ASSERT_EQ(options.zones.size(), 2u);
     EXPECT_EQ(options.zones[0].x, 0.1);
     EXPECT_EQ(options.zones[0].y, 0.2);
@@ -54,7 +58,7 @@ TEST(Options, EveryOptionReachesItsField) {
 TEST(Options, AZoneDoesNotSwallowTheInput) {
     const Parsed parsed = Parse({"--zone", "0,0,1,1", "clip.mp4"});
     ASSERT_TRUE(parsed.options) << parsed.text;
-    EXPECT_EQ(parsed.options->input, "clip.mp4");
+    EXPECT_EQ(parsed.options->inputs, std::vector<std::string>{"clip.mp4"});
 }
 
 TEST(Options, AZoneThatEndsAtTheEdgeMayBeRounded) { EXPECT_TRUE(Parse({"clip.mp4", "--zone", "0.7,0.9,0.3,0.1"}).options); }
@@ -64,7 +68,7 @@ TEST(Options, HelpAndVersionAreNoErrors) {
     EXPECT_FALSE(help.options);
     EXPECT_EQ(help.exitCode, 0);
     for (const char* word : {"--rate", "--block", "--shadows", "--min-size", "--merge-gap", "--min-duration", "--zone",
-                             "--frames", "--background", "--overlay", "--version", "Exit codes: 0", "1 input", "2 bad usage"}) {
+                             "--frames", "--background", "--overlay", "--version", "Exit codes: 0", "1 an input", "2 bad usage", "3 no motion"}) {
         EXPECT_NE(help.text.find(word), std::string::npos) << word;
     }
     const Parsed version = Parse({"--version"});
@@ -85,7 +89,7 @@ TEST_P(BadUsage, IsOneLineAndExitCodeTwo) {
 
 using Words = std::vector<std::string>;
 INSTANTIATE_TEST_SUITE_P(Options, BadUsage,
-                         testing::Values(Words{}, Words{"a.mp4", "b.mp4"}, Words{"a.mp4", "--unknown"},
+                         testing::Values(Words{}, Words{"a.mp4", "-j", "-1"}, Words{"a.mp4", "--unknown"},
                                          Words{"a.mp4", "--rate", "-1"}, Words{"a.mp4", "--rate", "fast"},
                                          Words{"a.mp4", "--rate", "nan"}, Words{"a.mp4", "--rate", "inf"},
                                          Words{"a.mp4", "--rate"}, Words{"a.mp4", "--block", "2.5"},

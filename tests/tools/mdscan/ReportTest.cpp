@@ -20,23 +20,45 @@ Event AnEvent(std::size_t objects) {
 }
 
 TEST(Report, AnEventLineHoldsAllFieldsInOrder) {
-    EXPECT_EQ(EventLine(3, AnEvent(1)),
+    EXPECT_EQ(EventLine("", 3, AnEvent(1)),
               R"({"type":"event","event":3,"start":1.235,"end":9.877,"peak":5.0,"frames":17,"blocks":99,)"
               R"("boxes":[{"x":0,"y":2,"w":30,"h":40,"blocks":5}]})");
 }
 
 TEST(Report, AnEventLineHoldsTheFirstBoxesOnly) {
-    const auto line = nlohmann::json::parse(EventLine(1, AnEvent(mostBoxesPerEvent + 3)));
+    const auto line = nlohmann::json::parse(EventLine("", 1, AnEvent(mostBoxesPerEvent + 3)));
     ASSERT_EQ(line["boxes"].size(), mostBoxesPerEvent);
     EXPECT_EQ(line["boxes"][0]["x"], 0);
 }
 
 TEST(Report, AFrameLineHoldsEveryObject) {
     const Findings frame{20'000'000, {{Box{1, 2, 3, 4}, 5}, {Box{6, 7, 8, 9}, 10}}};
-    EXPECT_EQ(FrameLine(51, frame),
+    EXPECT_EQ(FrameLine("", 51, frame),
               R"({"type":"frame","frame":51,"time":2.0,"blocks":15,)"
               R"("objects":[{"x":1,"y":2,"w":3,"h":4,"blocks":5},{"x":6,"y":7,"w":8,"h":9,"blocks":10}]})");
-    EXPECT_EQ(FrameLine(0, {0, {}}), R"({"type":"frame","frame":0,"time":0.0,"blocks":0,"objects":[]})");
+    EXPECT_EQ(FrameLine("", 0, {0, {}}), R"({"type":"frame","frame":0,"time":0.0,"blocks":0,"objects":[]})");
+}
+
+TEST(Report, LinesNameTheirFileWhereThereAreSeveral) {
+    EXPECT_EQ(EventLine("a/b.mp4", 3, AnEvent(1)).rfind(R"({"type":"event","file":"a/b.mp4","event":3,)", 0), 0u);
+    EXPECT_EQ(FrameLine("a/b.mp4", 0, {0, {}}).rfind(R"({"type":"frame","file":"a/b.mp4","frame":0,)", 0), 0u);
+    EXPECT_NO_THROW(EventLine("no \xff text", 1, AnEvent(1)));
+}
+
+TEST(Report, AFileLineTellsHowTheScanEnded) {
+    const Tally tally{.pictures = 12, .analysed = 6, .length = 12'000'000, .elapsed = 1, .events = 2};
+    EXPECT_EQ(FileLine("a.mp4", {.tally = tally}),
+              R"({"type":"file","file":"a.mp4","status":"complete","pictures":12,"seconds":1.2,"analysed":6,"events":2})");
+    EXPECT_EQ(FileLine("a.mp4", {.health = Health::Damaged, .trouble = "why", .tally = tally}),
+              R"({"type":"file","file":"a.mp4","status":"damaged","reason":"why","pictures":12,"seconds":1.2,"analysed":6,)"
+              R"("events":2})");
+}
+
+TEST(Report, TheExitCodeTellsMotionNoneAndFailureApart) {
+    EXPECT_EQ(CodeOf({.tally = {.events = 1}}), exitComplete);
+    EXPECT_EQ(CodeOf({}), exitNothing);
+    EXPECT_EQ(CodeOf({.health = Health::Damaged, .tally = {.events = 1}}), exitFailed);
+    EXPECT_EQ(CodeOf({.health = Health::Unwritten, .code = exitUsage}), exitUsage);
 }
 
 TEST(Report, TheTallyNamesWhatWasDone) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -25,17 +26,21 @@ namespace {
 struct Outputs {
     std::string out;       // path; where standard output goes
     std::string err;       // path
+    std::string in = "";   // path of standard input; empty: the test's own
 };
 
 [[noreturn]] void Become(const std::vector<std::string>& arguments, const Outputs& outputs, long largestFile) {
     const auto redirect = [](const std::string& path, int target) {
-        const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        const int file = open(path.c_str(), target == STDIN_FILENO ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC, 0600);
         if (file < 0 || dup2(file, target) < 0) {
             _exit(126);
         }
     };
     redirect(outputs.out, STDOUT_FILENO);
     redirect(outputs.err, STDERR_FILENO);
+    if (!outputs.in.empty()) {
+        redirect(outputs.in, STDIN_FILENO);
+    }
     if (largestFile > 0) {
         std::signal(SIGXFSZ, SIG_IGN);                               // the write fails instead
         const rlimit limit = {static_cast<rlim_t>(largestFile), static_cast<rlim_t>(largestFile)};
@@ -101,6 +106,42 @@ Outcome Mdscan(const std::vector<std::string>& arguments, const Surroundings& su
     Outcome run = Parsed(code, surroundings.output.empty() ? Content(outputs.out) : "", Content(outputs.err));
     unlink(Scratch("out").c_str());
     unlink(Scratch("err").c_str());
+    return run;
+}
+
+Outcome MdscanSignalled(const std::vector<std::string>& arguments, int signal, int milliseconds) {
+    const Outputs outputs{Scratch("out"), Scratch("err")};
+    const pid_t child = Start(arguments, outputs);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+    siginfo_t over = {};
+    while (std::chrono::steady_clock::now() < end && over.si_pid == 0) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        waitid(P_PID, static_cast<id_t>(child), &over, WEXITED | WNOHANG | WNOWAIT);
+    }
+    kill(child, signal);
+    const int code = CodeOf(child);
+    Outcome run = signal == SIGKILL && code < 0 ? Outcome{code, {}, Content(outputs.err)}     // its last line may be cut
+                                                : Parsed(code, Content(outputs.out), Content(outputs.err));
+    unlink(outputs.out.c_str());
+    unlink(outputs.err.c_str());
+    return run;
+}
+
+Outcome MdscanFed(const std::vector<std::string>& arguments, const std::string& clip) {
+    const std::string pipe = Scratch("feed");
+    mkfifo(pipe.c_str(), 0600);
+    std::thread feeder([&] {
+        std::ofstream feed(pipe, std::ios::binary);
+        const std::string content = Content(clip);
+        feed.write(content.data(), static_cast<std::streamsize>(content.size()));
+    });
+    const Outputs outputs{Scratch("out"), Scratch("err"), pipe};
+    const int code = CodeOf(Start(arguments, outputs));
+    feeder.join();
+    Outcome run = Parsed(code, Content(outputs.out), Content(outputs.err));
+    for (const std::string& path : {outputs.out, outputs.err, pipe}) {
+        unlink(path.c_str());
+    }
     return run;
 }
 

@@ -26,6 +26,12 @@ int ProcessId();
 // A line of standard output that is not JSON fails the test.
 Outcome Mdscan(const std::vector<std::string>& arguments, const Surroundings& surroundings = {});
 
+// Sends the signal after so many milliseconds, unless the program has ended by then.
+Outcome MdscanSignalled(const std::vector<std::string>& arguments, int signal, int milliseconds);
+
+// With a file as standard input.
+Outcome MdscanFed(const std::vector<std::string>& arguments, const std::string& clip);
+
 // Feeds the clip through a pipe made for it, interrupts the program once it has printed `lines` lines, then feeds the rest.
 Outcome MdscanInterrupted(std::vector<std::string> arguments, const std::string& clip, const std::string& pipe, int lines);
 

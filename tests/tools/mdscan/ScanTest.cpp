@@ -36,9 +36,28 @@ TEST_F(ScanTest, FindsTheSquareAndNothingElse) {
 
 TEST_F(ScanTest, AStillSceneHasNoEvents) {
     const Outcome run = Mdscan({RawClip({.from = 0, .until = 0})});
-    EXPECT_EQ(run.code, 0) << run.err;
+    EXPECT_EQ(run.code, 3) << run.err;
     EXPECT_TRUE(run.lines.empty());
     EXPECT_EQ(run.ErrorLines(), 1);
+}
+
+TEST_F(ScanTest, APipeIsAnInput) {
+    const SquareScene scene;
+    const Outcome run = MdscanFed({"-"}, RawClip(scene));
+    EXPECT_EQ(run.code, 0) << run.err;
+    ASSERT_EQ(run.lines.size(), 1u);
+    ExpectTheSquare(run.lines[0], scene);
+}
+
+TEST_F(ScanTest, AnOutputFileHoldsTheLines) {
+    const SquareScene scene;
+    const std::string clip = RawClip(scene);
+    const Outcome run = Mdscan({"-o", In("events.jsonl"), clip});
+    EXPECT_EQ(run.code, 0) << run.err;
+    EXPECT_TRUE(run.lines.empty());
+    ExpectTheSquare(json::parse(Read("events.jsonl")), scene);
+    EXPECT_EQ(FilesInFolder(), (std::vector<std::string>{"clip.y4m", "events.jsonl"}));
+    EXPECT_EQ(Mdscan({"-o", clip, clip}).code, 2) << "an output never replaces the input";
 }
 
 TEST_F(ScanTest, FramesAreListedOnRequest) {

@@ -47,8 +47,9 @@ FramePointer Draw(const SquareScene& scene, int number) {
                     frame->data[0] + std::ptrdiff_t{y} * frame->linesize[0]);
     }
     for (int plane = 1; plane < 3; ++plane) {
-        for (int y = 0; y < scene.height / 2; ++y) {
-            std::fill_n(frame->data[plane] + std::ptrdiff_t{y} * frame->linesize[plane], scene.width / 2, std::uint8_t{128});
+        for (int y = 0; y < (scene.height + 1) / 2; ++y) {
+            std::fill_n(frame->data[plane] + std::ptrdiff_t{y} * frame->linesize[plane], (scene.width + 1) / 2,
+                        std::uint8_t{128});
         }
     }
     return frame;

@@ -15,8 +15,8 @@ namespace Scan {
 // A still, slightly noisy picture; a bright square crosses its middle from left to right between `from` and `until`.
 // Deterministic: equal scenes are equal in every byte.
 struct SquareScene {
-    int width = 320;             // pixels, even
-    int height = 240;            // pixels, even
+    int width = 320;             // pixels; even for raw clips
+    int height = 240;            // pixels
     int framesPerSecond = 10;
     double seconds = 20;
     double from = 9;             // seconds; from == until: nothing moves

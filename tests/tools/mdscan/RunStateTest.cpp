@@ -1,0 +1,128 @@
+// Is a finished input known again, an unfinished or changed one not, and nobody else's file touched?
+#include "RunState.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include <unistd.h>
+
+#include "Failure.h"
+
+namespace Scan {
+namespace {
+
+namespace fs = std::filesystem;
+
+class RunStateTest : public testing::Test {
+protected:
+    void SetUp() override {
+        fs::create_directories(_folder);
+        Write("one", "1");
+        Write("two\xff%", "2");
+    }
+    void TearDown() override { fs::remove_all(_folder); }
+
+    std::string In(const std::string& name) const { return (_folder / name).string(); }
+    void Write(const std::string& name, const std::string& text) const { std::ofstream(In(name), std::ios::binary) << text; }
+    std::string Read(const std::string& name) const {
+        std::ifstream file(In(name), std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    // Records both inputs.
+    void Fill() const {
+        RunState state(In("state"), "run");
+        for (const char* name : {"one", "two\xff%"}) {
+            FinishedInput finished;
+            finished.result.trouble = name[0] == 'o' ? "one" : "two";
+            finished.lines = {"line 1", "line 2"};
+            state.Add(In(name), IdentityOf(In(name)), finished);
+        }
+    }
+
+    ExitCode Refusal(const std::string& run = "run") const {
+        try {
+            RunState state(In("state"), run);
+        } catch (const Failure& failure) {
+            return failure.Code();
+        }
+        return exitComplete;
+    }
+
+    const fs::path _folder = fs::path(testing::TempDir()) / ("RunStateTest." + std::to_string(getpid()));
+};
+
+TEST_F(RunStateTest, WhatIsFinishedIsKnownToTheNextRun) {
+    Fill();
+    const RunState state(In("state"), "run");
+    const auto one = state.Find(In("one"));
+    ASSERT_TRUE(one);
+    EXPECT_EQ(one->result.trouble, "one");
+    EXPECT_EQ(one->lines, (std::vector<std::string>{"line 1", "line 2"}));
+    ASSERT_TRUE(state.Find(In("two\xff%"))) << "names may hold any bytes";
+    EXPECT_FALSE(state.Find(In("three")));
+}
+
+TEST_F(RunStateTest, AChangedFileIsNotKnown) {
+    Fill();
+    Write("one", "longer");
+    const RunState state(In("state"), "run");
+    EXPECT_FALSE(state.Find(In("one")));
+    EXPECT_TRUE(state.Find(In("two\xff%")));
+}
+
+TEST_F(RunStateTest, WhereverItIsCutItKnowsTheWholeLines) {
+    Fill();
+    const std::string whole = Read("state");
+    const std::size_t header = whole.find('\n') + 1, first = whole.find('\n', header) + 1;
+    for (std::size_t size = 0; size <= whole.size(); size += size + 5 < whole.size() ? 5 : 1) {
+        Write("state", whole.substr(0, size));
+        RunState state(In("state"), "run");
+        ASSERT_EQ(state.Find(In("one")).has_value(), size >= first) << size;
+        ASSERT_EQ(state.Find(In("two\xff%")).has_value(), size == whole.size()) << size;
+        state.Add(In("two\xff%"), IdentityOf(In("two\xff%")), {});
+        state.Leave();
+        ASSERT_TRUE(RunState(In("state"), "run").Find(In("two\xff%"))) << "what follows a cut must be whole: " << size;
+    }
+}
+
+TEST_F(RunStateTest, AnotherRunsStateIsRefused) {
+    Fill();
+    const std::string before = Read("state");
+    EXPECT_EQ(Refusal("other"), exitUsage);
+    EXPECT_EQ(Read("state"), before);
+}
+
+TEST_F(RunStateTest, WhatIsNoStateIsRefusedAndLeftAlone) {
+    for (const char* content : {"no state", "no state\n", "{}\n", "\n", "[1]\n"}) {
+        Write("state", content);
+        EXPECT_EQ(Refusal(), exitUsage) << content;
+        EXPECT_EQ(Read("state"), content);
+    }
+    fs::remove(In("state"));
+    fs::create_directory(In("state"));
+    EXPECT_EQ(Refusal(), exitUsage);
+}
+
+TEST_F(RunStateTest, ADamagedLineIsNamed) {
+    Fill();
+    Write("state", Read("state") + "{}\n");
+    try {
+        RunState state(In("state"), "run");
+        FAIL() << "accepted";
+    } catch (const Failure& failure) {
+        EXPECT_NE(std::string(failure.what()).find("line 4 is damaged"), std::string::npos) << failure.what();
+    }
+}
+
+TEST_F(RunStateTest, AStateInUseIsRefused) {
+    const RunState state(In("state"), "run");
+    EXPECT_EQ(Refusal(), exitFailed);
+}
+
+}  // namespace
+}  // namespace Scan

@@ -1,0 +1,197 @@
+// How is a run with many inputs conducted?  Called by main through Batch.h.
+#include "Batch.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <utility>
+
+#include <poll.h>
+
+#include "Failure.h"
+#include "Interruption.h"
+
+namespace Scan {
+
+namespace {
+
+constexpr int pollInterval = 250;              // milliseconds; how late an interruption may be noticed
+
+std::string Count(std::size_t count, const char* what) {
+    return std::to_string(count) + " " + what;
+}
+
+}  // namespace
+
+Batch::Batch(const Options& options, const InputList& list, ResultLines& lines, RunState* state, Progress& progress)
+    : _options(options), _passedOver(list.passedOver), _lines(lines), _state(state), _progress(progress),
+      _jobs(static_cast<std::size_t>(options.jobs)) {
+    for (const Input& input : list.inputs) {
+        Item item;
+        item.input = input;
+        item.weight = static_cast<double>(std::max<std::int64_t>(1, IdentityOf(input.path).size));
+        _items.push_back(std::move(item));
+    }
+}
+
+int Batch::Run() {
+    Recall();
+    PrintInOrder();
+    while (_head < _items.size()) {
+        if (Interrupted() && !std::exchange(_leaving, true)) {
+            for (const Item& item : _items) {
+                if (item.worker) {
+                    item.worker->Interrupt();
+                }
+            }
+        }
+        Start();
+        if (_running == 0) {
+            break;                             // interrupted
+        }
+        Listen();
+        PrintInOrder();
+        ShowProgress();
+    }
+    return Conclude();
+}
+
+// What is known without a scan.
+void Batch::Recall() {
+    for (Item& item : _items) {
+        if (!item.input.trouble.empty()) {
+            item.result = JobResult{.health = Health::Unreadable, .code = exitFailed, .trouble = item.input.trouble, .tally = {}};
+        } else if (std::optional<FinishedInput> finished = _state ? _state->Find(item.input.path) : std::nullopt) {
+            item.result = std::move(finished->result);
+            item.lines = std::move(finished->lines);
+            ++_recalled;
+            _recalledLength += item.result->tally.length;
+        }
+    }
+}
+
+void Batch::Start() {
+    for (; !_leaving && _running < _jobs && _next < _items.size(); ++_next) {
+        Item& item = _items[_next];
+        if (!item.result) {
+            item.identity = IdentityOf(item.input.path);
+            item.worker = std::make_unique<Worker>(_options, item.input.path, _state);
+            ++_running;
+        }
+    }
+}
+
+void Batch::Listen() {
+    std::vector<pollfd> pipes;
+    std::vector<Item*> speakers;
+    for (std::size_t i = _head; i < _next; ++i) {
+        if (_items[i].worker) {
+            pipes.push_back({_items[i].worker->Pipe(), POLLIN, 0});
+            speakers.push_back(&_items[i]);
+        }
+    }
+    if (poll(pipes.data(), pipes.size(), pollInterval) <= 0) {
+        return;
+    }
+    for (std::size_t i = 0; i < pipes.size(); ++i) {
+        if (pipes[i].revents == 0) {
+            continue;
+        }
+        Item& item = *speakers[i];
+        const bool goesOn = item.worker->Read();
+        for (std::string& line : item.worker->TakeLines()) {
+            item.lines.push_back(std::move(line));
+        }
+        if (!goesOn) {
+            const std::unique_ptr<Worker> worker = std::move(item.worker);
+            --_running;
+            const JobResult& result = worker->Result();
+            const bool lasting = result.health != Health::Interrupted && result.health != Health::Unwritten && !worker->WasKilled();
+            if (_state && lasting && item.input.path != "-") {
+                _state->Add(item.input.path, item.identity, {result, item.lines});
+            }
+            Finish(item, result);
+        }
+    }
+}
+
+void Batch::Finish(Item& item, JobResult result) {
+    if (result.health == Health::Unwritten) {
+        throw OutputFailure(result.code, result.trouble);
+    }
+    item.result = std::move(result);
+}
+
+void Batch::PrintInOrder() {
+    for (; _head < _items.size(); ++_head) {
+        Item& item = _items[_head];
+        if (item.printed < item.lines.size() || item.result) {
+            _progress.Clear();                 // both may go to the same terminal
+        }
+        for (; item.printed < item.lines.size(); ++item.printed) {
+            _lines.Print(item.lines[item.printed]);
+        }
+        if (!item.result) {
+            return;
+        }
+        _lines.Print(FileLine(item.input.path, *item.result));
+        item.lines = {};
+        item.printed = 0;
+    }
+}
+
+void Batch::ShowProgress() {
+    double all = 0, done = 0;
+    for (const Item& item : _items) {
+        all += item.weight;
+        done += item.weight * (item.result ? 1 : item.worker ? item.worker->Done() : 0);
+    }
+    _progress.Show(done / all, Sum());
+}
+
+Tally Batch::Sum() const {
+    Tally sum;
+    for (const Item& item : _items) {
+        if (item.result || item.worker) {
+            const Tally& tally = item.result ? item.result->tally : item.worker->SoFar();
+            sum.pictures += tally.pictures;
+            sum.analysed += tally.analysed;
+            sum.length += tally.length;
+            sum.events += tally.events;
+            sum.dropped += tally.dropped;
+        }
+    }
+    sum.elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - _begin).count();
+    return sum;
+}
+
+// Names what went wrong, sums up, chooses the exit code.
+int Batch::Conclude() {
+    _progress.Clear();
+    std::size_t finished = 0, moving = 0, failed = 0;
+    for (const Item& item : _items) {
+        if (!item.result) {
+            continue;
+        }
+        ++finished;
+        moving += item.result->tally.events > 0 ? 1 : 0;
+        if (item.result->health != Health::Whole) {
+            ++failed;
+            PrintLastLine(item.input.path, ResultText(*item.result));
+        }
+    }
+    const bool cut = finished < _items.size();
+    const Tally sum = Sum();
+    std::string text = Count(_items.size(), _items.size() == 1 ? "input" : "inputs");
+    text += cut ? ", interrupted after " + std::to_string(finished) : "";
+    text += ": " + Count(moving, "with motion") + ", " + Count(failed, "failed");
+    text += _recalled > 0 ? ", " + Count(static_cast<std::size_t>(_recalled), "known from before") : "";
+    text += _passedOver > 0 ? "; " + Count(static_cast<std::size_t>(_passedOver), "other files passed over") : "";
+    PrintLastLine("", text + "; " + SumText(sum, _recalledLength));
+    if (failed > 0 || cut) {
+        return exitFailed;
+    }
+    return moving > 0 ? exitComplete : exitNothing;
+}
+
+}  // namespace Scan

@@ -1,0 +1,65 @@
+// How are many inputs scanned in one run?  A few at a time, results in the order of the inputs, whatever is broken named in
+// the end; main makes one when the user names several inputs or wants to resume.
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Inputs.h"
+#include "Options.h"
+#include "Report.h"
+#include "ResultLines.h"
+#include "RunState.h"
+#include "Worker.h"
+
+namespace Scan {
+
+class Batch {
+public:
+    // state: null, or what was finished before. All must outlive the batch.
+    Batch(const Options& options, const InputList& list, ResultLines& lines, RunState* state, Progress& progress);
+
+    // Returns the exit code; everything has been said by then. Throws OutputFailure when a result cannot be written.
+    int Run();
+
+private:
+    // One input on its way from the list to the results.
+    struct Item {
+        Input input;
+        double weight = 1;                     // share of the work, in bytes
+        Identity identity = {};                // when its scan began
+        std::unique_ptr<Worker> worker;        // while it is scanned
+        std::optional<JobResult> result;
+        std::vector<std::string> lines;        // of its results
+        std::size_t printed = 0;               // of them
+    };
+
+    void Recall();
+    void Start();
+    void Listen();
+    void Finish(Item& item, JobResult result);
+    void PrintInOrder();
+    void ShowProgress();
+    Tally Sum() const;
+    int Conclude();
+
+    const Options& _options;
+    const int _passedOver;
+    ResultLines& _lines;
+    RunState* _state;
+    Progress& _progress;
+    const std::chrono::steady_clock::time_point _begin = std::chrono::steady_clock::now();
+    std::vector<Item> _items;
+    std::size_t _next = 0;                     // item to start
+    std::size_t _head = 0;                     // item whose lines are printed as they come
+    std::size_t _jobs;                         // at a time
+    std::size_t _running = 0;
+    int _recalled = 0;                         // items that an earlier run had finished
+    Ticks _recalledLength = 0;                 // of their videos
+    bool _leaving = false;                     // interrupted, children have been told
+};
+
+}  // namespace Scan

@@ -1,0 +1,138 @@
+// How does one video become results?  Called by main and Worker through Job.h.
+#include "Job.h"
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+#include "Interruption.h"
+#include "PngFile.h"
+
+namespace Scan {
+
+namespace {
+
+// Analysed frames further apart than this many periods have a hole between them: no event reaches across.
+constexpr int periodsWithoutFrame = 10;
+
+JobResult ResultOf(const Failure& failure, Health health) {
+    const bool unwritten = dynamic_cast<const OutputFailure*>(&failure) != nullptr;
+    return {.health = unwritten ? Health::Unwritten : health, .code = failure.Code(), .trouble = failure.what(), .tally = {}};
+}
+
+}  // namespace
+
+Job::Job(const Options& options, const std::string& input, const std::string& name, JobListener& listener)
+    : _options(options),
+      _name(name),
+      _listener(listener),
+      _decoder(input, options.decoderThreads),
+      _cadence(options.rate, _decoder.NominalInterval()),
+      _rules{.framesPerSecond = 1 / ToSeconds(_decoder.NominalInterval()), .shadows = options.shadows,
+             .minSize = options.minSize, .zones = options.zones},
+      _events({.mergeGap = FromSeconds(options.mergeGap), .minDuration = FromSeconds(options.minDuration),
+               .longestGap = std::max(FromSeconds(options.mergeGap), periodsWithoutFrame * _cadence.Period())}) {
+    if (!options.background.empty()) {
+        _background.emplace(options.background, input);
+    }
+    if (!options.overlay.empty()) {
+        _overlay.emplace(options.overlay, input, _decoder.NominalInterval(), _decoder.SampleAspect());
+    }
+}
+
+JobResult Job::Run() {
+    JobResult result;
+    const auto attempt = [&](const auto& step) {
+        try {
+            step();
+        } catch (const Failure& failure) {
+            result = result.health == Health::Whole ? ResultOf(failure, Health::Damaged) : result;
+        }
+    };
+    attempt([&] { Scan(); });
+    attempt([&] { PrintEvent(_events.Close()); });         // what was found before a failure counts
+    if (result.health == Health::Whole) {
+        attempt([&] { CompleteFiles(); });                 // those of a damaged video are complete as far as it goes
+    }
+    if (result.health == Health::Whole && Interrupted()) {
+        result.health = Health::Interrupted;
+        result.trouble = "interrupted";
+    } else if (result.health == Health::Whole && _decoder.Found().count > 0) {
+        result.health = _decoder.Pictures() > 0 ? Health::Damaged : Health::Unreadable;
+        result.trouble = DamageText(_decoder.Found());
+    }
+    result.tally = Sum();
+    return result;
+}
+
+void Job::Scan() {
+    while (!Interrupted() && _decoder.Next()) {
+        const AVFrame& frame = _decoder.Frame();
+        if (_cadence.Takes(_decoder.Time())) {
+            Analyse(frame, _decoder.Time());
+        }
+        if (_overlay) {
+            _overlay->Write(frame, _decoder.Time(), _objects);
+        }
+        _listener.OnPicture(_decoder.Progress(), Sum());
+    }
+}
+
+void Job::Analyse(const AVFrame& frame, Ticks time) {
+    _picture.Take(frame);
+    const Host::PictureFormat& format = _picture.Format();
+    if (!_watcher || _watcher->Grid().pictureWidth != format.width || _watcher->Grid().pictureHeight != format.height ||
+        _layout != format.format) {
+        PrintEvent(_events.Close());                       // the new pictures cannot be compared with the old ones
+        _layout = format.format;
+        _watcher.emplace(format, GridOf(format.width, format.height, _options.blockSize), _rules);
+    }
+    Findings findings = _watcher->Watch(_picture.View(), time);
+    ++_analysed;
+    if (_options.frames) {
+        _listener.OnLine(FrameLine(_name, _decoder.Pictures() - 1, findings));
+    }
+    PrintEvent(_events.Add(findings));
+    _objects = std::move(findings.objects);
+}
+
+void Job::PrintEvent(const std::optional<Event>& event) {
+    if (event) {
+        _listener.OnLine(EventLine(_name, ++_printed, *event));
+    }
+}
+
+void Job::CompleteFiles() {
+    if (_overlay) {
+        _overlay->Finish();
+    }
+    if (_background && _watcher) {
+        const PictureGrid& grid = _watcher->Grid();
+        WritePng(Enlarged(_watcher->Background(), grid.blockSize, grid.pictureWidth, grid.pictureHeight), *_background);
+        _background->Keep();
+    }
+}
+
+Tally Job::Sum() const {
+    Tally tally;
+    tally.pictures = _decoder.Pictures();
+    tally.analysed = _analysed;
+    tally.length = tally.pictures > 0 ? _decoder.Time() + _decoder.NominalInterval() : 0;
+    tally.elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - _begin).count();
+    tally.events = _events.Count();
+    tally.dropped = _events.Dropped();
+    tally.grid = _watcher ? _watcher->Grid() : PictureGrid{};
+    return tally;
+}
+
+JobResult RunJob(const Options& options, const std::string& input, const std::string& name, JobListener& listener) {
+    try {
+        return Job(options, input, name, listener).Run();
+    } catch (const Failure& failure) {
+        return ResultOf(failure, Health::Unreadable);
+    } catch (const std::exception& error) {                // no memory
+        return {.health = Health::Unreadable, .code = exitFailed, .trouble = error.what(), .tally = {}};
+    }
+}
+
+}  // namespace Scan

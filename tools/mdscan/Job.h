@@ -1,0 +1,69 @@
+// What moves in this one video?  Opens it, shows its pictures to the detector, tells a listener what was found. main runs
+// one for a single input, Worker one per input in a process of its own.
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Cadence.h"
+#include "Decoder.h"
+#include "Events.h"
+#include "Failure.h"
+#include "Options.h"
+#include "Overlay.h"
+#include "PlainPicture.h"
+#include "Report.h"
+#include "ResultFile.h"
+#include "Watcher.h"
+
+namespace Scan {
+
+class JobListener {
+public:
+    virtual ~JobListener() = default;
+    // One line of results, without its end. May throw Failure, which ends the job.
+    virtual void OnLine(const std::string& line) = 0;
+    // Once per picture. done: 0 to 1.
+    virtual void OnPicture(double done, const Tally& tally) = 0;
+};
+
+class Job {
+public:
+    // options and listener must outlive the job. name: what result lines call the input; empty: nothing.
+    // Throws Failure when there is nothing to scan or no place for a result.
+    Job(const Options& options, const std::string& input, const std::string& name, JobListener& listener);
+
+    // Does not throw Failure; what went wrong is in the result.
+    JobResult Run();
+
+private:
+    void Scan();
+    void Analyse(const AVFrame& frame, Ticks time);
+    void PrintEvent(const std::optional<Event>& event);
+    void CompleteFiles();
+    Tally Sum() const;
+
+    const Options& _options;
+    const std::string _name;
+    JobListener& _listener;
+    const std::chrono::steady_clock::time_point _begin = std::chrono::steady_clock::now();
+    Decoder _decoder;
+    Cadence _cadence;
+    const WatchRules _rules;
+    EventLog _events;
+    PlainPicture _picture;
+    std::optional<Watcher> _watcher;
+    Host::PixelFormat _layout = {};            // of the pictures that the watcher was made for
+    std::vector<MovingObject> _objects;        // of the newest analysed frame
+    std::int64_t _analysed = 0;                // frames
+    int _printed = 0;                          // events
+    std::optional<ResultFile> _background;
+    std::optional<Overlay> _overlay;
+};
+
+// Makes a job and runs it. An input that cannot be opened is a result, too.
+JobResult RunJob(const Options& options, const std::string& input, const std::string& name, JobListener& listener);
+
+}  // namespace Scan

@@ -1,0 +1,48 @@
+// Which fields does a travelling result have?  Called by Worker and RunState through PackedResult.h.
+#include "PackedResult.h"
+
+#include <stdexcept>
+
+#include <nlohmann/json.hpp>
+
+namespace Scan {
+
+using Json = nlohmann::ordered_json;
+
+std::string Packed(const JobResult& result) {
+    const Tally& tally = result.tally;
+    const PictureGrid& grid = tally.grid;
+    const Json packed = {{"health", static_cast<int>(result.health)},
+                         {"code", static_cast<int>(result.code)},
+                         {"trouble", result.trouble},
+                         {"pictures", tally.pictures},
+                         {"analysed", tally.analysed},
+                         {"length", tally.length},
+                         {"elapsed", tally.elapsed},
+                         {"events", tally.events},
+                         {"dropped", tally.dropped},
+                         {"grid", {grid.pictureWidth, grid.pictureHeight, grid.blockSize, grid.columns, grid.rows}}};
+    return packed.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+JobResult Unpacked(const std::string& text) {
+    const Json packed = Json::parse(text);
+    const auto number = [&](const char* name) { return packed.at(name).get<int>(); };
+    const auto side = [&](std::size_t index) { return packed.at("grid").at(index).get<int>(); };
+    const int health = number("health");
+    if (health < 0 || health > static_cast<int>(Health::Unwritten)) {
+        throw std::out_of_range("health");
+    }
+    return {.health = static_cast<Health>(health),
+            .code = static_cast<ExitCode>(number("code")),
+            .trouble = packed.at("trouble").get<std::string>(),
+            .tally = {.pictures = packed.at("pictures").get<std::int64_t>(),
+                      .analysed = packed.at("analysed").get<std::int64_t>(),
+                      .length = packed.at("length").get<Ticks>(),
+                      .elapsed = packed.at("elapsed").get<double>(),
+                      .events = number("events"),
+                      .dropped = number("dropped"),
+                      .grid = {side(0), side(1), side(2), side(3), side(4)}}};
+}
+
+}  // namespace Scan

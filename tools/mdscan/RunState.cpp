@@ -1,0 +1,176 @@
+// How is a state file read, trusted and extended?  Called by main, Batch and Worker through RunState.h.
+#include "RunState.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <exception>
+#include <thread>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <nlohmann/json.hpp>
+
+#include "Failure.h"
+#include "PackedResult.h"
+
+namespace Scan {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr int stateVersion = 1;
+
+// A path may hold any bytes, JSON holds text: every byte above ASCII becomes %XX, and so does the sign itself.
+std::string KeyOf(const std::string& path) {
+    constexpr const char* digits = "0123456789ABCDEF";
+    std::string key;
+    for (const char c : path) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte >= 0x80 || c == '%') {
+            key += {'%', digits[byte >> 4], digits[byte & 15]};
+        } else {
+            key += c;
+        }
+    }
+    return key;
+}
+
+std::string HeaderLine(const std::string& run) {
+    return Json{{"mdscan-state", stateVersion}, {"run", run}}.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+// A run that has just been killed holds its lock a moment longer.
+bool Lock(int file) {
+    for (int attempt = 0; attempt < 20; ++attempt) {
+        if (flock(file, LOCK_EX | LOCK_NB) == 0) {
+            return true;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
+    return false;
+}
+
+std::string ContentOf(int file) {
+    std::string content;
+    std::string part(1 << 16, '\0');
+    for (ssize_t got = 0; (got = read(file, part.data(), part.size())) > 0;) {
+        content.append(part, 0, static_cast<std::size_t>(got));
+    }
+    return content;
+}
+
+}  // namespace
+
+Identity IdentityOf(const std::string& path) {
+    struct stat status = {};
+    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return {};
+    }
+    return {status.st_size, std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec};
+}
+
+RunState::RunState(const std::string& path, const std::string& run) : _path(path) {
+    struct stat status = {};
+    if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+        throw Failure(exitUsage, "cannot resume from " + path + ": is not a plain file");
+    }
+    _file = open(path.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+    if (_file < 0) {
+        throw Failure(exitFailed, "cannot open " + path + ": " + std::strerror(errno));
+    }
+    try {
+        if (!Lock(_file)) {
+            throw Failure(exitFailed, "cannot resume from " + path + ": another run is using it");
+        }
+        Load(ContentOf(_file), run);
+    } catch (...) {
+        close(_file);
+        throw;
+    }
+}
+
+RunState::~RunState() {
+    Leave();
+}
+
+void RunState::Leave() {
+    if (_file >= 0) {
+        close(std::exchange(_file, -1));
+    }
+}
+
+void RunState::Load(const std::string& content, const std::string& run) {
+    const std::string header = HeaderLine(run);
+    const std::size_t whole = content.find_last_of('\n') + 1;      // nothing: 0
+    if (whole == 0 && header.starts_with(content)) {               // new, or killed at once
+        if (ftruncate(_file, 0) != 0) {
+            throw OutputFailure(exitFailed, "cannot write " + _path + ": " + std::strerror(errno));
+        }
+        Append(header);
+        return;
+    }
+    int number = 0;
+    for (std::size_t begin = 0; begin < whole;) {
+        const std::size_t end = content.find('\n', begin);
+        const std::string line = content.substr(begin, end - begin);
+        begin = end + 1;
+        ++number;
+        const Json record = Json::parse(line, nullptr, false);
+        if (number == 1) {
+            if (!record.is_object() || !record.contains("mdscan-state")) {
+                throw Failure(exitUsage, "cannot resume from " + _path + ": is not a state of mdscan");
+            }
+            if (line + "\n" != header) {
+                throw Failure(exitUsage, "cannot resume from " + _path + ": was made with other options or another version");
+            }
+            continue;
+        }
+        try {
+            Entry entry{{record.at("size").get<std::int64_t>(), record.at("changed").get<std::int64_t>()},
+                        {Unpacked(record.at("result").get<std::string>()), record.at("lines").get<std::vector<std::string>>()}};
+            _entries.insert_or_assign(record.at("file").get<std::string>(), std::move(entry));
+        } catch (const std::exception&) {
+            throw Failure(exitFailed, "cannot resume from " + _path + ": line " + std::to_string(number) + " is damaged");
+        }
+    }
+    if (number == 0) {
+        throw Failure(exitUsage, "cannot resume from " + _path + ": is not a state of mdscan");
+    }
+    if (whole < content.size() && ftruncate(_file, static_cast<off_t>(whole)) != 0) {
+        throw OutputFailure(exitFailed, "cannot write " + _path + ": " + std::strerror(errno));
+    }
+}
+
+std::optional<FinishedInput> RunState::Find(const std::string& input) const {
+    const auto found = _entries.find(KeyOf(input));
+    return found != _entries.end() && found->second.identity == IdentityOf(input) ? std::optional(found->second.finished)
+                                                                                  : std::nullopt;
+}
+
+void RunState::Add(const std::string& input, const Identity& identity, const FinishedInput& finished) {
+    const Json record = {{"file", KeyOf(input)},
+                         {"size", identity.size},
+                         {"changed", identity.changed},
+                         {"result", Packed(finished.result)},
+                         {"lines", finished.lines}};
+    Append(record.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
+}
+
+void RunState::Append(const std::string& line) {
+    for (std::size_t done = 0; done < line.size();) {
+        const ssize_t written = write(_file, line.data() + done, line.size() - done);
+        if (written < 0 && errno != EINTR) {
+            throw OutputFailure(exitFailed, "cannot write " + _path + ": " + std::strerror(errno));
+        }
+        done += static_cast<std::size_t>(std::max<ssize_t>(written, 0));
+    }
+}
+
+}  // namespace Scan

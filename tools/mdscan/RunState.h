@@ -1,0 +1,65 @@
+// Which inputs were finished by an earlier run, and with what results?  A file that grows by one line per finished input;
+// Batch asks before it scans and tells after.
+//
+// A line is appended by one call. A run that is killed leaves whole lines, or at worst a last one that lacks its end: that one
+// is cut off and its input scanned again.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Report.h"
+
+namespace Scan {
+
+// What a file was like when its scan began; a file that has changed since is scanned again.
+struct Identity {
+    std::int64_t size = -1;        // bytes; -1: there is no such plain file
+    std::int64_t changed = 0;      // nanoseconds since 1970
+
+    friend bool operator==(const Identity&, const Identity&) = default;
+};
+
+Identity IdentityOf(const std::string& path);
+
+struct FinishedInput {
+    JobResult result;
+    std::vector<std::string> lines;        // of its results
+};
+
+class RunState {
+public:
+    // run: what decides the results, apart from the inputs. A state made by another run is refused, so is a file that is no
+    // state and a state in use. Throws Failure.
+    RunState(const std::string& path, const std::string& run);
+    ~RunState();
+    RunState(const RunState&) = delete;
+    RunState& operator=(const RunState&) = delete;
+
+    // Absent: it has to be scanned.
+    std::optional<FinishedInput> Find(const std::string& input) const;
+
+    // Throws OutputFailure.
+    void Add(const std::string& input, const Identity& identity, const FinishedInput& finished);
+
+    // In a child process: lets go of the file, which stays in use by the parent.
+    void Leave();
+
+private:
+    struct Entry {
+        Identity identity;
+        FinishedInput finished;
+    };
+
+    void Load(const std::string& content, const std::string& run);
+    void Append(const std::string& line);
+
+    std::string _path;
+    int _file = -1;                        // descriptor
+    std::map<std::string, Entry> _entries; // by input
+};
+
+}  // namespace Scan
