@@ -1,0 +1,119 @@
+#!/usr/bin/env bash
+# Are the built packages fit for use?  Installs them into a clean system, builds and runs hosts there as an integrator would,
+# scans the sample, removes the packages and looks for what they left behind. Called by package.sh; needs root.
+#
+#     scripts/check-packages.sh <directory>     holds the packages; the clean system stays in <directory>/root for next time
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+work=$(cd "$1" && pwd)
+system=$work/root
+packages=(libcoremd1 libcoremd-dev coremd-tools coremd-doc)
+say() { printf '\n== %s\n' "$*"; }
+fail() {
+    echo "FAILED: $*" >&2
+    exit 1
+}
+((EUID == 0)) || fail "a clean system can only be set up and entered by root"
+
+inside() {
+    env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive \
+        ${http_proxy:+http_proxy="$http_proxy"} ${https_proxy:+https_proxy="$https_proxy"} chroot "$system" "$@"
+}
+quietly() { "$@" >"$work/apt.log" 2>&1 || { cat "$work/apt.log" >&2; fail "$*"; }; }
+
+# The same Debian as here, from where this machine gets its own packages, and compilers. Set up anew if a run broke off.
+if [[ ! -e $work/root.ready ]]; then
+    suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
+    sources=$(apt-get indextargets --format 'deb $(REPO_URI) $(CODENAME) $(COMPONENT)' 'Created-By: Packages' 'Origin: Debian')
+    mirror=$(awk -v suite="$suite" '$3 == suite && $4 == "main" { print $2; exit }' <<<"$sources")
+    [[ -n $mirror ]] || fail "apt's sources on this machine name no mirror of Debian $suite"
+    say "setting up a clean Debian $suite in $system"
+    rm -rf --one-file-system "$system"
+    quietly debootstrap --variant=minbase "$suite" "$system" "$mirror"
+    echo "$sources" >"$system/etc/apt/sources.list"
+    quietly inside apt-get update
+    quietly inside apt-get install -y --no-install-recommends gcc g++ libc6-dev make cmake pkg-config
+else
+    say "using the clean Debian in $system"
+fi
+rm -f "$work/root.ready"
+
+# What the packages depend on comes first, so that everything that differs later is theirs.
+files=()
+for package in "${packages[@]}"; do
+    files+=("$(find "$work" -maxdepth 1 -name "${package}_*.deb")")
+    [[ -n ${files[-1]} ]] || fail "no package $package in $work"
+done
+own=$(IFS='|' && echo "${packages[*]}")
+dependencies=$(for file in "${files[@]}"; do dpkg-deb -f "$file" Pre-Depends Depends | sed 's/^[A-Za-z-]*: //' | tr ',' '\n'; done |
+    sed 's/^ *//' | grep -vE "^($own)( |\$)" | LC_ALL=C sort -u | paste -sd,)
+say "their dependencies: ${dependencies//,/, }"
+quietly inside apt-get satisfy -y --no-install-recommends "$dependencies"
+listing() { # of everything but this script's own folder, with types and where links lead
+    (cd "$system" && find . -path ./test -prune -o -path ./proc -prune -o -path ./sys -prune -o -printf '%p %y %l\n') | LC_ALL=C sort
+}
+mkdir -p "$system/test"
+listing >"$work/before.txt"
+
+say "installing ${packages[*]}"
+cp "${files[@]}" "$root/samples/crossing.mp4" "$system/test"
+cp -r "$root/examples/expected" "$root/tests/install/hosts" "$root"/tests/install/find_package{,_c} "$system/test"
+inside sh -c 'apt-get install -y --no-install-recommends /test/*.deb' >"$work/apt.log" 2>&1 || { cat "$work/apt.log" >&2; fail apt-get; }
+grep "newly installed" "$work/apt.log" | tee /dev/stderr | grep -q "^0 upgraded, ${#packages[@]} newly installed, 0 to remove" ||
+    fail "something else than the packages was installed: their dependencies are not complete"
+
+# Every line that runs inside is printed.
+inside bash -euo pipefail -s "$(sed -n 's/^#define COREMD_VERSION_[A-Z]* *\([0-9]*\)$/\1/p' "$root/include/coreMD.h" | paste -sd.)" <<'INSIDE'
+cd /test
+run() { printf '$ %s\n' "$*" >&2; eval "$@" </dev/null; }
+fail() { echo "FAILED: $*" >&2; exit 1; }
+examples=/usr/share/doc/coremd-doc/examples
+printf '\n== hosts by pkg-config\n'
+[[ $(run 'pkg-config --modversion coreMD') == "$1" ]] || fail "another version than $1"
+run "cc $examples/minimal.c"' $(pkg-config --cflags --libs coreMD) -o minimal_c'
+run './minimal_c | tee minimal_c.txt'
+run "c++ -std=c++20 $examples/minimal.cpp"' $(pkg-config --cflags --libs coreMD) -o minimal_cpp'
+run './minimal_cpp | tee minimal_cpp.txt'
+for example in minimal_c minimal_cpp; do cmp $example.txt expected/$example.txt; done
+
+printf '\n== hosts by CMake\n'
+for project in find_package_c find_package; do
+    run "cmake --no-warn-unused-cli -S $project -B $project/build -DEXAMPLES=$examples -DHOSTS=/test/hosts -DCOREMD_WISH=$1" >/dev/null
+    run "cmake --build $project/build" >/dev/null
+    run "ctest --test-dir $project/build" | grep 'tests passed'
+done
+
+printf '\n== the scanner\n'
+run 'mdscan crossing.mp4 | tee events.jsonl'
+[[ $(grep -c '"type":"event"' events.jsonl) == 4 ]] || fail "other events than four"
+
+printf '\n== the library that the loader chooses\n'
+loader=$(echo /lib64/ld-linux-x86-64.so.*)
+best=
+if [[ -x $loader ]]; then
+    for level in x86-64-v3 x86-64-v4; do
+        ls /usr/lib/*/glibc-hwcaps/$level/libcoreMD.so."$1"
+        "$loader" --help | grep -q "$level (supported, searched)" || continue
+        best=glibc-hwcaps/$level/
+        run "$loader --glibc-hwcaps-mask $level /usr/bin/mdscan crossing.mp4" 2>/dev/null | cmp - events.jsonl ||
+            fail "$level finds something else"
+    done
+    run "$loader --glibc-hwcaps-mask none /usr/bin/mdscan crossing.mp4" 2>/dev/null | cmp - events.jsonl ||
+        fail "the library for all processors finds something else"
+fi
+run 'LD_DEBUG=libs ./minimal_c 2>&1 >/dev/null | grep "calling init: .*libcoreMD" | tee chosen.txt'
+grep -q "/usr/lib/[^/]*/${best}libcoreMD.so.1\$" chosen.txt || fail "$best would be better"
+
+printf '\n== a broken precondition\n'
+run 'cc hosts/broken_precondition.c -lcoreMD -o broken_precondition'
+! run './broken_precondition 2>&1 | tee broken.txt' || fail "goes on"
+grep -qF 'Assertion `!*ptr'"' failed" broken.txt || fail "says something else"
+INSIDE
+
+say "removing ${packages[*]}"
+quietly inside apt-get purge -y "${packages[@]}"
+listing >"$work/after.txt"
+diff "$work/before.txt" "$work/after.txt" || fail "left behind (>) or lost (<)"
+rm -rf "$system/test"
+touch "$work/root.ready"
+echo "nothing is left: $(wc -l <"$work/after.txt") files and folders, as before"
