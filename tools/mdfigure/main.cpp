@@ -32,30 +32,33 @@ constexpr int framesPerStep = 2;  // of the scene: six a second are analysed
 constexpr int vanFrame = 314;     // 26.2 s: a van in the far lane
 constexpr Figure::Part vanPart{.left = 100, .top = 44, .width = 50, .height = 30};  // blocks
 
-// A detector with its scene.
+// The scene with two detectors, one of which drops shadows.
 class Watcher {
 public:
-    explicit Watcher(bool detectShadow)
-        : _scene(scene), _detectShadow(detectShadow),
+    Watcher()
+        : _scene(scene),
           _reducer({.width = scene.width, .height = scene.height, .format = Host::PixelFormat::Yuv420, .blockSize = blockSize}),
-          _detector(MakeDetector()) {}
+          _detector(MakeDetector()), _withShadows(MakeDetector()) {}
 
     // Shows every second frame up to this one.
-    void WatchUntil(int frame) {
-        for (; _next <= frame; _next += framesPerStep) {
+    void WatchUntil(int last) {
+        for (; _next <= last; _next += framesPerStep) {
             _scene.Render(_next, _picture);
             const std::ptrdiff_t half = (scene.width + 1) / 2;
             _reducer.Reduce({.plane = {_picture.y.data(), _picture.cb.data(), _picture.cr.data()},
                              .stride = {scene.width, half, half}});
             constexpr coremd::Ticks second = std::chrono::seconds(1);
-            _detector.Detect({.columns = Columns(), .rows = Rows(),
-                              .ycbcr = {_reducer.Ycbcr(), 3 * static_cast<std::size_t>(_reducer.BlockCount())},
-                              .time = _next * second / static_cast<int>(scene.fps), .fps = scene.fps,
-                              .detectShadow = _detectShadow});
+            coremd::Frame frame{.columns = Columns(), .rows = Rows(),
+                                .ycbcr = {_reducer.Ycbcr(), 3 * static_cast<std::size_t>(_reducer.BlockCount())},
+                                .time = _next * second / static_cast<int>(scene.fps), .fps = scene.fps};
+            _detector.Detect(frame);
+            frame.detectShadow = true;
+            _withShadows.Detect(frame);
         }
     }
 
     coremd::Detector& Detector() { return _detector; }
+    coremd::Detector& WithShadows() { return _withShadows; }
     int Columns() const { return _reducer.Columns(); }
     int Rows() const { return _reducer.Rows(); }
 
@@ -110,9 +113,9 @@ private:
     const MdScene::Scene _scene;
     MdScene::Frame _picture;
     int _next = 0;
-    const bool _detectShadow;
     Host::BlockReducer _reducer;
     coremd::Detector _detector;
+    coremd::Detector _withShadows;
 };
 
 Color MaskColor(int value) { return value ? Figure::bright : Figure::dark; }
@@ -131,17 +134,6 @@ Panel DrawGrid(Watcher& watcher) {
     return Figure::Arrange({watcher.Pixels().Cut(pixels).Enlarged(4), watcher.Blocks().Cut(blocks).Enlarged(16, true)}, 2);
 }
 
-// The background after 5.0, 5.3, 6.5 and 30 seconds.
-Panel DrawLearning() {
-    Watcher watcher(false);
-    std::vector<Panel> panels;
-    for (const int frame : {60, 64, 78, 360}) {
-        watcher.WatchUntil(frame);
-        panels.push_back(watcher.Background().Enlarged(2));
-    }
-    return Figure::Arrange(panels, 2);
-}
-
 // The luma that the change test compares: ages 4, 2, 1 and 0, then what it finds.
 Panel DrawAges(Watcher& watcher) {
     MD::MotionDetector& classes = watcher.Detector().Classes();
@@ -156,7 +148,7 @@ Panel DrawAges(Watcher& watcher) {
 }
 
 // Frame, background, what changed just now; foreground, objects with their boxes, and states of a detector that drops shadows.
-Panel DrawMasks(Watcher& watcher, Watcher& withShadows) {
+Panel DrawMasks(Watcher& watcher) {
     coremd::Detector& detector = watcher.Detector();
     MD::MotionDetector& classes = detector.Classes();
     constexpr int factor = 2;
@@ -166,11 +158,11 @@ Panel DrawMasks(Watcher& watcher, Watcher& withShadows) {
         objects.DrawBox({.left = factor * box.left - 1, .top = factor * box.top - 1, .width = factor * box.Width() + 2,
                          .height = factor * box.Height() + 2}, Figure::marked);
     }
-    const unsigned char* const states = withShadows.Detector().Classes()._zoneResultMap;
+    const unsigned char* const states = watcher.WithShadows().Classes()._zoneResultMap;
     const std::vector<Panel> panels{watcher.Blocks().Enlarged(factor), watcher.Background().Enlarged(factor),
                                     watcher.FromPlane(classes._isMotionPixel, MaskColor).Enlarged(factor),
                                     watcher.FromPlane(classes._isObject, MaskColor).Enlarged(factor), objects,
-                                    withShadows.FromPlane(states, StateColor).Enlarged(factor)};
+                                    watcher.FromPlane(states, StateColor).Enlarged(factor)};
     return Figure::Arrange(panels, 3);
 }
 
@@ -188,13 +180,19 @@ int main(int argc, char** argv) try {
         return 2;
     }
     const std::string folder = std::string(argv[1]) + "/";
-    Watcher plain(false), withShadows(true);
-    plain.WatchUntil(vanFrame);
-    withShadows.WatchUntil(vanFrame);
-    Write(DrawGrid(plain), folder + "grid.png");
-    Write(DrawLearning(), folder + "learning.png");
-    Write(DrawAges(plain), folder + "ages.png");
-    Write(DrawMasks(plain, withShadows), folder + "masks.png");
+    Watcher watcher;
+    std::vector<Panel> learning;
+    for (const int frame : {60, 64, 78, vanFrame, 360}) {  // 5.0, 5.3, 6.5, 26.2 and 30 seconds
+        watcher.WatchUntil(frame);
+        if (frame != vanFrame) {
+            learning.push_back(watcher.Background().Enlarged(2));
+            continue;
+        }
+        Write(DrawGrid(watcher), folder + "grid.png");
+        Write(DrawAges(watcher), folder + "ages.png");
+        Write(DrawMasks(watcher), folder + "masks.png");
+    }
+    Write(Figure::Arrange(learning, 2), folder + "learning.png");
 } catch (const std::exception& failure) {
     std::fprintf(stderr, "mdfigure: %s\n", failure.what());
     return 1;
