@@ -268,7 +268,8 @@ def main():
         installed, build = arguments.installed.resolve(), arguments.build.resolve()
         documents = [Document(path, work, installed, build) for path in arguments.documents]
         with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-            failures = [failure for of_document in pool.map(Document.check, documents) for failure in of_document]
+            longest_first = sorted(documents, key=lambda document: document.path.read_text().count("```cpp"), reverse=True)
+            failures = [failure for of_document in pool.map(Document.check, longest_first) for failure in of_document]
     for document in documents:
         counts = ", ".join(f"{count} {what}" for what, count in sorted(document.counts.items()))
         print(f"{document.path}: {counts or 'no blocks'}")

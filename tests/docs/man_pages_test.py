@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
-"""Do the manual pages tell all that the header and the program tell, and nothing else?
+"""Do the pages on the interfaces tell all that the headers and the program tell, and nothing else?
 
     man_pages_test.py PROJECT MDSCAN CC INCLUDE
 
 coreMD(3): every exported C function with its very arguments, every field of every record, every status, every assertion text
 that the header names; its example compiles. mdscan(1): what scripts/make-man.py writes, with every option of --help. Both:
-no complaint from mandoc, or else from man, where either is installed.
+no complaint from mandoc, or else from man, where either is installed. docs/c-interface.md: every function with its
+declaration, every assertion text. docs/cpp-interface.md: every public function of coreMD.hpp's Detector and of its namespace.
 """
 import pathlib
 import re
@@ -24,6 +25,18 @@ def header():
     return text, re.sub(r"/\*.*?\*/", " ", text, flags=re.DOTALL)
 
 
+def assertion_texts(comments):
+    text = " ".join(line.strip(" *") for line in comments.split("\n"))
+    return {found for found in re.findall(r'\("([^"]+)"', text) if not found.startswith("default")}
+
+
+def declarations(code):
+    """Name: (result, arguments) of every C function."""
+    c_part = code.split("} /* extern", maxsplit=1)[0].split("namespace MD")[0]
+    return {name: (result.strip(), [" ".join(part.split()) for part in arguments.split(",")])
+            for result, name, arguments in re.findall(r"COREMD_API ([\w ]+?[ *]+)(\w+)\(([^)]*)\);", c_part)}
+
+
 def words_of(page):
     """The text of a page without its macros and with words taken apart."""
     text = page.replace("\\-", "-").replace("\\&", "")
@@ -36,10 +49,7 @@ class LibraryPage(unittest.TestCase):
         self.comments, self.code = header()
 
     def test_every_function_stands_in_the_synopsis_as_declared(self):
-        c_part = self.code.split("} /* extern", maxsplit=1)[0].split("namespace MD")[0]
-        declared = {}
-        for result, name, arguments in re.findall(r"COREMD_API ([\w ]+?[ *]+)(\w+)\(([^)]*)\);", c_part):
-            declared[name] = (result.strip(), [" ".join(part.split()) for part in arguments.split(",")])
+        declared = declarations(self.code)
         self.assertGreater(len(declared), 10)
         synopsis = self.page.split(".Sh SYNOPSIS")[1].split(".Sh")[0]
         written = {}
@@ -62,8 +72,7 @@ class LibraryPage(unittest.TestCase):
         self.assertFalse((fields | statuses) - words_of(self.page))
 
     def test_every_assertion_text_is_named(self):
-        comments = " ".join(line.strip(" *") for line in self.comments.split("\n"))
-        texts = {text for text in re.findall(r'\("([^"]+)"', comments) if not text.startswith("default")}
+        texts = assertion_texts(self.comments)
         self.assertIn("first", texts)
         written = set()
         for item in re.findall(r"^\.It Li (.*)$", self.page, re.MULTILINE):
@@ -84,6 +93,27 @@ class LibraryPage(unittest.TestCase):
     def test_it_bears_the_version(self):
         version = ".".join(re.findall(r"define COREMD_VERSION_(?:MAJOR|MINOR|PATCH) +(\d+)", self.comments))
         self.assertIn(f"\n.Os coreMD {version}\n", self.page)
+
+
+class InterfacePages(unittest.TestCase):
+    def test_the_c_page_has_every_declaration_and_assertion_text(self):
+        page = re.sub(r"^```.*?^```", "", (ROOT / "docs/c-interface.md").read_text(), flags=re.DOTALL | re.MULTILINE)
+        comments, code = header()
+        shown = {" ".join(text.split()).replace(" *", "*").replace("* ", "*") for text in re.findall(r"`([^`]+;)`", page)}
+        for name, (result, arguments) in declarations(code).items():
+            declaration = f"{result} {name}({', '.join(arguments)});".replace(" *", "*").replace("* ", "*")
+            self.assertIn(declaration, shown)
+        self.assertFalse(assertion_texts(comments) - set(re.findall(r"`([^`]+)`", page)))
+
+    def test_the_cpp_page_names_every_public_function(self):
+        page = words_of((ROOT / "docs/cpp-interface.md").read_text())
+        text = re.sub(r"//[^\n]*", "", (ROOT / "include/coreMD.hpp").read_text())
+        detector = text.split("\nclass Detector {")[1].split("\nprivate:")[0]
+        members = set(re.findall(r"^    [\w:&*<>]+(?: [\w:&*<>]+)* \*?&?([A-Z]\w+)\(", detector, re.MULTILINE))
+        free = set(re.findall(r"^inline [\w*]+ (\w+)\(", text, re.MULTILINE))
+        self.assertGreater(len(members), 12)
+        self.assertGreater(len(free), 3)
+        self.assertFalse((members | free) - page)
 
 
 class ScannerPage(unittest.TestCase):
