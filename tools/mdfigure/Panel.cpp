@@ -11,7 +11,8 @@ constexpr int gap = 4;  // pixels
 }  // namespace
 
 Panel::Panel(int width, int height, Color color)
-    : _picture{width, height, std::vector<std::uint8_t>(3 * static_cast<std::size_t>(width) * static_cast<std::size_t>(height))} {
+    : _picture{width, height,
+               std::vector<std::uint8_t>(3 * static_cast<std::size_t>(width) * static_cast<std::size_t>(height))} {
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x) Set(x, y, color);
 }

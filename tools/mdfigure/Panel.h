@@ -12,8 +12,8 @@ struct Color {
     std::uint8_t blue, green, red;
 };
 
-inline constexpr Color paper{255, 255, 255}, dark{48, 48, 48}, bright{235, 235, 235}, shadowed{200, 120, 40}, line{110, 110, 110},
-    marked{40, 40, 230};
+inline constexpr Color paper{255, 255, 255}, dark{48, 48, 48}, bright{235, 235, 235}, shadowed{200, 120, 40},
+    line{110, 110, 110}, marked{40, 40, 230};
 
 // A part of a grid, in blocks or pixels, ends excluded.
 struct Part {

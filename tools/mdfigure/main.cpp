@@ -1,5 +1,5 @@
-// mdfigure: what does a detector know at one moment?  Lets one watch the street of the sample clip and draws the figures of the
-// manual from its own arrays.
+// mdfigure: what does a detector know at one moment?  Lets two watch the street of the sample clip and draws the figures of
+// the manual from their own arrays.
 //
 //     mdfigure FOLDER        writes grid.png, learning.png, ages.png and masks.png; the same pixels on every machine
 #include <chrono>
@@ -37,20 +37,24 @@ class Watcher {
 public:
     Watcher()
         : _scene(scene),
-          _reducer({.width = scene.width, .height = scene.height, .format = Host::PixelFormat::Yuv420, .blockSize = blockSize}),
-          _detector(MakeDetector()), _withShadows(MakeDetector()) {}
+          _reducer(
+              {.width = scene.width, .height = scene.height, .format = Host::PixelFormat::Yuv420, .blockSize = blockSize}),
+          _detector(MakeDetector()),
+          _withShadows(MakeDetector()) {}
 
     // Shows every second frame up to this one.
     void WatchUntil(int last) {
         for (; _next <= last; _next += framesPerStep) {
             _scene.Render(_next, _picture);
             const std::ptrdiff_t half = (scene.width + 1) / 2;
-            _reducer.Reduce({.plane = {_picture.y.data(), _picture.cb.data(), _picture.cr.data()},
-                             .stride = {scene.width, half, half}});
+            _reducer.Reduce(
+                {.plane = {_picture.y.data(), _picture.cb.data(), _picture.cr.data()}, .stride = {scene.width, half, half}});
             constexpr coremd::Ticks second = std::chrono::seconds(1);
-            coremd::Frame frame{.columns = Columns(), .rows = Rows(),
+            coremd::Frame frame{.columns = Columns(),
+                                .rows = Rows(),
                                 .ycbcr = {_reducer.Ycbcr(), 3 * static_cast<std::size_t>(_reducer.BlockCount())},
-                                .time = _next * second / static_cast<int>(scene.fps), .fps = scene.fps};
+                                .time = _next * second / static_cast<int>(scene.fps),
+                                .fps = scene.fps};
             _detector.Detect(frame);
             frame.detectShadow = true;
             _withShadows.Detect(frame);
@@ -70,14 +74,16 @@ public:
 
     // The same before it was reduced.
     Panel Pixels() const {
-        Host::BlockReducer pixels({.width = scene.width, .height = scene.height, .format = Host::PixelFormat::Yuv420,
-                                   .blockSize = 1});
+        Host::BlockReducer pixels(
+            {.width = scene.width, .height = scene.height, .format = Host::PixelFormat::Yuv420, .blockSize = 1});
         const std::ptrdiff_t half = (scene.width + 1) / 2;
-        pixels.Reduce({.plane = {_picture.y.data(), _picture.cb.data(), _picture.cr.data()}, .stride = {scene.width, half, half}});
+        pixels.Reduce(
+            {.plane = {_picture.y.data(), _picture.cb.data(), _picture.cr.data()}, .stride = {scene.width, half, half}});
         pixels.PaintBgr();
         Panel panel(scene.width, scene.height);
         for (int y = 0, i = 0; y < scene.height; ++y)
-            for (int x = 0; x < scene.width; ++x, i += 3) panel.Set(x, y, {pixels.Bgr()[i], pixels.Bgr()[i + 1], pixels.Bgr()[i + 2]});
+            for (int x = 0; x < scene.width; ++x, i += 3)
+                panel.Set(x, y, {pixels.Bgr()[i], pixels.Bgr()[i + 1], pixels.Bgr()[i + 2]});
         return panel;
     }
 
@@ -122,15 +128,15 @@ Color MaskColor(int value) { return value ? Figure::bright : Figure::dark; }
 
 Color GreyColor(std::uint8_t luma) { return {luma, luma, luma}; }
 
-Color StateColor(std::uint8_t state) {
-    return state == coremd::StateShadow ? Figure::shadowed : MaskColor(state);
-}
+Color StateColor(std::uint8_t state) { return state == coremd::StateShadow ? Figure::shadowed : MaskColor(state); }
 
 // A part of a picture as it was decoded, and as the detector sees it.
 Panel DrawGrid(Watcher& watcher) {
     constexpr Figure::Part blocks{.left = 98, .top = 52, .width = 20, .height = 15};
-    constexpr Figure::Part pixels{.left = blocks.left * blockSize, .top = blocks.top * blockSize,
-                                  .width = blocks.width * blockSize, .height = blocks.height * blockSize};
+    constexpr Figure::Part pixels{.left = blocks.left * blockSize,
+                                  .top = blocks.top * blockSize,
+                                  .width = blocks.width * blockSize,
+                                  .height = blocks.height * blockSize};
     return Figure::Arrange({watcher.Pixels().Cut(pixels).Enlarged(4), watcher.Blocks().Cut(blocks).Enlarged(16, true)}, 2);
 }
 
@@ -140,7 +146,8 @@ Panel DrawAges(Watcher& watcher) {
     std::vector<Panel> panels;
     for (const int age : {4, 2, 1, 0}) {
         const MD::FrameStatistics& s = classes._frameStatistics;
-        const unsigned char* const luma = s._frames + static_cast<std::ptrdiff_t>((s._position + 11 - age) % 11) * s._frameSize;
+        const unsigned char* const luma =
+            s._frames + static_cast<std::ptrdiff_t>((s._position + 11 - age) % 11) * s._frameSize;
         panels.push_back(watcher.FromPlane(luma, GreyColor).Cut(vanPart).Enlarged(4));
     }
     panels.push_back(watcher.FromPlane(classes._isMotionPixel, MaskColor).Cut(vanPart).Enlarged(4));
@@ -155,13 +162,18 @@ Panel DrawMasks(Watcher& watcher) {
     Panel objects = watcher.FromPlane(classes._objectsMap, MaskColor).Enlarged(factor);
     for (const coremd::Object& object : detector.Objects()) {
         const coremd::Box box = object.Bounds();
-        objects.DrawBox({.left = factor * box.left - 1, .top = factor * box.top - 1, .width = factor * box.Width() + 2,
-                         .height = factor * box.Height() + 2}, Figure::marked);
+        objects.DrawBox({.left = factor * box.left - 1,
+                         .top = factor * box.top - 1,
+                         .width = factor * box.Width() + 2,
+                         .height = factor * box.Height() + 2},
+                        Figure::marked);
     }
     const unsigned char* const states = watcher.WithShadows().Classes()._zoneResultMap;
-    const std::vector<Panel> panels{watcher.Blocks().Enlarged(factor), watcher.Background().Enlarged(factor),
+    const std::vector<Panel> panels{watcher.Blocks().Enlarged(factor),
+                                    watcher.Background().Enlarged(factor),
                                     watcher.FromPlane(classes._isMotionPixel, MaskColor).Enlarged(factor),
-                                    watcher.FromPlane(classes._isObject, MaskColor).Enlarged(factor), objects,
+                                    watcher.FromPlane(classes._isObject, MaskColor).Enlarged(factor),
+                                    objects,
                                     watcher.FromPlane(states, StateColor).Enlarged(factor)};
     return Figure::Arrange(panels, 3);
 }
