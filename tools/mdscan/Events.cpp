@@ -29,10 +29,13 @@ std::optional<Event> EventLog::Add(const Findings& frame) {
     const int blocks = MovingBlocks(frame);
     if (!_running) {
         _running = Event{.start = frame.time, .end = frame.time, .peak = frame.time,
-                         .frames = 0, .peakBlocks = blocks, .objects = frame.objects};
+                         .frames = 0, .peakBlocks = blocks, .objects = frame.objects, .zones = 0};
     }
     _running->end = frame.time;
     ++_running->frames;
+    for (const MovingObject& object : frame.objects) {
+        _running->zones |= object.zones;
+    }
     if (blocks > _running->peakBlocks) {
         _running->peak = frame.time;
         _running->peakBlocks = blocks;

@@ -3,6 +3,7 @@
 // Pure: values in, values out. No file, no detector.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -21,6 +22,7 @@ struct Box {
 struct MovingObject {
     Box box;        // pixels
     int blocks;     // moving blocks
+    std::uint64_t zones = 0;   // bit i: its blocks touch the i-th watched zone
 };
 
 // One analysed frame.
@@ -36,6 +38,7 @@ struct Event {
     int frames;                            // analysed frames with an object
     int peakBlocks;                        // moving blocks at the peak
     std::vector<MovingObject> objects;     // at the peak, largest first
+    std::uint64_t zones = 0;               // that its objects touched, as in MovingObject
 };
 
 struct EventRules {

@@ -29,7 +29,7 @@ Job::Job(const Options& options, const std::string& input, const std::string& na
       _decoder(input, options.decoderThreads),
       _cadence(options.rate, _decoder.NominalInterval()),
       _rules{.framesPerSecond = 1 / ToSeconds(_decoder.NominalInterval()), .shadows = options.shadows,
-             .minSize = options.minSize, .zones = options.zones},
+             .minSize = options.minSize, .zones = options.allZones},
       _events({.mergeGap = FromSeconds(options.mergeGap), .minDuration = FromSeconds(options.minDuration),
                .longestGap = std::max(FromSeconds(options.mergeGap), periodsWithoutFrame * _cadence.Period())}) {
     if (!options.background.empty()) {
@@ -98,7 +98,7 @@ void Job::Analyse(const AVFrame& frame, Ticks time) {
 
 void Job::PrintEvent(const std::optional<Event>& event) {
     if (event) {
-        _listener.OnLine(EventLine(_name, ++_printed, *event));
+        _listener.OnLine(EventLine(_name, ++_printed, *event, WatchedNames(_options.allZones)));
     }
 }
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <sstream>
 
@@ -83,14 +84,24 @@ std::string ResultSettings(const Options& options) {
     text << "rate " << options.rate << " block " << options.blockSize << " shadows " << options.shadows << " min-size "
          << options.minSize << " merge-gap " << options.mergeGap << " min-duration " << options.minDuration << " frames "
          << options.frames;
-    for (const RelativeZone& zone : options.zones) {
-        text << " zone " << zone.x << "," << zone.y << "," << zone.width << "," << zone.height;
+    for (const Zone& zone : options.allZones) {
+        text << " zone \"" << zone.name << "\" " << zone.exclude << " " << zone.minSize.value_or(-1);
+        for (const Point& corner : zone.polygon) {
+            text << " " << corner.x << "," << corner.y;
+        }
+        std::uint64_t digest = 14'695'981'039'346'656'037u;            // FNV-1a: tells masks apart, no more is asked of it
+        for (const std::uint8_t pixel : zone.mask.pixels) {
+            digest = (digest ^ pixel) * 1'099'511'628'211u;
+        }
+        text << " mask " << zone.mask.width << "x" << zone.mask.height << " " << digest;
     }
     return text.str();
 }
 
-Parsed ParseOptions(const std::vector<std::string>& arguments, const std::string& version) {
+Parsed ParseOptions(const std::vector<std::string>& all, const std::string& version) {
     Options options;
+    options.showZones = !all.empty() && all.front() == "zones";
+    const std::vector<std::string> arguments(all.begin() + (options.showZones ? 1 : 0), all.end());
     std::vector<std::string> zones;
 
     CLI::App app("Finds motion in videos and prints when and where, as JSON lines.", "mdscan");
@@ -115,6 +126,9 @@ Parsed ParseOptions(const std::vector<std::string>& arguments, const std::string
         ->check(Within(0, longestTime))->type_name("S");
     app.add_option("--zone", zones, "Look only within this rectangle, in fractions of the picture; may be repeated")
         ->check(IsZone())->type_name("X,Y,W,H")->allow_extra_args(false)->default_str("");
+    app.add_option("--zones", options.zoneFile, "Look only within the zones of this file, name them in events")
+        ->type_name("FILE.json")->default_str("");
+    app.add_option("--mask", options.mask, "Look only where this picture is bright")->type_name("FILE.png")->default_str("");
     app.add_flag("--frames", options.frames, "Also print one line per analysed frame with its objects");
     app.add_option("--background", options.background, "Write the learned background; magenta: not known")
         ->type_name("FILE.png")->default_str("");
@@ -126,6 +140,8 @@ Parsed ParseOptions(const std::vector<std::string>& arguments, const std::string
         ->type_name("STATE")->default_str("");
     app.add_option("-j,--jobs", options.jobs, "Inputs scanned at a time; 0: one per processor")
         ->check(Within(0, mostJobs))->type_name("N");
+    app.add_option("--preview", options.preview, "With \"mdscan zones VIDEO\": draw the zones over its first picture")
+        ->type_name("FILE.png")->default_str("");
 
     try {
         std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());      // as the parser wants them
@@ -139,6 +155,9 @@ Parsed ParseOptions(const std::vector<std::string>& arguments, const std::string
     }
     for (const std::string& zone : zones) {
         options.zones.push_back(ReadZone(zone).value());
+    }
+    if (!options.showZones && !options.preview.empty()) {
+        return {std::nullopt, exitUsage, "mdscan: --preview belongs to \"mdscan zones\" (see mdscan --help)\n"};
     }
     return {options, exitComplete, ""};
 }

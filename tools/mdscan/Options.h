@@ -17,7 +17,12 @@ struct Options {
     double minSize = 0.03;         // smallest object, as a fraction of the picture's width and of its height
     double mergeGap = 2;           // seconds
     double minDuration = 0.5;      // seconds
-    std::vector<RelativeZone> zones;   // none: the whole picture
+    std::vector<RelativeZone> zones;   // of --zone
+    std::string zoneFile;          // empty: none
+    std::string mask;              // PNG file, a zone like the others; empty: none
+    std::vector<Zone> allZones;    // all of these; filled by main, not by the command line. None: the whole picture
+    bool showZones = false;        // draw zones instead of scanning: "mdscan zones"
+    std::string preview;           // file to draw them into; empty: none
     bool frames = false;           // one line per analysed frame, too
     std::string background;        // file to write; empty: none
     std::string overlay;           // file to write; empty: none

@@ -50,7 +50,7 @@ std::string Text(const char* format, Values... values) {
 
 }  // namespace
 
-std::string EventLine(const std::string& file, int number, const Event& event) {
+std::string EventLine(const std::string& file, int number, const Event& event, const std::vector<std::string>& zones) {
     Json line = Line("event", file);
     line["event"] = number;
     line["start"] = PrintedSeconds(event.start);
@@ -58,6 +58,14 @@ std::string EventLine(const std::string& file, int number, const Event& event) {
     line["peak"] = PrintedSeconds(event.peak);
     line["frames"] = event.frames;
     line["blocks"] = event.peakBlocks;
+    if (!zones.empty()) {
+        line["zones"] = Json::array();
+        for (std::size_t i = 0; i < zones.size(); ++i) {
+            if ((event.zones >> i & 1) != 0) {
+                line["zones"].push_back(zones[i]);
+            }
+        }
+    }
     line["boxes"] = BoxesOf(event.objects, mostBoxesPerEvent);
     return Dumped(line);
 }

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "Decoder.h"
 #include "Events.h"
@@ -14,8 +15,9 @@ namespace Scan {
 
 inline constexpr std::size_t mostBoxesPerEvent = 8;
 
-// One line each, without its end. file: the video's name; empty: the line does not name one.
-std::string EventLine(const std::string& file, int number, const Event& event);
+// One line each, without its end. file: the video's name; empty: the line does not name one. zones: names of the watched zones;
+// none: the line names none.
+std::string EventLine(const std::string& file, int number, const Event& event, const std::vector<std::string>& zones = {});
 std::string FrameLine(const std::string& file, std::int64_t pictureNumber, const Findings& frame);
 
 // What a scan amounts to.

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <string>
 #include <utility>
 
@@ -48,19 +49,38 @@ Box PixelBox(const coremd::Box& blocks, const PictureGrid& grid) {
 
 Watcher::Watcher(const Host::PictureFormat& picture, const PictureGrid& grid, const WatchRules& rules)
     : _grid(grid), _rules(rules), _reducer(WithBlockSize(picture, grid.blockSize)) {
-    if (_rules.zones.empty()) {
-        AddZone({0, 0, 1, 1});
+    AddZones();
+}
+
+void Watcher::AddZones() {
+    std::vector<Zone> watched;
+    std::copy_if(_rules.zones.begin(), _rules.zones.end(), std::back_inserter(watched),
+                 [](const Zone& zone) { return !zone.exclude; });
+    const bool named = !watched.empty();
+    if (!named) {
+        watched.push_back(RectangleZone("", {0, 0, 1, 1}));
     }
-    for (const RelativeZone& zone : _rules.zones) {
-        AddZone(zone);
+    const std::vector<std::uint8_t> excluded = ExcludedBlocks(_rules.zones, _grid);
+    _zonesOfBlock.assign(named ? excluded.size() : 0, 0);
+    for (std::size_t i = 0; i < watched.size(); ++i) {
+        const auto minSize = static_cast<float>(watched[i].minSize.value_or(_rules.minSize));
+        const std::vector<std::uint8_t> mask = WatchedBlocks(watched[i], excluded, _grid);
+        _detector.AddZone({.mask = mask, .columns = _grid.columns, .rows = _grid.rows,
+                           .minObjectWidth = minSize, .minObjectHeight = minSize});
+        for (std::size_t block = 0; block < _zonesOfBlock.size(); ++block) {
+            _zonesOfBlock[block] |= std::uint64_t{mask[block]} << i;
+        }
     }
 }
 
-void Watcher::AddZone(const RelativeZone& zone) {
-    const auto minSize = static_cast<float>(_rules.minSize);
-    const std::vector<std::uint8_t> mask = ZoneMask(zone, _grid);
-    _detector.AddZone({.mask = mask, .columns = _grid.columns, .rows = _grid.rows,
-                       .minObjectWidth = minSize, .minObjectHeight = minSize});
+std::uint64_t Watcher::ZonesOf(const coremd::Object& object) const {
+    std::uint64_t zones = 0;
+    if (!_zonesOfBlock.empty()) {
+        for (const coremd::Block block : object.Blocks()) {
+            zones |= _zonesOfBlock[static_cast<std::size_t>(block.row * _grid.columns + block.column)];
+        }
+    }
+    return zones;
 }
 
 Findings Watcher::Watch(const Host::PictureView& picture, Ticks time) {
@@ -72,7 +92,7 @@ Findings Watcher::Watch(const Host::PictureView& picture, Ticks time) {
     Findings findings{time, {}};
     for (const coremd::Object& object : _detector.Objects()) {
         if (object.BlockCount() > 0) {
-            findings.objects.push_back({PixelBox(object.Bounds(), _grid), object.BlockCount()});
+            findings.objects.push_back({PixelBox(object.Bounds(), _grid), object.BlockCount(), ZonesOf(object)});
         }
     }
     std::stable_sort(findings.objects.begin(), findings.objects.end(),

@@ -2,6 +2,7 @@
 // detector, reads its objects back. main makes a new one when the picture changes, which starts learning afresh.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -18,7 +19,7 @@ struct WatchRules {
     double framesPerSecond;            // of the video
     bool shadows;                      // drop them
     double minSize;                    // smallest object, as a fraction of the picture's width and height
-    std::vector<RelativeZone> zones;   // none: the whole picture
+    std::vector<Zone> zones;           // none to watch: the whole picture, without what is excluded
 };
 
 // wish: block size in pixels, 0: chosen. Throws Failure when the grid has more blocks than the detector can label.
@@ -41,12 +42,14 @@ public:
     const PictureGrid& Grid() const { return _grid; }
 
 private:
-    void AddZone(const RelativeZone& zone);
+    void AddZones();
+    std::uint64_t ZonesOf(const coremd::Object& object) const;
 
     PictureGrid _grid;
     WatchRules _rules;
     Host::BlockReducer _reducer;
     coremd::Detector _detector;
+    std::vector<std::uint64_t> _zonesOfBlock;  // [block] bit i: it lies in the i-th watched zone; empty without zones
 };
 
 }  // namespace Scan

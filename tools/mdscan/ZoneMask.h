@@ -1,8 +1,12 @@
-// Which blocks belong to a zone?  A rectangle relative to the picture becomes a mask on the grid; used by Watcher.
+// Which blocks belong to a zone?  A polygon or mask relative to the picture becomes a mask on the grid; used by Watcher and
+// ZonePreview.
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
+
+#include "Zone.h"
 
 namespace Scan {
 
@@ -14,6 +18,8 @@ struct RelativeZone {
     double height;
 };
 
+Zone RectangleZone(const std::string& name, const RelativeZone& rectangle);
+
 // A picture divided into square blocks. The last column and row may reach beyond the picture.
 struct PictureGrid {
     int pictureWidth;      // pixels
@@ -23,7 +29,14 @@ struct PictureGrid {
     int rows;              // blocks
 };
 
-// [block], 1 where the block's centre lies in the zone; at least the one block in the zone's middle.
-std::vector<std::uint8_t> ZoneMask(const RelativeZone& zone, const PictureGrid& grid);
+// [block], 1 where the block's centre lies in the zone. Polygons too thin for that: the blocks along the
+// middle, at least one.
+std::vector<std::uint8_t> ZoneMask(const Zone& zone, const PictureGrid& grid);
+
+// [block], 1 where the block lies in a zone to be excluded.
+std::vector<std::uint8_t> ExcludedBlocks(const std::vector<Zone>& zones, const PictureGrid& grid);
+
+// [block], 1 where the zone is watched: its mask without what is excluded.
+std::vector<std::uint8_t> WatchedBlocks(const Zone& zone, const std::vector<std::uint8_t>& excluded, const PictureGrid& grid);
 
 }  // namespace Scan

@@ -19,6 +19,9 @@
 #include "Report.h"
 #include "ResultLines.h"
 #include "RunState.h"
+#include "ZoneFile.h"
+#include "ZoneMask.h"
+#include "ZonePreview.h"
 #include "coreMD.hpp"
 
 namespace Scan {
@@ -88,16 +91,38 @@ int ScanMany(Options options, const InputList& list) {
     return code;
 }
 
+// The zones of all options in one list. Throws Failure.
+std::vector<Zone> AllZones(const Options& options) {
+    std::vector<Zone> zones;
+    if (!options.zoneFile.empty()) {
+        zones = ReadZoneFile(options.zoneFile);
+    }
+    if (!options.mask.empty()) {
+        zones.push_back({.name = "mask", .mask = ReadMask(options.mask)});
+    }
+    for (std::size_t i = 0; i < options.zones.size(); ++i) {
+        zones.push_back(RectangleZone("zone " + std::to_string(i + 1), options.zones[i]));
+    }
+    if (WatchedNames(zones).size() > mostZones) {
+        throw Failure(exitUsage, "more than " + std::to_string(mostZones) + " zones to watch");
+    }
+    return zones;
+}
+
 int Main(const std::vector<std::string>& arguments) {
     const Parsed parsed = ParseOptions(arguments, VersionText());
     if (!parsed.options) {
         std::fputs(parsed.text.c_str(), parsed.exitCode == exitComplete ? stdout : stderr);
         return parsed.exitCode;
     }
-    const Options& options = *parsed.options;
+    Options options = *parsed.options;
     CollectComplaints();
     LeaveOrderly();
     try {
+        options.allZones = AllZones(options);
+        if (options.showZones) {
+            return ShowZones(options);
+        }
         const InputList list = FindInputs(options.inputs);
         if (list.several || !options.resume.empty()) {
             return ScanMany(options, list);

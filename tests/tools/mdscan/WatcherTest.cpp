@@ -122,12 +122,52 @@ TEST(Watcher, ObjectsComeBackLargestFirst) {
 
 TEST(Watcher, ZonesReachTheDetector) {
     WatchRules upperHalf = everything;
-    upperHalf.zones = {{0, 0, 1, 0.5}};
+    upperHalf.zones = {RectangleZone("upper", {0, 0, 1, 0.5})};
     Watcher watcher(grey, GridOf(80, 60, 2), upperHalf);
     Appearance squares({10, 10}, {16, 16});
     const Findings findings = LastOf(watcher, squares);
     ASSERT_EQ(findings.objects.size(), 1u);
     EXPECT_EQ(findings.objects[0].box.y, 10);
+}
+
+TEST(Watcher, ObjectsKnowTheZonesThatTheyTouch) {
+    WatchRules three = everything;
+    three.zones = {RectangleZone("upper", {0, 0, 1, 0.5}), RectangleZone("all", {0, 0, 1, 1}),
+                   RectangleZone("corner", {0, 0.9, 0.1, 0.1})};
+    Watcher watcher(grey, GridOf(80, 60, 2), three);
+    Appearance squares({10, 10}, {16, 16});
+    const Findings findings = LastOf(watcher, squares);
+    ASSERT_EQ(findings.objects.size(), 2u);
+    EXPECT_EQ(findings.objects[0].zones, 0b010u);          // the large one, below
+    EXPECT_EQ(findings.objects[1].zones, 0b011u);
+}
+
+TEST(Watcher, ExcludedZonesAreHoles) {
+    WatchRules holed = everything;
+    holed.zones = {RectangleZone("lower", {0, 0.5, 1, 0.5})};
+    holed.zones[0].exclude = true;
+    Watcher watcher(grey, GridOf(80, 60, 2), holed);
+    Appearance squares({10, 10}, {16, 16});
+    const Findings findings = LastOf(watcher, squares);
+    ASSERT_EQ(findings.objects.size(), 1u);
+    EXPECT_EQ(findings.objects[0].box.y, 10);
+    holed.zones.push_back(RectangleZone("all", {0, 0, 1, 1}));
+    holed.zones[0] = RectangleZone("everything", {0, 0, 1, 1});
+    holed.zones[0].exclude = true;
+    Watcher blind(grey, GridOf(80, 60, 2), holed);
+    EXPECT_TRUE(LastOf(blind, squares).objects.empty());
+}
+
+TEST(Watcher, AZoneMayHaveAMinimumSizeOfItsOwn) {
+    WatchRules own = everything;
+    own.minSize = 0.5;
+    own.zones = {RectangleZone("upper", {0, 0, 1, 0.5}), RectangleZone("lower", {0, 0.5, 1, 0.5})};
+    own.zones[1].minSize = 0.1;
+    Watcher watcher(grey, GridOf(80, 60, 2), own);
+    Appearance squares({10, 10}, {16, 16});
+    const Findings findings = LastOf(watcher, squares);
+    ASSERT_EQ(findings.objects.size(), 1u);
+    EXPECT_EQ(findings.objects[0].box.y, 40);
 }
 
 TEST(Watcher, ObjectsTooNarrowOrTooLowAreDropped) {
