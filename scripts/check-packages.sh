@@ -26,7 +26,7 @@ if [[ ! -e $work/root.ready ]]; then
     suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
     sources=$(apt-get indextargets --format 'deb $(REPO_URI) $(CODENAME) $(COMPONENT)' 'Created-By: Packages' 'Origin: Debian')
     mirror=$(awk -v suite="$suite" '$3 == suite && $4 == "main" { print $2; exit }' <<<"$sources")
-    [[ -n $mirror ]] || fail "apt's sources on this machine name no mirror of Debian $suite"
+    [[ -n $mirror ]] || fail "apt on this machine knows no mirror of Debian $suite: does it need apt-get update?"
     say "setting up a clean Debian $suite in $system"
     rm -rf --one-file-system "$system"
     quietly debootstrap --variant=minbase "$suite" "$system" "$mirror"
@@ -45,12 +45,13 @@ for package in "${packages[@]}"; do
     [[ -n ${files[-1]} ]] || fail "no package $package in $work"
 done
 own=$(IFS='|' && echo "${packages[*]}")
-dependencies=$(for file in "${files[@]}"; do dpkg-deb -f "$file" Pre-Depends Depends | sed 's/^[A-Za-z-]*: //' | tr ',' '\n'; done |
-    sed 's/^ *//' | grep -vE "^($own)( |\$)" | LC_ALL=C sort -u | paste -sd,)
+dependencies=$(for file in "${files[@]}"; do dpkg-deb -f "$file" Pre-Depends Depends; done |
+    sed 's/^[A-Za-z-]*: //' | tr ',' '\n' | sed 's/^ *//' | grep -vE "^($own)( |\$)" | LC_ALL=C sort -u | paste -sd,)
 say "their dependencies: ${dependencies//,/, }"
+quietly inside apt-get update
 quietly inside apt-get satisfy -y --no-install-recommends "$dependencies"
 listing() { # of everything but this script's own folder, with types and where links lead
-    (cd "$system" && find . -path ./test -prune -o -path ./proc -prune -o -path ./sys -prune -o -printf '%p %y %l\n') | LC_ALL=C sort
+    (cd "$system" && find . \( -path ./test -o -path ./proc -o -path ./sys \) -prune -o -printf '%p %y %l\n') | LC_ALL=C sort
 }
 mkdir -p "$system/test"
 listing >"$work/before.txt"
@@ -58,16 +59,20 @@ listing >"$work/before.txt"
 say "installing ${packages[*]}"
 cp "${files[@]}" "$root/samples/crossing.mp4" "$system/test"
 cp -r "$root/examples/expected" "$root/tests/install/hosts" "$root"/tests/install/find_package{,_c} "$system/test"
-inside sh -c 'apt-get install -y --no-install-recommends /test/*.deb' >"$work/apt.log" 2>&1 || { cat "$work/apt.log" >&2; fail apt-get; }
+quietly inside sh -c 'apt-get install -y --no-install-recommends /test/*.deb'
 grep "newly installed" "$work/apt.log"
 grep -q "^0 upgraded, ${#packages[@]} newly installed, 0 to remove" "$work/apt.log" ||
     fail "something else than the packages was installed: their dependencies are not complete"
 
 # Every line that runs inside is printed.
-inside bash -euo pipefail -s "$(sed -n 's/^#define COREMD_VERSION_[A-Z]* *\([0-9]*\)$/\1/p' "$root/include/coreMD.h" | paste -sd.)" <<'INSIDE'
+version=$(sed -n 's/^#define COREMD_VERSION_[A-Z]* *\([0-9]*\)$/\1/p' "$root/include/coreMD.h" | paste -sd.)
+inside bash -euo pipefail -s "$version" <<'INSIDE'
 cd /test
 run() { printf '$ %s\n' "$*" >&2; eval "$@" </dev/null; }
-fail() { echo "FAILED: $*" >&2; exit 1; }
+fail() {
+    echo "FAILED: $*" >&2
+    exit 1
+}
 examples=/usr/share/doc/coremd-doc/examples
 printf '\n== hosts by pkg-config\n'
 [[ $(run 'pkg-config --modversion coreMD') == "$1" ]] || fail "another version than $1"
@@ -79,7 +84,8 @@ for example in minimal_c minimal_cpp; do cmp $example.txt expected/$example.txt;
 
 printf '\n== hosts by CMake\n'
 for project in find_package_c find_package; do
-    run "cmake --no-warn-unused-cli -S $project -B $project/build -DEXAMPLES=$examples -DHOSTS=/test/hosts -DCOREMD_WISH=$1" >/dev/null
+    run "cmake -S $project -B $project/build --no-warn-unused-cli -DEXAMPLES=$examples -DHOSTS=/test/hosts -DCOREMD_WISH=$1" \
+        >/dev/null
     run "cmake --build $project/build" >/dev/null
     run "ctest --test-dir $project/build" | grep 'tests passed'
 done

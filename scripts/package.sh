@@ -18,7 +18,8 @@ mkdir "$source"
 tar -C "$root" --create --exclude-vcs --exclude=./build --exclude=__pycache__ . | tar -C "$source" --extract --no-same-owner
 tar -C "$work" --create --xz --file "$work/coremd_$upstream.orig.tar.xz" --exclude=debian --sort=name --owner=0 --group=0 \
     --numeric-owner --mtime="@$(dpkg-parsechangelog -l "$root/debian/changelog" -S Timestamp)" "coremd-$upstream"
-(cd "$source" && DEB_BUILD_OPTIONS=terse dpkg-buildpackage --no-sign) >"$work/build.log" 2>&1 || { tail -n 40 "$work/build.log" >&2; exit 1; }
+(cd "$source" && DEB_BUILD_OPTIONS=terse dpkg-buildpackage --no-sign) >"$work/build.log" 2>&1 ||
+    { tail -n 40 "$work/build.log" >&2; exit 1; }
 (cd "$work" && ls -sh1 -- *.deb)
 
 say "lintian: any error or warning fails"
