@@ -1,6 +1,7 @@
-// How do frames become events?  Called by main through Events.h.
+// How do frames become events?  Called by Job through Events.h.
 #include "Events.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace Scan {
@@ -13,26 +14,37 @@ int MovingBlocks(const Findings& frame) {
     return blocks;
 }
 
+EventLog::EventLog(const EventRules& rules) : _rules(rules) {
+    _rules.mergeGap = std::max(_rules.mergeGap, _rules.preRoll + _rules.postRoll);
+}
+
 std::optional<Event> EventLog::Add(const Findings& frame) {
     std::optional<Event> over;
-    const bool moves = !frame.objects.empty();
+    const int blocks = MovingBlocks(frame);
+    const bool moves = !frame.objects.empty() && blocks >= _rules.minBlocks;
     const bool unseen = _lastFrame && frame.time - *_lastFrame > _rules.longestGap;
     const bool still = _running && (!moves || _stillInBetween) && frame.time - _running->end > _rules.mergeGap;
+    if (unseen || still) {
+        over = Finish(unseen ? *_lastFrame : frame.time);
+    }
+    if (!_lastFrame || unseen) {
+        _firstSeen = frame.time;
+    }
     _lastFrame = frame.time;
     _stillInBetween = !moves;
-    if (unseen || still) {
-        over = Close();
+    if (moves) {
+        Extend(frame, blocks);
     }
-    if (!moves) {
-        return over;
-    }
-    const int blocks = MovingBlocks(frame);
+    return over;
+}
+
+// The running event, or a new one, by a frame that moves.
+void EventLog::Extend(const Findings& frame, int blocks) {
     if (!_running) {
-        _running = Event{.start = frame.time, .end = frame.time, .peak = frame.time,
-                         .frames = 0, .peakBlocks = blocks, .objects = frame.objects, .zones = 0};
+        _running = Event{.start = frame.time, .end = frame.time, .peak = frame.time, .frames = 0, .peakBlocks = blocks,
+                         .objects = frame.objects};
     }
     _running->end = frame.time;
-    ++_running->frames;
     for (const MovingObject& object : frame.objects) {
         _running->zones |= object.zones;
     }
@@ -41,10 +53,28 @@ std::optional<Event> EventLog::Add(const Findings& frame) {
         _running->peakBlocks = blocks;
         _running->objects = frame.objects;
     }
-    return over;
+    std::vector<TrackPoint>& track = _running->track;
+    if (_running->frames % _running->trackStep == 0) {
+        track.push_back({frame.time, frame.objects.front().box});
+    }
+    ++_running->frames;
+    if (track.size() > longestTrack) {                     // every second point goes
+        for (std::size_t i = 0; 2 * i < track.size(); ++i) {
+            track[i] = track[2 * i];
+        }
+        track.resize((track.size() + 1) / 2);
+        _running->trackStep *= 2;
+    }
 }
 
 std::optional<Event> EventLog::Close() {
+    std::optional<Event> over = Finish(_lastFrame.value_or(0));
+    _lastFrame.reset();
+    return over;
+}
+
+// lastSeen: up to where there was something to see.
+std::optional<Event> EventLog::Finish(Ticks lastSeen) {
     std::optional<Event> over = std::exchange(_running, std::nullopt);
     if (!over) {
         return over;
@@ -54,6 +84,8 @@ std::optional<Event> EventLog::Close() {
         return std::nullopt;
     }
     ++_finished;
+    over->start = std::max(over->start - _rules.preRoll, _firstSeen);
+    over->end = std::max(over->end, std::min(over->end + _rules.postRoll, lastSeen));
     return over;
 }
 

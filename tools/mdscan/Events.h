@@ -31,30 +31,46 @@ struct Findings {
     std::vector<MovingObject> objects;     // largest first
 };
 
+// Where the largest object was at one time.
+struct TrackPoint {
+    Ticks time;
+    Box box;        // pixels
+};
+
+inline constexpr std::size_t longestTrack = 256;   // points
+
 struct Event {
-    Ticks start;                           // first frame with an object
-    Ticks end;                             // last frame with an object
+    Ticks start;                           // first frame that moved, less the pre-roll
+    Ticks end;                             // last frame that moved, and the post-roll
     Ticks peak;                            // the frame with the most moving blocks, the first of equals
-    int frames;                            // analysed frames with an object
+    int frames;                            // analysed frames that moved
     int peakBlocks;                        // moving blocks at the peak
     std::vector<MovingObject> objects;     // at the peak, largest first
     std::uint64_t zones = 0;               // that its objects touched, as in MovingObject
+    std::vector<TrackPoint> track = {};    // of the frames that moved; of long events, every second, fourth, ...
+    int trackStep = 1;                     // frames that moved from one point to the next
 };
 
 struct EventRules {
     Ticks mergeGap;        // an event ends when frames without an object lie between and span more than this
     Ticks minDuration;     // shorter ones, end - start, are dropped
     Ticks longestGap;      // two frames further apart are never one event: what lay between was not recorded
+    Ticks preRoll = 0;     // added before and after an event, as far as there was something to see; events that would
+    Ticks postRoll = 0;    // overlap then are one
+    int minBlocks = 1;     // a frame with fewer moving blocks does not count as one that moved
 };
 
 int MovingBlocks(const Findings& frame);
 
 class EventLog {
 public:
-    explicit EventLog(const EventRules& rules) : _rules(rules) {}
+    explicit EventLog(const EventRules& rules);
 
     // Takes the next frame, later than the one before. Returns the event that this frame proves to be over, if it counts.
     std::optional<Event> Add(const Findings& frame);
+
+    // Is the frame that was taken last the peak of the running event so far?
+    bool PeaksNow() const { return _running && _lastFrame == _running->peak; }
 
     // Ends the running event: the stream is over, or its picture has changed beyond comparison.
     std::optional<Event> Close();
@@ -65,11 +81,14 @@ public:
     int Dropped() const { return _dropped; }       // events that were too short
 
 private:
+    std::optional<Event> Finish(Ticks lastSeen);
+    void Extend(const Findings& frame, int blocks);
     bool Counts(const Event& event) const { return event.end - event.start >= _rules.minDuration; }
 
     EventRules _rules;
     std::optional<Event> _running;
-    std::optional<Ticks> _lastFrame;
+    std::optional<Ticks> _lastFrame;       // absent: nothing seen yet, or nothing that counts any more
+    Ticks _firstSeen = 0;                  // first frame since then
     bool _stillInBetween = false;          // the last frame had no object
     int _finished = 0;
     int _dropped = 0;

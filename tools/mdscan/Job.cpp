@@ -7,6 +7,7 @@
 
 #include "Interruption.h"
 #include "PngFile.h"
+#include "Thumbnail.h"
 
 namespace Scan {
 
@@ -24,6 +25,7 @@ JobResult ResultOf(const Failure& failure, Health health) {
 
 Job::Job(const Options& options, const std::string& input, const std::string& name, JobListener& listener)
     : _options(options),
+      _input(input),
       _name(name),
       _listener(listener),
       _decoder(input, options.decoderThreads),
@@ -31,7 +33,9 @@ Job::Job(const Options& options, const std::string& input, const std::string& na
       _rules{.framesPerSecond = 1 / ToSeconds(_decoder.NominalInterval()), .shadows = options.shadows,
              .minSize = options.minSize, .zones = options.allZones},
       _events({.mergeGap = FromSeconds(options.mergeGap), .minDuration = FromSeconds(options.minDuration),
-               .longestGap = std::max(FromSeconds(options.mergeGap), periodsWithoutFrame * _cadence.Period())}) {
+               .longestGap = std::max(FromSeconds(options.mergeGap), periodsWithoutFrame * _cadence.Period()),
+               .preRoll = FromSeconds(options.preRoll), .postRoll = FromSeconds(options.postRoll),
+               .minBlocks = options.minBlocks}) {
     if (!options.background.empty()) {
         _background.emplace(options.background, input);
     }
@@ -93,13 +97,26 @@ void Job::Analyse(const AVFrame& frame, Ticks time) {
         _listener.OnLine(FrameLine(_name, _decoder.Pictures() - 1, findings));
     }
     PrintEvent(_events.Add(findings));
+    if (!_options.thumbnails.empty() && _events.PeaksNow()) {
+        _peak.reset(av_frame_clone(&frame));               // shares the picture
+    }
     _objects = std::move(findings.objects);
 }
 
 void Job::PrintEvent(const std::optional<Event>& event) {
-    if (event) {
-        _listener.OnLine(EventLine(_name, ++_printed, *event, WatchedNames(_options.allZones)));
+    if (!event) {
+        return;
     }
+    ++_printed;
+    EventExtras extras{.zones = WatchedNames(_options.allZones), .track = _options.track};
+    if (_peak) {
+        extras.thumbnail = ThumbnailPath(_options.thumbnails, _input, !_name.empty(), _printed);
+        ResultFile file(extras.thumbnail, _input);
+        WriteThumbnail(*_peak, file);
+        file.Keep();                                       // before the line that names it
+        _peak.reset();
+    }
+    _listener.OnLine(EventLine(_name, _printed, *event, extras));
 }
 
 void Job::CompleteFiles() {

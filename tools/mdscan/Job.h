@@ -46,6 +46,7 @@ private:
     Tally Sum() const;
 
     const Options& _options;
+    const std::string _input;
     const std::string _name;
     JobListener& _listener;
     const std::chrono::steady_clock::time_point _begin = std::chrono::steady_clock::now();
@@ -59,6 +60,7 @@ private:
     std::vector<MovingObject> _objects;        // of the newest analysed frame
     std::int64_t _analysed = 0;                // frames
     int _printed = 0;                          // events
+    FramePointer _peak;                        // of the running event, where thumbnails are wanted
     std::optional<ResultFile> _background;
     std::optional<Overlay> _overlay;
 };

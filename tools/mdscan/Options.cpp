@@ -18,6 +18,7 @@ namespace {
 constexpr double longestTime = 1e6;        // seconds; eleven days
 constexpr double highestRate = 1000;       // pictures per second
 constexpr int mostJobs = 256;
+constexpr int mostMovingBlocks = 1'000'000;
 constexpr int largestBlock = 64;           // pixels; as much as the block reducer sums
 
 constexpr const char* footer =
@@ -83,7 +84,8 @@ std::string ResultSettings(const Options& options) {
     text.precision(17);
     text << "rate " << options.rate << " block " << options.blockSize << " shadows " << options.shadows << " min-size "
          << options.minSize << " merge-gap " << options.mergeGap << " min-duration " << options.minDuration << " frames "
-         << options.frames;
+         << options.frames << " rolls " << options.preRoll << " " << options.postRoll << " min-blocks " << options.minBlocks
+         << " track " << options.track << " thumbnails \"" << options.thumbnails << "\"";
     for (const Zone& zone : options.allZones) {
         text << " zone \"" << zone.name << "\" " << zone.exclude << " " << zone.minSize.value_or(-1);
         for (const Point& corner : zone.polygon) {
@@ -124,12 +126,20 @@ Parsed ParseOptions(const std::vector<std::string>& all, const std::string& vers
         ->check(Within(0, longestTime))->type_name("S");
     app.add_option("--min-duration", options.minDuration, "Seconds below which an event is dropped")
         ->check(Within(0, longestTime))->type_name("S");
+    app.add_option("--min-blocks", options.minBlocks, "Moving blocks below which a frame counts as still")
+        ->check(Within(1, mostMovingBlocks))->type_name("N");
+    app.add_option("--pre-roll", options.preRoll, "Seconds added before an event")->check(Within(0, longestTime))->type_name("S");
+    app.add_option("--post-roll", options.postRoll, "Seconds added after an event; events that then overlap are one")
+        ->check(Within(0, longestTime))->type_name("S");
     app.add_option("--zone", zones, "Look only within this rectangle, in fractions of the picture; may be repeated")
         ->check(IsZone())->type_name("X,Y,W,H")->allow_extra_args(false)->default_str("");
     app.add_option("--zones", options.zoneFile, "Look only within the zones of this file, name them in events")
         ->type_name("FILE.json")->default_str("");
     app.add_option("--mask", options.mask, "Look only where this picture is bright")->type_name("FILE.png")->default_str("");
     app.add_flag("--frames", options.frames, "Also print one line per analysed frame with its objects");
+    app.add_flag("--track", options.track, "Also tell where the largest object went during an event");
+    app.add_option("--thumbnails", options.thumbnails, "Write a small picture of every event at its peak there")
+        ->type_name("DIR")->default_str("");
     app.add_option("--background", options.background, "Write the learned background; magenta: not known")
         ->type_name("FILE.png")->default_str("");
     app.add_option("--overlay", options.overlay, "Write the video with the objects' boxes drawn")

@@ -17,6 +17,11 @@ struct Options {
     double minSize = 0.03;         // smallest object, as a fraction of the picture's width and of its height
     double mergeGap = 2;           // seconds
     double minDuration = 0.5;      // seconds
+    double preRoll = 0;            // seconds
+    double postRoll = 0;           // seconds
+    int minBlocks = 1;             // moving blocks, for a frame to count
+    bool track = false;            // where the largest object went, in every event
+    std::string thumbnails;        // folder for them; empty: none
     std::vector<RelativeZone> zones;   // of --zone
     std::string zoneFile;          // empty: none
     std::string mask;              // PNG file, a zone like the others; empty: none

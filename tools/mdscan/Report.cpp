@@ -50,7 +50,7 @@ std::string Text(const char* format, Values... values) {
 
 }  // namespace
 
-std::string EventLine(const std::string& file, int number, const Event& event, const std::vector<std::string>& zones) {
+std::string EventLine(const std::string& file, int number, const Event& event, const EventExtras& extras) {
     Json line = Line("event", file);
     line["event"] = number;
     line["start"] = PrintedSeconds(event.start);
@@ -58,15 +58,26 @@ std::string EventLine(const std::string& file, int number, const Event& event, c
     line["peak"] = PrintedSeconds(event.peak);
     line["frames"] = event.frames;
     line["blocks"] = event.peakBlocks;
-    if (!zones.empty()) {
+    if (!extras.zones.empty()) {
         line["zones"] = Json::array();
-        for (std::size_t i = 0; i < zones.size(); ++i) {
+        for (std::size_t i = 0; i < extras.zones.size(); ++i) {
             if ((event.zones >> i & 1) != 0) {
-                line["zones"].push_back(zones[i]);
+                line["zones"].push_back(extras.zones[i]);
             }
         }
     }
+    if (!extras.thumbnail.empty()) {
+        line["thumbnail"] = extras.thumbnail;
+    }
     line["boxes"] = BoxesOf(event.objects, mostBoxesPerEvent);
+    if (extras.track) {
+        line["track"] = Json::array();
+        for (const TrackPoint& point : event.track) {
+            const Box& box = point.box;
+            line["track"].push_back({{"time", PrintedSeconds(point.time)}, {"x", box.x}, {"y", box.y}, {"w", box.width},
+                                     {"h", box.height}});
+        }
+    }
     return Dumped(line);
 }
 

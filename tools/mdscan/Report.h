@@ -15,9 +15,15 @@ namespace Scan {
 
 inline constexpr std::size_t mostBoxesPerEvent = 8;
 
-// One line each, without its end. file: the video's name; empty: the line does not name one. zones: names of the watched zones;
-// none: the line names none.
-std::string EventLine(const std::string& file, int number, const Event& event, const std::vector<std::string>& zones = {});
+// What an event's line holds if the user wants it.
+struct EventExtras {
+    std::vector<std::string> zones = {};   // names of the watched zones; none: the line names none
+    std::string thumbnail = "";            // path; empty: none
+    bool track = false;
+};
+
+// One line each, without its end. file: the video's name; empty: the line does not name one.
+std::string EventLine(const std::string& file, int number, const Event& event, const EventExtras& extras = {});
 std::string FrameLine(const std::string& file, std::int64_t pictureNumber, const Findings& frame);
 
 // What a scan amounts to.

@@ -2,8 +2,10 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -109,6 +111,15 @@ std::vector<Zone> AllZones(const Options& options) {
     return zones;
 }
 
+// Also where it is there already.
+void MakeFolder(const std::string& path) {
+    std::error_code error;
+    std::filesystem::create_directories(path, error);
+    if (error || !std::filesystem::is_directory(path, error)) {
+        throw Failure(exitFailed, "cannot write into " + path + ": " + (error ? error.message() : "is not a folder"));
+    }
+}
+
 int Main(const std::vector<std::string>& arguments) {
     const Parsed parsed = ParseOptions(arguments, VersionText());
     if (!parsed.options) {
@@ -122,6 +133,9 @@ int Main(const std::vector<std::string>& arguments) {
         options.allZones = AllZones(options);
         if (options.showZones) {
             return ShowZones(options);
+        }
+        if (!options.thumbnails.empty()) {
+            MakeFolder(options.thumbnails);
         }
         const InputList list = FindInputs(options.inputs);
         if (list.several || !options.resume.empty()) {

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <filesystem>
 #include <map>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -95,8 +96,9 @@ protected:
 
 TEST_F(BatchTest, NamesEveryBrokenFileAndMissesNoOther) {
     const std::map<std::string, std::string> expected = MakeFolder();
-    const Outcome run = Mdscan({"-j", "0", In("videos")});
+    const Outcome run = Mdscan({"-j", "0", "--thumbnails", In("pictures"), In("videos")});
     EXPECT_EQ(run.code, 1);
+    std::set<std::string> pictures;
     std::map<std::string, std::string> found;
     std::map<std::string, int> events;
     std::string current;
@@ -109,6 +111,7 @@ TEST_F(BatchTest, NamesEveryBrokenFileAndMissesNoOther) {
             EXPECT_TRUE(current.empty() || current == name) << "lines of two files are mixed";
             current = name;
             EXPECT_EQ(line["event"], ++events[name]);
+            EXPECT_TRUE(fs::exists(line["thumbnail"].get<std::string>()) && pictures.insert(line["thumbnail"]).second) << line;
             continue;
         }
         ASSERT_EQ(line["type"], "file");

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -109,6 +111,106 @@ TEST(Events, ShortOnesAreDroppedAndCounted) {
     EXPECT_EQ(event->start, 4 * oneSecond);
     EXPECT_EQ(log.Count(), 1);
     EXPECT_EQ(log.Dropped(), 1);
+}
+
+EventRules WithRolls(Ticks pre, Ticks post) {
+    EventRules rolled = rules;
+    rolled.preRoll = pre;
+    rolled.postRoll = post;
+    return rolled;
+}
+
+TEST(Events, RollsWidenAnEventAsFarAsThereIsSomethingToSee) {
+    constexpr Ticks s = oneSecond;
+    const auto inside = EventsOf(WithRolls(s, 2 * s), {Still(0), Moving(5 * s), Still(9 * s), Still(12 * s)});
+    ASSERT_EQ(inside.size(), 1u);
+    EXPECT_EQ(inside[0].start, 4 * s);
+    EXPECT_EQ(inside[0].end, 7 * s);
+    EXPECT_EQ(inside[0].peak, 5 * s);
+    const auto edges = EventsOf(WithRolls(9 * s, 9 * s), {Still(3 * s), Moving(5 * s), Still(6 * s)});
+    ASSERT_EQ(edges.size(), 1u);
+    EXPECT_EQ(edges[0].start, 3 * s) << "the first frame";
+    EXPECT_EQ(edges[0].end, 6 * s) << "the last frame";
+    const auto holes = EventsOf(WithRolls(9 * s, 9 * s), {Moving(0), Still(s), Moving(50 * s), Still(51 * s)});
+    ASSERT_EQ(holes.size(), 2u);
+    EXPECT_EQ(holes[0].end, s) << "not into the hole";
+    EXPECT_EQ(holes[1].start, 50 * s) << "not into the hole";
+}
+
+TEST(Events, EventsWhoseRollsOverlapAreOne) {
+    constexpr Ticks s = oneSecond;
+    const std::vector<Findings> frames = {Moving(s), Still(2 * s), Still(5 * s), Moving(7 * s), Still(8 * s), Still(16 * s)};
+    EXPECT_EQ(EventsOf(rules, frames).size(), 2u);
+    EXPECT_EQ(EventsOf(WithRolls(3 * s, 3 * s), frames).size(), 1u);
+    const auto apart = EventsOf(WithRolls(2 * s, 3 * s), frames);
+    ASSERT_EQ(apart.size(), 2u);
+    EXPECT_LE(apart[0].end, apart[1].start);
+}
+
+TEST(Events, ADurationIsMeasuredWithoutRolls) {
+    EventRules second = WithRolls(oneSecond, oneSecond);
+    second.minDuration = oneSecond;
+    EXPECT_TRUE(EventsOf(second, {Still(0), Moving(2 * oneSecond), Still(9 * oneSecond)}).empty());
+}
+
+TEST(Events, FramesWithFewMovingBlocksAreStill) {
+    EventRules five = rules;
+    five.minBlocks = 5;
+    const auto events = EventsOf(five, {Moving(10, 4), Moving(20, 5), Moving(30, 9), Moving(40, 4)});
+    ASSERT_EQ(events.size(), 1u);
+    EXPECT_EQ(events[0].start, 20);
+    EXPECT_EQ(events[0].end, 30);
+    EXPECT_EQ(events[0].frames, 2);
+}
+
+TEST(Events, TheTrackIsTheLargestObjects) {
+    const Findings pair{20, {{Box{7, 1, 1, 1}, 4}, {Box{2, 2, 2, 2}, 3}}};
+    const auto events = EventsOf(rules, {Moving(10, 3), pair, Still(30), Moving(40, 5)});
+    ASSERT_EQ(events.size(), 1u);
+    ASSERT_EQ(events[0].track.size(), 3u);
+    EXPECT_EQ(events[0].track[1].time, 20);
+    EXPECT_EQ(events[0].track[1].box.x, 7);
+    EXPECT_EQ(events[0].track[2].box.x, 5);
+}
+
+TEST(Events, ALongTrackIsThinnedEvenly) {
+    for (const int length : {255, 256, 257, 512, 513, 514, 5000}) {
+        std::vector<Findings> frames;
+        for (int i = 0; i < length; ++i) {
+            frames.push_back(Moving(i));
+        }
+        const auto events = EventsOf(rules, frames);
+        ASSERT_EQ(events.size(), 1u);
+        const std::vector<TrackPoint>& track = events[0].track;
+        ASSERT_LE(track.size(), longestTrack) << length;
+        ASSERT_GE(2 * track.size() + 1, std::min<std::size_t>(longestTrack, static_cast<std::size_t>(length))) << length;
+        for (std::size_t i = 0; i < track.size(); ++i) {
+            ASSERT_EQ(track[i].time, static_cast<Ticks>(i) * events[0].trackStep) << length;
+        }
+    }
+}
+
+TEST(Events, ThePeakIsKnownWhenItIsThere) {
+    EventLog log(rules);
+    log.Add(Still(0));
+    EXPECT_FALSE(log.PeaksNow());
+    log.Add(Moving(1, 3));
+    EXPECT_TRUE(log.PeaksNow());
+    log.Add(Moving(2, 3));
+    EXPECT_FALSE(log.PeaksNow());
+    log.Add(Moving(3, 4));
+    EXPECT_TRUE(log.PeaksNow());
+    EXPECT_TRUE(log.Add(Moving(4 + 20 * oneSecond, 1))) << "one is over, the next begins";
+    EXPECT_TRUE(log.PeaksNow());
+}
+
+TEST(Events, ZonesAreThoseOfAllFrames) {
+    Findings first = Moving(10), second = Moving(20, 9);
+    first.objects[0].zones = 0b01;
+    second.objects[0].zones = 0b100;
+    const auto events = EventsOf(rules, {first, second});
+    ASSERT_EQ(events.size(), 1u);
+    EXPECT_EQ(events[0].zones, 0b101u);
 }
 
 TEST(Events, AfterCloseANewEventStarts) {

@@ -30,7 +30,8 @@ TEST(Options, TheInputAloneIsEnough) {
 TEST(Options, EveryOptionReachesItsField) {
     const Parsed parsed = Parse({"--rate", "0", "--block", "7", "--shadows", "--min-size", "0.125", "--merge-gap", "3.5",
                                  "--min-duration", "0.25", "--zone", "0.1,0.2,0.3,0.4", "--zone=0,0,1,1", "--frames",
-                                 "--background", "b.png", "--overlay", "o.mp4", "-o", "out.jsonl", "--resume", "state", "-j", "3",
+                                 "--background", "b.png", "--overlay", "o.mp4", "-o", "out.jsonl", "--resume", "state", "-j", "3", "--pre-roll", "1.5",
+                                 "--post-roll", "2", "--min-blocks", "4", "--track", "--thumbnails", "pictures",
                                  "clip.mp4", "-"});
     ASSERT_TRUE(parsed.options) << parsed.text;
     const Options& options = *parsed.options;
@@ -47,6 +48,11 @@ TEST(Options, EveryOptionReachesItsField) {
     EXPECT_EQ(options.output, "out.jsonl");
     EXPECT_EQ(options.resume, "state");
     EXPECT_EQ(options.jobs, 3);
+    EXPECT_EQ(options.preRoll, 1.5);
+    EXPECT_EQ(options.postRoll, 2);
+    EXPECT_EQ(options.minBlocks, 4);
+    EXPECT_TRUE(options.track);
+    EXPECT_EQ(options.thumbnails, "pictures");
     ASSERT_EQ(options.zones.size(), 2u);
     EXPECT_EQ(options.zones[0].x, 0.1);
     EXPECT_EQ(options.zones[0].y, 0.2);
@@ -89,7 +95,7 @@ TEST_P(BadUsage, IsOneLineAndExitCodeTwo) {
 
 using Words = std::vector<std::string>;
 INSTANTIATE_TEST_SUITE_P(Options, BadUsage,
-                         testing::Values(Words{}, Words{"a.mp4", "-j", "-1"}, Words{"a.mp4", "--unknown"},
+                         testing::Values(Words{}, Words{"a.mp4", "-j", "-1"}, Words{"a.mp4", "--min-blocks", "0"}, Words{"a.mp4", "--unknown"},
                                          Words{"a.mp4", "--rate", "-1"}, Words{"a.mp4", "--rate", "fast"},
                                          Words{"a.mp4", "--rate", "nan"}, Words{"a.mp4", "--rate", "inf"},
                                          Words{"a.mp4", "--rate"}, Words{"a.mp4", "--block", "2.5"},

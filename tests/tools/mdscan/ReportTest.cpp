@@ -39,6 +39,16 @@ TEST(Report, AFrameLineHoldsEveryObject) {
     EXPECT_EQ(FrameLine("", 0, {0, {}}), R"({"type":"frame","frame":0,"time":0.0,"blocks":0,"objects":[]})");
 }
 
+TEST(Report, AnEventLineHoldsWhatIsAskedFor) {
+    Event event = AnEvent(1);
+    event.zones = 0b101;
+    event.track = {{15'000'000, {1, 2, 3, 4}}};
+    EXPECT_EQ(EventLine("", 3, event, {.zones = {"gate", "door", "road"}, .thumbnail = "t/a-3.jpg", .track = true}),
+              R"({"type":"event","event":3,"start":1.235,"end":9.877,"peak":5.0,"frames":17,"blocks":99,"zones":["gate","road"],)"
+              R"("thumbnail":"t/a-3.jpg","boxes":[{"x":0,"y":2,"w":30,"h":40,"blocks":5}],)"
+              R"("track":[{"time":1.5,"x":1,"y":2,"w":3,"h":4}]})");
+}
+
 TEST(Report, LinesNameTheirFileWhereThereAreSeveral) {
     EXPECT_EQ(EventLine("a/b.mp4", 3, AnEvent(1)).rfind(R"({"type":"event","file":"a/b.mp4","event":3,)", 0), 0u);
     EXPECT_EQ(FrameLine("a/b.mp4", 0, {0, {}}).rfind(R"({"type":"frame","file":"a/b.mp4","frame":0,)", 0), 0u);

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -58,6 +59,42 @@ TEST_F(ScanTest, AnOutputFileHoldsTheLines) {
     ExpectTheSquare(json::parse(Read("events.jsonl")), scene);
     EXPECT_EQ(FilesInFolder(), (std::vector<std::string>{"clip.y4m", "events.jsonl"}));
     EXPECT_EQ(Mdscan({"-o", clip, clip}).code, 2) << "an output never replaces the input";
+}
+
+TEST_F(ScanTest, AnEventHasAThumbnailOfItsPeak) {
+    const SquareScene scene{.width = 640, .height = 480};
+    const Outcome run = Mdscan({"--thumbnails", In("small/pictures"), RawClip(scene)});
+    EXPECT_EQ(run.code, 0) << run.err;
+    ASSERT_EQ(run.lines.size(), 1u);
+    EXPECT_EQ(run.lines[0]["thumbnail"], In("small/pictures/clip-1.jpg"));
+    Decoder decoder(In("small/pictures/clip-1.jpg"));
+    ASSERT_TRUE(decoder.Next());
+    const AVFrame& frame = decoder.Frame();
+    ASSERT_EQ(frame.width, 480);
+    ASSERT_EQ(frame.height, 360);
+    const std::optional<Box> square = scene.SquareAt(run.lines[0]["peak"]);
+    ASSERT_TRUE(square);
+    const int y = (square->y + square->height / 2) * 3 / 4, x = std::clamp(square->x + square->width / 2, 8, 630) * 3 / 4;
+    EXPECT_GT(frame.data[0][std::ptrdiff_t{y} * frame.linesize[0] + x], 170) << "the square at its place";
+    EXPECT_FALSE(decoder.Next());
+}
+
+TEST_F(ScanTest, RollsAndTracksAreTold) {
+    const SquareScene scene;
+    const Outcome run = Mdscan({"--pre-roll", "2", "--post-roll", "3", "--track", RawClip(scene)});
+    ASSERT_EQ(run.lines.size(), 1u);
+    const json& event = run.lines[0];
+    EXPECT_NEAR(event["start"], scene.from - 2, 0.7);
+    EXPECT_NEAR(event["end"], scene.until + 3, 0.7);
+    ASSERT_EQ(event["track"].size(), event["frames"]);
+    int last = -1;
+    for (const json& point : event["track"]) {
+        if (point["time"] > scene.from + 0.6 && point["time"] < scene.until - 0.6) {
+            EXPECT_GE(point["x"], last) << "the square moves to the right";
+            last = point["x"];
+        }
+    }
+    EXPECT_GT(last, 160);
 }
 
 TEST_F(ScanTest, FramesAreListedOnRequest) {
