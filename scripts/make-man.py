@@ -32,7 +32,7 @@ def options_of(help_text):
     options, in_options = [], False
     for line in help_text.splitlines():
         if not line.startswith(" "):
-            in_options = line.startswith("Options:")
+            in_options = line.endswith(":") and not line.startswith("Positionals:")
             continue
         if not in_options:
             continue

@@ -146,7 +146,9 @@ void Batch::ShowProgress() {
         all += item.weight;
         done += item.weight * (item.result ? 1 : item.worker ? item.worker->Done() : 0);
     }
-    _progress.Show(done / all, Sum());
+    Tally fresh = Sum();
+    fresh.length -= _recalledLength;
+    _progress.Show(done / all, fresh);
 }
 
 Tally Batch::Sum() const {
@@ -187,7 +189,9 @@ int Batch::Conclude() {
     text += ": " + Count(moving, "with motion") + ", " + Count(failed, "failed");
     text += _recalled > 0 ? ", " + Count(static_cast<std::size_t>(_recalled), "known from before") : "";
     text += _passedOver > 0 ? "; " + Count(static_cast<std::size_t>(_passedOver), "other files passed over") : "";
-    PrintLastLine("", text + "; " + SumText(sum, _recalledLength));
+    if (!_options.quiet) {
+        PrintLastLine("", text + "; " + SumText(sum, _recalledLength));
+    }
     if (failed > 0 || cut) {
         return exitFailed;
     }

@@ -21,15 +21,15 @@ constexpr int mostJobs = 256;
 constexpr int mostMovingBlocks = 1'000'000;
 constexpr int largestBlock = 64;           // pixels; as much as the block reducer sums
 
+// Headings of the help, each with an example.
+constexpr const char* inputGroup = "Inputs, as in: mdscan -j 2 --resume march.state -o march.jsonl recordings/2026-03";
+constexpr const char* motionGroup = "What counts, as in: mdscan --shadows --min-size 0.1 --merge-gap 5 garden.mp4";
+constexpr const char* zoneGroup = "Where, as in: mdscan --zone 0,0.5,1,0.5 street.mp4; mdscan zones --preview p.png street.mp4";
+constexpr const char* resultGroup = "Results, as in: mdscan --thumbnails pictures --overlay boxes.mp4 door.mp4";
+
 constexpr const char* footer =
-    "Output: one JSON object per line. An event has type \"event\", its number, start, end and peak in seconds,\n"
-    "frames (analysed frames with an object), blocks (moving blocks at the peak) and boxes (objects at the peak,\n"
-    "largest first, x y w h in pixels). Times count from the start of the file.\n"
-    "\n"
-    "Several inputs, or a folder: every line names its file, and a line of type \"file\" follows those of each.\n"
-    "\n"
-    "Exit codes: 0 motion found; 1 an input unreadable, damaged or cut short, or a result could not be written (what\n"
-    "was found up to there is printed); 2 bad usage; 3 no motion found.\n";
+    "Prints one JSON object per event; man mdscan explains it, zone files and all else.\n"
+    "Exit codes: 0 motion found; 1 an input failed, in part or whole; 2 bad usage; 3 no motion found.\n";
 
 // A number within bounds; NaN is in no bounds.
 CLI::Validator Within(double low, double high) {
@@ -72,6 +72,15 @@ CLI::Validator IsZone() {
         "");
 }
 
+CLI::Validator IsStyle() {
+    return CLI::Validator(
+        [](std::string& value) {
+            const bool known = value == "auto" || value == "json" || value == "none";
+            return known ? std::string() : "must be auto, json or none, not " + value;
+        },
+        "");
+}
+
 std::string OneLine(std::string text) {
     std::replace(text.begin(), text.end(), '\n', ' ');
     return text;
@@ -108,50 +117,60 @@ Parsed ParseOptions(const std::vector<std::string>& all, const std::string& vers
 
     CLI::App app("Finds motion in videos and prints when and where, as JSON lines.", "mdscan");
     app.footer(footer);
-    app.set_help_flag("-h,--help", "Print this help and leave");
-    app.set_version_flag("--version", version, "Print versions and leave");
     app.option_defaults()->always_capture_default();
     app.get_formatter()->column_width(28);
 
+    app.option_defaults()->group(inputGroup);
+    app.set_help_flag("-h,--help", "Print this help and leave")->group(inputGroup);
+    app.set_version_flag("--version", version, "Print versions and leave")->group(inputGroup);
     app.add_option("input", options.inputs, "Video files, folders of them, patterns, or - for a pipe")->required()
         ->type_name("FILE")->default_str("");
+    app.add_option("-j,--jobs", options.jobs, "Inputs scanned at a time; 0: one per processor")
+        ->check(Within(0, mostJobs))->type_name("N");
+    app.add_option("--resume", options.resume, "Remember finished inputs there; skip those that it knows")
+        ->type_name("STATE")->default_str("");
+    app.add_flag("-q,--quiet", options.quiet, "Say nothing but what went wrong");
+    app.add_option("--progress", options.progress, "auto: on a terminal; json: lines for machines; none")
+        ->check(IsStyle())->type_name("STYLE");
+
+    app.option_defaults()->group(motionGroup);
     app.add_option("--rate", options.rate, "Pictures analysed per second; 0: every picture")
         ->check(Within(0, highestRate))->type_name("N");
-    app.add_option("--block", options.blockSize, "Block size in pixels, up to 64; 0: one that gives 120 to 240 columns")
+    app.add_option("--block", options.blockSize, "Block size in pixels, up to 64; 0: gives 120 to 240 columns")
         ->check(Within(0, largestBlock))->type_name("N");
     app.add_flag("--shadows", options.shadows, "Drop what only darkens the background");
-    app.add_option("--min-size", options.minSize, "Smallest object, as a fraction of the picture's width and of its height")
+    app.add_option("--min-size", options.minSize, "Smallest object, as a fraction of picture width and height")
         ->check(Within(0, 1))->type_name("F");
+    app.add_option("--min-blocks", options.minBlocks, "Moving blocks below which a frame counts as still")
+        ->check(Within(1, mostMovingBlocks))->type_name("N");
     app.add_option("--merge-gap", options.mergeGap, "Seconds without an object that end an event")
         ->check(Within(0, longestTime))->type_name("S");
     app.add_option("--min-duration", options.minDuration, "Seconds below which an event is dropped")
         ->check(Within(0, longestTime))->type_name("S");
-    app.add_option("--min-blocks", options.minBlocks, "Moving blocks below which a frame counts as still")
-        ->check(Within(1, mostMovingBlocks))->type_name("N");
     app.add_option("--pre-roll", options.preRoll, "Seconds added before an event")->check(Within(0, longestTime))->type_name("S");
-    app.add_option("--post-roll", options.postRoll, "Seconds added after an event; events that then overlap are one")
+    app.add_option("--post-roll", options.postRoll, "Seconds added after it; events that then overlap are one")
         ->check(Within(0, longestTime))->type_name("S");
-    app.add_option("--zone", zones, "Look only within this rectangle, in fractions of the picture; may be repeated")
+
+    app.option_defaults()->group(zoneGroup);
+    app.add_option("--zone", zones, "Only within this rectangle, in fractions of the picture; repeatable")
         ->check(IsZone())->type_name("X,Y,W,H")->allow_extra_args(false)->default_str("");
-    app.add_option("--zones", options.zoneFile, "Look only within the zones of this file, name them in events")
+    app.add_option("--zones", options.zoneFile, "Only within the zones of this file; events name them")
         ->type_name("FILE.json")->default_str("");
-    app.add_option("--mask", options.mask, "Look only where this picture is bright")->type_name("FILE.png")->default_str("");
-    app.add_flag("--frames", options.frames, "Also print one line per analysed frame with its objects");
-    app.add_flag("--track", options.track, "Also tell where the largest object went during an event");
+    app.add_option("--mask", options.mask, "Only where this picture is bright")->type_name("FILE.png")->default_str("");
+    app.add_option("--preview", options.preview, "With mdscan zones: draw the zones over the first picture")
+        ->type_name("FILE.png")->default_str("");
+
+    app.option_defaults()->group(resultGroup);
+    app.add_option("-o,--output", options.output, "Write the result lines there instead of printing them")
+        ->type_name("FILE.jsonl")->default_str("");
+    app.add_flag("--frames", options.frames, "Also a line per analysed frame with its objects");
+    app.add_flag("--track", options.track, "Also where the largest object went during an event");
     app.add_option("--thumbnails", options.thumbnails, "Write a small picture of every event at its peak there")
         ->type_name("DIR")->default_str("");
     app.add_option("--background", options.background, "Write the learned background; magenta: not known")
         ->type_name("FILE.png")->default_str("");
     app.add_option("--overlay", options.overlay, "Write the video with the objects' boxes drawn")
         ->type_name("FILE.mp4")->default_str("");
-    app.add_option("-o,--output", options.output, "Write the result lines there instead of printing them")
-        ->type_name("FILE.jsonl")->default_str("");
-    app.add_option("--resume", options.resume, "Remember finished inputs there; skip those that it knows")
-        ->type_name("STATE")->default_str("");
-    app.add_option("-j,--jobs", options.jobs, "Inputs scanned at a time; 0: one per processor")
-        ->check(Within(0, mostJobs))->type_name("N");
-    app.add_option("--preview", options.preview, "With \"mdscan zones VIDEO\": draw the zones over its first picture")
-        ->type_name("FILE.png")->default_str("");
 
     try {
         std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());      // as the parser wants them

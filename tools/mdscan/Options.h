@@ -34,6 +34,8 @@ struct Options {
     std::string output;            // file for result lines; empty: standard output
     std::string resume;            // file that knows what is finished; empty: none
     int jobs = 1;                  // inputs at a time; 0: one per processor
+    bool quiet = false;            // standard error is for what went wrong
+    std::string progress = "auto"; // auto: on a terminal; json; none
     int decoderThreads = 0;        // per input, 0: one per processor; not on the command line
 };
 

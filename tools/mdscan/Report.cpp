@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 
 #include <nlohmann/json.hpp>
@@ -14,6 +15,8 @@ namespace {
 using Json = nlohmann::ordered_json;       // fields in the order in which they are written
 
 constexpr double redrawInterval = 0.25;    // seconds
+constexpr double jsonInterval = 1;         // seconds
+constexpr double leastGain = 0.005;        // of the whole; less does not tell how long the rest will take
 
 Json BoxesOf(const std::vector<MovingObject>& objects, std::size_t most) {
     Json boxes = Json::array();
@@ -158,14 +161,46 @@ std::string DamageText(const Damage& damage) {
     return Text("damaged near %.1f s: ", ToSeconds(damage.time)) + damage.what + more;
 }
 
+std::string ProgressText(double done, double left, const Tally& tally) {
+    std::string text = Text("%3.0f %%  %.1f s  %.1f x  %d event%s", done * 100, ToSeconds(tally.length), SpeedOf(tally),
+                            tally.events, tally.events == 1 ? "" : "s");
+    if (left >= 0) {
+        const auto seconds = static_cast<long long>(left + 0.5);
+        text += Text("  %lld:%02lld:%02lld left", seconds / 3600, seconds / 60 % 60, seconds % 60);
+    }
+    return text;
+}
+
+std::string ProgressLine(double done, double left, const Tally& tally) {
+    const auto rounded = [](double value) { return std::round(value * 1000) / 1000; };
+    Json line = Line("progress", "");
+    line["done"] = rounded(done);
+    line["seconds"] = PrintedSeconds(tally.length);
+    line["elapsed"] = rounded(tally.elapsed);
+    line["speed"] = rounded(SpeedOf(tally));
+    line["left"] = left >= 0 ? Json(rounded(left)) : Json();
+    line["events"] = tally.events;
+    return line.dump();
+}
+
 void Progress::Show(double done, const Tally& tally) {
-    if (!_visible || (_lastDrawn >= 0 && tally.elapsed < _lastDrawn + redrawInterval)) {
+    const double interval = _style == ProgressStyle::Json ? jsonInterval : redrawInterval;
+    if (_style == ProgressStyle::None || (_lastDrawn >= 0 && tally.elapsed < _lastDrawn + interval)) {
         return;
     }
+    if (_firstDone < 0) {
+        _firstDone = done;
+        _firstElapsed = tally.elapsed;
+    }
     _lastDrawn = tally.elapsed;
-    _drawn = true;
-    std::fprintf(stderr, "\r\033[K%3.0f %%  %.1f s  %.1f x  %d event%s", done * 100, ToSeconds(tally.length), SpeedOf(tally),
-                 tally.events, tally.events == 1 ? "" : "s");
+    const double gained = done - _firstDone;
+    const double left = gained > leastGain ? (tally.elapsed - _firstElapsed) * (1 - done) / gained : -1;
+    if (_style == ProgressStyle::Json) {
+        std::fprintf(stderr, "%s\n", ProgressLine(done, left, tally).c_str());
+    } else {
+        _drawn = true;
+        std::fprintf(stderr, "\r\033[K%s", ProgressText(done, left, tally).c_str());
+    }
     std::fflush(stderr);
 }
 

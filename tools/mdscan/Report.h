@@ -78,10 +78,16 @@ void PrintLastLine(const std::string& subject, const std::string& text);
 // "damaged near 12.4 s: ...", one line.
 std::string DamageText(const Damage& damage);
 
-// Keeps one line of standard error up to date while it is a terminal, silent otherwise.
+// How far a scan is, on standard error.
+enum class ProgressStyle {
+    None,
+    Line,                          // one line, kept up to date: for a terminal
+    Json                           // a line now and then: for machines
+};
+
 class Progress {
 public:
-    explicit Progress(bool visible) : _visible(visible) {}
+    explicit Progress(ProgressStyle style) : _style(style) {}
     ~Progress() { Clear(); }
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
@@ -91,9 +97,15 @@ public:
     void Clear();
 
 private:
-    bool _visible;
+    ProgressStyle _style;
     bool _drawn = false;
     double _lastDrawn = -1;        // seconds into the scan
+    double _firstDone = -1;        // what was done when it began: a resumed run does not begin at 0
+    double _firstElapsed = 0;      // seconds into the scan
 };
+
+// One line, without its end. left: seconds; negative: not known.
+std::string ProgressText(double done, double left, const Tally& tally);
+std::string ProgressLine(double done, double left, const Tally& tally);
 
 }  // namespace Scan

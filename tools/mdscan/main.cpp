@@ -51,8 +51,18 @@ private:
     Progress& _progress;
 };
 
+ProgressStyle StyleOf(const Options& options) {
+    if (options.quiet || options.progress == "none") {
+        return ProgressStyle::None;
+    }
+    if (options.progress == "json") {
+        return ProgressStyle::Json;
+    }
+    return isatty(STDERR_FILENO) != 0 ? ProgressStyle::Line : ProgressStyle::None;
+}
+
 int ScanOne(const Options& options, const std::string& input) {
-    Progress progress(isatty(STDERR_FILENO) != 0);
+    Progress progress(StyleOf(options));
     JobResult result;
     try {
         ResultLines lines(options.output, {input});
@@ -67,7 +77,9 @@ int ScanOne(const Options& options, const std::string& input) {
         result.trouble = failure.what();
     }
     progress.Clear();
-    PrintLastLine(input, ResultText(result));
+    if (!options.quiet || !result.trouble.empty()) {
+        PrintLastLine(input, ResultText(result));
+    }
     return CodeOf(result);
 }
 
@@ -87,7 +99,7 @@ int ScanMany(Options options, const InputList& list) {
         state.emplace(options.resume, VersionText() + "\n" + ResultSettings(options));
     }
     ResultLines lines(options.output, paths);
-    Progress progress(isatty(STDERR_FILENO) != 0);
+    Progress progress(StyleOf(options));
     const int code = Batch(options, list, lines, state ? &*state : nullptr, progress).Run();
     lines.Keep();
     return code;

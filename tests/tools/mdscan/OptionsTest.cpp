@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -31,8 +32,8 @@ TEST(Options, EveryOptionReachesItsField) {
     const Parsed parsed = Parse({"--rate", "0", "--block", "7", "--shadows", "--min-size", "0.125", "--merge-gap", "3.5",
                                  "--min-duration", "0.25", "--zone", "0.1,0.2,0.3,0.4", "--zone=0,0,1,1", "--frames",
                                  "--background", "b.png", "--overlay", "o.mp4", "-o", "out.jsonl", "--resume", "state", "-j", "3", "--pre-roll", "1.5",
-                                 "--post-roll", "2", "--min-blocks", "4", "--track", "--thumbnails", "pictures",
-                                 "clip.mp4", "-"});
+                                 "--post-roll", "2", "--min-blocks", "4", "--track", "--thumbnails", "pictures", "--quiet",
+                                 "--progress", "json",                                  "clip.mp4", "-"});
     ASSERT_TRUE(parsed.options) << parsed.text;
     const Options& options = *parsed.options;
     EXPECT_EQ(options.inputs, (std::vector<std::string>{"clip.mp4", "-"}));
@@ -48,6 +49,8 @@ TEST(Options, EveryOptionReachesItsField) {
     EXPECT_EQ(options.output, "out.jsonl");
     EXPECT_EQ(options.resume, "state");
     EXPECT_EQ(options.jobs, 3);
+    EXPECT_TRUE(options.quiet);
+    EXPECT_EQ(options.progress, "json");
     EXPECT_EQ(options.preRoll, 1.5);
     EXPECT_EQ(options.postRoll, 2);
     EXPECT_EQ(options.minBlocks, 4);
@@ -74,9 +77,15 @@ TEST(Options, HelpAndVersionAreNoErrors) {
     EXPECT_FALSE(help.options);
     EXPECT_EQ(help.exitCode, 0);
     for (const char* word : {"--rate", "--block", "--shadows", "--min-size", "--merge-gap", "--min-duration", "--zone",
-                             "--frames", "--background", "--overlay", "--version", "Exit codes: 0", "1 an input", "2 bad usage", "3 no motion"}) {
+                             "--frames", "--background", "--overlay", "--version", "Exit codes: 0", "1 an input", "2 bad usage", "3 no motion", "--quiet", "--progress", "--preview"}) {
         EXPECT_NE(help.text.find(word), std::string::npos) << word;
     }
+    int lines = 0;
+    std::istringstream text(help.text);
+    for (std::string line; std::getline(text, line); ++lines) {
+        EXPECT_LE(line.size(), 100u) << line;
+    }
+    EXPECT_LE(lines, 48) << "more than a screen";
     const Parsed version = Parse({"--version"});
     EXPECT_FALSE(version.options);
     EXPECT_EQ(version.exitCode, 0);
@@ -95,7 +104,7 @@ TEST_P(BadUsage, IsOneLineAndExitCodeTwo) {
 
 using Words = std::vector<std::string>;
 INSTANTIATE_TEST_SUITE_P(Options, BadUsage,
-                         testing::Values(Words{}, Words{"a.mp4", "-j", "-1"}, Words{"a.mp4", "--min-blocks", "0"}, Words{"a.mp4", "--unknown"},
+                         testing::Values(Words{}, Words{"a.mp4", "-j", "-1"}, Words{"a.mp4", "--progress", "much"}, Words{"a.mp4", "--min-blocks", "0"}, Words{"a.mp4", "--unknown"},
                                          Words{"a.mp4", "--rate", "-1"}, Words{"a.mp4", "--rate", "fast"},
                                          Words{"a.mp4", "--rate", "nan"}, Words{"a.mp4", "--rate", "inf"},
                                          Words{"a.mp4", "--rate"}, Words{"a.mp4", "--block", "2.5"},

@@ -81,6 +81,15 @@ TEST(Report, TheTallyNamesWhatWasDone) {
     EXPECT_NE(TallyText(tally).find("; 2 events (3 too short);"), std::string::npos);
 }
 
+TEST(Report, ProgressTellsWhatIsLeft) {
+    const Tally tally{.pictures = 1, .analysed = 1, .length = 600'000'000, .elapsed = 4, .events = 1};
+    EXPECT_EQ(ProgressText(0.25, 3725.4, tally), " 25 %  60.0 s  15.0 x  1 event  1:02:05 left");
+    EXPECT_EQ(ProgressText(0.25, -1, tally), " 25 %  60.0 s  15.0 x  1 event");
+    EXPECT_EQ(ProgressLine(0.25, 12, tally),
+              R"({"type":"progress","done":0.25,"seconds":60.0,"elapsed":4.0,"speed":15.0,"left":12.0,"events":1})");
+    EXPECT_NE(ProgressLine(0, -1, {}).find(R"("left":null)"), std::string::npos);
+}
+
 TEST(Report, AnEmptyTallyDividesByNothing) {
     EXPECT_EQ(TallyText(Tally{}), "0 pictures (0.0 s), 0 analysed; 0 events; took 0.0 s, 0.0 x real time");
 }

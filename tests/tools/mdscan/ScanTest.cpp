@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <iterator>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -95,6 +96,22 @@ TEST_F(ScanTest, RollsAndTracksAreTold) {
         }
     }
     EXPECT_GT(last, 160);
+}
+
+TEST_F(ScanTest, QuietSaysOnlyWhatWentWrong) {
+    EXPECT_EQ(Mdscan({"--quiet", "--progress", "json", RawClip({.seconds = 1})}).err, "");
+    EXPECT_EQ(Mdscan({"--quiet", In("clip.y4m"), In("clip.y4m"), In("missing.mp4")}).ErrorLines(), 1);
+}
+
+TEST_F(ScanTest, ProgressForMachinesIsJson) {
+    const Outcome run = Mdscan({"--progress", "json", RawClip({})});
+    std::istringstream lines(run.err);
+    std::string first;
+    ASSERT_TRUE(std::getline(lines, first));
+    const json progress = json::parse(first);
+    EXPECT_EQ(progress["type"], "progress");
+    EXPECT_GE(progress["done"], 0);
+    EXPECT_LE(progress["done"], 1);
 }
 
 TEST_F(ScanTest, FramesAreListedOnRequest) {
