@@ -60,8 +60,10 @@ class Results:
                 content = json.loads(path.read_text())
             except ValueError as error:
                 sys.exit(f"report: {path}: {error}")
-            self.context = content["context"]
-            figures = self.levels.setdefault(self.context["level"], {})
+            context = content["context"]
+            if not self.context or context["date"] > self.context["date"]:
+                self.context = context
+            figures = self.levels.setdefault(context["level"], {})
             for benchmark in content["benchmarks"]:
                 if benchmark.get("error_occurred"):
                     sys.exit(f"report: {path}: {benchmark['name']}: {benchmark['error_message']}")

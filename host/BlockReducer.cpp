@@ -14,11 +14,6 @@ constexpr std::uint8_t neutralChroma = 128;
 
 std::size_t Length(Kernels::SampleRange range) { return range.last - range.first; }
 
-// Address of a row; strides are signed.
-const std::uint8_t* RowOf(const std::uint8_t* samples, std::ptrdiff_t stride, std::size_t row) {
-    return samples + static_cast<std::ptrdiff_t>(row) * stride;
-}
-
 // Lets the format's bounds stop the process before anything is computed from it.
 const PictureFormat& Checked(const PictureFormat& format) {
     assert(format.width > 0 && format.height > 0);
@@ -104,7 +99,8 @@ void BlockReducer::ReducePlane(const PictureView& picture, std::size_t plane, co
     for (int blockRow = 0; blockRow < _rows; ++blockRow, mean += _columns) {
         const Kernels::SampleRange rows = rowsOf(blockRow);
         if (blockRow > 0 && blockRow == _rows - 1) rowSamples = SamplesOfRow(Length(rows), layout);
-        SumRows({RowOf(samples, stride, rows.first), stride, Length(rows)}, layout);
+        const std::uint8_t* const top = samples + static_cast<std::ptrdiff_t>(rows.first) * stride;  // strides are signed
+        SumRows({top, stride, Length(rows)}, layout);
         StoreMeans(SumBlocks(_part.data(), layout), rowSamples, mean);
         if (layout.interleaved) StoreMeans(SumBlocks(_secondPart.data(), layout), rowSamples, mean + _blockCount);
     }

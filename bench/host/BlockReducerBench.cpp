@@ -21,7 +21,7 @@ namespace Bench {
 namespace {
 
 constexpr int width = 1920, height = 1080, blockSize = 8;
-constexpr int pooledFrames = 24;  // 75 MB: more than last cache levels hold
+constexpr int pooledFrames = 24;  // 75 MB: more than most last cache levels hold
 constexpr int timedFrames = 48;
 
 struct DecodedFrame {

@@ -39,16 +39,16 @@ void MotionDetector::Detect(DetectionInfo* info, bool updateBackground) {
     if (_solveForeground) SolveForeground();
 }
 
-// The same three steps, chunk by chunk: blocks do not read each other before the foreground is known, and what is known of
-// a chunk stays in cache from the first question to the last.
+// Statistics, background and foreground, chunk by chunk, once the frame is taken: blocks do not read each other before the
+// foreground is known, and a chunk stays in cache from the first question to the last.
 void MotionDetector::ExamineBlocks(DetectionInfo* info, bool updateBackground) {
     TakeFrame(info);
     const bool isStepDue = _frameStatistics.BeginUpdate(false);
     if (!_frameStatistics._isFilled) return;
-    const bool mayLearn = updateBackground && !SkipFrame();
+    const bool isUpdateDue = updateBackground && !SkipFrame();
     ForEachChunk(AllBlocks(), [&](BlockRange chunk) {
         if (isStepDue) _frameStatistics.StepStandard(chunk);
-        if (mayLearn) UpdateChunk(chunk, true);
+        if (isUpdateDue) UpdateChunk(chunk, true);
         MarkForeground(info, chunk);
     });
 }

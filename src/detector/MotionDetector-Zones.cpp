@@ -30,35 +30,40 @@ bool IsLargeEnough(short smallest, short largest, int gridExtent, float minFract
 
 void MotionDetector::ProcessOneZone() {
     if (!_frameStatistics._isFilled) return;
-    FindForegroundGroups();
-    ProcessZone(blockCount);
+    if (_nextProcessZone) StartLabels();
+    ProcessZone();
 }
 
+// The label map is cleared once: what a zone leaves in it are labels of its objects, all of which the merge writes anew.
+// Without a zone it keeps its last contents.
 void MotionDetector::ProcessZones() {
-    if (!_frameStatistics._isFilled) return;
-    FindForegroundGroups();
-    int labelled = blockCount;
+    const bool isReady = _frameStatistics._isFilled;
+    if (isReady && _zones._first) StartLabels();
     for (_nextProcessZone = _zones._first; _nextProcessZone; _nextProcessZone = _nextProcessZone->next) {
-        labelled = ProcessZone(labelled);
+        if (isReady) ProcessZone();
         for (MotionObject* object = _zonePool._busyList._first; object; object = object->next) _mergedPool.Copy(object);
     }
 }
 
-// The zone at the cursor. `labelled`: the blocks listed in _movingPixelX, _movingPixelY are all that the label map may hold,
-// or blockCount where that is not known. Returns how many of them there are now.
-int MotionDetector::ProcessZone(int labelled) {
+// Before the zones of a frame: no labels, and where there is foreground at all.
+void MotionDetector::StartLabels() {
+    std::fill_n(_objectsMap, blockCount, std::uint16_t{0});
+    _foregroundGroupCount = Kernels::FindForegroundGroups(_isObject, _foregroundGroups.get(), BlockGrid());
+}
+
+// The zone at the cursor.
+void MotionDetector::ProcessZone() {
     if (!_processZones) _nextMotionObject = nullptr;  // it may point to an object that ends here
     _zonePool.ReleaseBusyList();
     MDZone* const currentZone = _nextProcessZone;
-    if (!currentZone) return labelled;
+    if (!currentZone) return;
     assert(currentZone->map);
     assert(currentZone->pixelMapWidth == blockCountX);
     assert(currentZone->pixelMapHeight == blockCountY);
 
-    ClearLabels(labelled);
     const int motionBlocksCount = CollectMovingBlocks(currentZone);
     assert(motionBlocksCount <= blockCount);
-    if (motionBlocksCount < 1) return 0;
+    if (motionBlocksCount < 1) return;
     std::fill_n(_objectPixelX, motionBlocksCount, short{0});
     std::fill_n(_objectPixelY, motionBlocksCount, short{0});
 
@@ -80,18 +85,6 @@ int MotionDetector::ProcessZone(int labelled) {
         if (KeepObject(count, label)) lastLabel = label;
     }
     RemoveSmallObjects(currentZone);
-    return motionBlocksCount;
-}
-
-void MotionDetector::FindForegroundGroups() {
-    _foregroundGroupCount = Kernels::FindForegroundGroups(_isObject, _foregroundGroups.get(), BlockGrid());
-}
-
-// A few labels are cleared one by one.
-void MotionDetector::ClearLabels(int labelled) {
-    if (labelled < blockCount / 16)
-        Kernels::RelabelObject({.xs = _movingPixelX, .ys = _movingPixelY, .count = labelled}, _objectsMap, 0, BlockGrid());
-    else std::fill_n(_objectsMap, blockCount, std::uint16_t{0});
 }
 
 // The first `count` blocks of _objectPixelX, _objectPixelY become an object of _zonePool, unless they are discarded.
@@ -133,8 +126,7 @@ int MotionDetector::RefineObject(ObjectBlocks object, Box box, int label) {
 }
 
 int MotionDetector::FindMovingInPixels(MDZone* zone) {
-    FindForegroundGroups();
-    ClearLabels(blockCount);
+    StartLabels();
     return CollectMovingBlocks(zone);
 }
 

@@ -225,9 +225,8 @@ private:
     MD_INTERNAL void UpdateBlocks(BlockRange range, bool mayLearn);
     MD_INTERNAL void UpdateChunk(BlockRange range, bool mayLearn);
     MD_INTERNAL void ProcessZones();
-    MD_INTERNAL int  ProcessZone(int labelled);
-    MD_INTERNAL void FindForegroundGroups();
-    MD_INTERNAL void ClearLabels(int labelled);
+    MD_INTERNAL void ProcessZone();
+    MD_INTERNAL void StartLabels();
     MD_INTERNAL int  CollectMovingBlocks(MDZone* zone);
     MD_INTERNAL bool KeepObject(int count, int label);
     MD_INTERNAL int  RefineObject(Kernels::ObjectBlocks object, Kernels::Box box, int label);

@@ -25,9 +25,9 @@ struct BlockRange {
 };
 
 // Kernels ask their questions chunk by chunk: most chunks have nothing to write, and what they read stays in cache.
-// Within one, pieces are asked where few blocks can be meant.
 inline constexpr std::size_t chunkLength = 256;
 
+// Pieces of a chunk, where few of its blocks are meant: most pieces have nothing to ask.
 inline constexpr std::size_t pieceLength = 32;
 
 // work(BlockRange part) for parts of at most `length` blocks, from the first to the last.

@@ -20,8 +20,8 @@ constexpr CellBox Union(CellBox a, CellBox b) {
 
 // Overlapping or next to each other, diagonally too.
 constexpr bool Touch(CellBox a, CellBox b) {
-    const bool isBesideNone = (b.right + 1 >= a.left) & (b.left - 1 <= a.right);
-    return isBesideNone & (b.bottom + 1 >= a.top) & (b.top - 1 <= a.bottom);
+    const bool columnsMeet = (b.right + 1 >= a.left) & (b.left - 1 <= a.right);  // no branches: outcomes are hard to foresee
+    return columnsMeet & (b.bottom + 1 >= a.top) & (b.top - 1 <= a.bottom);
 }
 
 inline CellBox BoxOfCells(const short* xs, const short* ys, int count) {

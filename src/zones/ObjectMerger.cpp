@@ -179,7 +179,7 @@ void ObjectMerger::FillBuckets() {
     const std::size_t buckets = static_cast<std::size_t>(_bucketColumns) * static_cast<std::size_t>(_bucketRows);
     _grownHeads.assign(buckets, none);
     _grown.clear();
-    // A small box, grown or not, lies in so many buckets at most: what follows asks for no more memory.
+    // A small box, grown or not, lies in so many buckets at most: how boxes lie asks for no memory that their number did not.
     const std::size_t mostEntries = mostBucketsOfSmallBox * _nodes.size();
     _grown.reserve(mostEntries);
     _bucketNodes.reserve(mostEntries);

@@ -33,7 +33,7 @@ private:
         int           nextPart;    // of the same absorber
     };
 
-    // A node's box as the rule compares it, small enough to compare many. An absorbed node's is empty and touches nothing.
+    // A node's box as the rule compares it, small enough to compare many. An absorbed node's is empty and touches no box of a grid.
     struct PackedBox {
         short left, right, top, bottom;
     };

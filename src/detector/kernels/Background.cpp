@@ -44,13 +44,14 @@ void MarkOlder(const std::int64_t* times, std::int64_t now, std::int64_t limit, 
     for (std::size_t i = chunk.first; i < chunk.last; ++i) marks[i - chunk.first] = MarkOfOlder(times[i], now, limit);
 }
 
-// Clears the marks of blocks whose `times` lies not that far back, or of those whose time does.
+// Of the blocks that are marked, those whose time lies more than `limit` ticks back stay so.
 void KeepOlder(const std::int64_t* times, std::int64_t now, std::int64_t limit, std::uint8_t* marks, BlockRange chunk) {
     MD_INDEPENDENT_BLOCKS
     for (std::size_t i = chunk.first; i < chunk.last; ++i)
         marks[i - chunk.first] = static_cast<std::uint8_t>(marks[i - chunk.first] & MarkOfOlder(times[i], now, limit));
 }
 
+// The others stay so.
 void KeepNotOlder(const std::int64_t* times, std::int64_t now, std::int64_t limit, std::uint8_t* marks, BlockRange chunk) {
     MD_INDEPENDENT_BLOCKS
     for (std::size_t i = chunk.first; i < chunk.last; ++i)

@@ -61,7 +61,7 @@ std::ptrdiff_t FindForegroundGroups(const std::uint8_t* isObject, BlockGroup* gr
         const std::uint8_t* const row = isObject + static_cast<std::ptrdiff_t>(y) * grid.columns;
         for (int x = 0; x < grid.columns; x += 8) {
             if (WordOf(row + x, BlocksInGroup(x, grid)) == 0) continue;
-            groups[count++] = {static_cast<std::int16_t>(x), static_cast<std::int16_t>(y)};
+            groups[count++] = {x, y};
         }
     }
     return count;
@@ -77,7 +77,7 @@ int CollectMovingBlocks(MovingBlocks b, Grid grid) {
             if (!b.isInZone[first + i] || !b.isObject[first + i]) continue;
             b.objectsMap[first + i] = unassignedBlock;
             b.xs[count] = static_cast<std::int16_t>(group->x + i);
-            b.ys[count] = group->y;
+            b.ys[count] = static_cast<std::int16_t>(group->y);
             ++count;
         }
     }

@@ -12,8 +12,8 @@ inline constexpr std::uint16_t unassignedBlock = 65535;
 
 // Up to eight blocks side by side, some of them foreground; (x, y) is the leftmost, x a multiple of 8.
 struct BlockGroup {
-    std::int16_t x;
-    std::int16_t y;
+    int x;
+    int y;
 };
 // Most of a frame is still: the groups with foreground, row by row, are found once and serve all zones. Returns their number;
 // `groups` has room for CountBlockGroups(grid).
