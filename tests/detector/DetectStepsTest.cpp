@@ -66,19 +66,6 @@ void ExpectSameState(const MD::MotionDetector& a, const MD::MotionDetector& b) {
     ExpectSame(a._zoneResultMap, b._zoneResultMap, "_zoneResultMap");
 }
 
-std::string NameOf(const testing::TestParamInfo<InputKind>& kind) {
-    switch (kind.param) {
-        case InputKind::Standard:
-            return "Standard";
-        case InputKind::MPEG4:
-            return "MPEG4";
-        case InputKind::PartlyH264:
-            return "PartlyH264";
-        default:
-            return "StandardWithShadows";
-    }
-}
-
 class DetectStepsTest : public testing::TestWithParam<InputKind> {};
 
 }  // namespace
@@ -127,7 +114,7 @@ TEST_P(DetectStepsTest, LeaveTheSameState) {
 INSTANTIATE_TEST_SUITE_P(Kinds, DetectStepsTest,
                          testing::Values(InputKind::Standard, InputKind::StandardWithShadows, InputKind::MPEG4,
                                          InputKind::PartlyH264),
-                         NameOf);
+                         Kit::NameOfKind<testing::TestParamInfo<InputKind>>);
 
 // A host's own cursor is at its end after a pass, before the history is filled too.
 TEST(DetectStepsCursorTest, IsAtItsEndAfterAPassOfAShortHistory) {

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "SeededRandom.h"
@@ -117,6 +118,13 @@ inline void AddNoise(Picture& picture, SeededRandom& random, int amplitude, int 
 // ---- Handing over ---------------------------------------------------------------------------------------------------
 
 enum class InputKind { Standard, MPEG4, PartlyH264, StandardWithShadows };
+
+// For the names of tests that run once per kind: TestParamInfo or what else has the kind as `param`.
+template <class Test>
+std::string NameOfKind(const Test& test) {
+    constexpr const char* names[] = {"Standard", "MPEG4", "PartlyH264", "StandardWithShadows"};
+    return names[static_cast<int>(test.param)];
+}
 
 // Frame after frame, `interval` ticks apart, in records that point into the feed.
 class FrameFeed {

@@ -117,22 +117,9 @@ TEST_P(NoAllocationTest, ObjectsAskForNothingOnceAsManyWereThere) {
     EXPECT_GT(objects, 4 * stages);
 }
 
-std::string NameOf(const testing::TestParamInfo<InputKind>& kind) {
-    switch (kind.param) {
-        case InputKind::Standard:
-            return "Standard";
-        case InputKind::MPEG4:
-            return "MPEG4";
-        case InputKind::PartlyH264:
-            return "PartlyH264";
-        default:
-            return "StandardWithShadows";
-    }
-}
-
 INSTANTIATE_TEST_SUITE_P(Kinds, NoAllocationTest,
                          testing::Values(InputKind::Standard, InputKind::StandardWithShadows, InputKind::MPEG4,
                                          InputKind::PartlyH264),
-                         NameOf);
+                         Kit::NameOfKind<testing::TestParamInfo<InputKind>>);
 
 }  // namespace
