@@ -65,3 +65,17 @@ install(FILES ${PROJECT_SOURCE_DIR}/man/coreMD.3 DESTINATION ${CMAKE_INSTALL_MAN
 if(TARGET mdscan)
     install(FILES ${PROJECT_SOURCE_DIR}/man/mdscan.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT coreMD_tools)
 endif()
+
+# Completions likewise. Below the system's prefix, shells look where distributors install, elsewhere where users do.
+if(TARGET mdscan)
+    set(coreMD_zsh_folder site-functions)
+    if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+        set(coreMD_zsh_folder vendor-completions)
+    endif()
+    install(FILES ${PROJECT_SOURCE_DIR}/completions/mdscan.bash RENAME mdscan
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT coreMD_tools)
+    install(FILES ${PROJECT_SOURCE_DIR}/completions/_mdscan
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/${coreMD_zsh_folder} COMPONENT coreMD_tools)
+    install(FILES ${PROJECT_SOURCE_DIR}/completions/mdscan.fish
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT coreMD_tools)
+endif()

@@ -1,0 +1,36 @@
+# Completes the arguments of mdscan. Written by scripts/make-completions.py from mdscan --help: change those.
+_mdscan() {
+    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
+    COMPREPLY=()
+    case $previous in
+    -j|--jobs) ;;
+    --resume) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
+    --progress) mapfile -t COMPREPLY < <(compgen -W 'auto json none' -- "$current") ;;
+    --rate) ;;
+    --block) ;;
+    --min-size) ;;
+    --min-blocks) ;;
+    --merge-gap) ;;
+    --min-duration) ;;
+    --pre-roll) ;;
+    --post-roll) ;;
+    --zone) ;;
+    --zones) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
+    --mask) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
+    --preview) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
+    -o|--output) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
+    --thumbnails) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -d -- "$current") ;;
+    --background) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
+    --overlay) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
+    *)
+        if [[ $current == -* ]]; then
+            mapfile -t COMPREPLY < <(compgen -W '-h --help --version -j --jobs --resume -q --quiet --progress --rate --block --shadows --min-size --min-blocks --merge-gap --min-duration --pre-roll --post-roll --zone --zones --mask --preview -o --output --frames --track --thumbnails --background --overlay' -- "$current")
+        else
+            compopt -o filenames
+            mapfile -t COMPREPLY < <(compgen -f -- "$current")
+            ((COMP_CWORD > 1)) || [[ zones != "$current"* ]] || COMPREPLY+=(zones)
+        fi
+        ;;
+    esac
+}
+complete -F _mdscan mdscan
