@@ -93,12 +93,16 @@ private:
             _layout = format.format;
             const Scan::WatchRules rules{.framesPerSecond = 1 / Scan::ToSeconds(_decoder.NominalInterval()),
                                          .shadows = format.width % 2 != 0, .minSize = 0.03,
-                                         .zones = {{0.1, 0.1, 0.9, 0.9}}};
+                                         .zones = {{.name = "middle",
+                                                    .polygon = {{0.1, 0.1}, {0.9, 0.1}, {0.9, 0.9}, {0.1, 0.9}}},
+                                                   {.name = "corner",
+                                                    .exclude = true,
+                                                    .polygon = {{0.0, 0.0}, {0.3, 0.0}, {0.0, 0.3}}}}};
             _watcher.emplace(format, Scan::GridOf(format.width, format.height, 0), rules);
         }
         const Scan::Findings findings = _watcher->Watch(_picture.View(), time);
         for (const Scan::MovingObject& object : findings.objects) ClaimInPicture(object.box);
-        ClaimOneLine(Scan::FrameLine(_decoder.Pictures() - 1, findings));
+        ClaimOneLine(Scan::FrameLine("", _decoder.Pictures() - 1, findings));
         Report(_events.Add(findings));
     }
 
@@ -116,7 +120,7 @@ private:
     void Report(const std::optional<Scan::Event>& event) {
         if (!event) return;
         FUZZ_CLAIM(event->start <= event->peak && event->peak <= event->end && event->frames > 0);
-        ClaimOneLine(Scan::EventLine(++_printed, *event));
+        ClaimOneLine(Scan::EventLine("clip", ++_printed, *event, {.zones = {"middle"}, .track = true}));
     }
 
     void Draw() {
