@@ -100,7 +100,7 @@ if [[ -z $quick ]]; then
 fi
 run coreMD_bench "$main" others '^(peer|host)/'
 
-compiler=$("$(cat "$results/compiler")" --version | head -n 1)
+compiler=$("$(cat "$results/compiler")" --version | sed -n 1p)
 # As the compiler is called for one source of the library, less what names folders, warnings and the level.
 flags=$(sed -n '/coreMD_objects.dir\/core\/coreMD.cpp.o:/,/FLAGS = /s/^ *FLAGS = //p' "$build/$main/build.ninja" |
     tr ' ' '\n' | grep -vE '^-(ffile-prefix-map|W|march)' | paste -sd ' ')

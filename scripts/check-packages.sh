@@ -106,7 +106,7 @@ if [[ -x $loader ]]; then
     for level in none x86-64-v3 x86-64-v4; do
         folder=
         if [[ $level != none ]]; then
-            "$loader" --help | grep -q "$level (supported, searched)" || continue
+            "$loader" --help | grep "$level (supported, searched)" >/dev/null || continue
             folder=glibc-hwcaps/$level/
         fi
         best=$folder

@@ -28,7 +28,7 @@ for test in $tests; do
     cmake --build "$build" --target "$test" >"$log" 2>&1 || { cat "$log"; exit 1; }
     if valgrind --quiet --error-exitcode=9 --leak-check=full --errors-for-leak-kinds=definite,possible \
         "$build/$test" --gtest_brief=1 --gtest_filter=-'*Death*:*IsFatal*' >"$log" 2>&1; then
-        echo "$test: $(grep -o '[0-9]* tests\? from.*ran' "$log" | head -n 1), no error, no leak"
+        echo "$test: $(grep -m 1 -o "[0-9]* tests\? from.*ran" "$log"), no error, no leak"
     else
         cat "$log"
         echo "$test: FAILED"

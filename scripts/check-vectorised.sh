@@ -74,7 +74,7 @@ keep_marked_sources() {
     done <"$work/commands" >"$work/jobs"
     run_jobs
     while IFS=$'\t' read -r directory source command; do
-        if tr -s ' \\' '\n' <"$work/depends-${source//\//-}" | grep -qxFf "$work/marked"; then
+        if tr -s ' \\' '\n' <"$work/depends-${source//\//-}" | grep -xFf "$work/marked" >/dev/null; then
             printf '%s\t%s\t%s\n' "$directory" "$source" "$command"
         fi
     done <"$work/commands" >"$work/marked-commands"
@@ -120,7 +120,7 @@ report() { # level
     : >"$work/excused"
     while IFS=$'\t' read -r verdict place name; do
         [[ $verdict != vectorised ]] || continue
-        if printf '%s\n' "${exceptions[@]}" | grep -qxF "$1 ${place%:*} $name"; then
+        if printf '%s\n' "${exceptions[@]}" | grep -xF "$1 ${place%:*} $name" >/dev/null; then
             echo "$1 ${place%:*} $name" >>"$work/excused"
             continue
         fi
@@ -130,7 +130,7 @@ report() { # level
             continue
         fi
         echo "$place: $name is not vectorised for $1"
-        grep -F "$place:" "$work/remarks" | grep -E 'missed: .*(not|bad|could)' | sort -u | head -n 8 | sed 's/^/    /'
+        grep -F "$place:" "$work/remarks" | grep -E 'missed: .*(not|bad|could)' | sort -u | sed -n '1,8s/^/    /p'
     done <"$work/verdicts"
     if printf '%s\n' "${exceptions[@]}" | grep "^$1 " | grep -vxFf "$work/excused" >"$work/stale"; then
         sed 's/^/no exception any more: /' "$work/stale"

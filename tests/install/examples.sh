@@ -25,13 +25,13 @@ for path in "$examples"/*; do
     # shellcheck disable=SC2046  # words are meant
     "${compile[@]}" -o "$program" $(pkg-config --cflags --libs coreMD) || fail "$example does not compile"
     run "$example" "$program"
-    LD_LIBRARY_PATH=$library ldd "$program" | grep -q "libcoreMD.so.1 => $library" || fail "$example is linked otherwise"
+    [[ $(LD_LIBRARY_PATH=$library ldd "$program") == *"libcoreMD.so.1 => $library"* ]] || fail "$example is linked otherwise"
 
     archive=$(pkg-config --static --cflags --libs coreMD | sed 's/-lcoreMD/-l:libcoreMD.a/')
     # shellcheck disable=SC2086
     "${compile[@]}" -o "$program-static" $archive || fail "$example does not compile with the archive"
     run "$example" "$program-static"
-    ! ldd "$program-static" | grep -q libcoreMD || fail "$example is linked otherwise"
+    [[ $(ldd "$program-static") != *libcoreMD* ]] || fail "$example is linked otherwise"
     count=$((count + 1))
 done
 ((count == 4)) || fail "$count examples instead of 4"

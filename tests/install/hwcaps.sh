@@ -47,7 +47,7 @@ best=none
 first=
 for level in none "${levels[@]}"; do
     if [[ $level != none ]]; then
-        if ! "$loader" --help | grep -q "$level (supported, searched)"; then
+        if ! "$loader" --help | grep "$level (supported, searched)" >/dev/null; then
             echo "left out: this processor is not $level"
             continue
         fi
