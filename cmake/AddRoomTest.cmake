@@ -1,8 +1,18 @@
 # add_room_test(<Name> <library>...): one GoogleTest program from <Name>.cpp, its cases registered with ctest.
 include(GoogleTest)
 
+# Most of the time to build a test goes into headers and into code that runs once. So the headers that every test includes are
+# compiled once, and tests are hardly optimised; what they test is, as everywhere.
+add_library(coreMD_plain_tests INTERFACE)
+target_compile_options(coreMD_plain_tests INTERFACE $<$<NOT:$<CONFIG:Debug>>:-O1>)
+
+add_executable(coreMD_testheaders EXCLUDE_FROM_ALL ${CMAKE_CURRENT_LIST_DIR}/testheaders.cpp)
+target_link_libraries(coreMD_testheaders PRIVATE coreMD_rules coreMD_plain_tests GTest::gtest)
+target_precompile_headers(coreMD_testheaders PRIVATE <gtest/gtest.h> <algorithm> <array> <cstring> <string> <vector>)
+
 function(add_room_test name)
     add_executable(${name} ${name}.cpp)
-    target_link_libraries(${name} PRIVATE coreMD_rules coreMD_testkit ${ARGN} GTest::gtest_main)
+    target_precompile_headers(${name} REUSE_FROM coreMD_testheaders)
+    target_link_libraries(${name} PRIVATE coreMD_rules coreMD_testkit ${ARGN} coreMD_plain_tests GTest::gtest_main)
     gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
 endfunction()

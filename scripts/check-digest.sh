@@ -5,7 +5,8 @@
 # the digests. Prints a table; leaves a variant out, with the reason, where the compiler or the processor lacks something.
 # Ends with 1 if two digests differ, or if a changed frame does not change the digest.
 #
-#     scripts/check-digest.sh [project root]          CHECK_DIGEST_EXTRA="g++ -O2 -march=native" adds a variant
+#     scripts/check-digest.sh [project root]          CHECK_DIGEST_EXTRA="g++ -O2 -march=native" adds a variant,
+#                                                     CHECK_DIGEST_MORE=1 those that are rarely of interest
 set -u
 root=$(cd "${1:-$(dirname "$0")/..}" && pwd) || exit 1
 work=$(mktemp -d) || exit 1
@@ -27,11 +28,13 @@ v4="avx512f avx512bw avx512vl avx512dq avx512cd"
 variants="g++ -O0
 g++ -O3
 g++ -O3 -march=x86-64-v3
-g++ -O3 -march=x86-64-v4
-clang++ -O0
 clang++ -O3
 clang++ -O3 -march=x86-64-v3
 ${CHECK_DIGEST_EXTRA:-}"
+[ -z "${CHECK_DIGEST_MORE:-}" ] || variants="$variants
+g++ -O3 -march=x86-64-v2
+g++ -O3 -march=x86-64-v4
+clang++ -O0"
 
 reason_to_skip() { # of the variant in $1
     compiler=${1%% *}
