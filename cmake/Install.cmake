@@ -60,6 +60,11 @@ foreach(example minimal.c minimal.cpp multi_camera.cpp background_snapshot.cpp)
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT coreMD_development)
 endforeach()
 
+if(TARGET mdscan)
+    install(FILES ${PROJECT_SOURCE_DIR}/docs/mdscan.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/coreMD
+        COMPONENT coreMD_tools)
+endif()
+
 # Manual pages are kept ready in man/; tests compare them with the header and the program.
 install(FILES ${PROJECT_SOURCE_DIR}/man/coreMD.3 DESTINATION ${CMAKE_INSTALL_MANDIR}/man3 COMPONENT coreMD_development)
 if(TARGET mdscan)

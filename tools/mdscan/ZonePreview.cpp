@@ -15,6 +15,7 @@
 #include "Failure.h"
 #include "PngFile.h"
 #include "ResultFile.h"
+#include "ScanLine.h"
 #include "Watcher.h"
 #include "ZoneMask.h"
 
@@ -110,6 +111,7 @@ int ShowZones(const Options& options) {
     const PictureGrid grid = GridOf(frame.width, frame.height, options.blockSize);
     const std::vector<std::uint8_t> excluded = ExcludedBlocks(options.allZones, grid);
     BgrPicture picture = options.preview.empty() ? BgrPicture{} : Coloured(frame);
+    std::printf("%s\n", ScanLine(options).c_str());
     std::size_t next = 0;
     for (const Zone& zone : options.allZones) {
         const Color& color = zone.exclude ? excludedColor : colors[next++ % colors.size()];

@@ -21,6 +21,7 @@
 #include "Report.h"
 #include "ResultLines.h"
 #include "RunState.h"
+#include "ScanLine.h"
 #include "ZoneFile.h"
 #include "ZoneMask.h"
 #include "ZonePreview.h"
@@ -66,6 +67,7 @@ int ScanOne(const Options& options, const std::string& input) {
     JobResult result;
     try {
         ResultLines lines(options.output, {input});
+        lines.Print(ScanLine(options));
         Printer printer(lines, progress);
         result = RunJob(options, input, "", printer);
         if (result.health != Health::Unreadable && result.health != Health::Unwritten) {
@@ -99,6 +101,7 @@ int ScanMany(Options options, const InputList& list) {
         state.emplace(options.resume, VersionText() + "\n" + ResultSettings(options));
     }
     ResultLines lines(options.output, paths);
+    lines.Print(ScanLine(options));
     Progress progress(StyleOf(options));
     const int code = Batch(options, list, lines, state ? &*state : nullptr, progress).Run();
     lines.Keep();

@@ -173,6 +173,9 @@ TEST_F(BatchTest, InterruptedAndResumedItIsTheSame) {
     for (std::string line; std::getline(lines, line);) {
         resumed.push_back(json::parse(line));
     }
+    ASSERT_FALSE(resumed.empty());
+    EXPECT_EQ(resumed.front(), whole.scan);
+    resumed.erase(resumed.begin());
     EXPECT_EQ(resumed, whole.lines);
     const std::string state = Read("state");
     EXPECT_EQ(static_cast<std::size_t>(std::count(state.begin(), state.end(), '\n')), 1 + expected.size())
@@ -188,6 +191,20 @@ TEST_F(BatchTest, ExitCodesTellMotionNoneAndFailureApart) {
     EXPECT_EQ(Mdscan({In("videos/s*")}).code, 3);
     EXPECT_EQ(Mdscan({In("videos/s*"), In("missing.mp4")}).code, 1);
     EXPECT_EQ(Mdscan({In("videos/deep")}).code, 1) << "a folder without videos";
+}
+
+TEST_F(BatchTest, TheFirstLineNamesAllSettings) {
+    WriteEncoded({Small()}, {.codec = "mpeg4", .container = "avi"}, In("videos/a.avi"));
+    Write("zones.json", R"({"zones": [{"name": "a", "polygon": [[0, 0], [1, 0], [1, 1]]},
+                                      {"name": "b", "polygon": [[0, 0], [0.1, 0], [0, 0.1]], "exclude": true}]})");
+    Names arguments = {"--rate", "5", "--block", "8", "--shadows", "--min-size", "0.1", "--min-blocks", "2", "--merge-gap", "3",
+                       "--min-duration", "1", "--pre-roll", "4", "--post-roll", "5", "--zones", In("zones.json"), In("videos")};
+    json scan = Mdscan(arguments).scan;
+    EXPECT_TRUE(scan["version"].is_string());
+    scan.erase("version");
+    EXPECT_EQ(scan, json::parse(R"({"type": "scan", "schema": 1, "rate": 5.0, "block": 8, "shadows": true, "min_size": 0.1,
+                                    "min_blocks": 2, "merge_gap": 3.0, "min_duration": 1.0, "pre_roll": 4.0, "post_roll": 5.0,
+                                    "zones": ["a"], "excluded": ["b"]})"));
 }
 
 TEST_F(BatchTest, AChangedFileIsScannedAgain) {

@@ -82,6 +82,11 @@ Outcome Parsed(int code, const std::string& out, const std::string& err) {
         EXPECT_FALSE(parsed.is_discarded()) << "not JSON: " << line;
         run.lines.push_back(std::move(parsed));
     }
+    if (!run.lines.empty()) {
+        run.scan = run.lines.front();
+        run.lines.erase(run.lines.begin());
+        EXPECT_EQ(run.scan["type"], "scan");
+    }
     return run;
 }
 
@@ -168,7 +173,7 @@ Outcome MdscanInterrupted(std::vector<std::string> arguments, const std::string&
     int count = 0;
     for (std::string line; std::getline(reader, line);) {
         printed += line + "\n";
-        if (++count == lines && !interrupted) {
+        if (++count == lines + 1 && !interrupted) {
             interrupted = true;
             feeder.join();
             kill(child, SIGINT);

@@ -10,8 +10,9 @@ namespace Scan {
 
 struct Outcome {
     int code;                            // exit code; -1: ended by a signal
-    std::vector<nlohmann::json> lines;   // standard output, every line parsed
+    std::vector<nlohmann::json> lines;   // standard output, every line parsed, without the first
     std::string err;                     // standard error
+    nlohmann::json scan = {};            // the first line; null where nothing was printed
 
     int ErrorLines() const;
 };
@@ -23,7 +24,7 @@ struct Surroundings {
 
 int ProcessId();
 
-// A line of standard output that is not JSON fails the test.
+// A line of standard output that is not JSON fails the test, and so does a first line that is not of type scan.
 Outcome Mdscan(const std::vector<std::string>& arguments, const Surroundings& surroundings = {});
 
 // Sends the signal after so many milliseconds, unless the program has ended by then.
@@ -32,7 +33,7 @@ Outcome MdscanSignalled(const std::vector<std::string>& arguments, int signal, i
 // With a file as standard input.
 Outcome MdscanFed(const std::vector<std::string>& arguments, const std::string& clip);
 
-// Feeds the clip through a pipe made for it, interrupts the program once it has printed `lines` lines, then feeds the rest.
+// Feeds the clip through a pipe made for it, interrupts the program once it has printed `lines` lines after the first, then feeds the rest.
 Outcome MdscanInterrupted(std::vector<std::string> arguments, const std::string& clip, const std::string& pipe, int lines);
 
 }  // namespace Scan

@@ -57,7 +57,12 @@ TEST_F(ScanTest, AnOutputFileHoldsTheLines) {
     const Outcome run = Mdscan({"-o", In("events.jsonl"), clip});
     EXPECT_EQ(run.code, 0) << run.err;
     EXPECT_TRUE(run.lines.empty());
-    ExpectTheSquare(json::parse(Read("events.jsonl")), scene);
+    std::istringstream lines(Read("events.jsonl"));
+    std::string first, event;
+    ASSERT_TRUE(std::getline(lines, first) && std::getline(lines, event));
+    EXPECT_EQ(json::parse(first)["type"], "scan");
+    EXPECT_EQ(json::parse(first)["schema"], 1);
+    ExpectTheSquare(json::parse(event), scene);
     EXPECT_EQ(FilesInFolder(), (std::vector<std::string>{"clip.y4m", "events.jsonl"}));
     EXPECT_EQ(Mdscan({"-o", clip, clip}).code, 2) << "an output never replaces the input";
 }

@@ -1,0 +1,80 @@
+#!/usr/bin/env python3
+"""Is every line that mdscan prints what the published schema says?
+
+    schema_test.py MDSCAN MAKE_CLIPS SCHEMA
+"""
+import copy
+import json
+import pathlib
+import subprocess
+import sys
+import tempfile
+import unittest
+
+try:
+    import jsonschema
+except ImportError:
+    print("python3-jsonschema is not installed: lines are not compared with the schema")
+    sys.exit(77)
+
+MDSCAN, MAKE_CLIPS, SCHEMA = sys.argv[1:4]
+ZONES = {"zones": [{"name": "left", "polygon": [[0, 0], [0.5, 0], [0.5, 1], [0, 1]]},
+                   {"name": "corner", "polygon": [[0.9, 0.9], [1, 0.9], [1, 1]], "exclude": True}]}
+
+
+def run(*arguments):
+    """All lines of both outputs that are JSON."""
+    done = subprocess.run([MDSCAN, *arguments], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+    assert done.returncode in (0, 1, 3), done.stderr
+    said = [line for line in done.stderr.splitlines() if line.startswith("{")]
+    return [json.loads(line) for line in done.stdout.splitlines()], [json.loads(line) for line in said]
+
+
+class SchemaTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        schema = json.loads(pathlib.Path(SCHEMA).read_text())
+        jsonschema.Draft202012Validator.check_schema(schema)
+        cls.validator = jsonschema.Draft202012Validator(schema)
+        with tempfile.TemporaryDirectory() as folder:
+            subprocess.run([MAKE_CLIPS, folder], check=True)
+            zones = pathlib.Path(folder, "zones.json")
+            zones.write_text(json.dumps(ZONES))
+            everything = ["--frames", "--track", "--thumbnails", f"{folder}/pictures", "--zones", str(zones)]
+            cls.runs = [run("--progress", "json", *everything, folder),
+                        run("--progress", "json", f"{folder}/gate/1.mp4"),
+                        run("zones", "--preview", f"{folder}/preview.png", "--zones", str(zones), f"{folder}/gate/1.mp4")]
+        cls.lines = [line for out, err in cls.runs for line in out + err]
+
+    def test_every_line_is_valid(self):
+        for line in self.lines:
+            self.assertTrue(self.validator.is_valid(line), line)
+
+    def test_every_type_and_every_field_was_printed(self):
+        printed = {}
+        for line in self.lines:
+            printed.setdefault(line["type"], set()).update(line)
+        types = {name: set(kind["properties"]) for name, kind in self.validator.schema["$defs"].items()
+                 if "type" in kind.get("properties", {})}
+        self.assertEqual(printed, types)
+        self.assertEqual(len(self.validator.schema["oneOf"]), len(types))
+
+    def test_outputs_begin_with_the_scan(self):
+        for out, _ in self.runs:
+            self.assertEqual([line["type"] == "scan" for line in out], [True] + [False] * (len(out) - 1))
+
+    def test_spoiled_lines_are_not_valid(self):
+        for kind in {line["type"] for line in self.lines}:
+            line = next(line for line in self.lines if line["type"] == kind)
+            spoiled = [{**line, "undocumented": 1}, {**line, "type": "other"}]
+            spoiled += [{key: value for key, value in line.items() if key != gone} for gone in
+                        self.validator.schema["$defs"][kind]["required"]]
+            for wrong in spoiled:
+                self.assertFalse(self.validator.is_valid(wrong), wrong)
+        event = copy.deepcopy(next(line for line in self.lines if line["type"] == "event"))
+        event["boxes"][0]["undocumented"] = 1
+        self.assertFalse(self.validator.is_valid(event))
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
