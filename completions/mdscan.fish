@@ -1,6 +1,8 @@
 # Completes the arguments of mdscan. Written by scripts/make-completions.py from mdscan --help: change those.
 complete -c mdscan -s h -l help -d 'Print this help and leave'
 complete -c mdscan -l version -d 'Print versions and leave'
+complete -c mdscan -l config -r -d 'Read options from there, not from ~/.config/mdscan.conf'
+complete -c mdscan -l write-config -d 'Print a configuration file with every option and leave'
 complete -c mdscan -s j -l jobs -x -d 'Inputs scanned at a time; 0: one per processor'
 complete -c mdscan -l resume -r -d 'Remember finished inputs there; skip those that it knows'
 complete -c mdscan -s q -l quiet -d 'Say nothing but what went wrong'

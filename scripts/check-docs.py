@@ -137,7 +137,8 @@ class Document:
 
         libraries = next(installed.rglob("libcoreMD.so")).parent
         self.environment = dict(
-            os.environ, HOME=str(self.directory / "home"), PATH=f"{installed}/bin:{os.environ['PATH']}", LC_ALL="C",
+            os.environ, HOME=str(self.directory / "home"), XDG_CONFIG_HOME=str(self.directory / "home/.config"),
+            PATH=f"{installed}/bin:{os.environ['PATH']}", LC_ALL="C",
             PKG_CONFIG_PATH=f"{libraries}/pkgconfig", CMAKE_PREFIX_PATH=str(installed), LD_LIBRARY_PATH=str(libraries))
 
     def run(self, command, merge=False):

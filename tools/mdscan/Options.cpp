@@ -5,10 +5,12 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <map>
 #include <sstream>
 
 #include <CLI/CLI.hpp>
 
+#include "ConfigFile.h"
 #include "Failure.h"
 
 namespace Scan {
@@ -20,6 +22,8 @@ constexpr double highestRate = 1000;       // pictures per second
 constexpr int mostJobs = 256;
 constexpr int mostMovingBlocks = 1'000'000;
 constexpr int largestBlock = 64;           // pixels; as much as the block reducer sums
+
+constexpr const char* about = "Finds motion in videos and prints when and where, as JSON lines.";
 
 // Headings of the help, each with an example.
 constexpr const char* inputGroup = "Inputs, as in: mdscan -j 2 --resume march.state -o march.jsonl recordings/2026-03";
@@ -109,13 +113,13 @@ std::string ResultSettings(const Options& options) {
     return text.str();
 }
 
-Parsed ParseOptions(const std::vector<std::string>& all, const std::string& version) {
-    Options options;
-    options.showZones = !all.empty() && all.front() == "zones";
-    const std::vector<std::string> arguments(all.begin() + (options.showZones ? 1 : 0), all.end());
-    std::vector<std::string> zones;
+namespace {
 
-    CLI::App app("Finds motion in videos and prints when and where, as JSON lines.", "mdscan");
+// Thrown out of the parser by --write-config.
+struct CallForTemplate {};
+
+// All that can be said on the command line, and most of it in a configuration file. Values go to the options and to zones.
+void Declare(CLI::App& app, Options& options, std::vector<std::string>& zones, const std::string& version) {
     app.footer(footer);
     app.option_defaults()->always_capture_default();
     app.get_formatter()->column_width(28);
@@ -123,8 +127,12 @@ Parsed ParseOptions(const std::vector<std::string>& all, const std::string& vers
     app.option_defaults()->group(inputGroup);
     app.set_help_flag("-h,--help", "Print this help and leave")->group(inputGroup);
     app.set_version_flag("--version", version, "Print versions and leave")->group(inputGroup);
+    app.add_option("--config", options.config, "Read options from there, not from ~/.config/mdscan.conf")
+        ->type_name("FILE")->default_str("")->configurable(false);
+    app.add_flag_callback("--write-config", [] { throw CallForTemplate(); }, "Print a configuration file with every option and leave")
+        ->configurable(false);
     app.add_option("input", options.inputs, "Video files, folders of them, patterns, or - for a pipe")->required()
-        ->type_name("FILE")->default_str("");
+        ->type_name("FILE")->default_str("")->configurable(false);
     app.add_option("-j,--jobs", options.jobs, "Inputs scanned at a time; 0: one per processor")
         ->check(Within(0, mostJobs))->type_name("N");
     app.add_option("--resume", options.resume, "Remember finished inputs there; skip those that it knows")
@@ -158,7 +166,7 @@ Parsed ParseOptions(const std::vector<std::string>& all, const std::string& vers
         ->type_name("FILE.json")->default_str("");
     app.add_option("--mask", options.mask, "Only where this picture is bright")->type_name("FILE.png")->default_str("");
     app.add_option("--preview", options.preview, "With mdscan zones: draw the zones over the first picture")
-        ->type_name("FILE.png")->default_str("");
+        ->type_name("FILE.png")->default_str("")->configurable(false);
 
     app.option_defaults()->group(resultGroup);
     app.add_option("-o,--output", options.output, "Write the result lines there instead of printing them")
@@ -171,22 +179,105 @@ Parsed ParseOptions(const std::vector<std::string>& all, const std::string& vers
         ->type_name("FILE.png")->default_str("");
     app.add_option("--overlay", options.overlay, "Write the video with the objects' boxes drawn")
         ->type_name("FILE.mp4")->default_str("");
+}
 
+// Takes the words in the order in which they stand.
+void Parse(CLI::App& app, const std::vector<std::string>& words) {
+    app.parse(std::vector<std::string>(words.rbegin(), words.rend()));                // reversed, as the parser wants them
+}
+
+// "--rate: must be ..." as said of a setting.
+std::string WithoutDashes(const std::string& complaint, const std::string& name) {
+    const std::string start = "--" + name + ": ";
+    return OneLine(complaint.rfind(start, 0) == 0 ? name + " " + complaint.substr(start.size()) : complaint);
+}
+
+// The word that says the same on the command line. Throws Failure.
+std::string WordOf(const Setting& setting, const std::string& path) {
+    const auto expect = [&](bool good, const std::string& what) {
+        if (!good) {
+            throw Failure(exitUsage, PlaceInConfig(path, setting.line, what));
+        }
+    };
+    Options trial;
+    std::vector<std::string> zones;
+    CLI::App app;
+    Declare(app, trial, zones, "");
+    const CLI::Option* option = app.get_option_no_throw("--" + setting.name);
+    expect(option && option->get_configurable(), "unknown name \"" + setting.name + "\", mdscan --write-config lists those known");
+    const bool isSwitch = setting.value == "true" || setting.value == "false";
+    expect(option->get_expected_min() > 0 || isSwitch, setting.name + " must be true or false, not " + setting.value);
+    const std::string word = "--" + setting.name + "=" + setting.value;
     try {
-        std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());      // as the parser wants them
-        app.parse(std::move(reversed));
+        Parse(app, {word, "-"});
+    } catch (const CLI::ParseError& error) {
+        expect(false, WithoutDashes(error.what(), setting.name));
+    }
+    return word;
+}
+
+// Words for all that the file sets and the command line does not. given: what the command line said. Throws Failure.
+std::vector<std::string> WordsOfFile(const std::string& path, const CLI::App& given) {
+    std::vector<std::string> words;
+    std::map<std::string, int> lines;                      // of the names seen
+    for (const Setting& setting : ReadSettings(path)) {
+        const std::string word = WordOf(setting, path);
+        const CLI::Option* option = given.get_option_no_throw("--" + setting.name);
+        const auto [earlier, isNew] = lines.try_emplace(setting.name, setting.line);
+        if (!isNew && !(option && option->get_expected_max() > 1)) {
+            throw Failure(exitUsage, PlaceInConfig(path, setting.line, setting.name + " is given twice, first in line " +
+                                                                           std::to_string(earlier->second)));
+        }
+        if (option && option->count() == 0) {
+            words.push_back(word);
+        }
+    }
+    return words;
+}
+
+// Without the second of two empty lines, which would not fit on a screen.
+std::string HelpOf(const CLI::App& app) {
+    std::string text = app.help();
+    for (std::size_t place = 0; (place = text.find("\n\n\n", place)) != std::string::npos;) {
+        text.erase(place, 1);
+    }
+    return text;
+}
+
+}  // namespace
+
+Parsed ParseOptions(const std::vector<std::string>& all, const std::string& version, const std::string& usualConfig) {
+    Options options;
+    options.showZones = !all.empty() && all.front() == "zones";
+    std::vector<std::string> words(all.begin() + (options.showZones ? 1 : 0), all.end());
+    std::vector<std::string> zones;
+    CLI::App app(about, "mdscan");
+    Declare(app, options, zones, version);
+    const auto refuse = [](const std::string& what) { return Parsed{std::nullopt, exitUsage, "mdscan: " + what + "\n"}; };
+    try {
+        Parse(app, words);
+        const std::string config = options.config.empty() ? usualConfig : options.config;
+        if (!config.empty()) {
+            const std::vector<std::string> settings = WordsOfFile(config, app);
+            words.insert(words.begin(), settings.begin(), settings.end());
+            Parse(app, words);
+        }
     } catch (const CLI::CallForHelp&) {
-        return {std::nullopt, exitComplete, app.help()};
+        return {std::nullopt, exitComplete, HelpOf(app)};
     } catch (const CLI::CallForVersion&) {
         return {std::nullopt, exitComplete, version + "\n"};
+    } catch (const CallForTemplate&) {
+        return {std::nullopt, exitComplete, ConfigTemplate(app)};
     } catch (const CLI::ParseError& error) {
-        return {std::nullopt, exitUsage, "mdscan: " + OneLine(error.what()) + " (see mdscan --help)\n"};
+        return refuse(OneLine(error.what()) + " (see mdscan --help)");
+    } catch (const Failure& failure) {
+        return refuse(failure.what());
     }
     for (const std::string& zone : zones) {
         options.zones.push_back(ReadZone(zone).value());
     }
     if (!options.showZones && !options.preview.empty()) {
-        return {std::nullopt, exitUsage, "mdscan: --preview belongs to \"mdscan zones\" (see mdscan --help)\n"};
+        return refuse("--preview belongs to \"mdscan zones\" (see mdscan --help)");
     }
     return {options, exitComplete, ""};
 }

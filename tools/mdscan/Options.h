@@ -34,6 +34,7 @@ struct Options {
     std::string output;            // file for result lines; empty: standard output
     std::string resume;            // file that knows what is finished; empty: none
     int jobs = 1;                  // inputs at a time; 0: one per processor
+    std::string config;            // file of options, read already; empty: the usual one, if there is one
     bool quiet = false;            // standard error is for what went wrong
     std::string progress = "auto"; // auto: on a terminal; json; none
     int decoderThreads = 0;        // per input, 0: one per processor; not on the command line
@@ -42,14 +43,14 @@ struct Options {
 // One line: all that decides the results of an input, apart from itself.
 std::string ResultSettings(const Options& options);
 
-
 struct Parsed {
     std::optional<Options> options;    // absent: print `text` and leave
     int exitCode;                      // when absent
     std::string text;                  // help, version, or one line on what is wrong
 };
 
-// arguments: without the program's name. version: answer to --version.
-Parsed ParseOptions(const std::vector<std::string>& arguments, const std::string& version);
+// arguments: without the program's name. version: answer to --version. usualConfig: configuration file to read unless the
+// arguments name another one; empty: none.
+Parsed ParseOptions(const std::vector<std::string>& arguments, const std::string& version, const std::string& usualConfig = "");
 
 }  // namespace Scan

@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "Batch.h"
+#include "ConfigFile.h"
 #include "Failure.h"
 #include "Inputs.h"
 #include "Interruption.h"
@@ -136,7 +137,7 @@ void MakeFolder(const std::string& path) {
 }
 
 int Main(const std::vector<std::string>& arguments) {
-    const Parsed parsed = ParseOptions(arguments, VersionText());
+    const Parsed parsed = ParseOptions(arguments, VersionText(), UsualConfigFile());
     if (!parsed.options) {
         std::fputs(parsed.text.c_str(), parsed.exitCode == exitComplete ? stdout : stderr);
         return parsed.exitCode;

@@ -29,7 +29,8 @@ struct Outputs {
     std::string in = "";   // path of standard input; empty: the test's own
 };
 
-[[noreturn]] void Become(const std::vector<std::string>& arguments, const Outputs& outputs, long largestFile) {
+[[noreturn]] void Become(const std::vector<std::string>& arguments, const Outputs& outputs, const Surroundings& surroundings) {
+    setenv("XDG_CONFIG_HOME", surroundings.configFolder.c_str(), 1);
     const auto redirect = [](const std::string& path, int target) {
         const int file = open(path.c_str(), target == STDIN_FILENO ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC, 0600);
         if (file < 0 || dup2(file, target) < 0) {
@@ -41,9 +42,10 @@ struct Outputs {
     if (!outputs.in.empty()) {
         redirect(outputs.in, STDIN_FILENO);
     }
-    if (largestFile > 0) {
+    if (surroundings.largestFile > 0) {
         std::signal(SIGXFSZ, SIG_IGN);                               // the write fails instead
-        const rlimit limit = {static_cast<rlim_t>(largestFile), static_cast<rlim_t>(largestFile)};
+        const auto most = static_cast<rlim_t>(surroundings.largestFile);
+        const rlimit limit = {most, most};
         setrlimit(RLIMIT_FSIZE, &limit);
     }
     std::vector<char*> words = {const_cast<char*>(MDSCAN_PROGRAM)};
@@ -55,10 +57,10 @@ struct Outputs {
     _exit(127);
 }
 
-pid_t Start(const std::vector<std::string>& arguments, const Outputs& outputs, long largestFile = 0) {
+pid_t Start(const std::vector<std::string>& arguments, const Outputs& outputs, const Surroundings& surroundings = {}) {
     const pid_t child = fork();
     if (child == 0) {
-        Become(arguments, outputs, largestFile);
+        Become(arguments, outputs, surroundings);
     }
     return child;
 }
@@ -106,7 +108,7 @@ int ProcessId() {
 
 Outcome Mdscan(const std::vector<std::string>& arguments, const Surroundings& surroundings) {
     const Outputs outputs{surroundings.output.empty() ? Scratch("out") : surroundings.output, Scratch("err")};
-    const pid_t child = Start(arguments, outputs, surroundings.largestFile);
+    const pid_t child = Start(arguments, outputs, surroundings);
     const int code = CodeOf(child);
     Outcome run = Parsed(code, surroundings.output.empty() ? Content(outputs.out) : "", Content(outputs.err));
     unlink(Scratch("out").c_str());

@@ -20,6 +20,7 @@ struct Outcome {
 struct Surroundings {
     std::string output = "";             // where standard output goes; empty: read by the test
     long largestFile = 0;                // bytes that the program may write into one file; 0: any number
+    std::string configFolder = "/nonexistent";   // of the user; that of whoever runs the test is never read
 };
 
 int ProcessId();
