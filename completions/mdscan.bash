@@ -7,6 +7,7 @@ _mdscan() {
     -j|--jobs) ;;
     --resume) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
     --progress) mapfile -t COMPREPLY < <(compgen -W 'auto json none' -- "$current") ;;
+    --start-time) ;;
     --rate) ;;
     --block) ;;
     --min-size) ;;
@@ -25,7 +26,7 @@ _mdscan() {
     --overlay) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
     *)
         if [[ $current == -* ]]; then
-            mapfile -t COMPREPLY < <(compgen -W '-h --help --version --config --write-config -j --jobs --resume -q --quiet --progress --rate --block --shadows --min-size --min-blocks --merge-gap --min-duration --pre-roll --post-roll --zone --zones --mask --preview -o --output --frames --track --thumbnails --background --overlay' -- "$current")
+            mapfile -t COMPREPLY < <(compgen -W '-h --help --version --config --write-config -j --jobs --resume -q --quiet --progress --start-time --rate --block --shadows --min-size --min-blocks --merge-gap --min-duration --pre-roll --post-roll --zone --zones --mask --preview -o --output --frames --track --thumbnails --background --overlay' -- "$current")
         else
             compopt -o filenames
             mapfile -t COMPREPLY < <(compgen -f -- "$current")

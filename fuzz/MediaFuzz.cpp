@@ -102,7 +102,7 @@ private:
         }
         const Scan::Findings findings = _watcher->Watch(_picture.View(), time);
         for (const Scan::MovingObject& object : findings.objects) ClaimInPicture(object.box);
-        ClaimOneLine(Scan::FrameLine("", _decoder.Pictures() - 1, findings));
+        ClaimOneLine(Scan::FrameLine("", {_decoder.Numbers().At(time), _decoder.Numbers().IsExact(time)}, findings));
         Report(_events.Add(findings));
     }
 

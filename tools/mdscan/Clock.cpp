@@ -1,6 +1,8 @@
 // How are broken presentation times mended?  Called by Decoder through Clock.h.
 #include "Clock.h"
 
+#include <utility>
+
 namespace Scan {
 
 Ticks Clock::Next(std::optional<Ticks> presented) {
@@ -23,6 +25,10 @@ Ticks Clock::Next(std::optional<Ticks> presented) {
     }
     if (last - time < leap) {
         return (_last = Repaired(last + 1)).value();
+    }
+    if (_period > 0 && time + _period > last && time + _period < last + longestOverflow) {
+        _formerOffset = std::exchange(_offset, _offset + _period);
+        return (_last = time + _period).value();
     }
     ++_restarts;
     _formerOffset = _offset;

@@ -86,6 +86,31 @@ std::optional<Ticks> TicksOf(std::int64_t time, AVRational base) {
     return ticks > -limit && ticks < limit ? std::optional(ticks) : std::nullopt;
 }
 
+// Ticks after which the stream's count of time overflows; 0: never.
+Ticks OverflowPeriod(const AVStream& stream) {
+    constexpr Ticks shortest = 600 * oneSecond;
+    if (stream.pts_wrap_bits >= 63) {
+        return 0;
+    }
+    const Ticks period = TicksOf(std::int64_t{1} << stream.pts_wrap_bits, stream.time_base).value_or(0);
+    return period > shortest ? period : 0;
+}
+
+// length: ticks, as the header says.
+std::optional<StartTime> ContainerStart(const AVFormatContext& input, const AVStream& stream, Ticks length,
+                                        const std::string& path) {
+    for (const AVDictionary* metadata : {input.metadata, stream.metadata}) {
+        const AVDictionaryEntry* entry = av_dict_get(metadata, "creation_time", nullptr, 0);
+        const std::optional<WallTicks> created = entry ? ParseWallTime(entry->value) : std::nullopt;
+        struct stat status = {};
+        const bool isFile = stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+        if (created && CanBeStart(*created, length, isFile ? Ticks{status.st_mtim.tv_sec} * oneSecond : WallNow())) {
+            return StartTime{*created, ClockSource::Container};
+        }
+    }
+    return std::nullopt;
+}
+
 // With what FFmpeg said about it, if it did.
 std::string Explained(const std::string& what) {
     const std::string detail = TakeComplaint();
@@ -100,7 +125,9 @@ Decoder::Decoder(const std::string& path, int threads) {
     const AVRational rate = NominalRate(*_stream);
     _nominalInterval = std::max<Ticks>(1, av_rescale_q(1, av_inv_q(rate), tickBase));
     _sampleAspect = av_guess_sample_aspect_ratio(_input.get(), _stream, nullptr);
-    _clock.emplace(_nominalInterval);
+    _clock.emplace(_nominalInterval, OverflowPeriod(*_stream));
+    _numbers.emplace(_nominalInterval);
+    _started = ContainerStart(*_input, *_stream, std::max(_promised, _promisedByFile), path);
 }
 
 void Decoder::OpenInput(const std::string& path) {
@@ -199,6 +226,9 @@ void Decoder::Feed() {
         return;
     }
     if (_packet->stream_index == _stream->index) {
+        if (!_firstDecoding) {
+            _firstDecoding = TicksOf(_packet->dts, _stream->time_base);
+        }
         _packetEnd = _packet->pos + _packet->size;
         if ((_packet->flags & AV_PKT_FLAG_CORRUPT) != 0) {
             NoteDamage("incomplete packet");
@@ -211,19 +241,32 @@ void Decoder::Feed() {
     av_packet_unref(_packet.get());
 }
 
+// When the file shows this picture; absent where it does not say.
+std::optional<Ticks> Decoder::Presented() {
+    const std::optional<Ticks> time = TicksOf(_frame->best_effort_timestamp, _stream->time_base);
+    if (!time) {
+        return time;
+    }
+    if (_pictures == 0 && _frame->pts == AV_NOPTS_VALUE) {         // AVI: there are times of decoding only
+        _decodedLate = std::max<Ticks>(0, *time - _firstDecoding.value_or(*time));
+    }
+    _origin = _origin ? _origin : *time - _decodedLate;
+    return *time - _decodedLate - *_origin;
+}
+
 void Decoder::AcceptFrame() {
     _failuresInARow = 0;
-    std::optional<Ticks> presented;
-    if (const std::optional<Ticks> time = TicksOf(_frame->best_effort_timestamp, _stream->time_base)) {
-        _origin = _origin ? _origin : time;
-        presented = *time - *_origin;
-    }
+    const std::optional<Ticks> presented = Presented();
     _time = _clock->Next(presented);
     ++_pictures;
     if (_frame->decode_error_flags != 0 || (_frame->flags & AV_FRAME_FLAG_CORRUPT) != 0) {
         NoteDamage("damaged picture");
         _failuresInARow = 0;
     }
+    if (!presented && !_draining) {                                // at the end, times of decoding simply run out
+        LoseCount();
+    }
+    _numbers->Count(_time);
 }
 
 // The file is over: did it end where it should?
@@ -259,8 +302,16 @@ bool Decoder::EndsWithinPicture() const {
     return raw && _input->pb && avio_size(_input->pb) > _packetEnd;
 }
 
+// Numbers are approximate from here. Whatever leaves out pictures of the input, on purpose or not, calls this first.
+void Decoder::LoseCount() {
+    if (_numbers) {
+        _numbers->Lose();
+    }
+}
+
 void Decoder::NoteDamage(const std::string& what) {
     ++_failuresInARow;
+    LoseCount();
     if (_damage.count++ == 0) {
         _damage.what = Explained(what);
         _damage.time = _time;

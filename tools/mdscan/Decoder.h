@@ -7,6 +7,8 @@
 
 #include "Clock.h"
 #include "Libav.h"
+#include "PictureNumbers.h"
+#include "WallClock.h"
 
 namespace Scan {
 
@@ -31,6 +33,12 @@ public:
     std::int64_t Pictures() const { return _pictures; }        // decoded so far
     const Damage& Found() const { return _damage; }            // complete once Next has returned false
 
+    // Numbers of the pictures shown so far, and from where on they are approximate.
+    const PictureNumbers& Numbers() const { return *_numbers; }
+
+    // Wall clock at time 0; absent where the file does not say so believably.
+    const std::optional<StartTime>& Started() const { return _started; }
+
     Ticks NominalInterval() const { return _nominalInterval; } // between two pictures, at least 1
     AVRational SampleAspect() const { return _sampleAspect; }  // 0/1: not known
 
@@ -41,8 +49,10 @@ private:
     void OpenInput(const std::string& path);
     void OpenCodec(int threads);
     void Feed();
+    std::optional<Ticks> Presented();
     void AcceptFrame();
     void CheckEnd();
+    void LoseCount();
     bool EndsWithinPicture() const;
     void NoteDamage(const std::string& what);
 
@@ -55,9 +65,13 @@ private:
     Ticks _promisedByFile = 0;         // ticks; likewise, of the longest stream in the file
     std::int64_t _packetEnd = 0;       // bytes; where the last packet of the video ends in the file
     std::optional<Ticks> _origin;      // ticks; the file's time that counts as 0, absent until one is known
+    std::optional<Ticks> _firstDecoding;   // ticks; the file's time at which its first picture is decoded
+    Ticks _decodedLate = 0;            // ticks; the first picture shown, behind that
     Ticks _nominalInterval = 1;        // ticks
     AVRational _sampleAspect = {0, 1};
     std::optional<Clock> _clock;
+    std::optional<PictureNumbers> _numbers;
+    std::optional<StartTime> _started;
     Ticks _time = 0;                   // ticks
     std::int64_t _pictures = 0;
     int _failuresInARow = 0;           // of reading and decoding, without a picture in between

@@ -66,6 +66,7 @@ JobResult Job::Run() {
         result.trouble = DamageText(_decoder.Found());
     }
     result.tally = Sum();
+    result.clock = Clock();
     return result;
 }
 
@@ -94,7 +95,7 @@ void Job::Analyse(const AVFrame& frame, Ticks time) {
     Findings findings = _watcher->Watch(_picture.View(), time);
     ++_analysed;
     if (_options.frames) {
-        _listener.OnLine(FrameLine(_name, _decoder.Pictures() - 1, findings));
+        _listener.OnLine(FrameLine(_name, NumberAt(time), findings));
     }
     PrintEvent(_events.Add(findings));
     if (!_options.thumbnails.empty() && _events.PeaksNow()) {
@@ -108,7 +109,8 @@ void Job::PrintEvent(const std::optional<Event>& event) {
         return;
     }
     ++_printed;
-    EventExtras extras{.zones = WatchedNames(_options.allZones), .track = _options.track};
+    EventExtras extras{.start = NumberAt(event->start), .end = NumberAt(event->end), .peak = NumberAt(event->peak), .clock = Clock(),
+                       .zones = WatchedNames(_options.allZones), .track = _options.track};
     if (_peak) {
         extras.thumbnail = ThumbnailPath(_options.thumbnails, _input, !_name.empty(), _printed);
         ResultFile file(extras.thumbnail, _input);
@@ -128,6 +130,14 @@ void Job::CompleteFiles() {
         WritePng(Enlarged(_watcher->Background(), grid.blockSize, grid.pictureWidth, grid.pictureHeight), *_background);
         _background->Keep();
     }
+}
+
+std::optional<StartTime> Job::Clock() const {
+    return _options.startTime ? StartTime{*_options.startTime, ClockSource::Given} : _decoder.Started();
+}
+
+PictureNumber Job::NumberAt(Ticks time) const {
+    return {_decoder.Numbers().At(time), _decoder.Numbers().IsExact(time)};
 }
 
 Tally Job::Sum() const {

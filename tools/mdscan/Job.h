@@ -43,6 +43,8 @@ private:
     void Analyse(const AVFrame& frame, Ticks time);
     void PrintEvent(const std::optional<Event>& event);
     void CompleteFiles();
+    std::optional<StartTime> Clock() const;
+    PictureNumber NumberAt(Ticks time) const;
     Tally Sum() const;
 
     const Options& _options;

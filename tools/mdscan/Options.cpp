@@ -76,6 +76,14 @@ CLI::Validator IsZone() {
         "");
 }
 
+CLI::Validator IsTime() {
+    return CLI::Validator(
+        [](std::string& value) {
+            return ParseWallTime(value) ? std::string() : "must be a time like 2026-03-01T12:00:00Z, not " + value;
+        },
+        "");
+}
+
 CLI::Validator IsStyle() {
     return CLI::Validator(
         [](std::string& value) {
@@ -99,6 +107,9 @@ std::string ResultSettings(const Options& options) {
          << options.minSize << " merge-gap " << options.mergeGap << " min-duration " << options.minDuration << " frames "
          << options.frames << " rolls " << options.preRoll << " " << options.postRoll << " min-blocks " << options.minBlocks
          << " track " << options.track << " thumbnails \"" << options.thumbnails << "\"";
+    if (options.startTime) {
+        text << " start-time " << *options.startTime;
+    }
     for (const Zone& zone : options.allZones) {
         text << " zone \"" << zone.name << "\" " << zone.exclude << " " << zone.minSize.value_or(-1);
         for (const Point& corner : zone.polygon) {
@@ -140,6 +151,10 @@ void Declare(CLI::App& app, Options& options, std::vector<std::string>& zones, c
     app.add_flag("-q,--quiet", options.quiet, "Say nothing but what went wrong");
     app.add_option("--progress", options.progress, "auto: on a terminal; json: lines for machines; none")
         ->check(IsStyle())->type_name("STYLE");
+    app.add_option_function<std::string>(
+           "--start-time", [&options](const std::string& text) { options.startTime = ParseWallTime(text); },
+           "Time of day at the start of the one input, like 2026-03-01T12:00:00Z")
+        ->check(IsTime())->type_name("TIME")->default_str("")->configurable(false);
 
     app.option_defaults()->group(motionGroup);
     app.add_option("--rate", options.rate, "Pictures analysed per second; 0: every picture")

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "WallClock.h"
 #include "ZoneMask.h"
 
 namespace Scan {
@@ -31,6 +32,7 @@ struct Options {
     bool frames = false;           // one line per analysed frame, too
     std::string background;        // file to write; empty: none
     std::string overlay;           // file to write; empty: none
+    std::optional<WallTicks> startTime;    // wall clock at the start of the one input
     std::string output;            // file for result lines; empty: standard output
     std::string resume;            // file that knows what is finished; empty: none
     int jobs = 1;                  // inputs at a time; 0: one per processor

@@ -12,16 +12,19 @@ using Json = nlohmann::ordered_json;
 std::string Packed(const JobResult& result) {
     const Tally& tally = result.tally;
     const PictureGrid& grid = tally.grid;
-    const Json packed = {{"health", static_cast<int>(result.health)},
-                         {"code", static_cast<int>(result.code)},
-                         {"trouble", result.trouble},
-                         {"pictures", tally.pictures},
-                         {"analysed", tally.analysed},
-                         {"length", tally.length},
-                         {"elapsed", tally.elapsed},
-                         {"events", tally.events},
-                         {"dropped", tally.dropped},
-                         {"grid", {grid.pictureWidth, grid.pictureHeight, grid.blockSize, grid.columns, grid.rows}}};
+    Json packed = {{"health", static_cast<int>(result.health)},
+                   {"code", static_cast<int>(result.code)},
+                   {"trouble", result.trouble},
+                   {"pictures", tally.pictures},
+                   {"analysed", tally.analysed},
+                   {"length", tally.length},
+                   {"elapsed", tally.elapsed},
+                   {"events", tally.events},
+                   {"dropped", tally.dropped},
+                   {"grid", {grid.pictureWidth, grid.pictureHeight, grid.blockSize, grid.columns, grid.rows}}};
+    if (result.clock) {
+        packed["clock"] = {result.clock->at, static_cast<int>(result.clock->source)};
+    }
     return packed.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
@@ -33,6 +36,14 @@ JobResult Unpacked(const std::string& text) {
     if (health < 0 || health > static_cast<int>(Health::Unwritten)) {
         throw std::out_of_range("health");
     }
+    std::optional<StartTime> clock;
+    if (packed.contains("clock")) {
+        const int source = packed["clock"].at(1).get<int>();
+        if (source < 0 || source > static_cast<int>(ClockSource::Arrival)) {
+            throw std::out_of_range("clock");
+        }
+        clock = {packed["clock"].at(0).get<WallTicks>(), static_cast<ClockSource>(source)};
+    }
     return {.health = static_cast<Health>(health),
             .code = static_cast<ExitCode>(number("code")),
             .trouble = packed.at("trouble").get<std::string>(),
@@ -42,7 +53,8 @@ JobResult Unpacked(const std::string& text) {
                       .elapsed = packed.at("elapsed").get<double>(),
                       .events = number("events"),
                       .dropped = number("dropped"),
-                      .grid = {side(0), side(1), side(2), side(3), side(4)}}};
+                      .grid = {side(0), side(1), side(2), side(3), side(4)}},
+            .clock = clock};
 }
 
 }  // namespace Scan

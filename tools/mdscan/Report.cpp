@@ -59,6 +59,15 @@ std::string EventLine(const std::string& file, int number, const Event& event, c
     line["start"] = PrintedSeconds(event.start);
     line["end"] = PrintedSeconds(event.end);
     line["peak"] = PrintedSeconds(event.peak);
+    if (extras.clock) {
+        line["start_time"] = WallTimeText(extras.clock->at + event.start);
+        line["end_time"] = WallTimeText(extras.clock->at + event.end);
+        line["peak_time"] = WallTimeText(extras.clock->at + event.peak);
+    }
+    line["start_frame"] = extras.start.number;
+    line["end_frame"] = extras.end.number;
+    line["peak_frame"] = extras.peak.number;
+    line["frame_exact"] = extras.start.exact && extras.end.exact && extras.peak.exact;
     line["frames"] = event.frames;
     line["blocks"] = event.peakBlocks;
     if (!extras.zones.empty()) {
@@ -84,9 +93,10 @@ std::string EventLine(const std::string& file, int number, const Event& event, c
     return Dumped(line);
 }
 
-std::string FrameLine(const std::string& file, std::int64_t pictureNumber, const Findings& frame) {
+std::string FrameLine(const std::string& file, const PictureNumber& picture, const Findings& frame) {
     Json line = Line("frame", file);
-    line["frame"] = pictureNumber;
+    line["frame"] = picture.number;
+    line["frame_exact"] = picture.exact;
     line["time"] = PrintedSeconds(frame.time);
     line["blocks"] = MovingBlocks(frame);
     line["objects"] = BoxesOf(frame.objects, frame.objects.size());
@@ -109,6 +119,10 @@ std::string FileLine(const std::string& file, const JobResult& result) {
     line["status"] = NameOf(result.health);
     if (!result.trouble.empty()) {
         line["reason"] = result.trouble;
+    }
+    if (result.clock) {
+        line["start_time"] = WallTimeText(result.clock->at);
+        line["clock"] = NameOf(result.clock->source);
     }
     line["pictures"] = result.tally.pictures;
     line["seconds"] = PrintedSeconds(result.tally.length);

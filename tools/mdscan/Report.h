@@ -3,20 +3,30 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "Decoder.h"
 #include "Events.h"
 #include "Failure.h"
+#include "WallClock.h"
 #include "ZoneMask.h"
 
 namespace Scan {
 
 inline constexpr std::size_t mostBoxesPerEvent = 8;
 
-// What an event's line holds if the user wants it.
+// A picture's number in its input, counted from 0.
+struct PictureNumber {
+    std::int64_t number = 0;
+    bool exact = true;                     // no picture before it was damaged, left out or without a time
+};
+
+// What an event's line holds beside the event: which pictures it spans, what time of day it was, what the user wants.
 struct EventExtras {
+    PictureNumber start = {}, end = {}, peak = {};
+    std::optional<StartTime> clock = {};   // absent: the wall clock is not known
     std::vector<std::string> zones = {};   // names of the watched zones; none: the line names none
     std::string thumbnail = "";            // path; empty: none
     bool track = false;
@@ -24,7 +34,7 @@ struct EventExtras {
 
 // One line each, without its end. file: the video's name; empty: the line does not name one.
 std::string EventLine(const std::string& file, int number, const Event& event, const EventExtras& extras = {});
-std::string FrameLine(const std::string& file, std::int64_t pictureNumber, const Findings& frame);
+std::string FrameLine(const std::string& file, const PictureNumber& picture, const Findings& frame);
 
 // What a scan amounts to.
 struct Tally {
@@ -51,6 +61,7 @@ struct JobResult {
     ExitCode code = exitComplete;  // when a failure named one
     std::string trouble = "";      // one line; empty where Whole
     Tally tally = {};
+    std::optional<StartTime> clock = {};   // absent: not known
 };
 
 // "complete", "damaged", "unreadable", "interrupted"; what a file's line calls it.

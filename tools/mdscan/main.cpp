@@ -90,6 +90,9 @@ int ScanMany(Options options, const InputList& list) {
     if (!options.background.empty() || !options.overlay.empty()) {
         throw Failure(exitUsage, "--background and --overlay want a single input");
     }
+    if (options.startTime && list.several) {
+        throw Failure(exitUsage, "--start-time wants a single input");
+    }
     const int processors = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
     options.jobs = options.jobs > 0 ? options.jobs : processors;
     options.decoderThreads = options.jobs == 1 ? 0 : std::max(1, processors / options.jobs);

@@ -74,6 +74,26 @@ TEST(Clock, TheBorderBetweenJitterAndNewStartIsOneSecond) {
     EXPECT_EQ(restart.Restarts(), 1);
 }
 
+TEST(Clock, AnOverflowingCountGoesOn) {
+    constexpr Ticks period = 95443 * oneSecond + 7'176'888;          // 2^33 at 90 kHz
+    Clock clock(interval, period);
+    EXPECT_EQ(clock.Next(0), 0);
+    for (int round = 0; round < 3; ++round) {
+        EXPECT_EQ(clock.Next(period - interval), (round + 1) * period - interval);
+        EXPECT_EQ(clock.Next(5), (round + 1) * period + 5);
+    }
+    EXPECT_EQ(clock.Restarts(), 0);
+    EXPECT_EQ(clock.Repairs(), 0);
+}
+
+TEST(Clock, ANewStartIsNoOverflow) {
+    constexpr Ticks period = 95443 * oneSecond;
+    Clock clock(interval, period);
+    clock.Next(period - 61 * oneSecond);
+    EXPECT_EQ(clock.Next(0), period - 61 * oneSecond + interval) << "the count would have stood still for a minute";
+    EXPECT_EQ(clock.Restarts(), 1);
+}
+
 TEST(Clock, OnePictureOutOfOrderDoesNotShiftTheRest) {
     EXPECT_EQ(TimesOf({100 * oneSecond, 0, 100 * oneSecond + 2 * interval, 100 * oneSecond + 3 * interval, 190 * oneSecond}),
               (std::vector<Ticks>{100 * oneSecond, 100 * oneSecond + interval, 100 * oneSecond + 2 * interval,

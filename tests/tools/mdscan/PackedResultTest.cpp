@@ -11,7 +11,8 @@ namespace {
 TEST(PackedResult, ArrivesWhole) {
     const JobResult sent{.health = Health::Damaged, .code = exitFailed, .trouble = "bad \"data\"\n",
                          .tally = {.pictures = 5'000'000'000, .analysed = 7, .length = -3, .elapsed = 0.1, .events = 4,
-                                   .dropped = 2, .grid = {1, 2, 3, 4, 5}}};
+                                   .dropped = 2, .grid = {1, 2, 3, 4, 5}},
+                         .clock = StartTime{17'723'448'000'000'001, ClockSource::Container}};
     const std::string text = Packed(sent);
     EXPECT_EQ(text.find('\n'), std::string::npos) << "a message is one line";
     const JobResult got = Unpacked(text);
@@ -25,6 +26,10 @@ TEST(PackedResult, ArrivesWhole) {
     EXPECT_EQ(got.tally.events, sent.tally.events);
     EXPECT_EQ(got.tally.dropped, sent.tally.dropped);
     EXPECT_EQ(got.tally.grid.rows, 5);
+    ASSERT_TRUE(got.clock);
+    EXPECT_EQ(got.clock->at, sent.clock->at);
+    EXPECT_EQ(got.clock->source, ClockSource::Container);
+    EXPECT_FALSE(Unpacked(Packed({})).clock);
     EXPECT_EQ(Packed(got), text);
 }
 
@@ -33,6 +38,9 @@ TEST(PackedResult, WhatIsNoResultIsRefused) {
     EXPECT_THROW(Unpacked("{}"), std::exception);
     std::string text = Packed({});
     text.replace(text.find("\"health\":0"), 10, "\"health\":9");
+    EXPECT_THROW(Unpacked(text), std::exception);
+    text = Packed({.clock = StartTime{0, ClockSource::Given}});
+    text.replace(text.find("[0,0]"), 5, "[0,3]");
     EXPECT_THROW(Unpacked(text), std::exception);
 }
 

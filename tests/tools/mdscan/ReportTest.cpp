@@ -20,8 +20,9 @@ Event AnEvent(std::size_t objects) {
 }
 
 TEST(Report, AnEventLineHoldsAllFieldsInOrder) {
-    EXPECT_EQ(EventLine("", 3, AnEvent(1)),
-              R"({"type":"event","event":3,"start":1.235,"end":9.877,"peak":5.0,"frames":17,"blocks":99,)"
+    EXPECT_EQ(EventLine("", 3, AnEvent(1), {.start = {10, true}, .end = {79, true}, .peak = {40, true}}),
+              R"({"type":"event","event":3,"start":1.235,"end":9.877,"peak":5.0,"start_frame":10,"end_frame":79,"peak_frame":40,)"
+              R"("frame_exact":true,"frames":17,"blocks":99,)"
               R"("boxes":[{"x":0,"y":2,"w":30,"h":40,"blocks":5}]})");
 }
 
@@ -33,10 +34,11 @@ TEST(Report, AnEventLineHoldsTheFirstBoxesOnly) {
 
 TEST(Report, AFrameLineHoldsEveryObject) {
     const Findings frame{20'000'000, {{Box{1, 2, 3, 4}, 5}, {Box{6, 7, 8, 9}, 10}}};
-    EXPECT_EQ(FrameLine("", 51, frame),
-              R"({"type":"frame","frame":51,"time":2.0,"blocks":15,)"
+    EXPECT_EQ(FrameLine("", {51, false}, frame),
+              R"({"type":"frame","frame":51,"frame_exact":false,"time":2.0,"blocks":15,)"
               R"("objects":[{"x":1,"y":2,"w":3,"h":4,"blocks":5},{"x":6,"y":7,"w":8,"h":9,"blocks":10}]})");
-    EXPECT_EQ(FrameLine("", 0, {0, {}}), R"({"type":"frame","frame":0,"time":0.0,"blocks":0,"objects":[]})");
+    EXPECT_EQ(FrameLine("", {}, {0, {}}),
+              R"({"type":"frame","frame":0,"frame_exact":true,"time":0.0,"blocks":0,"objects":[]})");
 }
 
 TEST(Report, AnEventLineHoldsWhatIsAskedFor) {
@@ -44,15 +46,34 @@ TEST(Report, AnEventLineHoldsWhatIsAskedFor) {
     event.zones = 0b101;
     event.track = {{15'000'000, {1, 2, 3, 4}}};
     EXPECT_EQ(EventLine("", 3, event, {.zones = {"gate", "door", "road"}, .thumbnail = "t/a-3.jpg", .track = true}),
-              R"({"type":"event","event":3,"start":1.235,"end":9.877,"peak":5.0,"frames":17,"blocks":99,"zones":["gate","road"],)"
+              R"({"type":"event","event":3,"start":1.235,"end":9.877,"peak":5.0,"start_frame":0,"end_frame":0,"peak_frame":0,)"
+              R"("frame_exact":true,"frames":17,"blocks":99,"zones":["gate","road"],)"
               R"("thumbnail":"t/a-3.jpg","boxes":[{"x":0,"y":2,"w":30,"h":40,"blocks":5}],)"
               R"("track":[{"time":1.5,"x":1,"y":2,"w":3,"h":4}]})");
 }
 
 TEST(Report, LinesNameTheirFileWhereThereAreSeveral) {
     EXPECT_EQ(EventLine("a/b.mp4", 3, AnEvent(1)).rfind(R"({"type":"event","file":"a/b.mp4","event":3,)", 0), 0u);
-    EXPECT_EQ(FrameLine("a/b.mp4", 0, {0, {}}).rfind(R"({"type":"frame","file":"a/b.mp4","frame":0,)", 0), 0u);
+    EXPECT_EQ(FrameLine("a/b.mp4", {}, {0, {}}).rfind(R"({"type":"frame","file":"a/b.mp4","frame":0,)", 0), 0u);
     EXPECT_NO_THROW(EventLine("no \xff text", 1, AnEvent(1)));
+}
+
+TEST(Report, AnEventLineTellsTheTimeOfDayWhereItIsKnown) {
+    const WallTicks noon = ParseWallTime("2026-03-01T12:00:00Z").value();
+    const auto line = nlohmann::json::parse(
+        EventLine("", 1, AnEvent(1), {.end = {79, false}, .clock = StartTime{noon, ClockSource::Given}}));
+    EXPECT_EQ(line["start_time"], "2026-03-01T12:00:01.235Z");
+    EXPECT_EQ(line["end_time"], "2026-03-01T12:00:09.877Z");
+    EXPECT_EQ(line["peak_time"], "2026-03-01T12:00:05.000Z");
+    EXPECT_EQ(line["frame_exact"], false) << "one of the three is not";
+    EXPECT_FALSE(nlohmann::json::parse(EventLine("", 1, AnEvent(1))).contains("start_time"));
+}
+
+TEST(Report, AFileLineTellsWhenItBegan) {
+    const JobResult result{.clock = StartTime{ParseWallTime("2026-03-01T12:00:00Z").value(), ClockSource::Container}};
+    EXPECT_EQ(FileLine("a.mp4", result),
+              R"({"type":"file","file":"a.mp4","status":"complete","start_time":"2026-03-01T12:00:00.000Z","clock":"container",)"
+              R"("pictures":0,"seconds":0.0,"analysed":0,"events":0})");
 }
 
 TEST(Report, AFileLineTellsHowTheScanEnded) {

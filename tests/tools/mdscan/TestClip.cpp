@@ -81,7 +81,7 @@ CodecPointer OpenEncoder(const SquareScene& scene, AVPixelFormat format, const E
     codec->time_base = {1, scene.framesPerSecond};
     codec->framerate = {scene.framesPerSecond, 1};
     codec->gop_size = encoding.groupSize;
-    codec->max_b_frames = 0;
+    codec->max_b_frames = encoding.bFrames;
     codec->thread_count = 1;
     codec->strict_std_compliance = FF_COMPLIANCE_UNOFFICIAL;
     codec->flags |= AV_CODEC_FLAG_QSCALE;
@@ -160,6 +160,9 @@ void WriteEncoded(const std::vector<SquareScene>& scenes, const Encoding& encodi
     stream->avg_frame_rate = codec->framerate;
     if (encoding.headerFirst) {
         Require(av_opt_set(output.get(), "movflags", "+faststart", AV_OPT_SEARCH_CHILDREN) == 0, "header first");
+    }
+    if (!encoding.created.empty()) {
+        av_dict_set(&output->metadata, "creation_time", encoding.created.c_str(), 0);
     }
     Require(avio_open(&output->pb, ("file:" + path).c_str(), AVIO_FLAG_WRITE) >= 0, "opening the clip");
     Require(avformat_write_header(output.get(), nullptr) >= 0, "header");

@@ -37,6 +37,8 @@ struct Encoding {
     AVPixelFormat laterFormat = AV_PIX_FMT_NONE;   // from the second scene on; none: the same
     int groupSize = 12;          // pictures from one complete picture to the next
     bool headerFirst = false;    // MP4: tables at the front
+    int bFrames = 0;             // pictures in a row that are decoded after a later one
+    std::string created = "";    // what the container says of its creation; empty: nothing
     // Presentation time of a picture in frames; none: its number.
     std::function<std::int64_t(int frame)> time = {};
 };

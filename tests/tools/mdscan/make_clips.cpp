@@ -14,7 +14,7 @@ using namespace Scan;
 void Recording(const std::filesystem::path& path, double from, double until) {
     const SquareScene scene{.width = 160, .height = 120, .seconds = 8, .from = from, .until = until};
     const char* codec = HasEncoder("libx264") ? "libx264" : "mpeg4";       // the former plays in browsers
-    WriteEncoded({scene}, {.codec = codec, .container = "mp4", .headerFirst = true}, path.string());
+    WriteEncoded({scene}, {.codec = codec, .container = "mp4", .headerFirst = true, .created = "2019-05-04T08:00:00Z"}, path.string());
 }
 
 }  // namespace
