@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 namespace Scan {
 
@@ -32,6 +33,14 @@ bool Cadence::Takes(Ticks time) {
     }
     _taken = time;
     return true;
+}
+
+bool Cadence::MayTake(Ticks time) const {
+    if (_everyPicture || !_taken) {
+        return true;
+    }
+    const Ticks behind = std::abs(time - *_taken) % _period;
+    return std::min(behind, _period - behind) <= _slack;
 }
 
 }  // namespace Scan

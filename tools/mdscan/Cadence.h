@@ -20,6 +20,9 @@ public:
     // Is the picture at this time to be analysed? Times must not fall.
     bool Takes(Ticks time);
 
+    // Could it be, as long as pictures come at the nominal interval?  Any time; nothing is picked.
+    bool MayTake(Ticks time) const;
+
     Ticks Period() const { return _period; }       // ticks between analysed pictures; a multiple of the nominal interval
 
 private:

@@ -190,6 +190,17 @@ void Decoder::OpenCodec(int threads) {
     }
 }
 
+// Whether a picture is referred to is for the decoder to know; these tell it truly, whatever the encoder.
+void Decoder::LeaveOutUnless(LeftOut::Needed needed) {
+    const AVCodecID codec = _stream->codecpar->codec_id;
+    const AVFieldOrder order = _stream->codecpar->field_order;
+    const bool tells = codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_MPEG4 || codec == AV_CODEC_ID_MPEG2VIDEO ||
+                       codec == AV_CODEC_ID_MPEG1VIDEO;
+    if (tells && (order == AV_FIELD_PROGRESSIVE || order == AV_FIELD_UNKNOWN)) {       // a packet may hold a single field
+        _leftOut.emplace(std::move(needed));
+    }
+}
+
 bool Decoder::Next() {
     while (_failuresInARow < patience) {
         const int result = avcodec_receive_frame(_codec.get(), _frame.get());
@@ -204,6 +215,9 @@ bool Decoder::Next() {
             AcceptFrame();
             return true;
         }
+    }
+    if (_leftOut) {
+        CountLeftOut(_leftOut->Rest());
     }
     CheckEnd();
     return false;
@@ -233,12 +247,21 @@ void Decoder::Feed() {
         if ((_packet->flags & AV_PKT_FLAG_CORRUPT) != 0) {
             NoteDamage("incomplete packet");
         }
+        ChooseDiscard();
         const int sent = avcodec_send_packet(_codec.get(), _packet.get());
         if (sent < 0 && sent != AVERROR(EAGAIN)) {
             NoteDamage(ErrorText(sent));
         }
     }
     av_packet_unref(_packet.get());
+}
+
+// Of the packet that is about to be decoded.
+void Decoder::ChooseDiscard() {
+    const bool cutAway = (_packet->flags & AV_PKT_FLAG_DISCARD) != 0;  // by a list of edits: never shown, never counted
+    const bool may = _leftOut && !cutAway &&
+                     _leftOut->May(TicksOf(_packet->pts, _stream->time_base), TicksOf(_packet->dts, _stream->time_base), _later);
+    _codec->skip_frame = may ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
 }
 
 // When the file shows this picture; absent where it does not say.
@@ -251,13 +274,26 @@ std::optional<Ticks> Decoder::Presented() {
         _decodedLate = std::max<Ticks>(0, *time - _firstDecoding.value_or(*time));
     }
     _origin = _origin ? _origin : *time - _decodedLate;
-    return *time - _decodedLate - *_origin;
+    return *time - _decodedLate;
+}
+
+// times: ticks of the file.
+void Decoder::CountLeftOut(const std::vector<Ticks>& times) {
+    for (const Ticks time : times) {
+        _time = _clock->Next(time - _origin.value_or(0));
+        ++_pictures;
+        _numbers->Count(_time);
+    }
 }
 
 void Decoder::AcceptFrame() {
     _failuresInARow = 0;
     const std::optional<Ticks> presented = Presented();
-    _time = _clock->Next(presented);
+    if (_leftOut && presented) {
+        CountLeftOut(_leftOut->Before(*presented));
+    }
+    _time = _clock->Next(presented ? std::optional(*presented - *_origin) : std::nullopt);
+    _later = _time - presented.value_or(_time);
     ++_pictures;
     if (_frame->decode_error_flags != 0 || (_frame->flags & AV_FRAME_FLAG_CORRUPT) != 0) {
         NoteDamage("damaged picture");

@@ -4,8 +4,10 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "Clock.h"
+#include "LeftOut.h"
 #include "Libav.h"
 #include "PictureNumbers.h"
 #include "WallClock.h"
@@ -28,9 +30,13 @@ public:
     // Decodes the next picture. False: there is none, because the file is over or cannot be read further.
     bool Next();
 
+    // From now on, pictures that are not needed and that no other picture refers to may be left out of Next; all else is as if
+    // they had been shown. Where that is not known beforehand, nothing is left out.
+    void LeaveOutUnless(LeftOut::Needed needed);
+
     const AVFrame& Frame() const { return *_frame; }           // until the following Next
     Ticks Time() const { return _time; }                       // since the start of the file; always rising
-    std::int64_t Pictures() const { return _pictures; }        // decoded so far
+    std::int64_t Pictures() const { return _pictures; }        // so far, those left out too
     const Damage& Found() const { return _damage; }            // complete once Next has returned false
 
     // Numbers of the pictures shown so far, and from where on they are approximate.
@@ -49,8 +55,10 @@ private:
     void OpenInput(const std::string& path);
     void OpenCodec(int threads);
     void Feed();
+    void ChooseDiscard();
     std::optional<Ticks> Presented();
     void AcceptFrame();
+    void CountLeftOut(const std::vector<Ticks>& times);
     void CheckEnd();
     void LoseCount();
     bool EndsWithinPicture() const;
@@ -73,6 +81,8 @@ private:
     std::optional<PictureNumbers> _numbers;
     std::optional<StartTime> _started;
     Ticks _time = 0;                   // ticks
+    Ticks _later = 0;                  // ticks; _time of the newest picture, behind the file's time of it
+    std::optional<LeftOut> _leftOut;
     std::int64_t _pictures = 0;
     int _failuresInARow = 0;           // of reading and decoding, without a picture in between
     bool _draining = false;            // the decoder knows that nothing follows

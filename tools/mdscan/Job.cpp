@@ -36,6 +36,9 @@ Job::Job(const Options& options, const std::string& input, const std::string& na
                .longestGap = std::max(FromSeconds(options.mergeGap), periodsWithoutFrame * _cadence.Period()),
                .preRoll = FromSeconds(options.preRoll), .postRoll = FromSeconds(options.postRoll),
                .minBlocks = options.minBlocks}) {
+    if (options.overlay.empty()) {                         // which shows every picture
+        _decoder.LeaveOutUnless([this](Ticks time) { return _cadence.MayTake(time); });
+    }
     if (!options.background.empty()) {
         _background.emplace(options.background, input);
     }

@@ -31,6 +31,30 @@ TEST(Cadence, TwentyFiveAtRateSixGivesEveryFourthOne) {
     EXPECT_EQ(Cadence(6, oneSecond / 25).Period(), 4 * (oneSecond / 25));
 }
 
+TEST(Cadence, WhatItTakesIsWhatItMayTake) {
+    for (const Ticks interval : {oneSecond / 25, oneSecond / 10, Ticks{333'667}}) {
+        Cadence cadence(6, interval);
+        int may = 0, takes = 0;
+        for (int i = 0; i < 3000; ++i) {
+            const bool expected = cadence.MayTake(i * interval);
+            may += expected;
+            const bool taken = cadence.Takes(i * interval);
+            takes += taken;
+            EXPECT_TRUE(expected || !taken) << i;
+        }
+        EXPECT_EQ(may, takes);
+    }
+}
+
+TEST(Cadence, ItMayTakePicturesOnTheGridAheadAndBehind) {
+    Cadence cadence(6, oneSecond / 25);
+    EXPECT_TRUE(cadence.MayTake(oneSecond / 25));                   // nothing taken yet
+    ASSERT_TRUE(cadence.Takes(oneSecond));
+    for (int i = -8; i <= 8; ++i) {
+        EXPECT_EQ(cadence.MayTake(oneSecond + i * (oneSecond / 25)), i % 4 == 0) << i;
+    }
+}
+
 TEST(Cadence, SlowStreamsAreTakenWhole) { EXPECT_EQ(Taken(6, oneSecond, 4), (std::vector<int>{0, 1, 2, 3})); }
 
 TEST(Cadence, RatesOfFractionsAreHeldOverTime) {
