@@ -23,8 +23,8 @@ std::string Count(std::size_t count, const char* what) {
 
 }  // namespace
 
-Batch::Batch(const Options& options, const InputList& list, ResultLines& lines, RunState* state, Progress& progress)
-    : _options(options), _passedOver(list.passedOver), _lines(lines), _state(state), _progress(progress),
+Batch::Batch(const Options& options, const InputList& list, RunResults& results, RunState* state, Progress& progress)
+    : _options(options), _passedOver(list.passedOver), _results(results), _state(state), _progress(progress),
       _jobs(static_cast<std::size_t>(options.jobs)) {
     for (const Input& input : list.inputs) {
         Item item;
@@ -61,9 +61,9 @@ void Batch::Recall() {
     for (Item& item : _items) {
         if (!item.input.trouble.empty()) {
             item.result = JobResult{.health = Health::Unreadable, .code = exitFailed, .trouble = item.input.trouble, .tally = {}};
-        } else if (std::optional<FinishedInput> finished = _state ? _state->Find(item.input.path) : std::nullopt) {
-            item.result = std::move(finished->result);
-            item.lines = std::move(finished->lines);
+        } else if (std::optional<JobResult> finished = _state ? _state->Find(item.input.path) : std::nullopt) {
+            item.result = std::move(finished);
+            item.recalled = true;
             ++_recalled;
             _recalledLength += item.result->tally.length;
         }
@@ -102,13 +102,16 @@ void Batch::Listen() {
         for (std::string& line : item.worker->TakeLines()) {
             item.lines.push_back(std::move(line));
         }
+        for (const std::string& text : item.worker->TakeAttachments()) {
+            item.attachments.push_back(_spool.Add(text));
+        }
         if (!goesOn) {
             const std::unique_ptr<Worker> worker = std::move(item.worker);
             --_running;
             const JobResult& result = worker->Result();
             const bool lasting = result.health != Health::Interrupted && result.health != Health::Unwritten && !worker->WasKilled();
             if (_state && lasting && item.input.path != "-") {
-                _state->Add(item.input.path, item.identity, {result, item.lines});
+                _state->Add(item.input.path, item.identity, FinishedOf(item, result));
             }
             Finish(item, result);
         }
@@ -122,21 +125,49 @@ void Batch::Finish(Item& item, JobResult result) {
     item.result = std::move(result);
 }
 
+FinishedInput Batch::FinishedOf(const Item& item, const JobResult& result) {
+    FinishedInput finished{result, item.lines};
+    for (const Spool::Place& place : item.attachments) {
+        finished.attachments.push_back(_spool.Get(place));
+    }
+    return finished;
+}
+
 void Batch::PrintInOrder() {
     for (; _head < _items.size(); ++_head) {
         Item& item = _items[_head];
         if (item.printed < item.lines.size() || item.result) {
             _progress.Clear();                 // both may go to the same terminal
         }
-        for (; item.printed < item.lines.size(); ++item.printed) {
-            _lines.Print(item.lines[item.printed]);
-        }
+        HandOn(item);
         if (!item.result) {
             return;
         }
-        _lines.Print(FileLine(item.input.path, *item.result));
+        _results.Finish(item.input.path, *item.result);
         item.lines = {};
         item.printed = 0;
+        item.attachments = {};
+        item.attached = 0;
+    }
+}
+
+// What has come of this item since the last call; an event's picture goes before its line.
+void Batch::HandOn(Item& item) {
+    if (item.recalled) {
+        const FinishedInput finished = _state->Read(item.input.path);
+        for (const std::string& text : finished.attachments) {
+            _results.Attach(item.input.path, text);
+        }
+        for (const std::string& line : finished.lines) {
+            _results.Line(item.input.path, line);
+        }
+        return;
+    }
+    for (; item.attached < item.attachments.size(); ++item.attached) {
+        _results.Attach(item.input.path, _spool.Get(item.attachments[item.attached]));
+    }
+    for (; item.printed < item.lines.size(); ++item.printed) {
+        _results.Line(item.input.path, item.lines[item.printed]);
     }
 }
 

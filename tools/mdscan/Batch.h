@@ -11,8 +11,9 @@
 #include "Inputs.h"
 #include "Options.h"
 #include "Report.h"
-#include "ResultLines.h"
+#include "RunResults.h"
 #include "RunState.h"
+#include "Spool.h"
 #include "Worker.h"
 
 namespace Scan {
@@ -20,7 +21,7 @@ namespace Scan {
 class Batch {
 public:
     // state: null, or what was finished before. All must outlive the batch.
-    Batch(const Options& options, const InputList& list, ResultLines& lines, RunState* state, Progress& progress);
+    Batch(const Options& options, const InputList& list, RunResults& results, RunState* state, Progress& progress);
 
     // Returns the exit code; everything has been said by then. Throws OutputFailure when a result cannot be written.
     int Run();
@@ -33,8 +34,11 @@ private:
         Identity identity = {};                // when its scan began
         std::unique_ptr<Worker> worker;        // while it is scanned
         std::optional<JobResult> result;
+        bool recalled = false;                 // from the state, where its results are
         std::vector<std::string> lines;        // of its results
         std::size_t printed = 0;               // of them
+        std::vector<Spool::Place> attachments;
+        std::size_t attached = 0;              // of them
     };
 
     void Recall();
@@ -42,13 +46,16 @@ private:
     void Listen();
     void Finish(Item& item, JobResult result);
     void PrintInOrder();
+    void HandOn(Item& item);
+    FinishedInput FinishedOf(const Item& item, const JobResult& result);
     void ShowProgress();
     Tally Sum() const;
     int Conclude();
 
     const Options& _options;
     const int _passedOver;
-    ResultLines& _lines;
+    RunResults& _results;
+    Spool _spool;
     RunState* _state;
     Progress& _progress;
     const std::chrono::steady_clock::time_point _begin = std::chrono::steady_clock::now();

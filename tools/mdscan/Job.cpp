@@ -5,6 +5,8 @@
 #include <exception>
 #include <utility>
 
+#include "Attachment.h"
+#include "HtmlPage.h"
 #include "Interruption.h"
 #include "PngFile.h"
 #include "Thumbnail.h"
@@ -31,7 +33,8 @@ Job::Job(const Options& options, const std::string& input, const std::string& na
       _decoder(input, options.decoderThreads),
       _cadence(options.rate, _decoder.NominalInterval()),
       _rules{.framesPerSecond = 1 / ToSeconds(_decoder.NominalInterval()), .shadows = options.shadows,
-             .minSize = options.minSize, .zones = options.allZones},
+             .minSize = options.minSize, .zones = options.allZones,
+             .heat = !options.heatmap.empty() || !options.report.empty()},
       _events({.mergeGap = FromSeconds(options.mergeGap), .minDuration = FromSeconds(options.minDuration),
                .longestGap = std::max(FromSeconds(options.mergeGap), periodsWithoutFrame * _cadence.Period()),
                .preRoll = FromSeconds(options.preRoll), .postRoll = FromSeconds(options.postRoll),
@@ -58,6 +61,7 @@ JobResult Job::Run() {
     };
     attempt([&] { Scan(); });
     attempt([&] { PrintEvent(_events.Close()); });         // what was found before a failure counts
+    attempt([&] { AttachGround(); });
     if (result.health == Health::Whole) {
         attempt([&] { CompleteFiles(); });                 // those of a damaged video are complete as far as it goes
     }
@@ -92,6 +96,7 @@ void Job::Analyse(const AVFrame& frame, Ticks time) {
     if (!_watcher || _watcher->Grid().pictureWidth != format.width || _watcher->Grid().pictureHeight != format.height ||
         _layout != format.format) {
         PrintEvent(_events.Close());                       // the new pictures cannot be compared with the old ones
+        _heat.Add(_watcher ? _watcher->Heat() : HeatMap{});
         _layout = format.format;
         _watcher.emplace(format, GridOf(format.width, format.height, _options.blockSize), _rules);
     }
@@ -101,7 +106,7 @@ void Job::Analyse(const AVFrame& frame, Ticks time) {
         _listener.OnLine(FrameLine(_name, NumberAt(time), findings));
     }
     PrintEvent(_events.Add(findings));
-    if (!_options.thumbnails.empty() && _events.PeaksNow()) {
+    if ((!_options.thumbnails.empty() || !_options.report.empty()) && _events.PeaksNow()) {
         _peak.reset(av_frame_clone(&frame));               // shares the picture
     }
     _objects = std::move(findings.objects);
@@ -114,14 +119,32 @@ void Job::PrintEvent(const std::optional<Event>& event) {
     ++_printed;
     EventExtras extras{.start = NumberAt(event->start), .end = NumberAt(event->end), .peak = NumberAt(event->peak), .clock = Clock(),
                        .zones = WatchedNames(_options.allZones), .track = _options.track};
-    if (_peak) {
+    if (_peak && !_options.report.empty()) {
+        AttachPicture();
+    }
+    if (_peak && !_options.thumbnails.empty()) {
         extras.thumbnail = ThumbnailPath(_options.thumbnails, _input, !_name.empty(), _printed);
         ResultFile file(extras.thumbnail, _input);
         WriteThumbnail(*_peak, file);
         file.Keep();                                       // before the line that names it
-        _peak.reset();
     }
+    _peak.reset();
     _listener.OnLine(EventLine(_name, _printed, *event, extras));
+}
+
+void Job::AttachPicture() {
+    const std::string jpeg = JpegOf(*_peak, widestPagePicture);
+    if (jpeg.empty()) {
+        throw OutputFailure(exitFailed, "cannot write " + _options.report + ": FFmpeg cannot make a JPEG of a picture");
+    }
+    _listener.OnAttachment(AttachedText({.event = EventPicture{_printed, Base64(jpeg)}}));
+}
+
+void Job::AttachGround() {
+    if (_rules.heat && _watcher) {
+        _heat.Add(_watcher->Heat());
+        _listener.OnAttachment(AttachedText({.ground = GroundPicture{_heat, _watcher->Background()}}));
+    }
 }
 
 void Job::CompleteFiles() {

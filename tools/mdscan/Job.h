@@ -11,6 +11,7 @@
 #include "Decoder.h"
 #include "Events.h"
 #include "Failure.h"
+#include "HeatMap.h"
 #include "Options.h"
 #include "Overlay.h"
 #include "PlainPicture.h"
@@ -25,6 +26,8 @@ public:
     virtual ~JobListener() = default;
     // One line of results, without its end. May throw Failure, which ends the job.
     virtual void OnLine(const std::string& line) = 0;
+    // One line as AttachedText makes it: what pictures and pages need, where the options ask for any.
+    virtual void OnAttachment(const std::string& text) = 0;
     // Once per picture. done: 0 to 1.
     virtual void OnPicture(double done, const Tally& tally) = 0;
 };
@@ -45,6 +48,8 @@ private:
     void CompleteFiles();
     std::optional<StartTime> Clock() const;
     PictureNumber NumberAt(Ticks time) const;
+    void AttachPicture();
+    void AttachGround();
     Tally Sum() const;
 
     const Options& _options;
@@ -62,7 +67,8 @@ private:
     std::vector<MovingObject> _objects;        // of the newest analysed frame
     std::int64_t _analysed = 0;                // frames
     int _printed = 0;                          // events
-    FramePointer _peak;                        // of the running event, where thumbnails are wanted
+    FramePointer _peak;                        // of the running event, where pictures of it are wanted
+    HeatMap _heat;                             // of pictures of earlier sizes
     std::optional<ResultFile> _background;
     std::optional<Overlay> _overlay;
 };

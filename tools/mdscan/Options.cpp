@@ -5,8 +5,10 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <filesystem>
 #include <map>
 #include <sstream>
+#include <utility>
 
 #include <CLI/CLI.hpp>
 
@@ -106,7 +108,8 @@ std::string ResultSettings(const Options& options) {
     text << "rate " << options.rate << " block " << options.blockSize << " shadows " << options.shadows << " min-size "
          << options.minSize << " merge-gap " << options.mergeGap << " min-duration " << options.minDuration << " frames "
          << options.frames << " rolls " << options.preRoll << " " << options.postRoll << " min-blocks " << options.minBlocks
-         << " track " << options.track << " thumbnails \"" << options.thumbnails << "\"";
+         << " track " << options.track << " thumbnails \"" << options.thumbnails << "\" heatmap " << !options.heatmap.empty()
+         << " report " << !options.report.empty();
     if (options.startTime) {
         text << " start-time " << *options.startTime;
     }
@@ -186,11 +189,16 @@ void Declare(CLI::App& app, Options& options, std::vector<std::string>& zones, c
     app.option_defaults()->group(resultGroup);
     app.add_option("-o,--output", options.output, "Write the result lines there instead of printing them")
         ->type_name("FILE.jsonl")->default_str("");
+    app.add_option("--csv", options.csv, "Also write the events as a table")->type_name("FILE.csv")->default_str("");
+    app.add_option("--report", options.report, "Write a page with timeline, pictures and filters")
+        ->type_name("FILE.html")->default_str("");
     app.add_flag("--frames", options.frames, "Also a line per analysed frame with its objects");
     app.add_flag("--track", options.track, "Also where the largest object went during an event");
     app.add_option("--thumbnails", options.thumbnails, "Write a small picture of every event at its peak there")
         ->type_name("DIR")->default_str("");
     app.add_option("--background", options.background, "Write the learned background; magenta: not known")
+        ->type_name("FILE.png")->default_str("");
+    app.add_option("--heatmap", options.heatmap, "Write where it moved; of several inputs, a folder of them")
         ->type_name("FILE.png")->default_str("");
     app.add_option("--overlay", options.overlay, "Write the video with the objects' boxes drawn")
         ->type_name("FILE.mp4")->default_str("");
@@ -250,6 +258,22 @@ std::vector<std::string> WordsOfFile(const std::string& path, const CLI::App& gi
     return words;
 }
 
+// "--csv and --report name the same file"; empty where all results have places of their own.
+std::string SameFileTwice(const Options& options) {
+    const std::pair<const char*, const std::string&> places[] = {
+        {"--output", options.output},   {"--csv", options.csv},         {"--report", options.report},
+        {"--heatmap", options.heatmap}, {"--background", options.background}, {"--overlay", options.overlay},
+        {"--resume", options.resume}};
+    std::map<std::filesystem::path, const char*> taken;
+    for (const auto& [name, path] : places) {
+        const auto [other, isNew] = taken.try_emplace(std::filesystem::path(path).lexically_normal(), name);
+        if (!path.empty() && !isNew) {
+            return std::string(other->second) + " and " + name + " name the same file";
+        }
+    }
+    return "";
+}
+
 // Without the second of two empty lines, which would not fit on a screen.
 std::string HelpOf(const CLI::App& app) {
     std::string text = app.help();
@@ -290,6 +314,9 @@ Parsed ParseOptions(const std::vector<std::string>& all, const std::string& vers
     }
     for (const std::string& zone : zones) {
         options.zones.push_back(ReadZone(zone).value());
+    }
+    if (const std::string complaint = SameFileTwice(options); !complaint.empty()) {
+        return refuse(complaint);
     }
     if (!options.showZones && !options.preview.empty()) {
         return refuse("--preview belongs to \"mdscan zones\" (see mdscan --help)");

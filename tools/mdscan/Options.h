@@ -33,6 +33,9 @@ struct Options {
     std::string background;        // file to write; empty: none
     std::string overlay;           // file to write; empty: none
     std::optional<WallTicks> startTime;    // wall clock at the start of the one input
+    std::string csv;               // file for a table of events; empty: none
+    std::string heatmap;           // file, of several inputs a folder, for heat maps; empty: none
+    std::string report;            // file for a page; empty: none
     std::string output;            // file for result lines; empty: standard output
     std::string resume;            // file that knows what is finished; empty: none
     int jobs = 1;                  // inputs at a time; 0: one per processor

@@ -1,7 +1,8 @@
-// How does a picture become a PNG file?  Used by main for the learned background.
+// How does a picture become a PNG file?  Used for the learned background, zones, heat maps and pages.
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "ResultFile.h"
@@ -9,9 +10,9 @@
 namespace Scan {
 
 struct BgrPicture {
-    int width;                         // pixels
-    int height;                        // pixels
-    std::vector<std::uint8_t> pixels;  // blue, green, red; rows without padding
+    int width = 0;                     // pixels
+    int height = 0;                    // pixels
+    std::vector<std::uint8_t> pixels = {}; // blue, green, red; rows without padding
 };
 
 // Every pixel becomes a square of `factor` pixels; what lies beyond width and height is cut off.
@@ -19,5 +20,9 @@ BgrPicture Enlarged(const BgrPicture& picture, int factor, int width, int height
 
 // Writes under the file's passing name. Throws Failure.
 void WritePng(const BgrPicture& picture, const ResultFile& file);
+
+// The same in memory, and back. Both throw std::exception.
+std::string PngBytes(const BgrPicture& picture);
+BgrPicture ReadPngBytes(const std::string& bytes);
 
 }  // namespace Scan

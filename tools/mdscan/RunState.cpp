@@ -57,13 +57,10 @@ bool Lock(int file) {
     return false;
 }
 
-std::string ContentOf(int file) {
-    std::string content;
-    std::string part(1 << 16, '\0');
-    for (ssize_t got = 0; (got = read(file, part.data(), part.size())) > 0;) {
-        content.append(part, 0, static_cast<std::size_t>(got));
-    }
-    return content;
+// Throws std::exception.
+FinishedInput FinishedOf(const Json& record) {
+    return {Unpacked(record.at("result").get<std::string>()), record.at("lines").get<std::vector<std::string>>(),
+            record.value("attachments", std::vector<std::string>())};
 }
 
 }  // namespace
@@ -89,7 +86,7 @@ RunState::RunState(const std::string& path, const std::string& run) : _path(path
         if (!Lock(_file)) {
             throw Failure(exitFailed, "cannot resume from " + path + ": another run is using it");
         }
-        Load(ContentOf(_file), run);
+        Load(run);
     } catch (...) {
         close(_file);
         throw;
@@ -106,60 +103,82 @@ void RunState::Leave() {
     }
 }
 
-void RunState::Load(const std::string& content, const std::string& run) {
+// Line by line, for a state may be larger than memory.
+void RunState::Load(const std::string& run) {
     const std::string header = HeaderLine(run);
-    const std::size_t whole = content.find_last_of('\n') + 1;      // nothing: 0
-    if (whole == 0 && header.starts_with(content)) {               // new, or killed at once
-        if (ftruncate(_file, 0) != 0) {
-            throw OutputFailure(exitFailed, "cannot write " + _path + ": " + std::strerror(errno));
-        }
-        Append(header);
-        return;
-    }
+    std::string unread;                                    // the beginning of a line
+    std::string part(1 << 16, '\0');
+    off_t whole = 0;                                       // bytes; of lines with an end
     int number = 0;
-    for (std::size_t begin = 0; begin < whole;) {
-        const std::size_t end = content.find('\n', begin);
-        const std::string line = content.substr(begin, end - begin);
-        begin = end + 1;
-        ++number;
-        const Json record = Json::parse(line, nullptr, false);
-        if (number == 1) {
-            if (!record.is_object() || !record.contains("mdscan-state")) {
-                throw Failure(exitUsage, "cannot resume from " + _path + ": is not a state of mdscan");
-            }
-            if (line + "\n" != header) {
-                throw Failure(exitUsage, "cannot resume from " + _path + ": was made with other options or another version");
-            }
-            continue;
+    for (ssize_t got = 0; (got = read(_file, part.data(), part.size())) > 0;) {
+        unread.append(part, 0, static_cast<std::size_t>(got));
+        std::size_t begin = 0;
+        for (std::size_t end = 0; (end = unread.find('\n', begin)) != std::string::npos; begin = end + 1) {
+            const std::string line = unread.substr(begin, end - begin);
+            TakeLine(line, ++number, whole, header);
+            whole += static_cast<off_t>(line.size() + 1);
         }
-        try {
-            Entry entry{{record.at("size").get<std::int64_t>(), record.at("changed").get<std::int64_t>()},
-                        {Unpacked(record.at("result").get<std::string>()), record.at("lines").get<std::vector<std::string>>()}};
-            _entries.insert_or_assign(record.at("file").get<std::string>(), std::move(entry));
-        } catch (const std::exception&) {
-            throw Failure(exitFailed, "cannot resume from " + _path + ": line " + std::to_string(number) + " is damaged");
-        }
+        unread.erase(0, begin);
     }
-    if (number == 0) {
+    const bool fresh = number == 0 && header.starts_with(unread);      // or killed at once
+    if (number == 0 && !fresh) {
         throw Failure(exitUsage, "cannot resume from " + _path + ": is not a state of mdscan");
     }
-    if (whole < content.size() && ftruncate(_file, static_cast<off_t>(whole)) != 0) {
+    if (!unread.empty() && ftruncate(_file, whole) != 0) {
         throw OutputFailure(exitFailed, "cannot write " + _path + ": " + std::strerror(errno));
+    }
+    if (fresh) {
+        Append(header);
     }
 }
 
-std::optional<FinishedInput> RunState::Find(const std::string& input) const {
+void RunState::TakeLine(const std::string& line, int number, off_t offset, const std::string& header) {
+    const Json record = Json::parse(line, nullptr, false);
+    if (number == 1) {
+        if (!record.is_object() || !record.contains("mdscan-state")) {
+            throw Failure(exitUsage, "cannot resume from " + _path + ": is not a state of mdscan");
+        }
+        if (line + "\n" != header) {
+            throw Failure(exitUsage, "cannot resume from " + _path + ": was made with other options or another version");
+        }
+        return;
+    }
+    try {
+        FinishedOf(record);                                // all of it is well
+        _entries.insert_or_assign(record.at("file").get<std::string>(),
+                                  Entry{{record.at("size").get<std::int64_t>(), record.at("changed").get<std::int64_t>()},
+                                        Unpacked(record.at("result").get<std::string>()), offset, line.size()});
+    } catch (const std::exception&) {
+        throw Failure(exitFailed, "cannot resume from " + _path + ": line " + std::to_string(number) + " is damaged");
+    }
+}
+
+std::optional<JobResult> RunState::Find(const std::string& input) const {
     const auto found = _entries.find(KeyOf(input));
-    return found != _entries.end() && found->second.identity == IdentityOf(input) ? std::optional(found->second.finished)
+    return found != _entries.end() && found->second.identity == IdentityOf(input) ? std::optional(found->second.result)
                                                                                   : std::nullopt;
 }
 
+FinishedInput RunState::Read(const std::string& input) const {
+    const Entry& entry = _entries.at(KeyOf(input));
+    std::string line(entry.size, '\0');
+    const ssize_t got = pread(_file, line.data(), line.size(), entry.offset);
+    const Json record = Json::parse(line, nullptr, false);
+    if (got != static_cast<ssize_t>(line.size()) || record.is_discarded()) {
+        throw Failure(exitFailed, "cannot resume from " + _path + ": has changed since this run began");
+    }
+    return FinishedOf(record);
+}
+
 void RunState::Add(const std::string& input, const Identity& identity, const FinishedInput& finished) {
-    const Json record = {{"file", KeyOf(input)},
-                         {"size", identity.size},
-                         {"changed", identity.changed},
-                         {"result", Packed(finished.result)},
-                         {"lines", finished.lines}};
+    Json record = {{"file", KeyOf(input)},
+                   {"size", identity.size},
+                   {"changed", identity.changed},
+                   {"result", Packed(finished.result)},
+                   {"lines", finished.lines}};
+    if (!finished.attachments.empty()) {
+        record["attachments"] = finished.attachments;
+    }
     Append(record.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
 }
 

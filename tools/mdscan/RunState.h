@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include <sys/types.h>
+
 #include "Report.h"
 
 namespace Scan {
@@ -28,6 +30,7 @@ Identity IdentityOf(const std::string& path);
 struct FinishedInput {
     JobResult result;
     std::vector<std::string> lines;        // of its results
+    std::vector<std::string> attachments = {};     // to them
 };
 
 class RunState {
@@ -40,7 +43,10 @@ public:
     RunState& operator=(const RunState&) = delete;
 
     // Absent: it has to be scanned.
-    std::optional<FinishedInput> Find(const std::string& input) const;
+    std::optional<JobResult> Find(const std::string& input) const;
+
+    // All of an input that was found. Throws Failure.
+    FinishedInput Read(const std::string& input) const;
 
     // Throws OutputFailure.
     void Add(const std::string& input, const Identity& identity, const FinishedInput& finished);
@@ -49,12 +55,16 @@ public:
     void Leave();
 
 private:
+    // Lines may hold much: they stay in the file until they are read.
     struct Entry {
         Identity identity;
-        FinishedInput finished;
+        JobResult result;
+        off_t offset;                      // bytes; of its line
+        std::size_t size;                  // bytes
     };
 
-    void Load(const std::string& content, const std::string& run);
+    void Load(const std::string& run);
+    void TakeLine(const std::string& line, int number, off_t offset, const std::string& header);
     void Append(const std::string& line);
 
     std::string _path;

@@ -16,9 +16,9 @@ namespace {
 
 constexpr std::size_t longestStem = 80;            // bytes
 
-FramePointer Small(const AVFrame& frame) {
+FramePointer Small(const AVFrame& frame, int widest) {
     FramePointer small = NewFrame();
-    small->width = std::max(2, std::min(frame.width, widestThumbnail) & ~1);
+    small->width = std::max(2, std::min(frame.width, widest) & ~1);
     const std::int64_t height = std::int64_t{frame.height} * small->width / frame.width;
     small->height = static_cast<int>(std::clamp<std::int64_t>(height & ~std::int64_t{1}, 2, 16'384));
     small->format = AV_PIX_FMT_YUVJ420P;
@@ -53,17 +53,22 @@ PacketPointer Encoded(const AVFrame& frame) {
 
 }  // namespace
 
-void WriteThumbnail(const AVFrame& frame, const ResultFile& file) {
-    const FramePointer small = Small(frame);
+std::string JpegOf(const AVFrame& frame, int widest) {
+    const FramePointer small = Small(frame, widest);
     if (small) {
         small->quality = 4 * FF_QP2LAMBDA;
     }
     const PacketPointer packet = small ? Encoded(*small) : nullptr;
-    if (!packet) {
+    return packet ? std::string(reinterpret_cast<const char*>(packet->data), static_cast<std::size_t>(packet->size)) : "";
+}
+
+void WriteThumbnail(const AVFrame& frame, const ResultFile& file) {
+    const std::string jpeg = JpegOf(frame, widestThumbnail);
+    if (jpeg.empty()) {
         throw OutputFailure(exitFailed, "cannot write " + file.Path() + ": FFmpeg cannot make a JPEG of it");
     }
     std::ofstream out(file.PassingPath(), std::ios::binary);
-    out.write(reinterpret_cast<const char*>(packet->data), packet->size);
+    out.write(jpeg.data(), static_cast<std::streamsize>(jpeg.size()));
     out.close();
     if (!out) {
         throw OutputFailure(exitFailed, "cannot write " + file.Path());

@@ -10,6 +10,9 @@ namespace Scan {
 
 inline constexpr int widestThumbnail = 480;        // pixels
 
+// A JPEG file of the frame, no wider than this. Empty where FFmpeg cannot make one.
+std::string JpegOf(const AVFrame& frame, int widest);
+
 // The frame, no wider than a thumbnail may be, under the file's passing name. Throws Failure.
 void WriteThumbnail(const AVFrame& frame, const ResultFile& file);
 

@@ -50,6 +50,11 @@ Box PixelBox(const coremd::Box& blocks, const PictureGrid& grid) {
 Watcher::Watcher(const Host::PictureFormat& picture, const PictureGrid& grid, const WatchRules& rules)
     : _grid(grid), _rules(rules), _reducer(WithBlockSize(picture, grid.blockSize)) {
     AddZones();
+    if (_rules.heat) {
+        const auto blocks = static_cast<std::size_t>(grid.columns) * static_cast<std::size_t>(grid.rows);
+        _heat = {.grid = grid, .counts = std::vector<std::uint32_t>(blocks)};
+        _countedAt.resize(blocks);
+    }
 }
 
 void Watcher::AddZones() {
@@ -83,7 +88,16 @@ std::uint64_t Watcher::ZonesOf(const coremd::Object& object) const {
     return zones;
 }
 
+void Watcher::CountBlocks(const coremd::Object& object) {
+    for (const coremd::Block block : object.Blocks()) {
+        const auto index = static_cast<std::size_t>(block.row * _grid.columns + block.column);
+        _heat.counts[index] += _countedAt[index] == _pictures ? 0 : 1;
+        _countedAt[index] = _pictures;
+    }
+}
+
 Findings Watcher::Watch(const Host::PictureView& picture, Ticks time) {
+    ++_pictures;
     _reducer.Reduce(picture);
     _detector.Detect({.columns = _reducer.Columns(), .rows = _reducer.Rows(),
                       .ycbcr = {_reducer.Ycbcr(), 3 * static_cast<std::size_t>(_reducer.BlockCount())},
@@ -93,6 +107,9 @@ Findings Watcher::Watch(const Host::PictureView& picture, Ticks time) {
     for (const coremd::Object& object : _detector.Objects()) {
         if (object.BlockCount() > 0) {
             findings.objects.push_back({PixelBox(object.Bounds(), _grid), object.BlockCount(), ZonesOf(object)});
+            if (_rules.heat) {
+                CountBlocks(object);
+            }
         }
     }
     std::stable_sort(findings.objects.begin(), findings.objects.end(),

@@ -8,6 +8,7 @@
 
 #include "BlockReducer.h"
 #include "Events.h"
+#include "HeatMap.h"
 #include "PngFile.h"
 #include "TickTime.h"
 #include "ZoneMask.h"
@@ -20,6 +21,7 @@ struct WatchRules {
     bool shadows;                      // drop them
     double minSize;                    // smallest object, as a fraction of the picture's width and height
     std::vector<Zone> zones;           // none to watch: the whole picture, without what is excluded
+    bool heat = false;                 // count how often each block moves
 };
 
 // wish: block size in pixels, 0: chosen. Throws Failure when the grid has more blocks than the detector can label.
@@ -39,17 +41,24 @@ public:
     // The background learned so far, one pixel per block; magenta where it is not known. Precondition: Watch was called.
     BgrPicture Background();
 
+    // Empty where it is not counted.
+    const HeatMap& Heat() const { return _heat; }
+
     const PictureGrid& Grid() const { return _grid; }
 
 private:
     void AddZones();
     std::uint64_t ZonesOf(const coremd::Object& object) const;
+    void CountBlocks(const coremd::Object& object);
 
     PictureGrid _grid;
     WatchRules _rules;
     Host::BlockReducer _reducer;
     coremd::Detector _detector;
     std::vector<std::uint64_t> _zonesOfBlock;  // [block] bit i: it lies in the i-th watched zone; empty without zones
+    HeatMap _heat;
+    std::vector<std::uint32_t> _countedAt;     // [block] last picture in which it was counted: zones may overlap
+    std::uint32_t _pictures = 0;
 };
 
 }  // namespace Scan

@@ -1,6 +1,7 @@
 // What do parent and child say to each other?  Called by Batch through Worker.h.
 //
-// The child writes messages into a pipe, one a line: L and a line of results, P and numbers on its progress, E and its packed
+// The child writes messages into a pipe, one a line: L and a line of results, A and an
+// attachment, P and numbers on its progress, E and its packed
 // result. A child that dies sends no E.
 #include "Worker.h"
 
@@ -45,6 +46,7 @@ public:
     }
 
     void OnLine(const std::string& line) override { Say('L', line); }
+    void OnAttachment(const std::string& text) override { Say('A', text); }
 
     void OnPicture(double done, const Tally& tally) override {
         if (tally.elapsed < _lastSaid + sayingInterval) {
@@ -135,6 +137,7 @@ void Worker::Understand(const std::string& message) {
     const std::string text = message.substr(std::min<std::size_t>(1, message.size()));
     switch (message.empty() ? '\0' : message.front()) {
         case 'L': _lines.push_back(text); break;
+        case 'A': _attachments.push_back(text); break;
         case 'E': _result = Unpacked(text); break;
         default: {
             long long pictures = 0, length = 0;
@@ -166,6 +169,10 @@ void Worker::Bury() {
 
 std::vector<std::string> Worker::TakeLines() {
     return std::exchange(_lines, {});
+}
+
+std::vector<std::string> Worker::TakeAttachments() {
+    return std::exchange(_attachments, {});
 }
 
 }  // namespace Scan

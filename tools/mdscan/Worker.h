@@ -35,6 +35,7 @@ public:
     void Interrupt() const;
 
     std::vector<std::string> TakeLines();                  // of results, those since the last call
+    std::vector<std::string> TakeAttachments();            // likewise, as AttachedText made them
     double Done() const { return _done; }                  // 0 to 1
     const Tally& SoFar() const { return _tally; }
     const JobResult& Result() const { return *_result; }
@@ -50,6 +51,7 @@ private:
     int _pipe = -1;
     std::string _unread;                   // an incomplete message
     std::vector<std::string> _lines;
+    std::vector<std::string> _attachments;
     double _done = 0;
     Tally _tally;
     std::optional<JobResult> _result;

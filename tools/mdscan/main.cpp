@@ -20,9 +20,8 @@
 #include "Libav.h"
 #include "Options.h"
 #include "Report.h"
-#include "ResultLines.h"
+#include "RunResults.h"
 #include "RunState.h"
-#include "ScanLine.h"
 #include "ZoneFile.h"
 #include "ZoneMask.h"
 #include "ZonePreview.h"
@@ -41,15 +40,18 @@ std::string VersionText() {
 // Prints what the one scan finds.
 class Printer : public JobListener {
 public:
-    Printer(ResultLines& lines, Progress& progress) : _lines(lines), _progress(progress) {}
+    Printer(RunResults& results, const std::string& input, Progress& progress)
+        : _results(results), _input(input), _progress(progress) {}
     void OnLine(const std::string& line) override {
         _progress.Clear();                                 // both may go to the same terminal
-        _lines.Print(line);
+        _results.Line(_input, line);
     }
+    void OnAttachment(const std::string& text) override { _results.Attach(_input, text); }
     void OnPicture(double done, const Tally& tally) override { _progress.Show(done, tally); }
 
 private:
-    ResultLines& _lines;
+    RunResults& _results;
+    const std::string& _input;
     Progress& _progress;
 };
 
@@ -67,12 +69,12 @@ int ScanOne(const Options& options, const std::string& input) {
     Progress progress(StyleOf(options));
     JobResult result;
     try {
-        ResultLines lines(options.output, {input});
-        lines.Print(ScanLine(options));
-        Printer printer(lines, progress);
+        RunResults results(options, {input}, false);
+        Printer printer(results, input, progress);
         result = RunJob(options, input, "", printer);
         if (result.health != Health::Unreadable && result.health != Health::Unwritten) {
-            lines.Keep();
+            results.Finish(input, result);
+            results.Keep();
         }
     } catch (const Failure& failure) {
         result.health = Health::Unwritten;
@@ -104,11 +106,10 @@ int ScanMany(Options options, const InputList& list) {
     if (!options.resume.empty()) {
         state.emplace(options.resume, VersionText() + "\n" + ResultSettings(options));
     }
-    ResultLines lines(options.output, paths);
-    lines.Print(ScanLine(options));
+    RunResults results(options, paths, true);
     Progress progress(StyleOf(options));
-    const int code = Batch(options, list, lines, state ? &*state : nullptr, progress).Run();
-    lines.Keep();
+    const int code = Batch(options, list, results, state ? &*state : nullptr, progress).Run();
+    results.Keep();
     return code;
 }
 

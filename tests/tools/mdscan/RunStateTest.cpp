@@ -40,6 +40,7 @@ protected:
             FinishedInput finished;
             finished.result.trouble = name[0] == 'o' ? "one" : "two";
             finished.lines = {"line 1", "line 2"};
+            finished.attachments = {"attachment"};
             state.Add(In(name), IdentityOf(In(name)), finished);
         }
     }
@@ -61,8 +62,11 @@ TEST_F(RunStateTest, WhatIsFinishedIsKnownToTheNextRun) {
     const RunState state(In("state"), "run");
     const auto one = state.Find(In("one"));
     ASSERT_TRUE(one);
-    EXPECT_EQ(one->result.trouble, "one");
-    EXPECT_EQ(one->lines, (std::vector<std::string>{"line 1", "line 2"}));
+    EXPECT_EQ(one->trouble, "one");
+    EXPECT_EQ(state.Read(In("one")).result.trouble, "one");
+    EXPECT_EQ(state.Read(In("one")).lines, (std::vector<std::string>{"line 1", "line 2"}));
+    EXPECT_EQ(state.Read(In("one")).attachments, (std::vector<std::string>{"attachment"}));
+    EXPECT_EQ(state.Read(In("two\xff%")).result.trouble, "two");
     ASSERT_TRUE(state.Find(In("two\xff%"))) << "names may hold any bytes";
     EXPECT_FALSE(state.Find(In("three")));
 }

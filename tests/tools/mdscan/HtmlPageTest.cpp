@@ -1,0 +1,96 @@
+// Is the page whole, does it hold what came, and can no name break out of its data?
+#include "HtmlPage.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+#include <unistd.h>
+
+namespace Scan {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+
+class HtmlPageTest : public testing::Test {
+protected:
+    void SetUp() override { fs::create_directories(_folder); }
+    void TearDown() override { fs::remove_all(_folder); }
+    std::string Path() const { return (_folder / "page.html").string(); }
+
+    // The content of every block of a kind.
+    std::vector<json> Blocks(const std::string& kind) const {
+        std::ifstream file(Path(), std::ios::binary);
+        const std::string page(std::istreambuf_iterator<char>(file), {});
+        const std::string opening = "<script type=\"application/json\" class=\"" + kind + "\">";
+        std::vector<json> blocks;
+        for (std::size_t at = 0; (at = page.find(opening, at)) != std::string::npos;) {
+            at += opening.size();
+            blocks.push_back(json::parse(page.substr(at, page.find("</script>", at) - at)));
+        }
+        return blocks;
+    }
+
+    const fs::path _folder = fs::path(testing::TempDir()) / ("HtmlPageTest." + std::to_string(getpid()));
+};
+
+const std::string event = R"({"type":"event","file":"x","event":2,"start":4.5,"end":5.0,"boxes":[{"x":1},{"x":2}],"track":[1])";
+
+TEST_F(HtmlPageTest, HoldsWhatCame) {
+    HtmlPage page(Path(), {}, R"({"type":"scan","zones":["</script>"]})");
+    std::ofstream((_folder / "a b.mp4").string()) << "x";
+    const std::string input = (_folder / "a b.mp4").string();
+    page.Attach({2, "AAAA"});
+    page.Take(input, R"({"type":"frame","frame":1})");
+    page.Take(input, event + "}");
+    page.Take(input, event + R"(,"clip":")" + (_folder / "c/d.mp4").string() + R"(","clip_start":4.0})");
+    page.Finish(input, {.health = Health::Damaged, .trouble = "why", .tally = {.length = 80'000'000}});
+    page.Finish("</script><script>alert(1)<!--", {});
+    CameraGrounds cameras;
+    cameras.Add("gate", {{.grid = {4, 2, 2, 2, 1}, .counts = {1, 2}}, {2, 1, {1, 1, 1, 2, 2, 2}}});
+    page.Keep(cameras);
+
+    EXPECT_EQ(Blocks("scan").at(0)["zones"][0], "</script>");
+    const std::vector<json> inputs = Blocks("input");
+    ASSERT_EQ(inputs.size(), 2u);
+    ASSERT_EQ(inputs[0]["lines"].size(), 2u) << "frames are no events";
+    const json inFile = inputs[0]["lines"][0], inClip = inputs[0]["lines"][1];
+    EXPECT_EQ(inFile["picture"], "AAAA");
+    EXPECT_EQ(inFile["link"], "a%20b.mp4");
+    EXPECT_EQ(inFile["at"], 4.5);
+    EXPECT_FALSE(inFile.contains("track"));
+    EXPECT_EQ(inFile["boxes"].size(), 1u);
+    EXPECT_FALSE(inClip.contains("picture")) << "its picture came once";
+    EXPECT_EQ(inClip["link"], "c/d.mp4");
+    EXPECT_EQ(inClip["at"], 0.5);
+    EXPECT_EQ(inputs[0]["status"], "damaged");
+    EXPECT_EQ(inputs[0]["reason"], "why");
+    EXPECT_EQ(inputs[0]["seconds"], 8.0);
+    EXPECT_EQ(inputs[1]["file"], "</script><script>alert(1)<!--");
+    EXPECT_EQ(inputs[1]["link"], "");
+    EXPECT_EQ(Blocks("camera").at(0)["camera"], "gate");
+    EXPECT_EQ(Blocks("camera").at(0)["heat"].get<std::string>().rfind("data:image/png;base64,", 0), 0u);
+    EXPECT_EQ(Blocks("end").at(0)["left_out"], 0);
+}
+
+TEST_F(HtmlPageTest, APageThatIsNotKeptIsNotThere) {
+    {
+        HtmlPage page(Path(), {}, "{}");
+        page.Finish("a.mp4", {});
+    }
+    EXPECT_TRUE(fs::is_empty(_folder));
+}
+
+TEST(SafeInScript, NoElementBeginsInData) {
+    EXPECT_EQ(SafeInScript(R"(["</script>","<!--"])"), R"(["\u003c/script>","\u003c!--"])");
+    EXPECT_EQ(json::parse(SafeInScript(R"("a<b")")), "a<b");
+}
+
+}  // namespace
+}  // namespace Scan

@@ -1,0 +1,16 @@
+# Which text is compiled into mdscan for its pages?  All files of page/, the scripts one after another.
+function(mdscan_read_page name)
+    set(text "")
+    foreach(file IN LISTS ARGN)
+        file(READ ${CMAKE_CURRENT_SOURCE_DIR}/page/${file} content)
+        string(APPEND text "${content}")
+        set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/page/${file})
+    endforeach()
+    set(${name} "${text}" PARENT_SCOPE)
+endfunction()
+
+mdscan_read_page(head head.html)
+mdscan_read_page(style style.css)
+mdscan_read_page(body body.html)
+mdscan_read_page(script data.js timeline.js list.js player.js page.js)
+configure_file(PageText.cpp.in ${CMAKE_CURRENT_BINARY_DIR}/PageText.cpp @ONLY)

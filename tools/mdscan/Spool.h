@@ -1,0 +1,33 @@
+// Where do large texts wait until it is their turn?  In a nameless temporary file, so that memory does not grow; Batch keeps what
+// belongs to inputs further down the list.
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+#include <string>
+
+namespace Scan {
+
+class Spool {
+public:
+    struct Place {
+        long offset;           // bytes
+        std::size_t size;      // bytes
+    };
+
+    Spool() = default;
+    ~Spool();
+    Spool(const Spool&) = delete;
+    Spool& operator=(const Spool&) = delete;
+
+    // Both throw OutputFailure.
+    Place Add(const std::string& text);
+    std::string Get(const Place& place);
+
+private:
+    void Check(bool good) const;
+
+    std::FILE* _file = nullptr;            // made when needed; gone with the process
+};
+
+}  // namespace Scan
