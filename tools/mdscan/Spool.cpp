@@ -1,8 +1,12 @@
 // How is a text put aside?  Called by Batch through Spool.h.
 #include "Spool.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+
+#include <sys/types.h>
+#include <unistd.h>
 
 #include "Failure.h"
 
@@ -25,15 +29,23 @@ Spool::Place Spool::Add(const std::string& text) {
         _file = std::tmpfile();
         Check(_file != nullptr);
     }
-    Check(std::fseek(_file, 0, SEEK_END) == 0);
-    const Place place{std::ftell(_file), text.size()};
-    Check(std::fwrite(text.data(), 1, text.size(), _file) == text.size());
+    const Place place{_size, text.size()};
+    for (std::size_t done = 0; done < text.size();) {
+        const ssize_t written = pwrite(fileno(_file), text.data() + done, text.size() - done, _size);
+        Check(written > 0 || (written < 0 && errno == EINTR));
+        done += static_cast<std::size_t>(std::max<ssize_t>(written, 0));
+        _size += std::max<ssize_t>(written, 0);
+    }
     return place;
 }
 
 std::string Spool::Get(const Place& place) {
     std::string text(place.size, '\0');
-    Check(std::fseek(_file, place.offset, SEEK_SET) == 0 && std::fread(text.data(), 1, text.size(), _file) == text.size());
+    for (std::size_t done = 0; done < text.size();) {
+        const ssize_t got = pread(fileno(_file), text.data() + done, text.size() - done, place.offset + static_cast<long>(done));
+        Check(got > 0 || (got < 0 && errno == EINTR));
+        done += static_cast<std::size_t>(std::max<ssize_t>(got, 0));
+    }
     return text;
 }
 

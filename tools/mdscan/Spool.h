@@ -27,7 +27,10 @@ public:
 private:
     void Check(bool good) const;
 
-    std::FILE* _file = nullptr;            // made when needed; gone with the process
+    // Made when needed, gone with the process. Only its descriptor is used: children share the place where a stream stands, and
+    // move it when they end.
+    std::FILE* _file = nullptr;
+    long _size = 0;                        // bytes
 };
 
 }  // namespace Scan

@@ -3,8 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
 #include <vector>
+
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace Scan {
 namespace {
@@ -19,6 +23,23 @@ TEST(Spool, TextsComeBackInAnyOrder) {
         EXPECT_EQ(spool.Get(places[i]), std::string(i * 40'000, static_cast<char>('a' + i)));
         const Spool::Place more = spool.Add("more");
         EXPECT_EQ(spool.Get(more), "more");
+    }
+}
+
+// A child inherits the file and tidies up when it ends, which once moved the place where its parent was reading.
+TEST(Spool, ChildrenDoNotDisturbIt) {
+    Spool spool;
+    const Spool::Place first = spool.Add(std::string(10'000, 'a')), second = spool.Add(std::string(10'000, 'b'));
+    EXPECT_EQ(spool.Get(first), std::string(10'000, 'a'));
+    for (int round = 0; round < 3; ++round) {
+        const pid_t child = fork();
+        if (child == 0) {
+            std::exit(0);
+        }
+        waitpid(child, nullptr, 0);
+        EXPECT_EQ(spool.Get(second), std::string(10'000, 'b'));
+        EXPECT_EQ(spool.Get(first), std::string(10'000, 'a'));
+        EXPECT_EQ(spool.Get(spool.Add("c")), "c");
     }
 }
 
