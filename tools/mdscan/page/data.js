@@ -21,6 +21,8 @@ for (const input of inputs) {
   }
   input.lines = null;
 }
+const withClock = inputs.filter((input) => input.begin !== null);
+const allHaveClock = withClock.length > 0 && inputs.every((input) => input.begin !== null || input.seconds === 0);
 for (const event of events) {
   event.length = event.end - event.start;
   event.searched = [event.input.file, ...(event.zones || [])].join("\n").toLowerCase();

@@ -14,9 +14,8 @@ function filter() {
   shown = events.filter((event) => event.length >= shortest && event.length <= longest &&
     (!camera || event.input.camera === camera) && words.every((word) => event.searched.includes(word)) &&
     (!wanted.zones.size || (event.zones || []).some((zone) => wanted.zones.has(zone))));
-  if (order === "time" && inputs.some((input) => input.begin !== null)) {
-    const at = (event) => event.input.begin === null ? Infinity : event.input.begin + event.start;
-    shown.sort((a, b) => at(a) === at(b) ? 0 : at(a) - at(b));
+  if (order === "time" && allHaveClock) {
+    shown.sort((a, b) => a.input.begin + a.start - b.input.begin - b.start);
   } else if (order !== "time") {
     shown.sort((a, b) => b[order] - a[order]);
   }
@@ -51,9 +50,11 @@ function cellOf(place) {
     picture.alt = "";
     picture.src = "data:image/jpeg;base64," + event.picture;
   }
-  const text = make("div"), zones = make("span");
-  text.append(make("b", eventTime(event) + "  \u00b7  " + lengthText(event.length)), make("span", event.input.file), zones);
+  const text = make("div"), name = make("span", baseName(event.input.file), "name"), zones = make("span");
+  name.append(make("small", " \u00b7 " + event.input.camera));
+  text.append(make("b", eventTime(event) + "  \u00b7  " + lengthText(event.length)), name, zones);
   zoneMarks(event.zones || [], zones);
+  cell.title = event.input.file;
   cell.append(picture, text);
   cell.addEventListener("click", () => pick(event, true));
   return cell;

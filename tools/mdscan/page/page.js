@@ -12,7 +12,7 @@ function summarize() {
   const { type, schema, version, zones, excluded, ...settings } = scan;
   byId("settings").textContent = "mdscan " + version + ": " +
     Object.entries(settings).map(([name, value]) => name.replace(/_/g, "-") + " " + value).join(", ") +
-    (inputs.some((input) => input.begin !== null) ? ". Times of day as in " + Intl.DateTimeFormat().resolvedOptions().timeZone : "");
+    (withClock.length ? ". Times of day as in " + Intl.DateTimeFormat().resolvedOptions().timeZone : "");
 }
 
 function showCameras() {
@@ -112,6 +112,6 @@ summarize();
 showCameras();
 showProblems();
 makeFilters();
-byId("axes").hidden = !inputs.some((input) => input.begin !== null);
-setClock(inputs.some((input) => input.begin !== null));
+byId("axes").hidden = !withClock.length;
+setClock(allHaveClock);
 filter();

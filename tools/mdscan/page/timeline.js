@@ -186,7 +186,8 @@ function draw() {
   pen.restore();
   const middle = clock ? dateText(view.from) + " " + clockText(view.from) + " to " + dateText(view.to) + " " + clockText(view.to)
                        : secondsText(view.from, view.to - view.from < 60) + " to " + secondsText(view.to, view.to - view.from < 60);
-  byId("range").textContent = rows.length ? middle : "";
+  const missing = clock ? inputs.filter((input) => input.seconds > 0 && !placed(input)).length : 0;
+  byId("range").textContent = (rows.length ? middle : "") + (missing ? "; " + missing + " without a time of day not shown" : "");
   canvas.dataset.from = view.from;
   canvas.dataset.to = view.to;
   canvas.dataset.rows = rows.length;

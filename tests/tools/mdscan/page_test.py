@@ -1,0 +1,246 @@
+#!/usr/bin/env python3
+"""Does the page of --report work in a browser, and does it keep to itself?
+
+    page_test.py MDSCAN MAKE_CLIPS FOOTAGE
+
+FOOTAGE: folder of real recordings, scanned too where it is there. Without Chromium, its driver or Selenium the test is skipped.
+"""
+import json
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+try:
+    from selenium import webdriver
+    from selenium.webdriver.chrome.options import Options
+    from selenium.webdriver.chrome.service import Service
+    from selenium.webdriver.common.action_chains import ActionChains
+    from selenium.webdriver.common.by import By
+    from selenium.webdriver.common.keys import Keys
+except ImportError:
+    if os.path.realpath(sys.executable) != os.path.realpath("/usr/bin/python3") and os.path.exists("/usr/bin/python3"):
+        os.execv("/usr/bin/python3", ["/usr/bin/python3", *sys.argv])      # the one that distributors' packages belong to
+    print("python3-selenium is not installed: the page is not opened")
+    sys.exit(77)
+
+MDSCAN, MAKE_CLIPS, FOOTAGE = sys.argv[1:4]
+CHROMIUM, DRIVER = shutil.which("chromium"), shutil.which("chromedriver")
+if not CHROMIUM or not DRIVER:
+    print("chromium or chromium-driver is not installed: the page is not opened")
+    sys.exit(77)
+
+SWITCHES = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run", "--disable-background-networking",
+            "--disable-component-update", "--disable-sync", "--mute-audio", "--window-size=1280,1000"]
+ZONES = {"zones": [{"name": "left", "polygon": [[0, 0], [0.3, 0], [0.3, 1], [0, 1]]},
+                   {"name": "right <b>", "polygon": [[0.5, 0], [1, 0], [1, 1], [0.5, 1]]}]}
+
+
+class PageTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(cls.folder.cleanup)
+        options = Options()
+        options.binary_location = CHROMIUM
+        for switch in [*SWITCHES, f"--user-data-dir={cls.folder.name}/profile"]:
+            options.add_argument(switch)
+        options.set_capability("goog:loggingPrefs", {"browser": "ALL", "performance": "ALL"})
+        cls.browser = webdriver.Chrome(service=Service(DRIVER), options=options)
+        cls.addClassCleanup(cls.browser.quit)
+        cls.browser.get("about:blank")
+        cls.browser.get_log("performance")                   # of the browser's own first page
+        clips = pathlib.Path(cls.folder.name, "recordings of <b>")
+        subprocess.run([MAKE_CLIPS, str(clips)], check=True)
+        zones = pathlib.Path(cls.folder.name, "zones.json")
+        zones.write_text(json.dumps(ZONES))
+        cls.page, cls.events = cls.scan("page.html", str(clips), "--zones", str(zones))
+
+    @classmethod
+    def scan(cls, name, *arguments):
+        """The page of a run, and its events."""
+        page = pathlib.Path(cls.folder.name, name)
+        done = subprocess.run([MDSCAN, "--report", str(page), *arguments], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        assert done.returncode in (0, 1), done.stderr
+        lines = [json.loads(line) for line in done.stdout.splitlines()]
+        return page, [line for line in lines if line["type"] == "event"]
+
+    def open(self, page):
+        self.browser.get(page.as_uri())
+
+    def script(self, text, *arguments):
+        return self.browser.execute_script("return " + text, *arguments)
+
+    def one(self, selector):
+        return self.browser.find_element(By.CSS_SELECTOR, selector)
+
+    def cells(self):
+        cells = self.browser.find_elements(By.CSS_SELECTOR, ".event")
+        return sorted(cells, key=lambda cell: cell.location["y"])
+
+    def view(self):
+        self.script("new Promise((done) => requestAnimationFrame(() => requestAnimationFrame(done)))")
+        canvas = self.one("#canvas")
+        return float(canvas.get_attribute("data-from")), float(canvas.get_attribute("data-to"))
+
+    def wait(self, condition, what):
+        end = time.monotonic() + 20
+        while time.monotonic() < end:
+            if condition():
+                return
+            time.sleep(0.05)
+        self.fail(f"never: {what}")
+
+    def playing(self, event):
+        """Fails unless the video stands at the event's first second, or a little behind it."""
+        source = self.script("video.getAttribute('src')")
+        self.assertTrue(source.endswith(f"#t={event['start']}"), source)
+        self.assertRegex(source, r"^[A-Za-z0-9._~%/#=-]+$")
+        self.assertEqual(self.one("#open").get_attribute("href"), self.script("video.src"))
+        if not re.search(r"\.(mp4|webm)#", source):
+            return
+        self.wait(lambda: self.script("video.readyState > 1 || video.error !== null"), "the recording is loaded")
+        if self.script("video.error === null"):              # a browser may lack the decoder
+            self.assertGreaterEqual(self.script("video.currentTime"), event["start"] - 0.15)
+            self.assertLess(self.script("video.currentTime"), event["start"] + 6)
+
+    def tearDown(self):
+        self.assertEqual(self.browser.get_log("browser"), [], "the console stays empty")
+        for entry in self.browser.get_log("performance"):
+            message = json.loads(entry["message"])["message"]
+            if message["method"] == "Network.requestWillBeSent":
+                url = message["params"]["request"]["url"]
+                self.assertRegex(url, r"^(file|data):", "nothing comes from a network")
+                if url.startswith("file:"):
+                    self.assertIn(pathlib.Path(self.folder.name).as_uri()[:8], url)
+
+    def test_shows_all_events_with_names_as_text(self):
+        self.open(self.page)
+        self.assertEqual(len(self.events), 4)
+        self.assertEqual(self.one("#count").text, "4 of 4 events")
+        texts = [cell.text for cell in self.cells()]
+        for event, text in zip(self.events, texts):
+            self.assertIn(event["file"].split("/")[-1], text)
+            self.assertIn("right <b>", text)
+        self.assertEqual(self.browser.find_elements(By.CSS_SELECTOR, ".event b b, #cameras b b, script:not([class])")[1:], [])
+        for cell in self.cells():
+            image = cell.find_element(By.TAG_NAME, "img")
+            self.wait(lambda: self.script("arguments[0].complete && arguments[0].naturalWidth", image) == 160, "a picture")
+        self.assertEqual(len(self.browser.find_elements(By.CSS_SELECTOR, "#cameras img")), 2)
+        problems = self.one("#problems").text
+        self.assertIn("text.mp4: cannot open", problems)
+        self.assertIn("=cut,\"short\".mp4: damaged near", problems)
+        self.assertEqual(self.one("#canvas").get_attribute("data-rows"), "5", "all that could be read")
+
+    def test_filters(self):
+        self.open(self.page)
+        self.one("#text").send_keys("yard <script>")
+        self.assertEqual(self.one("#count").text, "1 of 4 events")
+        self.one("#text").send_keys(Keys.ESCAPE, Keys.NULL)
+        self.one("body").send_keys(Keys.ESCAPE)
+        self.assertEqual(self.one("#count").text, "4 of 4 events")
+        lengths = [event["end"] - event["start"] for event in self.events]
+        self.one("#shortest").send_keys("2")
+        self.assertEqual(len(self.cells()), sum(length >= 2 for length in lengths))
+        self.assertLess(len(self.cells()), 4)
+        self.one("#longest").send_keys("1")
+        self.assertEqual(self.cells(), [])
+        self.one("body").send_keys(Keys.ESCAPE)
+        left = sum("left" in event["zones"] for event in self.events)
+        self.one("#zones button").click()
+        self.assertEqual(self.one("#count").text, f"{left} of 4 events")
+        self.script("byId('order').value = 'length', byId('order').dispatchEvent(new Event('input'))")
+        shown = self.script("shown.map((event) => event.length)")
+        self.assertEqual(shown, sorted(shown, reverse=True))
+
+    def test_time_of_day(self):
+        self.open(self.page)
+        self.assertEqual(self.one("#byinput").get_attribute("aria-pressed"), "true", "one has none")
+        self.one("#byclock").click()
+        first = min((event for event in self.events), key=lambda event: event["start_time"])
+        begin = self.script("Date.parse(arguments[0]) / 1000", first["start_time"]) - first["start"]
+        self.assertAlmostEqual(self.view()[0], begin, places=3)
+        self.assertEqual(self.one("#canvas").get_attribute("data-rows"), "2", "one for each camera")
+        self.assertIn("1 without a time of day not shown", self.one("#range").text)
+
+    def test_order_by_time_of_day(self):
+        page, events = self.scan("clock.html", *sorted({event["file"] for event in self.events}, reverse=True))
+        self.open(page)
+        self.assertEqual(self.one("#byclock").get_attribute("aria-pressed"), "true", "all have one")
+        names = [event["file"].split("/")[-1] for event in sorted(events, key=lambda event: event["start_time"])]
+        shown = [cell.get_attribute("title").split("/")[-1] for cell in self.cells()]
+        self.assertEqual(shown, names)
+        self.assertNotEqual(shown, [event["file"].split("/")[-1] for event in events])
+
+    def test_zooms_and_pans(self):
+        self.open(self.page)
+        whole = self.view()
+        self.assertEqual(whole[0], 0)
+        self.one("#zoomin").click()
+        near = self.view()
+        self.assertAlmostEqual(near[1] - near[0], (whole[1] - whole[0]) / 2)
+        self.one("body").send_keys(Keys.ARROW_LEFT)
+        self.assertLess(self.view()[0], near[0])
+        self.one("body").send_keys("0")
+        self.assertEqual(self.view(), whole)
+        canvas = self.one("#canvas")
+        ActionChains(self.browser).move_to_element(canvas).perform()
+        self.script("canvas.dispatchEvent(new WheelEvent('wheel', {deltaY: -200, clientX: 900, clientY: 150, cancelable: true}))")
+        self.assertLess(self.view()[1] - self.view()[0], whole[1] - whole[0])
+        before = self.view()
+        ActionChains(self.browser).click_and_hold(canvas).move_by_offset(-60, 0).release().perform()
+        self.assertGreater(self.view()[0], before[0])
+
+    def test_an_event_plays_from_its_first_second(self):
+        self.open(self.page)
+        self.cells()[1].click()
+        self.playing(self.events[1])
+        self.assertTrue(self.script("!byId('picked').hidden && picked === shown[1]"))
+        self.one("body").send_keys("j")
+        self.playing(self.events[2])                         # the one that is called <script>
+        x, y = self.script("[xOf(events[0].start + 0.5) - canvas.clientWidth / 2, "
+                           "axisHeight + rowHeight / 2 - canvas.clientHeight / 2]")
+        ActionChains(self.browser).move_to_element_with_offset(self.one("#canvas"), round(x), round(y)).click().perform()
+        self.playing(self.events[0])
+        self.assertEqual(self.one(".event[aria-selected='true'] b").text, self.cells()[0].find_element(By.TAG_NAME, "b").text)
+
+    def test_thousands_of_events_stay_few_elements(self):
+        text = self.page.read_text()
+        block = re.search(r'<script type="application/json" class="input">.*?</script>\n', text, re.DOTALL)[0]
+        many = self.page.with_name("many.html")
+        many.write_text(text.replace(block, 3000 * block))
+        self.open(many)
+        self.assertEqual(self.one("#count").text, "3003 of 3003 events")
+        self.assertLess(len(self.cells()), 40)
+        self.script("list.scrollTop = 2000 * eventHeight")
+        self.wait(lambda: self.script("cells.has(2003)"), "the list follows its bar")
+        self.assertLess(len(self.cells()), 40)
+        self.assertEqual(self.script("document.querySelectorAll('script[class]').length"), 0)
+
+    def test_themes(self):
+        self.open(self.page)
+        color = "getComputedStyle(document.body).backgroundColor"
+        seen = set()
+        for _ in range(3):
+            self.one("#theme").click()
+            seen.add(self.script(color))
+        self.assertEqual(len(seen), 2, "light and dark")
+
+    def test_real_footage(self):
+        clip = pathlib.Path(FOOTAGE, "one-by-one-person-detection.mp4")
+        if not clip.exists():
+            self.skipTest("no footage")
+        page, events = self.scan("real.html", str(clip))
+        self.open(page)
+        self.assertEqual(self.one("#count").text.split(" of ")[0], str(len(events)))
+        self.cells()[-1].click()
+        self.playing(events[-1])
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
