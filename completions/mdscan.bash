@@ -24,12 +24,13 @@ _mdscan() {
     --csv) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
     --report) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
     --thumbnails) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -d -- "$current") ;;
+    --clips) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -d -- "$current") ;;
     --background) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
     --heatmap) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
     --overlay) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
     *)
         if [[ $current == -* ]]; then
-            mapfile -t COMPREPLY < <(compgen -W '-h --help --version --config --write-config -j --jobs --resume -q --quiet --progress --start-time --rate --block --shadows --min-size --min-blocks --merge-gap --min-duration --pre-roll --post-roll --zone --zones --mask --preview -o --output --csv --report --frames --track --thumbnails --background --heatmap --overlay' -- "$current")
+            mapfile -t COMPREPLY < <(compgen -W '-h --help --version --config --write-config -j --jobs --resume -q --quiet --progress --start-time --rate --block --shadows --min-size --min-blocks --merge-gap --min-duration --pre-roll --post-roll --zone --zones --mask --preview -o --output --csv --report --frames --track --thumbnails --clips --background --heatmap --overlay' -- "$current")
         else
             compopt -o filenames
             mapfile -t COMPREPLY < <(compgen -f -- "$current")

@@ -201,6 +201,11 @@ void Decoder::LeaveOutUnless(LeftOut::Needed needed) {
     }
 }
 
+void Decoder::Tell(PacketListener& listener) {
+    _listener = &listener;
+    listener.OnStream(*_stream);
+}
+
 bool Decoder::Next() {
     while (_failuresInARow < patience) {
         const int result = avcodec_receive_frame(_codec.get(), _frame.get());
@@ -248,6 +253,10 @@ void Decoder::Feed() {
             NoteDamage("incomplete packet");
         }
         ChooseDiscard();
+        if (_listener) {
+            _listener->OnPacket(*_packet, _packets);
+        }
+        _codec->reordered_opaque = _packets++;
         const int sent = avcodec_send_packet(_codec.get(), _packet.get());
         if (sent < 0 && sent != AVERROR(EAGAIN)) {
             NoteDamage(ErrorText(sent));

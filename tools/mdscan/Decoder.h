@@ -9,6 +9,7 @@
 #include "Clock.h"
 #include "LeftOut.h"
 #include "Libav.h"
+#include "PacketListener.h"
 #include "PictureNumbers.h"
 #include "WallClock.h"
 
@@ -27,6 +28,9 @@ public:
     // Throws Failure with one line that says what is wrong.
     explicit Decoder(const std::string& path, int threads = 0);
 
+    // From now on the listener is told of the video's packets. It must live as long as the decoder is used.
+    void Tell(PacketListener& listener);
+
     // Decodes the next picture. False: there is none, because the file is over or cannot be read further.
     bool Next();
 
@@ -37,6 +41,7 @@ public:
     const AVFrame& Frame() const { return *_frame; }           // until the following Next
     Ticks Time() const { return _time; }                       // since the start of the file; always rising
     std::int64_t Pictures() const { return _pictures; }        // so far, those left out too
+    std::int64_t Packet() const { return _frame->reordered_opaque; }   // number of the one that holds the newest picture
     const Damage& Found() const { return _damage; }            // complete once Next has returned false
 
     // Numbers of the pictures shown so far, and from where on they are approximate.
@@ -69,6 +74,8 @@ private:
     CodecPointer _codec;
     PacketPointer _packet = NewPacket();
     FramePointer _frame = NewFrame();
+    PacketListener* _listener = nullptr;
+    std::int64_t _packets = 0;         // of the video, read so far
     Ticks _promised = 0;               // ticks; length of the video as the header says, 0: it does not
     Ticks _promisedByFile = 0;         // ticks; likewise, of the longest stream in the file
     std::int64_t _packetEnd = 0;       // bytes; where the last packet of the video ends in the file

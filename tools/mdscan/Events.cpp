@@ -89,6 +89,13 @@ std::optional<Event> EventLog::Finish(Ticks lastSeen) {
     return over;
 }
 
+std::optional<Span> EventLog::Running() const {
+    if (!_running) {
+        return std::nullopt;
+    }
+    return Span{std::max(_running->start - _rules.preRoll, _firstSeen), _running->end + _rules.postRoll};
+}
+
 int EventLog::Count() const {
     return _finished + (_running && Counts(*_running) ? 1 : 0);
 }

@@ -31,6 +31,11 @@ struct Findings {
     std::vector<MovingObject> objects;     // largest first
 };
 
+struct Span {
+    Ticks start;
+    Ticks end;
+};
+
 // Where the largest object was at one time.
 struct TrackPoint {
     Ticks time;
@@ -71,6 +76,9 @@ public:
 
     // Is the frame that was taken last the peak of the running event so far?
     bool PeaksNow() const { return _running && _lastFrame == _running->peak; }
+
+    // From where to where the running event reaches so far, rolls included; absent: none is running.
+    std::optional<Span> Running() const;
 
     // Ends the running event: the stream is over, or its picture has changed beyond comparison.
     std::optional<Event> Close();

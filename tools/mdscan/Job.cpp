@@ -9,6 +9,7 @@
 #include "HtmlPage.h"
 #include "Interruption.h"
 #include "PngFile.h"
+#include "ResultName.h"
 #include "Thumbnail.h"
 
 namespace Scan {
@@ -39,7 +40,7 @@ Job::Job(const Options& options, const std::string& input, const std::string& na
                .longestGap = std::max(FromSeconds(options.mergeGap), periodsWithoutFrame * _cadence.Period()),
                .preRoll = FromSeconds(options.preRoll), .postRoll = FromSeconds(options.postRoll),
                .minBlocks = options.minBlocks}) {
-    if (options.overlay.empty()) {                         // which shows every picture
+    if (options.overlay.empty() && options.clips.empty()) {    // one shows every picture, the other wants the time of each
         _decoder.LeaveOutUnless([this](Ticks time) { return _cadence.MayTake(time); });
     }
     if (!options.background.empty()) {
@@ -47,6 +48,10 @@ Job::Job(const Options& options, const std::string& input, const std::string& na
     }
     if (!options.overlay.empty()) {
         _overlay.emplace(options.overlay, input, _decoder.NominalInterval(), _decoder.SampleAspect());
+    }
+    if (!options.clips.empty()) {
+        _clips.emplace(options.clips, input, !name.empty(), FromSeconds(options.preRoll), _decoder.NominalInterval());
+        _decoder.Tell(*_clips);
     }
 }
 
@@ -80,6 +85,9 @@ JobResult Job::Run() {
 void Job::Scan() {
     while (!Interrupted() && _decoder.Next()) {
         const AVFrame& frame = _decoder.Frame();
+        if (_clips) {
+            _clips->OnPicture(frame, _decoder.Packet(), _decoder.Time());
+        }
         if (_cadence.Takes(_decoder.Time())) {
             Analyse(frame, _decoder.Time());
         }
@@ -106,6 +114,9 @@ void Job::Analyse(const AVFrame& frame, Ticks time) {
         _listener.OnLine(FrameLine(_name, NumberAt(time), findings));
     }
     PrintEvent(_events.Add(findings));
+    if (_clips) {
+        _clips->Follow(_events.Running(), _printed + 1);
+    }
     if ((!_options.thumbnails.empty() || !_options.report.empty()) && _events.PeaksNow()) {
         _peak.reset(av_frame_clone(&frame));               // shares the picture
     }
@@ -123,12 +134,15 @@ void Job::PrintEvent(const std::optional<Event>& event) {
         AttachPicture();
     }
     if (_peak && !_options.thumbnails.empty()) {
-        extras.thumbnail = ThumbnailPath(_options.thumbnails, _input, !_name.empty(), _printed);
+        extras.thumbnail = ResultPath(_options.thumbnails, _input, !_name.empty(), _printed, ".jpg");
         ResultFile file(extras.thumbnail, _input);
         WriteThumbnail(*_peak, file);
         file.Keep();                                       // before the line that names it
     }
     _peak.reset();
+    if (_clips) {
+        extras.clip = _clips->Finish({event->start, event->end}, _printed);
+    }
     _listener.OnLine(EventLine(_name, _printed, *event, extras));
 }
 

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Cadence.h"
+#include "Clips.h"
 #include "Decoder.h"
 #include "Events.h"
 #include "Failure.h"
@@ -71,6 +72,7 @@ private:
     HeatMap _heat;                             // of pictures of earlier sizes
     std::optional<ResultFile> _background;
     std::optional<Overlay> _overlay;
+    std::optional<Clips> _clips;
 };
 
 // Makes a job and runs it. An input that cannot be opened is a result, too.

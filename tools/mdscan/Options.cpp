@@ -108,8 +108,8 @@ std::string ResultSettings(const Options& options) {
     text << "rate " << options.rate << " block " << options.blockSize << " shadows " << options.shadows << " min-size "
          << options.minSize << " merge-gap " << options.mergeGap << " min-duration " << options.minDuration << " frames "
          << options.frames << " rolls " << options.preRoll << " " << options.postRoll << " min-blocks " << options.minBlocks
-         << " track " << options.track << " thumbnails \"" << options.thumbnails << "\" heatmap " << !options.heatmap.empty()
-         << " report " << !options.report.empty();
+         << " track " << options.track << " thumbnails \"" << options.thumbnails << "\" clips \"" << options.clips
+         << "\" heatmap " << !options.heatmap.empty() << " report " << !options.report.empty();
     if (options.startTime) {
         text << " start-time " << *options.startTime;
     }
@@ -195,6 +195,8 @@ void Declare(CLI::App& app, Options& options, std::vector<std::string>& zones, c
     app.add_flag("--frames", options.frames, "Also a line per analysed frame with its objects");
     app.add_flag("--track", options.track, "Also where the largest object went during an event");
     app.add_option("--thumbnails", options.thumbnails, "Write a small picture of every event at its peak there")
+        ->type_name("DIR")->default_str("");
+    app.add_option("--clips", options.clips, "Write the video of every event there, as it is stored")
         ->type_name("DIR")->default_str("");
     app.add_option("--background", options.background, "Write the learned background; magenta: not known")
         ->type_name("FILE.png")->default_str("");

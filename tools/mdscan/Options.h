@@ -23,6 +23,7 @@ struct Options {
     int minBlocks = 1;             // moving blocks, for a frame to count
     bool track = false;            // where the largest object went, in every event
     std::string thumbnails;        // folder for them; empty: none
+    std::string clips;             // folder for them; empty: none
     std::vector<RelativeZone> zones;   // of --zone
     std::string zoneFile;          // empty: none
     std::string mask;              // PNG file, a zone like the others; empty: none

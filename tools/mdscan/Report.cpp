@@ -81,6 +81,10 @@ std::string EventLine(const std::string& file, int number, const Event& event, c
     if (!extras.thumbnail.empty()) {
         line["thumbnail"] = extras.thumbnail;
     }
+    if (extras.clip) {
+        line["clip"] = extras.clip->path;
+        line["clip_start"] = PrintedSeconds(extras.clip->start);
+    }
     line["boxes"] = BoxesOf(event.objects, mostBoxesPerEvent);
     if (extras.track) {
         line["track"] = Json::array();

@@ -17,6 +17,11 @@ namespace Scan {
 
 inline constexpr std::size_t mostBoxesPerEvent = 8;
 
+struct Clip {
+    std::string path;
+    Ticks start;                           // time of its first picture
+};
+
 // A picture's number in its input, counted from 0.
 struct PictureNumber {
     std::int64_t number = 0;
@@ -29,6 +34,7 @@ struct EventExtras {
     std::optional<StartTime> clock = {};   // absent: the wall clock is not known
     std::vector<std::string> zones = {};   // names of the watched zones; none: the line names none
     std::string thumbnail = "";            // path; empty: none
+    std::optional<Clip> clip = {};
     bool track = false;
 };
 

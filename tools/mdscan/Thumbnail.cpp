@@ -2,10 +2,7 @@
 #include "Thumbnail.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
-#include <cstdio>
-#include <filesystem>
 #include <fstream>
 
 #include "Failure.h"
@@ -13,8 +10,6 @@
 namespace Scan {
 
 namespace {
-
-constexpr std::size_t longestStem = 80;            // bytes
 
 FramePointer Small(const AVFrame& frame, int widest) {
     FramePointer small = NewFrame();
@@ -73,20 +68,6 @@ void WriteThumbnail(const AVFrame& frame, const ResultFile& file) {
     if (!out) {
         throw OutputFailure(exitFailed, "cannot write " + file.Path());
     }
-}
-
-std::string ThumbnailPath(const std::string& folder, const std::string& input, bool distinct, int event) {
-    std::string stem = input == "-" ? "stdin" : std::filesystem::path(input).stem().string().substr(0, longestStem);
-    std::replace_if(stem.begin(), stem.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, '_');
-    std::array<char, 16> mark = {};
-    if (distinct) {
-        std::uint32_t digest = 2'166'136'261u;     // FNV-1a
-        for (const char c : input) {
-            digest = (digest ^ static_cast<unsigned char>(c)) * 16'777'619u;
-        }
-        std::snprintf(mark.data(), mark.size(), "-%08x", digest);
-    }
-    return (std::filesystem::path(folder) / (stem + mark.data() + "-" + std::to_string(event) + ".jpg")).string();
 }
 
 }  // namespace Scan

@@ -154,8 +154,10 @@ int Main(const std::vector<std::string>& arguments) {
         if (options.showZones) {
             return ShowZones(options);
         }
-        if (!options.thumbnails.empty()) {
-            MakeFolder(options.thumbnails);
+        for (const std::string& folder : {options.thumbnails, options.clips}) {
+            if (!folder.empty()) {
+                MakeFolder(folder);
+            }
         }
         const InputList list = FindInputs(options.inputs);
         if (list.several || !options.resume.empty()) {

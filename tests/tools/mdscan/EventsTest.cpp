@@ -204,6 +204,21 @@ TEST(Events, ThePeakIsKnownWhenItIsThere) {
     EXPECT_TRUE(log.PeaksNow());
 }
 
+TEST(Events, TheRunningEventReachesAsFarAsItsRolls) {
+    EventLog log({.mergeGap = 2 * oneSecond, .minDuration = 0, .longestGap = 10 * oneSecond, .preRoll = 5 * oneSecond,
+                  .postRoll = oneSecond});
+    log.Add(Still(3 * oneSecond));
+    EXPECT_FALSE(log.Running());
+    log.Add(Moving(4 * oneSecond));
+    log.Add(Moving(6 * oneSecond));
+    log.Add(Still(7 * oneSecond));
+    ASSERT_TRUE(log.Running());
+    EXPECT_EQ(log.Running()->start, 3 * oneSecond) << "there was nothing before";
+    EXPECT_EQ(log.Running()->end, 7 * oneSecond);
+    log.Close();
+    EXPECT_FALSE(log.Running());
+}
+
 TEST(Events, ZonesAreThoseOfAllFrames) {
     Findings first = Moving(10), second = Moving(20, 9);
     first.objects[0].zones = 0b01;

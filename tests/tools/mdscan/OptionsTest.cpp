@@ -31,9 +31,9 @@ TEST(Options, TheInputAloneIsEnough) {
 TEST(Options, EveryOptionReachesItsField) {
     const Parsed parsed = Parse({"--rate", "0", "--block", "7", "--shadows", "--min-size", "0.125", "--merge-gap", "3.5",
                                  "--min-duration", "0.25", "--zone", "0.1,0.2,0.3,0.4", "--zone=0,0,1,1", "--frames",
-                                 "--background", "b.png", "--overlay", "o.mp4", "-o", "out.jsonl", "--resume", "state", "-j", "3", "--pre-roll", "1.5",
-                                 "--post-roll", "2", "--min-blocks", "4", "--track", "--thumbnails", "pictures", "--quiet",
-                                 "--progress", "json", "--start-time", "2026-03-01T12:00:00Z", "clip.mp4", "-"});
+                                 "--background", "b.png", "--overlay", "o.mp4", "-o", "out.jsonl", "--resume", "state", "-j", "3",
+                                 "--pre-roll", "1.5", "--post-roll", "2", "--min-blocks", "4", "--track",
+                                 "--thumbnails", "pictures", "--clips", "cut", "--quiet", "--progress", "json", "--start-time", "2026-03-01T12:00:00Z", "clip.mp4", "-"});
     ASSERT_TRUE(parsed.options) << parsed.text;
     const Options& options = *parsed.options;
     EXPECT_EQ(options.inputs, (std::vector<std::string>{"clip.mp4", "-"}));
@@ -57,6 +57,7 @@ TEST(Options, EveryOptionReachesItsField) {
     EXPECT_EQ(options.minBlocks, 4);
     EXPECT_TRUE(options.track);
     EXPECT_EQ(options.thumbnails, "pictures");
+    EXPECT_EQ(options.clips, "cut");
     ASSERT_EQ(options.zones.size(), 2u);
     EXPECT_EQ(options.zones[0].x, 0.1);
     EXPECT_EQ(options.zones[0].y, 0.2);

@@ -45,10 +45,11 @@ TEST(Report, AnEventLineHoldsWhatIsAskedFor) {
     Event event = AnEvent(1);
     event.zones = 0b101;
     event.track = {{15'000'000, {1, 2, 3, 4}}};
-    EXPECT_EQ(EventLine("", 3, event, {.zones = {"gate", "door", "road"}, .thumbnail = "t/a-3.jpg", .track = true}),
+    EXPECT_EQ(EventLine("", 3, event, {.zones = {"gate", "door", "road"}, .thumbnail = "t/a-3.jpg",
+                                       .clip = Clip{"c/a-3.mp4", -8'000'000}, .track = true}),
               R"({"type":"event","event":3,"start":1.235,"end":9.877,"peak":5.0,"start_frame":0,"end_frame":0,"peak_frame":0,)"
               R"("frame_exact":true,"frames":17,"blocks":99,"zones":["gate","road"],)"
-              R"("thumbnail":"t/a-3.jpg","boxes":[{"x":0,"y":2,"w":30,"h":40,"blocks":5}],)"
+              R"("thumbnail":"t/a-3.jpg","clip":"c/a-3.mp4","clip_start":-0.8,"boxes":[{"x":0,"y":2,"w":30,"h":40,"blocks":5}],)"
               R"("track":[{"time":1.5,"x":1,"y":2,"w":3,"h":4}]})");
 }
 

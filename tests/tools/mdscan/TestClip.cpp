@@ -8,6 +8,7 @@
 #include <fstream>
 
 extern "C" {
+#include <libavutil/display.h>
 #include <libavutil/log.h>
 #include <libavutil/opt.h>
 #include <libavutil/pixdesc.h>
@@ -82,6 +83,7 @@ CodecPointer OpenEncoder(const SquareScene& scene, AVPixelFormat format, const E
     codec->framerate = {scene.framesPerSecond, 1};
     codec->gop_size = encoding.groupSize;
     codec->max_b_frames = encoding.bFrames;
+    codec->sample_aspect_ratio = encoding.sampleAspect;
     codec->thread_count = 1;
     codec->strict_std_compliance = FF_COMPLIANCE_UNOFFICIAL;
     codec->flags |= AV_CODEC_FLAG_QSCALE;
@@ -158,6 +160,13 @@ void WriteEncoded(const std::vector<SquareScene>& scenes, const Encoding& encodi
     Require(stream && avcodec_parameters_from_context(stream->codecpar, codec.get()) >= 0, "stream");
     stream->time_base = codec->time_base;
     stream->avg_frame_rate = codec->framerate;
+    stream->sample_aspect_ratio = encoding.sampleAspect;
+    if (encoding.rotation != 0) {
+        constexpr std::size_t matrixSize = 9 * sizeof(std::int32_t);
+        std::uint8_t* matrix = av_stream_new_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, matrixSize);
+        Require(matrix != nullptr, "rotation");
+        av_display_rotation_set(reinterpret_cast<std::int32_t*>(matrix), encoding.rotation);
+    }
     if (encoding.headerFirst) {
         Require(av_opt_set(output.get(), "movflags", "+faststart", AV_OPT_SEARCH_CHILDREN) == 0, "header first");
     }

@@ -36,6 +36,8 @@ struct Encoding {
     AVPixelFormat format = AV_PIX_FMT_YUV420P;
     AVPixelFormat laterFormat = AV_PIX_FMT_NONE;   // from the second scene on; none: the same
     int groupSize = 12;          // pictures from one complete picture to the next
+    AVRational sampleAspect = {0, 1};
+    int rotation = 0;            // degrees that players turn it by; written where the container can
     bool headerFirst = false;    // MP4: tables at the front
     int bFrames = 0;             // pictures in a row that are decoded after a later one
     std::string created = "";    // what the container says of its creation; empty: nothing

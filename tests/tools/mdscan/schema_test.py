@@ -40,7 +40,8 @@ class SchemaTest(unittest.TestCase):
             subprocess.run([MAKE_CLIPS, folder], check=True)
             zones = pathlib.Path(folder, "zones.json")
             zones.write_text(json.dumps(ZONES))
-            everything = ["--frames", "--track", "--thumbnails", f"{folder}/pictures", "--zones", str(zones)]
+            everything = ["--frames", "--track", "--thumbnails", f"{folder}/pictures", "--clips", f"{folder}/pictures",
+                          "--zones", str(zones)]
             cls.runs = [run("--progress", "json", *everything, folder),
                         run("--progress", "json", f"{folder}/gate/1.mp4"),
                         run("zones", "--preview", f"{folder}/preview.png", "--zones", str(zones), f"{folder}/gate/1.mp4")]

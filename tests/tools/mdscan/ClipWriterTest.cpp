@@ -1,0 +1,102 @@
+// Is a clip's file there when it is whole, and only then?
+#include "ClipWriter.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "Failure.h"
+
+namespace Scan {
+namespace {
+
+namespace fs = std::filesystem;
+
+// A stream as a demuxer describes it.
+class ClipWriterTest : public testing::Test {
+protected:
+    void SetUp() override {
+        fs::create_directories(_folder);
+        _input.reset(avformat_alloc_context());
+        _stream = avformat_new_stream(_input.get(), nullptr);
+        _stream->time_base = {1, 25};
+        _stream->codecpar->codec_type = AVMEDIA_TYPE_VIDEO;
+        _stream->codecpar->width = 64;
+        _stream->codecpar->height = 48;
+    }
+    void TearDown() override { fs::remove_all(_folder); }
+
+    StoredVideo Video(AVCodecID codec) {
+        _stream->codecpar->codec_id = codec;
+        return {*_stream, oneSecond / 25};
+    }
+
+    static std::string Refusal(const StoredVideo& video) {
+        try {
+            video.Check();
+        } catch (const Failure& failure) {
+            return failure.what();
+        }
+        return "";
+    }
+
+    auto Files() const { return std::distance(fs::directory_iterator(_folder), {}); }
+
+    const fs::path _folder = fs::path(testing::TempDir()) / "ClipWriterTest";
+    InputPointer _input;
+    AVStream* _stream = nullptr;
+};
+
+TEST_F(ClipWriterTest, OnlyAFinishedClipHasItsName) {
+    const std::string path = (_folder / "a-1.mp4").string();
+    const PacketPointer packet = NewPacket();
+    ASSERT_EQ(av_new_packet(packet.get(), 100), 0);
+    for (const bool finishes : {false, true}) {
+        {
+            ClipWriter writer(path, "", Video(AV_CODEC_ID_MJPEG), 0);
+            for (int i = 0; i < 100; ++i) {
+                writer.Write(*packet, i * oneSecond / 25);
+            }
+            EXPECT_FALSE(fs::exists(path)) << "as a kill would leave it";
+            EXPECT_EQ(Files(), 1);
+            if (finishes) {
+                writer.Finish();
+            }
+        }
+        EXPECT_EQ(fs::exists(path), finishes);
+        EXPECT_EQ(Files(), finishes ? 1 : 0);
+    }
+}
+
+TEST_F(ClipWriterTest, ContainersAreChosenByCodec) {
+    EXPECT_STREQ(Video(AV_CODEC_ID_H264).Ending(), ".mp4");
+    EXPECT_STREQ(Video(AV_CODEC_ID_HEVC).Ending(), ".mp4");
+    EXPECT_STREQ(Video(AV_CODEC_ID_VP8).Ending(), ".mkv");
+    EXPECT_STREQ(Video(AV_CODEC_ID_FFV1).Ending(), ".mkv");
+}
+
+TEST_F(ClipWriterTest, TheContainersAspectCountsAndTagsAreTranslated) {
+    _stream->sample_aspect_ratio = {1, 1};
+    _stream->codecpar->sample_aspect_ratio = {12, 11};
+    _stream->codecpar->codec_tag = MKTAG('s', '2', '6', '3');
+    const StoredVideo video = Video(AV_CODEC_ID_H263);
+    EXPECT_EQ(Refusal(video), "");
+    EXPECT_EQ(av_cmp_q(video.NewOutput()->streams[0]->codecpar->sample_aspect_ratio, {1, 1}), 0);
+}
+
+TEST_F(ClipWriterTest, WhatFitsNoContainerIsNamed) {
+    EXPECT_EQ(Refusal(Video(AV_CODEC_ID_ROQ)).rfind("cannot cut clips: its video (roq) fits neither MP4 nor Matroska: ", 0), 0u)
+        << Refusal(Video(AV_CODEC_ID_ROQ));
+}
+
+TEST_F(ClipWriterTest, NewExtradataIsNoticed) {
+    StoredVideo video = Video(AV_CODEC_ID_MJPEG);
+    const std::uint8_t data[] = {1, 2, 3};
+    EXPECT_TRUE(video.ReplaceExtradata(data, sizeof(data)));
+    EXPECT_FALSE(video.ReplaceExtradata(data, sizeof(data)));
+    EXPECT_EQ(video.NewOutput()->streams[0]->codecpar->extradata_size, 3);
+}
+
+}  // namespace
+}  // namespace Scan

@@ -1,0 +1,281 @@
+// Is a clip of an event the very pictures of the input, from a keyframe on, at their times?  The built program, and players'
+// view of what it writes.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "Clips.h"
+#include "ScanFixture.h"
+#include "StoredPictures.h"
+
+namespace Scan {
+namespace {
+
+using nlohmann::json;
+
+// Two squares, the second one soon after the first.
+const std::vector<SquareScene> twoSquares = {{.width = 128, .height = 96, .seconds = 7, .from = 4, .until = 5.5},
+                                             {.width = 128, .height = 96, .seconds = 5, .from = 2.5, .until = 4}};
+
+class ClipsTest : public ScanFixture {
+protected:
+    Outcome Cut(const std::string& input, std::vector<std::string> options = {}) const {
+        options.insert(options.end(), {"--clips", In("clips"), "--min-size", "0", In(input)});
+        return Mdscan(options);
+    }
+
+    // The event's clip holds the source's pictures from the last keyframe before `from` seconds to the first picture at or
+    // behind its end.
+    static void ExpectClip(const json& event, const StoredPictures& source, double from) {
+        ASSERT_TRUE(event.contains("clip")) << event;
+        const StoredPictures clip = ReadPictures(event["clip"]);
+        EXPECT_TRUE(clip.errors.empty()) << clip.errors.front();
+        ASSERT_FALSE(clip.pictures.empty());
+        const double origin = source.pictures.front().time, start = event["clip_start"];
+        std::size_t first = 0;
+        for (std::size_t i = 0; i < source.pictures.size() && source.pictures[i].time - origin <= from + 0.001; ++i) {
+            first = source.pictures[i].isKey ? i : first;
+        }
+        EXPECT_NEAR(start, source.pictures[first].time - origin, 0.001);
+        EXPECT_EQ(clip.pictures.front().time, 0);
+        ASSERT_LE(first + clip.pictures.size(), source.pictures.size());
+        for (std::size_t i = 0; i < clip.pictures.size(); ++i) {
+            const StoredPicture& expected = source.pictures[first + i];
+            ASSERT_NEAR(clip.pictures[i].time + start, expected.time - origin, 0.0015) << "picture " << i;
+            ASSERT_EQ(clip.pictures[i].luma, expected.luma) << "picture " << i;
+        }
+        const double end = event["end"], last = start + clip.pictures.back().time;
+        const std::size_t next = first + clip.pictures.size();
+        EXPECT_TRUE(next == source.pictures.size() || source.pictures[next].time - origin > end - 0.0015) << "shorter than asked";
+        EXPECT_LE(last, end + 0.45) << "longer than needed";
+    }
+};
+
+struct Kind {
+    const char* codec;
+    const char* container;
+    const char* ending;                  // of the clip
+    int groupSize;
+    int bFrames;
+    AVPixelFormat format = AV_PIX_FMT_YUV420P;
+};
+
+class EveryKindOfClip : public ClipsTest, public testing::WithParamInterface<Kind> {};
+
+TEST_P(EveryKindOfClip, IsTheInputFromAKeyframeOn) {
+    const Kind& kind = GetParam();
+    if (!HasEncoder(kind.codec)) {
+        GTEST_SKIP() << "this FFmpeg cannot encode " << kind.codec;
+    }
+    WriteEncoded(twoSquares, {.codec = kind.codec, .container = kind.container, .format = kind.format,
+                              .groupSize = kind.groupSize, .bFrames = kind.bFrames}, In("input"));
+    const Outcome run = Cut("input", {"--merge-gap", "1", "--pre-roll", "0.4", "--post-roll", "0.5"});
+    EXPECT_EQ(run.code, 0) << run.err;
+    ASSERT_EQ(run.lines.size(), 2u) << run.err;
+    const StoredPictures source = ReadPictures(In("input"));
+    for (const json& event : run.lines) {
+        ExpectClip(event, source, event["start"]);
+    }
+    EXPECT_EQ(run.lines[1]["clip"], In("clips/input-2") + kind.ending);
+}
+
+std::string NameOf(const testing::TestParamInfo<Kind>& kind) {
+    return std::string(kind.param.codec) + "_" + kind.param.container + "_" + std::to_string(kind.index);
+}
+
+// Groups of 50 reach from one event into the other. MPEG-2's groups are open: pictures behind a keyframe lean on the group
+// before.
+INSTANTIATE_TEST_SUITE_P(
+    ClipsTest, EveryKindOfClip,
+    testing::Values(Kind{"mpeg4", "mp4", ".mp4", 12, 0}, Kind{"mpeg4", "avi", ".mp4", 50, 0}, Kind{"mpeg4", "avi", ".mp4", 12, 2},
+                    Kind{"mpeg2video", "mpegts", ".mp4", 12, 2}, Kind{"mpeg2video", "matroska", ".mp4", 50, 2},
+                    Kind{"ffv1", "matroska", ".mkv", 6, 0}, Kind{"mjpeg", "avi", ".mp4", 1, 0, AV_PIX_FMT_YUVJ420P},
+                    Kind{"rawvideo", "avi", ".mkv", 1, 0}, Kind{"libx264", "matroska", ".mp4", 50, 3},
+                    Kind{"libx264", "mpegts", ".mp4", 12, 2}),
+    NameOf);
+
+TEST_F(ClipsTest, IrregularTimesAreKept) {
+    const auto time = [](int frame) { return std::int64_t{frame} * 10 + frame % 3 * 3; };
+    std::vector<SquareScene> scenes = twoSquares;
+    for (SquareScene& scene : scenes) {
+        scene.framesPerSecond = 100;                                 // the encoder's clock; a tenth of that is drawn
+        scene.seconds /= 10;
+        scene.from /= 10;
+        scene.until /= 10;
+    }
+    WriteEncoded(scenes, {.codec = "mpeg4", .container = "matroska", .groupSize = 15, .time = time}, In("input"));
+    const Outcome run = Cut("input", {"--merge-gap", "1"});
+    ASSERT_EQ(run.lines.size(), 2u) << run.err;
+    const StoredPictures source = ReadPictures(In("input"));
+    for (const json& event : run.lines) {
+        ExpectClip(event, source, event["start"]);
+    }
+}
+
+TEST_F(ClipsTest, EventsAtBothEndsOfTheInputHaveClips) {
+    WriteEncoded({{.width = 128, .height = 96, .seconds = 12, .from = 0, .until = 3},
+                  {.width = 128, .height = 96, .seconds = 2, .from = 0, .until = 2}},
+                 {.codec = "mpeg4", .container = "mp4", .groupSize = 25}, In("input"));
+    const Outcome run = Cut("input", {"--rate", "0", "--merge-gap", "1", "--pre-roll", "1", "--post-roll", "1"});
+    ASSERT_EQ(run.lines.size(), 2u) << run.err;
+    const StoredPictures source = ReadPictures(In("input"));
+    ExpectClip(run.lines[0], source, run.lines[0]["start"]);
+    ExpectClip(run.lines[1], source, run.lines[1]["start"]);
+    EXPECT_EQ(run.lines[0]["clip_start"], 0.0);
+    EXPECT_EQ(run.lines[1]["end"], 13.9);
+}
+
+TEST_F(ClipsTest, RotationAndAspectAreKept) {
+    WriteEncoded(twoSquares, {.codec = "mpeg4", .container = "mp4", .sampleAspect = {4, 3}, .rotation = 90}, In("input"));
+    const StoredPictures source = ReadPictures(In("input"));
+    ASSERT_EQ(std::abs(source.rotation), 90);
+    const Outcome run = Cut("input", {"--merge-gap", "1"});
+    ASSERT_EQ(run.lines.size(), 2u) << run.err;
+    for (const json& event : run.lines) {
+        const StoredPictures clip = ReadPictures(event["clip"]);
+        EXPECT_EQ(clip.rotation, source.rotation);
+        EXPECT_EQ(av_cmp_q(clip.sampleAspect, {4, 3}), 0) << clip.sampleAspect.num << ":" << clip.sampleAspect.den;
+    }
+}
+
+TEST_F(ClipsTest, AChangeOfSizeEndsAClip) {
+    SquareScene large = twoSquares[0];
+    large.width = 256;
+    large.height = 192;
+    const SquareScene cut{.width = 128, .height = 96, .seconds = 5, .from = 4, .until = 5.5};
+    WriteEncoded({cut, large}, {.codec = "mjpeg", .container = "avi", .format = AV_PIX_FMT_YUVJ420P}, In("input"));
+    const Outcome run = Cut("input", {"--pre-roll", "9", "--post-roll", "9"});
+    ASSERT_EQ(run.lines.size(), 2u) << run.err;
+    const StoredPictures source = ReadPictures(In("input"));
+    for (const json& event : run.lines) {
+        ExpectClip(event, source, event["start"]);
+    }
+    EXPECT_EQ(ReadPictures(run.lines[0]["clip"]).headerWidth, 128);
+    EXPECT_EQ(ReadPictures(run.lines[1]["clip"]).headerWidth, 256);
+}
+
+TEST_F(ClipsTest, APipeIsCutAsAFileIs) {
+    WriteEncoded(twoSquares, {.codec = "mpeg2video", .container = "mpegts", .bFrames = 2}, In("input"));
+    const Outcome file = Cut("input", {"--merge-gap", "1"});
+    ASSERT_EQ(file.lines.size(), 2u) << file.err;
+    const std::string content = Read("clips/input-1.mp4");
+    EXPECT_FALSE(content.empty());
+    const Outcome pipe = MdscanFed({"--clips", In("clips"), "--min-size", "0", "--merge-gap", "1", "-"}, In("input"));
+    ASSERT_EQ(pipe.lines.size(), 2u) << pipe.err;
+    EXPECT_EQ(pipe.lines[0]["clip"], In("clips/stdin-1.mp4"));
+    EXPECT_EQ(pipe.lines[0]["clip_start"], file.lines[0]["clip_start"]);
+    EXPECT_EQ(Read("clips/stdin-1.mp4"), content);
+}
+
+TEST_F(ClipsTest, ADroppedEventLeavesNoClip) {
+    WriteEncoded(twoSquares, {.codec = "mpeg4", .container = "mp4"}, In("input"));
+    const Outcome run = Cut("input", {"--merge-gap", "1", "--min-duration", "10"});
+    EXPECT_EQ(run.code, 3) << run.err;
+    EXPECT_NE(run.err.find("(2 too short)"), std::string::npos) << run.err;
+    EXPECT_TRUE(std::filesystem::is_empty(In("clips")));
+}
+
+TEST_F(ClipsTest, AnInterruptionCompletesTheClip) {
+    const SquareScene scene{.width = 128, .height = 96, .seconds = 30, .from = 6, .until = 29};
+    WriteEncoded({scene}, {.codec = "mpeg2video", .container = "mpegts"}, In("input"));
+    const Outcome run = MdscanInterrupted({"--clips", In("clips"), "--min-size", "0", "--frames"}, In("input"), In("pipe.ts"),
+                                          40);
+    EXPECT_EQ(run.code, 1);
+    ASSERT_EQ(run.lines.back()["type"], "event") << run.err;
+    ExpectClip(run.lines.back(), ReadPictures(In("input")), run.lines.back()["start"]);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(In("clips")), {}), 1) << "more than the clip is left";
+}
+
+TEST_F(ClipsTest, InputsOfOneNameDoNotMeetAndResumingChangesNothing) {
+    for (const char* folder : {"a", "b"}) {
+        std::filesystem::create_directories(In(folder));
+        WriteEncoded({twoSquares[0]}, {.codec = "mpeg4", .container = "mp4"}, In(std::string(folder) + "/door.mp4"));
+    }
+    const std::vector<std::string> command = {"-j", "2", "--min-size", "0", "--clips", In("clips"), "--resume", In("state"),
+                                              In("a"), In("b")};
+    const Outcome first = Mdscan(command), again = Mdscan(command);
+    EXPECT_EQ(first.lines, again.lines);
+    ASSERT_EQ(first.lines.size(), 4u) << first.err;
+    EXPECT_NE(first.lines[0]["clip"], first.lines[2]["clip"]);
+    ExpectClip(first.lines[0], ReadPictures(In("a/door.mp4")), first.lines[0]["start"]);
+    ExpectClip(first.lines[2], ReadPictures(In("b/door.mp4")), first.lines[2]["start"]);
+}
+
+TEST_F(ClipsTest, AFullDiskIsNamed) {
+    WriteEncoded(twoSquares, {.codec = "rawvideo", .container = "avi"}, In("input"));
+    const Outcome run = Mdscan({"--clips", In("clips"), "--min-size", "0", In("input")}, {.largestFile = 50'000});
+    EXPECT_EQ(run.code, 1);
+    EXPECT_NE(run.err.find("cannot write " + In("clips/input-1.mkv")), std::string::npos) << run.err;
+    EXPECT_EQ(run.ErrorLines(), 1) << run.err;
+    EXPECT_TRUE(std::filesystem::is_empty(In("clips")));
+}
+
+int PacketsIn(const std::string& path) {
+    AVFormatContext* opened = nullptr;
+    EXPECT_EQ(avformat_open_input(&opened, ("file:" + path).c_str(), nullptr, nullptr), 0);
+    const InputPointer input(opened);
+    const PacketPointer packet = NewPacket();
+    int count = 0;
+    for (; av_read_frame(opened, packet.get()) >= 0; ++count) {
+        av_packet_unref(packet.get());
+    }
+    return count;
+}
+
+// Twenty pictures, one a tenth of a second, a keyframe every five; with the twelfth packet, the stored format changes.
+TEST_F(ClipsTest, AStoredFormatThatChangesEndsTheClip) {
+    const InputPointer described(avformat_alloc_context());
+    AVStream* stream = avformat_new_stream(described.get(), nullptr);
+    stream->time_base = {1, 10};
+    stream->codecpar->codec_type = AVMEDIA_TYPE_VIDEO;
+    stream->codecpar->codec_id = AV_CODEC_ID_FFV1;
+    std::filesystem::create_directories(In("clips"));
+    const FramePointer picture = NewFrame();
+    picture->width = 64;
+    picture->height = 48;
+
+    const Ticks tenth = oneSecond / 10;
+    Clips clips(In("clips"), "a.mkv", false, 0, tenth);
+    clips.OnStream(*stream);
+    for (int i = 0; i < 20; ++i) {
+        const PacketPointer packet = NewPacket();
+        ASSERT_EQ(av_new_packet(packet.get(), 100), 0);
+        std::fill_n(packet->data, packet->size, std::uint8_t{1});
+        packet->flags = i % 5 == 0 ? AV_PKT_FLAG_KEY : 0;
+        packet->pts = packet->dts = i;
+        if (i == 12) {
+            *av_packet_new_side_data(packet.get(), AV_PKT_DATA_NEW_EXTRADATA, 1) = 1;
+        }
+        clips.OnPacket(*packet, i);
+        clips.OnPicture(*picture, i, i * tenth);
+        if (i >= 6 && i != 17) {
+            clips.Follow(Span{(i < 17 ? 6 : 18) * tenth, i * tenth}, i < 17 ? 1 : 2);
+        } else if (i == 17) {
+            const std::optional<Clip> clip = clips.Finish({6 * tenth, 16 * tenth}, 1);
+            ASSERT_TRUE(clip);
+            EXPECT_EQ(clip->start, 5 * tenth);
+            EXPECT_EQ(PacketsIn(clip->path), 7) << "5 to 11";
+        }
+    }
+    const std::optional<Clip> second = clips.Finish({18 * tenth, 19 * tenth}, 2);
+    ASSERT_TRUE(second);
+    EXPECT_EQ(second->start, 15 * tenth);
+    EXPECT_EQ(PacketsIn(second->path), 5);
+
+    clips.OnStream(*stream);
+    const PacketPointer packet = NewPacket();
+    ASSERT_EQ(av_new_packet(packet.get(), 100), 0);
+    clips.OnPacket(*packet, 20);
+    clips.OnPicture(*picture, 20, 20 * tenth);
+    EXPECT_FALSE(clips.Finish({20 * tenth, 20 * tenth}, 3)) << "there is no keyframe";
+}
+
+}  // namespace
+}  // namespace Scan

@@ -1,0 +1,39 @@
+// How does an input's name become that of a result?  Called through ResultName.h.
+#include "ResultName.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+
+namespace Scan {
+
+namespace {
+
+constexpr std::size_t longestStem = 80;            // bytes
+
+}  // namespace
+
+std::string ResultPath(const std::string& folder, const std::string& input, bool distinct, const std::string& ending) {
+    std::string stem = input == "-" ? "stdin" : std::filesystem::path(input).stem().string().substr(0, longestStem);
+    std::replace_if(stem.begin(), stem.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, '_');
+    std::array<char, 16> mark = {};
+    if (distinct) {
+        std::uint32_t digest = 2'166'136'261u;     // FNV-1a
+        for (const char c : input) {
+            digest = (digest ^ static_cast<unsigned char>(c)) * 16'777'619u;
+        }
+        std::snprintf(mark.data(), mark.size(), "-%08x", digest);
+    }
+    return (std::filesystem::path(folder) / (stem + mark.data() + ending)).string();
+}
+
+std::string ResultPath(const std::string& folder, const std::string& input, bool distinct, int event,
+                       const std::string& ending) {
+    std::string number = "-";
+    number += std::to_string(event);
+    return ResultPath(folder, input, distinct, number + ending);
+}
+
+}  // namespace Scan
