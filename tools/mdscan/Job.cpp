@@ -43,11 +43,14 @@ Job::Job(const Options& options, const std::string& input, const std::string& na
     if (options.overlay.empty() && options.clips.empty()) {    // one shows every picture, the other wants the time of each
         _decoder.LeaveOutUnless([this](Ticks time) { return _cadence.MayTake(time); });
     }
+    const auto placeOf = [&](const std::string& path, const char* ending) {    // one of several inputs: a folder is given
+        return name.empty() ? path : ResultPath(path, input, true, ending);
+    };
     if (!options.background.empty()) {
-        _background.emplace(options.background, input);
+        _background.emplace(placeOf(options.background, ".png"), input);
     }
     if (!options.overlay.empty()) {
-        _overlay.emplace(options.overlay, input, _decoder.NominalInterval(), _decoder.SampleAspect());
+        _overlay.emplace(placeOf(options.overlay, ".mp4"), input, _decoder.NominalInterval(), _decoder.SampleAspect());
     }
     if (!options.clips.empty()) {
         _clips.emplace(options.clips, input, !name.empty(), FromSeconds(options.preRoll), _decoder.NominalInterval());

@@ -109,7 +109,8 @@ std::string ResultSettings(const Options& options) {
          << options.minSize << " merge-gap " << options.mergeGap << " min-duration " << options.minDuration << " frames "
          << options.frames << " rolls " << options.preRoll << " " << options.postRoll << " min-blocks " << options.minBlocks
          << " track " << options.track << " thumbnails \"" << options.thumbnails << "\" clips \"" << options.clips
-         << "\" heatmap " << !options.heatmap.empty() << " report " << !options.report.empty();
+         << "\" background \"" << options.background << "\" overlay \"" << options.overlay << "\" heatmap "
+         << !options.heatmap.empty() << " report " << !options.report.empty();
     if (options.startTime) {
         text << " start-time " << *options.startTime;
     }
@@ -198,7 +199,7 @@ void Declare(CLI::App& app, Options& options, std::vector<std::string>& zones, c
         ->type_name("DIR")->default_str("");
     app.add_option("--clips", options.clips, "Write the video of every event there, as it is stored")
         ->type_name("DIR")->default_str("");
-    app.add_option("--background", options.background, "Write the learned background; magenta: not known")
+    app.add_option("--background", options.background, "Write the learned background; of several inputs, a folder of them")
         ->type_name("FILE.png")->default_str("");
     app.add_option("--heatmap", options.heatmap, "Write where it moved; of several inputs, a folder of them")
         ->type_name("FILE.png")->default_str("");

@@ -31,8 +31,8 @@ struct Options {
     bool showZones = false;        // draw zones instead of scanning: "mdscan zones"
     std::string preview;           // file to draw them into; empty: none
     bool frames = false;           // one line per analysed frame, too
-    std::string background;        // file to write; empty: none
-    std::string overlay;           // file to write; empty: none
+    std::string background;        // file to write, of several inputs a folder; empty: none
+    std::string overlay;           // likewise
     std::optional<WallTicks> startTime;    // wall clock at the start of the one input
     std::string csv;               // file for a table of events; empty: none
     std::string heatmap;           // file, of several inputs a folder, for heat maps; empty: none

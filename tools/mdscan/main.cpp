@@ -88,10 +88,16 @@ int ScanOne(const Options& options, const std::string& input) {
     return CodeOf(result);
 }
 
-int ScanMany(Options options, const InputList& list) {
-    if (!options.background.empty() || !options.overlay.empty()) {
-        throw Failure(exitUsage, "--background and --overlay want a single input");
+// Also where it is there already.
+void MakeFolder(const std::string& path) {
+    std::error_code error;
+    std::filesystem::create_directories(path, error);
+    if (error || !std::filesystem::is_directory(path, error)) {
+        throw Failure(exitFailed, "cannot write into " + path + ": " + (error ? error.message() : "is not a folder"));
     }
+}
+
+int ScanMany(Options options, const InputList& list) {
     if (options.startTime && list.several) {
         throw Failure(exitUsage, "--start-time wants a single input");
     }
@@ -105,6 +111,11 @@ int ScanMany(Options options, const InputList& list) {
     std::optional<RunState> state;
     if (!options.resume.empty()) {
         state.emplace(options.resume, VersionText() + "\n" + ResultSettings(options));
+    }
+    for (const std::string& folder : {options.background, options.overlay}) {
+        if (!folder.empty()) {
+            MakeFolder(folder);
+        }
     }
     RunResults results(options, paths, true);
     Progress progress(StyleOf(options));
@@ -129,15 +140,6 @@ std::vector<Zone> AllZones(const Options& options) {
         throw Failure(exitUsage, "more than " + std::to_string(mostZones) + " zones to watch");
     }
     return zones;
-}
-
-// Also where it is there already.
-void MakeFolder(const std::string& path) {
-    std::error_code error;
-    std::filesystem::create_directories(path, error);
-    if (error || !std::filesystem::is_directory(path, error)) {
-        throw Failure(exitFailed, "cannot write into " + path + ": " + (error ? error.message() : "is not a folder"));
-    }
 }
 
 int Main(const std::vector<std::string>& arguments) {

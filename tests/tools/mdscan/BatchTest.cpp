@@ -216,9 +216,30 @@ TEST_F(BatchTest, AChangedFileIsScannedAgain) {
     EXPECT_EQ(Mdscan({"--rate", "3", "--resume", In("state"), In("videos")}).code, 2) << "other options, other results";
 }
 
-TEST_F(BatchTest, ResultsOfOneFileDoNotFitMany) {
-    EXPECT_EQ(Mdscan({"--overlay", In("boxes.mp4"), In("videos")}).code, 2);
-    EXPECT_EQ(Mdscan({"--background", In("b.png"), In("a.mp4"), In("b.mp4")}).code, 2);
+TEST_F(BatchTest, BackgroundsAndOverlaysOfManyFillFolders) {
+    for (const char* name : {"videos/a/door.avi", "videos/b/door.avi"}) {
+        fs::create_directories(fs::path(In(name)).parent_path());
+        WriteEncoded({Small()}, {.codec = "mpeg4", .container = "avi"}, In(name));
+    }
+    const Names arguments = {"-j", "2", "--background", In("grounds"), "--overlay", In("drawn"), In("videos")};
+    EXPECT_EQ(Mdscan(arguments).code, 0);
+    for (const char* folder : {"grounds", "drawn"}) {
+        Names names;
+        for (const auto& entry : fs::directory_iterator(In(folder))) {
+            names.push_back(entry.path().filename().string());
+            EXPECT_GT(entry.file_size(), 100u);
+        }
+        ASSERT_EQ(names.size(), 2u) << folder;
+        for (const std::string& name : names) {
+            EXPECT_EQ(name.rfind("door-", 0), 0u) << name;
+            EXPECT_EQ(fs::path(name).extension(), folder == std::string("grounds") ? ".png" : ".mp4");
+        }
+    }
+    Write("file", "");
+    const Outcome run = Mdscan({"--background", In("file"), In("videos")});
+    EXPECT_EQ(run.code, 1);
+    EXPECT_EQ(run.err.rfind("mdscan: cannot write into " + In("file") + ": ", 0), 0u) << run.err;
+    EXPECT_EQ(run.ErrorLines(), 1) << run.err;
 }
 
 TEST_F(BatchTest, AFullOutputEndsTheRun) {
