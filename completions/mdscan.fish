@@ -30,4 +30,4 @@ complete -c mdscan -l thumbnails -x -a '(__fish_complete_directories)' -d 'Write
 complete -c mdscan -l clips -x -a '(__fish_complete_directories)' -d 'Write the video of every event there, as it is stored'
 complete -c mdscan -l background -r -d 'Write the learned background; of several inputs, a folder of them'
 complete -c mdscan -l heatmap -r -d 'Write where it moved; of several inputs, a folder of them'
-complete -c mdscan -l overlay -r -d 'Write the video with the objects\' boxes drawn'
+complete -c mdscan -l overlay -r -d 'Write the video with boxes, blocks, times and zones drawn'

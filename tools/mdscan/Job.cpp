@@ -50,7 +50,8 @@ Job::Job(const Options& options, const std::string& input, const std::string& na
         _background.emplace(placeOf(options.background, ".png"), input);
     }
     if (!options.overlay.empty()) {
-        _overlay.emplace(placeOf(options.overlay, ".mp4"), input, _decoder.NominalInterval(), _decoder.SampleAspect());
+        _overlay.emplace(placeOf(options.overlay, ".mp4"), input, _decoder.NominalInterval(), _decoder.SampleAspect(),
+                         WatchedNames(options.allZones));
     }
     if (!options.clips.empty()) {
         _clips.emplace(options.clips, input, !name.empty(), FromSeconds(options.preRoll), _decoder.NominalInterval());
@@ -95,7 +96,7 @@ void Job::Scan() {
             Analyse(frame, _decoder.Time());
         }
         if (_overlay) {
-            _overlay->Write(frame, _decoder.Time(), _objects);
+            _overlay->Write(frame, _decoder.Time(), _marking);
         }
         _listener.OnPicture(_decoder.Progress(), Sum());
     }
@@ -123,7 +124,9 @@ void Job::Analyse(const AVFrame& frame, Ticks time) {
     if ((!_options.thumbnails.empty() || !_options.report.empty()) && _events.PeaksNow()) {
         _peak.reset(av_frame_clone(&frame));               // shares the picture
     }
-    _objects = std::move(findings.objects);
+    if (_overlay) {
+        _marking = {std::move(findings.objects), _watcher->Marks(), _watcher->Grid(), Clock()};
+    }
 }
 
 void Job::PrintEvent(const std::optional<Event>& event) {

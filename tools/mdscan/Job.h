@@ -65,7 +65,7 @@ private:
     PlainPicture _picture;
     std::optional<Watcher> _watcher;
     Host::PixelFormat _layout = {};            // of the pictures that the watcher was made for
-    std::vector<MovingObject> _objects;        // of the newest analysed frame
+    Marking _marking;                          // of the newest analysed frame, for the overlay
     std::int64_t _analysed = 0;                // frames
     int _printed = 0;                          // events
     FramePointer _peak;                        // of the running event, where pictures of it are wanted

@@ -203,7 +203,7 @@ void Declare(CLI::App& app, Options& options, std::vector<std::string>& zones, c
         ->type_name("FILE.png")->default_str("");
     app.add_option("--heatmap", options.heatmap, "Write where it moved; of several inputs, a folder of them")
         ->type_name("FILE.png")->default_str("");
-    app.add_option("--overlay", options.overlay, "Write the video with the objects' boxes drawn")
+    app.add_option("--overlay", options.overlay, "Write the video with boxes, blocks, times and zones drawn")
         ->type_name("FILE.mp4")->default_str("");
 }
 

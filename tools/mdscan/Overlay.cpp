@@ -1,11 +1,13 @@
-// How is the video with boxes written?  Called by main through Overlay.h.
+// How is the video with what was found written?  Called by main through Overlay.h.
 #include "Overlay.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
-#include <cstdint>
+#include <cstdio>
 #include <limits>
 #include <new>
+#include <utility>
 
 extern "C" {
 #include <libavutil/mathematics.h>
@@ -13,6 +15,7 @@ extern "C" {
 }
 
 #include "Failure.h"
+#include "FrameDrawing.h"
 
 namespace Scan {
 
@@ -22,27 +25,9 @@ namespace {
 constexpr AVRational timeBase = {1, 60000};
 constexpr AVRational tickBase = {1, static_cast<int>(oneSecond)};
 
-struct Color {
-    std::uint8_t y, cb, cr;
-};
-constexpr Color boxColor = {210, 16, 146};         // yellow: seen on asphalt, grass and snow
-constexpr int lineDivisor = 240;                   // a line is this fraction of the picture's height thick, at least 2 pixels
-
-// Fills pixels [x0, x1) x [y0, y1) of a frame of YUV 4:2:0, as far as they lie in it.
-void Fill(AVFrame& frame, int x0, int y0, int x1, int y1, Color color) {
-    const auto fillPlane = [&](int plane, int shift, std::uint8_t value) {
-        const int columns = (frame.width + shift) >> shift, rows = (frame.height + shift) >> shift;
-        const int left = std::clamp(x0 >> shift, 0, columns), right = std::clamp((x1 + shift) >> shift, left, columns);
-        const int top = std::clamp(y0 >> shift, 0, rows), bottom = std::clamp((y1 + shift) >> shift, top, rows);
-        for (int y = top; y < bottom; ++y) {
-            std::uint8_t* row = frame.data[plane] + std::ptrdiff_t{y} * frame.linesize[plane];
-            std::fill(row + left, row + right, value);
-        }
-    };
-    fillPlane(0, 0, color.y);
-    fillPlane(1, 1, color.cb);
-    fillPlane(2, 1, color.cr);
-}
+constexpr Color objectTint = {160, 60, 190};       // orange: blocks that move
+constexpr Color shadowTint = {90, 190, 90};        // blue: blocks that are only darker
+constexpr int tintPercent = 40;
 
 Box Scaled(const Box& box, const AVFrame& from, const AVFrame& to) {
     const auto across = [&](int x) { return static_cast<int>(std::int64_t{x} * to.width / from.width); };
@@ -61,17 +46,29 @@ int EvenSize(int size) {
 
 }  // namespace
 
-void DrawBox(AVFrame& frame, const Box& box) {
-    const int line = std::max(2, frame.height / lineDivisor);
-    const int right = box.x + box.width, bottom = box.y + box.height;
-    Fill(frame, box.x, box.y, right, box.y + line, boxColor);
-    Fill(frame, box.x, bottom - line, right, bottom, boxColor);
-    Fill(frame, box.x, box.y, box.x + line, bottom, boxColor);
-    Fill(frame, right - line, box.y, right, bottom, boxColor);
+std::string Caption(Ticks time, const Marking& marking) {
+    std::array<char, 32> seconds = {};
+    std::snprintf(seconds.data(), seconds.size(), "%.1f s  ", ToSeconds(time));
+    std::string text = seconds.data();
+    if (marking.clock) {
+        text += WallTimeText(marking.clock->at + time) + "  ";
+    }
+    return text + std::to_string(marking.objects.size()) + (marking.objects.size() == 1 ? " object" : " objects");
 }
 
-Overlay::Overlay(const std::string& path, const std::string& input, Ticks nominalInterval, AVRational sampleAspect)
-    : _file(path, input), _interval(nominalInterval), _sampleAspect(sampleAspect) {
+std::string ZoneText(const MovingObject& object, const std::vector<std::string>& zones) {
+    std::string text;
+    for (std::size_t i = 0; i < zones.size(); ++i) {
+        if ((object.zones >> i & 1) != 0) {
+            text += (text.empty() ? "" : ", ") + zones[i];
+        }
+    }
+    return text;
+}
+
+Overlay::Overlay(const std::string& path, const std::string& input, Ticks nominalInterval, AVRational sampleAspect,
+                 std::vector<std::string> zones)
+    : _file(path, input), _interval(nominalInterval), _sampleAspect(sampleAspect), _zones(std::move(zones)) {
     if (!Encoder()) {
         throw OutputFailure(exitFailed, "cannot write " + path + ": FFmpeg has no encoder for it");
     }
@@ -146,14 +143,34 @@ void Overlay::Prepare(const AVFrame& picture) {
     sws_scale(_scaler.get(), picture.data, picture.linesize, 0, height, _canvas->data, _canvas->linesize);
 }
 
-void Overlay::Write(const AVFrame& picture, Ticks time, const std::vector<MovingObject>& objects) {
+void Overlay::Draw(const AVFrame& picture, Ticks time, const Marking& marking) {
+    const PictureGrid& grid = marking.grid;
+    for (std::size_t i = 0; i < marking.blocks.size(); ++i) {
+        if (marking.blocks[i] != BlockMark::None) {
+            const int column = static_cast<int>(i) % grid.columns, row = static_cast<int>(i) / grid.columns;
+            const Box block = {column * grid.blockSize, row * grid.blockSize, grid.blockSize, grid.blockSize};
+            Tint(*_canvas, Scaled(block, picture, *_canvas), marking.blocks[i] == BlockMark::Shadow ? shadowTint : objectTint,
+                 tintPercent);
+        }
+    }
+    for (const MovingObject& object : marking.objects) {
+        DrawBox(*_canvas, Scaled(object.box, picture, *_canvas));
+    }
+    for (const MovingObject& object : marking.objects) {
+        if (const std::string zones = ZoneText(object, _zones); !zones.empty()) {
+            const Box box = Scaled(object.box, picture, *_canvas);
+            DrawLabel(*_canvas, box.x, box.y - LabelHeight(*_canvas), zones);
+        }
+    }
+    DrawLabel(*_canvas, 0, 0, Caption(time, marking));
+}
+
+void Overlay::Write(const AVFrame& picture, Ticks time, const Marking& marking) {
     if (!_output) {
         Open(picture);
     }
     Prepare(picture);
-    for (const MovingObject& object : objects) {
-        DrawBox(*_canvas, Scaled(object.box, picture, *_canvas));
-    }
+    Draw(picture, time, marking);
     const std::int64_t before = _canvas->pts;
     _canvas->pts = std::max(av_rescale_q(time, tickBase, timeBase), before + 1);
     Encode(_canvas.get());

@@ -66,14 +66,18 @@ void Watcher::AddZones() {
         watched.push_back(RectangleZone("", {0, 0, 1, 1}));
     }
     const std::vector<std::uint8_t> excluded = ExcludedBlocks(_rules.zones, _grid);
+    _isWatched.assign(excluded.size(), 0);
     _zonesOfBlock.assign(named ? excluded.size() : 0, 0);
     for (std::size_t i = 0; i < watched.size(); ++i) {
         const auto minSize = static_cast<float>(watched[i].minSize.value_or(_rules.minSize));
         const std::vector<std::uint8_t> mask = WatchedBlocks(watched[i], excluded, _grid);
         _detector.AddZone({.mask = mask, .columns = _grid.columns, .rows = _grid.rows,
                            .minObjectWidth = minSize, .minObjectHeight = minSize});
-        for (std::size_t block = 0; block < _zonesOfBlock.size(); ++block) {
-            _zonesOfBlock[block] |= std::uint64_t{mask[block]} << i;
+        for (std::size_t block = 0; block < mask.size(); ++block) {
+            _isWatched[block] |= mask[block];
+            if (named) {
+                _zonesOfBlock[block] |= std::uint64_t{mask[block]} << i;
+            }
         }
     }
 }
@@ -115,6 +119,22 @@ Findings Watcher::Watch(const Host::PictureView& picture, Ticks time) {
     std::stable_sort(findings.objects.begin(), findings.objects.end(),
                      [](const MovingObject& a, const MovingObject& b) { return a.blocks > b.blocks; });
     return findings;
+}
+
+std::vector<BlockMark> Watcher::Marks() {
+    std::vector<BlockMark> marks(static_cast<std::size_t>(_grid.columns) * static_cast<std::size_t>(_grid.rows));
+    for (const coremd::ZoneResult& zone : _detector.ZoneResults()) {
+        for (std::size_t i = 0; i < marks.size(); ++i) {   // one map for all zones
+            marks[i] = _isWatched[i] != 0 && zone.States()[i] == coremd::StateShadow ? BlockMark::Shadow : BlockMark::None;
+        }
+        break;
+    }
+    for (const coremd::Object& object : _detector.Objects()) {
+        for (const coremd::Block block : object.Blocks()) {
+            marks[static_cast<std::size_t>(block.row * _grid.columns + block.column)] = BlockMark::Object;
+        }
+    }
+    return marks;
 }
 
 BgrPicture Watcher::Background() {

@@ -6,6 +6,7 @@
 #include <optional>
 #include <vector>
 
+#include "BlockMark.h"
 #include "BlockReducer.h"
 #include "Events.h"
 #include "HeatMap.h"
@@ -41,6 +42,10 @@ public:
     // The background learned so far, one pixel per block; magenta where it is not known. Precondition: Watch was called.
     BgrPicture Background();
 
+    // [block] What the newest picture's blocks are, within what is watched. Shadows are told where they are dropped.
+    // Precondition: Watch was called.
+    std::vector<BlockMark> Marks();
+
     // Empty where it is not counted.
     const HeatMap& Heat() const { return _heat; }
 
@@ -55,6 +60,7 @@ private:
     WatchRules _rules;
     Host::BlockReducer _reducer;
     coremd::Detector _detector;
+    std::vector<std::uint8_t> _isWatched;      // [block] 1 where it lies in any zone
     std::vector<std::uint64_t> _zonesOfBlock;  // [block] bit i: it lies in the i-th watched zone; empty without zones
     HeatMap _heat;
     std::vector<std::uint32_t> _countedAt;     // [block] last picture in which it was counted: zones may overlap

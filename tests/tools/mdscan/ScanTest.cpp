@@ -213,6 +213,7 @@ TEST_F(ScanTest, TheOverlayIsTheVideoWithBoxes) {
     EXPECT_EQ(FilesInFolder(), (std::vector<std::string>{"boxes.mp4", "clip.y4m"}));
     Decoder decoder(In("boxes.mp4"));
     int before = 0, during = 0, after = 0;                           // pictures with something yellow
+    int tinted = 0;                                                  // pictures with an orange square
     while (decoder.Next()) {
         const AVFrame& frame = decoder.Frame();
         ASSERT_EQ(frame.width, 320);
@@ -223,12 +224,22 @@ TEST_F(ScanTest, TheOverlayIsTheVideoWithBoxes) {
             yellow = yellow || std::any_of(cb, cb + frame.width / 2, [](std::uint8_t value) { return value < 70; });
         }
         const double time = ToSeconds(decoder.Time());
+        const Box square = scene.SquareAt(time).value_or(Box{});
+        const int x = std::clamp(square.x + square.width / 2, 0, 319) / 2, y = (square.y + square.height / 2) / 2;
+        tinted += frame.data[2][std::ptrdiff_t{y} * frame.linesize[2] + x] > 140 ? 1 : 0;
+        int light = 0;                                               // pixels of the caption
+        for (int i = 0; i < 8 * 60; ++i) {
+            light += frame.data[0][std::ptrdiff_t{1 + i / 60} * frame.linesize[0] + i % 60] > 170 ? 1 : 0;
+        }
+        ASSERT_GT(light, 60) << time;
         (time < scene.from ? before : time < scene.until ? during : after) += yellow ? 1 : 0;
     }
     EXPECT_EQ(decoder.Pictures(), 200);
     EXPECT_NEAR(ToSeconds(decoder.Time()), 19.9, 0.001);
     EXPECT_EQ(before, 0);
     EXPECT_GE(during, 34);                                           // of 40
+    EXPECT_GE(tinted, 30);
+    EXPECT_LE(tinted, 45);
     EXPECT_LE(after, 10);
 }
 

@@ -180,6 +180,41 @@ TEST(Watcher, ObjectsTooNarrowOrTooLowAreDropped) {
     EXPECT_EQ(LastOf(low, oneLow).objects.size(), 1u);
 }
 
+// A striped picture of 160 x 120; after eight seconds something chequered appears at (16, 16), and (96, 64) gets a third less
+// light.
+TEST(Watcher, MarksTellObjectsFromShadows) {
+    const PictureGrid grid = GridOf(160, 120, 4);
+    WatchRules rules = everything;
+    rules.shadows = true;
+    Watcher watcher({.width = 160, .height = 120, .format = Host::PixelFormat::Grey}, grid, rules);
+    std::vector<std::uint8_t> pixels(std::size_t{160} * 120);
+    for (int step = 0; step <= 80; ++step) {
+        for (int i = 0; i < 160 * 120; ++i) {
+            const int x = i % 160, y = i / 160;
+            const int ground = 120 + x / 8 % 3 * 20 + y / 8 % 2 * 10;
+            const bool chequered = x >= 16 && x < 48 && y >= 16 && y < 48, dark = x >= 96 && x < 128 && y >= 64 && y < 96;
+            const int now = chequered ? (x / 4 + y / 4) % 2 * 200 + 20 : dark ? ground * 2 / 3 : ground;
+            pixels[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>((step < 80 ? ground : now) + (x + step) % 2);
+        }
+        Host::PictureView view;
+        view.plane[0] = pixels.data();
+        view.stride[0] = 160;
+        watcher.Watch(view, step * oneSecond / 10);
+    }
+    const std::vector<BlockMark> marks = watcher.Marks();
+    ASSERT_EQ(marks.size(), 1200u);
+    int objects = 0, shadows = 0;
+    for (int block = 0; block < 1200; ++block) {
+        const int x = block % 40 * 4, y = block / 40 * 4;
+        const BlockMark mark = marks[static_cast<std::size_t>(block)];
+        EXPECT_TRUE(mark != BlockMark::Shadow || (x >= 88 && x < 136 && y >= 56 && y < 104)) << x << ", " << y;
+        objects += mark == BlockMark::Object && x >= 16 && x < 48 && y >= 16 && y < 48 ? 1 : 0;
+        shadows += mark == BlockMark::Shadow ? 1 : 0;
+    }
+    EXPECT_GE(objects, 50) << "of 64";
+    EXPECT_GE(shadows, 30) << "of 64";
+}
+
 TEST(Watcher, TheBackgroundOfAFewFramesIsNotKnown) {
     Watcher watcher(grey, GridOf(80, 60, 2), everything);
     Appearance squares({10, 10}, {16, 16});
