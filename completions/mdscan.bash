@@ -8,6 +8,7 @@ _mdscan() {
     --resume) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
     --progress) mapfile -t COMPREPLY < <(compgen -W 'auto json none' -- "$current") ;;
     --start-time) ;;
+    --reconnect) ;;
     --rate) ;;
     --block) ;;
     --min-size) ;;
@@ -30,7 +31,7 @@ _mdscan() {
     --overlay) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
     *)
         if [[ $current == -* ]]; then
-            mapfile -t COMPREPLY < <(compgen -W '-h --help --version --config --write-config -j --jobs --resume -q --quiet --progress --start-time --rate --block --shadows --min-size --min-blocks --merge-gap --min-duration --pre-roll --post-roll --zone --zones --mask --preview -o --output --csv --report --frames --track --thumbnails --clips --background --heatmap --overlay' -- "$current")
+            mapfile -t COMPREPLY < <(compgen -W '-h --help --version --config --write-config -j --jobs --resume -q --quiet --progress --start-time --reconnect --rate --block --shadows --min-size --min-blocks --merge-gap --min-duration --pre-roll --post-roll --zone --zones --mask --preview -o --output --csv --report --frames --track --thumbnails --clips --background --heatmap --overlay' -- "$current")
         else
             compopt -o filenames
             mapfile -t COMPREPLY < <(compgen -f -- "$current")

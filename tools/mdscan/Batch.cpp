@@ -10,6 +10,7 @@
 
 #include "Failure.h"
 #include "Interruption.h"
+#include "LiveName.h"
 
 namespace Scan {
 
@@ -46,7 +47,7 @@ int Batch::Run() {
             }
         }
         Start();
-        if (_running == 0) {
+        if (_running + _live == 0) {
             break;                             // interrupted
         }
         Listen();
@@ -99,6 +100,10 @@ void Batch::Listen() {
         }
         Item& item = *speakers[i];
         const bool goesOn = item.worker->Read();
+        if (item.worker->IsLive() && !std::exchange(item.isLive, true)) {
+            --_running;
+            ++_live;
+        }
         for (std::string& line : item.worker->TakeLines()) {
             item.lines.push_back(std::move(line));
         }
@@ -107,10 +112,10 @@ void Batch::Listen() {
         }
         if (!goesOn) {
             const std::unique_ptr<Worker> worker = std::move(item.worker);
-            --_running;
+            --(item.isLive ? _live : _running);
             const JobResult& result = worker->Result();
             const bool lasting = result.health != Health::Interrupted && result.health != Health::Unwritten && !worker->WasKilled();
-            if (_state && lasting && item.input.path != "-") {
+            if (_state && lasting && !item.isLive && item.input.path != "-") {
                 _state->Add(item.input.path, item.identity, FinishedOf(item, result));
             }
             Finish(item, result);
@@ -134,20 +139,33 @@ FinishedInput Batch::FinishedOf(const Item& item, const JobResult& result) {
 }
 
 void Batch::PrintInOrder() {
-    for (; _head < _items.size(); ++_head) {
-        Item& item = _items[_head];
+    const bool mayMix = _options.report.empty();       // a page shows one input after another
+    bool isTurn = true;                        // nothing before is still to come
+    for (std::size_t i = _head; i < _items.size(); ++i) {
+        Item& item = _items[i];
+        if (item.isClosed || !(isTurn || (item.isLive && mayMix))) {
+            continue;
+        }
         if (item.printed < item.lines.size() || item.result) {
             _progress.Clear();                 // both may go to the same terminal
         }
         HandOn(item);
-        if (!item.result) {
-            return;
+        if (item.isLive) {
+            item.lines.clear();                // there is no end to them
+            item.printed = 0;
         }
-        _results.Finish(item.input.path, *item.result);
-        item.lines = {};
-        item.printed = 0;
-        item.attachments = {};
-        item.attached = 0;
+        if (item.result) {
+            _results.Finish(item.input.path, *item.result);
+            item.lines = {};
+            item.printed = 0;
+            item.attachments = {};
+            item.attached = 0;
+            item.isClosed = true;
+        }
+        isTurn = isTurn && (item.isClosed || (item.isLive && mayMix));
+    }
+    while (_head < _items.size() && _items[_head].isClosed) {
+        ++_head;
     }
 }
 
@@ -210,7 +228,7 @@ int Batch::Conclude() {
         moving += item.result->tally.events > 0 ? 1 : 0;
         if (item.result->health != Health::Whole) {
             ++failed;
-            PrintLastLine(item.input.path, ResultText(*item.result));
+            PrintLastLine(ShownName(item.input.path), ResultText(*item.result));
         }
     }
     const bool cut = finished < _items.size();

@@ -39,6 +39,8 @@ private:
         std::size_t printed = 0;               // of them
         std::vector<Spool::Place> attachments;
         std::size_t attached = 0;              // of them
+        bool isLive = false;                   // its lines wait for nobody, and it takes nobody's place
+        bool isClosed = false;                 // all is printed
     };
 
     void Recall();
@@ -61,9 +63,10 @@ private:
     const std::chrono::steady_clock::time_point _begin = std::chrono::steady_clock::now();
     std::vector<Item> _items;
     std::size_t _next = 0;                     // item to start
-    std::size_t _head = 0;                     // item whose lines are printed as they come
+    std::size_t _head = 0;                     // first item that is not closed
     std::size_t _jobs;                         // at a time
-    std::size_t _running = 0;
+    std::size_t _running = 0;                  // of those
+    std::size_t _live = 0;                     // scans of live sources, beside them
     int _recalled = 0;                         // items that an earlier run had finished
     Ticks _recalledLength = 0;                 // of their videos
     bool _leaving = false;                     // interrupted, children have been told

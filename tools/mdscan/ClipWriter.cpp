@@ -21,7 +21,6 @@ namespace Scan {
 
 namespace {
 
-constexpr AVRational tickBase = {1, static_cast<int>(oneSecond)};
 
 // Raw pictures fit Matroska only in the way of AVI. Times are set here: the container shall not move them.
 int WriteHeader(AVFormatContext& output) {

@@ -1,4 +1,4 @@
-// How does a file become a row of pictures?  Called by Job through Decoder.h.
+// How does a file become a row of pictures?  Called by Job through Decoder.h; Decoder-Live.cpp says it of live sources.
 //
 // Damage is noted and stepped over: a bad packet costs its pictures, not the rest of the file. The file is given up when
 // nothing but errors has come for a long while.
@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <new>
@@ -21,29 +22,15 @@ extern "C" {
 }
 
 #include "Failure.h"
+#include "Interruption.h"
+#include "LiveName.h"
 
 namespace Scan {
 
 namespace {
 
-constexpr AVRational tickBase = {1, static_cast<int>(oneSecond)};
 constexpr const char* standardInput = "-";
 constexpr int patience = 1000;                     // errors in a row before the file is given up
-constexpr AVRational usualRate = {25, 1};          // where the file does not say
-constexpr double lowestRate = 0.01, highestRate = 480;     // pictures per second; outside: the file does not know
-
-bool IsPlausible(AVRational rate) {
-    return rate.num > 0 && rate.den > 0 && av_q2d(rate) >= lowestRate && av_q2d(rate) <= highestRate;
-}
-
-AVRational NominalRate(const AVStream& stream) {
-    for (const AVRational rate : {stream.avg_frame_rate, stream.r_frame_rate}) {
-        if (IsPlausible(rate)) {
-            return rate;
-        }
-    }
-    return usualRate;
-}
 
 // What the plain file itself says before FFmpeg is asked; empty when there is nothing against it.
 std::string Obstacle(const std::string& path) {
@@ -79,23 +66,6 @@ bool IsPattern(const std::string& path) {
     return path.find('%') != std::string::npos;
 }
 
-// Absent: not given, or beyond any calendar.
-std::optional<Ticks> TicksOf(std::int64_t time, AVRational base) {
-    constexpr Ticks limit = Ticks{1} << 60;
-    const Ticks ticks = time == AV_NOPTS_VALUE ? limit : av_rescale_q(time, base, tickBase);
-    return ticks > -limit && ticks < limit ? std::optional(ticks) : std::nullopt;
-}
-
-// Ticks after which the stream's count of time overflows; 0: never.
-Ticks OverflowPeriod(const AVStream& stream) {
-    constexpr Ticks shortest = 600 * oneSecond;
-    if (stream.pts_wrap_bits >= 63) {
-        return 0;
-    }
-    const Ticks period = TicksOf(std::int64_t{1} << stream.pts_wrap_bits, stream.time_base).value_or(0);
-    return period > shortest ? period : 0;
-}
-
 // length: ticks, as the header says.
 std::optional<StartTime> ContainerStart(const AVFormatContext& input, const AVStream& stream, Ticks length,
                                         const std::string& path) {
@@ -111,87 +81,102 @@ std::optional<StartTime> ContainerStart(const AVFormatContext& input, const AVSt
     return std::nullopt;
 }
 
-// With what FFmpeg said about it, if it did.
-std::string Explained(const std::string& what) {
-    const std::string detail = TakeComplaint();
-    return detail.empty() ? what : what + " (" + detail + ")";
-}
-
 }  // namespace
 
-Decoder::Decoder(const std::string& path, int threads) {
-    OpenInput(path);
-    OpenCodec(threads);
-    const AVRational rate = NominalRate(*_stream);
-    _nominalInterval = std::max<Ticks>(1, av_rescale_q(1, av_inv_q(rate), tickBase));
-    _sampleAspect = av_guess_sample_aspect_ratio(_input.get(), _stream, nullptr);
-    _clock.emplace(_nominalInterval, OverflowPeriod(*_stream));
-    _numbers.emplace(_nominalInterval);
-    _started = ContainerStart(*_input, *_stream, std::max(_promised, _promisedByFile), path);
+Decoder::Decoder(const std::string& path, int threads, double reconnect) : _threads(threads), _reconnect(reconnect) {
+    if (IsUrl(path) || IsCamera(path)) {
+        OpenRemoteInput(path);
+    } else {
+        Examine(path, OpenFile(path));
+    }
+    OpenCodec();
+    _clock.emplace(_facts->nominalInterval, _facts->overflow);
+    _liveClock.emplace(_facts->nominalInterval);
+    _numbers.emplace(_facts->nominalInterval);
 }
 
-void Decoder::OpenInput(const std::string& path) {
+Decoder::~Decoder() = default;
+
+InputPointer Decoder::OpenFile(const std::string& path) {
     if (const std::string obstacle = Obstacle(path); !obstacle.empty() && !IsPattern(path)) {
         throw Failure(exitFailed, "cannot open: " + obstacle);
     }
     TakeComplaint();
-    AVFormatContext* opened = nullptr;
+    InputPointer input = NewInput(*_patience);
+    if (PipeReader::Reads(path)) {
+        _pipe = std::make_unique<PipeReader>(path, *_patience);
+        input->pb = _pipe->Context();
+    }
+    AVFormatContext* opened = input.release();                     // freed by FFmpeg where it fails
     if (const int error = avformat_open_input(&opened, UrlOf(path).c_str(), nullptr, nullptr); error < 0) {
         throw Failure(exitFailed, "cannot open: " + Explained(ErrorText(error)));
     }
-    _input.reset(opened);
-    if (std::string_view(_input->iformat->name) == "tty") {        // would draw any text as a picture
+    input.reset(opened);
+    if (std::string_view(input->iformat->name) == "tty") {         // would draw any text as a picture
         throw Failure(exitFailed, "cannot open: is text, not video");
     }
-
-    // Only what the header itself says tells whether the file is complete; later on FFmpeg adds guesses of its own.
-    _promisedByFile = TicksOf(_input->duration, av_get_time_base_q()).value_or(0);
-    std::vector<Ticks> promised(_input->nb_streams, 0);
-    for (unsigned i = 0; i < _input->nb_streams; ++i) {
-        const AVStream& stream = *_input->streams[i];
-        // In a truncated AVI, FFmpeg has shortened the duration already; its time base counts pictures.
-        const bool countsPictures = std::string_view(_input->iformat->name) == "avi" && stream.nb_frames > 0;
-        promised[i] = TicksOf(countsPictures ? stream.nb_frames : stream.duration, stream.time_base).value_or(0);
-    }
-    if (const int error = avformat_find_stream_info(_input.get(), nullptr); error < 0) {
-        throw Failure(exitFailed, "cannot read: " + Explained(ErrorText(error)));
-    }
-    const AVCodec* codec = nullptr;
-    const int index = av_find_best_stream(_input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, &codec, 0);
-    if (index == AVERROR_DECODER_NOT_FOUND) {
-        throw Failure(exitFailed, "there is no decoder for its video");
-    }
-    if (index < 0 || (_input->streams[index]->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) {
-        throw Failure(exitFailed, "contains no video");
-    }
-    for (unsigned i = 0; i < _input->nb_streams; ++i) {
-        _input->streams[i]->discard = i == static_cast<unsigned>(index) ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
-    }
-    _stream = _input->streams[index];
-    _promised = static_cast<std::size_t>(index) < promised.size() ? promised[static_cast<std::size_t>(index)] : 0;
-    _origin = TicksOf(_input->start_time, av_get_time_base_q());
-    TakeComplaint();                                               // probing complains about what turns out well
+    return input;
 }
 
-void Decoder::OpenCodec(int threads) {
-    const AVCodec* codec = avcodec_find_decoder(_stream->codecpar->codec_id);
+// A download that has an end is a file like others; all else is live.
+void Decoder::OpenRemoteInput(const std::string& url) {
+    const LiveLimits limits{.reconnect = _reconnect};
+    _patience->Allow(limits.silence);
+    InputPointer input = OpenRemote(url, *_patience, _reconnect);
+    if (url.starts_with("http") && ((input->pb && avio_size(input->pb) > 0) || input->duration > 0)) {
+        _patience->AllowForever();
+        Examine(url, std::move(input));
+        return;
+    }
+    Connection connection = FindVideo(std::move(input));
+    _facts = connection.facts;
+    _live = std::make_unique<LiveSource>(url, limits, std::move(_patience), std::move(connection));
+}
+
+// What the file promises, and where its video is.
+void Decoder::Examine(const std::string& path, InputPointer input) {
+    // Only what the header itself says tells whether the file is complete; later on FFmpeg adds guesses of its own.
+    _promisedByFile = TicksOf(input->duration, av_get_time_base_q()).value_or(0);
+    std::vector<Ticks> promised(input->nb_streams, 0);
+    for (unsigned i = 0; i < input->nb_streams; ++i) {
+        const AVStream& stream = *input->streams[i];
+        // In a truncated AVI, FFmpeg has shortened the duration already; its time base counts pictures.
+        const bool countsPictures = std::string_view(input->iformat->name) == "avi" && stream.nb_frames > 0;
+        promised[i] = TicksOf(countsPictures ? stream.nb_frames : stream.duration, stream.time_base).value_or(0);
+    }
+    Connection connection = FindVideo(std::move(input));
+    _input = std::move(connection.input);
+    _stream = connection.stream;
+    _facts = connection.facts;
+    const auto index = static_cast<std::size_t>(_stream->index);
+    _promised = index < promised.size() ? promised[index] : 0;
+    _origin = TicksOf(_input->start_time, av_get_time_base_q());
+    _started = ContainerStart(*_input, *_stream, std::max(_promised, _promisedByFile), path);
+}
+
+void Decoder::OpenCodec() {
+    const AVCodec* codec = avcodec_find_decoder(_facts->Codec().codec_id);
     _codec.reset(avcodec_alloc_context3(codec));
     if (!_codec) {
         throw std::bad_alloc();
     }
-    int error = avcodec_parameters_to_context(_codec.get(), _stream->codecpar);
-    _codec->pkt_timebase = _stream->time_base;
-    _codec->thread_count = threads;
+    int error = avcodec_parameters_to_context(_codec.get(), &_facts->Codec());
+    _codec->pkt_timebase = _facts->timeBase;
+    _codec->thread_count = _threads;
     if (error >= 0) {
         error = avcodec_open2(_codec.get(), codec, nullptr);
     }
     if (error < 0) {
         throw Failure(exitFailed, "cannot decode: " + Explained(ErrorText(error)));
     }
+    _draining = false;
 }
 
 // Whether a picture is referred to is for the decoder to know; these tell it truly, whatever the encoder.
 void Decoder::LeaveOutUnless(LeftOut::Needed needed) {
+    if (_live) {                                                   // may stall or break at any time
+        return;
+    }
     const AVCodecID codec = _stream->codecpar->codec_id;
     const AVFieldOrder order = _stream->codecpar->field_order;
     const bool tells = codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_MPEG4 || codec == AV_CODEC_ID_MPEG2VIDEO ||
@@ -203,17 +188,22 @@ void Decoder::LeaveOutUnless(LeftOut::Needed needed) {
 
 void Decoder::Tell(PacketListener& listener) {
     _listener = &listener;
-    listener.OnStream(*_stream);
+    listener.OnStream(_facts->Stream());
 }
 
 bool Decoder::Next() {
-    while (_failuresInARow < patience) {
+    _askedAt = SteadyTicks(std::chrono::steady_clock::now());
+    while (_live || _failuresInARow < patience) {
         const int result = avcodec_receive_frame(_codec.get(), _frame.get());
-        if (result == AVERROR_EOF) {
+        if (result == AVERROR_EOF && _pending) {
+            GoOnBehindHole();
+            continue;
+        }
+        if (result == AVERROR_EOF || _isOver) {
             break;
         }
         if (result == AVERROR(EAGAIN)) {
-            Feed();
+            _live ? FeedLive() : Feed();
         } else if (result < 0) {
             NoteDamage(ErrorText(result));
         } else if (_frame->width > 0 && _frame->height > 0) {
@@ -240,6 +230,10 @@ void Decoder::Feed() {
         avcodec_send_packet(_codec.get(), nullptr);
         return;
     }
+    if (result == AVERROR_EXIT) {                                  // the user has had enough
+        _isOver = true;
+        return;
+    }
     if (result < 0) {
         NoteDamage(ErrorText(result));
         return;
@@ -253,14 +247,7 @@ void Decoder::Feed() {
             NoteDamage("incomplete packet");
         }
         ChooseDiscard();
-        if (_listener) {
-            _listener->OnPacket(*_packet, _packets);
-        }
-        _codec->reordered_opaque = _packets++;
-        const int sent = avcodec_send_packet(_codec.get(), _packet.get());
-        if (sent < 0 && sent != AVERROR(EAGAIN)) {
-            NoteDamage(ErrorText(sent));
-        }
+        Send(*_packet);
     }
     av_packet_unref(_packet.get());
 }
@@ -273,9 +260,20 @@ void Decoder::ChooseDiscard() {
     _codec->skip_frame = may ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
 }
 
+void Decoder::Send(const AVPacket& packet) {
+    if (_listener) {
+        _listener->OnPacket(packet, _packets);
+    }
+    _codec->reordered_opaque = _packets++;
+    const int sent = avcodec_send_packet(_codec.get(), &packet);
+    if (sent < 0 && sent != AVERROR(EAGAIN)) {
+        NoteDamage(ErrorText(sent));
+    }
+}
+
 // When the file shows this picture; absent where it does not say.
 std::optional<Ticks> Decoder::Presented() {
-    const std::optional<Ticks> time = TicksOf(_frame->best_effort_timestamp, _stream->time_base);
+    const std::optional<Ticks> time = TicksOf(_frame->best_effort_timestamp, _facts->timeBase);
     if (!time) {
         return time;
     }
@@ -301,8 +299,12 @@ void Decoder::AcceptFrame() {
     if (_leftOut && presented) {
         CountLeftOut(_leftOut->Before(*presented));
     }
-    _time = _clock->Next(presented ? std::optional(*presented - *_origin) : std::nullopt);
-    _later = _time - presented.value_or(_time);
+    if (_live) {
+        AcceptLiveFrame();
+    } else {
+        _time = _clock->Next(presented ? std::optional(*presented - *_origin) : std::nullopt);
+        _later = _time - presented.value_or(_time);
+    }
     ++_pictures;
     if (_frame->decode_error_flags != 0 || (_frame->flags & AV_FRAME_FLAG_CORRUPT) != 0) {
         NoteDamage("damaged picture");
@@ -316,7 +318,7 @@ void Decoder::AcceptFrame() {
 
 // The file is over: did it end where it should?
 void Decoder::CheckEnd() {
-    if (_failuresInARow >= patience) {
+    if (_live || Interrupted() || _failuresInARow >= patience) {
         return;                                                    // noted already
     }
     if (_input->pb && _input->pb->error < 0) {
@@ -330,8 +332,8 @@ void Decoder::CheckEnd() {
         return;
     }
     // A file may be longer than its video: then a complaint has to tell that this one is not.
-    const Ticks end = _time + _nominalInterval;
-    const Ticks tolerance = 3 * _nominalInterval;
+    const Ticks end = _time + NominalInterval();
+    const Ticks tolerance = 3 * NominalInterval();
     if (_promised - end > std::max(oneSecond, tolerance)) {
         NoteDamage("ends early, its header promises " + std::to_string(_promised / oneSecond) + " s");
     } else if (!complaint.empty() && _promisedByFile - end > tolerance) {
@@ -357,6 +359,9 @@ void Decoder::LoseCount() {
 void Decoder::NoteDamage(const std::string& what) {
     ++_failuresInARow;
     LoseCount();
+    if (_live) {                                                   // comes and goes; the source is as it is
+        return;
+    }
     if (_damage.count++ == 0) {
         _damage.what = Explained(what);
         _damage.time = _time;
@@ -364,6 +369,9 @@ void Decoder::NoteDamage(const std::string& what) {
 }
 
 double Decoder::Progress() const {
+    if (_live) {
+        return 0;
+    }
     if (_input->duration > 0) {
         const Ticks duration = av_rescale_q(_input->duration, av_get_time_base_q(), tickBase);
         return std::clamp(static_cast<double>(_time) / static_cast<double>(duration), 0.0, 1.0);

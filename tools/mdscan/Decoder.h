@@ -2,15 +2,20 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "Clock.h"
+#include "Connection.h"
 #include "LeftOut.h"
 #include "Libav.h"
+#include "LiveClock.h"
+#include "LiveSource.h"
 #include "PacketListener.h"
 #include "PictureNumbers.h"
+#include "PipeReader.h"
 #include "WallClock.h"
 
 namespace Scan {
@@ -22,16 +27,29 @@ struct Damage {
     Ticks time = 0;            // about where it was
 };
 
+// A hole in what a live source has shown.
+struct Gap {
+    Ticks start;               // time of the last picture before
+    Ticks end;                 // time of the first one after, or of the end of the scan
+    std::string reason;
+};
+
 class Decoder {
 public:
-    // Opens the file and its first video stream. "-": the standard input. threads: that decode, 0: one per processor.
+    // Opens the file or source and its first video stream. "-": the standard input.
+    //   threads    that decode, 0: one per processor
+    //   reconnect  seconds for which a live source that breaks is tried again
     // Throws Failure with one line that says what is wrong.
-    explicit Decoder(const std::string& path, int threads = 0);
+    explicit Decoder(const std::string& path, int threads = 0, double reconnect = 0);
+    ~Decoder();
+    Decoder(const Decoder&) = delete;
+    Decoder& operator=(const Decoder&) = delete;
 
     // From now on the listener is told of the video's packets. It must live as long as the decoder is used.
     void Tell(PacketListener& listener);
 
-    // Decodes the next picture. False: there is none, because the file is over or cannot be read further.
+    // Decodes the next picture. False: there is none, because the file is over or cannot be read further, because a live source
+    // was given up, or because the user has had enough.
     bool Next();
 
     // From now on, pictures that are not needed and that no other picture refers to may be left out of Next; all else is as if
@@ -50,17 +68,34 @@ public:
     // Wall clock at time 0; absent where the file does not say so believably.
     const std::optional<StartTime>& Started() const { return _started; }
 
-    Ticks NominalInterval() const { return _nominalInterval; } // between two pictures, at least 1
-    AVRational SampleAspect() const { return _sampleAspect; }  // 0/1: not known
+    Ticks NominalInterval() const { return _facts->nominalInterval; }  // between two pictures, at least 1
+    AVRational SampleAspect() const { return _facts->sampleAspect; }   // 0/1: not known
+
+    // Does it come as it happens, without an end?
+    bool IsLive() const { return _live != nullptr; }
+
+    // The hole in a live source right before the picture of the last Next, once. After the last picture: the hole that the scan
+    // ends in.
+    std::optional<Gap> TakeGap();
+
+    std::int64_t DroppedPackets() const;                       // of a live source, because the scan was too slow
+    const std::string& GaveUp() const { return _gaveUp; }      // why; empty: a live source was not given up
 
     // How much of the file has been read, 0 to 1.
     double Progress() const;
 
 private:
-    void OpenInput(const std::string& path);
-    void OpenCodec(int threads);
+    InputPointer OpenFile(const std::string& path);
+    void OpenRemoteInput(const std::string& url);
+    void Examine(const std::string& path, InputPointer input);
+    void OpenCodec();
     void Feed();
     void ChooseDiscard();
+    void FeedLive();
+    void GoOnBehindHole();
+    void Send(const AVPacket& packet);
+    void AcceptLiveFrame();
+    Ticks OnAxis(Ticks steady) const { return steady - *_liveOrigin; }
     std::optional<Ticks> Presented();
     void AcceptFrame();
     void CountLeftOut(const std::vector<Ticks>& times);
@@ -69,8 +104,13 @@ private:
     bool EndsWithinPicture() const;
     void NoteDamage(const std::string& what);
 
-    InputPointer _input;
+    const int _threads;
+    const double _reconnect;           // seconds
+    std::unique_ptr<Patience> _patience = std::make_unique<Patience>();    // moves on to _live
+    std::unique_ptr<PipeReader> _pipe;
+    InputPointer _input;               // null for live sources, like _stream
     AVStream* _stream = nullptr;       // owned by _input
+    std::shared_ptr<const StreamFacts> _facts;
     CodecPointer _codec;
     PacketPointer _packet = NewPacket();
     FramePointer _frame = NewFrame();
@@ -82,8 +122,6 @@ private:
     std::optional<Ticks> _origin;      // ticks; the file's time that counts as 0, absent until one is known
     std::optional<Ticks> _firstDecoding;   // ticks; the file's time at which its first picture is decoded
     Ticks _decodedLate = 0;            // ticks; the first picture shown, behind that
-    Ticks _nominalInterval = 1;        // ticks
-    AVRational _sampleAspect = {0, 1};
     std::optional<Clock> _clock;
     std::optional<PictureNumbers> _numbers;
     std::optional<StartTime> _started;
@@ -93,7 +131,20 @@ private:
     std::int64_t _pictures = 0;
     int _failuresInARow = 0;           // of reading and decoding, without a picture in between
     bool _draining = false;            // the decoder knows that nothing follows
+    bool _isOver = false;              // nothing more is wanted, or to be had
     Damage _damage;
+
+    // Of live sources.
+    std::unique_ptr<LiveSource> _live;
+    std::optional<LiveClock> _liveClock;
+    std::optional<LivePacket> _pending;            // the first behind a hole, until the decoder is empty
+    std::optional<Ticks> _liveOrigin;              // ticks of the steady clock; when the first packet came
+    Ticks _newestArrival = 0;                      // ticks of the steady clock; of the packet fed last
+    Ticks _askedAt = 0;                            // ticks of the steady clock; when the next picture was asked for
+    std::string _hole;                             // why pictures before the next one are missing; empty: they are not
+    std::optional<Gap> _gap;
+    bool _isOpenGapTaken = false;
+    std::string _gaveUp;
 };
 
 }  // namespace Scan

@@ -11,6 +11,8 @@
 
 #include <glob.h>
 
+#include "LiveName.h"
+
 namespace Scan {
 
 namespace {
@@ -35,7 +37,7 @@ class Collector {
 public:
     void AddName(const std::string& name) {
         std::error_code ignored;
-        if (name == "-") {
+        if (name == "-" || IsUrl(name)) {
             Add({name});
         } else if (fs::is_directory(name, ignored)) {
             _list.several = true;
@@ -56,7 +58,7 @@ public:
 private:
     void Add(Input input) {
         std::error_code error;
-        const fs::path place = input.path == "-" ? fs::path("-") : fs::weakly_canonical(input.path, error);
+        const fs::path place = input.path == "-" || IsUrl(input.path) ? fs::path(input.path) : fs::weakly_canonical(input.path, error);
         if (_known.insert(error ? input.path : place.native()).second) {
             _list.inputs.push_back(std::move(input));
         }

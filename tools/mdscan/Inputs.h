@@ -8,7 +8,7 @@
 namespace Scan {
 
 struct Input {
-    std::string path;          // "-": the standard input
+    std::string path;          // "-": the standard input; or the address of a source
     std::string trouble = "";  // why it is known not to be a video; empty: nothing against it so far
 };
 

@@ -8,6 +8,7 @@
 #include "Attachment.h"
 #include "HtmlPage.h"
 #include "Interruption.h"
+#include "LiveName.h"
 #include "PngFile.h"
 #include "ResultName.h"
 #include "Thumbnail.h"
@@ -31,13 +32,14 @@ Job::Job(const Options& options, const std::string& input, const std::string& na
       _input(input),
       _name(name),
       _listener(listener),
-      _decoder(input, options.decoderThreads),
+      _decoder(input, options.decoderThreads, options.reconnect),
       _cadence(options.rate, _decoder.NominalInterval()),
       _rules{.framesPerSecond = 1 / ToSeconds(_decoder.NominalInterval()), .shadows = options.shadows,
              .minSize = options.minSize, .zones = options.allZones,
              .heat = !options.heatmap.empty() || !options.report.empty()},
+      _longestGap(std::max(FromSeconds(options.mergeGap), periodsWithoutFrame * _cadence.Period())),
       _events({.mergeGap = FromSeconds(options.mergeGap), .minDuration = FromSeconds(options.minDuration),
-               .longestGap = std::max(FromSeconds(options.mergeGap), periodsWithoutFrame * _cadence.Period()),
+               .longestGap = _longestGap,
                .preRoll = FromSeconds(options.preRoll), .postRoll = FromSeconds(options.postRoll),
                .minBlocks = options.minBlocks}) {
     if (options.overlay.empty() && options.clips.empty()) {    // one shows every picture, the other wants the time of each
@@ -69,12 +71,16 @@ JobResult Job::Run() {
         }
     };
     attempt([&] { Scan(); });
+    attempt([&] { PrintGap(_decoder.TakeGap()); });        // the source is gone
     attempt([&] { PrintEvent(_events.Close()); });         // what was found before a failure counts
     attempt([&] { AttachGround(); });
     if (result.health == Health::Whole) {
         attempt([&] { CompleteFiles(); });                 // those of a damaged video are complete as far as it goes
     }
-    if (result.health == Health::Whole && Interrupted()) {
+    if (result.health == Health::Whole && !_decoder.GaveUp().empty()) {
+        result.health = Health::Damaged;
+        result.trouble = _decoder.GaveUp();
+    } else if (result.health == Health::Whole && Interrupted() && !_decoder.IsLive()) {    // a live source has no other end
         result.health = Health::Interrupted;
         result.trouble = "interrupted";
     } else if (result.health == Health::Whole && _decoder.Found().count > 0) {
@@ -87,7 +93,11 @@ JobResult Job::Run() {
 }
 
 void Job::Scan() {
+    if (_decoder.IsLive()) {
+        _listener.OnLive();
+    }
     while (!Interrupted() && _decoder.Next()) {
+        PrintGap(_decoder.TakeGap());
         const AVFrame& frame = _decoder.Frame();
         if (_clips) {
             _clips->OnPicture(frame, _decoder.Packet(), _decoder.Time());
@@ -167,6 +177,17 @@ void Job::AttachGround() {
     }
 }
 
+void Job::PrintGap(const std::optional<Gap>& gap) {
+    if (!gap) {
+        return;
+    }
+    ++_gaps;
+    if (gap->end - gap->start > _longestGap) {
+        PrintEvent(_events.Close());
+    }
+    _listener.OnLine(GapLine(_name, *gap, Clock()));
+}
+
 void Job::CompleteFiles() {
     if (_overlay) {
         _overlay->Finish();
@@ -194,6 +215,8 @@ Tally Job::Sum() const {
     tally.elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - _begin).count();
     tally.events = _events.Count();
     tally.dropped = _events.Dropped();
+    tally.gaps = _gaps;
+    tally.droppedPackets = _decoder.DroppedPackets();
     tally.grid = _watcher ? _watcher->Grid() : PictureGrid{};
     return tally;
 }
@@ -202,6 +225,9 @@ JobResult RunJob(const Options& options, const std::string& input, const std::st
     try {
         return Job(options, input, name, listener).Run();
     } catch (const Failure& failure) {
+        if (Interrupted() && failure.Code() == exitFailed) {       // while it was opened
+            return {.health = Health::Interrupted, .code = exitFailed, .trouble = "interrupted", .tally = {}};
+        }
         return ResultOf(failure, Health::Unreadable);
     } catch (const std::exception& error) {                // no memory
         return {.health = Health::Unreadable, .code = exitFailed, .trouble = error.what(), .tally = {}};

@@ -29,6 +29,8 @@ public:
     virtual void OnLine(const std::string& line) = 0;
     // One line as AttachedText makes it: what pictures and pages need, where the options ask for any.
     virtual void OnAttachment(const std::string& text) = 0;
+    // Before all others, where the input is a live source.
+    virtual void OnLive() {}
     // Once per picture. done: 0 to 1.
     virtual void OnPicture(double done, const Tally& tally) = 0;
 };
@@ -46,6 +48,7 @@ private:
     void Scan();
     void Analyse(const AVFrame& frame, Ticks time);
     void PrintEvent(const std::optional<Event>& event);
+    void PrintGap(const std::optional<Gap>& gap);
     void CompleteFiles();
     std::optional<StartTime> Clock() const;
     PictureNumber NumberAt(Ticks time) const;
@@ -61,6 +64,7 @@ private:
     Decoder _decoder;
     Cadence _cadence;
     const WatchRules _rules;
+    const Ticks _longestGap;                   // between two analysed frames of one event
     EventLog _events;
     PlainPicture _picture;
     std::optional<Watcher> _watcher;
@@ -68,6 +72,7 @@ private:
     Marking _marking;                          // of the newest analysed frame, for the overlay
     std::int64_t _analysed = 0;                // frames
     int _printed = 0;                          // events
+    int _gaps = 0;
     FramePointer _peak;                        // of the running event, where pictures of it are wanted
     HeatMap _heat;                             // of pictures of earlier sizes
     std::optional<ResultFile> _background;

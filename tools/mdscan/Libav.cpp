@@ -12,6 +12,7 @@ extern "C" {
 #include <libavutil/avutil.h>
 #include <libavutil/error.h>
 #include <libavutil/log.h>
+#include <libavutil/mathematics.h>
 }
 
 namespace Scan {
@@ -85,6 +86,17 @@ void CollectComplaints() {
 std::string TakeComplaint() {
     const std::lock_guard lock(complaintMutex);
     return std::exchange(complaint, std::string());
+}
+
+std::string Explained(const std::string& what) {
+    const std::string detail = TakeComplaint();
+    return detail.empty() ? what : what + " (" + detail + ")";
+}
+
+std::optional<Ticks> TicksOf(std::int64_t time, AVRational base) {
+    constexpr Ticks limit = Ticks{1} << 60;
+    const Ticks ticks = time == AV_NOPTS_VALUE ? limit : av_rescale_q(time, base, tickBase);
+    return ticks > -limit && ticks < limit ? std::optional(ticks) : std::nullopt;
 }
 
 std::string LibavVersions() {

@@ -1,7 +1,9 @@
 // Who frees what FFmpeg allocates, and what did it complain about?  Shared by Decoder, PlainPicture and Overlay.
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 extern "C" {
@@ -12,7 +14,11 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
+#include "TickTime.h"
+
 namespace Scan {
+
+inline constexpr AVRational tickBase = {1, static_cast<int>(oneSecond)};
 
 struct LibavDeleter {
     void operator()(AVPacket* packet) const { av_packet_free(&packet); }
@@ -47,6 +53,12 @@ FramePointer NewFrame();
 AVPixelFormat PlainFormat(int format);
 
 std::string ErrorText(int error);
+
+// "what (detail)", with what FFmpeg said about it, if it did.
+std::string Explained(const std::string& what);
+
+// Ticks; absent: not given, or beyond any calendar.
+std::optional<Ticks> TicksOf(std::int64_t time, AVRational base);
 
 // From now on FFmpeg is silent; the first error that it would have printed since the last TakeComplaint is remembered.
 void CollectComplaints();

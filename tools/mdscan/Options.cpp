@@ -146,7 +146,7 @@ void Declare(CLI::App& app, Options& options, std::vector<std::string>& zones, c
         ->type_name("FILE")->default_str("")->configurable(false);
     app.add_flag_callback("--write-config", [] { throw CallForTemplate(); }, "Print a configuration file with every option and leave")
         ->configurable(false);
-    app.add_option("input", options.inputs, "Video files, folders of them, patterns, or - for a pipe")->required()
+    app.add_option("input", options.inputs, "Video files, folders, patterns, rtsp:// and the like, /dev/videoN, or -")->required()
         ->type_name("FILE")->default_str("")->configurable(false);
     app.add_option("-j,--jobs", options.jobs, "Inputs scanned at a time; 0: one per processor")
         ->check(Within(0, mostJobs))->type_name("N");
@@ -159,6 +159,9 @@ void Declare(CLI::App& app, Options& options, std::vector<std::string>& zones, c
            "--start-time", [&options](const std::string& text) { options.startTime = ParseWallTime(text); },
            "Time of day at the start of the one input, like 2026-03-01T12:00:00Z")
         ->check(IsTime())->type_name("TIME")->default_str("")->configurable(false);
+
+    app.add_option("--reconnect", options.reconnect, "Seconds without a picture after which a live source is given up")
+        ->check(Within(0, longestTime))->type_name("S");
 
     app.option_defaults()->group(motionGroup);
     app.add_option("--rate", options.rate, "Pictures analysed per second; 0: every picture")

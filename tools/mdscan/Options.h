@@ -41,6 +41,7 @@ struct Options {
     std::string resume;            // file that knows what is finished; empty: none
     int jobs = 1;                  // inputs at a time; 0: one per processor
     std::string config;            // file of options, read already; empty: the usual one, if there is one
+    double reconnect = 60;         // seconds for which a live source that breaks is tried again
     bool quiet = false;            // standard error is for what went wrong
     std::string progress = "auto"; // auto: on a terminal; json; none
     int decoderThreads = 0;        // per input, 0: one per processor; not on the command line

@@ -23,7 +23,6 @@ namespace {
 
 // Fine enough for every usual frame rate, coarse enough for MPEG-4, which counts in 16 bits.
 constexpr AVRational timeBase = {1, 60000};
-constexpr AVRational tickBase = {1, static_cast<int>(oneSecond)};
 
 constexpr Color objectTint = {160, 60, 190};       // orange: blocks that move
 constexpr Color shadowTint = {90, 190, 90};        // blue: blocks that are only darker

@@ -21,6 +21,8 @@ std::string Packed(const JobResult& result) {
                    {"elapsed", tally.elapsed},
                    {"events", tally.events},
                    {"dropped", tally.dropped},
+                   {"gaps", tally.gaps},
+                   {"droppedPackets", tally.droppedPackets},
                    {"grid", {grid.pictureWidth, grid.pictureHeight, grid.blockSize, grid.columns, grid.rows}}};
     if (result.clock) {
         packed["clock"] = {result.clock->at, static_cast<int>(result.clock->source)};
@@ -53,6 +55,8 @@ JobResult Unpacked(const std::string& text) {
                       .elapsed = packed.at("elapsed").get<double>(),
                       .events = number("events"),
                       .dropped = number("dropped"),
+                      .gaps = number("gaps"),
+                      .droppedPackets = packed.at("droppedPackets").get<std::int64_t>(),
                       .grid = {side(0), side(1), side(2), side(3), side(4)}},
             .clock = clock};
 }

@@ -13,7 +13,6 @@ namespace Scan {
 
 namespace {
 
-constexpr AVRational tickBase = {1, static_cast<int>(oneSecond)};
 constexpr Ticks longestGuess = 10 * oneSecond;     // neighbours further apart tell nothing about each other
 
 // By how much the file shows b later than a, where it tells and that is plausible.

@@ -107,6 +107,18 @@ std::string FrameLine(const std::string& file, const PictureNumber& picture, con
     return Dumped(line);
 }
 
+std::string GapLine(const std::string& file, const Gap& gap, const std::optional<StartTime>& clock) {
+    Json line = Line("gap", file);
+    line["start"] = PrintedSeconds(gap.start);
+    line["end"] = PrintedSeconds(gap.end);
+    if (clock) {
+        line["start_time"] = WallTimeText(clock->at + gap.start);
+        line["end_time"] = WallTimeText(clock->at + gap.end);
+    }
+    line["reason"] = gap.reason;
+    return Dumped(line);
+}
+
 const char* NameOf(Health health) {
     switch (health) {
         case Health::Whole: return "complete";
@@ -158,6 +170,12 @@ std::string TallyText(const Tally& tally) {
     text += Text("; %d event%s", tally.events, tally.events == 1 ? "" : "s");
     if (tally.dropped > 0) {
         text += Text(" (%d too short)", tally.dropped);
+    }
+    if (tally.gaps > 0) {
+        text += Text("; %d gap%s", tally.gaps, tally.gaps == 1 ? "" : "s");
+    }
+    if (tally.droppedPackets > 0) {
+        text += Text("; %lld packets dropped, the scan was too slow", static_cast<long long>(tally.droppedPackets));
     }
     return text + Text("; took %.1f s, %.1f x real time", tally.elapsed, SpeedOf(tally));
 }

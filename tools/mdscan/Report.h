@@ -42,6 +42,9 @@ struct EventExtras {
 std::string EventLine(const std::string& file, int number, const Event& event, const EventExtras& extras = {});
 std::string FrameLine(const std::string& file, const PictureNumber& picture, const Findings& frame);
 
+// A hole in what a live source has shown.
+std::string GapLine(const std::string& file, const Gap& gap, const std::optional<StartTime>& clock);
+
 // What a scan amounts to.
 struct Tally {
     std::int64_t pictures = 0;     // decoded
@@ -50,6 +53,8 @@ struct Tally {
     double elapsed = 0;            // seconds that the scan took
     int events = 0;
     int dropped = 0;               // too short
+    int gaps = 0;                  // of a live source
+    std::int64_t droppedPackets = 0;       // of a live source, because the scan was too slow
     PictureGrid grid = {};         // of the last picture analysed
 };
 

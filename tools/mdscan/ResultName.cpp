@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <filesystem>
 
+#include "LiveName.h"
+
 namespace Scan {
 
 namespace {
@@ -16,7 +18,7 @@ constexpr std::size_t longestStem = 80;            // bytes
 }  // namespace
 
 std::string ResultPath(const std::string& folder, const std::string& input, bool distinct, const std::string& ending) {
-    std::string stem = input == "-" ? "stdin" : std::filesystem::path(input).stem().string().substr(0, longestStem);
+    std::string stem = input == "-" ? "stdin" : std::filesystem::path(ShownName(input)).stem().string().substr(0, longestStem);
     std::replace_if(stem.begin(), stem.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, '_');
     std::array<char, 16> mark = {};
     if (distinct) {

@@ -6,6 +6,7 @@
 
 #include "Attachment.h"
 #include "Failure.h"
+#include "LiveName.h"
 #include "ScanLine.h"
 
 namespace Scan {
@@ -35,10 +36,10 @@ RunResults::RunResults(const Options& options, const std::vector<std::string>& i
 void RunResults::Line(const std::string& input, const std::string& line) {
     _lines.Print(line);
     if (_table) {
-        _table->Take(input, line);
+        _table->Take(ShownName(input), line);
     }
     if (_page) {
-        _page->Take(input, line);
+        _page->Take(ShownName(input), line);
     }
 }
 
@@ -48,16 +49,16 @@ void RunResults::Attach(const std::string& input, const std::string& text) {
         _page->Attach(*attachment.event);
     }
     if (attachment.ground) {
-        _cameras.Add(CameraOf(input), *attachment.ground);
+        _cameras.Add(CameraOf(ShownName(input)), *attachment.ground);
     }
 }
 
 void RunResults::Finish(const std::string& input, const JobResult& result) {
     if (_several) {
-        _lines.Print(FileLine(input, result));
+        _lines.Print(FileLine(ShownName(input), result));
     }
     if (_page) {
-        _page->Finish(input, result);
+        _page->Finish(ShownName(input), result);
     }
 }
 

@@ -1,8 +1,7 @@
 // What do parent and child say to each other?  Called by Batch through Worker.h.
 //
-// The child writes messages into a pipe, one a line: L and a line of results, A and an
-// attachment, P and numbers on its progress, E and its packed
-// result. A child that dies sends no E.
+// The child writes messages into a pipe, one a line: L and a line of results, A and an attachment, V that the input is a live
+// source, P and numbers on its progress, E and its packed result. A child that dies sends no E.
 #include "Worker.h"
 
 #include <algorithm>
@@ -22,7 +21,7 @@
 
 #include "Failure.h"
 #include "Job.h"
-#include "Libav.h"
+#include "LiveName.h"
 #include "PackedResult.h"
 #include "RunState.h"
 
@@ -47,6 +46,7 @@ public:
 
     void OnLine(const std::string& line) override { Say('L', line); }
     void OnAttachment(const std::string& text) override { Say('A', text); }
+    void OnLive() override { Say('V', ""); }
 
     void OnPicture(double done, const Tally& tally) override {
         if (tally.elapsed < _lastSaid + sayingInterval) {
@@ -70,7 +70,7 @@ private:
     prctl(PR_SET_PDEATHSIG, SIGKILL);                      // without its parent nobody needs it
     setpgid(0, 0);                                         // the keyboard interrupts the parent, which tells its children
     Speaker speaker(pipe);
-    const JobResult result = RunJob(options, input, input, speaker);
+    const JobResult result = RunJob(options, input, ShownName(input), speaker);
     speaker.Say('E', Packed(result));
     std::exit(0);
 }
@@ -136,6 +136,7 @@ bool Worker::Read() {
 void Worker::Understand(const std::string& message) {
     const std::string text = message.substr(std::min<std::size_t>(1, message.size()));
     switch (message.empty() ? '\0' : message.front()) {
+        case 'V': _isLive = true; break;
         case 'L': _lines.push_back(text); break;
         case 'A': _attachments.push_back(text); break;
         case 'E': _result = Unpacked(text); break;

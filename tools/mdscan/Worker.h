@@ -36,6 +36,7 @@ public:
 
     std::vector<std::string> TakeLines();                  // of results, those since the last call
     std::vector<std::string> TakeAttachments();            // likewise, as AttachedText made them
+    bool IsLive() const { return _isLive; }                // as far as is known
     double Done() const { return _done; }                  // 0 to 1
     const Tally& SoFar() const { return _tally; }
     const JobResult& Result() const { return *_result; }
@@ -52,6 +53,7 @@ private:
     std::string _unread;                   // an incomplete message
     std::vector<std::string> _lines;
     std::vector<std::string> _attachments;
+    bool _isLive = false;
     double _done = 0;
     Tally _tally;
     std::optional<JobResult> _result;

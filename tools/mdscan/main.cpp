@@ -18,6 +18,7 @@
 #include "Interruption.h"
 #include "Job.h"
 #include "Libav.h"
+#include "LiveName.h"
 #include "Options.h"
 #include "Report.h"
 #include "RunResults.h"
@@ -83,7 +84,7 @@ int ScanOne(const Options& options, const std::string& input) {
     }
     progress.Clear();
     if (!options.quiet || !result.trouble.empty()) {
-        PrintLastLine(input, ResultText(result));
+        PrintLastLine(ShownName(input), ResultText(result));
     }
     return CodeOf(result);
 }

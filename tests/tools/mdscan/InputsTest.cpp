@@ -73,6 +73,12 @@ TEST_F(InputsTest, NothingIsNamedTwice) {
               (Names{In("b.mp4"), In("a.MKV"), In("sub/deep/c.ts"), "-"}));
 }
 
+TEST_F(InputsTest, AnAddressIsNoPattern) {
+    const InputList list = FindInputs({"rtsp://camera/stream?channel=[1]", "rtsp://camera/stream?channel=[1]"});
+    EXPECT_EQ(Paths(list), Names{"rtsp://camera/stream?channel=[1]"});
+    EXPECT_FALSE(list.several);
+}
+
 TEST_F(InputsTest, AFolderWithoutVideosIsNamed) {
     fs::create_directory(In("empty"));
     const InputList list = FindInputs({In("b.mp4"), In("empty")});

@@ -33,7 +33,8 @@ TEST(Options, EveryOptionReachesItsField) {
                                  "--min-duration", "0.25", "--zone", "0.1,0.2,0.3,0.4", "--zone=0,0,1,1", "--frames",
                                  "--background", "b.png", "--overlay", "o.mp4", "-o", "out.jsonl", "--resume", "state", "-j", "3",
                                  "--pre-roll", "1.5", "--post-roll", "2", "--min-blocks", "4", "--track",
-                                 "--thumbnails", "pictures", "--clips", "cut", "--quiet", "--progress", "json", "--start-time", "2026-03-01T12:00:00Z", "clip.mp4", "-"});
+                                 "--thumbnails", "pictures", "--clips", "cut", "--quiet", "--progress", "json", "--start-time", "2026-03-01T12:00:00Z",
+                                 "--reconnect", "7.5", "clip.mp4", "-"});
     ASSERT_TRUE(parsed.options) << parsed.text;
     const Options& options = *parsed.options;
     EXPECT_EQ(options.inputs, (std::vector<std::string>{"clip.mp4", "-"}));
@@ -51,6 +52,7 @@ TEST(Options, EveryOptionReachesItsField) {
     EXPECT_EQ(options.jobs, 3);
     EXPECT_TRUE(options.quiet);
     EXPECT_EQ(options.progress, "json");
+    EXPECT_EQ(options.reconnect, 7.5);
     EXPECT_EQ(options.startTime, ParseWallTime("2026-03-01T12:00:00Z"));
     EXPECT_EQ(options.preRoll, 1.5);
     EXPECT_EQ(options.postRoll, 2);
@@ -106,7 +108,7 @@ TEST_P(BadUsage, IsOneLineAndExitCodeTwo) {
 
 using Words = std::vector<std::string>;
 INSTANTIATE_TEST_SUITE_P(Options, BadUsage,
-                         testing::Values(Words{}, Words{"a.mp4", "-j", "-1"}, Words{"a.mp4", "--progress", "much"}, Words{"a.mp4", "--start-time", "noon"}, Words{"a.mp4", "--min-blocks", "0"}, Words{"a.mp4", "--unknown"},
+                         testing::Values(Words{}, Words{"a.mp4", "-j", "-1"}, Words{"a.mp4", "--progress", "much"}, Words{"a.mp4", "--start-time", "noon"}, Words{"a.mp4", "--reconnect", "-1"}, Words{"a.mp4", "--min-blocks", "0"}, Words{"a.mp4", "--unknown"},
                                          Words{"a.mp4", "--rate", "-1"}, Words{"a.mp4", "--rate", "fast"},
                                          Words{"a.mp4", "--rate", "nan"}, Words{"a.mp4", "--rate", "inf"},
                                          Words{"a.mp4", "--rate"}, Words{"a.mp4", "--block", "2.5"},

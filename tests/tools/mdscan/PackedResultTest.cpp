@@ -11,7 +11,7 @@ namespace {
 TEST(PackedResult, ArrivesWhole) {
     const JobResult sent{.health = Health::Damaged, .code = exitFailed, .trouble = "bad \"data\"\n",
                          .tally = {.pictures = 5'000'000'000, .analysed = 7, .length = -3, .elapsed = 0.1, .events = 4,
-                                   .dropped = 2, .grid = {1, 2, 3, 4, 5}},
+                                   .dropped = 2, .gaps = 8, .droppedPackets = 9, .grid = {1, 2, 3, 4, 5}},
                          .clock = StartTime{17'723'448'000'000'001, ClockSource::Container}};
     const std::string text = Packed(sent);
     EXPECT_EQ(text.find('\n'), std::string::npos) << "a message is one line";
@@ -25,6 +25,8 @@ TEST(PackedResult, ArrivesWhole) {
     EXPECT_EQ(got.tally.elapsed, sent.tally.elapsed);
     EXPECT_EQ(got.tally.events, sent.tally.events);
     EXPECT_EQ(got.tally.dropped, sent.tally.dropped);
+    EXPECT_EQ(got.tally.gaps, 8);
+    EXPECT_EQ(got.tally.droppedPackets, 9);
     EXPECT_EQ(got.tally.grid.rows, 5);
     ASSERT_TRUE(got.clock);
     EXPECT_EQ(got.clock->at, sent.clock->at);

@@ -70,6 +70,14 @@ TEST(Report, AnEventLineTellsTheTimeOfDayWhereItIsKnown) {
     EXPECT_FALSE(nlohmann::json::parse(EventLine("", 1, AnEvent(1))).contains("start_time"));
 }
 
+TEST(Report, AGapLineTellsWhyThereIsNothing) {
+    const Gap gap{12'345'678, 212'345'678, "the connection ended"};
+    EXPECT_EQ(GapLine("", gap, std::nullopt), R"({"type":"gap","start":1.235,"end":21.235,"reason":"the connection ended"})");
+    EXPECT_EQ(GapLine("rtsp://a", gap, StartTime{0, ClockSource::Arrival}),
+              R"({"type":"gap","file":"rtsp://a","start":1.235,"end":21.235,"start_time":"1970-01-01T00:00:01.235Z",)"
+              R"("end_time":"1970-01-01T00:00:21.235Z","reason":"the connection ended"})");
+}
+
 TEST(Report, AFileLineTellsWhenItBegan) {
     const JobResult result{.clock = StartTime{ParseWallTime("2026-03-01T12:00:00Z").value(), ClockSource::Container}};
     EXPECT_EQ(FileLine("a.mp4", result),
@@ -101,6 +109,9 @@ TEST(Report, TheTallyNamesWhatWasDone) {
     tally.events = 2;
     tally.dropped = 3;
     EXPECT_NE(TallyText(tally).find("; 2 events (3 too short);"), std::string::npos);
+    tally.gaps = 1;
+    tally.droppedPackets = 12;
+    EXPECT_NE(TallyText(tally).find("; 1 gap; 12 packets dropped, the scan was too slow; took"), std::string::npos);
 }
 
 TEST(Report, ProgressTellsWhatIsLeft) {

@@ -1,4 +1,5 @@
-// Which clips do tests need that are no C++?  Writes a small folder of recordings of two cameras, sound and broken ones.
+// Which clips do tests need that are no C++?  Writes a small folder of recordings of two cameras, sound and broken ones, or what
+// live sources send.
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -17,13 +18,26 @@ void Recording(const std::filesystem::path& path, double from, double until, con
     WriteEncoded({scene}, {.codec = codec, .container = "mp4", .headerFirst = true, .created = created}, path.string());
 }
 
+// What a live source sends: 25 pictures a second, a complete one every 0.4 s.
+void Broadcast(const std::filesystem::path& path, const char* codec, const char* container, double seconds, double from, double until) {
+    const SquareScene scene{.width = 160, .height = 120, .framesPerSecond = 25, .seconds = seconds, .from = from, .until = until};
+    WriteEncoded({scene}, {.codec = codec, .container = container, .groupSize = 10}, path.string());
+}
+
 }  // namespace
 
+// With "live": what live sources send instead.
 int main(int argc, char** argv) {
-    if (argc != 2) {
+    if (argc != 2 && !(argc == 3 && argv[2] == std::string("live"))) {
         return 2;
     }
     const std::filesystem::path folder(argv[1]);
+    if (argc == 3) {
+        std::filesystem::create_directories(folder);
+        Broadcast(folder / "short.ts", "mpeg2video", "mpegts", 8, 0.6, 2.6);
+        Broadcast(folder / "long.mp4", "mpeg4", "mp4", 15, 3, 6);
+        return 0;
+    }
     std::filesystem::create_directories(folder / "gate");
     std::filesystem::create_directories(folder / "yard");
     Recording(folder / "gate" / "1.mp4", 3, 5, "2019-05-04T08:00:00Z");
