@@ -2,11 +2,10 @@
 #include "Camera.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdint>
-#include <cstdio>
 #include <filesystem>
 #include <system_error>
+
+#include "ResultName.h"
 
 namespace Scan {
 
@@ -23,16 +22,6 @@ std::string StemOf(const std::string& camera) {
     std::string stem = camera == "-" ? "stdin" : path.filename().string().substr(0, 80);
     std::replace_if(stem.begin(), stem.end(), [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '/'; }, '_');
     return stem.empty() ? "root" : stem;
-}
-
-std::string MarkOf(const std::string& camera) {
-    std::uint32_t digest = 2'166'136'261u;                 // FNV-1a
-    for (const char c : camera) {
-        digest = (digest ^ static_cast<unsigned char>(c)) * 16'777'619u;
-    }
-    std::array<char, 16> mark = {};
-    std::snprintf(mark.data(), mark.size(), "-%08x", digest);
-    return mark.data();
 }
 
 }  // namespace

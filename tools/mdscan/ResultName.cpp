@@ -17,18 +17,21 @@ constexpr std::size_t longestStem = 80;            // bytes
 
 }  // namespace
 
+std::string MarkOf(const std::string& path) {
+    std::uint32_t digest = 2'166'136'261u;         // FNV-1a
+    for (const char c : path) {
+        digest = (digest ^ static_cast<unsigned char>(c)) * 16'777'619u;
+    }
+    std::array<char, 16> mark = {};
+    std::snprintf(mark.data(), mark.size(), "-%08x", digest);
+    return mark.data();
+}
+
 std::string ResultPath(const std::string& folder, const std::string& input, bool distinct, const std::string& ending) {
     std::string stem = input == "-" ? "stdin" : std::filesystem::path(ShownName(input)).stem().string().substr(0, longestStem);
     std::replace_if(stem.begin(), stem.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, '_');
-    std::array<char, 16> mark = {};
-    if (distinct) {
-        std::uint32_t digest = 2'166'136'261u;     // FNV-1a
-        for (const char c : input) {
-            digest = (digest ^ static_cast<unsigned char>(c)) * 16'777'619u;
-        }
-        std::snprintf(mark.data(), mark.size(), "-%08x", digest);
-    }
-    return (std::filesystem::path(folder) / (stem + mark.data() + ending)).string();
+    const std::string mark = distinct ? MarkOf(input) : "";
+    return (std::filesystem::path(folder) / (stem + mark + ending)).string();
 }
 
 std::string ResultPath(const std::string& folder, const std::string& input, bool distinct, int event,
