@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <map>
 #include <sstream>
 #include <utility>
@@ -264,22 +265,6 @@ std::vector<std::string> WordsOfFile(const std::string& path, const CLI::App& gi
     return words;
 }
 
-// "--csv and --report name the same file"; empty where all results have places of their own.
-std::string SameFileTwice(const Options& options) {
-    const std::pair<const char*, const std::string&> places[] = {
-        {"--output", options.output},   {"--csv", options.csv},         {"--report", options.report},
-        {"--heatmap", options.heatmap}, {"--background", options.background}, {"--overlay", options.overlay},
-        {"--resume", options.resume}};
-    std::map<std::filesystem::path, const char*> taken;
-    for (const auto& [name, path] : places) {
-        const auto [other, isNew] = taken.try_emplace(std::filesystem::path(path).lexically_normal(), name);
-        if (!path.empty() && !isNew) {
-            return std::string(other->second) + " and " + name + " name the same file";
-        }
-    }
-    return "";
-}
-
 // Without the second of two empty lines, which would not fit on a screen.
 std::string HelpOf(const CLI::App& app) {
     std::string text = app.help();
@@ -290,6 +275,21 @@ std::string HelpOf(const CLI::App& app) {
 }
 
 }  // namespace
+
+void RefuseSameFileTwice(const Options& options, bool several) {
+    const std::pair<const char*, const std::string&> places[] = {
+        {"--output", options.output}, {"--csv", options.csv}, {"--report", options.report}, {"--resume", options.resume},
+        {"--heatmap", options.heatmap}, {"--background", options.background}, {"--overlay", options.overlay}};
+    constexpr std::size_t firstFolder = 4;                 // of several inputs, these are folders that may be one
+    std::map<std::filesystem::path, std::size_t> taken;
+    for (std::size_t i = 0; i < std::size(places); ++i) {
+        const auto& [name, path] = places[i];
+        const auto [other, isNew] = taken.try_emplace(std::filesystem::path(path).lexically_normal(), i);
+        if (!path.empty() && !isNew && !(several && other->second >= firstFolder)) {
+            throw Failure(exitUsage, std::string(places[other->second].first) + " and " + name + " name the same file");
+        }
+    }
+}
 
 Parsed ParseOptions(const std::vector<std::string>& all, const std::string& version, const std::string& usualConfig) {
     Options options;
@@ -320,9 +320,6 @@ Parsed ParseOptions(const std::vector<std::string>& all, const std::string& vers
     }
     for (const std::string& zone : zones) {
         options.zones.push_back(ReadZone(zone).value());
-    }
-    if (const std::string complaint = SameFileTwice(options); !complaint.empty()) {
-        return refuse(complaint);
     }
     if (!options.showZones && !options.preview.empty()) {
         return refuse("--preview belongs to \"mdscan zones\" (see mdscan --help)");

@@ -50,6 +50,9 @@ struct Options {
 // One line: all that decides the results of an input, apart from itself.
 std::string ResultSettings(const Options& options);
 
+// Throws Failure where two results would go to one place. several: of several inputs, some results are folders.
+void RefuseSameFileTwice(const Options& options, bool several);
+
 struct Parsed {
     std::optional<Options> options;    // absent: print `text` and leave
     int exitCode;                      // when absent

@@ -163,6 +163,7 @@ int Main(const std::vector<std::string>& arguments) {
             }
         }
         const InputList list = FindInputs(options.inputs);
+        RefuseSameFileTwice(options, list.several || !options.resume.empty());
         if (list.several || !options.resume.empty()) {
             return ScanMany(options, list);
         }

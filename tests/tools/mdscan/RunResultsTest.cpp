@@ -100,6 +100,9 @@ TEST_F(RunResultsTest, ImpossiblePlacesAreKnownBeforeTheScan) {
     const Outcome same = Mdscan({"--csv", In("same"), "--report", In("same"), clip});
     EXPECT_EQ(same.code, 2);
     EXPECT_NE(same.err.find("--csv and --report name the same file"), std::string::npos) << same.err;
+    EXPECT_EQ(Mdscan({"--background", In("same.png"), "--heatmap", In("same.png"), clip}).code, 2);
+    fs::copy_file(clip, In("other.y4m"));
+    EXPECT_EQ(Mdscan({"--background", In("one"), "--heatmap", In("./one"), clip, In("other.y4m")}).code, 3) << "one folder";
 }
 
 }  // namespace
