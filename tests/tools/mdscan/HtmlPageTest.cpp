@@ -50,6 +50,7 @@ TEST_F(HtmlPageTest, HoldsWhatCame) {
     page.Take(input, R"({"type":"frame","frame":1})");
     page.Take(input, event + "}");
     page.Take(input, event + R"(,"clip":")" + (_folder / "c/d.mp4").string() + R"(","clip_start":4.0})");
+    page.Take(input, R"({"type":"gap","start":6.0,"end":7.0,"reason":"r"})");
     page.Finish(input, {.health = Health::Damaged, .trouble = "why", .tally = {.length = 80'000'000}});
     page.Finish("</script><script>alert(1)<!--", {});
     CameraGrounds cameras;
@@ -59,7 +60,8 @@ TEST_F(HtmlPageTest, HoldsWhatCame) {
     EXPECT_EQ(Blocks("scan").at(0)["zones"][0], "</script>");
     const std::vector<json> inputs = Blocks("input");
     ASSERT_EQ(inputs.size(), 2u);
-    ASSERT_EQ(inputs[0]["lines"].size(), 2u) << "frames are no events";
+    ASSERT_EQ(inputs[0]["lines"].size(), 3u) << "frames are no events";
+    EXPECT_EQ(inputs[0]["lines"][2]["reason"], "r");
     const json inFile = inputs[0]["lines"][0], inClip = inputs[0]["lines"][1];
     EXPECT_EQ(inFile["picture"], "AAAA");
     EXPECT_EQ(inFile["link"], "a%20b.mp4");

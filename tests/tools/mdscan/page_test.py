@@ -235,6 +235,14 @@ class PageTest(unittest.TestCase):
         self.assertLess(len(self.cells()), 40)
         self.assertEqual(self.script("document.querySelectorAll('script[class]').length"), 0)
 
+    def test_gaps_are_listed(self):
+        page = self.page.with_name("gaps.html")
+        gap = '{"type":"gap","start":1.0,"end":62.5,"reason":"no <i>answer</i>"}'
+        page.write_text(self.page.read_text().replace('class="input">{"lines":[', 'class="input">{"lines":[' + gap + ",", 1))
+        self.open(page)
+        self.assertIn("0:01.0 to 1:02.5: no <i>answer</i>", self.one("#problems").text)
+        self.assertEqual(self.one("#count").text, "4 of 4 events")
+
     def test_themes(self):
         self.open(self.page)
         color = "getComputedStyle(document.body).backgroundColor"
