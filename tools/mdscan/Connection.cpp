@@ -140,7 +140,9 @@ InputPointer OpenRemote(const std::string& url, Patience& patience, double recon
     if (format) {
         input->flags |= AVFMT_FLAG_NONBLOCK;                       // a camera that stalls does not ask whether to go on
     }
-    settings.Set("rtsp_transport", "tcp");                         // "?udp" at the end of the address adds UDP
+    if (!url.ends_with("?udp") && !url.ends_with("&udp")) {        // which FFmpeg understands, if it is left to it
+        settings.Set("rtsp_transport", "tcp");
+    }
     if (reconnect > 0) {
         settings.Set("reconnect", "1");                            // of what has a length and can be read from any place
         settings.Set("reconnect_delay_max", std::to_string(static_cast<int>(reconnect)));

@@ -18,11 +18,10 @@ using SteadyTime = std::chrono::steady_clock::time_point;
 // Ticks of the steady clock.
 Ticks SteadyTicks(SteadyTime time);
 
-// Tells FFmpeg when to stop waiting: at a deadline, when the user has had enough, or when nobody wants the data any more. May be
+// Tells FFmpeg when to stop waiting: at a deadline, if there is one, when the user has had enough, or when nobody wants the data any more. May be
 // told so by another thread.
 class Patience {
 public:
-    void AllowForever() { _deadline = forever; }
     void Allow(Ticks duration) { _deadline = SteadyTicks(std::chrono::steady_clock::now()) + duration; }
     void End() { _ended = true; }
     bool IsOver() const;

@@ -124,13 +124,19 @@ void Decoder::OpenRemoteInput(const std::string& url) {
     _patience->Allow(limits.silence);
     InputPointer input = OpenRemote(url, *_patience, _reconnect);
     if (url.starts_with("http") && ((input->pb && avio_size(input->pb) > 0) || input->duration > 0)) {
-        _patience->AllowForever();
+        _isDownload = true;
+        _patience->Allow(LongestSilence());
         Examine(url, std::move(input));
         return;
     }
     Connection connection = FindVideo(std::move(input));
     _facts = connection.facts;
     _live = std::make_unique<LiveSource>(url, limits, std::move(_patience), std::move(connection));
+}
+
+// Of a download, as long as FFmpeg may try to take it up again.
+Ticks Decoder::LongestSilence() const {
+    return std::max(LiveLimits{}.silence, FromSeconds(_reconnect));
 }
 
 // What the file promises, and where its video is.
@@ -224,13 +230,19 @@ void Decoder::Feed() {
         ++_failuresInARow;
         return;
     }
+    if (_isDownload) {
+        _patience->Allow(LongestSilence());
+    }
     const int result = av_read_frame(_input.get(), _packet.get());
     if (result == AVERROR_EOF) {
         _draining = true;
         avcodec_send_packet(_codec.get(), nullptr);
         return;
     }
-    if (result == AVERROR_EXIT) {                                  // the user has had enough
+    if (result == AVERROR_EXIT) {                                  // the user has had enough, or all have
+        if (!Interrupted()) {
+            NoteDamage("nothing has come for " + std::to_string(LongestSilence() / oneSecond) + " s");
+        }
         _isOver = true;
         return;
     }

@@ -95,6 +95,7 @@ private:
     void GoOnBehindHole();
     void Send(const AVPacket& packet);
     void AcceptLiveFrame();
+    Ticks LongestSilence() const;
     Ticks OnAxis(Ticks steady) const { return steady - *_liveOrigin; }
     std::optional<Ticks> Presented();
     void AcceptFrame();
@@ -131,6 +132,7 @@ private:
     std::int64_t _pictures = 0;
     int _failuresInARow = 0;           // of reading and decoding, without a picture in between
     bool _draining = false;            // the decoder knows that nothing follows
+    bool _isDownload = false;
     bool _isOver = false;              // nothing more is wanted, or to be had
     Damage _damage;
 

@@ -12,7 +12,7 @@
 #include <thread>
 #include <utility>
 
-#include "Failure.h"
+#include "Interruption.h"
 
 namespace Scan {
 
@@ -78,9 +78,12 @@ void LiveSource::Shared::Run(Connection connection) {
         connection = {};
         {
             const std::lock_guard lock(mutex);
+            if (unwanted || Interrupted()) {               // it did not break
+                break;
+            }
             hole = hole.empty() ? reason : hole;
             trouble = reason;
-            if (unwanted || limits.reconnect <= 0) {
+            if (limits.reconnect <= 0) {
                 break;
             }
         }
@@ -102,7 +105,7 @@ std::optional<Connection> LiveSource::Shared::ConnectAnew() {
             return FindVideo(OpenRemote(url, *patience, 0));
         } catch (const std::exception& failure) {
             const std::lock_guard lock(mutex);
-            trouble = failure.what();
+            trouble = Interrupted() ? trouble : failure.what();
         }
     }
     return std::nullopt;

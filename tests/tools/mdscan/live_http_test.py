@@ -86,7 +86,7 @@ class LiveHttpTest(unittest.TestCase):
         return f"http://{user}127.0.0.1:{self.server.server_port}{path}"
 
     def test_goes_on_after_a_cut_and_ends_when_told(self):
-        scan = live_scan.Scan(MDSCAN, *EAGER, self.url("/cut"))
+        scan = live_scan.Scan(MDSCAN, *EAGER, "--clips", self.folder.name + "/clips", self.url("/cut"))
         scan.wait_for(lambda scan: scan.of("gap"))
         time.sleep(1.6)  # something moves again by then
         code, took = scan.end(signal.SIGTERM)
@@ -101,6 +101,7 @@ class LiveHttpTest(unittest.TestCase):
         self.assertTrue(any(event["end"] <= gap["start"] for event in events), scan.lines)
         self.assertTrue(any(event["start"] >= gap["end"] for event in events), "the running one is told: %s" % scan.lines)
         self.assertTrue(all(event["frame_exact"] == (event["end"] <= gap["start"]) for event in events), events)
+        self.assertEqual(len({event["clip"] for event in events if pathlib.Path(event["clip"]).stat().st_size > 1000}), len(events))
         now = time.time()
         for line in gaps + events:
             start = time.mktime(time.strptime(line["start_time"][:19], "%Y-%m-%dT%H:%M:%S")) - time.timezone
@@ -123,6 +124,7 @@ class LiveHttpTest(unittest.TestCase):
         code, took = scan.end(signal.SIGINT)
         self.assertLess(took, 1.5)
         self.assertIn(code, (0, 3), scan.said)
+        self.assertFalse(scan.of("gap"), "it did not break")
 
     def test_several_sources_run_beside_files(self):
         clip = str(pathlib.Path(self.folder.name, "short.ts"))
