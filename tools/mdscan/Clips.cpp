@@ -39,7 +39,8 @@ void Clips::OnPacket(const AVPacket& packet, std::int64_t number) {
 void Clips::OnPicture(const AVFrame& picture, std::int64_t packet, Ticks time) {
     _now = time;
     _video->SetSize(picture.width, picture.height);
-    _ring->SetTime(packet, time);
+    const bool leans = picture.pict_type == AV_PICTURE_TYPE_P || picture.pict_type == AV_PICTURE_TYPE_B;
+    _ring->SetTime(packet, time, !leans);
 }
 
 // Packets to come cannot be joined to those that were.

@@ -41,12 +41,13 @@ void PacketRing::Push(const AVPacket& packet, std::int64_t number) {
     _packets.push_back(std::move(kept));
 }
 
-void PacketRing::SetTime(std::int64_t number, Ticks time) {
+void PacketRing::SetTime(std::int64_t number, Ticks time, bool isWhole) {
     if (number >= _first && number < End()) {
         KeptPacket& packet = _packets[Index(number)];
         if (!packet.time || packet.isGuess) {
             packet.time = time;
             packet.isGuess = false;
+            packet.isPartial = packet.IsKey() && !isWhole;
         }
     }
     _lastShown = std::max(_lastShown, number);
@@ -100,15 +101,17 @@ void PacketRing::DropBefore(std::int64_t number) {
 }
 
 std::optional<std::int64_t> PacketRing::KeyBefore(Ticks start) const {
-    std::optional<std::int64_t> best;
+    std::optional<std::int64_t> best, before;
     for (const std::int64_t key : _keys) {
         const std::optional<Ticks> time = At(key).time;
         if (time && best && *time > start) {
             break;
         }
-        best = time ? std::optional(key) : best;
+        if (time) {
+            before = std::exchange(best, key);
+        }
     }
-    return best;
+    return best && At(*best).isPartial && before ? before : best;
 }
 
 std::int64_t PacketRing::EndOf(Ticks limit) const {

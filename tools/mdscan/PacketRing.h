@@ -24,6 +24,7 @@ struct KeptPacket {
     std::int64_t number;
     std::optional<Ticks> time = {};    // of its picture; where none has come: a guess, once settled
     bool isGuess = false;
+    bool isPartial = false;            // a keyframe that holds a part of the picture only: the rest is refreshed behind it
 
     bool IsKey() const { return (packet->flags & AV_PKT_FLAG_KEY) != 0; }
 };
@@ -36,8 +37,8 @@ public:
     // Numbers rise by one.
     void Push(const AVPacket& packet, std::int64_t number);
 
-    // A picture of this packet was shown. Later pictures of the same packet change nothing.
-    void SetTime(std::int64_t number, Ticks time);
+    // A picture of this packet was shown. Later pictures of the same packet change nothing. isWhole: it leans on no other.
+    void SetTime(std::int64_t number, Ticks time, bool isWhole = true);
 
     // Packets with smaller numbers count as settled, whether or not their pictures have come.
     void SettleBefore(std::int64_t number);
@@ -47,7 +48,8 @@ public:
 
     bool IsFull() const { return _bytes > _mostBytes; }
 
-    // The last keyframe that is known to be shown by `start`, else the first whose time is known; absent: there is none.
+    // The last keyframe that is known to be shown by `start`, else the first whose time is known; absent: there is none. Where
+    // it is partial, the one before: from there on, pictures are complete by `start`.
     std::optional<std::int64_t> KeyBefore(Ticks start) const;
 
     // Settled packets are those with smaller numbers.

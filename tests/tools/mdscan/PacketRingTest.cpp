@@ -96,6 +96,18 @@ TEST(PacketRing, AReorderedPacketIsSettledWhenItsPictureComes) {
     EXPECT_EQ(ring.At(1).time, oneSecond) << "a packet's second picture";
 }
 
+TEST(PacketRing, PartialKeyframesNeedTheOneBefore) {
+    PacketRing ring(tenths, 1'000'000);
+    for (int i = 0; i < 47; ++i) {
+        ring.Push(*PacketOf(100, i % 10 == 0, i), i);
+        ring.SetTime(i, i * oneSecond / 10, i == 0);
+        ring.Trim(i * oneSecond / 10, none);
+    }
+    EXPECT_EQ(ring.First(), 30);
+    EXPECT_EQ(ring.KeyBefore(4 * oneSecond), 30);
+    EXPECT_EQ(ring.KeyBefore(3 * oneSecond), 30) << "better than none";
+}
+
 TEST(PacketRing, PacketsWithoutAPictureAreDatedByTheirNeighbours) {
     PacketRing ring(tenths, 1'000'000);
     for (int i = 0; i < 50; ++i) {
