@@ -20,7 +20,8 @@ using Json = nlohmann::ordered_json;
 
 std::string Unbase64(const std::string& text) {
     std::string bytes(text.size(), '\0');
-    const int size = av_base64_decode(reinterpret_cast<std::uint8_t*>(bytes.data()), text.c_str(), static_cast<int>(bytes.size()));
+    const int size =
+        av_base64_decode(reinterpret_cast<std::uint8_t*>(bytes.data()), text.c_str(), static_cast<int>(bytes.size()));
     if (size < 0) {
         throw std::invalid_argument("base64");
     }
@@ -76,7 +77,8 @@ std::string AttachedText(const Attachment& attachment) {
         const PictureGrid& grid = attachment.ground->heat.grid;
         text = {{"grid", {grid.pictureWidth, grid.pictureHeight, grid.blockSize, grid.columns, grid.rows}},
                 {"heat", Runs(attachment.ground->heat.counts)},
-                {"background", attachment.ground->background.pixels.empty() ? "" : Base64(PngBytes(attachment.ground->background))}};
+                {"background",
+                 attachment.ground->background.pixels.empty() ? "" : Base64(PngBytes(attachment.ground->background))}};
     }
     return text.dump();
 }

@@ -11,13 +11,13 @@
 namespace Scan {
 
 struct EventPicture {
-    int event;             // number within the input
-    std::string jpeg;      // as base64
+    int event;         // number within the input
+    std::string jpeg;  // as base64
 };
 
 struct GroundPicture {
     HeatMap heat;
-    BgrPicture background = {};    // one pixel per block; empty: of an earlier grid only
+    BgrPicture background = {};  // one pixel per block; empty: of an earlier grid only
 };
 
 // One of the two.

@@ -15,12 +15,14 @@ namespace fs = std::filesystem;
 
 std::string StemOf(const std::string& camera) {
     std::error_code ignored;
-    fs::path path = camera.find("://") == std::string::npos ? fs::absolute(camera, ignored).lexically_normal() : fs::path(camera);
+    fs::path path =
+        camera.find("://") == std::string::npos ? fs::absolute(camera, ignored).lexically_normal() : fs::path(camera);
     if (!path.has_filename()) {
-        path = path.parent_path();                         // of "folder/"
+        path = path.parent_path();  // of "folder/"
     }
     std::string stem = camera == "-" ? "stdin" : path.filename().string().substr(0, 80);
-    std::replace_if(stem.begin(), stem.end(), [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '/'; }, '_');
+    std::replace_if(
+        stem.begin(), stem.end(), [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '/'; }, '_');
     return stem.empty() ? "root" : stem;
 }
 

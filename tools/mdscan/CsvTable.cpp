@@ -17,9 +17,10 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 // Named as the fields of an event. Cells are empty where an event lacks the field; x, y, w, h are those of the first box.
-constexpr std::array columns = {"file", "event", "start", "end", "peak", "start_time", "end_time", "peak_time", "start_frame",
-                                "end_frame", "peak_frame", "frame_exact", "frames", "blocks", "zones", "x", "y", "w", "h", "thumbnail", "clip",
-                                "clip_start"};
+constexpr std::array columns = {"file",     "event",     "start",       "end",       "peak",       "start_time",
+                                "end_time", "peak_time", "start_frame", "end_frame", "peak_frame", "frame_exact",
+                                "frames",   "blocks",    "zones",       "x",         "y",          "w",
+                                "h",        "thumbnail", "clip",        "clip_start"};
 
 std::string TextOf(const Json& value) {
     if (value.is_string()) {
@@ -33,7 +34,7 @@ std::string TextOf(const Json& value) {
         }
         return CsvCell(names);
     }
-    return value.dump();                                   // numbers as the lines have them
+    return value.dump();  // numbers as the lines have them
 }
 
 }  // namespace
@@ -100,9 +101,7 @@ void CsvTable::Check(bool good) const {
     }
 }
 
-void CsvTable::Write(const std::string& row) {
-    Check(std::fwrite(row.data(), 1, row.size(), _file) == row.size());
-}
+void CsvTable::Write(const std::string& row) { Check(std::fwrite(row.data(), 1, row.size(), _file) == row.size()); }
 
 void CsvTable::Take(const std::string& input, const std::string& line) {
     if (line.starts_with(R"({"type":"event")")) {

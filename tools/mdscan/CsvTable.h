@@ -28,7 +28,7 @@ private:
     void Check(bool good) const;
 
     ResultFile _place;
-    std::FILE* _file;                      // owned; null once closed
+    std::FILE* _file;  // owned; null once closed
 };
 
 // One row with its end, of an event's line; also the one with the columns' names.

@@ -12,14 +12,14 @@ namespace Scan {
 
 namespace {
 
-using Colour = std::array<float, 3>;                       // blue, green, red; 0 to 255
+using Colour = std::array<float, 3>;  // blue, green, red; 0 to 255
 
 // Dark violet over red and orange to a pale yellow: brighter at every step, for those who see no colours, too.
 constexpr std::array<Colour, 5> warmth = {{{96, 20, 60}, {92, 30, 150}, {45, 60, 222}, {20, 150, 250}, {140, 240, 255}}};
 constexpr std::array<std::uint8_t, 3> unknownGrey = {40, 40, 40};
 constexpr Colour unknownGround = {40, 40, 40};
-constexpr float dimmed = 0.55f;                            // of a background's brightness
-constexpr float leastCover = 0.45f;                        // of the colour where anything moved
+constexpr float dimmed = 0.55f;      // of a background's brightness
+constexpr float leastCover = 0.45f;  // of the colour where anything moved
 constexpr float mostCover = 0.9f;
 
 Colour WarmthOf(float level) {
@@ -61,9 +61,7 @@ int TheirBlock(int column, int row, const PictureGrid& grid, int theirColumns, i
     return theirRow * theirColumns + theirColumn;
 }
 
-bool IsUnknown(const std::uint8_t* pixel) {
-    return pixel[0] == 255 && pixel[1] == 0 && pixel[2] == 255;
-}
+bool IsUnknown(const std::uint8_t* pixel) { return pixel[0] == 255 && pixel[1] == 0 && pixel[2] == 255; }
 
 // [block] dimmed colours, half way to grey so that the warm ones stand out.
 std::vector<Colour> Ground(const BgrPicture& background, const PictureGrid& grid) {
@@ -151,7 +149,8 @@ void UpdateBackground(BgrPicture& older, const BgrPicture& newer) {
     }
     for (std::size_t i = 0; i + 2 < newer.pixels.size(); i += 3) {
         if (!IsUnknown(newer.pixels.data() + i)) {
-            std::copy_n(newer.pixels.begin() + static_cast<std::ptrdiff_t>(i), 3, older.pixels.begin() + static_cast<std::ptrdiff_t>(i));
+            std::copy_n(newer.pixels.begin() + static_cast<std::ptrdiff_t>(i), 3,
+                        older.pixels.begin() + static_cast<std::ptrdiff_t>(i));
         }
     }
 }

@@ -13,8 +13,8 @@
 namespace Scan {
 
 struct HeatMap {
-    PictureGrid grid = {};                 // all zero: nothing was counted yet
-    std::vector<std::uint32_t> counts;     // [block] analysed frames in which an object covered it
+    PictureGrid grid = {};              // all zero: nothing was counted yet
+    std::vector<std::uint32_t> counts;  // [block] analysed frames in which an object covered it
 
     // Counts of another map join. Its grid is taken over if there is none yet; blocks of another grid are found by their
     // place in the picture.

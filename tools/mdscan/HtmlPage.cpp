@@ -22,12 +22,10 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr std::size_t mostPictureBytes = 64 << 20;         // in one page; browsers get slow beyond that
-constexpr int widestHeatPicture = 640;                     // pixels
+constexpr std::size_t mostPictureBytes = 64 << 20;  // in one page; browsers get slow beyond that
+constexpr int widestHeatPicture = 640;              // pixels
 
-std::string Dumped(const Json& json) {
-    return SafeInScript(json.dump(-1, ' ', false, Json::error_handler_t::replace));
-}
+std::string Dumped(const Json& json) { return SafeInScript(json.dump(-1, ' ', false, Json::error_handler_t::replace)); }
 
 std::string Block(const char* kind, const std::string& json) {
     return std::string("<script type=\"application/json\" class=\"") + kind + "\">" + json + "</script>\n";
@@ -38,9 +36,7 @@ bool IsFile(const std::string& input) {
     return input != "-" && std::filesystem::is_regular_file(input, ignored);
 }
 
-std::string PngAddress(const BgrPicture& picture) {
-    return "data:image/png;base64," + Base64(PngBytes(picture));
-}
+std::string PngAddress(const BgrPicture& picture) { return "data:image/png;base64," + Base64(PngBytes(picture)); }
 
 // Where to look at an event: in its clip, else in the recording.
 void AddLink(Json& event, const std::string& page, const std::string& input) {
@@ -58,7 +54,7 @@ void AddLink(Json& event, const std::string& page, const std::string& input) {
 
 std::string SafeInScript(std::string json) {
     for (std::size_t i = 0; (i = json.find('<', i)) != std::string::npos;) {
-        json.replace(i, 1, "\\u003c");                     // stands only within strings
+        json.replace(i, 1, "\\u003c");  // stands only within strings
     }
     return json;
 }
@@ -82,9 +78,7 @@ void HtmlPage::Check(bool good) const {
     }
 }
 
-void HtmlPage::Write(const std::string& text) {
-    Check(std::fwrite(text.data(), 1, text.size(), _file) == text.size());
-}
+void HtmlPage::Write(const std::string& text) { Check(std::fwrite(text.data(), 1, text.size(), _file) == text.size()); }
 
 // The block of an input begins with its lines, for these come first.
 void HtmlPage::Open() {

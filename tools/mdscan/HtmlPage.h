@@ -18,7 +18,7 @@
 
 namespace Scan {
 
-inline constexpr int widestPagePicture = 256;      // pixels; of an event
+inline constexpr int widestPagePicture = 256;  // pixels; of an event
 
 class HtmlPage {
 public:

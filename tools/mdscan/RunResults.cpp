@@ -25,7 +25,8 @@ RunResults::RunResults(const Options& options, const std::vector<std::string>& i
         std::error_code error;
         fs::create_directories(options.heatmap, error);
         if (error || !fs::is_directory(options.heatmap, error)) {
-            throw OutputFailure(exitFailed, "cannot write into " + options.heatmap + ": " + (error ? error.message() : "is not a folder"));
+            throw OutputFailure(
+                exitFailed, "cannot write into " + options.heatmap + ": " + (error ? error.message() : "is not a folder"));
         }
     } else if (!options.heatmap.empty()) {
         _heat.emplace(options.heatmap, inputs);

@@ -23,7 +23,7 @@ public:
 
     // Of one input after another, each ended by Finish. Throw OutputFailure.
     void Line(const std::string& input, const std::string& line);
-    void Attach(const std::string& input, const std::string& text);        // as AttachedText made it
+    void Attach(const std::string& input, const std::string& text);  // as AttachedText made it
     void Finish(const std::string& input, const JobResult& result);
 
     // Completes all files; without it none remains. Throws OutputFailure.
@@ -38,7 +38,7 @@ private:
     ResultLines _lines;
     std::optional<CsvTable> _table;
     std::optional<HtmlPage> _page;
-    std::optional<ResultFile> _heat;       // of a single input
+    std::optional<ResultFile> _heat;  // of a single input
     CameraGrounds _cameras;
 };
 

@@ -42,7 +42,8 @@ Spool::Place Spool::Add(const std::string& text) {
 std::string Spool::Get(const Place& place) {
     std::string text(place.size, '\0');
     for (std::size_t done = 0; done < text.size();) {
-        const ssize_t got = pread(fileno(_file), text.data() + done, text.size() - done, place.offset + static_cast<long>(done));
+        const ssize_t got =
+            pread(fileno(_file), text.data() + done, text.size() - done, place.offset + static_cast<long>(done));
         Check(got > 0 || (got < 0 && errno == EINTR));
         done += static_cast<std::size_t>(std::max<ssize_t>(got, 0));
     }

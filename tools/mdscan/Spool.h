@@ -11,8 +11,8 @@ namespace Scan {
 class Spool {
 public:
     struct Place {
-        long offset;           // bytes
-        std::size_t size;      // bytes
+        long offset;       // bytes
+        std::size_t size;  // bytes
     };
 
     Spool() = default;
@@ -30,7 +30,7 @@ private:
     // Made when needed, gone with the process. Only its descriptor is used: children share the place where a stream stands, and
     // move it when they end.
     std::FILE* _file = nullptr;
-    long _size = 0;                        // bytes
+    long _size = 0;  // bytes
 };
 
 }  // namespace Scan

@@ -34,9 +34,10 @@ TEST(Attachment, GroundComesBack) {
 }
 
 TEST(Attachment, WhatIsNoneIsRefused) {
-    for (const char* text : {"", "{}", "[]", R"({"event":1})", R"({"grid":[6,4,2,3,2],"heat":[0,7],"background":""})",
-                             R"({"grid":[6,4,2,3,2],"heat":[0,5],"background":""})", R"({"grid":[0,0,0,0,0],"heat":[],"background":""})",
-                             R"({"grid":[6,4,2,3,2],"heat":[0,6],"background":"AAAA"})"}) {
+    for (const char* text :
+         {"", "{}", "[]", R"({"event":1})", R"({"grid":[6,4,2,3,2],"heat":[0,7],"background":""})",
+          R"({"grid":[6,4,2,3,2],"heat":[0,5],"background":""})", R"({"grid":[0,0,0,0,0],"heat":[],"background":""})",
+          R"({"grid":[6,4,2,3,2],"heat":[0,6],"background":"AAAA"})"}) {
         EXPECT_THROW(AttachmentOf(text), std::exception) << text;
     }
 }

@@ -26,9 +26,11 @@ TEST(CsvTable, NoTextIsAFormula) {
 }
 
 TEST(CsvTable, ARowHoldsTheFieldsOfTheLine) {
-    const std::string row = CsvRow("front door,1.mp4", R"({"type":"event","event":3,"start":1.25,"end":9.0,"peak":5.0,"start_frame":12,)"
-                                   R"("end_frame":90,"peak_frame":50,"frame_exact":true,"frames":17,"blocks":99,"zones":["gate","a;b"],)"
-                                   R"("boxes":[{"x":1,"y":2,"w":30,"h":40,"blocks":5},{"x":9,"y":9,"w":9,"h":9,"blocks":1}]})");
+    const std::string row =
+        CsvRow("front door,1.mp4",
+               R"({"type":"event","event":3,"start":1.25,"end":9.0,"peak":5.0,"start_frame":12,)"
+               R"("end_frame":90,"peak_frame":50,"frame_exact":true,"frames":17,"blocks":99,"zones":["gate","a;b"],)"
+               R"("boxes":[{"x":1,"y":2,"w":30,"h":40,"blocks":5},{"x":9,"y":9,"w":9,"h":9,"blocks":1}]})");
     EXPECT_EQ(row, "\"front door,1.mp4\",3,1.25,9.0,5.0,,,,12,90,50,true,17,99,gate;a;b,1,2,30,40,,,\r\n");
     const auto commas = [](const std::string& text) { return std::count(text.begin(), text.end(), ','); };
     EXPECT_EQ(commas(row), commas(CsvHead()) + 1) << "one more, within quotes";
@@ -36,7 +38,8 @@ TEST(CsvTable, ARowHoldsTheFieldsOfTheLine) {
 }
 
 TEST(CsvTable, TheFileIsTheLinesWhereItNamesOne) {
-    const std::string line = R"({"type":"event","file":"b.mp4","event":1,"thumbnail":"-p/b-1.jpg","clip":"c,1.mp4","clip_start":4.5})";
+    const std::string line =
+        R"({"type":"event","file":"b.mp4","event":1,"thumbnail":"-p/b-1.jpg","clip":"c,1.mp4","clip_start":4.5})";
     EXPECT_EQ(CsvRow("a.mp4", line), "b.mp4,1,,,,,,,,,,,,,,,,,,'-p/b-1.jpg,\"c,1.mp4\",4.5\r\n");
 }
 

@@ -40,7 +40,8 @@ protected:
     const fs::path _folder = fs::path(testing::TempDir()) / ("HtmlPageTest." + std::to_string(getpid()));
 };
 
-const std::string event = R"({"type":"event","file":"x","event":2,"start":4.5,"end":5.0,"boxes":[{"x":1},{"x":2}],"track":[1])";
+const std::string event =
+    R"({"type":"event","file":"x","event":2,"start":4.5,"end":5.0,"boxes":[{"x":1},{"x":2}],"track":[1])";
 
 TEST_F(HtmlPageTest, HoldsWhatCame) {
     HtmlPage page(Path(), {}, R"({"type":"scan","zones":["</script>"]})");

@@ -30,7 +30,8 @@ protected:
     }
 
     Names Arguments(const std::string& results, const Names& more) const {
-        Names arguments = {"--csv", In(results + ".csv"), "--report", In(results + ".html"), "--heatmap", In(results), "-o", In(results + ".jsonl")};
+        Names arguments = {"--csv",     In(results + ".csv"), "--report", In(results + ".html"),
+                           "--heatmap", In(results),          "-o",       In(results + ".jsonl")};
         arguments.insert(arguments.end(), more.begin(), more.end());
         arguments.push_back(In("videos"));
         return arguments;
@@ -47,7 +48,7 @@ TEST_F(RunResultsTest, AreTheSameForEveryRun) {
     EXPECT_EQ(Mdscan(Arguments("plain", {})).code, 1);
     EXPECT_EQ(Mdscan(Arguments("wide", {"-j", "3"})).code, 1);
     EXPECT_EQ(Mdscan(Arguments("begun", {"--resume", In("state")})).code, 1);
-    fs::remove(In("videos/gate/1.avi"));                   // cannot be scanned again, for one
+    fs::remove(In("videos/gate/1.avi"));  // cannot be scanned again, for one
     fs::copy_file(In("videos/gate/2.avi"), In("videos/gate/1.avi"));
     const Outcome changed = Mdscan(Arguments("changed", {"--resume", In("state")}));
     EXPECT_NE(changed.err.find(", 3 known from before"), std::string::npos) << changed.err;

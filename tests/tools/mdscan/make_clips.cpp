@@ -14,13 +14,15 @@ using namespace Scan;
 // A square crosses from `from` to `until`. created: time of day as the container holds it; empty: it does not.
 void Recording(const std::filesystem::path& path, double from, double until, const std::string& created) {
     const SquareScene scene{.width = 160, .height = 120, .seconds = 8, .from = from, .until = until};
-    const char* codec = HasEncoder("libx264") ? "libx264" : "mpeg4";       // the former plays in browsers
+    const char* codec = HasEncoder("libx264") ? "libx264" : "mpeg4";  // the former plays in browsers
     WriteEncoded({scene}, {.codec = codec, .container = "mp4", .headerFirst = true, .created = created}, path.string());
 }
 
 // What a live source sends: 25 pictures a second, a complete one every 0.4 s.
-void Broadcast(const std::filesystem::path& path, const char* codec, const char* container, double seconds, double from, double until) {
-    const SquareScene scene{.width = 160, .height = 120, .framesPerSecond = 25, .seconds = seconds, .from = from, .until = until};
+void Broadcast(const std::filesystem::path& path, const char* codec, const char* container, double seconds, double from,
+               double until) {
+    const SquareScene scene{
+        .width = 160, .height = 120, .framesPerSecond = 25, .seconds = seconds, .from = from, .until = until};
     WriteEncoded({scene}, {.codec = codec, .container = container, .groupSize = 10}, path.string());
 }
 
@@ -42,7 +44,7 @@ int main(int argc, char** argv) {
     std::filesystem::create_directories(folder / "yard");
     Recording(folder / "gate" / "1.mp4", 3, 5, "2019-05-04T08:00:00Z");
     Recording(folder / "gate" / "2.mp4", 4, 7, "2019-05-04T08:01:00Z");
-    Recording(folder / "gate" / "3.mp4", 4, 4, "");                        // nothing moves
+    Recording(folder / "gate" / "3.mp4", 4, 4, "");  // nothing moves
     Recording(folder / "yard" / "<script>alert(1)<!--.mp4", 3, 6, "2019-05-04T08:00:30Z");
     std::ifstream whole(folder / "gate" / "2.mp4", std::ios::binary);
     const std::string content(std::istreambuf_iterator<char>(whole), {});

@@ -65,7 +65,8 @@ class PageTest(unittest.TestCase):
     def scan(cls, name, *arguments):
         """The page of a run, and its events."""
         page = pathlib.Path(cls.folder.name, name)
-        done = subprocess.run([MDSCAN, "--report", str(page), *arguments], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        done = subprocess.run([MDSCAN, "--report", str(page), *arguments], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                              text=True)
         assert done.returncode in (0, 1), done.stderr
         lines = [json.loads(line) for line in done.stdout.splitlines()]
         return page, [line for line in lines if line["type"] == "event"]

@@ -4,10 +4,12 @@ function count(number, what) {
 }
 
 function summarize() {
-  const seconds = inputs.reduce((sum, input) => sum + input.seconds, 0), broken = inputs.filter((input) => input.status !== "complete");
+  const seconds = inputs.reduce((sum, input) => sum + input.seconds, 0);
+  const broken = inputs.filter((input) => input.status !== "complete");
   const moved = events.reduce((sum, event) => sum + event.length, 0);
   byId("summary").textContent = count(events.length, "event") + ", " + secondsText(moved, false) + " in all, of " +
-    secondsText(seconds, false) + " in " + count(inputs.length, "input") + (broken.length ? "; " + broken.length + " not read in full" : "") +
+    secondsText(seconds, false) + " in " + count(inputs.length, "input") +
+    (broken.length ? "; " + broken.length + " not read in full" : "") +
     (theEnd.left_out ? "; " + count(theEnd.left_out, "picture") + " left out to keep the page small" : "");
   const { type, schema, version, zones, excluded, ...settings } = scan;
   byId("settings").textContent = "mdscan " + version + ": " +
@@ -46,8 +48,8 @@ function showProblems() {
     place.append(item);
   }
   for (const gap of gaps) {
-    const item = make("li"), when = typeof gap.start === "number" ? ", " + secondsText(gap.start, true) + " to " + secondsText(gap.end, true) : "";
-    item.append(make("b", "gap "), make("span", gap.input.file + when + (gap.reason ? ": " + gap.reason : "")));
+    const item = make("li"), when = secondsText(gap.start, true) + " to " + secondsText(gap.end, true);
+    item.append(make("b", "gap "), make("span", gap.input.file + ", " + when + ": " + gap.reason));
     place.append(item);
   }
   byId("problems").hidden = !place.children.length;

@@ -167,7 +167,7 @@ function draw() {
     }
   }
   for (const gap of gaps) {
-    if (gap.input.row >= first && gap.input.row <= last && typeof gap.start === "number") {
+    if (gap.input.row >= first && gap.input.row <= last) {
       const left = xOf(origin(gap.input) + gap.start), right = xOf(origin(gap.input) + gap.end);
       pen.fillStyle = colors.gap;
       pen.fillRect(left, yOf(gap.input.row) + rowHeight / 2 - 1, Math.max(2, right - left), 2);
