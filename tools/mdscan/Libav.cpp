@@ -9,7 +9,6 @@
 #include <utility>
 
 extern "C" {
-#include <libavutil/avutil.h>
 #include <libavutil/error.h>
 #include <libavutil/log.h>
 #include <libavutil/mathematics.h>
@@ -37,11 +36,6 @@ void Remember(void* source, int level, const char* format, va_list arguments) {
     if (complaint.empty()) {
         complaint = std::move(text);
     }
-}
-
-std::string VersionText(unsigned version) {
-    return std::to_string(AV_VERSION_MAJOR(version)) + "." + std::to_string(AV_VERSION_MINOR(version)) + "." +
-           std::to_string(AV_VERSION_MICRO(version));
 }
 
 }  // namespace
@@ -97,12 +91,6 @@ std::optional<Ticks> TicksOf(std::int64_t time, AVRational base) {
     constexpr Ticks limit = Ticks{1} << 60;
     const Ticks ticks = time == AV_NOPTS_VALUE ? limit : av_rescale_q(time, base, tickBase);
     return ticks > -limit && ticks < limit ? std::optional(ticks) : std::nullopt;
-}
-
-std::string LibavVersions() {
-    return "FFmpeg " + std::string(av_version_info()) + " (libavformat " + VersionText(avformat_version()) + ", libavcodec " +
-           VersionText(avcodec_version()) + ", libavutil " + VersionText(avutil_version()) + ", libswscale " +
-           VersionText(swscale_version()) + ")";
 }
 
 }  // namespace Scan

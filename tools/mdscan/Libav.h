@@ -66,7 +66,4 @@ void CollectComplaints();
 // One line, empty when there was none.
 std::string TakeComplaint();
 
-// Versions of the libraries in use, one line.
-std::string LibavVersions();
-
 }  // namespace Scan

@@ -23,20 +23,14 @@
 #include "Report.h"
 #include "RunResults.h"
 #include "RunState.h"
+#include "Versions.h"
 #include "ZoneFile.h"
 #include "ZoneMask.h"
 #include "ZonePreview.h"
-#include "coreMD.hpp"
 
 namespace Scan {
 
 namespace {
-
-std::string VersionText() {
-    const auto [major, minor, patch] = coremd::LibraryVersion();
-    return "mdscan, coreMD " + std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(patch) + "\n" +
-           LibavVersions();
-}
 
 // Prints what the one scan finds.
 class Printer : public JobListener {
