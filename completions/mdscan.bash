@@ -29,13 +29,15 @@ _mdscan() {
     --background) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
     --heatmap) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
     --overlay) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
+    --at) ;;
+    --pixel) ;;
     *)
         if [[ $current == -* ]]; then
-            mapfile -t COMPREPLY < <(compgen -W '-h --help --version --config --write-config -j --jobs --resume -q --quiet --progress --start-time --reconnect --rate --block --shadows --min-size --min-blocks --merge-gap --min-duration --pre-roll --post-roll --zone --zones --mask --preview -o --output --csv --report --frames --track --thumbnails --clips --background --heatmap --overlay' -- "$current")
+            mapfile -t COMPREPLY < <(compgen -W '-h --help --version --config --write-config -j --jobs --resume -q --quiet --progress --start-time --reconnect --rate --block --shadows --min-size --min-blocks --merge-gap --min-duration --pre-roll --post-roll --zone --zones --mask --preview -o --output --csv --report --frames --track --thumbnails --clips --background --heatmap --overlay --at --pixel --json' -- "$current")
         else
             compopt -o filenames
             mapfile -t COMPREPLY < <(compgen -f -- "$current")
-            ((COMP_CWORD > 1)) || [[ zones != "$current"* ]] || COMPREPLY+=(zones)
+            ((COMP_CWORD > 1)) || mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(compgen -W 'explain zones' -- "$current")
         fi
         ;;
     esac

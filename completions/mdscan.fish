@@ -32,3 +32,6 @@ complete -c mdscan -l clips -x -a '(__fish_complete_directories)' -d 'Write the 
 complete -c mdscan -l background -r -d 'Write the learned background; of several inputs, a folder of them'
 complete -c mdscan -l heatmap -r -d 'Write where it moved; of several inputs, a folder of them'
 complete -c mdscan -l overlay -r -d 'Write the video with boxes, blocks, times and zones drawn'
+complete -c mdscan -l at -x -d 'The moment in question, in seconds or as hh:mm:ss'
+complete -c mdscan -l pixel -x -d 'Instead of it, a pixel of the block'
+complete -c mdscan -l json -d 'Answer with one JSON object'

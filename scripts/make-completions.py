@@ -22,11 +22,13 @@ def options(mdscan):
     spec = importlib.util.spec_from_file_location("make_man", ROOT / "scripts/make-man.py")
     make_man = importlib.util.module_from_spec(spec)
     spec.loader.exec_module(make_man)
-    text = subprocess.run([mdscan, "--help"], stdout=subprocess.PIPE, text=True, check=True).stdout
+    why = make_man.options_of(make_man.group_of(make_man.help_of(mdscan, "explain"), "Why"))
     found = []
-    for words, description in make_man.options_of(text):
+    for words, description in make_man.options_of(make_man.help_of(mdscan)) + why:
         names, _, rest = words.partition(" ")
-        found.append((names.split(","), rest.replace("...", "").partition("=")[0].strip(), description))
+        if any(names.split(",") == others for others, _, _ in found):
+            continue                            # --block: a size in a scan, a place or a size in explain
+        found.append((names.split(","), re.sub(r"\.\.\.|REQUIRED", "", rest).partition("=")[0].strip(), description))
     if not found:
         sys.exit("make-completions.py: mdscan --help names no option")
     return found
@@ -58,7 +60,7 @@ def bash(all_options):
             f"            mapfile -t COMPREPLY < <(compgen -W '{every}' -- \"$current\")\n"
             "        else\n            compopt -o filenames\n"
             "            mapfile -t COMPREPLY < <(compgen -f -- \"$current\")\n"
-            "            ((COMP_CWORD > 1)) || [[ zones != \"$current\"* ]] || COMPREPLY+=(zones)\n"
+            "            ((COMP_CWORD > 1)) || mapfile -t -O \"${#COMPREPLY[@]}\" COMPREPLY < <(compgen -W 'explain zones' -- \"$current\")\n"
             "        fi\n        ;;\n    esac\n}\ncomplete -F _mdscan mdscan\n")
 
 

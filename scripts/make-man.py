@@ -27,6 +27,12 @@ def plain(text):
     return "\\&" + text if text[:1] in ".'" else text
 
 
+def group_of(help_text, name):
+    """The part of the help below the heading that begins with this name, and the heading."""
+    match = re.search(rf"^{name}\b.*:\n(?: .*\n)*", help_text, re.MULTILINE)
+    return match[0] if match else ""
+
+
 def options_of(help_text):
     """(words, description) of every option, in order. Descriptions begin in column 28 or on the line below."""
     options, in_options = [], False
@@ -49,7 +55,7 @@ def items(options):
     for words, description in options:
         names, _, rest = words.partition(" ")
         flags = " , ".join("Fl " + plain(name[1:]) for name in names.split(","))
-        rest = rest.replace("...", "").strip()
+        rest = rest.replace("...", "").replace("REQUIRED", "").strip()
         metavariable, _, shown = rest.partition("=")
         lines.append(f".It {flags}" + (f" Ar {plain(metavariable)}" if metavariable else "") +
                      (f" Bq {plain(shown)}" if shown else ""))
@@ -57,15 +63,20 @@ def items(options):
     return "\n".join(lines)
 
 
+def help_of(mdscan, *command):
+    return subprocess.run([mdscan, *command, "--help"], stdout=subprocess.PIPE, text=True, check=True).stdout
+
+
 def page_of(mdscan):
-    done = subprocess.run([mdscan, "--help"], stdout=subprocess.PIPE, text=True, check=True)
-    options = options_of(done.stdout)
-    if not options:
-        sys.exit("make-man.py: mdscan --help names no option")
+    options = options_of(help_of(mdscan))
+    why = options_of(group_of(help_of(mdscan, "explain"), "Why"))
+    if not options or not why:
+        sys.exit("make-man.py: mdscan --help or mdscan explain --help names no option")
     return (TEMPLATE.read_text()
             .replace("@GENERATED@", "Written by scripts/make-man.py from mdscan.1.in and mdscan --help: change those.")
             .replace("@VERSION@", version())
-            .replace("@OPTIONS@", items(options)))
+            .replace("@OPTIONS@", items(options))
+            .replace("@EXPLAIN@", items(why)))
 
 
 def main():

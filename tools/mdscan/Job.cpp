@@ -96,7 +96,7 @@ void Job::Scan() {
     if (_decoder.IsLive()) {
         _listener.OnLive();
     }
-    while (!Interrupted() && _decoder.Next()) {
+    while (!Interrupted() && !_listener.HasEnough() && _decoder.Next()) {
         PrintGap(_decoder.TakeGap());
         const AVFrame& frame = _decoder.Frame();
         if (_clips) {
@@ -131,6 +131,7 @@ void Job::Analyse(const AVFrame& frame, Ticks time) {
     if (_clips) {
         _clips->Follow(_events.Running(), _printed + 1);
     }
+    _listener.OnFrame(*_watcher, findings, NumberAt(time));
     if ((!_options.thumbnails.empty() || !_options.report.empty()) && _events.PeaksNow()) {
         _peak.reset(av_frame_clone(&frame));               // shares the picture
     }
@@ -144,6 +145,7 @@ void Job::PrintEvent(const std::optional<Event>& event) {
         return;
     }
     ++_printed;
+    _listener.OnEvent(*event);
     EventExtras extras{.start = NumberAt(event->start), .end = NumberAt(event->end), .peak = NumberAt(event->peak), .clock = Clock(),
                        .zones = WatchedNames(_options.allZones), .track = _options.track};
     if (_peak && !_options.report.empty()) {

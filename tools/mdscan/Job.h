@@ -33,6 +33,12 @@ public:
     virtual void OnLive() {}
     // Once per picture. done: 0 to 1.
     virtual void OnPicture(double done, const Tally& tally) = 0;
+    // An event is over; before its line.
+    virtual void OnEvent(const Event&) {}
+    // Once per analysed frame, after events that it ended. May throw Failure.
+    virtual void OnFrame(Watcher&, const Findings&, const PictureNumber&) {}
+    // True ends the job: nothing more is to be learned from it.
+    virtual bool HasEnough() const { return false; }
 };
 
 class Job {

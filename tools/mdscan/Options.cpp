@@ -15,6 +15,7 @@
 
 #include "ConfigFile.h"
 #include "Failure.h"
+#include "OptionValues.h"
 
 namespace Scan {
 
@@ -26,17 +27,23 @@ constexpr int mostJobs = 256;
 constexpr int mostMovingBlocks = 1'000'000;
 constexpr int largestBlock = 64;           // pixels; as much as the block reducer sums
 
-constexpr const char* about = "Finds motion in videos and prints when and where, as JSON lines.";
+constexpr const char* about = "Finds motion in videos, prints when and where as JSON lines; mdscan explain tells why, or why not.";
+constexpr const char* aboutExplain = "Tells why a block was motion at a moment of a video, or why it was not.";
 
 // Headings of the help, each with an example.
 constexpr const char* inputGroup = "Inputs, as in: mdscan -j 2 --resume march.state -o march.jsonl recordings/2026-03";
 constexpr const char* motionGroup = "What counts, as in: mdscan --shadows --min-size 0.1 --merge-gap 5 garden.mp4";
 constexpr const char* zoneGroup = "Where, as in: mdscan --zone 0,0.5,1,0.5 street.mp4; mdscan zones --preview p.png street.mp4";
+constexpr const char* whyGroup = "Why, as in: mdscan explain street.mp4 --at 1:02.5 --block 40,22";
 constexpr const char* resultGroup = "Results, as in: mdscan --thumbnails pictures --overlay boxes.mp4 door.mp4";
 
 constexpr const char* footer =
     "Prints one JSON object per event; man mdscan explains it, zone files and all else.\n"
     "Exit codes: 0 motion found; 1 an input failed, in part or whole; 2 bad usage; 3 no motion found.\n";
+
+constexpr const char* explainFooter =
+    "Explains the scan with the same options: the picture analysed last by then, and the event that it belongs to.\n"
+    "Exit codes: 0 explained; 1 the video failed, in part or whole; 2 bad usage.\n";
 
 // A number within bounds; NaN is in no bounds.
 CLI::Validator Within(double low, double high) {
@@ -96,6 +103,31 @@ CLI::Validator IsStyle() {
         "");
 }
 
+CLI::Validator IsMoment() {
+    return CLI::Validator(
+        [](std::string& value) {
+            return ReadTime(value) ? std::string() : "must be seconds or hh:mm:ss, not " + value;
+        },
+        "");
+}
+
+CLI::Validator IsPlace() {
+    return CLI::Validator(
+        [](std::string& value) {
+            return ReadPlace(value) ? std::string() : "must be x,y, two whole numbers from 0, not " + value;
+        },
+        "");
+}
+
+// Of explain's --block: a place, or a size as everywhere else.
+CLI::Validator IsPlaceOrSize() {
+    return CLI::Validator(
+        [](std::string& value) {
+            return value.find(',') == std::string::npos ? Within(0, largestBlock)(value) : IsPlace()(value);
+        },
+        "");
+}
+
 std::string OneLine(std::string text) {
     std::replace(text.begin(), text.end(), '\n', ' ');
     return text;
@@ -134,8 +166,38 @@ namespace {
 // Thrown out of the parser by --write-config.
 struct CallForTemplate {};
 
-// All that can be said on the command line, and most of it in a configuration file. Values go to the options and to zones.
-void Declare(CLI::App& app, Options& options, std::vector<std::string>& zones, const std::string& version) {
+// What options say that is not a plain value.
+struct Words {
+    std::vector<std::string> zones;
+    std::vector<std::string> blocks;       // of explain: places and sizes
+    std::string at;
+    std::string pixel;
+};
+
+// Explain scans, and writes no results: it knows what decides what is found, and its question.
+void TurnIntoExplain(CLI::App& app, Options& options, Words& words) {
+    app.footer(explainFooter);
+    app.get_option("input")->description("The video");
+    for (CLI::Option* option : app.get_options()) {
+        bool isOfScan = option->get_group() == resultGroup;
+        for (const char* name : {"--write-config", "--jobs", "--resume", "--start-time", "--reconnect", "--preview", "--block"}) {
+            isOfScan = isOfScan || option->check_name(name);
+        }
+        if (isOfScan) {
+            app.remove_option(option);
+        }
+    }
+    app.option_defaults()->group(whyGroup);
+    app.add_option("--at", words.at, "The moment in question, in seconds or as hh:mm:ss")->required()
+        ->check(IsMoment())->type_name("TIME")->default_str("");
+    app.add_option("--block", words.blocks, "Column and row of the block; a single number is the block size")
+        ->check(IsPlaceOrSize())->type_name("X,Y")->allow_extra_args(false)->default_str("");
+    app.add_option("--pixel", words.pixel, "Instead of it, a pixel of the block")->check(IsPlace())->type_name("X,Y")->default_str("");
+    app.add_flag("--json", options.question.json, "Answer with one JSON object");
+}
+
+// All that can be said on the command line, and most of it in a configuration file. Values go to the options and to words.
+void Declare(CLI::App& app, Options& options, Words& words, const std::string& version) {
     app.footer(footer);
     app.option_defaults()->always_capture_default();
     app.get_formatter()->column_width(28);
@@ -183,7 +245,7 @@ void Declare(CLI::App& app, Options& options, std::vector<std::string>& zones, c
         ->check(Within(0, longestTime))->type_name("S");
 
     app.option_defaults()->group(zoneGroup);
-    app.add_option("--zone", zones, "Only within this rectangle, in fractions of the picture; repeatable")
+    app.add_option("--zone", words.zones, "Only within this rectangle, in fractions of the picture; repeatable")
         ->check(IsZone())->type_name("X,Y,W,H")->allow_extra_args(false)->default_str("");
     app.add_option("--zones", options.zoneFile, "Only within the zones of this file; events name them")
         ->type_name("FILE.json")->default_str("");
@@ -209,6 +271,34 @@ void Declare(CLI::App& app, Options& options, std::vector<std::string>& zones, c
         ->type_name("FILE.png")->default_str("");
     app.add_option("--overlay", options.overlay, "Write the video with boxes, blocks, times and zones drawn")
         ->type_name("FILE.mp4")->default_str("");
+
+    if (options.explain) {
+        TurnIntoExplain(app, options, words);
+    }
+}
+
+// Puts words in their places. Empty, or what is wrong with them.
+std::string TakeIn(const Words& words, Options& options) {
+    for (const std::string& zone : words.zones) {
+        options.zones.push_back(ReadZone(zone).value());
+    }
+    if (!options.explain) {
+        return options.showZones || options.preview.empty() ? "" : "--preview belongs to \"mdscan zones\"";
+    }
+    Question& question = options.question;
+    question.at = ReadTime(words.at).value();
+    for (const std::string& block : words.blocks) {
+        if (const std::optional<std::array<int, 2>> place = ReadPlace(block)) {
+            if (question.block) {
+                return "--block names two blocks";
+            }
+            question.block = place;
+        } else {
+            options.blockSize = static_cast<int>(std::strtod(block.c_str(), nullptr));
+        }
+    }
+    question.pixel = words.pixel.empty() ? std::nullopt : ReadPlace(words.pixel);
+    return question.block.has_value() != question.pixel.has_value() ? "" : "mdscan explain wants either --block X,Y or --pixel X,Y";
 }
 
 // Takes the words in the order in which they stand.
@@ -230,9 +320,9 @@ std::string WordOf(const Setting& setting, const std::string& path) {
         }
     };
     Options trial;
-    std::vector<std::string> zones;
+    Words words;
     CLI::App app;
-    Declare(app, trial, zones, "");
+    Declare(app, trial, words, "");
     const CLI::Option* option = app.get_option_no_throw("--" + setting.name);
     expect(option && option->get_configurable(), "unknown name \"" + setting.name + "\", mdscan --write-config lists those known");
     const bool isSwitch = setting.value == "true" || setting.value == "false";
@@ -258,7 +348,7 @@ std::vector<std::string> WordsOfFile(const std::string& path, const CLI::App& gi
             throw Failure(exitUsage, PlaceInConfig(path, setting.line, setting.name + " is given twice, first in line " +
                                                                            std::to_string(earlier->second)));
         }
-        if (option && option->count() == 0) {
+        if (option && (option->count() == 0 || setting.name == "block")) {     // the last --block wins, see TakeIn
             words.push_back(word);
         }
     }
@@ -294,10 +384,12 @@ void RefuseSameFileTwice(const Options& options, bool several) {
 Parsed ParseOptions(const std::vector<std::string>& all, const std::string& version, const std::string& usualConfig) {
     Options options;
     options.showZones = !all.empty() && all.front() == "zones";
-    std::vector<std::string> words(all.begin() + (options.showZones ? 1 : 0), all.end());
-    std::vector<std::string> zones;
-    CLI::App app(about, "mdscan");
-    Declare(app, options, zones, version);
+    options.explain = !all.empty() && all.front() == "explain";
+    const bool isCommand = options.showZones || options.explain;
+    std::vector<std::string> words(all.begin() + (isCommand ? 1 : 0), all.end());
+    Words notPlain;
+    CLI::App app(options.explain ? aboutExplain : about, options.explain ? "mdscan explain" : "mdscan");
+    Declare(app, options, notPlain, version);
     const auto refuse = [](const std::string& what) { return Parsed{std::nullopt, exitUsage, "mdscan: " + what + "\n"}; };
     try {
         Parse(app, words);
@@ -318,11 +410,9 @@ Parsed ParseOptions(const std::vector<std::string>& all, const std::string& vers
     } catch (const Failure& failure) {
         return refuse(failure.what());
     }
-    for (const std::string& zone : zones) {
-        options.zones.push_back(ReadZone(zone).value());
-    }
-    if (!options.showZones && !options.preview.empty()) {
-        return refuse("--preview belongs to \"mdscan zones\" (see mdscan --help)");
+    const std::string trouble = TakeIn(notPlain, options);
+    if (!trouble.empty()) {
+        return refuse(trouble + " (see mdscan --help)");
     }
     return {options, exitComplete, ""};
 }

@@ -1,6 +1,7 @@
 // What does the user want?  The command line as a record; main reads it once.
 #pragma once
 
+#include <array>
 #include <optional>
 #include <string>
 #include <vector>
@@ -9,6 +10,14 @@
 #include "ZoneMask.h"
 
 namespace Scan {
+
+// Of "mdscan explain".
+struct Question {
+    double at = -1;                            // seconds
+    std::optional<std::array<int, 2>> block;   // column and row
+    std::optional<std::array<int, 2>> pixel;   // instead of it, x and y
+    bool json = false;                         // answer in JSON
+};
 
 struct Options {
     std::vector<std::string> inputs;   // files, folders, patterns, "-"
@@ -30,6 +39,8 @@ struct Options {
     std::vector<Zone> allZones;    // all of these; filled by main, not by the command line. None: the whole picture
     bool showZones = false;        // draw zones instead of scanning: "mdscan zones"
     std::string preview;           // file to draw them into; empty: none
+    bool explain = false;          // look into one moment instead: "mdscan explain"
+    Question question = {};        // then
     bool frames = false;           // one line per analysed frame, too
     std::string background;        // file to write, of several inputs a folder; empty: none
     std::string overlay;           // likewise

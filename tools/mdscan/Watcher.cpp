@@ -65,12 +65,13 @@ void Watcher::AddZones() {
     if (!named) {
         watched.push_back(RectangleZone("", {0, 0, 1, 1}));
     }
-    const std::vector<std::uint8_t> excluded = ExcludedBlocks(_rules.zones, _grid);
-    _isWatched.assign(excluded.size(), 0);
-    _zonesOfBlock.assign(named ? excluded.size() : 0, 0);
+    _excluded = ExcludedBlocks(_rules.zones, _grid);
+    _isWatched.assign(_excluded.size(), 0);
+    _zonesOfBlock.assign(named ? _excluded.size() : 0, 0);
     for (std::size_t i = 0; i < watched.size(); ++i) {
         const auto minSize = static_cast<float>(watched[i].minSize.value_or(_rules.minSize));
-        const std::vector<std::uint8_t> mask = WatchedBlocks(watched[i], excluded, _grid);
+        _watched.push_back({watched[i].name, WatchedBlocks(watched[i], _excluded, _grid), minSize});
+        const std::vector<std::uint8_t>& mask = _watched.back().mask;
         _detector.AddZone({.mask = mask, .columns = _grid.columns, .rows = _grid.rows,
                            .minObjectWidth = minSize, .minObjectHeight = minSize});
         for (std::size_t block = 0; block < mask.size(); ++block) {

@@ -13,6 +13,7 @@
 
 #include "Batch.h"
 #include "ConfigFile.h"
+#include "Explain.h"
 #include "Failure.h"
 #include "Inputs.h"
 #include "Interruption.h"
@@ -150,6 +151,10 @@ int Main(const std::vector<std::string>& arguments) {
         options.allZones = AllZones(options);
         if (options.showZones) {
             return ShowZones(options);
+        }
+        if (options.explain) {
+            Progress progress(StyleOf(options));
+            return Explain(options, progress);
         }
         for (const std::string& folder : {options.thumbnails, options.clips}) {
             if (!folder.empty()) {

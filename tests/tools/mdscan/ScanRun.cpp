@@ -116,6 +116,15 @@ Outcome Mdscan(const std::vector<std::string>& arguments, const Surroundings& su
     return run;
 }
 
+Said MdscanSaying(const std::vector<std::string>& arguments) {
+    const Outputs outputs{Scratch("out"), Scratch("err")};
+    const int code = CodeOf(Start(arguments, outputs));
+    Said said{code, Content(outputs.out), Content(outputs.err)};
+    unlink(outputs.out.c_str());
+    unlink(outputs.err.c_str());
+    return said;
+}
+
 Outcome MdscanSignalled(const std::vector<std::string>& arguments, int signal, int milliseconds) {
     const Outputs outputs{Scratch("out"), Scratch("err")};
     const pid_t child = Start(arguments, outputs);

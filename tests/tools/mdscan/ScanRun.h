@@ -28,6 +28,14 @@ int ProcessId();
 // A line of standard output that is not JSON fails the test, and so does a first line that is not of type scan.
 Outcome Mdscan(const std::vector<std::string>& arguments, const Surroundings& surroundings = {});
 
+// What it says word by word, JSON or not.
+struct Said {
+    int code;
+    std::string out;
+    std::string err;
+};
+Said MdscanSaying(const std::vector<std::string>& arguments);
+
 // Sends the signal after so many milliseconds, unless the program has ended by then.
 Outcome MdscanSignalled(const std::vector<std::string>& arguments, int signal, int milliseconds);
 

@@ -17,6 +17,8 @@ completed() {
 [[ $(completed --progress j) == json ]] || fail "--progress j becomes '$(completed --progress j)'"
 [[ $(completed --rate "") == "" ]] || fail "a number is completed"
 [[ $(completed zon) == zones ]] || fail "zon becomes '$(completed zon)'"
+[[ $(completed expl) == explain ]] || fail "expl becomes '$(completed expl)'"
+[[ $(completed explain --pi) == --pixel ]] || fail "explain --pi becomes '$(completed explain --pi)'"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 touch "$work/a video.mp4"

@@ -45,7 +45,10 @@ class SchemaTest(unittest.TestCase):
             cls.runs = [run("--progress", "json", *everything, folder),
                         run("--progress", "json", f"{folder}/gate/1.mp4"),
                         run("zones", "--preview", f"{folder}/preview.png", "--zones", str(zones), f"{folder}/gate/1.mp4")]
-        cls.lines = [line for out, err in cls.runs for line in out + err]
+            # Before anything is judged, and within the square, when its background is known.
+            cls.answers = [run("explain", "--json", "--at", at, "--pixel", "150,60", *more, f"{folder}/gate/2.mp4")[0][0]
+                           for at, more in (("0.1", []), ("6.6", []), ("6.6", ["--shadows"]))]
+        cls.lines = [line for out, err in cls.runs for line in out + err] + cls.answers
 
     def test_every_line_is_valid(self):
         for line in self.lines:
