@@ -21,7 +21,8 @@ import live_scan
 
 MDSCAN, MAKE_CLIPS, SCHEMA = sys.argv[1:4]
 SHORT = 8  # seconds that short.ts lasts
-EAGER = ["--rate", "0", "--merge-gap", "0.3", "--min-duration", "0.1"]
+SOON = 5  # seconds; enough for a busy machine, less than whatever is waited for otherwise
+EAGER = ["--block", "4", "--rate", "0", "--merge-gap", "0.3", "--min-duration", "0.1"]
 
 
 class Camera(http.server.BaseHTTPRequestHandler):
@@ -44,7 +45,7 @@ class Camera(http.server.BaseHTTPRequestHandler):
             self.send_header("Content-Length", str(len(Camera.clip)))
         self.end_headers()
         if path == "/stall":
-            self.pace(0.8)
+            self.pace(1.6)
             time.sleep(30)
         elif path == "/file":
             self.wfile.write(Camera.clip)
@@ -86,12 +87,11 @@ class LiveHttpTest(unittest.TestCase):
         return f"http://{user}127.0.0.1:{self.server.server_port}{path}"
 
     def test_goes_on_after_a_cut_and_ends_when_told(self):
-        scan = live_scan.Scan(MDSCAN, *EAGER, "--clips", self.folder.name + "/clips", self.url("/cut"))
-        scan.wait_for(lambda scan: scan.of("gap"))
-        time.sleep(1.6)  # something moves again by then
+        scan = live_scan.Scan(MDSCAN, *EAGER, "--frames", "--clips", self.folder.name + "/clips", self.url("/cut"))
+        scan.wait_for(lambda scan: len(self.moving_since_gap(scan)) > 5)
         code, took = scan.end(signal.SIGTERM)
         self.assertEqual(code, 0, scan.said)
-        self.assertLess(took, 1.5)
+        self.assertLess(took, SOON)
         gaps, events = scan.of("gap"), scan.of("event")
         self.assertEqual(len(gaps), 1, scan.lines)
         gap = gaps[0]
@@ -109,6 +109,11 @@ class LiveHttpTest(unittest.TestCase):
         self.assertIn("; 1 gap;", scan.said)
         live_scan.check(self, scan.lines, SCHEMA)
 
+    @staticmethod
+    def moving_since_gap(scan):
+        gaps = scan.of("gap")
+        return [frame for frame in scan.of("frame") if gaps and frame["time"] > gaps[0]["end"] and frame["objects"]]
+
     def test_gives_up_when_nothing_comes_back(self):
         scan = live_scan.Scan(MDSCAN, *EAGER, "--reconnect", "1", self.url("/gone"))
         code, _ = scan.end()
@@ -119,17 +124,18 @@ class LiveHttpTest(unittest.TestCase):
         self.assertEqual(len(scan.of("gap")), 1, "up to the end of the scan")
 
     def test_is_interrupted_while_nothing_comes(self):
-        scan = live_scan.Scan(MDSCAN, *EAGER, self.url("/stall"))
-        time.sleep(1.5)
+        scan = live_scan.Scan(MDSCAN, *EAGER, "--frames", self.url("/stall"))
+        scan.wait_for(lambda scan: scan.of("frame"))
+        time.sleep(1)  # the last picture has come by then
         code, took = scan.end(signal.SIGINT)
-        self.assertLess(took, 1.5)
+        self.assertLess(took, SOON)
         self.assertIn(code, (0, 3), scan.said)
         self.assertFalse(scan.of("gap"), "it did not break")
 
     def test_several_sources_run_beside_files(self):
         clip = str(pathlib.Path(self.folder.name, "short.ts"))
         scan = live_scan.Scan(MDSCAN, *EAGER, self.url("/a"), self.url("/b", "me:secret@"), clip)
-        scan.wait_for(lambda scan: scan.of("file") and len({line["file"] for line in scan.of("event")}) == 3, 8)
+        scan.wait_for(lambda scan: scan.of("file") and len({line["file"] for line in scan.of("event")}) == 3)
         scan.end(signal.SIGTERM)
         self.assertEqual(scan.of("file")[0]["file"], clip, "it does not wait for sources that have no end")
         self.assertEqual({line["file"] for line in scan.lines if "file" in line}, {self.url("/a"), self.url("/b"), clip})
@@ -141,10 +147,9 @@ class LiveHttpTest(unittest.TestCase):
 
     def test_a_finished_download_is_a_file(self):
         scan = live_scan.Scan(MDSCAN, *EAGER, self.url("/file"))
-        code, took = scan.end()
+        code, _ = scan.end()
         self.assertEqual(code, 0, scan.said)
         self.assertEqual(Camera.served["/file"], 1)
-        self.assertLess(took, 5)
         self.assertIn("200 pictures (8.0 s)", scan.said)
         self.assertFalse(scan.of("gap"))
 
@@ -152,7 +157,7 @@ class LiveHttpTest(unittest.TestCase):
         scan = live_scan.Scan(MDSCAN, "tcp://127.0.0.1:1")
         code, took = scan.end()
         self.assertEqual(code, 1)
-        self.assertLess(took, 2)
+        self.assertLess(took, SOON)
         self.assertIn("cannot open: Connection refused", scan.said)
 
     def test_a_stalled_pipe_is_left_at_the_first_signal(self):
@@ -166,7 +171,7 @@ class LiveHttpTest(unittest.TestCase):
         took = time.monotonic() - begin
         process.communicate()
         self.assertEqual((code, said), (1, "mdscan: -: interrupted\n"))
-        self.assertLess(took, 1)
+        self.assertLess(took, SOON)
 
 
 def main():

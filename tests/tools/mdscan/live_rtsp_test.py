@@ -49,7 +49,7 @@ class LiveRtspTest(unittest.TestCase):
                 camera.kill()
                 code, took = scan.end(signal.SIGINT)
         self.assertEqual(code, 0, scan.said)
-        self.assertLess(took, 1.5)
+        self.assertLess(took, 5)
         events, gaps = scan.of("event"), scan.of("gap")
         self.assertEqual(len(events), 2, scan.lines)
         self.assertGreaterEqual(len(gaps), 1, scan.lines)
