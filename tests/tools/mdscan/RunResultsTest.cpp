@@ -45,9 +45,8 @@ protected:
 
 TEST_F(RunResultsTest, AreTheSameForEveryRun) {
     MakeFolder();
-    EXPECT_EQ(Mdscan(Arguments("plain", {})).code, 1);
+    EXPECT_EQ(Mdscan(Arguments("plain", {"--resume", In("state")})).code, 1);
     EXPECT_EQ(Mdscan(Arguments("wide", {"-j", "3"})).code, 1);
-    EXPECT_EQ(Mdscan(Arguments("begun", {"--resume", In("state")})).code, 1);
     fs::remove(In("videos/gate/1.avi"));  // cannot be scanned again, for one
     fs::copy_file(In("videos/gate/2.avi"), In("videos/gate/1.avi"));
     const Outcome changed = Mdscan(Arguments("changed", {"--resume", In("state")}));
@@ -56,7 +55,6 @@ TEST_F(RunResultsTest, AreTheSameForEveryRun) {
     EXPECT_NE(resumed.err.find(", 4 known from before"), std::string::npos) << resumed.err;
     EXPECT_GT(Read("plain.html").size(), 20'000u);
     EXPECT_EQ(All("wide"), All("plain"));
-    EXPECT_EQ(All("begun"), All("plain"));
     EXPECT_EQ(All("resumed"), All("changed"));
     EXPECT_NE(All("changed"), All("plain"));
     EXPECT_NE(Read("plain.html").find("\"picture\":\"/9j/"), std::string::npos) << "events have pictures";
