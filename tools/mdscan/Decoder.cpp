@@ -197,16 +197,36 @@ void Decoder::Tell(PacketListener& listener) {
     listener.OnStream(_facts->Stream());
 }
 
+void Decoder::ShowInstead(StandIn standIn) {
+    _standIn = std::move(standIn);
+    LoseCount();
+}
+
+void Decoder::ShowGroupStarts() {
+    _startsOnly = true;
+    LoseCount();
+}
+
 bool Decoder::Next() {
     _askedAt = SteadyTicks(std::chrono::steady_clock::now());
     while (_live || _failuresInARow < patience) {
         const int result = avcodec_receive_frame(_codec.get(), _frame.get());
+        if (result == AVERROR_EOF && _emptying) {
+            avcodec_flush_buffers(_codec.get());
+            _emptying = _fed = false;
+            continue;
+        }
         if (result == AVERROR_EOF && _pending) {
             GoOnBehindHole();
             continue;
         }
         if (result == AVERROR_EOF || _isOver) {
             break;
+        }
+        if (result == AVERROR(EAGAIN) && _instead) {
+            _frame = std::move(_instead);
+            AcceptFrame();
+            return true;
         }
         if (result == AVERROR(EAGAIN)) {
             _live ? FeedLive() : Feed();
@@ -220,6 +240,7 @@ bool Decoder::Next() {
     if (_leftOut) {
         CountLeftOut(_leftOut->Rest());
     }
+    _time = std::max(_time, _reached);
     CheckEnd();
     return false;
 }
@@ -258,17 +279,39 @@ void Decoder::Feed() {
         if ((_packet->flags & AV_PKT_FLAG_CORRUPT) != 0) {
             NoteDamage("incomplete packet");
         }
-        ChooseDiscard();
         Send(*_packet);
     }
     av_packet_unref(_packet.get());
 }
 
+// Does the packet belong to what is not decoded?  Asks for every group that begins.
+bool Decoder::IsPassedBy(const AVPacket& packet, std::int64_t number) {
+    const std::optional<Ticks> time = TicksOf(packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts, _facts->timeBase);
+    const bool begins = (packet.flags & AV_PKT_FLAG_KEY) != 0 && time && _groups.Begins(*time);
+    if (begins && _standIn) {
+        _instead = _standIn(*time);
+        _passing = _instead != nullptr;
+        if (_instead) {
+            _instead->reordered_opaque = number;                   // another decoder's until now
+        }
+        if (_passing && _fed) {
+            _emptying = true;
+            avcodec_send_packet(_codec.get(), nullptr);
+        }
+    }
+    const bool isPassedBy = _passing || (_startsOnly && !begins);
+    if (isPassedBy && !begins) {                                   // the first one is shown
+        ++_passedBy;
+        _reached = std::max(_reached, time.value_or(0) + _later);
+    }
+    return isPassedBy;
+}
+
 // Of the packet that is about to be decoded.
-void Decoder::ChooseDiscard() {
-    const bool cutAway = (_packet->flags & AV_PKT_FLAG_DISCARD) != 0;  // by a list of edits: never shown, never counted
+void Decoder::ChooseDiscard(const AVPacket& packet) {
+    const bool cutAway = (packet.flags & AV_PKT_FLAG_DISCARD) != 0;    // by a list of edits: never shown, never counted
     const bool may = _leftOut && !cutAway &&
-                     _leftOut->May(TicksOf(_packet->pts, _stream->time_base), TicksOf(_packet->dts, _stream->time_base), _later);
+                     _leftOut->May(TicksOf(packet.pts, _facts->timeBase), TicksOf(packet.dts, _facts->timeBase), _later);
     _codec->skip_frame = may ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
 }
 
@@ -276,7 +319,18 @@ void Decoder::Send(const AVPacket& packet) {
     if (_listener) {
         _listener->OnPacket(packet, _packets);
     }
-    _codec->reordered_opaque = _packets++;
+    const std::int64_t number = _packets++;
+    if (!_live && IsPassedBy(packet, number)) {
+        if (_leftOut) {
+            _leftOut->Pass(TicksOf(packet.dts, _facts->timeBase));
+        }
+        return;
+    }
+    if (!_live) {
+        ChooseDiscard(packet);
+    }
+    _fed = true;
+    _codec->reordered_opaque = number;
     const int sent = avcodec_send_packet(_codec.get(), &packet);
     if (sent < 0 && sent != AVERROR(EAGAIN)) {
         NoteDamage(ErrorText(sent));

@@ -14,6 +14,7 @@
 #include "LiveClock.h"
 #include "LiveSource.h"
 #include "PacketListener.h"
+#include "PictureGroups.h"
 #include "PictureNumbers.h"
 #include "PipeReader.h"
 #include "WallClock.h"
@@ -56,10 +57,18 @@ public:
     // they had been shown. Where that is not known beforehand, nothing is left out.
     void LeaveOutUnless(LeftOut::Needed needed);
 
+    // From now on, the stream is taken apart into groups: of each, Next gives all pictures or the one to show instead. Numbers
+    // become approximate.
+    void ShowInstead(StandIn standIn);
+
+    // From now on, Next gives the first picture of every group. Groups are the same for all decoders of an input.
+    void ShowGroupStarts();
+
     const AVFrame& Frame() const { return *_frame; }           // until the following Next
     Ticks Time() const { return _time; }                       // since the start of the file; always rising
-    std::int64_t Pictures() const { return _pictures; }        // so far, those left out too
     std::int64_t Packet() const { return _frame->reordered_opaque; }   // number of the one that holds the newest picture
+    Ticks FileTime() const { return _time - _later; }          // of the picture, as the file counts
+    std::int64_t Pictures() const { return _pictures + _passedBy; }    // so far, those left out too
     const Damage& Found() const { return _damage; }            // complete once Next has returned false
 
     // Numbers of the pictures shown so far, and from where on they are approximate.
@@ -90,7 +99,8 @@ private:
     void Examine(const std::string& path, InputPointer input);
     void OpenCodec();
     void Feed();
-    void ChooseDiscard();
+    bool IsPassedBy(const AVPacket& packet, std::int64_t number);
+    void ChooseDiscard(const AVPacket& packet);
     void FeedLive();
     void GoOnBehindHole();
     void Send(const AVPacket& packet);
@@ -129,6 +139,15 @@ private:
     Ticks _time = 0;                   // ticks
     Ticks _later = 0;                  // ticks; _time of the newest picture, behind the file's time of it
     std::optional<LeftOut> _leftOut;
+    PictureGroups _groups;
+    bool _startsOnly = false;          // of every group, the first picture is decoded
+    StandIn _standIn;                  // null: all groups are decoded
+    FramePointer _instead;             // to be shown as soon as the decoder has no older picture
+    bool _passing = false;             // the packets that come belong to a group that is not decoded
+    bool _emptying = false;            // the decoder gives its last pictures before it is used for another group
+    bool _fed = false;                 // the decoder may have pictures
+    std::int64_t _passedBy = 0;        // pictures of groups that were not decoded
+    Ticks _reached = 0;                // ticks; time of the last of them
     std::int64_t _pictures = 0;
     int _failuresInARow = 0;           // of reading and decoding, without a picture in between
     bool _draining = false;            // the decoder knows that nothing follows

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <exception>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "Attachment.h"
@@ -19,6 +21,12 @@ namespace {
 
 // Analysed frames further apart than this many periods have a hole between them: no event reaches across.
 constexpr int periodsWithoutFrame = 10;
+
+// A pipe or a live source cannot; numbered pictures have no file of their name.
+bool CanBeReadTwice(const std::string& input) {
+    std::error_code error;
+    return std::filesystem::is_regular_file(input, error);
+}
 
 JobResult ResultOf(const Failure& failure, Health health) {
     const bool unwritten = dynamic_cast<const OutputFailure*>(&failure) != nullptr;
@@ -37,13 +45,18 @@ Job::Job(const Options& options, const std::string& input, const std::string& na
       _rules{.framesPerSecond = 1 / ToSeconds(_decoder.NominalInterval()), .shadows = options.shadows,
              .minSize = options.minSize, .zones = options.allZones,
              .heat = !options.heatmap.empty() || !options.report.empty()},
-      _longestGap(std::max(FromSeconds(options.mergeGap), periodsWithoutFrame * _cadence.Period())),
+      _longestGap(std::max({FromSeconds(options.mergeGap), periodsWithoutFrame * _cadence.Period(),
+                            options.fast ? 2 * KeyframeScout::longestHonest : 0})),
       _events({.mergeGap = FromSeconds(options.mergeGap), .minDuration = FromSeconds(options.minDuration),
                .longestGap = _longestGap,
                .preRoll = FromSeconds(options.preRoll), .postRoll = FromSeconds(options.postRoll),
                .minBlocks = options.minBlocks}) {
     if (options.overlay.empty() && options.clips.empty()) {    // one shows every picture, the other wants the time of each
         _decoder.LeaveOutUnless([this](Ticks time) { return _cadence.MayTake(time); });
+    }
+    if (options.fast) {
+        _scout.emplace(input, options.decoderThreads, options.blockSize, options.rate, _rules);
+        _decoder.ShowInstead([this](Ticks time) { return _scout->At(time); });
     }
     const auto placeOf = [&](const std::string& path, const char* ending) {    // one of several inputs: a folder is given
         return name.empty() ? path : ResultPath(path, input, true, ending);
@@ -115,11 +128,9 @@ void Job::Scan() {
 void Job::Analyse(const AVFrame& frame, Ticks time) {
     _picture.Take(frame);
     const Host::PictureFormat& format = _picture.Format();
-    if (!_watcher || _watcher->Grid().pictureWidth != format.width || _watcher->Grid().pictureHeight != format.height ||
-        _layout != format.format) {
+    if (!_watcher || !_watcher->Suits(format)) {
         PrintEvent(_events.Close());                       // the new pictures cannot be compared with the old ones
         _heat.Add(_watcher ? _watcher->Heat() : HeatMap{});
-        _layout = format.format;
         _watcher.emplace(format, GridOf(format.width, format.height, _options.blockSize), _rules);
     }
     Findings findings = _watcher->Watch(_picture.View(), time);
@@ -214,6 +225,7 @@ Tally Job::Sum() const {
     tally.pictures = _decoder.Pictures();
     tally.analysed = _analysed;
     tally.length = tally.pictures > 0 ? _decoder.Time() + _decoder.NominalInterval() : 0;
+    tally.groups = _scout ? _scout->Groups() : GroupTally{};
     tally.elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - _begin).count();
     tally.events = _events.Count();
     tally.dropped = _events.Dropped();
@@ -225,6 +237,9 @@ Tally Job::Sum() const {
 
 JobResult RunJob(const Options& options, const std::string& input, const std::string& name, JobListener& listener) {
     try {
+        if (options.fast && !CanBeReadTwice(input)) {
+            throw Failure(exitUsage, "--fast wants a file, which can be read twice");
+        }
         return Job(options, input, name, listener).Run();
     } catch (const Failure& failure) {
         if (Interrupted() && failure.Code() == exitFailed) {       // while it was opened

@@ -13,6 +13,7 @@
 #include "Events.h"
 #include "Failure.h"
 #include "HeatMap.h"
+#include "KeyframeScout.h"
 #include "Options.h"
 #include "Overlay.h"
 #include "PlainPicture.h"
@@ -68,13 +69,13 @@ private:
     JobListener& _listener;
     const std::chrono::steady_clock::time_point _begin = std::chrono::steady_clock::now();
     Decoder _decoder;
+    std::optional<KeyframeScout> _scout;       // where groups may be passed by
     Cadence _cadence;
     const WatchRules _rules;
     const Ticks _longestGap;                   // between two analysed frames of one event
     EventLog _events;
     PlainPicture _picture;
     std::optional<Watcher> _watcher;
-    Host::PixelFormat _layout = {};            // of the pictures that the watcher was made for
     Marking _marking;                          // of the newest analysed frame, for the overlay
     std::int64_t _analysed = 0;                // frames
     int _printed = 0;                          // events

@@ -25,6 +25,9 @@ public:
     // absent: not given. later: added to them, they are times of the scan.
     bool May(std::optional<Ticks> presented, std::optional<Ticks> decoded, Ticks later);
 
+    // The next packet is not decoded, for another reason.
+    void Pass(std::optional<Ticks> decoded) { IsEven(decoded); }
+
     // A picture is shown at this time of the file: which have been left out before it?  In order.
     std::vector<Ticks> Before(Ticks presented);
 

@@ -138,7 +138,7 @@ std::string OneLine(std::string text) {
 std::string ResultSettings(const Options& options) {
     std::ostringstream text;
     text.precision(17);
-    text << "rate " << options.rate << " block " << options.blockSize << " shadows " << options.shadows << " min-size "
+    text << "rate " << options.rate << " fast " << options.fast << " block " << options.blockSize << " shadows " << options.shadows << " min-size "
          << options.minSize << " merge-gap " << options.mergeGap << " min-duration " << options.minDuration << " frames "
          << options.frames << " rolls " << options.preRoll << " " << options.postRoll << " min-blocks " << options.minBlocks
          << " track " << options.track << " thumbnails \"" << options.thumbnails << "\" clips \"" << options.clips
@@ -229,6 +229,7 @@ void Declare(CLI::App& app, Options& options, Words& words, const std::string& v
     app.option_defaults()->group(motionGroup);
     app.add_option("--rate", options.rate, "Pictures analysed per second; 0: every picture")
         ->check(Within(0, highestRate))->type_name("N");
+    app.add_flag("--fast", options.fast, "Decode keyframes, and all else only where these show motion");
     app.add_option("--block", options.blockSize, "Block size in pixels, up to 64; 0: gives 120 to 240 columns")
         ->check(Within(0, largestBlock))->type_name("N");
     app.add_flag("--shadows", options.shadows, "Drop what only darkens the background");
@@ -413,6 +414,9 @@ Parsed ParseOptions(const std::vector<std::string>& all, const std::string& vers
     const std::string trouble = TakeIn(notPlain, options);
     if (!trouble.empty()) {
         return refuse(trouble + " (see mdscan --help)");
+    }
+    if (options.fast && !options.overlay.empty()) {
+        return refuse("--overlay shows every picture, --fast decodes few (see mdscan --help)");
     }
     return {options, exitComplete, ""};
 }

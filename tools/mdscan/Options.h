@@ -22,6 +22,7 @@ struct Question {
 struct Options {
     std::vector<std::string> inputs;   // files, folders, patterns, "-"
     double rate = 6;               // pictures analysed per second; 0: all
+    bool fast = false;             // decode only where keyframes differ
     int blockSize = 0;             // pixels; 0: chosen from the picture's size
     bool shadows = false;          // drop shadows
     double minSize = 0.03;         // smallest object, as a fraction of the picture's width and of its height

@@ -143,6 +143,12 @@ std::string FileLine(const std::string& file, const JobResult& result) {
     line["pictures"] = result.tally.pictures;
     line["seconds"] = PrintedSeconds(result.tally.length);
     line["analysed"] = result.tally.analysed;
+    if (result.tally.groups.groups > 0) {
+        line["groups"] = result.tally.groups.groups;
+        line["groups_decoded"] = result.tally.groups.decoded;
+        line["groups_too_long"] = result.tally.groups.tooLong;
+        line["longest_group"] = PrintedSeconds(result.tally.groups.longest);
+    }
     line["events"] = result.tally.events;
     return Dumped(line);
 }
@@ -166,6 +172,12 @@ std::string TallyText(const Tally& tally) {
                             ToSeconds(tally.length), static_cast<long long>(tally.analysed));
     if (tally.analysed > 0) {
         text += Text(" on %dx%d blocks of %d pixels", tally.grid.columns, tally.grid.rows, tally.grid.blockSize);
+    }
+    if (tally.groups.groups > 0) {
+        text += Text("; decoded %d of %d groups", tally.groups.decoded, tally.groups.groups);
+        if (tally.groups.tooLong > 0) {
+            text += Text(", %d because keyframes lie up to %.1f s apart", tally.groups.tooLong, ToSeconds(tally.groups.longest));
+        }
     }
     text += Text("; %d event%s", tally.events, tally.events == 1 ? "" : "s");
     if (tally.dropped > 0) {

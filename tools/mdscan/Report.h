@@ -10,6 +10,7 @@
 #include "Decoder.h"
 #include "Events.h"
 #include "Failure.h"
+#include "PictureGroups.h"
 #include "WallClock.h"
 #include "ZoneMask.h"
 
@@ -55,6 +56,7 @@ struct Tally {
     int dropped = 0;               // too short
     int gaps = 0;                  // of a live source
     std::int64_t droppedPackets = 0;       // of a live source, because the scan was too slow
+    GroupTally groups = {};        // with --fast
     PictureGrid grid = {};         // of the last picture analysed
 };
 

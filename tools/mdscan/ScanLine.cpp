@@ -14,6 +14,7 @@ std::string ScanLine(const Options& options) {
                  {"schema", schemaVersion},
                  {"version", std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(patch)},
                  {"rate", options.rate},
+                 {"fast", options.fast},
                  {"block", options.blockSize},
                  {"shadows", options.shadows},
                  {"min_size", options.minSize},

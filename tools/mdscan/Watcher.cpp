@@ -48,7 +48,7 @@ Box PixelBox(const coremd::Box& blocks, const PictureGrid& grid) {
 }
 
 Watcher::Watcher(const Host::PictureFormat& picture, const PictureGrid& grid, const WatchRules& rules)
-    : _grid(grid), _rules(rules), _reducer(WithBlockSize(picture, grid.blockSize)) {
+    : _grid(grid), _layout(picture.format), _rules(rules), _reducer(WithBlockSize(picture, grid.blockSize)) {
     AddZones();
     if (_rules.heat) {
         const auto blocks = static_cast<std::size_t>(grid.columns) * static_cast<std::size_t>(grid.rows);
@@ -136,6 +136,10 @@ std::vector<BlockMark> Watcher::Marks() {
         }
     }
     return marks;
+}
+
+bool Watcher::Suits(const Host::PictureFormat& picture) const {
+    return picture.width == _grid.pictureWidth && picture.height == _grid.pictureHeight && picture.format == _layout;
 }
 
 BgrPicture Watcher::Background() {

@@ -56,6 +56,11 @@ public:
 
     // Empty where it is not counted.
     const HeatMap& Heat() const { return _heat; }
+    // Was it made for such pictures?
+    bool Suits(const Host::PictureFormat& picture) const;
+
+    // Has it seen enough to find anything?
+    bool IsReady() { return _detector.Summary().isReady; }
 
     const PictureGrid& Grid() const { return _grid; }
     const std::vector<WatchedZone>& Watched() const { return _watched; }
@@ -70,6 +75,7 @@ private:
     void CountBlocks(const coremd::Object& object);
 
     PictureGrid _grid;
+    Host::PixelFormat _layout;
     WatchRules _rules;
     Host::BlockReducer _reducer;
     coremd::Detector _detector;

@@ -202,7 +202,7 @@ TEST_F(BatchTest, TheFirstLineNamesAllSettings) {
     json scan = Mdscan(arguments).scan;
     EXPECT_TRUE(scan["version"].is_string());
     scan.erase("version");
-    EXPECT_EQ(scan, json::parse(R"({"type": "scan", "schema": 1, "rate": 5.0, "block": 8, "shadows": true, "min_size": 0.1,
+    EXPECT_EQ(scan, json::parse(R"({"type": "scan", "schema": 1, "rate": 5.0, "fast": false, "block": 8, "shadows": true, "min_size": 0.1,
                                     "min_blocks": 2, "merge_gap": 3.0, "min_duration": 1.0, "pre_roll": 4.0, "post_roll": 5.0,
                                     "zones": ["a"], "excluded": ["b"]})"));
 }

@@ -44,6 +44,7 @@ class SchemaTest(unittest.TestCase):
                           "--zones", str(zones)]
             cls.runs = [run("--progress", "json", *everything, folder),
                         run("--progress", "json", f"{folder}/gate/1.mp4"),
+                        run("--fast", folder),
                         run("zones", "--preview", f"{folder}/preview.png", "--zones", str(zones), f"{folder}/gate/1.mp4")]
             # Before anything is judged, and within the square, when its background is known.
             cls.answers = [run("explain", "--json", "--at", at, "--pixel", "150,60", *more, f"{folder}/gate/2.mp4")[0][0]

@@ -1,0 +1,119 @@
+// Does --fast find what a whole scan finds, and does it decode less for it?
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "ScanFixture.h"
+
+namespace Scan {
+namespace {
+
+using nlohmann::json;
+
+class FastScan : public ScanFixture {
+protected:
+    // Ten pictures a second; the square comes twice.
+    static std::vector<SquareScene> TwoVisits() {
+        const SquareScene visit{.width = 160, .height = 120, .seconds = 40, .from = 20, .until = 24};
+        return {visit, visit};
+    }
+
+    // Events and the line of the file.
+    std::vector<json> Scanned(const std::vector<std::string>& options, int expectedCode = 0) const {
+        std::vector<std::string> arguments = options;
+        arguments.insert(arguments.end(), {"--resume", In("state" + std::to_string(options.size())), In("clip")});
+        const Outcome run = Mdscan(arguments);
+        EXPECT_EQ(run.code, expectedCode) << run.err;
+        return run.lines;
+    }
+
+    // That both scans find the same events; returns the line of the file of the fast one.
+    json ExpectTheSame() const {
+        const std::vector<json> whole = Scanned({}), fast = Scanned({"--fast"});
+        EXPECT_EQ(whole.size(), 3u);
+        EXPECT_EQ(fast.size(), whole.size());
+        for (std::size_t i = 0; i + 1 < whole.size() && i < fast.size(); ++i) {
+            EXPECT_NEAR(fast[i]["start"].get<double>(), whole[i]["start"].get<double>(), 0.5);
+            EXPECT_NEAR(fast[i]["end"].get<double>(), whole[i]["end"].get<double>(), 0.5);
+            EXPECT_FALSE(fast[i]["frame_exact"].get<bool>());
+            EXPECT_NEAR(fast[i]["peak_frame"].get<double>(), 10 * fast[i]["peak"].get<double>(), 1);
+        }
+        EXPECT_NEAR(fast.back()["pictures"].get<double>(), whole.back()["pictures"].get<double>(), 10);
+        EXPECT_EQ(fast.back()["seconds"], whole.back()["seconds"]);
+        EXPECT_FALSE(whole.back().contains("groups"));
+        return fast.back();
+    }
+};
+
+TEST_F(FastScan, FindsWhatAWholeScanFinds) {
+    for (const auto& [container, bFrames] : {std::pair{"mp4", 0}, std::pair{"matroska", 2}, std::pair{"avi", 0}}) {
+        SCOPED_TRACE(container);
+        WriteEncoded(TwoVisits(), {.codec = "mpeg4", .container = container, .groupSize = 20, .bFrames = bFrames}, In("clip"));
+        const json file = ExpectTheSame();
+        EXPECT_EQ(file["status"], "complete");
+        EXPECT_NEAR(file["groups"].get<double>(), 40, 6);           // the encoder keeps to its own count with B pictures
+        EXPECT_LT(file["groups_decoded"], 18);                       // two visits of two seconds, and what it takes to begin
+        EXPECT_GE(file["groups_decoded"], 4);
+        EXPECT_EQ(file["groups_too_long"], 0);
+        EXPECT_NEAR(file["longest_group"].get<double>(), 2, 0.3);
+    }
+}
+
+TEST_F(FastScan, OfCompletePicturesOnlyOneASecondIsLookedAt) {
+    WriteEncoded(TwoVisits(), {.codec = "mjpeg", .container = "matroska", .format = AV_PIX_FMT_YUVJ420P}, In("clip"));
+    const json file = ExpectTheSame();
+    EXPECT_EQ(file["groups"], 80);
+    EXPECT_LT(file["groups_decoded"], 30);
+}
+
+TEST_F(FastScan, KeyframesTooFarApartAreNotTrusted) {
+    WriteEncoded(TwoVisits(), {.codec = "mpeg4", .container = "mp4", .groupSize = 50}, In("clip"));
+    const json file = ExpectTheSame();
+    EXPECT_EQ(file["groups"], 16);
+    EXPECT_EQ(file["groups_decoded"], 16);
+    EXPECT_GT(file["groups_too_long"], 5);
+    EXPECT_EQ(file["longest_group"], 5.0);
+    const Outcome run = Mdscan({"--fast", In("clip")});
+    EXPECT_NE(run.err.find("because keyframes lie up to 5.0 s apart"), std::string::npos) << run.err;
+}
+
+TEST_F(FastScan, WhatMovesWithinOneGroupOnlyIsMissed) {
+    // The price, as documented: here and gone between two keyframes.
+    const SquareScene brief{.width = 160, .height = 120, .seconds = 30, .from = 20.3, .until = 21.7};
+    WriteEncoded({brief}, {.codec = "mpeg4", .container = "mp4", .groupSize = 20}, In("clip"));
+    EXPECT_EQ(Scanned({}).size(), 2u);
+    const std::vector<json> fast = Scanned({"--fast"}, 3);
+    ASSERT_EQ(fast.size(), 1u);
+    EXPECT_LT(fast[0]["groups_decoded"], 6);
+}
+
+TEST_F(FastScan, DamageIsSteppedOver) {
+    WriteEncoded(TwoVisits(), {.codec = "mpeg4", .container = "mpegts", .groupSize = 20}, In("clip"));
+    const std::uintmax_t size = std::filesystem::file_size(In("clip"));
+    Damage("clip", size / 3, 2000);
+    const std::vector<json> fast = Scanned({"--fast"}, 1);
+    ASSERT_GE(fast.size(), 1u);
+    EXPECT_EQ(fast.back()["status"], "damaged");
+    EXPECT_EQ(fast.back()["events"], 2);
+}
+
+TEST_F(FastScan, APipeCannotBeReadTwice) {
+    const Outcome run = Mdscan({"--fast", "-"});
+    EXPECT_EQ(run.code, 2);
+    EXPECT_NE(run.err.find("--fast wants a file, which can be read twice"), std::string::npos) << run.err;
+    EXPECT_EQ(run.ErrorLines(), 1);
+}
+
+TEST_F(FastScan, AnOverlayShowsEveryPicture) {
+    const Outcome run = Mdscan({"--fast", "--overlay", In("o.mp4"), RawClip({})});
+    EXPECT_EQ(run.code, 2);
+    EXPECT_EQ(run.ErrorLines(), 1);
+}
+
+}  // namespace
+}  // namespace Scan

@@ -1,0 +1,77 @@
+// How is a group judged by its first picture?  Called by Job through KeyframeScout.h.
+#include "KeyframeScout.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "Interruption.h"
+
+namespace Scan {
+
+KeyframeScout::KeyframeScout(const std::string& input, int threads, int blockSize, double rate, WatchRules rules)
+    : _decoder(input, threads), _cadence(rate, _decoder.NominalInterval()), _blockSize(blockSize), _rules(std::move(rules)) {}
+
+// A detector wants eleven pictures before it finds anything. Eleven keyframes would take long: it gets those of the beginning.
+bool KeyframeScout::Begin() {
+    while (!_watcher || !_watcher->IsReady()) {
+        if (Interrupted() || !_decoder.Next()) {
+            return false;
+        }
+        if (_cadence.Takes(_decoder.Time())) {
+            IsQuiet(_decoder.Frame());
+        }
+    }
+    _decoder.ShowGroupStarts();
+    return true;
+}
+
+bool KeyframeScout::Advance() {
+    _begun = _begun || Begin();
+    if (!_begun || !_decoder.Next()) {
+        return false;
+    }
+    FramePointer picture(av_frame_clone(&_decoder.Frame()));
+    const bool quiet = IsQuiet(*picture);
+    _keys.push_back({_decoder.FileTime(), std::move(picture), quiet});
+    return true;
+}
+
+bool KeyframeScout::IsQuiet(const AVFrame& frame) {
+    _picture.Take(frame);
+    const Host::PictureFormat& format = _picture.Format();
+    if (!_watcher || !_watcher->Suits(format)) {
+        _watcher.emplace(format, GridOf(format.width, format.height, _blockSize), _rules);
+    }
+    const Findings findings = _watcher->Watch(_picture.View(), _decoder.Time());
+    return _watcher->IsReady() && findings.objects.empty();
+}
+
+FramePointer KeyframeScout::At(Ticks time) {
+    const auto isBefore = [&](const Key& key) { return key.time < time; };
+    while (!_keys.empty() && isBefore(_keys.front())) {
+        _keys.pop_front();
+    }
+    while (_keys.size() < 2 && Advance()) {
+        if (isBefore(_keys.front())) {
+            _keys.pop_front();
+        }
+    }
+    ++_tally.groups;
+    ++_tally.decoded;
+    if (_keys.size() < 2 || _keys.front().time != time) {          // the last one, or one whose first picture is damaged
+        return nullptr;
+    }
+    const Ticks length = _keys[1].time - time;
+    _tally.longest = std::max(_tally.longest, length);
+    if (!_keys[0].quiet || !_keys[1].quiet) {
+        return nullptr;
+    }
+    if (length > longestHonest) {
+        ++_tally.tooLong;
+        return nullptr;
+    }
+    --_tally.decoded;
+    return std::move(_keys.front().picture);
+}
+
+}  // namespace Scan

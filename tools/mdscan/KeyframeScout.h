@@ -1,0 +1,55 @@
+// Between which complete pictures may something have moved?  Runs ahead of a scan, decodes nothing but the first picture of
+// every group, and says which groups are worth decoding. Job asks it for every group.
+//
+// The scout has a detector of its own, which sees one picture per group. A group is passed by when nothing moves in its first
+// picture nor in that of the next group, and the two are close enough for hardly anything to come and go between them.
+#pragma once
+
+#include <deque>
+#include <optional>
+#include <string>
+
+#include "Cadence.h"
+#include "Decoder.h"
+#include "PictureGroups.h"
+#include "PlainPicture.h"
+#include "Watcher.h"
+
+namespace Scan {
+
+class KeyframeScout {
+public:
+    // Groups longer than this are decoded: who crosses a picture takes about as long.
+    static constexpr Ticks longestHonest = 4 * oneSecond;
+
+    // Opens the input a second time. threads, blockSize, rate: as for the scan. Throws Failure.
+    KeyframeScout(const std::string& input, int threads, int blockSize, double rate, WatchRules rules);
+
+    // As StandIn says. Times must be those of the groups' first pictures, in order. May throw Failure.
+    FramePointer At(Ticks time);
+
+    const GroupTally& Groups() const { return _tally; }
+
+private:
+    struct Key {
+        Ticks time;                // ticks of the file
+        FramePointer picture;
+        bool quiet;                // the detector knew enough, and found nothing
+    };
+
+    bool Begin();
+    bool Advance();
+    bool IsQuiet(const AVFrame& frame);
+
+    Decoder _decoder;
+    Cadence _cadence;              // until the detector is ready
+    const int _blockSize;
+    const WatchRules _rules;
+    PlainPicture _picture;
+    std::optional<Watcher> _watcher;
+    bool _begun = false;
+    std::deque<Key> _keys;         // from the group asked for on
+    GroupTally _tally;
+};
+
+}  // namespace Scan
