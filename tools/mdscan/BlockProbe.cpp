@@ -20,25 +20,22 @@ using MD::MotionDetector;
 constexpr int framesKept = 11;
 
 // "One frame, step by step", 5: the limit of change in terms of the noise level.
-float ChangeLimit(float noise) {
-    return static_cast<float>(noise * 0.7);
-}
+float ChangeLimit(float noise) { return static_cast<float>(noise * 0.7); }
 
 // Likewise, the sample variance of five frames.
-float Dispersion(float sum, float squareSum) {
-    return (squareSum - sum * sum * 0.2f) * 0.25f;
-}
+float Dispersion(float sum, float squareSum) { return (squareSum - sum * sum * 0.2f) * 0.25f; }
 
 // 7: the score of a shadow.
-float ShadowScore(float gradientSum, float chromaSum) {
-    return 75.0f * gradientSum + 150.0f * chromaSum;
-}
+float ShadowScore(float gradientSum, float chromaSum) { return 75.0f * gradientSum + 150.0f * chromaSum; }
 
 class Prober {
 public:
     Prober(Watcher& watcher, Place place)
-        : _watcher(watcher), _detector(watcher.Detector().Classes()), _grid(watcher.Grid()),
-          _index(static_cast<std::size_t>(place.row) * static_cast<std::size_t>(_grid.columns) + static_cast<std::size_t>(place.column)) {
+        : _watcher(watcher),
+          _detector(watcher.Detector().Classes()),
+          _grid(watcher.Grid()),
+          _index(static_cast<std::size_t>(place.row) * static_cast<std::size_t>(_grid.columns) +
+                 static_cast<std::size_t>(place.column)) {
         _facts.grid = _grid;
         _facts.place = place;
     }
@@ -61,7 +58,8 @@ private:
     // The frame of age k lies in the slot k before the newest one's, in a ring.
     const std::uint8_t* SlotOfAge(int age) const {
         const FrameStatistics& ring = _detector._frameStatistics;
-        return ring._frames + static_cast<std::ptrdiff_t>((ring._position + framesKept - age) % framesKept) * ring._frameSize;
+        return ring._frames +
+               static_cast<std::ptrdiff_t>((ring._position + framesKept - age) % framesKept) * ring._frameSize;
     }
 
     Levels FrameOfAge(int age) const {
@@ -122,7 +120,8 @@ private:
         _facts.shadowsDropped = _detector._detectShadow;
         _facts.shadowLimit = static_cast<double>(MotionDetector::ShadowThreashold);
         if (_facts.shadowsDropped && _facts.foreground && _facts.known) {
-            _facts.shadowScore = static_cast<double>(ShadowScore(_detector._shadowGradientSum[_index], _detector._shadowChromaSum[_index]));
+            _facts.shadowScore =
+                static_cast<double>(ShadowScore(_detector._shadowGradientSum[_index], _detector._shadowChromaSum[_index]));
         }
     }
 
@@ -150,12 +149,20 @@ private:
     }
 
     Candidate CandidateIn(const WatchedZone& zone) const {
-        const auto least = [&](int blocks) { return static_cast<int>(std::trunc(static_cast<float>(blocks) * zone.minSize)); };
-        Candidate candidate{.zone = zone.name, .blocks = 0, .moved = 0, .box = {}, .leastColumns = least(_grid.columns),
-                            .leastRows = least(_grid.rows), .verdict = Verdict::Motion};
+        const auto least = [&](int blocks) {
+            return static_cast<int>(std::trunc(static_cast<float>(blocks) * zone.minSize));
+        };
+        Candidate candidate{.zone = zone.name,
+                            .blocks = 0,
+                            .moved = 0,
+                            .box = {},
+                            .leastColumns = least(_grid.columns),
+                            .leastRows = least(_grid.rows),
+                            .verdict = Verdict::Motion};
         const std::vector<Place> blocks = CloseTogether(zone.mask);
         candidate.blocks = static_cast<int>(blocks.size());
-        candidate.moved = static_cast<int>(std::count_if(blocks.begin(), blocks.end(), [&](Place block) { return Moved(block); }));
+        candidate.moved =
+            static_cast<int>(std::count_if(blocks.begin(), blocks.end(), [&](Place block) { return Moved(block); }));
         bool first = true;
         for (const Place& block : blocks) {
             if (candidate.moved == 0 || Moved(block)) {
@@ -182,7 +189,8 @@ private:
     bool Moved(Place block) const { return _detector._isMotionPixel[IndexOf(block)] != 0; }
 
     std::size_t IndexOf(Place block) const {
-        return static_cast<std::size_t>(block.row) * static_cast<std::size_t>(_grid.columns) + static_cast<std::size_t>(block.column);
+        return static_cast<std::size_t>(block.row) * static_cast<std::size_t>(_grid.columns) +
+               static_cast<std::size_t>(block.column);
     }
 
     // The block and all foreground of the zone that can be reached from it over a diamond: two columns to either side, one row up
@@ -230,7 +238,7 @@ private:
     Watcher& _watcher;
     const MotionDetector& _detector;
     const PictureGrid& _grid;
-    const std::size_t _index;              // [block]
+    const std::size_t _index;  // [block]
     BlockFacts _facts;
 };
 

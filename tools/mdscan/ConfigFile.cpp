@@ -51,9 +51,7 @@ std::string WithoutComment(const std::string& line) {
 }
 
 // "What counts, as in: mdscan ..." without the example.
-std::string Heading(const std::string& group) {
-    return group.substr(0, group.find(", as in"));
-}
+std::string Heading(const std::string& group) { return group.substr(0, group.find(", as in")); }
 
 }  // namespace
 
@@ -100,7 +98,7 @@ std::string UsualConfigFile() {
     const char* const folder = std::getenv("XDG_CONFIG_HOME");
     const char* const home = std::getenv("HOME");
     fs::path path;
-    if (folder && *folder == '/') {                        // relative ones are to be ignored
+    if (folder && *folder == '/') {  // relative ones are to be ignored
         path = folder;
     } else if (home && *home == '/') {
         path = fs::path(home) / ".config";

@@ -26,7 +26,7 @@ std::string Seconds(Ticks ticks) {
     return text.str();
 }
 
-constexpr Ticks halfMillisecond = oneSecond / 2000;        // results give times rounded so: what they name must be found
+constexpr Ticks halfMillisecond = oneSecond / 2000;  // results give times rounded so: what they name must be found
 
 // Keeps what is known of the block in the newest analysed frame until the moment in question is over, then follows the event
 // that this frame belongs to.
@@ -84,11 +84,12 @@ public:
             return "0,0 to " + std::to_string(columns - 1) + "," + std::to_string(rows - 1);
         };
         if (!_isInside && _options.question.pixel) {
-            throw Failure(exitUsage, "--pixel must lie within the picture, from " + range(grid.pictureWidth, grid.pictureHeight));
+            throw Failure(exitUsage,
+                          "--pixel must lie within the picture, from " + range(grid.pictureWidth, grid.pictureHeight));
         }
         if (!_isInside) {
-            throw Failure(exitUsage, "--block must lie within the grid, from " + range(grid.columns, grid.rows) + " for blocks of " +
-                                         std::to_string(grid.blockSize) + " pixels");
+            throw Failure(exitUsage, "--block must lie within the grid, from " + range(grid.columns, grid.rows) +
+                                         " for blocks of " + std::to_string(grid.blockSize) + " pixels");
         }
         return _explanation;
     }
@@ -113,12 +114,12 @@ private:
     const Options& _options;
     Progress& _progress;
     Explanation _explanation;
-    std::optional<EventFate> _running;         // the event under way
-    int _counted = 0;                          // events that are over and were long enough
-    bool _hasSeen = false;                     // a frame up to the moment
-    bool _isInside = false;                    // the block, in that frame's grid
-    bool _isOver = false;                      // the moment: a later frame was seen
-    bool _isFollowed = false;                  // the event under way holds the frame in question
+    std::optional<EventFate> _running;  // the event under way
+    int _counted = 0;                   // events that are over and were long enough
+    bool _hasSeen = false;              // a frame up to the moment
+    bool _isInside = false;             // the block, in that frame's grid
+    bool _isOver = false;               // the moment: a later frame was seen
+    bool _isFollowed = false;           // the event under way holds the frame in question
 };
 
 }  // namespace
@@ -128,11 +129,12 @@ int Explain(const Options& options, Progress& progress) {
         throw Failure(exitUsage, "mdscan explain wants a single video");
     }
     if (coremd::LibraryVersion() != coremd::headerVersion) {
-        throw Failure(exitFailed, "mdscan explain needs the very version of coreMD that it was built for, see mdscan --version");
+        throw Failure(exitFailed,
+                      "mdscan explain needs the very version of coreMD that it was built for, see mdscan --version");
     }
     const std::string& input = options.inputs.front();
     Options whole = options;
-    whole.minDuration = 0;                                 // short events are told apart here, not dropped on the way
+    whole.minDuration = 0;  // short events are told apart here, not dropped on the way
     Witness witness(options, progress);
     const JobResult result = RunJob(whole, input, "", witness);
     const std::string shown = ShownName(input);

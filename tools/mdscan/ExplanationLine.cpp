@@ -9,13 +9,9 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-Json LevelsOf(const Levels& levels) {
-    return {{"y", levels.y}, {"cb", levels.cb}, {"cr", levels.cr}};
-}
+Json LevelsOf(const Levels& levels) { return {{"y", levels.y}, {"cb", levels.cb}, {"cr", levels.cr}}; }
 
-Json BoxOf(const Box& box) {
-    return {{"x", box.x}, {"y", box.y}, {"w", box.width}, {"h", box.height}};
-}
+Json BoxOf(const Box& box) { return {{"x", box.x}, {"y", box.y}, {"w", box.width}, {"h", box.height}}; }
 
 Json Candidates(const BlockFacts& facts) {
     Json list = Json::array();
@@ -55,7 +51,8 @@ void AddJudgement(Json& line, const BlockFacts& facts) {
     line["dispersions"] = facts.dispersions;
     line["change"] = {{"now", facts.changed}, {"limit", facts.changeLimit}, {"age", PrintedSeconds(facts.sinceChange)}};
     if (facts.shadowScore) {
-        line["shadow"] = {{"score", *facts.shadowScore}, {"limit", facts.shadowLimit},
+        line["shadow"] = {{"score", *facts.shadowScore},
+                          {"limit", facts.shadowLimit},
                           {"dropped", *facts.shadowScore < facts.shadowLimit}};
     }
     line["candidates"] = Candidates(facts);
@@ -66,10 +63,20 @@ void AddJudgement(Json& line, const BlockFacts& facts) {
 std::string ExplanationLine(const Explanation& e) {
     const BlockFacts& facts = e.facts;
     const Box pixels = PixelBox({facts.place.column, facts.place.row, facts.place.column, facts.place.row}, facts.grid);
-    Json line = {{"type", "explanation"}, {"schema", 1}, {"file", e.file}, {"at", PrintedSeconds(e.asked)},
-                 {"time", PrintedSeconds(e.time)}, {"frame", e.picture.number}, {"frame_exact", e.picture.exact}, {"column", facts.place.column}, {"row", facts.place.row},
-                 {"pixels", BoxOf(pixels)}, {"verdict", NameOf(facts.verdict)}, {"current", LevelsOf(facts.current)},
-                 {"excluded", facts.excluded}, {"zones", facts.zones}};
+    Json line = {{"type", "explanation"},
+                 {"schema", 1},
+                 {"file", e.file},
+                 {"at", PrintedSeconds(e.asked)},
+                 {"time", PrintedSeconds(e.time)},
+                 {"frame", e.picture.number},
+                 {"frame_exact", e.picture.exact},
+                 {"column", facts.place.column},
+                 {"row", facts.place.row},
+                 {"pixels", BoxOf(pixels)},
+                 {"verdict", NameOf(facts.verdict)},
+                 {"current", LevelsOf(facts.current)},
+                 {"excluded", facts.excluded},
+                 {"zones", facts.zones}};
     if (facts.verdict != Verdict::NotReady) {
         AddJudgement(line, facts);
     }
@@ -80,7 +87,8 @@ std::string ExplanationLine(const Explanation& e) {
     line["blocks"] = e.movingBlocks;
     line["counts"] = e.event.has_value();
     if (e.event) {
-        Json event = {{"dropped", !e.event->counts}, {"start", PrintedSeconds(e.event->start)}, {"end", PrintedSeconds(e.event->end)}};
+        Json event = {
+            {"dropped", !e.event->counts}, {"start", PrintedSeconds(e.event->start)}, {"end", PrintedSeconds(e.event->end)}};
         if (e.event->counts) {
             event["event"] = e.event->number;
         }

@@ -38,7 +38,7 @@ std::optional<double> ReadTime(const std::string& text) {
         return std::nullopt;
     }
     double whole = 0;
-    for (std::size_t i = 0; i + 1 < parts.size(); ++i) {   // hours and minutes, or minutes only
+    for (std::size_t i = 0; i + 1 < parts.size(); ++i) {  // hours and minutes, or minutes only
         const std::optional<int> part = Read<int>(parts[i]);
         if (!part || *part >= (i > 0 ? 60 : longestHour)) {
             return std::nullopt;

@@ -14,9 +14,7 @@ namespace Scan {
 
 namespace {
 
-VersionNumbers Numbers(const coremd::Version& version) {
-    return {version.major, version.minor, version.patch};
-}
+VersionNumbers Numbers(const coremd::Version& version) { return {version.major, version.minor, version.patch}; }
 
 VersionNumbers Numbers(unsigned version) {
     return {static_cast<int>(AV_VERSION_MAJOR(version)), static_cast<int>(AV_VERSION_MINOR(version)),

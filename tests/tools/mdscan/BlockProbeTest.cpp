@@ -101,7 +101,8 @@ private:
 
 class BlockProbe : public ScanFixture {
 protected:
-    static Zone Rectangle(const std::string& name, const RelativeZone& rectangle, bool exclude, std::optional<double> minSize = {}) {
+    static Zone Rectangle(const std::string& name, const RelativeZone& rectangle, bool exclude,
+                          std::optional<double> minSize = {}) {
         Zone zone = RectangleZone(name, rectangle);
         zone.exclude = exclude;
         zone.minSize = minSize;
@@ -216,7 +217,9 @@ TEST_F(BlockProbe, TellsEveryStepOfAThingThatComesToRest) {
     const Box thing{10, 10, 20, 10}, flicker{25, 10, 5, 10}, small{50, 30, 3, 3};
     const auto paint = [&](bool bright) {
         return [=](int x, int y, int wall) {
-            return IsWithin(x, y, flicker) ? (bright ? 230 : 200) : IsWithin(x, y, thing) || IsWithin(x, y, small) ? 220 : wall;
+            return IsWithin(x, y, flicker)                          ? (bright ? 230 : 200)
+                   : IsWithin(x, y, thing) || IsWithin(x, y, small) ? 220
+                                                                    : wall;
         };
     };
     scene.Show(1, paint(true));
@@ -256,7 +259,9 @@ TEST_F(BlockProbe, TellsAShadowFromAThing) {
     PlantedScene scene({.framesPerSecond = 10, .shadows = true, .minSize = 0, .zones = {}});
     scene.ShowWall(50);
     const Box shade{10, 10, 20, 15}, thing{40, 10, 15, 15};
-    scene.Show(1, [&](int x, int y, int wall) { return IsWithin(x, y, shade) ? wall * 6 / 10 : IsWithin(x, y, thing) ? 20 + (x * y) % 90 : wall; });
+    scene.Show(1, [&](int x, int y, int wall) {
+        return IsWithin(x, y, shade) ? wall * 6 / 10 : IsWithin(x, y, thing) ? 20 + (x * y) % 90 : wall;
+    });
     const BlockFacts dark = scene.At(20, 18), solid = scene.At(47, 18);
     EXPECT_EQ(dark.verdict, Verdict::Shadow);
     ASSERT_TRUE(dark.shadowScore);

@@ -40,9 +40,10 @@ protected:
 std::string Template() { return ParseOptions({"--write-config"}, "").text; }
 
 TEST_F(ConfigFile, SetsWhatTheCommandLineLeavesOpen) {
-    const Parsed parsed = ParseWith("# mine\n\n  rate = 12   # more\nshadows=true\r\nzone = 0,0,0.5,1\nzone = 0.5,0,0.5,1\nmin-size = 0.1\n"
-                                    "thumbnails = \"a # b\"\noutput = a b.jsonl\nframes = false\n",
-                                    {"clip.mp4", "--min-size", "0.2"});
+    const Parsed parsed = ParseWith(
+        "# mine\n\n  rate = 12   # more\nshadows=true\r\nzone = 0,0,0.5,1\nzone = 0.5,0,0.5,1\nmin-size = 0.1\n"
+        "thumbnails = \"a # b\"\noutput = a b.jsonl\nframes = false\n",
+        {"clip.mp4", "--min-size", "0.2"});
     ASSERT_TRUE(parsed.options) << parsed.text;
     const Options& options = *parsed.options;
     EXPECT_EQ(options.rate, 12);
@@ -74,7 +75,8 @@ TEST_F(ConfigFile, MistakesAreNamedWithTheirLine) {
     EXPECT_EQ(Complaint("= 3\n"), "line 1: there is no name before the =");
     EXPECT_EQ(Complaint("mask = # none\n"), "line 1: mask has no value");
     EXPECT_EQ(Complaint("mask = \"a.png\n"), "line 1: the quotes of mask must enclose all of its value");
-    EXPECT_EQ(Complaint("zone = 0,0,2,1\n"), "line 1: zone must be x,y,w,h, each from 0 to 1 and inside the picture, not 0,0,2,1");
+    EXPECT_EQ(Complaint("zone = 0,0,2,1\n"),
+              "line 1: zone must be x,y,w,h, each from 0 to 1 and inside the picture, not 0,0,2,1");
     EXPECT_EQ(Complaint("[motion]\nrate = 5\n"), "line 1: must be \"name = value\", not [motion]");
     for (const char* name : {"help", "version", "config", "write-config", "preview", "input", "-rate", "j"}) {
         EXPECT_EQ(Complaint(std::string(name) + " = 1\n"),
@@ -97,7 +99,7 @@ TEST_F(ConfigFile, TheTemplateHoldsTheDefaults) {
     const Parsed usual = ParseOptions({"clip.mp4"}, ""), commented = ParseWith(text);
     ASSERT_TRUE(commented.options) << commented.text;
     EXPECT_EQ(ResultSettings(*commented.options), ResultSettings(*usual.options));
-    const std::regex placeholder("#[a-z-]+ = [A-Z]");      // nothing is the default
+    const std::regex placeholder("#[a-z-]+ = [A-Z]");  // nothing is the default
     std::string used;
     int names = 0;
     std::istringstream lines(text);

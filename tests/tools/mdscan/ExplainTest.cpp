@@ -122,10 +122,14 @@ TEST_F(ExplainTest, SaysItInWords) {
     const std::string clip = RawClip(small);
     const Said said = MdscanSaying({"explain", clip, "--at", "11.05", "--block", "40,30"});
     EXPECT_EQ(said.code, 0) << said.err;
-    EXPECT_EQ(said.out.rfind(clip + ": block 40,30 (pixels 40,30 to 40,30), picture 110 at 11.000 s, the last one analysed by 11.050 s\n", 0), 0u)
+    EXPECT_EQ(
+        said.out.rfind(
+            clip + ": block 40,30 (pixels 40,30 to 40,30), picture 110 at 11.000 s, the last one analysed by 11.050 s\n", 0),
+        0u)
         << said.out;
-    for (const char* part : {"\nMotion: part of an object of ", ", in event 1 from ", "\n  luma        ", ", more than its noise level ",
-                             "\n  background  known", "\n  stability   restless", "\n  change      just now", "\n  zones       the whole picture"}) {
+    for (const char* part : {"\nMotion: part of an object of ", ", in event 1 from ", "\n  luma        ",
+                             ", more than its noise level ", "\n  background  known", "\n  stability   restless",
+                             "\n  change      just now", "\n  zones       the whole picture"}) {
         EXPECT_NE(said.out.find(part), std::string::npos) << part << " is not in:\n" << said.out;
     }
     const Said still = MdscanSaying({"explain", clip, "--at", "13.9", "--block", "40,30"});
@@ -134,16 +138,19 @@ TEST_F(ExplainTest, SaysItInWords) {
 
 TEST_F(ExplainTest, AWrongQuestionIsAnsweredInOneLine) {
     const std::string clip = RawClip({.width = 160, .height = 120, .seconds = 3});
-    EXPECT_NE(Refusal({"--at", "3", "--block", "1,1"}, clip).find("--at must lie within the video, from 0 to 3.000 s, not 3.000"),
-              std::string::npos);
+    EXPECT_NE(
+        Refusal({"--at", "3", "--block", "1,1"}, clip).find("--at must lie within the video, from 0 to 3.000 s, not 3.000"),
+        std::string::npos);
     EXPECT_NE(Refusal({"--at", "1", "--block", "160,1"}, clip).find("--block must lie within the grid, from 0,0 to 159,119"),
               std::string::npos);
-    EXPECT_NE(Refusal({"--at", "1", "--pixel", "1,120"}, clip).find("--pixel must lie within the picture, from 0,0 to 159,119"),
-              std::string::npos);
-    for (const Words& words : {Words{"--block", "1,1"}, Words{"--at", "soon", "--block", "1,1"}, Words{"--at", "1", "--block", "1,1,1"},
-                               Words{"--at", "1", "--block", "-1,1"}, Words{"--at", "1", "--block", "1,1", "--block", "2,2"},
-                               Words{"--at", "1", "--block", "1,1", "--pixel", "2,2"}, Words{"--at", "1", "--block", "1,1", "--frames"},
-                               Words{"--at", "1"}, Words{"--at", "1", "--block", "65,1", "--block", "65"}}) {
+    EXPECT_NE(
+        Refusal({"--at", "1", "--pixel", "1,120"}, clip).find("--pixel must lie within the picture, from 0,0 to 159,119"),
+        std::string::npos);
+    for (const Words& words :
+         {Words{"--block", "1,1"}, Words{"--at", "soon", "--block", "1,1"}, Words{"--at", "1", "--block", "1,1,1"},
+          Words{"--at", "1", "--block", "-1,1"}, Words{"--at", "1", "--block", "1,1", "--block", "2,2"},
+          Words{"--at", "1", "--block", "1,1", "--pixel", "2,2"}, Words{"--at", "1", "--block", "1,1", "--frames"},
+          Words{"--at", "1"}, Words{"--at", "1", "--block", "65,1", "--block", "65"}}) {
         Words all = words;
         all.insert(all.begin(), {"explain", clip});
         const Parsed parsed = ParseOptions(all, "");
@@ -171,7 +178,8 @@ TEST(OptionValues, TimesAndPlaces) {
     EXPECT_EQ(ReadTime("90:00"), 5400);
     EXPECT_EQ(ReadTime("01:02:03.25"), 3723.25);
     EXPECT_EQ(ReadTime("0"), 0);
-    for (const char* wrong : {"", "-1", "+1", "1:60", "1:60:00", "1:2:3:4", "1:", ":1", "1.5:00", "nan", "inf", "1e300", " 1", "1 ", "1:-2"}) {
+    for (const char* wrong :
+         {"", "-1", "+1", "1:60", "1:60:00", "1:2:3:4", "1:", ":1", "1.5:00", "nan", "inf", "1e300", " 1", "1 ", "1:-2"}) {
         EXPECT_EQ(ReadTime(wrong), std::nullopt) << wrong;
     }
     EXPECT_EQ(ReadPlace("40,22"), (std::array<int, 2>{40, 22}));

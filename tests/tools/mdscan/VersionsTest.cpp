@@ -23,9 +23,13 @@ TEST(Versions, EveryLibraryTellsItsOwn) {
     const auto [major, minor, patch] = coremd::LibraryVersion();
     const unsigned media = avformat_version();
     const std::string text = VersionText();
-    EXPECT_EQ(text.rfind("mdscan, coreMD " + std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(patch), 0), 0u);
-    EXPECT_NE(text.find("libavformat " + std::to_string(AV_VERSION_MAJOR(media)) + "." + std::to_string(AV_VERSION_MINOR(media)) +
-                        "." + std::to_string(AV_VERSION_MICRO(media))), std::string::npos) << text;
+    EXPECT_EQ(
+        text.rfind("mdscan, coreMD " + std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(patch), 0),
+        0u);
+    EXPECT_NE(text.find("libavformat " + std::to_string(AV_VERSION_MAJOR(media)) + "." +
+                        std::to_string(AV_VERSION_MINOR(media)) + "." + std::to_string(AV_VERSION_MICRO(media))),
+              std::string::npos)
+        << text;
     for (const char* name : {"\nFFmpeg ", "libavcodec ", "libavutil ", "libswscale "}) {
         EXPECT_NE(text.find(name), std::string::npos) << text;
     }
