@@ -10,6 +10,10 @@ void PictureNumbers::Count(Ticks time) {
         return;
     }
     if (_runs.empty() || Predicted(_runs.back(), time) != _count) {
+        if (_runs.size() == mostRuns) {
+            Lose();
+            return;
+        }
         _runs.push_back({time, _count});
     }
     _last = time;

@@ -1,8 +1,10 @@
 // Which picture of the input was shown at this time?  Decoder tells every picture it counts; Job asks for the ends of events.
 //
-// Pictures at an even distance are one run, however many they are: memory grows with the irregularities only.
+// Pictures at an even distance are one run, however many they are: memory grows with the irregularities only. Live sources may
+// have them for months, so the count is given up when there are a million.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -12,6 +14,8 @@ namespace Scan {
 
 class PictureNumbers {
 public:
+    static constexpr std::size_t mostRuns = 1 << 20;
+
     // interval: nominal ticks between two pictures, at least 1.
     explicit PictureNumbers(Ticks interval) : _interval(interval) {}
 

@@ -74,6 +74,19 @@ TEST(PictureNumbers, ALostCountGoesOnAtTheNominalRate) {
     EXPECT_EQ(numbers.At(6 * interval), 6);
 }
 
+TEST(PictureNumbers, MemoryIsBounded) {
+    PictureNumbers numbers(interval);
+    Ticks time = 0;
+    for (std::size_t i = 0; i <= PictureNumbers::mostRuns; ++i, time += 2 * interval) {  // every one is a run of its own
+        numbers.Count(time);
+    }
+    const Ticks last = time - 4 * interval;
+    EXPECT_EQ(numbers.At(last), static_cast<std::int64_t>(PictureNumbers::mostRuns) - 1);
+    EXPECT_TRUE(numbers.IsExact(last));
+    EXPECT_FALSE(numbers.IsExact(last + 2 * interval)) << "approximate from here";
+    EXPECT_EQ(numbers.At(last + 2 * interval), static_cast<std::int64_t>(PictureNumbers::mostRuns) + 1);
+}
+
 TEST(PictureNumbers, ACountLostAtOnceIsTimeOnly) {
     PictureNumbers numbers(interval);
     numbers.Lose();
