@@ -163,8 +163,9 @@ void ClipWriter::WriteOldest() {
     packet.flags &= ~AV_PKT_FLAG_DISCARD;                  // an edit list of the input's hid it
     packet.pos = -1;
     packet.pts = av_rescale_q(_pending.front().time, tickBase, stream.time_base);
-    packet.dts = av_rescale_q(_decodeTimes.Take(), tickBase, stream.time_base);
+    packet.dts = std::max(_lastDts + 1, av_rescale_q(_decodeTimes.Take(), tickBase, stream.time_base));
     packet.pts = std::max(packet.pts, packet.dts);         // a guess may be too early by far: rather late than no clip
+    _lastDts = packet.dts;
     packet.duration = av_rescale_q(_interval, tickBase, stream.time_base);
     Check(av_write_frame(_output.get(), &packet));
     _pending.pop_front();

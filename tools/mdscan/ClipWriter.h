@@ -2,6 +2,7 @@
 // per event.
 #pragma once
 
+#include <cstdint>
 #include <deque>
 #include <memory>
 #include <string>
@@ -85,6 +86,7 @@ private:
     Ticks _interval;
     DecodeTimes _decodeTimes;
     std::deque<Pending> _pending;
+    std::int64_t _lastDts = INT64_MIN / 2;     // what was written last, in the container's units: they must rise
 };
 
 }  // namespace Scan

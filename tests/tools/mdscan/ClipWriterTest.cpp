@@ -69,6 +69,27 @@ TEST_F(ClipWriterTest, OnlyAFinishedClipHasItsName) {
     }
 }
 
+// As of a damaged stream: late pictures, and several at one time.
+TEST_F(ClipWriterTest, TimesThatDoNotRiseAreWrittenAllTheSame) {
+    const std::string path = (_folder / "a-1.mp4").string();
+    const PacketPointer packet = NewPacket();
+    ASSERT_EQ(av_new_packet(packet.get(), 100), 0);
+    ClipWriter writer(path, "", Video(AV_CODEC_ID_MJPEG), 0);
+    for (int i = 0; i < 100; ++i) {
+        writer.Write(*packet, (i == 80 ? 10 : i / 3) * oneSecond / 25);
+    }
+    writer.Finish();
+    AVFormatContext* opened = nullptr;
+    ASSERT_EQ(avformat_open_input(&opened, path.c_str(), nullptr, nullptr), 0);
+    const InputPointer input(opened);
+    const PacketPointer read = NewPacket();
+    int count = 0;
+    for (; av_read_frame(opened, read.get()) >= 0; ++count) {
+        av_packet_unref(read.get());
+    }
+    EXPECT_EQ(count, 100);
+}
+
 TEST_F(ClipWriterTest, ContainersAreChosenByCodec) {
     EXPECT_STREQ(Video(AV_CODEC_ID_H264).Ending(), ".mp4");
     EXPECT_STREQ(Video(AV_CODEC_ID_HEVC).Ending(), ".mp4");
