@@ -27,7 +27,7 @@ const std::vector<SquareScene> twoSquares = {{.width = 128, .height = 96, .secon
 class ClipsTest : public ScanFixture {
 protected:
     Outcome Cut(const std::string& input, std::vector<std::string> options = {}) const {
-        options.insert(options.end(), {"--clips", In("clips"), "--min-size", "0", In(input)});
+        options.insert(options.end(), {"--clips", In("clips"), "--min-size", "0", "--block", "4", In(input)});
         return Mdscan(options);
     }
 
@@ -167,7 +167,8 @@ TEST_F(ClipsTest, APipeIsCutAsAFileIs) {
     ASSERT_EQ(file.lines.size(), 2u) << file.err;
     const std::string content = Read("clips/input-1.mp4");
     EXPECT_FALSE(content.empty());
-    const Outcome pipe = MdscanFed({"--clips", In("clips"), "--min-size", "0", "--merge-gap", "1", "-"}, In("input"));
+    const Outcome pipe = MdscanFed({"--clips", In("clips"), "--min-size", "0", "--block", "4", "--merge-gap", "1", "-"},
+                                   In("input"));
     ASSERT_EQ(pipe.lines.size(), 2u) << pipe.err;
     EXPECT_EQ(pipe.lines[0]["clip"], In("clips/stdin-1.mp4"));
     EXPECT_EQ(pipe.lines[0]["clip_start"], file.lines[0]["clip_start"]);
@@ -185,8 +186,8 @@ TEST_F(ClipsTest, ADroppedEventLeavesNoClip) {
 TEST_F(ClipsTest, AnInterruptionCompletesTheClip) {
     const SquareScene scene{.width = 128, .height = 96, .seconds = 30, .from = 6, .until = 29};
     WriteEncoded({scene}, {.codec = "mpeg2video", .container = "mpegts"}, In("input"));
-    const Outcome run = MdscanInterrupted({"--clips", In("clips"), "--min-size", "0", "--frames"}, In("input"), In("pipe.ts"),
-                                          40);
+    const Outcome run = MdscanInterrupted({"--clips", In("clips"), "--min-size", "0", "--block", "4", "--frames"}, In("input"),
+                                          In("pipe.ts"), 40);
     EXPECT_EQ(run.code, 1);
     ASSERT_EQ(run.lines.back()["type"], "event") << run.err;
     ExpectClip(run.lines.back(), ReadPictures(In("input")), run.lines.back()["start"]);
@@ -198,8 +199,8 @@ TEST_F(ClipsTest, InputsOfOneNameDoNotMeetAndResumingChangesNothing) {
         std::filesystem::create_directories(In(folder));
         WriteEncoded({twoSquares[0]}, {.codec = "mpeg4", .container = "mp4"}, In(std::string(folder) + "/door.mp4"));
     }
-    const std::vector<std::string> command = {"-j", "2", "--min-size", "0", "--clips", In("clips"), "--resume", In("state"),
-                                              In("a"), In("b")};
+    const std::vector<std::string> command = {"-j", "2", "--min-size", "0", "--block", "4", "--clips", In("clips"),
+                                              "--resume", In("state"), In("a"), In("b")};
     const Outcome first = Mdscan(command), again = Mdscan(command);
     EXPECT_EQ(first.lines, again.lines);
     ASSERT_EQ(first.lines.size(), 4u) << first.err;
@@ -210,7 +211,7 @@ TEST_F(ClipsTest, InputsOfOneNameDoNotMeetAndResumingChangesNothing) {
 
 TEST_F(ClipsTest, AFullDiskIsNamed) {
     WriteEncoded(twoSquares, {.codec = "rawvideo", .container = "avi"}, In("input"));
-    const Outcome run = Mdscan({"--clips", In("clips"), "--min-size", "0", In("input")}, {.largestFile = 50'000});
+    const Outcome run = Mdscan({"--clips", In("clips"), "--min-size", "0", "--block", "4", In("input")}, {.largestFile = 50'000});
     EXPECT_EQ(run.code, 1);
     EXPECT_NE(run.err.find("cannot write " + In("clips/input-1.mkv")), std::string::npos) << run.err;
     EXPECT_EQ(run.ErrorLines(), 1) << run.err;
