@@ -30,6 +30,7 @@ struct Setting {
     bool shadows = false;
     float minSize = 0.03f;
     double statedRate = 0;             // what the detector is told; 0: the video's
+    bool partlyH264 = false;           // as complete pictures of a partly decoded stream
 };
 
 // Sums over all start phases of the cadence: which picture comes first is chance.
@@ -74,7 +75,8 @@ void AddRun(const std::vector<Bench::LabelledPicture>& video, const Setting& set
         if (!cadence.Takes(time)) continue;
         detector.Detect({.columns = picture.columns, .rows = picture.rows, .ycbcr = picture.ycbcr, .time = coremd::Ticks(time),
                          .fps = setting.statedRate > 0 ? setting.statedRate : picturesPerSecond,
-                         .detectShadow = setting.shadows, .isIFrame = true});
+                         .detectShadow = setting.shadows, .isIFrame = true, .isPartlyH264 = setting.partlyH264,
+                         .isPartlyH264IFrame = setting.partlyH264});
         std::vector<bool> found(picture.truth.size());
         int objects = 0;
         for (const coremd::Object& object : detector.Objects()) {
@@ -119,7 +121,7 @@ void Print(const std::string& sequence, const Setting& setting, const Score& s) 
 
 std::vector<Setting> Settings() {
     std::vector<Setting> all;
-    for (const double rate : {25.0, 12.5, 8.4, 6.25, 5.0, 4.2, 3.1, 2.0, 1.0}) all.push_back({.name = "rate", .rate = rate});
+    for (const double rate : {25.0, 12.5, 8.4, 6.25, 5.0, 4.2, 3.1, 2.0, 1.0, 0.5}) all.push_back({.name = "rate", .rate = rate});
     for (const int block : {1, 4, 8}) all.push_back({.name = "block", .blockSize = block});
     all.push_back({.name = "unlimited", .limitToMotion = false});
     all.push_back({.name = "unlimited, all pictures", .rate = 25, .limitToMotion = false});
@@ -127,6 +129,7 @@ std::vector<Setting> Settings() {
     all.push_back({.name = "shadows", .shadows = true});
     all.push_back({.name = "no smallest size", .minSize = 0});
     all.push_back({.name = "rate stated", .statedRate = 6.25});
+    for (const double rate : {1.0, 0.5}) all.push_back({.name = "partly decoded H.264", .rate = rate, .partlyH264 = true});
     all.push_back({.name = "twice the rate stated", .statedRate = 12.5});
     return all;
 }

@@ -115,7 +115,7 @@ void Batch::Listen() {
             --(item.isLive ? _live : _running);
             const JobResult& result = worker->Result();
             const bool lasting = result.health != Health::Interrupted && result.health != Health::Unwritten && !worker->WasKilled();
-            if (_state && lasting && !item.isLive && item.input.path != "-") {
+            if (_state && lasting && item.identity != Identity{}) {        // of what is no file, nobody knows whether it changed
                 _state->Add(item.input.path, item.identity, FinishedOf(item, result));
             }
             Finish(item, result);

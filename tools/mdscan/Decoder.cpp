@@ -290,6 +290,7 @@ bool Decoder::IsPassedBy(const AVPacket& packet, std::int64_t number) {
     const bool begins = (packet.flags & AV_PKT_FLAG_KEY) != 0 && time && _groups.Begins(*time);
     if (begins && _standIn) {
         _instead = _standIn(*time);
+        _unanchored = _unanchored || (_passing && !_instead);
         _passing = _instead != nullptr;
         if (_instead) {
             _instead->reordered_opaque = number;                   // another decoder's until now
@@ -310,8 +311,13 @@ bool Decoder::IsPassedBy(const AVPacket& packet, std::int64_t number) {
 // Of the packet that is about to be decoded.
 void Decoder::ChooseDiscard(const AVPacket& packet) {
     const bool cutAway = (packet.flags & AV_PKT_FLAG_DISCARD) != 0;    // by a list of edits: never shown, never counted
-    const bool may = _leftOut && !cutAway &&
-                     _leftOut->May(TicksOf(packet.pts, _facts->timeBase), TicksOf(packet.dts, _facts->timeBase), _later);
+    const std::optional<Ticks> decoded = TicksOf(packet.dts, _facts->timeBase);
+    bool may = false;
+    if (_leftOut && (cutAway || _unanchored)) {                        // which ones will be asked for, the first one shown tells
+        _leftOut->Pass(decoded);
+    } else if (_leftOut) {
+        may = _leftOut->May(TicksOf(packet.pts, _facts->timeBase), decoded, _later);
+    }
     _codec->skip_frame = may ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
 }
 
@@ -361,6 +367,7 @@ void Decoder::CountLeftOut(const std::vector<Ticks>& times) {
 
 void Decoder::AcceptFrame() {
     _failuresInARow = 0;
+    _unanchored = _unanchored && _passing;
     const std::optional<Ticks> presented = Presented();
     if (_leftOut && presented) {
         CountLeftOut(_leftOut->Before(*presented));
@@ -402,7 +409,7 @@ void Decoder::CheckEnd() {
     const Ticks tolerance = 3 * NominalInterval();
     if (_promised - end > std::max(oneSecond, tolerance)) {
         NoteDamage("ends early, its header promises " + std::to_string(_promised / oneSecond) + " s");
-    } else if (!complaint.empty() && _promisedByFile - end > tolerance) {
+    } else if (!_standIn && !complaint.empty() && _promisedByFile - end > tolerance) {
         NoteDamage(complaint);
     } else if (EndsWithinPicture()) {
         NoteDamage("ends within a picture");

@@ -66,6 +66,7 @@ public:
 
     const AVFrame& Frame() const { return *_frame; }           // until the following Next
     Ticks Time() const { return _time; }                       // since the start of the file; always rising
+    std::int64_t PacketsRead() const { return _packets; }
     std::int64_t Packet() const { return _frame->reordered_opaque; }   // number of the one that holds the newest picture
     Ticks FileTime() const { return _time - _later; }          // of the picture, as the file counts
     std::int64_t Pictures() const { return _pictures + _passedBy; }    // so far, those left out too
@@ -146,6 +147,7 @@ private:
     bool _passing = false;             // the packets that come belong to a group that is not decoded
     bool _emptying = false;            // the decoder gives its last pictures before it is used for another group
     bool _fed = false;                 // the decoder may have pictures
+    bool _unanchored = false;          // a group is decoded behind one that is not, and none of its pictures was shown yet
     std::int64_t _passedBy = 0;        // pictures of groups that were not decoded
     Ticks _reached = 0;                // ticks; time of the last of them
     std::int64_t _pictures = 0;

@@ -129,9 +129,10 @@ void Job::Analyse(const AVFrame& frame, Ticks time) {
     _picture.Take(frame);
     const Host::PictureFormat& format = _picture.Format();
     if (!_watcher || !_watcher->Suits(format)) {
+        const PictureGrid grid = GridOf(format.width, format.height, _options.blockSize);
         PrintEvent(_events.Close());                       // the new pictures cannot be compared with the old ones
         _heat.Add(_watcher ? _watcher->Heat() : HeatMap{});
-        _watcher.emplace(format, GridOf(format.width, format.height, _options.blockSize), _rules);
+        _watcher.emplace(format, grid, _rules);
     }
     Findings findings = _watcher->Watch(_picture.View(), time);
     ++_analysed;

@@ -22,17 +22,26 @@ bool KeyframeScout::Begin() {
         }
     }
     _decoder.ShowGroupStarts();
+    _firstPacket = _decoder.PacketsRead();
     return true;
 }
 
 bool KeyframeScout::Advance() {
     _begun = _begun || Begin();
-    if (!_begun || !_decoder.Next()) {
+    if (!_begun) {
         return false;
     }
+    do {                                                   // the decoder may still have pictures from before
+        if (!_decoder.Next()) {
+            return false;
+        }
+    } while (_decoder.Packet() < _firstPacket);
     FramePointer picture(av_frame_clone(&_decoder.Frame()));
     const bool quiet = IsQuiet(*picture);
-    _keys.push_back({_decoder.FileTime(), std::move(picture), quiet});
+    const Ticks time = _decoder.FileTime();
+    _falls += _newest && time < *_newest;
+    _newest = time;
+    _keys.push_back({_falls, time, std::move(picture), quiet});
     return true;
 }
 
@@ -47,7 +56,9 @@ bool KeyframeScout::IsQuiet(const AVFrame& frame) {
 }
 
 FramePointer KeyframeScout::At(Ticks time) {
-    const auto isBefore = [&](const Key& key) { return key.time < time; };
+    _fallsAsked += _asked && time < *_asked;
+    _asked = time;
+    const auto isBefore = [&](const Key& key) { return std::pair(key.falls, key.time) < std::pair(_fallsAsked, time); };
     while (!_keys.empty() && isBefore(_keys.front())) {
         _keys.pop_front();
     }
@@ -58,7 +69,8 @@ FramePointer KeyframeScout::At(Ticks time) {
     }
     ++_tally.groups;
     ++_tally.decoded;
-    if (_keys.size() < 2 || _keys.front().time != time) {          // the last one, or one whose first picture is damaged
+    // The last one, one whose first picture is damaged, or one behind which time begins anew: how long it is, nobody knows.
+    if (_keys.size() < 2 || _keys[0].time != time || _keys[0].falls != _fallsAsked || _keys[1].falls != _fallsAsked) {
         return nullptr;
     }
     const Ticks length = _keys[1].time - time;

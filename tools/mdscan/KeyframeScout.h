@@ -5,6 +5,7 @@
 // picture nor in that of the next group, and the two are close enough for hardly anything to come and go between them.
 #pragma once
 
+#include <cstdint>
 #include <deque>
 #include <optional>
 #include <string>
@@ -32,6 +33,7 @@ public:
 
 private:
     struct Key {
+        int falls;                 // of the file's times before this one
         Ticks time;                // ticks of the file
         FramePointer picture;
         bool quiet;                // the detector knew enough, and found nothing
@@ -48,6 +50,11 @@ private:
     PlainPicture _picture;
     std::optional<Watcher> _watcher;
     bool _begun = false;
+    std::int64_t _firstPacket = 0; // since only starts of groups are decoded
+    int _falls = 0;                // of the keys' times
+    std::optional<Ticks> _newest;  // ticks of the file; of the keys
+    int _fallsAsked = 0;           // of the times asked for
+    std::optional<Ticks> _asked;   // ticks of the file; the newest of them
     std::deque<Key> _keys;         // from the group asked for on
     GroupTally _tally;
 };

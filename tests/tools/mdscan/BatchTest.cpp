@@ -250,5 +250,13 @@ TEST_F(BatchTest, AFullOutputEndsTheRun) {
     EXPECT_NE(run.err.find("cannot print results"), std::string::npos) << run.err;
 }
 
+TEST_F(BatchTest, WhatIsNoFileIsNotRemembered) {
+    const std::string clip = RawClip({.seconds = 3, .from = 0, .until = 0});
+    const Outcome run = Mdscan({"--resume", In("state"), "tcp://127.0.0.1:1", clip});
+    EXPECT_EQ(run.code, 1);
+    EXPECT_EQ(Read("state").find("127.0.0.1"), std::string::npos);
+    EXPECT_NE(Read("state").find("clip.y4m"), std::string::npos);
+}
+
 }  // namespace
 }  // namespace Scan

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <cstdint>
+#include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
@@ -33,8 +35,8 @@ protected:
     }
 
     // That both scans find the same events; returns the line of the file of the fast one.
-    json ExpectTheSame() const {
-        const std::vector<json> whole = Scanned({}), fast = Scanned({"--fast"});
+    json ExpectTheSame(int code = 0) const {
+        const std::vector<json> whole = Scanned({}, code), fast = Scanned({"--fast"}, code);
         EXPECT_EQ(whole.size(), 3u);
         EXPECT_EQ(fast.size(), whole.size());
         for (std::size_t i = 0; i + 1 < whole.size() && i < fast.size(); ++i) {
@@ -90,6 +92,27 @@ TEST_F(FastScan, WhatMovesWithinOneGroupOnlyIsMissed) {
     const std::vector<json> fast = Scanned({"--fast"}, 3);
     ASSERT_EQ(fast.size(), 1u);
     EXPECT_LT(fast[0]["groups_decoded"], 6);
+}
+
+TEST_F(FastScan, JoinedRecordingsAreJudgedLikeSingleOnes) {
+    WriteEncoded({TwoVisits().front()}, {.codec = "mpeg2video", .container = "mpegts", .groupSize = 20}, In("one"));
+    Write("clip", Read("one") + Read("one"));
+    const json file = ExpectTheSame(1);                              // the packet in which they join is damaged
+    EXPECT_LT(file["groups_decoded"], 20);
+    EXPECT_GT(file["groups"], 36);
+}
+
+TEST_F(FastScan, NoGroupIsJudgedByPicturesWithinIt) {
+    // The decoder still holds pictures when keyframes begin to be all that is looked at.
+    WriteEncoded({{.width = 160, .height = 120, .framesPerSecond = 12, .seconds = 20, .from = 1.6, .until = 4}},
+                 {.codec = "mpeg4", .container = "mp4", .groupSize = 12, .bFrames = 2}, In("clip"));
+    for (const char* rate : {"0", "6"}) {
+        const std::vector<json> whole = Scanned({"--rate", rate}), fast = Scanned({"--rate", rate, "--fast"});
+        ASSERT_EQ(fast.size(), 2u);
+        EXPECT_NEAR(fast[0]["start"].get<double>(), whole[0]["start"].get<double>(), 0.2);
+        std::filesystem::remove(In("state2"));
+        std::filesystem::remove(In("state3"));
+    }
 }
 
 TEST_F(FastScan, DamageIsSteppedOver) {

@@ -67,5 +67,5 @@ TEST(SceneOutput, EmptyFrameHasAnEmptyList) {
 TEST(SceneOutput, MaskIsAGreyPicture) {
     std::ostringstream out;
     MdScene::WriteMask(SmallFrame(), out);
-    EXPECT_EQ(out.str(), std::string("P5\n3 2\n255\n") + std::string("\xFF\0\0\x80\0\0", 6));
+    EXPECT_EQ(out.str(), std::string("P5\n3 2\n255\n\xFF\0\0\x80\0\0", 17));
 }
