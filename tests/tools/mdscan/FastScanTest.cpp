@@ -28,7 +28,7 @@ protected:
     // Events and the line of the file.
     std::vector<json> Scanned(const std::vector<std::string>& options, int expectedCode = 0) const {
         std::vector<std::string> arguments = options;
-        arguments.insert(arguments.end(), {"--resume", In("state" + std::to_string(options.size())), In("clip")});
+        arguments.insert(arguments.end(), {"--block", "4", "--resume", In("state" + std::to_string(options.size())), In("clip")});
         const Outcome run = Mdscan(arguments);
         EXPECT_EQ(run.code, expectedCode) << run.err;
         return run.lines;
