@@ -41,7 +41,8 @@ protected:
     std::string PathOf(const std::string& name) const { return (_folder / name).string(); }
 
     Outcome Run(const std::string& arguments) const {
-        const std::string command = std::string(MDSCENE_PROGRAM) + " " + arguments + " 2>" + PathOf("errors");
+        std::string command = MDSCENE_PROGRAM " ";
+        command.append(arguments).append(" 2>").append(PathOf("errors"));
         Outcome outcome = {};
         FILE* pipe = popen(command.c_str(), "r");
         std::array<char, 4096> chunk;
