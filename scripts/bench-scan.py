@@ -22,7 +22,7 @@ PRESET = os.environ.get("BENCH_PRESET", "release-v3")
 BUILD = ROOT / "build" / PRESET
 CLIPS = ROOT / "build/bench-scan"
 FOOTAGE = pathlib.Path(os.environ.get("COREMD_FOOTAGE", ROOT.parent / "shared/footage"))
-REPETITIONS = 3
+REPETITIONS = int(os.environ.get("BENCH_REPETITIONS", "3"))
 
 STREET = ["--size", "640x360", "--fps", "25", "--frames", "15000", "--pause-seconds", "110", "--seed", "5"]
 ENCODE = ["-c:v", "libx264", "-preset", "veryfast", "-g", "50", "-keyint_min", "50", "-sc_threshold", "0"]
@@ -178,7 +178,7 @@ def text():
     model = next((line.split(":")[1].strip() for line in open("/proc/cpuinfo") if line.startswith("model name")), "unknown")
     ffmpeg = run(["ffmpeg", "-version"], stdout=subprocess.PIPE, text=True).stdout.split()[2]
     parts = [f"`./dev bench scan` measured this: {model}, {os.cpu_count()} processors, {platform.system()}, build `{PRESET}`, "
-             f"FFmpeg {ffmpeg}. Least of {REPETITIONS} runs. `street.mp4` is `mdscene {' '.join(STREET)}`, encoded with "
+             f"FFmpeg {ffmpeg}. Runs: {REPETITIONS}, the least of them counts. `street.mp4` is `mdscene {' '.join(STREET)}`, encoded with "
              f"`{' '.join(ENCODE)}`; others are public footage.\n",
              "Processor seconds on one core, then wall seconds on two; in brackets, times those of "
              f"`{' '.join(DECODE).format(threads='N', file='VIDEO')}` with as many threads:\n", cost,
