@@ -78,43 +78,26 @@ std::optional<RelativeZone> ReadZone(const std::string& text) {
     return inside ? std::optional(RelativeZone{x, y, width, height}) : std::nullopt;
 }
 
-CLI::Validator IsZone() {
+// What `read` makes a value of. what: what the text must be else.
+template <typename Value>
+CLI::Validator Reads(std::optional<Value> (*read)(const std::string&), const char* what) {
     return CLI::Validator(
-        [](std::string& value) {
-            return ReadZone(value) ? std::string() : "must be x,y,w,h, each from 0 to 1 and inside the picture, not " + value;
+        [read, what](std::string& value) {
+            return read(value) ? std::string() : "must be " + std::string(what) + ", not " + value;
         },
         "");
 }
 
-CLI::Validator IsTime() {
-    return CLI::Validator(
-        [](std::string& value) {
-            return ParseWallTime(value) ? std::string() : "must be a time like 2026-03-01T12:00:00Z, not " + value;
-        },
-        "");
-}
+CLI::Validator IsZone() { return Reads(&ReadZone, "x,y,w,h, each from 0 to 1 and inside the picture"); }
+CLI::Validator IsTime() { return Reads(&ParseWallTime, "a time like 2026-03-01T12:00:00Z"); }
+CLI::Validator IsMoment() { return Reads(&ReadTime, "seconds or hh:mm:ss"); }
+CLI::Validator IsPlace() { return Reads(&ReadPlace, "x,y, two whole numbers from 0"); }
 
 CLI::Validator IsStyle() {
     return CLI::Validator(
         [](std::string& value) {
             const bool known = value == "auto" || value == "json" || value == "none";
             return known ? std::string() : "must be auto, json or none, not " + value;
-        },
-        "");
-}
-
-CLI::Validator IsMoment() {
-    return CLI::Validator(
-        [](std::string& value) {
-            return ReadTime(value) ? std::string() : "must be seconds or hh:mm:ss, not " + value;
-        },
-        "");
-}
-
-CLI::Validator IsPlace() {
-    return CLI::Validator(
-        [](std::string& value) {
-            return ReadPlace(value) ? std::string() : "must be x,y, two whole numbers from 0, not " + value;
         },
         "");
 }
