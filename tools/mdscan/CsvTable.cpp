@@ -2,13 +2,9 @@
 #include "CsvTable.h"
 
 #include <array>
-#include <cerrno>
 #include <cstring>
-#include <utility>
 
 #include <nlohmann/json.hpp>
-
-#include "Failure.h"
 
 namespace Scan {
 
@@ -84,34 +80,18 @@ std::string CsvRow(const std::string& input, const std::string& line) {
 }
 
 CsvTable::CsvTable(const std::string& path, const std::vector<std::string>& inputs)
-    : _place(path, inputs), _file(std::fopen(_place.PassingPath().c_str(), "wb")) {
-    Check(_file != nullptr);
-    Write(CsvHead());
+    : _text(path, inputs) {
+    _text.Write(CsvHead());
 }
-
-CsvTable::~CsvTable() {
-    if (_file) {
-        std::fclose(_file);
-    }
-}
-
-void CsvTable::Check(bool good) const {
-    if (!good) {
-        throw OutputFailure(exitFailed, "cannot write " + _place.Path() + ": " + std::strerror(errno));
-    }
-}
-
-void CsvTable::Write(const std::string& row) { Check(std::fwrite(row.data(), 1, row.size(), _file) == row.size()); }
 
 void CsvTable::Take(const std::string& input, const std::string& line) {
     if (line.starts_with(R"({"type":"event")")) {
-        Write(CsvRow(input, line));
+        _text.Write(CsvRow(input, line));
     }
 }
 
 void CsvTable::Keep() {
-    Check(std::fclose(std::exchange(_file, nullptr)) == 0);
-    _place.Keep();
+    _text.Keep();
 }
 
 }  // namespace Scan

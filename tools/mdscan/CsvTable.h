@@ -1,11 +1,10 @@
 // How do events look in a spreadsheet?  One row per event, made from the lines of results; RunResults owns one when asked to.
 #pragma once
 
-#include <cstdio>
 #include <string>
 #include <vector>
 
-#include "ResultFile.h"
+#include "GrowingFile.h"
 
 namespace Scan {
 
@@ -13,9 +12,6 @@ class CsvTable {
 public:
     // inputs: files that must not be replaced. Throws Failure.
     CsvTable(const std::string& path, const std::vector<std::string>& inputs);
-    ~CsvTable();
-    CsvTable(const CsvTable&) = delete;
-    CsvTable& operator=(const CsvTable&) = delete;
 
     // Any line of results of this input; those that are no events are passed over. Throws OutputFailure.
     void Take(const std::string& input, const std::string& line);
@@ -24,11 +20,7 @@ public:
     void Keep();
 
 private:
-    void Write(const std::string& row);
-    void Check(bool good) const;
-
-    ResultFile _place;
-    std::FILE* _file;  // owned; null once closed
+    GrowingFile _text;
 };
 
 // One row with its end, of an event's line; also the one with the columns' names.

@@ -3,7 +3,6 @@
 #include "HtmlPage.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <filesystem>
@@ -60,31 +59,16 @@ std::string SafeInScript(std::string json) {
 }
 
 HtmlPage::HtmlPage(const std::string& path, const std::vector<std::string>& inputs, const std::string& scan)
-    : _place(path, inputs), _file(std::fopen(_place.PassingPath().c_str(), "wb")) {
-    Check(_file != nullptr);
-    Write(std::string(pageHead) + "<style>\n" + pageStyle + "</style>\n</head>\n" + pageBody);
-    Write(Block("scan", SafeInScript(scan)));
+    : _text(path, inputs) {
+    _text.Write(std::string(pageHead) + "<style>\n" + pageStyle + "</style>\n</head>\n" + pageBody);
+    _text.Write(Block("scan", SafeInScript(scan)));
 }
-
-HtmlPage::~HtmlPage() {
-    if (_file) {
-        std::fclose(_file);
-    }
-}
-
-void HtmlPage::Check(bool good) const {
-    if (!good) {
-        throw OutputFailure(exitFailed, "cannot write " + _place.Path() + ": " + std::strerror(errno));
-    }
-}
-
-void HtmlPage::Write(const std::string& text) { Check(std::fwrite(text.data(), 1, text.size(), _file) == text.size()); }
 
 // The block of an input begins with its lines, for these come first.
 void HtmlPage::Open() {
     if (!std::exchange(_open, true)) {
         _first = true;
-        Write("<script type=\"application/json\" class=\"input\">{\"lines\":[");
+        _text.Write("<script type=\"application/json\" class=\"input\">{\"lines\":[");
     }
 }
 
@@ -100,13 +84,13 @@ void HtmlPage::Take(const std::string& input, const std::string& line) {
         if (shown["boxes"].size() > 1) {
             shown["boxes"].erase(shown["boxes"].begin() + 1, shown["boxes"].end());
         }
-        AddLink(shown, _place.Path(), input);
+        AddLink(shown, _text.Path(), input);
         if (const auto picture = _pictures.extract(shown.at("event").get<int>())) {
             shown["picture"] = picture.mapped();
         }
     }
     Open();
-    Write((std::exchange(_first, false) ? "\n" : ",\n") + Dumped(shown));
+    _text.Write((std::exchange(_first, false) ? "\n" : ",\n") + Dumped(shown));
 }
 
 void HtmlPage::Attach(const EventPicture& picture) {
@@ -122,14 +106,14 @@ void HtmlPage::Finish(const std::string& input, const JobResult& result) {
     Open();
     Json end = {{"file", input},
                 {"camera", CameraOf(input)},
-                {"link", IsFile(input) ? LinkFrom(_place.Path(), input) : ""},
+                {"link", IsFile(input) ? LinkFrom(_text.Path(), input) : ""},
                 {"status", NameOf(result.health)},
                 {"reason", result.trouble},
                 {"seconds", PrintedSeconds(result.tally.length)}};
     if (result.clock) {
         end["start_time"] = WallTimeText(result.clock->at);
     }
-    Write("],\n" + Dumped(end).substr(1) + "</script>\n");
+    _text.Write("],\n" + Dumped(end).substr(1) + "</script>\n");
     _open = false;
     _pictures.clear();
 }
@@ -138,16 +122,15 @@ void HtmlPage::Keep(const CameraGrounds& cameras) {
     for (const auto& [camera, ground] : cameras.All()) {
         const PictureGrid& grid = ground.heat.grid;
         const int shrink = (grid.pictureWidth + widestHeatPicture - 1) / widestHeatPicture;
-        Write(Block("camera", Dumped({{"camera", camera},
+        _text.Write(Block("camera", Dumped({{"camera", camera},
                                       {"width", grid.pictureWidth},
                                       {"height", grid.pictureHeight},
                                       {"heat", PngAddress(HeatPicture(ground.heat, ground.background, shrink))},
                                       {"background", PngAddress(GreyWhereUnknown(ground.background))}})));
     }
-    Write(Block("end", Json{{"left_out", _leftOut}}.dump()));
-    Write(std::string("<script>\n\"use strict\";\n") + pageScript + "</script>\n</body>\n</html>\n");
-    Check(std::fclose(std::exchange(_file, nullptr)) == 0);
-    _place.Keep();
+    _text.Write(Block("end", Json{{"left_out", _leftOut}}.dump()));
+    _text.Write(std::string("<script>\n\"use strict\";\n") + pageScript + "</script>\n</body>\n</html>\n");
+    _text.Keep();
 }
 
 }  // namespace Scan

@@ -6,7 +6,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <map>
 #include <string>
 #include <vector>
@@ -14,7 +13,7 @@
 #include "Attachment.h"
 #include "Camera.h"
 #include "Report.h"
-#include "ResultFile.h"
+#include "GrowingFile.h"
 
 namespace Scan {
 
@@ -24,9 +23,6 @@ class HtmlPage {
 public:
     // inputs: files that must not be replaced. scan: the first line of the results. Throws Failure.
     HtmlPage(const std::string& path, const std::vector<std::string>& inputs, const std::string& scan);
-    ~HtmlPage();
-    HtmlPage(const HtmlPage&) = delete;
-    HtmlPage& operator=(const HtmlPage&) = delete;
 
     // Of one input at a time, each ended by Finish. A picture comes before the line of its event. Throw OutputFailure.
     void Take(const std::string& input, const std::string& line);
@@ -37,12 +33,9 @@ public:
     void Keep(const CameraGrounds& cameras);
 
 private:
-    void Write(const std::string& text);
     void Open();
-    void Check(bool good) const;
 
-    ResultFile _place;
-    std::FILE* _file;                      // owned; null once closed
+    GrowingFile _text;
     bool _open = false;                    // within the block of an input
     bool _first = true;                    // nothing was written into it
     std::map<int, std::string> _pictures;  // base64, by number of the event; of lines still to come

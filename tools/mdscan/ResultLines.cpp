@@ -2,42 +2,30 @@
 #include "ResultLines.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
-#include <utility>
 
 #include "Failure.h"
 
 namespace Scan {
 
-ResultLines::ResultLines(const std::string& path, const std::vector<std::string>& inputs) : _file(stdout) {
+ResultLines::ResultLines(const std::string& path, const std::vector<std::string>& inputs) {
     if (!path.empty()) {
-        _place.emplace(path, inputs);
-        _file = std::fopen(_place->PassingPath().c_str(), "wb");
-        Check(_file != nullptr);
-    }
-}
-
-ResultLines::~ResultLines() {
-    if (_place && _file) {
-        std::fclose(_file);
-    }
-}
-
-void ResultLines::Check(bool good) const {
-    if (!good) {
-        const std::string place = _place ? "cannot write " + _place->Path() : "cannot print results";
-        throw OutputFailure(exitFailed, place + ": " + std::strerror(errno));
+        _text.emplace(path, inputs);
     }
 }
 
 void ResultLines::Print(const std::string& line) {
-    Check(std::fprintf(_file, "%s\n", line.c_str()) >= 0 && (_place || std::fflush(_file) == 0));
+    if (_text) {
+        _text->Write(line + "\n");
+    } else if (std::printf("%s\n", line.c_str()) < 0 || std::fflush(stdout) != 0) {
+        throw OutputFailure(exitFailed, std::string("cannot print results: ") + std::strerror(errno));
+    }
 }
 
 void ResultLines::Keep() {
-    if (_place && _file) {
-        Check(std::fclose(std::exchange(_file, nullptr)) == 0);
-        _place->Keep();
+    if (_text) {
+        _text->Keep();
     }
 }
 

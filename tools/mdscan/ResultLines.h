@@ -2,12 +2,11 @@
 // one, a single scan or Batch prints through it.
 #pragma once
 
-#include <cstdio>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "ResultFile.h"
+#include "GrowingFile.h"
 
 namespace Scan {
 
@@ -15,9 +14,6 @@ class ResultLines {
 public:
     // path: empty for standard output. inputs: files that must not be replaced. Throws Failure.
     ResultLines(const std::string& path, const std::vector<std::string>& inputs);
-    ~ResultLines();
-    ResultLines(const ResultLines&) = delete;
-    ResultLines& operator=(const ResultLines&) = delete;
 
     // One line, given without its end; on standard output it is there at once. Throws OutputFailure.
     void Print(const std::string& line);
@@ -26,10 +22,7 @@ public:
     void Keep();
 
 private:
-    void Check(bool good) const;
-
-    std::optional<ResultFile> _place;      // absent: standard output
-    std::FILE* _file;                      // owned unless it is standard output; null once closed
+    std::optional<GrowingFile> _text;       // absent: standard output
 };
 
 }  // namespace Scan
