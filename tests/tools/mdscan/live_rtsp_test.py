@@ -41,9 +41,12 @@ class LiveRtspTest(unittest.TestCase):
             scan = live_scan.Scan(MDSCAN, f"rtsp://127.0.0.1:{camera.port}/camera")
             try:
                 scan.wait_for(lambda scan: len(scan.of("event")) == 1)
+                broken = time.monotonic()
                 camera.kill()
                 time.sleep(OUTAGE)
                 camera = Camera(video, camera.port)
+                scan.wait_for(lambda scan: scan.of("gap"), 30)
+                told = time.monotonic()
                 scan.wait_for(lambda scan: len(scan.of("event")) == 2, 30)
             finally:
                 camera.kill()
@@ -54,7 +57,8 @@ class LiveRtspTest(unittest.TestCase):
         self.assertEqual(len(events), 2, scan.lines)
         self.assertGreaterEqual(len(gaps), 1, scan.lines)
         gap = gaps[0]
-        self.assertTrue(OUTAGE - 1 < gap["end"] - gap["start"] < OUTAGE + 5, gap)
+        # How soon there are pictures again is the server's and the machine's business.
+        self.assertTrue(OUTAGE - 1 < gap["end"] - gap["start"] < told - broken + 1, gap)
         self.assertIn("connection", gap["reason"])
         # The square crosses from 3 to 6 seconds of the video, which begins anew with the second camera.
         for event, begin in zip(events, (0, gap["end"])):
