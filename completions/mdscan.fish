@@ -11,7 +11,7 @@ complete -c mdscan -l start-time -x -d 'Time of day at the start of the one inpu
 complete -c mdscan -l reconnect -x -d 'Seconds without a picture after which a live source is given up'
 complete -c mdscan -l rate -x -d 'Pictures analysed per second; 0: every picture'
 complete -c mdscan -l fast -d 'Decode keyframes, and all else only where these show motion'
-complete -c mdscan -l block -x -d 'Block size in pixels, up to 64; 0: gives 120 to 240 columns'
+complete -c mdscan -l block -x -d 'Block size in pixels, up to 64; 0: gives 80 to 160 columns'
 complete -c mdscan -l shadows -d 'Drop what only darkens the background'
 complete -c mdscan -l min-size -x -d 'Smallest object, as a fraction of picture width and height'
 complete -c mdscan -l min-blocks -x -d 'Moving blocks below which a frame counts as still'

@@ -282,6 +282,13 @@ TEST(ChooseBlockSize, UsualPicturesGetPowersOfTwo) {
     EXPECT_EQ(Host::ChooseBlockSize(3840, 2160), 16);
 }
 
+TEST(ChooseBlockSize, GivesFewerColumnsWhereTheyAreWanted) {
+    EXPECT_EQ(Host::ChooseBlockSize(640, 360, 160), 4);
+    EXPECT_EQ(Host::ChooseBlockSize(641, 360, 160), 8);
+    EXPECT_EQ(Host::ChooseBlockSize(1920, 1080, 160), 16);
+    EXPECT_EQ(Host::ChooseBlockSize(100, 10000, 160), 2);
+}
+
 TEST(ChooseBlockSize, GivesABoundedGridWhereverOneExists) {
     for (int width = 1; width <= 64 * 240; ++width) {
         const int size = Host::ChooseBlockSize(width, 1);

@@ -213,7 +213,7 @@ void Declare(CLI::App& app, Options& options, Words& words, const std::string& v
     app.add_option("--rate", options.rate, "Pictures analysed per second; 0: every picture")
         ->check(Within(0, highestRate))->type_name("N");
     app.add_flag("--fast", options.fast, "Decode keyframes, and all else only where these show motion");
-    app.add_option("--block", options.blockSize, "Block size in pixels, up to 64; 0: gives 120 to 240 columns")
+    app.add_option("--block", options.blockSize, "Block size in pixels, up to 64; 0: gives 80 to 160 columns")
         ->check(Within(0, largestBlock))->type_name("N");
     app.add_flag("--shadows", options.shadows, "Drop what only darkens the background");
     app.add_option("--min-size", options.minSize, "Smallest object, as a fraction of picture width and height")

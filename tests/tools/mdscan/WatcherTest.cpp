@@ -25,8 +25,8 @@ ExitCode CodeOfGrid(int width, int height, int wish) {
 TEST(Watcher, UsualPicturesGetUsualGrids) {
     for (const int width : {176, 320, 352, 640, 704, 720, 768, 1280, 1920, 2560, 3840, 7680}) {
         const PictureGrid grid = GridOf(width, width * 9 / 16, 0);
-        EXPECT_GE(grid.columns, 110) << width;
-        EXPECT_LE(grid.columns, 240) << width;
+        EXPECT_GT(grid.columns, 80) << width;
+        EXPECT_LE(grid.columns, 160) << width;
     }
 }
 
