@@ -8,6 +8,7 @@ The machine should have nothing else to do. Real and labelled videos are taken f
 COREMD_FOOTAGE, where there is one; without it, only the rendered street is measured. BENCH_PRESET: build to measure,
 release-v3 if not set. ffmpeg (the command) is the yardstick: it decodes the same file and does nothing else.
 """
+import collections
 import json
 import os
 import pathlib
@@ -24,8 +25,14 @@ CLIPS = ROOT / "build/bench-scan"
 FOOTAGE = pathlib.Path(os.environ.get("COREMD_FOOTAGE", ROOT.parent / "shared/footage"))
 REPETITIONS = int(os.environ.get("BENCH_REPETITIONS", "3"))
 
-STREET = ["--size", "640x360", "--fps", "25", "--frames", "15000", "--pause-seconds", "110", "--seed", "5"]
-ENCODE = ["-c:v", "libx264", "-preset", "veryfast", "-g", "50", "-keyint_min", "50", "-sc_threshold", "0"]
+# Minutes in which a thing comes by now and then: how they are rendered, and encoded.
+KEYFRAMES = ["-c:v", "libx264", "-preset", "veryfast", "-g", "50", "-keyint_min", "50", "-sc_threshold", "0"]
+STREETS = {
+    "street.mp4": (["--size", "640x360", "--fps", "25", "--frames", "15000", "--pause-seconds", "110", "--seed", "5"], KEYFRAMES),
+    "street-720.mp4": (["--size", "1280x720", "--fps", "25", "--frames", "7500", "--pause-seconds", "110", "--seed", "6"],
+                       [*KEYFRAMES, "-b:v", "2M", "-maxrate", "2M", "-bufsize", "4M"]),
+}
+QUIET = ["-ss", "140", "-t", "108"]        # of the second: nothing comes by
 DECODE = ["ffmpeg", "-nostdin", "-v", "error", "-threads", "{threads}", "-i", "{file}", "-an", "-vsync", "passthrough",
           "-f", "null", "-"]
 
@@ -45,44 +52,61 @@ def build():
         run(["cmake", "--build", "--preset", PRESET, "--target", "mdscan", "mdscene", "coreMD_rates"], cwd=ROOT, stdout=nowhere)
 
 
-def rendered_street():
-    """Ten minutes in which five things come by."""
-    clip = CLIPS / "street.mp4"
-    if not clip.exists():
-        say("rendering ten minutes of a street")
+def encode(*words, **keywords):
+    run(["ffmpeg", "-nostdin", "-v", "error", "-y", *words], **keywords)
+
+
+def clip(name, make):
+    """A clip that is made once: make gets the path to write."""
+    path = CLIPS / name
+    if not path.exists():
+        say(f"making {name}")
         CLIPS.mkdir(parents=True, exist_ok=True)
-        part = clip.with_suffix(".part.mp4")
-        scene = subprocess.Popen([BUILD / "mdscene", *STREET], stdout=subprocess.PIPE)
-        run(["ffmpeg", "-nostdin", "-v", "error", "-y", "-f", "yuv4mpegpipe", "-i", "/dev/stdin", *ENCODE, part],
-            stdin=scene.stdout)
-        part.rename(clip)
-    return clip
+        part = path.with_name("part." + name)
+        make(part)
+        part.rename(path)
+    return path
 
 
-def measured(command, cores):
-    """Least processor time, wall time and memory of several runs; the last run's standard output."""
+def rendered(name):
+    scene, options = STREETS[name]
+
+    def make(path):
+        source = subprocess.Popen([BUILD / "mdscene", *scene], stdout=subprocess.PIPE)
+        encode("-f", "yuv4mpegpipe", "-i", "/dev/stdin", *options, path, stdin=source.stdout)
+    return clip(name, make)
+
+
+Run = collections.namedtuple("Run", "cpu wall memory output")      # seconds, seconds, MiB, what was printed
+
+
+def once(command, cores):
     def confine():
         os.sched_setaffinity(0, sorted(os.sched_getaffinity(0))[:cores])
-    best = None
-    for _ in range(REPETITIONS):
-        read, write = os.pipe()
-        child = subprocess.Popen([str(word) for word in command], stdout=write, stderr=subprocess.DEVNULL, preexec_fn=confine)
-        os.close(write)
-        began = os.times().elapsed
-        with os.fdopen(read) as pipe:
-            output = pipe.read()
-        _, status, usage = os.wait4(child.pid, 0)
-        wall = os.times().elapsed - began
-        child.returncode = os.waitstatus_to_exitcode(status)
-        if child.returncode not in (0, 3):
-            sys.exit(f"bench: {command} ends with {child.returncode}")
-        figures = (usage.ru_utime + usage.ru_stime, wall, usage.ru_maxrss / 1024)
-        best = figures if best is None else tuple(map(min, best, figures))
-    return best, output
+    read, write = os.pipe()
+    child = subprocess.Popen([str(word) for word in command], stdout=write, stderr=write, preexec_fn=confine)
+    os.close(write)
+    began = os.times().elapsed
+    with os.fdopen(read) as pipe:
+        output = pipe.read()
+    _, status, usage = os.wait4(child.pid, 0)
+    wall = os.times().elapsed - began
+    child.returncode = os.waitstatus_to_exitcode(status)
+    if child.returncode not in (0, 3):
+        sys.exit(f"bench: {command} ends with {child.returncode}")
+    return Run(usage.ru_utime + usage.ru_stime, wall, usage.ru_maxrss / 1024, output)
+
+
+def in_turn(commands):
+    """The least figures of several runs of each, and what it printed. In turn: they share the machine's moods."""
+    rounds = [[once(command, cores) for command, cores in commands] for _ in range(REPETITIONS)]
+    return [Run(min(run.cpu for run in runs), min(run.wall for run in runs), min(run.memory for run in runs), runs[-1].output)
+            for runs in zip(*rounds)]
 
 
 def events_of(output):
-    return [line for line in map(json.loads, output.splitlines()) if line["type"] == "event"]
+    lines = [json.loads(line) for line in output.splitlines() if line.startswith("{")]
+    return [line for line in lines if line["type"] == "event"]
 
 
 def common(these, those):
@@ -101,22 +125,15 @@ def cost_tables(files):
         say(f"scanning {file.name}")
         decode = [word.format(threads=1, file=file) for word in DECODE]
         keys = decode[:4] + ["-skip_frame", "nokey"] + decode[4:]
-        pair = [word.format(threads=2, file=file) for word in DECODE]
-        scan = [BUILD / "mdscan", "-q", file]
-        (alone, _, _), _ = measured(decode, 1)
-        (key_time, _, _), _ = measured(keys, 1)
-        (scan_time, _, memory), whole = measured(scan, 1)
-        (fast_time, _, _), fast = measured(scan + ["--fast"], 1)
-        (_, decode_wall, _), _ = measured(pair, 2)
-        (_, scan_wall, _), _ = measured(scan, 2)
-        (_, fast_wall, _), _ = measured(scan + ["--fast"], 2)
-        cost.append([file.name, f"{alone:.2f}", f"{scan_time:.2f} ({scan_time / alone:.2f})",
-                     f"{fast_time:.2f} ({fast_time / alone:.2f})", f"{key_time:.2f} ({key_time / alone:.2f})",
-                     f"{decode_wall:.2f}", f"{scan_wall:.2f} ({scan_wall / decode_wall:.2f})",
-                     f"{fast_wall:.2f} ({fast_wall / decode_wall:.2f})", f"{memory:.0f}"])
-        said = run([BUILD / "mdscan", "--fast", file], stderr=subprocess.PIPE, stdout=subprocess.DEVNULL, text=True).stderr
-        groups = said.split("decoded ")[1].split(" groups")[0]
-        whole, fast = events_of(whole), events_of(fast)
+        decode_pair = [word.format(threads=2, file=file) for word in DECODE]
+        scan = [BUILD / "mdscan", file]
+        alone, keyframes, one, fast, pair, two, fast_two = in_turn(
+            [(decode, 1), (keys, 1), (scan, 1), (scan + ["--fast"], 1), (decode_pair, 2), (scan, 2), (scan + ["--fast"], 2)])
+        cost.append([file.name, f"{alone.cpu:.2f}", *(f"{run.cpu:.2f} ({run.cpu / alone.cpu:.2f})" for run in (one, fast, keyframes)),
+                     f"{pair.wall:.2f}", *(f"{run.wall:.2f} ({run.wall / pair.wall:.2f})" for run in (two, fast_two)),
+                     f"{one.memory:.0f}"])
+        groups = fast.output.split("decoded ")[1].split(" groups")[0]
+        whole, fast = events_of(one.output), events_of(fast.output)
         found = sum(1 for event in whole if common([event], fast) > 0)
         length = common(whole, whole)
         recall.append([file.name, groups, f"{len(whole)}", f"{found}", f"{len(fast)}",
@@ -127,17 +144,16 @@ def cost_tables(files):
 
 
 def memory_table(street):
+    small = clip("small.mp4", lambda path: encode("-i", street, "-t", "60", "-vf", "scale=160:90", *KEYFRAMES, path))
     rows = []
     for hours, container in ((1, "ts"), (10, "ts"), (1, "mp4"), (10, "mp4")):
-        clip = CLIPS / f"{hours}h.{container}"
-        if not clip.exists():
-            small = CLIPS / "small.mp4"
-            run(["ffmpeg", "-nostdin", "-v", "error", "-y", "-i", street, "-t", "60", "-vf", "scale=160:90", *ENCODE, small])
-            run(["ffmpeg", "-nostdin", "-v", "error", "-y", "-stream_loop", str(60 * hours - 1), "-i", small, "-c", "copy", clip])
+        long = clip(f"{hours}h.{container}",
+                    lambda path: encode("-stream_loop", str(60 * hours - 1), "-i", small, "-c", "copy", path))
         for option in ([], ["--fast"]):
             say(f"scanning {hours} hours {' '.join(option)}")
-            (_, _, memory), output = measured([BUILD / "mdscan", "-q", *option, clip], 2)
-            rows.append([f"{hours} h, {'MPEG-TS' if container == 'ts' else 'MP4'} {' '.join(option)}".strip(), f"{len(events_of(output))}", f"{memory:.0f}"])
+            scan = once([BUILD / "mdscan", *option, long], 2)
+            name = f"{hours} h, {'MPEG-TS' if container == 'ts' else 'MP4'} {' '.join(option)}".strip()
+            rows.append([name, f"{len(events_of(scan.output))}", f"{scan.memory:.0f}"])
     return table(["160x90 pictures", "events", "MiB at most"], rows)
 
 
@@ -170,20 +186,23 @@ def rate_tables():
 
 
 def text():
-    street = rendered_street()
-    files = [street, *sorted([*FOOTAGE.glob("*.mp4"), *FOOTAGE.glob("*.avi")])]
-    if len(files) == 1:
+    streets = [rendered(name) for name in STREETS]
+    streets.append(clip("quiet-720.mp4", lambda path: encode(*QUIET, "-i", streets[1], "-c", "copy", path)))
+    files = [*streets, *sorted([*FOOTAGE.glob("*.mp4"), *FOOTAGE.glob("*.avi")])]
+    if files == streets:
         say(f"real videos skipped: none in {FOOTAGE}")
     cost, recall = cost_tables(files)
     model = next((line.split(":")[1].strip() for line in open("/proc/cpuinfo") if line.startswith("model name")), "unknown")
     ffmpeg = run(["ffmpeg", "-version"], stdout=subprocess.PIPE, text=True).stdout.split()[2]
     parts = [f"`./dev bench scan` measured this: {model}, {os.cpu_count()} processors, {platform.system()}, build `{PRESET}`, "
-             f"FFmpeg {ffmpeg}. Runs: {REPETITIONS}, the least of them counts. `street.mp4` is `mdscene {' '.join(STREET)}`, encoded with "
-             f"`{' '.join(ENCODE)}`; others are public footage.\n",
+             f"FFmpeg {ffmpeg}. Runs: {REPETITIONS}, the least of them counts. "
+             + "".join(f"`{name}` is `mdscene {' '.join(scene)}`, encoded with `{' '.join(options)}`; "
+                       for name, (scene, options) in STREETS.items())
+             + f"`quiet-720.mp4` is a part of the latter, `{' '.join(QUIET)}`; others are public footage.\n",
              "Processor seconds on one core, then wall seconds on two; in brackets, times those of "
              f"`{' '.join(DECODE).format(threads='N', file='VIDEO')}` with as many threads:\n", cost,
              "What `--fast` finds of a whole scan's events:\n", recall,
-             "Memory does not grow with the video. What grows is FFmpeg's table of the pictures in an MP4 file, twice with `--fast`:\n", memory_table(street)]
+             "Memory does not grow with the video. What grows is FFmpeg's table of the pictures in an MP4 file, twice with `--fast`:\n", memory_table(streets[0])]
     rates = rate_tables()
     if rates:
         parts += ["Labelled sequences of 25 pictures a second, from every start phase (`coreMD_rates`): frames with motion that "

@@ -122,7 +122,7 @@ void Print(const std::string& sequence, const Setting& setting, const Score& s) 
 std::vector<Setting> Settings() {
     std::vector<Setting> all;
     for (const double rate : {25.0, 12.5, 8.4, 6.25, 5.0, 4.2, 3.1, 2.0, 1.0, 0.5}) all.push_back({.name = "rate", .rate = rate});
-    for (const int block : {1, 4, 8}) all.push_back({.name = "block", .blockSize = block});
+    for (const int block : {1, 3, 4, 8}) all.push_back({.name = "block", .blockSize = block});
     all.push_back({.name = "unlimited", .limitToMotion = false});
     all.push_back({.name = "unlimited, all pictures", .rate = 25, .limitToMotion = false});
     all.push_back({.name = "slow learning", .learnSlowly = true});
