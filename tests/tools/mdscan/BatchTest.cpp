@@ -31,7 +31,6 @@ SquareScene Small(int variant = 0) {
 class BatchTest : public ScanFixture {
 protected:
     void SetUp() override {
-        ScanFixture::SetUp();
         fs::create_directories(In("videos/deep"));
     }
 

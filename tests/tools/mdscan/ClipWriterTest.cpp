@@ -7,6 +7,7 @@
 #include <string>
 
 #include "Failure.h"
+#include "FolderFixture.h"
 
 namespace Scan {
 namespace {
@@ -14,10 +15,9 @@ namespace {
 namespace fs = std::filesystem;
 
 // A stream as a demuxer describes it.
-class ClipWriterTest : public testing::Test {
+class ClipWriterTest : public Kit::FolderFixture {
 protected:
     void SetUp() override {
-        fs::create_directories(_folder);
         _input.reset(avformat_alloc_context());
         _stream = avformat_new_stream(_input.get(), nullptr);
         _stream->time_base = {1, 25};
@@ -25,7 +25,6 @@ protected:
         _stream->codecpar->width = 64;
         _stream->codecpar->height = 48;
     }
-    void TearDown() override { fs::remove_all(_folder); }
 
     StoredVideo Video(AVCodecID codec) {
         _stream->codecpar->codec_id = codec;
@@ -41,15 +40,12 @@ protected:
         return "";
     }
 
-    auto Files() const { return std::distance(fs::directory_iterator(_folder), {}); }
-
-    const fs::path _folder = fs::path(testing::TempDir()) / "ClipWriterTest";
     InputPointer _input;
     AVStream* _stream = nullptr;
 };
 
 TEST_F(ClipWriterTest, OnlyAFinishedClipHasItsName) {
-    const std::string path = (_folder / "a-1.mp4").string();
+    const std::string path = In("a-1.mp4");
     const PacketPointer packet = NewPacket();
     ASSERT_EQ(av_new_packet(packet.get(), 100), 0);
     for (const bool finishes : {false, true}) {
@@ -59,19 +55,19 @@ TEST_F(ClipWriterTest, OnlyAFinishedClipHasItsName) {
                 writer.Write(*packet, i * oneSecond / 25);
             }
             EXPECT_FALSE(fs::exists(path)) << "as a kill would leave it";
-            EXPECT_EQ(Files(), 1);
+            EXPECT_EQ(FilesInFolder().size(), 1u);
             if (finishes) {
                 writer.Finish();
             }
         }
         EXPECT_EQ(fs::exists(path), finishes);
-        EXPECT_EQ(Files(), finishes ? 1 : 0);
+        EXPECT_EQ(FilesInFolder().size(), finishes ? 1u : 0u);
     }
 }
 
 // As of a damaged stream: late pictures, and several at one time.
 TEST_F(ClipWriterTest, TimesThatDoNotRiseAreWrittenAllTheSame) {
-    const std::string path = (_folder / "a-1.mp4").string();
+    const std::string path = In("a-1.mp4");
     const PacketPointer packet = NewPacket();
     ASSERT_EQ(av_new_packet(packet.get(), 100), 0);
     ClipWriter writer(path, "", Video(AV_CODEC_ID_MJPEG), 0);

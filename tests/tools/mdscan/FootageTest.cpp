@@ -21,7 +21,6 @@ protected:
         if (!fs::is_directory(COREMD_FOOTAGE)) {
             GTEST_SKIP() << "no footage in " << COREMD_FOOTAGE;
         }
-        ScanFixture::SetUp();
     }
 
     static std::string Clip(const std::string& name) { return (fs::path(COREMD_FOOTAGE) / name).string(); }

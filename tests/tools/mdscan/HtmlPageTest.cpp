@@ -3,31 +3,25 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include <nlohmann/json.hpp>
-#include <unistd.h>
+
+#include "FolderFixture.h"
 
 namespace Scan {
 namespace {
 
-namespace fs = std::filesystem;
 using nlohmann::json;
 
-class HtmlPageTest : public testing::Test {
+class HtmlPageTest : public Kit::FolderFixture {
 protected:
-    void SetUp() override { fs::create_directories(_folder); }
-    void TearDown() override { fs::remove_all(_folder); }
-    std::string Path() const { return (_folder / "page.html").string(); }
+    std::string Path() const { return In("page.html"); }
 
     // The content of every block of a kind.
     std::vector<json> Blocks(const std::string& kind) const {
-        std::ifstream file(Path(), std::ios::binary);
-        const std::string page(std::istreambuf_iterator<char>(file), {});
+        const std::string page = Read("page.html");
         const std::string opening = "<script type=\"application/json\" class=\"" + kind + "\">";
         std::vector<json> blocks;
         for (std::size_t at = 0; (at = page.find(opening, at)) != std::string::npos;) {
@@ -36,8 +30,6 @@ protected:
         }
         return blocks;
     }
-
-    const fs::path _folder = fs::path(testing::TempDir()) / ("HtmlPageTest." + std::to_string(getpid()));
 };
 
 const std::string event =
@@ -45,12 +37,12 @@ const std::string event =
 
 TEST_F(HtmlPageTest, HoldsWhatCame) {
     HtmlPage page(Path(), {}, R"({"type":"scan","zones":["</script>"]})");
-    std::ofstream((_folder / "a b.mp4").string()) << "x";
-    const std::string input = (_folder / "a b.mp4").string();
+    Write("a b.mp4", "x");
+    const std::string input = In("a b.mp4");
     page.Attach({2, "AAAA"});
     page.Take(input, R"({"type":"frame","frame":1})");
     page.Take(input, event + "}");
-    page.Take(input, event + R"(,"clip":")" + (_folder / "c/d.mp4").string() + R"(","clip_start":4.0})");
+    page.Take(input, event + R"(,"clip":")" + In("c/d.mp4") + R"(","clip_start":4.0})");
     page.Take(input, R"({"type":"gap","start":6.0,"end":7.0,"reason":"r"})");
     page.Finish(input, {.health = Health::Damaged, .trouble = "why", .tally = {.length = 80'000'000}});
     page.Finish("</script><script>alert(1)<!--", {});
@@ -87,7 +79,7 @@ TEST_F(HtmlPageTest, APageThatIsNotKeptIsNotThere) {
         HtmlPage page(Path(), {}, "{}");
         page.Finish("a.mp4", {});
     }
-    EXPECT_TRUE(fs::is_empty(_folder));
+    EXPECT_TRUE(FilesInFolder().empty());
 }
 
 TEST(SafeInScript, NoElementBeginsInData) {

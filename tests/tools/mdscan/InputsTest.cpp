@@ -4,29 +4,25 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
-#include <unistd.h>
+#include "FolderFixture.h"
 
 namespace Scan {
 namespace {
 
 namespace fs = std::filesystem;
 
-class InputsTest : public testing::Test {
+class InputsTest : public Kit::FolderFixture {
 protected:
     void SetUp() override {
         for (const char* name : {"b.mp4", "a.MKV", "notes.txt", "sub/deep/c.ts", ".hidden.mp4", ".cache/d.mp4", "plain"}) {
-            fs::create_directories((_folder / name).parent_path());
-            std::ofstream(_folder / name) << "x";
+            fs::create_directories(fs::path(In(name)).parent_path());
+            Write(name, "x");
         }
-        fs::create_directory_symlink(_folder, _folder / "sub/loop");
+        fs::create_directory_symlink(Folder(), In("sub/loop"));
     }
-    void TearDown() override { fs::remove_all(_folder); }
-
-    std::string In(const std::string& name) const { return (_folder / name).string(); }
 
     static std::vector<std::string> Paths(const InputList& list) {
         std::vector<std::string> paths;
@@ -37,7 +33,6 @@ protected:
     }
 
     using Names = std::vector<std::string>;
-    const fs::path _folder = fs::path(testing::TempDir()) / ("InputsTest." + std::to_string(getpid()));
 };
 
 TEST_F(InputsTest, AFileIsItself) {
@@ -47,7 +42,7 @@ TEST_F(InputsTest, AFileIsItself) {
 }
 
 TEST_F(InputsTest, AFolderIsTheVideosInAndBelowIt) {
-    const InputList list = FindInputs({_folder.string()});
+    const InputList list = FindInputs({Folder()});
     EXPECT_EQ(Paths(list), (Names{In("a.MKV"), In("b.mp4"), In("sub/deep/c.ts")}));
     EXPECT_EQ(list.passedOver, 2);
     EXPECT_TRUE(list.several);
@@ -62,14 +57,14 @@ TEST_F(InputsTest, APatternIsWhatMatches) {
 }
 
 TEST_F(InputsTest, AFileWithTheNameOfAPatternIsAFile) {
-    std::ofstream(In("x[1].mp4")) << "x";
+    Write("x[1].mp4", "x");
     const InputList list = FindInputs({In("x[1].mp4")});
     EXPECT_EQ(Paths(list), Names{In("x[1].mp4")});
     EXPECT_TRUE(list.inputs[0].trouble.empty());
 }
 
 TEST_F(InputsTest, NothingIsNamedTwice) {
-    EXPECT_EQ(Paths(FindInputs({In("b.mp4"), In("sub/../b.mp4"), _folder.string(), "-", "-"})),
+    EXPECT_EQ(Paths(FindInputs({In("b.mp4"), In("sub/../b.mp4"), Folder(), "-", "-"})),
               (Names{In("b.mp4"), In("a.MKV"), In("sub/deep/c.ts"), "-"}));
 }
 

@@ -22,7 +22,6 @@ constexpr int pictures = 60, group = 12;
 class LiveSourceTest : public ScanFixture {
 protected:
     void SetUp() override {
-        ScanFixture::SetUp();
         const SquareScene scene{.width = 64, .height = 48, .seconds = pictures / 10.0, .from = 0, .until = 0};
         WriteEncoded({scene}, {.codec = "mpeg4", .container = "matroska", .groupSize = group}, In("clip.mkv"));
     }

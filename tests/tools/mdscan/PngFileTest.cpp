@@ -8,9 +8,8 @@
 #include <vector>
 
 #include <png.h>
-#include <unistd.h>
 
-#include "Failure.h"
+#include "FolderFixture.h"
 
 namespace Scan {
 namespace {
@@ -24,8 +23,10 @@ TEST(PngFile, EnlargedRepeatsPixelsAndCutsTheRest) {
     EXPECT_EQ(large.pixels, (std::vector<std::uint8_t>{1, 2, 3, 1, 2, 3, 4, 5, 6, 1, 2, 3, 1, 2, 3, 4, 5, 6}));
 }
 
-TEST(PngFile, WhatIsWrittenIsRead) {
-    const std::string path = testing::TempDir() + "PngFileTest." + std::to_string(getpid()) + ".png";
+class PngFileTest : public Kit::FolderFixture {};
+
+TEST_F(PngFileTest, WhatIsWrittenIsRead) {
+    const std::string path = In("two.png");
     ResultFile file(path, "");
     WritePng(twoByOne, file);
     file.Keep();
@@ -39,7 +40,6 @@ TEST(PngFile, WhatIsWrittenIsRead) {
     std::vector<std::uint8_t> pixels(PNG_IMAGE_SIZE(image));
     ASSERT_TRUE(png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr)) << image.message;
     EXPECT_EQ(pixels, twoByOne.pixels);
-    unlink(path.c_str());
 }
 
 }  // namespace

@@ -4,39 +4,21 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include "Failure.h"
+#include "FolderFixture.h"
 
 namespace Scan {
 namespace {
 
 namespace fs = std::filesystem;
 
-class ResultFileTest : public testing::Test {
+class ResultFileTest : public Kit::FolderFixture {
 protected:
-    void SetUp() override { fs::create_directories(_folder); }
-    void TearDown() override { fs::remove_all(_folder); }
-
-    std::string In(const std::string& name) const { return (_folder / name).string(); }
-
-    static void Write(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
-
-    static std::string Read(const std::string& path) {
-        std::ifstream file(path);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-
-    std::size_t FilesInFolder() const {
-        return static_cast<std::size_t>(std::distance(fs::directory_iterator(_folder), fs::directory_iterator()));
-    }
-
-    ExitCode CodeOf(const std::string& path, const std::string& input) const {
+    static ExitCode CodeOf(const std::string& path, const std::string& input) {
         try {
             ResultFile file(path, input);
         } catch (const Failure& failure) {
@@ -44,9 +26,6 @@ protected:
         }
         return exitComplete;
     }
-
-private:
-    const fs::path _folder = fs::path(testing::TempDir()) / ("ResultFileTest." + std::to_string(getpid()));
 };
 
 TEST_F(ResultFileTest, AppearsUnderItsNameOnlyWhenKept) {
@@ -54,35 +33,35 @@ TEST_F(ResultFileTest, AppearsUnderItsNameOnlyWhenKept) {
     Write(file.PassingPath(), "whole");
     EXPECT_FALSE(fs::exists(In("out.png")));
     file.Keep();
-    EXPECT_EQ(Read(In("out.png")), "whole");
-    EXPECT_EQ(FilesInFolder(), 1u);
+    EXPECT_EQ(Read("out.png"), "whole");
+    EXPECT_EQ(FilesInFolder().size(), 1u);
 }
 
 TEST_F(ResultFileTest, LeavesNothingBehindWhenNotKept) {
     {
         ResultFile file(In("out.png"), In("in.mp4"));
         Write(file.PassingPath(), "half");
-        EXPECT_EQ(FilesInFolder(), 1u);
+        EXPECT_EQ(FilesInFolder().size(), 1u);
     }
-    EXPECT_EQ(FilesInFolder(), 0u);
+    EXPECT_EQ(FilesInFolder().size(), 0u);
 }
 
 TEST_F(ResultFileTest, AnOlderResultStaysUntilTheNewOneIsWhole) {
-    Write(In("out.png"), "old");
+    Write("out.png", "old");
     { ResultFile abandoned(In("out.png"), In("in.mp4")); }
-    EXPECT_EQ(Read(In("out.png")), "old");
+    EXPECT_EQ(Read("out.png"), "old");
     ResultFile file(In("out.png"), In("in.mp4"));
     Write(file.PassingPath(), "new");
     file.Keep();
-    EXPECT_EQ(Read(In("out.png")), "new");
+    EXPECT_EQ(Read("out.png"), "new");
 }
 
 TEST_F(ResultFileTest, NeverReplacesTheInput) {
-    Write(In("in.mp4"), "footage");
+    Write("in.mp4", "footage");
     fs::create_symlink(In("in.mp4"), In("alias.mp4"));
     EXPECT_EQ(CodeOf(In("in.mp4"), In("in.mp4")), exitUsage);
     EXPECT_EQ(CodeOf(In("alias.mp4"), In("in.mp4")), exitUsage);
-    EXPECT_EQ(Read(In("in.mp4")), "footage");
+    EXPECT_EQ(Read("in.mp4"), "footage");
 }
 
 TEST_F(ResultFileTest, NeverReplacesWhatIsNotAPlainFile) {

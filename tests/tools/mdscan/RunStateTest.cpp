@@ -4,33 +4,21 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 
-#include <unistd.h>
-
 #include "Failure.h"
+#include "FolderFixture.h"
 
 namespace Scan {
 namespace {
 
 namespace fs = std::filesystem;
 
-class RunStateTest : public testing::Test {
+class RunStateTest : public Kit::FolderFixture {
 protected:
     void SetUp() override {
-        fs::create_directories(_folder);
         Write("one", "1");
         Write("two\xff%", "2");
-    }
-    void TearDown() override { fs::remove_all(_folder); }
-
-    std::string In(const std::string& name) const { return (_folder / name).string(); }
-    void Write(const std::string& name, const std::string& text) const { std::ofstream(In(name), std::ios::binary) << text; }
-    std::string Read(const std::string& name) const {
-        std::ifstream file(In(name), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
     }
 
     // Records both inputs.
@@ -53,8 +41,6 @@ protected:
         }
         return exitComplete;
     }
-
-    const fs::path _folder = fs::path(testing::TempDir()) / ("RunStateTest." + std::to_string(getpid()));
 };
 
 TEST_F(RunStateTest, WhatIsFinishedIsKnownToTheNextRun) {

@@ -1,6 +1,7 @@
 // Is this event the square of this scene?  Called by the tests of the built program through ScanFixture.h.
 #include "ScanFixture.h"
 
+#include <algorithm>
 #include <optional>
 
 namespace Scan {

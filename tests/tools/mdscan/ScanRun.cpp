@@ -102,10 +102,6 @@ int Outcome::ErrorLines() const {
     return static_cast<int>(std::count(err.begin(), err.end(), '\n'));
 }
 
-int ProcessId() {
-    return getpid();
-}
-
 Outcome Mdscan(const std::vector<std::string>& arguments, const Surroundings& surroundings) {
     const Outputs outputs{surroundings.output.empty() ? Scratch("out") : surroundings.output, Scratch("err")};
     const pid_t child = Start(arguments, outputs, surroundings);

@@ -23,8 +23,6 @@ struct Surroundings {
     std::string configFolder = "/nonexistent";   // of the user; that of whoever runs the test is never read
 };
 
-int ProcessId();
-
 // A line of standard output that is not JSON fails the test, and so does a first line that is not of type scan.
 Outcome Mdscan(const std::vector<std::string>& arguments, const Surroundings& surroundings = {});
 

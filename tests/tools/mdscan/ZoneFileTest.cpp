@@ -4,31 +4,22 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include <png.h>
-#include <unistd.h>
 
 #include "Failure.h"
+#include "FolderFixture.h"
 
 namespace Scan {
 namespace {
 
-namespace fs = std::filesystem;
-
-class ZoneFileTest : public testing::Test {
+class ZoneFileTest : public Kit::FolderFixture {
 protected:
-    void SetUp() override { fs::create_directories(_folder); }
-    void TearDown() override { fs::remove_all(_folder); }
-
-    std::string In(const std::string& name) const { return (_folder / name).string(); }
-
     std::string File(const std::string& text) const {
-        std::ofstream(In("zones.json"), std::ios::binary) << text;
+        Write("zones.json", text);
         return In("zones.json");
     }
 
@@ -54,8 +45,6 @@ protected:
         }
         return "";
     }
-
-    const fs::path _folder = fs::path(testing::TempDir()) / ("ZoneFileTest." + std::to_string(getpid()));
 };
 
 TEST_F(ZoneFileTest, EveryFieldArrives) {
@@ -123,7 +112,7 @@ TEST_F(ZoneFileTest, AMistakeIsNamedWithItsPlace) {
 
 TEST_F(ZoneFileTest, AMissingFileIsNamed) {
     EXPECT_THROW(ReadZoneFile(In("missing.json")), Failure);
-    EXPECT_THROW(ReadZoneFile(_folder.string()), Failure);
+    EXPECT_THROW(ReadZoneFile(Folder()), Failure);
 }
 
 TEST_F(ZoneFileTest, AMaskWithoutAnythingBrightIsAMistake) {

@@ -14,7 +14,6 @@ namespace {
 class ZonePreview : public ScanFixture {
 protected:
     void SetUp() override {
-        ScanFixture::SetUp();
         Write("zones.json", R"({"zones": [{"name": "left", "polygon": [[0, 0], [0.5, 0], [0.5, 1], [0, 1]]},
                                           {"name": "top", "polygon": [[0, 0], [1, 0], [1, 0.2], [0, 0.2]]},
                                           {"name": "middle", "polygon": [[0.4, 0], [0.6, 0], [0.6, 1], [0.4, 1]]},

@@ -4,15 +4,13 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <sstream>
 #include <string>
 
 #include <sys/wait.h>
 
+#include "FolderFixture.h"
 #include "Scene.h"
 #include "SceneOutput.h"
 
@@ -24,25 +22,11 @@ struct Outcome {
     std::string errors;
 };
 
-std::string ContentOf(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-class SceneProgram : public testing::Test {
+class SceneProgram : public Kit::FolderFixture {
 protected:
-    void SetUp() override {
-        std::string pattern = (std::filesystem::temp_directory_path() / "mdscene-XXXXXX").string();
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        _folder = pattern;
-    }
-    void TearDown() override { std::filesystem::remove_all(_folder); }
-
-    std::string PathOf(const std::string& name) const { return (_folder / name).string(); }
-
     Outcome Run(const std::string& arguments) const {
         std::string command = MDSCENE_PROGRAM " ";
-        command.append(arguments).append(" 2>").append(PathOf("errors"));
+        command.append(arguments).append(" 2>").append(In("errors"));
         Outcome outcome = {};
         FILE* pipe = popen(command.c_str(), "r");
         std::array<char, 4096> chunk;
@@ -50,12 +34,9 @@ protected:
             outcome.out.append(chunk.data(), length);
         const int status = pclose(pipe);
         outcome.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        outcome.errors = ContentOf(PathOf("errors"));
+        outcome.errors = Read("errors");
         return outcome;
     }
-
-private:
-    std::filesystem::path _folder;
 };
 
 // The same scene for the program and for the library.
@@ -76,29 +57,29 @@ TEST_F(SceneProgram, WritesWhatTheLibraryRenders) {
         MdScene::WriteVideoFrame(frame, video);
         MdScene::WriteTruthLine(frame, truth);
     }
-    const Outcome toPipe = Run(smallScene + " --truth " + PathOf("truth"));
+    const Outcome toPipe = Run(smallScene + " --truth " + In("truth"));
     EXPECT_EQ(toPipe.exitCode, 0);
     EXPECT_EQ(toPipe.errors, "");
     EXPECT_TRUE(toPipe.out == video.str());
-    EXPECT_EQ(ContentOf(PathOf("truth")), truth.str());
+    EXPECT_EQ(Read("truth"), truth.str());
     EXPECT_NE(truth.str().find("\"car\""), std::string::npos);
 
-    const Outcome toFile = Run(smallScene + " --output " + PathOf("video"));
+    const Outcome toFile = Run(smallScene + " --output " + In("video"));
     EXPECT_EQ(toFile.exitCode, 0);
     EXPECT_EQ(toFile.out, "");
-    EXPECT_TRUE(ContentOf(PathOf("video")) == video.str());
+    EXPECT_TRUE(Read("video") == video.str());
 }
 
 TEST_F(SceneProgram, WritesOneMaskPerFrame) {
-    std::filesystem::create_directory(PathOf("masks"));
-    EXPECT_EQ(Run(smallScene + " --output /dev/null --masks " + PathOf("masks")).exitCode, 0);
-    const std::filesystem::directory_iterator masks(PathOf("masks"));
+    std::filesystem::create_directory(In("masks"));
+    EXPECT_EQ(Run(smallScene + " --output /dev/null --masks " + In("masks")).exitCode, 0);
+    const std::filesystem::directory_iterator masks(In("masks"));
     EXPECT_EQ(std::distance(begin(masks), end(masks)), smallSettings.frames);
     MdScene::Frame frame;
     MdScene::Scene(smallSettings).Render(33, frame);
     std::ostringstream mask;
     MdScene::WriteMask(frame, mask);
-    EXPECT_TRUE(ContentOf(PathOf("masks/000033.pgm")) == mask.str());
+    EXPECT_TRUE(Read("masks/000033.pgm") == mask.str());
 }
 
 TEST_F(SceneProgram, BadArgumentsGetOneLineAndAnExitCode) {
