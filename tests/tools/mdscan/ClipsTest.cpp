@@ -101,6 +101,40 @@ INSTANTIATE_TEST_SUITE_P(
                     Kind{"libx264", "mpegts", ".mp4", 12, 2}),
     NameOf);
 
+class ClipsOfAFastScan : public ClipsTest, public testing::WithParamInterface<Kind> {};
+
+// The rolls reach into groups that --fast passes by: of their packets, the first one's picture alone has been seen.
+TEST_P(ClipsOfAFastScan, HoldWhatWasNotDecoded) {
+    const Kind& kind = GetParam();
+    if (!HasEncoder(kind.codec)) {
+        GTEST_SKIP() << "this FFmpeg cannot encode " << kind.codec;
+    }
+    WriteEncoded({{.width = 160, .height = 120, .seconds = 40, .from = 20, .until = 24}},
+                 {.codec = kind.codec, .container = kind.container, .groupSize = kind.groupSize, .bFrames = kind.bFrames},
+                 In("input"));
+    const Outcome run = Cut("input", {"--fast", "--pre-roll", "5.3", "--post-roll", "5.5", "--resume", In("state")});
+    EXPECT_EQ(run.code, 0) << run.err;
+    ASSERT_EQ(run.lines.size(), 2u) << run.err;
+    const json &event = run.lines[0], &file = run.lines[1];
+    const double start = event["start"], end = event["end"];
+    EXPECT_NEAR(start, 14.7, 0.5);
+    EXPECT_NEAR(end, 29.5, 0.5);
+    const StoredPictures source = ReadPictures(In("input"));
+    ExpectClip(event, source, start);
+    const auto isOfClip = [&](const StoredPicture& picture) {
+        const double time = picture.time - source.pictures.front().time;
+        return picture.isKey && time > event["clip_start"].get<double>() - 0.001 && time < end;
+    };
+    const auto groups = std::count_if(source.pictures.begin(), source.pictures.end(), isOfClip);
+    EXPECT_LT(file["groups_decoded"], groups) << "and some of these lie at the beginning of the file";
+}
+
+INSTANTIATE_TEST_SUITE_P(ClipsTest, ClipsOfAFastScan,
+                         testing::Values(Kind{"mpeg4", "mp4", ".mp4", 20, 0}, Kind{"mpeg4", "avi", ".mp4", 20, 0},
+                                         Kind{"mpeg4", "matroska", ".mp4", 20, 2}, Kind{"mpeg2video", "mpegts", ".mp4", 20, 2},
+                                         Kind{"libx264", "mp4", ".mp4", 20, 3}),
+                         NameOf);
+
 TEST_F(ClipsTest, IrregularTimesAreKept) {
     const auto time = [](int frame) { return std::int64_t{frame} * 10 + frame % 3 * 3; };
     std::vector<SquareScene> scenes = twoSquares;
