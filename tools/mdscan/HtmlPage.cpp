@@ -11,7 +11,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include "Failure.h"
 #include "PageLink.h"
 #include "PageText.h"
 
