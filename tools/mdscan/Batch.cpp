@@ -61,7 +61,8 @@ int Batch::Run() {
 void Batch::Recall() {
     for (Item& item : _items) {
         if (!item.input.trouble.empty()) {
-            item.result = JobResult{.health = Health::Unreadable, .code = exitFailed, .trouble = item.input.trouble, .tally = {}};
+            item.result =
+                JobResult{.health = Health::Unreadable, .code = exitFailed, .trouble = item.input.trouble, .tally = {}};
         } else if (std::optional<JobResult> finished = _state ? _state->Find(item.input.path) : std::nullopt) {
             item.result = std::move(finished);
             item.recalled = true;
@@ -114,8 +115,9 @@ void Batch::Listen() {
             const std::unique_ptr<Worker> worker = std::move(item.worker);
             --(item.isLive ? _live : _running);
             const JobResult& result = worker->Result();
-            const bool lasting = result.health != Health::Interrupted && result.health != Health::Unwritten && !worker->WasKilled();
-            if (_state && lasting && item.identity != Identity{}) {        // of what is no file, nobody knows whether it changed
+            const bool lasting =
+                result.health != Health::Interrupted && result.health != Health::Unwritten && !worker->WasKilled();
+            if (_state && lasting && item.identity != Identity{}) {    // of what is no file, nobody knows whether it changed
                 _state->Add(item.input.path, item.identity, FinishedOf(item, result));
             }
             Finish(item, result);

@@ -193,8 +193,8 @@ private:
                static_cast<std::size_t>(block.column);
     }
 
-    // The block and all foreground of the zone that can be reached from it over a diamond: two columns to either side, one row up
-    // or down and there one column to either side.
+    // The block and all foreground of the zone that can be reached from it over a diamond: two columns to either side, one
+    // row up or down and there one column to either side.
     std::vector<Place> CloseTogether(const Mask& zone) const {
         static constexpr std::array<Place, 10> diamond = {
             {{-2, 0}, {-1, 0}, {1, 0}, {2, 0}, {-1, -1}, {0, -1}, {1, -1}, {-1, 1}, {0, 1}, {1, 1}}};

@@ -1,5 +1,5 @@
-// What does the detector know of one block, and what became of it?  Read from the detector's own arrays after a frame; where it
-// keeps nothing, as of objects that were dropped, worked out by the rules of docs/pipeline.md. Called by Explain.
+// What does the detector know of one block, and what became of it?  Read from the detector's own arrays after a frame; where
+// it keeps nothing, as of objects that were dropped, worked out by the rules of docs/pipeline.md. Called by Explain.
 #pragma once
 
 #include <array>
@@ -87,8 +87,8 @@ struct BlockFacts {
     std::optional<MovingObject> object = {};   // that it belongs to in the result
 };
 
-// Blocks whose place lies outside the grid are absent. Precondition: Watch was called; the library is the very version of the
-// headers.
+// Blocks whose place lies outside the grid are absent. Precondition: Watch was called; the library is the very version of
+// the headers.
 std::optional<BlockFacts> Probe(Watcher& watcher, Place place);
 
 }  // namespace Scan

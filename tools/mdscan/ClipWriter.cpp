@@ -84,8 +84,9 @@ void StoredVideo::Check() const {
     }
     const std::string complaint = TakeComplaint();
     if (result < 0) {
+        const std::string why = complaint.empty() ? ErrorText(result) : complaint;
         throw Failure(exitFailed, std::string("cannot cut clips: its video (") + avcodec_get_name(_parameters->codec_id) +
-                                      ") fits neither MP4 nor Matroska: " + (complaint.empty() ? ErrorText(result) : complaint));
+                                      ") fits neither MP4 nor Matroska: " + why);
     }
 }
 
@@ -119,7 +120,8 @@ void StoredVideo::SetSize(int width, int height) {
 }
 
 bool StoredVideo::ReplaceExtradata(const std::uint8_t* data, std::size_t size) {
-    if (static_cast<std::size_t>(_parameters->extradata_size) == size && std::equal(data, data + size, _parameters->extradata)) {
+    if (static_cast<std::size_t>(_parameters->extradata_size) == size &&
+        std::equal(data, data + size, _parameters->extradata)) {
         return false;
     }
     av_freep(&_parameters->extradata);

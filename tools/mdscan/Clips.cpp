@@ -1,8 +1,8 @@
 // When does a clip begin, grow and end?  Called by Job and Decoder through Clips.h.
 //
-// An event shows itself when its first pictures have passed: packets are kept from a keyframe on that lies the pre-roll back.
-// Those of a running event are written at once, up to where it is known to reach: a long event needs no more memory than a
-// short one. What follows waits, until the event goes on or is over.
+// An event shows itself when its first pictures have passed: packets are kept from a keyframe on that lies the pre-roll
+// back. Those of a running event are written at once, up to where it is known to reach: a long event needs no more memory
+// than a short one. What follows waits, until the event goes on or is over.
 #include "Clips.h"
 
 #include <algorithm>

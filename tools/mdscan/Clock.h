@@ -13,7 +13,7 @@ namespace Scan {
 class Clock {
 public:
     // nominalInterval: ticks between two pictures, at least 1; stands in where a time is missing.
-    // period: ticks after which the file's count of time begins at 0 again, as that of MPEG-TS does every 26.5 hours; 0: never.
+    // period: ticks after which the file's count of time begins at 0 again, as MPEG-TS does every 26.5 hours; 0: never.
     explicit Clock(Ticks nominalInterval, Ticks period = 0) : _interval(nominalInterval), _period(period) {}
 
     // Time of the next picture: always later than the one before.

@@ -1,4 +1,4 @@
-// How do events look in a spreadsheet?  One row per event, made from the lines of results; RunResults owns one when asked to.
+// How do events look in a spreadsheet?  One row per event, made from the lines of results; RunResults owns one if asked to.
 #pragma once
 
 #include <string>

@@ -8,8 +8,8 @@ namespace Scan {
 
 class Progress;
 
-// Uses inputs, all that decides what is found, and the question of the options. Prints the explanation. Returns the exit code.
-// Throws Failure.
+// Uses inputs, all that decides what is found, and the question of the options. Prints the explanation. Returns the exit
+// code. Throws Failure.
 int Explain(const Options& options, Progress& progress);
 
 }  // namespace Scan

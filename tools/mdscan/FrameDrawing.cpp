@@ -14,7 +14,7 @@ constexpr Color boxColor = {210, 16, 146};         // yellow: seen on asphalt, g
 constexpr Color letterColor = {235, 128, 128};     // white
 constexpr Color groundColor = {24, 128, 128};      // of labels
 constexpr int groundTint = 70;                     // percent
-constexpr int lineDivisor = 240;                   // a line is this fraction of the picture's height thick, at least 2 pixels
+constexpr int lineDivisor = 240;                   // a line is picture height / this thick, at least 2 pixels
 
 // Calls change(pixel, value of the colour) for every pixel of the box in all three planes.
 template <typename Change>

@@ -23,8 +23,8 @@ void Tint(AVFrame& frame, const Box& box, Color color, int percent);
 // The outline of a box.
 void DrawBox(AVFrame& frame, const Box& box);
 
-// A line of text on a dark ground, its upper left corner at x, y; moved into the picture as far as it fits. Letters grow with the
-// picture's height. A letter that is not ASCII is an empty frame.
+// A line of text on a dark ground, its upper left corner at x, y; moved into the picture as far as it fits. Letters grow
+// with the picture's height. A letter that is not ASCII is an empty frame.
 void DrawLabel(AVFrame& frame, int x, int y, const std::string& text);
 
 // Pixels that a label is high.

@@ -21,8 +21,8 @@ struct HeatMap {
     void Add(const HeatMap& other);
 };
 
-// The map over a dimmed background of the same camera, in the picture's size divided by `shrink`; warm where much moved, on a
-// logarithmic scale. background: one pixel per block, magenta where not known; empty: dark.
+// The map over a dimmed background of the same camera, in the picture's size divided by `shrink`; warm where much moved, on
+// a logarithmic scale. background: one pixel per block, magenta where not known; empty: dark.
 BgrPicture HeatPicture(const HeatMap& map, const BgrPicture& background, int shrink = 1);
 
 // Whatever is known in `newer` takes the place of what is in `older`; of another size: all of it does.

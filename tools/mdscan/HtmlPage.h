@@ -1,5 +1,5 @@
-// How does a run become one page to look at?  Everything is in the file: no network, no other file but the recordings and clips
-// that it links to. RunResults owns one when asked to.
+// How does a run become one page to look at?  Everything is in the file: no network, no other file but the recordings and
+// clips that it links to. RunResults owns one when asked to.
 //
 // The page is written while results come in; what is kept in memory does not grow with them.
 #pragma once

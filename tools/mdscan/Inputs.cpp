@@ -58,7 +58,8 @@ public:
 private:
     void Add(Input input) {
         std::error_code error;
-        const fs::path place = input.path == "-" || IsUrl(input.path) ? fs::path(input.path) : fs::weakly_canonical(input.path, error);
+        const fs::path place =
+            input.path == "-" || IsUrl(input.path) ? fs::path(input.path) : fs::weakly_canonical(input.path, error);
         if (_known.insert(error ? input.path : place.native()).second) {
             _list.inputs.push_back(std::move(input));
         }

@@ -21,8 +21,8 @@ public:
     // Time of the next picture: always later than the one before. Precondition: Connect was called before the first.
     //   presented  its stamp, ticks; absent: it has none
     //   now        ticks on the axis of the results; when the newest data came
-    // Stamps may be ahead of the arrival, as sources send what they hold at once, and behind it, as networks stall. Where they
-    // get too far away from it or step back by a second, the arrival counts.
+    // Stamps may be ahead of the arrival, as sources send what they hold at once, and behind it, as networks stall. Where
+    // they get too far away from it or step back by a second, the arrival counts.
     Ticks Next(std::optional<Ticks> presented, Ticks now);
 
 private:

@@ -1,5 +1,5 @@
-// Does this name stand for a source on the network or a camera rather than a file?  Asked by Inputs, Decoder and whoever prints
-// names.
+// Does this name stand for a source on the network or a camera rather than a file?  Asked by Inputs, Decoder and whoever
+// prints names.
 #pragma once
 
 #include <string>

@@ -1,7 +1,7 @@
 // How is a live source read?  Called by Decoder through LiveSource.h.
 //
-// The thread blocks in FFmpeg, whose waiting ends by Patience. Looking up a name cannot be interrupted at all: a thread that is
-// still at it when the source is no longer wanted is left to itself; what it shares stays until it has noticed.
+// The thread blocks in FFmpeg, whose waiting ends by Patience. Looking up a name cannot be interrupted at all: a thread that
+// is still at it when the source is no longer wanted is left to itself; what it shares stays until it has noticed.
 #include "LiveSource.h"
 
 #include <algorithm>
@@ -183,12 +183,14 @@ void LiveSource::Shared::Accept(LivePacket packet) {
     changed.notify_all();
 }
 
-LiveSource::LiveSource(const std::string& url, const LiveLimits& limits, std::unique_ptr<Patience> patience, Connection first)
+LiveSource::LiveSource(const std::string& url, const LiveLimits& limits, std::unique_ptr<Patience> patience,
+                       Connection first)
     : _shared(std::make_shared<Shared>()) {
     _shared->url = url;
     _shared->limits = limits;
     _shared->patience = std::move(patience);
-    std::thread([shared = _shared, connection = std::move(first)]() mutable { shared->Run(std::move(connection)); }).detach();
+    std::thread reader([shared = _shared, connection = std::move(first)]() mutable { shared->Run(std::move(connection)); });
+    reader.detach();
 }
 
 LiveSource::~LiveSource() {

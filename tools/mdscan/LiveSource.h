@@ -1,6 +1,6 @@
-// What does a source send that does not wait for us?  Reads it in a thread of its own, connects anew when it breaks, and keeps a
-// few seconds of packets at most: when the scan cannot keep up, it goes on with the next complete picture. Decoder takes the
-// packets.
+// What does a source send that does not wait for us?  Reads it in a thread of its own, connects anew when it breaks, and
+// keeps a few seconds of packets at most: when the scan cannot keep up, it goes on with the next complete picture. Decoder
+// takes the packets.
 #pragma once
 
 #include <memory>

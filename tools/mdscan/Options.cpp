@@ -27,13 +27,15 @@ constexpr int mostJobs = 256;
 constexpr int mostMovingBlocks = 1'000'000;
 constexpr int largestBlock = 64;           // pixels; as much as the block reducer sums
 
-constexpr const char* about = "Finds motion in videos, prints when and where as JSON lines; mdscan explain tells why, or why not.";
+constexpr const char* about =
+    "Finds motion in videos, prints when and where as JSON lines; mdscan explain tells why, or why not.";
 constexpr const char* aboutExplain = "Tells why a block was motion at a moment of a video, or why it was not.";
 
 // Headings of the help, each with an example.
 constexpr const char* inputGroup = "Inputs, as in: mdscan -j 2 --resume march.state -o march.jsonl recordings/2026-03";
 constexpr const char* motionGroup = "What counts, as in: mdscan --shadows --min-size 0.1 --merge-gap 5 garden.mp4";
-constexpr const char* zoneGroup = "Where, as in: mdscan --zone 0,0.5,1,0.5 street.mp4; mdscan zones --preview p.png street.mp4";
+constexpr const char* zoneGroup =
+    "Where, as in: mdscan --zone 0,0.5,1,0.5 street.mp4; mdscan zones --preview p.png street.mp4";
 constexpr const char* whyGroup = "Why, as in: mdscan explain street.mp4 --at 1:02.5 --block 40,22";
 constexpr const char* resultGroup = "Results, as in: mdscan --thumbnails pictures --overlay boxes.mp4 door.mp4";
 
@@ -74,7 +76,8 @@ std::optional<RelativeZone> ReadZone(const std::string& text) {
     }
     const auto [x, y, width, height] = values;
     constexpr double rounding = 1e-9;      // 0.7 + 0.3 may end up beyond 1
-    const bool inside = x >= 0 && y >= 0 && width > 0 && height > 0 && x + width <= 1 + rounding && y + height <= 1 + rounding;
+    const bool inside =
+        x >= 0 && y >= 0 && width > 0 && height > 0 && x + width <= 1 + rounding && y + height <= 1 + rounding;
     return inside ? std::optional(RelativeZone{x, y, width, height}) : std::nullopt;
 }
 
@@ -121,12 +124,12 @@ std::string OneLine(std::string text) {
 std::string ResultSettings(const Options& options) {
     std::ostringstream text;
     text.precision(17);
-    text << "rate " << options.rate << " fast " << options.fast << " block " << options.blockSize << " shadows " << options.shadows << " min-size "
-         << options.minSize << " merge-gap " << options.mergeGap << " min-duration " << options.minDuration << " frames "
-         << options.frames << " rolls " << options.preRoll << " " << options.postRoll << " min-blocks " << options.minBlocks
-         << " track " << options.track << " thumbnails \"" << options.thumbnails << "\" clips \"" << options.clips
-         << "\" background \"" << options.background << "\" overlay \"" << options.overlay << "\" heatmap "
-         << !options.heatmap.empty() << " report " << !options.report.empty();
+    text << "rate " << options.rate << " fast " << options.fast << " block " << options.blockSize << " shadows "
+         << options.shadows << " min-size " << options.minSize << " merge-gap " << options.mergeGap << " min-duration "
+         << options.minDuration << " frames " << options.frames << " rolls " << options.preRoll << " " << options.postRoll
+         << " min-blocks " << options.minBlocks << " track " << options.track << " thumbnails \"" << options.thumbnails
+         << "\" clips \"" << options.clips << "\" background \"" << options.background << "\" overlay \"" << options.overlay
+         << "\" heatmap " << !options.heatmap.empty() << " report " << !options.report.empty();
     if (options.startTime) {
         text << " start-time " << *options.startTime;
     }
@@ -163,7 +166,8 @@ void TurnIntoExplain(CLI::App& app, Options& options, Words& words) {
     app.get_option("input")->description("The video");
     for (CLI::Option* option : app.get_options()) {
         bool isOfScan = option->get_group() == resultGroup;
-        for (const char* name : {"--write-config", "--jobs", "--resume", "--start-time", "--reconnect", "--preview", "--block"}) {
+        for (const char* name :
+             {"--write-config", "--jobs", "--resume", "--start-time", "--reconnect", "--preview", "--block"}) {
             isOfScan = isOfScan || option->check_name(name);
         }
         if (isOfScan) {
@@ -175,7 +179,8 @@ void TurnIntoExplain(CLI::App& app, Options& options, Words& words) {
         ->check(IsMoment())->type_name("TIME")->default_str("");
     app.add_option("--block", words.blocks, "Column and row of the block; a single number is the block size")
         ->check(IsPlaceOrSize())->type_name("X,Y")->allow_extra_args(false)->default_str("");
-    app.add_option("--pixel", words.pixel, "Instead of it, a pixel of the block")->check(IsPlace())->type_name("X,Y")->default_str("");
+    app.add_option("--pixel", words.pixel, "Instead of it, a pixel of the block")
+        ->check(IsPlace())->type_name("X,Y")->default_str("");
     app.add_flag("--json", options.question.json, "Answer with one JSON object");
 }
 
@@ -190,10 +195,11 @@ void Declare(CLI::App& app, Options& options, Words& words, const std::string& v
     app.set_version_flag("--version", version, "Print versions and leave")->group(inputGroup);
     app.add_option("--config", options.config, "Read options from there, not from ~/.config/mdscan.conf")
         ->type_name("FILE")->default_str("")->configurable(false);
-    app.add_flag_callback("--write-config", [] { throw CallForTemplate(); }, "Print a configuration file with every option and leave")
+    app.add_flag_callback(
+           "--write-config", [] { throw CallForTemplate(); }, "Print a configuration file with every option and leave")
         ->configurable(false);
-    app.add_option("input", options.inputs, "Video files, folders, patterns, rtsp:// and the like, /dev/videoN, or -")->required()
-        ->type_name("FILE")->default_str("")->configurable(false);
+    app.add_option("input", options.inputs, "Video files, folders, patterns, rtsp:// and the like, /dev/videoN, or -")
+        ->required()->type_name("FILE")->default_str("")->configurable(false);
     app.add_option("-j,--jobs", options.jobs, "Inputs scanned at a time; 0: one per processor")
         ->check(Within(0, mostJobs))->type_name("N");
     app.add_option("--resume", options.resume, "Remember finished inputs there; skip those that it knows")
@@ -224,7 +230,8 @@ void Declare(CLI::App& app, Options& options, Words& words, const std::string& v
         ->check(Within(0, longestTime))->type_name("S");
     app.add_option("--min-duration", options.minDuration, "Seconds below which an event is dropped")
         ->check(Within(0, longestTime))->type_name("S");
-    app.add_option("--pre-roll", options.preRoll, "Seconds added before an event")->check(Within(0, longestTime))->type_name("S");
+    app.add_option("--pre-roll", options.preRoll, "Seconds added before an event")
+        ->check(Within(0, longestTime))->type_name("S");
     app.add_option("--post-roll", options.postRoll, "Seconds added after it; events that then overlap are one")
         ->check(Within(0, longestTime))->type_name("S");
 
@@ -282,7 +289,8 @@ std::string TakeIn(const Words& words, Options& options) {
         }
     }
     question.pixel = words.pixel.empty() ? std::nullopt : ReadPlace(words.pixel);
-    return question.block.has_value() != question.pixel.has_value() ? "" : "mdscan explain wants either --block X,Y or --pixel X,Y";
+    const bool asksOnce = question.block.has_value() != question.pixel.has_value();
+    return asksOnce ? "" : "mdscan explain wants either --block X,Y or --pixel X,Y";
 }
 
 // Takes the words in the order in which they stand.
@@ -308,7 +316,8 @@ std::string WordOf(const Setting& setting, const std::string& path) {
     CLI::App app;
     Declare(app, trial, words, "");
     const CLI::Option* option = app.get_option_no_throw("--" + setting.name);
-    expect(option && option->get_configurable(), "unknown name \"" + setting.name + "\", mdscan --write-config lists those known");
+    expect(option && option->get_configurable(),
+           "unknown name \"" + setting.name + "\", mdscan --write-config lists those known");
     const bool isSwitch = setting.value == "true" || setting.value == "false";
     expect(option->get_expected_min() > 0 || isSwitch, setting.name + " must be true or false, not " + setting.value);
     const std::string word = "--" + setting.name + "=" + setting.value;

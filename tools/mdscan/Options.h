@@ -73,6 +73,7 @@ struct Parsed {
 
 // arguments: without the program's name. version: answer to --version. usualConfig: configuration file to read unless the
 // arguments name another one; empty: none.
-Parsed ParseOptions(const std::vector<std::string>& arguments, const std::string& version, const std::string& usualConfig = "");
+Parsed ParseOptions(const std::vector<std::string>& arguments, const std::string& version,
+                    const std::string& usualConfig = "");
 
 }  // namespace Scan

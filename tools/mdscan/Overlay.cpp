@@ -148,8 +148,8 @@ void Overlay::Draw(const AVFrame& picture, Ticks time, const Marking& marking) {
         if (marking.blocks[i] != BlockMark::None) {
             const int column = static_cast<int>(i) % grid.columns, row = static_cast<int>(i) / grid.columns;
             const Box block = {column * grid.blockSize, row * grid.blockSize, grid.blockSize, grid.blockSize};
-            Tint(*_canvas, Scaled(block, picture, *_canvas), marking.blocks[i] == BlockMark::Shadow ? shadowTint : objectTint,
-                 tintPercent);
+            Tint(*_canvas, Scaled(block, picture, *_canvas),
+                 marking.blocks[i] == BlockMark::Shadow ? shadowTint : objectTint, tintPercent);
         }
     }
     for (const MovingObject& object : marking.objects) {

@@ -1,5 +1,5 @@
-// Are the boxes where the movement is?  Writes the video with what was found drawn into it, for people to look at; Job feeds it
-// every decoded picture.
+// Are the boxes where the movement is?  Writes the video with what was found drawn into it, for people to look at; Job feeds
+// it every decoded picture.
 #pragma once
 
 #include <cstdint>
@@ -32,8 +32,8 @@ std::string ZoneText(const MovingObject& object, const std::vector<std::string>&
 
 class Overlay {
 public:
-    // The video gets the size of the first picture; later ones of other sizes are scaled to it. zones: names of those that are
-    // watched. Throws Failure.
+    // The video gets the size of the first picture; later ones of other sizes are scaled to it. zones: names of those that
+    // are watched. Throws Failure.
     Overlay(const std::string& path, const std::string& input, Ticks nominalInterval, AVRational sampleAspect,
             std::vector<std::string> zones);
 

@@ -1,8 +1,8 @@
-// Which stored packets may a clip still need?  Those from a keyframe on, each with the time of its picture; Clips fills it from
-// what Decoder reads and decodes.
+// Which stored packets may a clip still need?  Those from a keyframe on, each with the time of its picture; Clips fills it
+// from what Decoder reads and decodes.
 //
-// Packets come in the order of decoding, pictures later and in the order of showing: a packet is settled once its picture has
-// come, or so many later ones that it will not.
+// Packets come in the order of decoding, pictures later and in the order of showing: a packet is settled once its picture
+// has come, or so many later ones that it will not.
 #pragma once
 
 #include <cstddef>
@@ -48,8 +48,8 @@ public:
 
     bool IsFull() const { return _bytes > _mostBytes; }
 
-    // The last keyframe that is known to be shown by `start`, else the first whose time is known; absent: there is none. Where
-    // it is partial, the one before: from there on, pictures are complete by `start`.
+    // The last keyframe that is known to be shown by `start`, else the first whose time is known; absent: there is none.
+    // Where it is partial, the one before: from there on, pictures are complete by `start`.
     std::optional<std::int64_t> KeyBefore(Ticks start) const;
 
     // Settled packets are those with smaller numbers.

@@ -1,5 +1,5 @@
-// Where can decoding begin?  At a complete picture: it and those up to the next one are a group, decoded whole or not at all.
-// Decoder cuts the stream into groups, for KeyframeScout and for the scan that it spares pictures.
+// Where can decoding begin?  At a complete picture: it and those up to the next one are a group, decoded whole or not at
+// all. Decoder cuts the stream into groups, for KeyframeScout and for the scan that it spares pictures.
 #pragma once
 
 #include <functional>
@@ -25,8 +25,8 @@ class PictureGroups {
 public:
     static constexpr Ticks shortest = oneSecond;               // where complete pictures lie closer, a group has several
 
-    // Does a group begin with the complete picture at this time of the file?  Ask for all of them, in order. A time that falls
-    // begins one.
+    // Does a group begin with the complete picture at this time of the file?  Ask for all of them, in order. A time that
+    // falls begins one.
     bool Begins(Ticks time) {
         const bool begins = !_last || time < *_last || time - *_last >= shortest - tolerance;
         if (begins) {

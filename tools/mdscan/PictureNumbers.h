@@ -1,7 +1,7 @@
-// Which picture of the input was shown at this time?  Decoder tells every picture it counts; Job asks for the ends of events.
+// Which picture of the input was shown at this time?  Decoder tells every picture; Job asks for the ends of events.
 //
-// Pictures at an even distance are one run, however many they are: memory grows with the irregularities only. Live sources may
-// have them for months, so the count is given up when there are a million.
+// Pictures at an even distance are one run, however many they are: memory grows with the irregularities only. Live sources
+// may have them for months, so the count is given up when there are a million.
 #pragma once
 
 #include <cstddef>

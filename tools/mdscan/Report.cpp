@@ -176,7 +176,8 @@ std::string TallyText(const Tally& tally) {
     if (tally.groups.groups > 0) {
         text += Text("; decoded %d of %d groups", tally.groups.decoded, tally.groups.groups);
         if (tally.groups.tooLong > 0) {
-            text += Text(", %d because keyframes lie up to %.1f s apart", tally.groups.tooLong, ToSeconds(tally.groups.longest));
+            text +=
+                Text(", %d because keyframes lie up to %.1f s apart", tally.groups.tooLong, ToSeconds(tally.groups.longest));
         }
     }
     text += Text("; %d event%s", tally.events, tally.events == 1 ? "" : "s");

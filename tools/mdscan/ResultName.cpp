@@ -28,7 +28,8 @@ std::string MarkOf(const std::string& path) {
 }
 
 std::string ResultPath(const std::string& folder, const std::string& input, bool distinct, const std::string& ending) {
-    std::string stem = input == "-" ? "stdin" : std::filesystem::path(ShownName(input)).stem().string().substr(0, longestStem);
+    std::string stem =
+        input == "-" ? "stdin" : std::filesystem::path(ShownName(input)).stem().string().substr(0, longestStem);
     std::replace_if(stem.begin(), stem.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, '_');
     const std::string mark = distinct ? MarkOf(input) : "";
     return (std::filesystem::path(folder) / (stem + mark + ending)).string();

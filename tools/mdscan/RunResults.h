@@ -1,5 +1,5 @@
-// Where does what a run finds go?  Lines, table, page and heat maps come from here, in the order of the inputs; main makes one,
-// a single scan or Batch feeds it.
+// Where does what a run finds go?  Lines, table, page and heat maps come from here, in the order of the inputs; main makes
+// one, a single scan or Batch feeds it.
 #pragma once
 
 #include <optional>
@@ -17,8 +17,8 @@ namespace Scan {
 
 class RunResults {
 public:
-    // Makes every place for a result, so that an impossible one is known before the scan, and prints the first line. several:
-    // lines name their file, heat maps go into a folder. Throws Failure.
+    // Makes every place for a result, so that an impossible one is known before the scan, and prints the first line.
+    // several: lines name their file, heat maps go into a folder. Throws Failure.
     RunResults(const Options& options, const std::vector<std::string>& inputs, bool several);
 
     // Of one input after another, each ended by Finish. Throw OutputFailure.

@@ -1,5 +1,5 @@
-// How are these results to be read?  The first line of every output: version of the lines, and the settings that decide what is
-// found; called by main and ZonePreview.
+// How are these results to be read?  The first line of every output: version of the lines, and the settings that decide what
+// is found; called by main and ZonePreview.
 #pragma once
 
 #include <string>

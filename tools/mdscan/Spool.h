@@ -1,5 +1,5 @@
-// Where do large texts wait until it is their turn?  In a nameless temporary file, so that memory does not grow; Batch keeps what
-// belongs to inputs further down the list.
+// Where do large texts wait until it is their turn?  In a nameless temporary file, so that memory does not grow; Batch keeps
+// what belongs to inputs further down the list.
 #pragma once
 
 #include <cstddef>
@@ -27,8 +27,8 @@ public:
 private:
     void Check(bool good) const;
 
-    // Made when needed, gone with the process. Only its descriptor is used: children share the place where a stream stands, and
-    // move it when they end.
+    // Made when needed, gone with the process. Only its descriptor is used: children share the place where a stream stands,
+    // and move it when they end.
     std::FILE* _file = nullptr;
     long _size = 0;  // bytes
 };

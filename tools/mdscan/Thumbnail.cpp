@@ -17,8 +17,8 @@ FramePointer Small(const AVFrame& frame, int widest) {
     const std::int64_t height = std::int64_t{frame.height} * small->width / frame.width;
     small->height = static_cast<int>(std::clamp<std::int64_t>(height & ~std::int64_t{1}, 2, 16'384));
     small->format = AV_PIX_FMT_YUVJ420P;
-    const ScalerPointer scaler(sws_getContext(frame.width, frame.height, PlainFormat(frame.format), small->width, small->height,
-                                              AV_PIX_FMT_YUVJ420P, SWS_AREA, nullptr, nullptr, nullptr));
+    const ScalerPointer scaler(sws_getContext(frame.width, frame.height, PlainFormat(frame.format), small->width,
+                                              small->height, AV_PIX_FMT_YUVJ420P, SWS_AREA, nullptr, nullptr, nullptr));
     if (!scaler || av_frame_get_buffer(small.get(), 0) < 0) {
         return nullptr;
     }

@@ -97,7 +97,8 @@ std::optional<Fields> ReadFields(Reader& reader) {
         }
     }
     const Fields fields{std::chrono::year(year) / month / day, hour, minute, second, fraction};
-    const bool valid = fields.day.ok() && hour >= 0 && hour < 24 && minute >= 0 && minute < 60 && second >= 0 && second <= 60;
+    const bool valid =
+        fields.day.ok() && hour >= 0 && hour < 24 && minute >= 0 && minute < 60 && second >= 0 && second <= 60;
     return valid ? std::optional(fields) : std::nullopt;           // the sixtieth second is a leap second
 }
 
@@ -162,9 +163,9 @@ std::string WallTimeText(WallTicks time) {
     const std::chrono::hh_mm_ss ofDay(moment - midnight);
     std::array<char, 64> text = {};
     std::snprintf(text.data(), text.size(), "%04d-%02u-%02uT%02d:%02d:%02d.%03dZ", static_cast<int>(day.year()),
-                  static_cast<unsigned>(day.month()), static_cast<unsigned>(day.day()), static_cast<int>(ofDay.hours().count()),
-                  static_cast<int>(ofDay.minutes().count()), static_cast<int>(ofDay.seconds().count()),
-                  static_cast<int>(ofDay.subseconds().count()));
+                  static_cast<unsigned>(day.month()), static_cast<unsigned>(day.day()),
+                  static_cast<int>(ofDay.hours().count()), static_cast<int>(ofDay.minutes().count()),
+                  static_cast<int>(ofDay.seconds().count()), static_cast<int>(ofDay.subseconds().count()));
     return text.data();
 }
 

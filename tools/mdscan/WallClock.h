@@ -27,8 +27,8 @@ struct StartTime {
     ClockSource source;
 };
 
-// RFC 3339, "2026-03-01T12:00:00.5+01:00"; a blank may stand for the T. Without an offset, the time is this machine's local one.
-// Absent: is no such time, or no such day exists.
+// RFC 3339, "2026-03-01T12:00:00.5+01:00"; a blank may stand for the T. Without an offset, the time is this machine's local
+// one. Absent: is no such time, or no such day exists.
 std::optional<WallTicks> ParseWallTime(const std::string& text);
 
 // "2026-03-01T11:00:00.500Z", milliseconds rounded. Precondition: a year from 0 to 9999.
@@ -37,8 +37,8 @@ std::string WallTimeText(WallTicks time);
 // Now, by the system's clock.
 WallTicks WallNow();
 
-// Can a file that says it was created at this time have begun then?  Recorders whose clock was never set say 1904, 1970, 1980 or
-// 2000; some write the time of the end; neither is a start.
+// Can a file that says it was created at this time have begun then?  Recorders whose clock was never set say 1904, 1970,
+// 1980 or 2000; some write the time of the end; neither is a start.
 //   length     ticks; of the recording
 //   completed  when the file was last written, or now where that is not known
 bool CanBeStart(WallTicks created, Ticks length, WallTicks completed);

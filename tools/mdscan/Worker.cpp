@@ -1,7 +1,7 @@
 // What do parent and child say to each other?  Called by Batch through Worker.h.
 //
-// The child writes messages into a pipe, one a line: L and a line of results, A and an attachment, V that the input is a live
-// source, P and numbers on its progress, E and its packed result. A child that dies sends no E.
+// The child writes messages into a pipe, one a line: L and a line of results, A and an attachment, V that the input is a
+// live source, P and numbers on its progress, E and its packed result. A child that dies sends no E.
 #include "Worker.h"
 
 #include <algorithm>
@@ -165,7 +165,8 @@ void Worker::Bury() {
     _wasKilled = signal == SIGKILL || signal == SIGTERM || signal == SIGINT || signal == 0;
     const std::string end = signal != 0 ? std::string("by signal ") + std::to_string(signal) + ", " + strsignal(signal)
                                         : "without a result";
-    _result = JobResult{.health = Health::Unreadable, .code = exitFailed, .trouble = "its scan was ended " + end, .tally = _tally};
+    _result =
+        JobResult{.health = Health::Unreadable, .code = exitFailed, .trouble = "its scan was ended " + end, .tally = _tally};
 }
 
 std::vector<std::string> Worker::TakeLines() {

@@ -62,13 +62,15 @@ public:
         const Json root = Parse(text);
         Expect(root.is_object(), "", "must be an object with \"zones\"");
         CheckKeys(root, "", {"zones"});
-        Expect(root.contains("zones") && root["zones"].is_array() && !root["zones"].empty(), "zones", "must be a list of zones");
+        Expect(root.contains("zones") && root["zones"].is_array() && !root["zones"].empty(), "zones",
+               "must be a list of zones");
         std::vector<Zone> zones;
         std::set<std::string> names;
         for (std::size_t i = 0; i < root["zones"].size(); ++i) {
             const std::string place = At("zones", i);
             zones.push_back(ReadZone(root["zones"][i], place));
-            Expect(names.insert(zones.back().name).second, place + ".name", "there is another zone \"" + zones.back().name + "\"");
+            Expect(names.insert(zones.back().name).second, place + ".name",
+                   "there is another zone \"" + zones.back().name + "\"");
         }
         return zones;
     }

@@ -11,8 +11,8 @@ namespace Scan {
 
 // {"zones": [{"name": "gate", "polygon": [[0.1, 0.2], [0.4, 0.2], [0.4, 0.9]], "exclude": false, "min_size": 0.05},
 //            {"name": "trees", "mask": "trees.png", "exclude": true}]}
-// polygon or mask, at least three corners from 0 to 1 that enclose something without crossing themselves; masks are looked for
-// beside the file. Throws Failure (exitUsage): one line with the place of the first mistake.
+// polygon or mask, at least three corners from 0 to 1 that enclose something without crossing themselves; masks are looked
+// for beside the file. Throws Failure (exitUsage): one line with the place of the first mistake.
 std::vector<Zone> ReadZoneFile(const std::string& path);
 
 // A PNG file of any size. Throws Failure (exitUsage).

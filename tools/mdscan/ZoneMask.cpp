@@ -31,7 +31,8 @@ bool Contains(const std::vector<Point>& polygon, Point point) {
 bool Contains(const GreyPicture& mask, Point point) {
     const int column = std::clamp(static_cast<int>(point.x * mask.width), 0, mask.width - 1);
     const int row = std::clamp(static_cast<int>(point.y * mask.height), 0, mask.height - 1);
-    const std::size_t index = static_cast<std::size_t>(row) * static_cast<std::size_t>(mask.width) + static_cast<std::size_t>(column);
+    const std::size_t index =
+        static_cast<std::size_t>(row) * static_cast<std::size_t>(mask.width) + static_cast<std::size_t>(column);
     return mask.pixels[index] >= brightEnough;
 }
 
@@ -132,7 +133,8 @@ std::vector<std::uint8_t> ExcludedBlocks(const std::vector<Zone>& zones, const P
     return excluded;
 }
 
-std::vector<std::uint8_t> WatchedBlocks(const Zone& zone, const std::vector<std::uint8_t>& excluded, const PictureGrid& grid) {
+std::vector<std::uint8_t> WatchedBlocks(const Zone& zone, const std::vector<std::uint8_t>& excluded,
+                                        const PictureGrid& grid) {
     std::vector<std::uint8_t> mask = ZoneMask(zone, grid);
     std::transform(mask.begin(), mask.end(), excluded.begin(), mask.begin(),
                    [](std::uint8_t in, std::uint8_t out) { return static_cast<std::uint8_t>(out != 0 ? 0 : in); });

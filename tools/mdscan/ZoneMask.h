@@ -37,6 +37,7 @@ std::vector<std::uint8_t> ZoneMask(const Zone& zone, const PictureGrid& grid);
 std::vector<std::uint8_t> ExcludedBlocks(const std::vector<Zone>& zones, const PictureGrid& grid);
 
 // [block], 1 where the zone is watched: its mask without what is excluded.
-std::vector<std::uint8_t> WatchedBlocks(const Zone& zone, const std::vector<std::uint8_t>& excluded, const PictureGrid& grid);
+std::vector<std::uint8_t> WatchedBlocks(const Zone& zone, const std::vector<std::uint8_t>& excluded,
+                                        const PictureGrid& grid);
 
 }  // namespace Scan

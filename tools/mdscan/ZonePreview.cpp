@@ -41,8 +41,8 @@ BgrPicture Coloured(const AVFrame& frame) {
     BgrPicture picture{frame.width, frame.height, {}};
     const int stride = 3 * frame.width;
     picture.pixels.resize(static_cast<std::size_t>(stride) * static_cast<std::size_t>(frame.height));
-    const ScalerPointer scaler(sws_getContext(frame.width, frame.height, PlainFormat(frame.format), frame.width, frame.height,
-                                              AV_PIX_FMT_BGR24, SWS_BILINEAR, nullptr, nullptr, nullptr));
+    const ScalerPointer scaler(sws_getContext(frame.width, frame.height, PlainFormat(frame.format), frame.width,
+                                              frame.height, AV_PIX_FMT_BGR24, SWS_BILINEAR, nullptr, nullptr, nullptr));
     if (!scaler) {
         throw Failure(exitFailed, "the video's pixel format cannot be converted");
     }
@@ -117,8 +117,9 @@ int ShowZones(const Options& options) {
         const Color& color = zone.exclude ? excludedColor : colors[next++ % colors.size()];
         const std::vector<std::uint8_t> mask = zone.exclude ? ZoneMask(zone, grid) : WatchedBlocks(zone, excluded, grid);
         const auto blocks = std::count(mask.begin(), mask.end(), std::uint8_t{1});
+        const double share = static_cast<double>(blocks) / static_cast<double>(mask.size());
         nlohmann::ordered_json line = {{"type", "zone"}, {"zone", zone.name}, {"exclude", zone.exclude}, {"blocks", blocks},
-                                       {"share", std::round(1e3 * static_cast<double>(blocks) / static_cast<double>(mask.size())) / 1e3}};
+                                       {"share", std::round(1e3 * share) / 1e3}};
         if (!options.preview.empty()) {
             line["color"] = color.name;
             PaintBlocks(picture, mask, grid, color);

@@ -1,5 +1,5 @@
-// Where in the picture do the zones lie?  `mdscan zones`: checks them, says what they cover, draws them over a frame; called by
-// main.
+// Where in the picture do the zones lie?  `mdscan zones`: checks them, says what they cover, draws them over a frame; called
+// by main.
 #pragma once
 
 #include "Options.h"

@@ -69,8 +69,8 @@ function dateText(seconds) {
 }
 
 function eventTime(event) {
-  return event.input.begin === null ? secondsText(event.start, true)
-                                    : dateText(event.input.begin + event.start) + " " + clockText(event.input.begin + event.start);
+  const time = event.input.begin + event.start;
+  return event.input.begin === null ? secondsText(event.start, true) : dateText(time) + " " + clockText(time);
 }
 
 function lengthText(seconds) {

@@ -80,8 +80,9 @@ function fillList() {
 
 function showInList(event) {
   const place = shown.indexOf(event);
-  if (place >= 0 && (place * eventHeight < list.scrollTop || (place + 1) * eventHeight > list.scrollTop + list.clientHeight)) {
-    list.scrollTop = place * eventHeight - (list.clientHeight - eventHeight) / 2;
+  const top = place * eventHeight, bottom = top + eventHeight;
+  if (place >= 0 && (top < list.scrollTop || bottom > list.scrollTop + list.clientHeight)) {
+    list.scrollTop = top - (list.clientHeight - eventHeight) / 2;
   }
   for (const [at, cell] of cells) {
     cell.setAttribute("aria-selected", at === place);

@@ -21,7 +21,8 @@ function showCameras() {
   const place = document.querySelector("#cameras .cards");
   byId("cameras").hidden = !cameras.length;
   for (const camera of cameras) {
-    const figure = make("figure"), caption = make("figcaption"), picture = make("img"), toggle = make("button", "Background");
+    const figure = make("figure"), caption = make("figcaption"), picture = make("img");
+    const toggle = make("button", "Background");
     picture.src = camera.heat;
     picture.alt = "Where it moved";
     picture.style.aspectRatio = camera.width + " / " + camera.height;

@@ -14,7 +14,8 @@ function pick(event, play) {
   byId("picked").hidden = false;
   byId("pickedname").textContent = baseName(event.input.file) + ", event " + event.event;
   byId("facts").textContent = "";
-  fact("begins", eventTime(event) + (event.input.begin === null ? "" : " (" + secondsText(event.start, true) + " into the file)"));
+  const within = event.input.begin === null ? "" : " (" + secondsText(event.start, true) + " into the file)";
+  fact("begins", eventTime(event) + within);
   fact("lasts", lengthText(event.length) + ", most at " + secondsText(event.peak, true));
   if (event.zones) {
     const zones = make("span");
@@ -22,7 +23,8 @@ function pick(event, play) {
     fact("zones", zones);
   }
   const box = event.boxes[0];
-  fact("largest", box.w + " \u00d7 " + box.h + " pixels at " + box.x + ", " + box.y + "; " + event.blocks + " blocks in all");
+  fact("largest", box.w + " \u00d7 " + box.h + " pixels at " + box.x + ", " + box.y + "; " +
+       event.blocks + " blocks in all");
   fact("file", event.input.file);
   load(event, play);
   const place = shown.indexOf(event);

@@ -184,10 +184,11 @@ function draw() {
     pen.fillText(fitting(rows[row].name, gutter - 10), 2, yOf(row) + rowHeight / 2);
   }
   pen.restore();
-  const middle = clock ? dateText(view.from) + " " + clockText(view.from) + " to " + dateText(view.to) + " " + clockText(view.to)
-                       : secondsText(view.from, view.to - view.from < 60) + " to " + secondsText(view.to, view.to - view.from < 60);
+  const fine = view.to - view.from < 60;
+  const textOf = (time) => clock ? dateText(time) + " " + clockText(time) : secondsText(time, fine);
   const missing = clock ? inputs.filter((input) => input.seconds > 0 && !placed(input)).length : 0;
-  byId("range").textContent = (rows.length ? middle : "") + (missing ? "; " + missing + " without a time of day not shown" : "");
+  byId("range").textContent = (rows.length ? textOf(view.from) + " to " + textOf(view.to) : "") +
+                              (missing ? "; " + missing + " without a time of day not shown" : "");
   canvas.dataset.from = view.from;
   canvas.dataset.to = view.to;
   canvas.dataset.rows = rows.length;
