@@ -1,8 +1,8 @@
-// How are moments and places read?  Called by Options through OptionValues.h.
+// How are moments, places and rectangles read?  Called by Options through OptionValues.h.
 #include "OptionValues.h"
 
 #include <charconv>
-#include <cmath>
+#include <cstdlib>
 #include <string_view>
 #include <vector>
 
@@ -52,6 +52,25 @@ std::optional<std::array<int, 2>> ReadPlace(const std::string& text) {
     const std::vector<std::string_view> parts = Parts(text, ',');
     const std::optional<int> x = Read<int>(parts.front()), y = Read<int>(parts.back());
     return parts.size() == 2 && x && y ? std::optional(std::array<int, 2>{*x, *y}) : std::nullopt;
+}
+
+std::optional<RelativeZone> ReadZone(const std::string& text) {
+    double values[4] = {};
+    const char* rest = text.c_str();
+    for (int i = 0; i < 4; ++i) {
+        char* end = nullptr;
+        values[i] = std::strtod(rest, &end);
+        const char expected = i < 3 ? ',' : '\0';
+        if (end == rest || *end != expected) {
+            return std::nullopt;
+        }
+        rest = end + 1;
+    }
+    const auto [x, y, width, height] = values;
+    constexpr double rounding = 1e-9;      // 0.7 + 0.3 may end up beyond 1
+    const bool inside =
+        x >= 0 && y >= 0 && width > 0 && height > 0 && x + width <= 1 + rounding && y + height <= 1 + rounding;
+    return inside ? std::optional(RelativeZone{x, y, width, height}) : std::nullopt;
 }
 
 }  // namespace Scan

@@ -1,9 +1,12 @@
-// What may an option's words look like that are not plain numbers?  Moments and places in the picture; called by Options.
+// What may an option's words look like that are not plain numbers?  Moments, places and rectangles in
+// the picture; called by Options.
 #pragma once
 
 #include <array>
 #include <optional>
 #include <string>
+
+#include "ZoneMask.h"
 
 namespace Scan {
 
@@ -12,5 +15,8 @@ std::optional<double> ReadTime(const std::string& text);
 
 // "40,22": two whole numbers from 0. Absent: something else.
 std::optional<std::array<int, 2>> ReadPlace(const std::string& text);
+
+// "0,0.5,1,0.5": x, y, width and height with all of it inside the picture. Absent: something else.
+std::optional<RelativeZone> ReadZone(const std::string& text);
 
 }  // namespace Scan

@@ -2,8 +2,6 @@
 #include "Options.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <iterator>
@@ -61,26 +59,6 @@ CLI::Validator Within(double low, double high) {
         "");
 }
 
-// "x,y,w,h" with all of it inside the picture.
-std::optional<RelativeZone> ReadZone(const std::string& text) {
-    double values[4] = {};
-    const char* rest = text.c_str();
-    for (int i = 0; i < 4; ++i) {
-        char* end = nullptr;
-        values[i] = std::strtod(rest, &end);
-        const char expected = i < 3 ? ',' : '\0';
-        if (end == rest || *end != expected) {
-            return std::nullopt;
-        }
-        rest = end + 1;
-    }
-    const auto [x, y, width, height] = values;
-    constexpr double rounding = 1e-9;      // 0.7 + 0.3 may end up beyond 1
-    const bool inside =
-        x >= 0 && y >= 0 && width > 0 && height > 0 && x + width <= 1 + rounding && y + height <= 1 + rounding;
-    return inside ? std::optional(RelativeZone{x, y, width, height}) : std::nullopt;
-}
-
 // What `read` makes a value of. what: what the text must be else.
 template <typename Value>
 CLI::Validator Reads(std::optional<Value> (*read)(const std::string&), const char* what) {
@@ -118,36 +96,6 @@ std::string OneLine(std::string text) {
     std::replace(text.begin(), text.end(), '\n', ' ');
     return text;
 }
-
-}  // namespace
-
-std::string ResultSettings(const Options& options) {
-    std::ostringstream text;
-    text.precision(17);
-    text << "rate " << options.rate << " fast " << options.fast << " block " << options.blockSize << " shadows "
-         << options.shadows << " min-size " << options.minSize << " merge-gap " << options.mergeGap << " min-duration "
-         << options.minDuration << " frames " << options.frames << " rolls " << options.preRoll << " " << options.postRoll
-         << " min-blocks " << options.minBlocks << " track " << options.track << " thumbnails \"" << options.thumbnails
-         << "\" clips \"" << options.clips << "\" background \"" << options.background << "\" overlay \"" << options.overlay
-         << "\" heatmap " << !options.heatmap.empty() << " report " << !options.report.empty();
-    if (options.startTime) {
-        text << " start-time " << *options.startTime;
-    }
-    for (const Zone& zone : options.allZones) {
-        text << " zone \"" << zone.name << "\" " << zone.exclude << " " << zone.minSize.value_or(-1);
-        for (const Point& corner : zone.polygon) {
-            text << " " << corner.x << "," << corner.y;
-        }
-        std::uint64_t digest = 14'695'981'039'346'656'037u;            // FNV-1a: tells masks apart, no more is asked of it
-        for (const std::uint8_t pixel : zone.mask.pixels) {
-            digest = (digest ^ pixel) * 1'099'511'628'211u;
-        }
-        text << " mask " << zone.mask.width << "x" << zone.mask.height << " " << digest;
-    }
-    return text.str();
-}
-
-namespace {
 
 // Thrown out of the parser by --write-config.
 struct CallForTemplate {};

@@ -59,9 +59,6 @@ struct Options {
     int decoderThreads = 0;        // per input, 0: one per processor; not on the command line
 };
 
-// One line: all that decides the results of an input, apart from itself.
-std::string ResultSettings(const Options& options);
-
 // Throws Failure where two results would go to one place. several: of several inputs, some results are folders.
 void RefuseSameFileTwice(const Options& options, bool several);
 

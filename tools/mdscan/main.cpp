@@ -22,6 +22,7 @@
 #include "LiveName.h"
 #include "Options.h"
 #include "Report.h"
+#include "ResultSettings.h"
 #include "RunResults.h"
 #include "RunState.h"
 #include "Versions.h"

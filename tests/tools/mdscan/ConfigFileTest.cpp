@@ -12,6 +12,7 @@
 
 #include "Failure.h"
 #include "Options.h"
+#include "ResultSettings.h"
 #include "ScanFixture.h"
 
 namespace Scan {
