@@ -1,5 +1,6 @@
 // Where do the numbers of a test come from?  A small generator (splitmix64) that gives every compiler and library the same
-// sequence for the same seed, which the standard's distributions do not promise.  Used by scenes and by kernel tests.
+// sequence for the same seed, which the standard's distributions do not promise.  Used by scenes, by kernel tests and by
+// the streams that library and model are compared on.
 #pragma once
 
 #include <cstddef>
@@ -24,12 +25,13 @@ public:
         const auto choices = static_cast<std::uint64_t>(static_cast<std::int64_t>(last) - first + 1);
         return static_cast<int>(first + static_cast<std::int64_t>((Next() >> 33) % choices));
     }
+    int Below(int limit) { return Between(0, limit - 1); }
     bool OneIn(int cases) { return Between(1, cases) == 1; }
     std::uint8_t Byte() { return static_cast<std::uint8_t>(Next() >> 40); }
 
     template <class T, std::size_t n>
     const T& Pick(const T (&choices)[n]) {
-        return choices[static_cast<std::size_t>(Between(0, static_cast<int>(n) - 1))];
+        return choices[static_cast<std::size_t>(Below(static_cast<int>(n)))];
     }
 
 private:

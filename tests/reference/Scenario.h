@@ -3,7 +3,7 @@
 // Caller: the differential test, which applies each step to the library and to the model.
 #pragma once
 
-#include "SplitMix.h"
+#include "SeededRandom.h"
 #include "coreMD.h"
 
 #include <cstdint>
@@ -103,7 +103,7 @@ private:
     void PaintReference(Step& step);
     std::size_t BlockCount() const { return static_cast<std::size_t>(_width * _height); }
 
-    SplitMix _random;
+    Kit::SeededRandom _random;
     Stream _stream;
     Grids _grids;
     int _frames;
