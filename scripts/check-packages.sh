@@ -65,7 +65,7 @@ grep -q "^0 upgraded, ${#packages[@]} newly installed, 0 to remove" "$work/apt.l
     fail "something else than the packages was installed: their dependencies are not complete"
 
 # Every line that runs inside is printed.
-version=$(sed -n 's/^#define COREMD_VERSION_[A-Z]* *\([0-9]*\)$/\1/p' "$root/include/coreMD.h" | paste -sd.)
+version=$("$root/scripts/library-version.sh")
 inside bash -euo pipefail -s "$version" <<'INSIDE'
 cd /test
 run() { printf '$ %s\n' "$*" >&2; eval "$@" </dev/null; }

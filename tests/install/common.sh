@@ -11,7 +11,7 @@ here=$source_root/tests/install
 warnings=(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
 unset DESTDIR CMAKE_PREFIX_PATH LD_LIBRARY_PATH LD_BIND_NOW PKG_CONFIG_LIBDIR
 
-version=$(sed -n 's/^#define COREMD_VERSION_[A-Z]* *\([0-9]*\)$/\1/p' "$source_root/include/coreMD.h" | paste -sd.)
+version=$("$source_root/scripts/library-version.sh")
 
 fail() {
     echo "FAILED: $*" >&2
