@@ -236,6 +236,29 @@ class PageTest(unittest.TestCase):
         self.assertLess(len(self.cells()), 40)
         self.assertEqual(self.script("document.querySelectorAll('script[class]').length"), 0)
 
+    def test_events_in_one_place_all_show_in_any_order(self):
+        def doubled(block):
+            content = json.loads(block[2])
+            event = content["lines"][0]
+            content["lines"] = [{**event, "zones": ["left"]}, {**event, "zones": ["right <b>"], "end": event["end"] + 1}]
+            return block[1] + json.dumps(content).replace("<", "\\u003c") + block[3]
+
+        page = self.page.with_name("doubled.html")
+        page.write_text(re.sub(r'(class="input">)(\{"lines":\[\n\{.*?)(</script>)', doubled, self.page.read_text(), count=1,
+                               flags=re.DOTALL))
+        self.open(page)
+        self.assertEqual(self.one("#count").text, "5 of 5 events")
+        self.view()
+        picture = self.script("canvas.toDataURL()")
+        self.script("byId('order').value = 'length', byId('order').dispatchEvent(new Event('input'))")
+        self.view()
+        self.assertTrue(self.script("canvas.toDataURL()") == picture, "the list's order does not change what moved")
+        column = self.script("Array.from(pen.getImageData(xOf(events[0].start + 0.5), axisHeight, 1, rowHeight).data)")
+        seen = {tuple(column[i:i + 3]) for i in range(0, len(column), 4)}
+        for zone in ["left", "right <b>"]:
+            color = self.script("zoneColor(arguments[0])", zone)
+            self.assertIn(tuple(bytes.fromhex(color[1:])), seen, f"{zone} in {seen}")
+
     def test_gaps_are_listed(self):
         page = self.page.with_name("gaps.html")
         gap = '{"type":"gap","start":1.0,"end":62.5,"reason":"no <i>answer</i>"}'

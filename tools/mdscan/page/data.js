@@ -23,17 +23,23 @@ for (const input of inputs) {
 }
 const withClock = inputs.filter((input) => input.begin !== null);
 const allHaveClock = withClock.length > 0 && inputs.every((input) => input.begin !== null || input.seconds === 0);
-for (const event of events) {
-  event.length = event.end - event.start;
-  event.searched = [event.input.file, ...(event.zones || [])].join("\n").toLowerCase();
-}
-
 // Told apart by people who do not tell red from green, on light and on dark.
 const palette = ["#3b82d8", "#e08a00", "#0f9d78", "#c965a5", "#c9a400", "#2fa8c9", "#d0552b", "#7a6fd0"];
 
 function zoneColor(name) {
   const index = scan.zones.indexOf(name);
   return index < 0 ? null : palette[index % palette.length];
+}
+
+// The colours of an event as bits, the first for what lies in no zone, then one for each of the palette.
+function colorBits(zones) {
+  return (zones || []).reduce((bits, name) => bits | 2 << palette.indexOf(zoneColor(name)), 0) || 1;
+}
+
+for (const event of events) {
+  event.colors = colorBits(event.zones);
+  event.length = event.end - event.start;
+  event.searched = [event.input.file, ...(event.zones || [])].join("\n").toLowerCase();
 }
 
 function make(tag, text, name) {

@@ -121,40 +121,8 @@ function fitting(name, width) {
   return "\u2026" + name.slice(cut);
 }
 
-function drawBar(event, y) {
-  const left = xOf(origin(event.input) + event.start), right = xOf(origin(event.input) + event.end);
-  if (right < gutter || left > canvas.clientWidth) {
-    return;
-  }
-  const width = Math.max(2, right - left), top = y + (rowHeight - barHeight) / 2;
-  const names = event.zones && event.zones.length ? event.zones : [""];
-  names.forEach((name, i) => {
-    pen.fillStyle = zoneColor(name) || colors.accent;
-    pen.fillRect(left, top + i * barHeight / names.length, width, barHeight / names.length);
-  });
-  if (event === picked) {
-    pen.strokeStyle = colors.text;
-    pen.lineWidth = 2;
-    pen.strokeRect(left - 2, top - 2, width + 4, barHeight + 4);
-  }
-}
-
-function draw() {
-  const width = canvas.clientWidth, height = canvas.clientHeight, top = timeline.scrollTop;
-  pen.clearRect(0, 0, width, height);
-  pen.font = "12px " + getComputedStyle(document.body).fontFamily;
-  pen.textBaseline = "middle";
-  drawAxis();
-  pen.save();
-  pen.beginPath();
-  pen.rect(0, axisHeight, width, height);
-  pen.clip();
-  const first = Math.floor(top / rowHeight), last = Math.min(rows.length - 1, Math.ceil((top + height) / rowHeight));
-  const yOf = (row) => axisHeight + row * rowHeight - top;
-  pen.save();
-  pen.beginPath();
-  pen.rect(gutter, axisHeight, width, height);
-  pen.clip();
+// What was scanned, and where that broke off.
+function drawInputs(first, last, yOf) {
   for (let row = first; row <= last; ++row) {
     for (const input of rows[row].inputs) {
       const left = xOf(origin(input)), right = xOf(origin(input) + input.seconds);
@@ -173,11 +141,71 @@ function draw() {
       pen.fillRect(left, yOf(gap.input.row) + rowHeight / 2 - 1, Math.max(2, right - left), 2);
     }
   }
+}
+
+// From where to where an event is drawn: at least two pixels, which can be seen and met.
+function edges(event) {
+  const left = Math.round(xOf(origin(event.input) + event.start));
+  return { left, right: Math.max(left + 2, Math.round(xOf(origin(event.input) + event.end))) };
+}
+
+// A column of pixels shows the colours of all events in it: whichever comes last in the list must not hide the others.
+function drawEvents(first, last, yOf) {
+  const width = canvas.clientWidth, least = Math.floor(gutter), ofRow = [];
+  for (let row = first; row <= last; ++row) {
+    ofRow[row] = new Uint16Array(width + 1);                 // one more, that the last bar ends
+  }
   for (const event of shown) {
-    if (event.input.row >= first && event.input.row <= last) {
-      drawBar(event, yOf(event.input.row));
+    const columns = ofRow[event.input.row];
+    if (columns) {
+      const { left, right } = edges(event);
+      for (let x = Math.max(left, least); x < Math.min(right, width); ++x) {
+        columns[x] |= event.colors;
+      }
     }
   }
+  ofRow.forEach((columns, row) => {
+    for (let x = least, left = x; x <= width; ++x) {
+      if (columns[x] !== columns[left]) {
+        drawBar(left, x, yOf(row), columns[left]);
+        left = x;
+      }
+    }
+  });
+  if (shown.includes(picked) && ofRow[picked.input.row]) {
+    const { left, right } = edges(picked);
+    pen.strokeStyle = colors.text;
+    pen.lineWidth = 2;
+    pen.strokeRect(left - 2, yOf(picked.input.row) + (rowHeight - barHeight) / 2 - 2, right - left + 4, barHeight + 4);
+  }
+}
+
+function drawBar(left, right, y, bits) {
+  const used = [colors.accent, ...palette].filter((_, bit) => bits >> bit & 1), height = barHeight / used.length;
+  used.forEach((color, i) => {
+    pen.fillStyle = color;
+    pen.fillRect(left, y + (rowHeight - barHeight) / 2 + i * height, right - left, height);
+  });
+}
+
+function draw() {
+  const width = canvas.clientWidth, height = canvas.clientHeight, top = timeline.scrollTop;
+  pen.clearRect(0, 0, width, height);
+  pen.font = "12px " + getComputedStyle(document.body).fontFamily;
+  pen.textBaseline = "middle";
+  drawAxis();
+  pen.save();
+  pen.beginPath();
+  pen.rect(0, axisHeight, width, height);
+  pen.clip();
+  const first = Math.floor(top / rowHeight), last = Math.min(rows.length - 1, Math.ceil((top + height) / rowHeight));
+  const yOf = (row) => axisHeight + row * rowHeight - top;
+  pen.save();
+  pen.beginPath();
+  pen.rect(gutter, axisHeight, width, height);
+  pen.clip();
+  drawInputs(first, last, yOf);
+  drawEvents(first, last, yOf);
   pen.restore();
   pen.fillStyle = colors.text;
   for (let row = first; row <= last; ++row) {
@@ -200,7 +228,7 @@ function eventAt(x, y) {
   let best = null, distance = 5;
   for (const event of x < gutter || y < axisHeight ? [] : shown) {
     if (event.input.row === row) {
-      const left = xOf(origin(event.input) + event.start), right = Math.max(left + 2, xOf(origin(event.input) + event.end));
+      const { left, right } = edges(event);
       const away = Math.max(left - x, x - right, 0);
       if (away < distance) {
         best = event;
