@@ -169,6 +169,17 @@ class PageTest(unittest.TestCase):
         self.assertAlmostEqual(self.view()[0], begin, places=3)
         self.assertEqual(self.one("#canvas").get_attribute("data-rows"), "2", "one for each camera")
         self.assertIn("1 without a time of day not shown", self.one("#range").text)
+        labels = self.script("""(() => {
+            const written = [], write = pen.fillText;
+            pen.fillText = (text, x, y) => y < axisHeight ? written.push(text) : 0;
+            setView(arguments[0], arguments[0] + 1);
+            draw();
+            pen.fillText = write;
+            return written;
+        })()""", begin)
+        self.assertGreater(len(labels), 4)
+        self.assertEqual(len(labels), len(set(labels)), f"a second, by tenths: {labels}")
+        self.assertRegex(self.one("#range").text, r"^\S+ \d\d:\d\d:\d\d\.\d to \S+ \d\d:\d\d:\d\d\.\d;")
 
     def test_order_by_time_of_day(self):
         page, events = self.scan("clock.html", *sorted({event["file"] for event in self.events}, reverse=True))

@@ -64,9 +64,10 @@ function secondsText(seconds, precise) {
   return hours > 0 ? hours + ":" + two(minutes) + ":" + rest : minutes + ":" + rest;
 }
 
-function clockText(seconds) {
+function clockText(seconds, precise) {
   const time = new Date(seconds * 1000);
-  return two(time.getHours()) + ":" + two(time.getMinutes()) + ":" + two(time.getSeconds());
+  return two(time.getHours()) + ":" + two(time.getMinutes()) + ":" + two(time.getSeconds()) +
+         (precise ? "." + Math.floor(seconds * 10) % 10 : "");
 }
 
 function dateText(seconds) {

@@ -91,12 +91,12 @@ function drawAxis() {
   let day = "";
   pen.textAlign = "left";
   for (let i = 0; first + i * step <= view.to; ++i) {
-    const time = first + i * step, x = xOf(time);
+    const time = Math.round((first + i * step) * 10) / 10, x = xOf(time);        // 0.8, not a little less: labels round down
     pen.fillStyle = colors.line;
     pen.fillRect(x, axisHeight - 6, 1, canvas.clientHeight);
     let label = secondsText(time, step < 1);
     if (clock) {
-      label = step < 60 ? clockText(time) : clockText(time).slice(0, 5);
+      label = step < 60 ? clockText(time, step < 1) : clockText(time).slice(0, 5);
       if (dateText(time) !== day) {
         day = dateText(time);
         label = step >= 86400 ? day.slice(5) : i === 0 ? label : day.slice(5) + " " + label;
@@ -213,7 +213,7 @@ function draw() {
   }
   pen.restore();
   const fine = view.to - view.from < 60;
-  const textOf = (time) => clock ? dateText(time) + " " + clockText(time) : secondsText(time, fine);
+  const textOf = (time) => clock ? dateText(time) + " " + clockText(time, fine) : secondsText(time, fine);
   const missing = clock ? inputs.filter((input) => input.seconds > 0 && !placed(input)).length : 0;
   byId("range").textContent = (rows.length ? textOf(view.from) + " to " + textOf(view.to) : "") +
                               (missing ? "; " + missing + " without a time of day not shown" : "");
