@@ -265,6 +265,7 @@ canvas.addEventListener("pointermove", (move) => {
       const by = (drag.x - move.offsetX) / across() * (drag.to - drag.from);
       canvas.classList.add("dragged");
       setView(drag.from + by, drag.to + by);
+      timeline.scrollTop = drag.top + drag.y - move.offsetY;
     }
     return;
   }
