@@ -234,12 +234,15 @@ class PageTest(unittest.TestCase):
         self.playing(events[0])
         self.assertIn("Open the clip", self.one("#open").text)
 
-    def test_thousands_of_events_stay_few_elements(self):
+    def open_many(self):
         text = self.page.read_text()
         block = re.search(r'<script type="application/json" class="input">.*?</script>\n', text, re.DOTALL)[0]
         many = self.page.with_name("many.html")
         many.write_text(text.replace(block, 3000 * block))
         self.open(many)
+
+    def test_thousands_of_events_stay_few_elements(self):
+        self.open_many()
         self.view()
         ActionChains(self.browser).click_and_hold(self.one("#canvas")).move_by_offset(0, -60).release().perform()
         self.assertEqual(self.script("timeline.scrollTop"), 60, "dragging leads to the other rows")
@@ -249,6 +252,29 @@ class PageTest(unittest.TestCase):
         self.wait(lambda: self.script("cells.has(2003)"), "the list follows its bar")
         self.assertLess(len(self.cells()), 40)
         self.assertEqual(self.script("document.querySelectorAll('script[class]').length"), 0)
+
+    def test_a_new_choice_shows_the_picked_event_or_its_beginning(self):
+        self.open_many()
+        self.script("pick(shown[5], false)")
+        self.script("list.scrollTop = 2000 * eventHeight")
+        self.wait(lambda: not self.script("cells.has(5)"), "the list follows its bar")
+        self.one("#shortest").send_keys("0")
+        self.assertTrue(self.script("cells.has(5)"))
+        self.script("list.scrollTop = 2000 * eventHeight")
+        first, last = (self.script(f"shown[{place}].input.file").split("/")[-1] for place in (0, 3002))
+        self.one("#text").send_keys(last)
+        self.assertEqual(self.one("#count").text, "1 of 3003 events")
+        self.assertFalse(self.one("#previous").is_enabled(), "none before what is hidden")
+        self.assertTrue(self.one("#next").is_enabled())
+        self.one("#next").click()
+        self.assertTrue(self.script("picked === shown[0]"))
+        self.assertFalse(self.one("#next").is_enabled())
+        self.script("clearFilters(), list.scrollTop = 2000 * eventHeight")
+        self.one("#text").send_keys(first)
+        self.assertEqual(self.one("#count").text, "3000 of 3003 events")
+        self.assertEqual(self.script("list.scrollTop"), 0)
+        self.one("#text").send_keys("?")
+        self.assertIn("No event", self.script("getComputedStyle(tall, '::before').content"))
 
     def test_events_in_one_place_all_show_in_any_order(self):
         def doubled(block):

@@ -22,7 +22,9 @@ function filter() {
   byId("count").textContent = shown.length + " of " + events.length + (events.length === 1 ? " event" : " events");
   tall.style.height = shown.length * eventHeight + "px";
   clearCells();
-  fillList();
+  list.scrollTop = 0;
+  showInList(picked);
+  allowSteps();
   redraw();
 }
 

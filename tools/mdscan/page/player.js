@@ -27,9 +27,7 @@ function pick(event, play) {
        event.blocks + " blocks in all");
   fact("file", event.input.file);
   load(event, play);
-  const place = shown.indexOf(event);
-  byId("previous").disabled = place <= 0;
-  byId("next").disabled = place < 0 || place + 1 >= shown.length;
+  allowSteps();
   showInList(event);
   bringIntoView(event);
   redraw();
@@ -81,6 +79,13 @@ function step(by) {
   if (next && next !== picked) {
     pick(next, false);
   }
+}
+
+// From an event that the filters hide, the next one is the first shown.
+function allowSteps() {
+  const place = shown.indexOf(picked);
+  byId("previous").disabled = place <= 0;
+  byId("next").disabled = place + 1 >= shown.length;
 }
 
 byId("previous").addEventListener("click", () => step(-1));
