@@ -209,6 +209,12 @@ class PageTest(unittest.TestCase):
         ActionChains(self.browser).click_and_hold(canvas).move_by_offset(-60, 0).release().perform()
         self.assertGreater(self.view()[0], before[0])
 
+    def test_another_size_leaves_no_empty_timeline(self):
+        self.open(self.page)
+        self.view()
+        drawn = "pen.getImageData(0, 0, canvas.width, canvas.height).data.some(Boolean)"
+        self.assertTrue(self.script(f"(resize(), {drawn})"), "nothing to see until the next frame")
+
     def test_an_event_plays_from_its_first_second(self):
         self.open(self.page)
         self.cells()[1].click()

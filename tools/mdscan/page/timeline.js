@@ -42,7 +42,7 @@ function resize() {
   canvas.height = Math.max(1, Math.round(height * scale));
   pen.setTransform(scale, 0, 0, scale, 0, 0);
   gutter = Math.min(220, Math.max(84, width * 0.16));
-  redraw();
+  draw();                                                    // at once: its new size has emptied the canvas
 }
 
 function readColors() {
