@@ -119,6 +119,19 @@ TEST_F(DetectTest, BackgroundUpdateCanBeLeftOut) {
     EXPECT_EQ(detector._isStable[0], 255);
 }
 
+TEST_F(DetectTest, BackgroundUpdateOfPartlyDecodedInputCanBeLeftOut) {
+    Frame iFrame(4, 3);
+    iFrame.info.isH264Partly = iFrame.info.isH264PartlyIFrame = 1;
+    FillRing(iFrame);
+    const int counted = detector._skipFrameCounter;
+    detector.Detect(iFrame.At(20 * second), false);
+    EXPECT_EQ(detector._skipFrameCounter, counted);
+    EXPECT_EQ(Copied(detector._isBackground, 12), std::vector<std::uint8_t>(12, 0));
+    detector.Detect(iFrame.At(20 * second), true);
+    EXPECT_EQ(detector._skipFrameCounter, counted + 1);
+    EXPECT_EQ(Copied(detector._isBackground, 12), std::vector<std::uint8_t>(12, 255));
+}
+
 TEST_F(DetectTest, ZoneResultMapIsClearedEveryFrame) {
     Frame frame(4, 3);
     AddFullZone();
