@@ -170,7 +170,6 @@ TEST(ObjectMergerTest, BlocksCountTwiceAndCapacityGrowsWhenTheyDoNotFit) {
     EXPECT_EQ(MergeBothWays(objects, 3, 1), 1u);
 }
 
-// Hosts can put anything into a box: the rule compares it as it stands and widens it over blocks only.
 // Objects that were cleared and taken again hold memory of their own: it is given back, which leak checkers see.
 TEST(ObjectMergerTest, ObjectOutgrowsMemoryOfItsOwn) {
     const auto takeAgain = [](MotionObjectPool& pool) {
@@ -185,6 +184,7 @@ TEST(ObjectMergerTest, ObjectOutgrowsMemoryOfItsOwn) {
     EXPECT_EQ(MergeBothWays({}, 8, 8, takeAgain), 1u);
 }
 
+// Hosts can put anything into a box: the rule compares it as it stands and widens it over blocks only.
 TEST(ObjectMergerTest, BoxesThatAreNone) {
     Kit::SeededRandom random(7);
     for (int round = 0; round < 200; ++round) {
