@@ -75,6 +75,9 @@ video.addEventListener("error", () => {
 
 function step(by) {
   const place = shown.indexOf(picked);
+  if (place < 0 && by < 0) {
+    return;                                                  // as the button says
+  }
   const next = shown[place < 0 ? 0 : Math.min(shown.length - 1, Math.max(0, place + by))];
   if (next && next !== picked) {
     pick(next, false);
