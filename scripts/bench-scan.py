@@ -1,12 +1,13 @@
 #!/usr/bin/env python3
 """What does a scan cost, and what does it find?
 
-    scripts/bench-scan.py            builds, measures, prints tables and writes them into docs/mdscan.md; some ten minutes
+    scripts/bench-scan.py            builds, measures, prints tables and writes them into docs/mdscan.md; half an hour
     scripts/bench-scan.py --print    prints only
 
 The machine should have nothing else to do. Real and labelled videos are taken from the folder ../shared/footage, or from
-COREMD_FOOTAGE, where there is one; without it, only the rendered street is measured. BENCH_PRESET: build to measure,
-release-v3 if not set. ffmpeg (the command) is the yardstick: it decodes the same file and does nothing else.
+COREMD_FOOTAGE, where there is one; without it, only the rendered streets are. BENCH_PRESET: build to measure,
+release-v3 if not set. ffmpeg (the command) is the yardstick: it decodes the same file and does nothing else. Clips are kept in
+build/bench-scan: remove it after changing how they are made.
 """
 import collections
 import json
@@ -74,6 +75,9 @@ def rendered(name):
     def make(path):
         source = subprocess.Popen([BUILD / "mdscene", *scene], stdout=subprocess.PIPE)
         encode("-f", "yuv4mpegpipe", "-i", "/dev/stdin", *options, path, stdin=source.stdout)
+        source.stdout.close()
+        if source.wait() != 0:
+            sys.exit(f"bench: mdscene ends with {source.returncode}")
     return clip(name, make)
 
 
@@ -202,7 +206,8 @@ def text():
              "Processor seconds on one core, then wall seconds on two; in brackets, times those of "
              f"`{' '.join(DECODE).format(threads='N', file='VIDEO')}` with as many threads:\n", cost,
              "What `--fast` finds of a whole scan's events:\n", recall,
-             "Memory does not grow with the video. What grows is FFmpeg's table of the pictures in an MP4 file, twice with `--fast`:\n", memory_table(streets[0])]
+             "Memory does not grow with the video. What grows is FFmpeg's table of the pictures in an MP4 file, twice with `--fast`;"
+             " of one run:\n", memory_table(streets[0])]
     rates = rate_tables()
     if rates:
         parts += ["Labelled sequences of 25 pictures a second, from every start phase (`coreMD_rates`): frames with motion that "
