@@ -52,8 +52,8 @@ inline constexpr int largestGridSize = 9999; // blocks
 
 constexpr int BlocksAcross(int pictureSize, int blockSize) { return (pictureSize + blockSize - 1) / blockSize; }
 
-// A block size for a picture: the smallest power of two that gives at most so many columns, 240 unless told otherwise.  Then
-// pictures of 120 to 15360 columns get 120 to 240 of them and narrower ones a block per pixel.  Wider pictures get 64, the
+// A block size for a picture: the smallest power of two that gives at most so many columns, 240 unless told otherwise.  With
+// 240, pictures of 120 to 15360 columns get 120 to 240 of them and narrower ones a block per pixel.  Wider pictures get 64, the
 // largest size there is.  Extremely tall ones get larger blocks until their rows fit the detector's grid.
 constexpr int ChooseBlockSize(int pictureWidth, int pictureHeight, int mostColumns = 240) {
     int size = 1;

@@ -19,7 +19,7 @@ namespace {
 constexpr std::int64_t mostObjects = 32767;
 constexpr std::int64_t mostBlocks = 4 * mostObjects;
 
-// Twice as many columns, four times the work, find hardly more: docs/mdscan.md has the comparison.
+// Twice as many columns are four times the work and find hardly more: docs/mdscan.md has the comparison.
 constexpr int mostColumns = 160;
 
 Host::PictureFormat WithBlockSize(Host::PictureFormat picture, int blockSize) {

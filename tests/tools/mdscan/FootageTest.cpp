@@ -42,7 +42,8 @@ TEST_F(Footage, PeopleOnASquareMoveAllTheTime) {
 }
 
 TEST_F(Footage, SixPeopleWhoComeAndGoAreSixEvents) {
-    // The second comes into sight one second after the first has left it.
+    // The second comes into sight one second after the first has left it: by default, the two are one event.
+    EXPECT_EQ(Mdscan({Clip("one-by-one-person-detection.mp4")}).lines.size(), 5u);
     const Outcome run = Mdscan({"--merge-gap", "1.5", Clip("one-by-one-person-detection.mp4")});
     EXPECT_EQ(run.code, 0) << run.err;
     // First and last second at which each of them can be seen.
