@@ -38,10 +38,7 @@ bool KeyframeScout::Advance() {
     } while (_decoder.Packet() < _firstPacket);
     FramePointer picture(av_frame_clone(&_decoder.Frame()));
     const bool quiet = IsQuiet(*picture);
-    const Ticks time = _decoder.FileTime();
-    _falls += _newest && time < *_newest;
-    _newest = time;
-    _keys.push_back({_falls, time, std::move(picture), quiet});
+    _keys.push_back({_ofKeys.Next(_decoder.FileTime()), std::move(picture), quiet});
     return true;
 }
 
@@ -56,9 +53,8 @@ bool KeyframeScout::IsQuiet(const AVFrame& frame) {
 }
 
 FramePointer KeyframeScout::At(Ticks time) {
-    _fallsAsked += _asked && time < *_asked;
-    _asked = time;
-    const auto isBefore = [&](const Key& key) { return std::pair(key.falls, key.time) < std::pair(_fallsAsked, time); };
+    const Place asked = _ofQuestions.Next(time);
+    const auto isBefore = [&](const Key& key) { return key.place < asked; };
     while (!_keys.empty() && isBefore(_keys.front())) {
         _keys.pop_front();
     }
@@ -70,10 +66,10 @@ FramePointer KeyframeScout::At(Ticks time) {
     ++_tally.groups;
     ++_tally.decoded;
     // The last one, one whose first picture is damaged, or one behind which time begins anew: how long it is, nobody knows.
-    if (_keys.size() < 2 || _keys[0].time != time || _keys[0].falls != _fallsAsked || _keys[1].falls != _fallsAsked) {
+    if (_keys.size() < 2 || _keys[0].place != asked || _keys[1].place.falls != asked.falls) {
         return nullptr;
     }
-    const Ticks length = _keys[1].time - time;
+    const Ticks length = _keys[1].place.time - time;
     _tally.longest = std::max(_tally.longest, length);
     if (!_keys[0].quiet || !_keys[1].quiet) {
         return nullptr;

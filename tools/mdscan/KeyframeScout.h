@@ -5,6 +5,7 @@
 // picture nor in that of the next group, and the two are close enough for hardly anything to come and go between them.
 #pragma once
 
+#include <compare>
 #include <cstdint>
 #include <deque>
 #include <optional>
@@ -32,9 +33,30 @@ public:
     const GroupTally& Groups() const { return _tally; }
 
 private:
-    struct Key {
+    // A time of the file, told apart from equal ones before and after joined recordings. In order.
+    struct Place {
         int falls;                 // of the file's times before this one
         Ticks time;                // ticks of the file
+
+        auto operator<=>(const Place&) const = default;
+    };
+
+    class Axis {
+    public:
+        // Of the next time, in the order of the file.
+        Place Next(Ticks time) {
+            _falls += _newest && time < *_newest;
+            _newest = time;
+            return {_falls, time};
+        }
+
+    private:
+        int _falls = 0;
+        std::optional<Ticks> _newest;
+    };
+
+    struct Key {
+        Place place;
         FramePointer picture;
         bool quiet;                // the detector knew enough, and found nothing
     };
@@ -51,10 +73,8 @@ private:
     std::optional<Watcher> _watcher;
     bool _begun = false;
     std::int64_t _firstPacket = 0; // since only starts of groups are decoded
-    int _falls = 0;                // of the keys' times
-    std::optional<Ticks> _newest;  // ticks of the file; of the keys
-    int _fallsAsked = 0;           // of the times asked for
-    std::optional<Ticks> _asked;   // ticks of the file; the newest of them
+    Axis _ofKeys;
+    Axis _ofQuestions;             // times asked for
     std::deque<Key> _keys;         // from the group asked for on
     GroupTally _tally;
 };
