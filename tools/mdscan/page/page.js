@@ -82,7 +82,7 @@ const keys = {
   j: () => step(1), k: () => step(-1), ArrowDown: () => step(1), ArrowUp: () => step(-1),
   ArrowLeft: () => pan(-0.2), ArrowRight: () => pan(0.2), "+": () => zoom(0.5), "=": () => zoom(0.5), "-": () => zoom(2),
   0: () => setView(whole.from, whole.to), "/": () => byId("text").focus(), "?": toggleHelp, Escape: clearFilters,
-  Enter: () => { if (!picked) { step(0); } },
+  Enter: () => { if (!picked) { step(1); } },
   " ": () => { if (picked && video.getAttribute("src")) { video.paused ? video.play().catch(() => {}) : video.pause(); } },
 };
 

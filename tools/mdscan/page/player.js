@@ -73,18 +73,14 @@ video.addEventListener("error", () => {
   }
 });
 
+// From an event that the filters hide, as from none, the next one is the first shown.
 function step(by) {
-  const place = shown.indexOf(picked);
-  if (place < 0 && by < 0) {
-    return;                                                  // as the button says
-  }
-  const next = shown[place < 0 ? 0 : Math.min(shown.length - 1, Math.max(0, place + by))];
-  if (next && next !== picked) {
+  const next = shown[shown.indexOf(picked) + by];
+  if (next) {
     pick(next, false);
   }
 }
 
-// From an event that the filters hide, the next one is the first shown.
 function allowSteps() {
   const place = shown.indexOf(picked);
   byId("previous").disabled = place <= 0;
