@@ -122,10 +122,10 @@ void HtmlPage::Keep(const CameraGrounds& cameras) {
         const PictureGrid& grid = ground.heat.grid;
         const int shrink = (grid.pictureWidth + widestHeatPicture - 1) / widestHeatPicture;
         _text.Write(Block("camera", Dumped({{"camera", camera},
-                                      {"width", grid.pictureWidth},
-                                      {"height", grid.pictureHeight},
-                                      {"heat", PngAddress(HeatPicture(ground.heat, ground.background, shrink))},
-                                      {"background", PngAddress(GreyWhereUnknown(ground.background))}})));
+                                            {"width", grid.pictureWidth},
+                                            {"height", grid.pictureHeight},
+                                            {"heat", PngAddress(HeatPicture(ground.heat, ground.background, shrink))},
+                                            {"background", PngAddress(GreyWhereUnknown(ground.background))}})));
     }
     _text.Write(Block("end", Json{{"left_out", _leftOut}}.dump()));
     _text.Write(std::string("<script>\n\"use strict\";\n") + pageScript + "</script>\n</body>\n</html>\n");

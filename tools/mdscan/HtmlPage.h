@@ -12,8 +12,8 @@
 
 #include "Attachment.h"
 #include "Camera.h"
-#include "Report.h"
 #include "GrowingFile.h"
+#include "Report.h"
 
 namespace Scan {
 
