@@ -8,9 +8,9 @@
 enum { columns = 80, rows = 45, blocks = columns * rows };
 
 int main(void) {
-    static uint8_t everywhere = 1;               /* a zone mask of one cell: the whole picture */
-    static uint8_t planes[3 * blocks];           /* Y, Cb, Cr: one value per block */
-    static uint8_t picture[3 * blocks];          /* one BGR pixel per block */
+    static uint8_t everywhere = 1;      /* a zone mask of one cell: the whole picture */
+    static uint8_t planes[3 * blocks];  /* Y, Cb, Cr: one value per block */
+    static uint8_t picture[3 * blocks]; /* one BGR pixel per block */
 
     DetectorHandle detector = NULL;
     MDZoneInfo zone = {.mask = &everywhere, .maskWidth = 1, .maskHeight = 1};
@@ -22,8 +22,13 @@ int main(void) {
         if (frame >= 80)
             for (int y = 20; y < 26; ++y) memset(planes + y * columns + (frame - 80), 220, 6);
 
-        DetectionInfo info = {.width = columns, .height = rows, .bgr24stride = 3 * columns, .bgr24ForEachBlock = picture,
-                              .ycbcrForEachBlock = planes, .timestamp = frame * INT64_C(1000000), .fps = 10};
+        DetectionInfo info = {.width = columns,
+                              .height = rows,
+                              .bgr24stride = 3 * columns,
+                              .bgr24ForEachBlock = picture,
+                              .ycbcrForEachBlock = planes,
+                              .timestamp = frame * INT64_C(1000000),
+                              .fps = 10};
         h13(&detector, &info);
 
         MDResultInfo summary;

@@ -43,8 +43,11 @@ public:
 
     void Watch(int frame) {
         constexpr coremd::Ticks oneSecond = std::chrono::seconds(1);
-        _detector.Detect({.columns = columns, .rows = rows, .ycbcr = _source.Decode(frame),
-                          .time = frame * oneSecond / framesPerSecond, .fps = framesPerSecond});
+        _detector.Detect({.columns = columns,
+                          .rows = rows,
+                          .ycbcr = _source.Decode(frame),
+                          .time = frame * oneSecond / framesPerSecond,
+                          .fps = framesPerSecond});
         for ([[maybe_unused]] const coremd::Object& object : _detector.Objects()) {
             if (!_firstMotion) _firstMotion = frame;
             _lastMotion = frame;
@@ -55,8 +58,7 @@ public:
         if (_firstMotion)
             std::printf("camera %2d: motion from %4.1f s to %4.1f s\n", number, 1.0 * *_firstMotion / framesPerSecond,
                         1.0 * _lastMotion / framesPerSecond);
-        else
-            std::printf("camera %2d: nothing moved\n", number);
+        else std::printf("camera %2d: nothing moved\n", number);
     }
 
 private:

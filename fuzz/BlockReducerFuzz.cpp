@@ -26,11 +26,11 @@ struct Layout {
 
 Layout LayoutOf(PixelFormat format) {
     switch (format) {
-    case PixelFormat::Yuv420: return {true, true, false, 3};
-    case PixelFormat::Yuv422: return {true, false, false, 3};
-    case PixelFormat::Nv12: return {true, true, true, 2};
-    case PixelFormat::Grey: return {false, false, false, 1};
-    case PixelFormat::Yuv444: break;
+        case PixelFormat::Yuv420: return {true, true, false, 3};
+        case PixelFormat::Yuv422: return {true, false, false, 3};
+        case PixelFormat::Nv12: return {true, true, true, 2};
+        case PixelFormat::Grey: return {false, false, false, 1};
+        case PixelFormat::Yuv444: break;
     }
     return {false, false, false, 3};
 }
@@ -94,7 +94,7 @@ private:
     }
 
     Host::PictureFormat _format;
-    Layout              _layout;
+    Layout _layout;
     std::array<std::optional<PaddedPlane>, 3> _planes;
 };
 
@@ -137,8 +137,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     format.blockSize = bytes.Between(1, 64);
     const std::uint8_t shape = bytes.Byte();
     format.range = shape & 1 ? Host::ColorRange::Full : Host::ColorRange::Limited;
-    if (shape == 254) format.width = std::min(format.width * 47, Host::largestGridSize);   // wide and low
-    if (shape == 255) format.height = std::min(format.height * 47, Host::largestGridSize); // narrow and high
+    if (shape == 254) format.width = std::min(format.width * 47, Host::largestGridSize);    // wide and low
+    if (shape == 255) format.height = std::min(format.height * 47, Host::largestGridSize);  // narrow and high
     if (shape == 254) format.height = 1 + format.height % 5;
     if (shape == 255) format.width = 1 + format.width % 5;
 

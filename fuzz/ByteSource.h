@@ -58,8 +58,8 @@ private:
     }
 
     const std::uint8_t* _data;
-    std::size_t         _size;
-    std::size_t         _next = 0;
+    std::size_t _size;
+    std::size_t _next = 0;
 };
 
 }  // namespace Fuzz

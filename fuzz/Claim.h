@@ -5,8 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#define FUZZ_CLAIM(condition) \
-    (static_cast<bool>(condition) ? void(0) : Fuzz::ClaimFailed(#condition, __FILE__, __LINE__))
+#define FUZZ_CLAIM(condition) (static_cast<bool>(condition) ? void(0) : Fuzz::ClaimFailed(#condition, __FILE__, __LINE__))
 
 namespace Fuzz {
 

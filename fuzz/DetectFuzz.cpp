@@ -50,27 +50,33 @@ public:
 private:
     void Step() {
         switch (_bytes.Byte() % 24) {
-        case 0: case 1: case 2: case 3: Frames(1); break;
-        case 4: case 5: Frames(_bytes.Between(2, 16)); break;
-        case 6: case 7: case 8: _scene.Stroke(_bytes); break;
-        case 9: Fuzz::ChooseFlags(_bytes, _flags); break;
-        case 10: _step = Fuzz::ChooseStep(_bytes); break;
-        case 11: _time = Fuzz::ChooseTime(_bytes); break;
-        case 12: ChooseGrid(); break;
-        case 13: AddZone(); break;
-        case 14: RemoveZones(); break;
-        case 15: Create(); break;
-        case 16: h35(&_handle, _bytes.Flag()); break;
-        case 17: h36(&_handle, _bytes.Flag()); break;
-        case 18: Fuzz::ClaimSummary(&_handle, Known()); break;
-        case 19: Fuzz::ClaimZoneResult(&_handle, Known()); break;
-        case 20: ReadAnyhow(); break;
-        case 21: ReadBackground(); break;
-        case 22: CopyBytes(); break;
-        case 23:
-            _flags.fps = Fuzz::ChooseRate(_bytes);
-            _stride = _bytes.Byte() % 4 == 0 ? _bytes.Int32() : 0;
-            break;
+            case 0:
+            case 1:
+            case 2:
+            case 3: Frames(1); break;
+            case 4:
+            case 5: Frames(_bytes.Between(2, 16)); break;
+            case 6:
+            case 7:
+            case 8: _scene.Stroke(_bytes); break;
+            case 9: Fuzz::ChooseFlags(_bytes, _flags); break;
+            case 10: _step = Fuzz::ChooseStep(_bytes); break;
+            case 11: _time = Fuzz::ChooseTime(_bytes); break;
+            case 12: ChooseGrid(); break;
+            case 13: AddZone(); break;
+            case 14: RemoveZones(); break;
+            case 15: Create(); break;
+            case 16: h35(&_handle, _bytes.Flag()); break;
+            case 17: h36(&_handle, _bytes.Flag()); break;
+            case 18: Fuzz::ClaimSummary(&_handle, Known()); break;
+            case 19: Fuzz::ClaimZoneResult(&_handle, Known()); break;
+            case 20: ReadAnyhow(); break;
+            case 21: ReadBackground(); break;
+            case 22: CopyBytes(); break;
+            case 23:
+                _flags.fps = Fuzz::ChooseRate(_bytes);
+                _stride = _bytes.Byte() % 4 == 0 ? _bytes.Int32() : 0;
+                break;
         }
     }
 
@@ -189,8 +195,12 @@ private:
     // ---- Readouts ---------------------------------------------------------------------------------------------------
 
     Expected Known() const {
-        return {.columns = _columns, .rows = _rows, .isReady = _ringFrames >= historyLength, .hasZones = _metZones,
-                .detectsShadow = _detectsShadow, .passThroughFlag = _passThroughFlag};
+        return {.columns = _columns,
+                .rows = _rows,
+                .isReady = _ringFrames >= historyLength,
+                .hasZones = _metZones,
+                .detectsShadow = _detectsShadow,
+                .passThroughFlag = _passThroughFlag};
     }
     bool HasFrame() const { return _columns > 0; }
 
@@ -201,14 +211,14 @@ private:
             MDZoneDetectionInfo zone{};
             MDObjectInfo object{};
             switch (_bytes.Byte() % 4) {
-            case 0: h17(&_handle, &summary); break;
-            case 1: _hasObjectCursor |= h19(&_handle, &zone) == COREMD_DELIVERED; break;
-            default:
-                if (!HasFrame() || h18(&_handle, &object) != COREMD_DELIVERED) break;
-                FUZZ_CLAIM(_hasObjectCursor);  // the objects of the frame before are gone
-                for (int i = 0; i < object.pixelsCount; ++i)
-                    FUZZ_CLAIM(object.pixelsX[i] >= object.left && object.pixelsX[i] <= object.right &&
-                               object.pixelsY[i] >= object.top && object.pixelsY[i] <= object.bottom);
+                case 0: h17(&_handle, &summary); break;
+                case 1: _hasObjectCursor |= h19(&_handle, &zone) == COREMD_DELIVERED; break;
+                default:
+                    if (!HasFrame() || h18(&_handle, &object) != COREMD_DELIVERED) break;
+                    FUZZ_CLAIM(_hasObjectCursor);  // the objects of the frame before are gone
+                    for (int i = 0; i < object.pixelsCount; ++i)
+                        FUZZ_CLAIM(object.pixelsX[i] >= object.left && object.pixelsX[i] <= object.right &&
+                                   object.pixelsY[i] >= object.top && object.pixelsY[i] <= object.bottom);
             }
         }
     }
@@ -241,30 +251,30 @@ private:
         h34();
     }
 
-    ByteSource&      _bytes;
-    DetectorHandle   _handle = nullptr;
+    ByteSource& _bytes;
+    DetectorHandle _handle = nullptr;
     Fuzz::FuzzedScene _scene;
-    DetectionInfo    _flags{};                // the next frame's, as far as they do not follow from the scene
-    std::int32_t     _stride = 0;             // bytes; 0: that of the grid
-    int              _nextColumns = 0;        // blocks, of the next frame
-    int              _nextRows = 0;
-    std::int64_t     _time = 0;               // ticks, of the next frame
-    std::int64_t     _step = Fuzz::oneSecond;       // ticks between frames
-    std::int64_t     _work = 0;               // blocks times frames so far
-    std::vector<std::uint8_t> _earlierLuma;   // of the last frame
+    DetectionInfo _flags{};    // the next frame's, as far as they do not follow from the scene
+    std::int32_t _stride = 0;  // bytes; 0: that of the grid
+    int _nextColumns = 0;      // blocks, of the next frame
+    int _nextRows = 0;
+    std::int64_t _time = 0;                  // ticks, of the next frame
+    std::int64_t _step = Fuzz::oneSecond;    // ticks between frames
+    std::int64_t _work = 0;                  // blocks times frames so far
+    std::vector<std::uint8_t> _earlierLuma;  // of the last frame
 
     // What the detector is expected to know.
-    int              _columns = 0;            // blocks; 0: no frame yet
-    int              _rows = 0;
-    std::int64_t     _lastTime = 0;           // ticks
-    int              _ringFrames = 0;         // frames of history since the last fresh start
-    int              _zones = 0;
-    bool             _metZones = false;       // the last frame did
-    bool             _hasObjectCursor = false;  // h19 has delivered since the last frame
-    bool             _hasUnfittedZone = false;
-    bool             _hasLimit = false;       // a zone with a least size beyond the grid
-    bool             _detectsShadow = false;
-    bool             _passThroughFlag = false;
+    int _columns = 0;  // blocks; 0: no frame yet
+    int _rows = 0;
+    std::int64_t _lastTime = 0;  // ticks
+    int _ringFrames = 0;         // frames of history since the last fresh start
+    int _zones = 0;
+    bool _metZones = false;         // the last frame did
+    bool _hasObjectCursor = false;  // h19 has delivered since the last frame
+    bool _hasUnfittedZone = false;
+    bool _hasLimit = false;  // a zone with a least size beyond the grid
+    bool _detectsShadow = false;
+    bool _passThroughFlag = false;
 };
 
 }  // namespace

@@ -24,12 +24,14 @@ public:
 
     void Stroke(ByteSource& bytes) {
         switch (bytes.Byte() % 6) {
-        case 0: Flat(bytes); break;
-        case 1: Rectangle(bytes, [value = bytes.Byte()](std::uint8_t) { return value; }); break;
-        case 2: Rectangle(bytes, [by = bytes.Byte()](std::uint8_t old) -> std::uint8_t { return (old + by) & 255; }); break;
-        case 3: Stripes(bytes); break;
-        case 4: Noise(bytes); break;
-        case 5: RawBytes(bytes); break;
+            case 0: Flat(bytes); break;
+            case 1: Rectangle(bytes, [value = bytes.Byte()](std::uint8_t) { return value; }); break;
+            case 2:
+                Rectangle(bytes, [by = bytes.Byte()](std::uint8_t old) -> std::uint8_t { return (old + by) & 255; });
+                break;
+            case 3: Stripes(bytes); break;
+            case 4: Noise(bytes); break;
+            case 5: RawBytes(bytes); break;
         }
     }
 

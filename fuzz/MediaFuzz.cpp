@@ -29,7 +29,7 @@ namespace {
 
 constexpr std::size_t longestInput = 256 * 1024;    // bytes
 constexpr std::size_t mostMemory = 16 << 20;        // bytes in one piece for FFmpeg: headers promise giant pictures
-constexpr int         mostPictures = 60;            // of one input
+constexpr int mostPictures = 60;                    // of one input
 constexpr std::int64_t largestPicture = 320 * 240;  // pixels; larger ones are decoded and left
 
 // A file that exists in memory only.
@@ -61,7 +61,8 @@ void ClaimOneLine(const std::string& text) {
 class FuzzedScan {
 public:
     explicit FuzzedScan(const std::string& path)
-        : _decoder(path), _cadence(0, _decoder.NominalInterval()),
+        : _decoder(path),
+          _cadence(0, _decoder.NominalInterval()),
           _events({.mergeGap = Scan::oneSecond, .minDuration = 0, .longestGap = 10 * _cadence.Period()}) {
         FUZZ_CLAIM(_decoder.NominalInterval() >= 1);
     }
@@ -91,13 +92,12 @@ private:
         if (!_watcher || !Matches(format)) {
             Report(_events.Close());
             _layout = format.format;
-            const Scan::WatchRules rules{.framesPerSecond = 1 / Scan::ToSeconds(_decoder.NominalInterval()),
-                                         .shadows = format.width % 2 != 0, .minSize = 0.03,
-                                         .zones = {{.name = "middle",
-                                                    .polygon = {{0.1, 0.1}, {0.9, 0.1}, {0.9, 0.9}, {0.1, 0.9}}},
-                                                   {.name = "corner",
-                                                    .exclude = true,
-                                                    .polygon = {{0.0, 0.0}, {0.3, 0.0}, {0.0, 0.3}}}}};
+            const Scan::WatchRules rules{
+                .framesPerSecond = 1 / Scan::ToSeconds(_decoder.NominalInterval()),
+                .shadows = format.width % 2 != 0,
+                .minSize = 0.03,
+                .zones = {{.name = "middle", .polygon = {{0.1, 0.1}, {0.9, 0.1}, {0.9, 0.9}, {0.1, 0.9}}},
+                          {.name = "corner", .exclude = true, .polygon = {{0.0, 0.0}, {0.3, 0.0}, {0.0, 0.3}}}}};
             _watcher.emplace(format, Scan::GridOf(format.width, format.height, 0), rules);
         }
         const Scan::Findings findings = _watcher->Watch(_picture.View(), time);
@@ -131,13 +131,13 @@ private:
         FUZZ_CLAIM(background.pixels.size() == static_cast<std::size_t>(3 * pixels));
     }
 
-    Scan::Decoder      _decoder;
-    Scan::Cadence      _cadence;
-    Scan::EventLog     _events;
+    Scan::Decoder _decoder;
+    Scan::Cadence _cadence;
+    Scan::EventLog _events;
     Scan::PlainPicture _picture;
     std::optional<Scan::Watcher> _watcher;
-    Host::PixelFormat    _layout = {};
-    int                  _printed = 0;
+    Host::PixelFormat _layout = {};
+    int _printed = 0;
 };
 
 }  // namespace

@@ -25,7 +25,10 @@ class PaddedPlane {
 public:
     // rowBytes, rows: at least 1. padding: bytes behind each row. bottomUp: the top row comes last in memory.
     PaddedPlane(std::size_t rowBytes, std::size_t rows, std::size_t padding, bool bottomUp)
-        : _rowBytes(rowBytes), _rows(rows), _distance(rowBytes + padding), _bottomUp(bottomUp),
+        : _rowBytes(rowBytes),
+          _rows(rows),
+          _distance(rowBytes + padding),
+          _bottomUp(bottomUp),
           _memory((rows - 1) * _distance + rowBytes) {
         Guard();
     }
@@ -69,7 +72,7 @@ private:
 #endif
 
     std::size_t _rowBytes, _rows, _distance;
-    bool        _bottomUp;
+    bool _bottomUp;
     std::vector<std::uint8_t> _memory;
 };
 

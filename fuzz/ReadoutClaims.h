@@ -10,11 +10,11 @@ namespace Fuzz {
 
 // What the caller knows about the frame that is read out.
 struct Expected {
-    int  columns;           // blocks
-    int  rows;              // blocks
-    bool isReady;           // 11 frames of history
-    bool hasZones;          // the frame met at least one zone; without, the object map is that of an earlier frame
-    bool detectsShadow;     // as taken when the detector last started afresh
+    int columns;         // blocks
+    int rows;            // blocks
+    bool isReady;        // 11 frames of history
+    bool hasZones;       // the frame met at least one zone; without, the object map is that of an earlier frame
+    bool detectsShadow;  // as taken when the detector last started afresh
     bool passThroughFlag;
 };
 

@@ -42,11 +42,11 @@ BlockReducer::PlaneLayout BlockReducer::LayoutOf(bool halvedColumns, bool halved
 
 BlockReducer::PlaneLayout BlockReducer::LayoutOfChroma() const {
     switch (_format.format) {
-    case PixelFormat::Yuv420: return LayoutOf(true, true, false);
-    case PixelFormat::Yuv422: return LayoutOf(true, false, false);
-    case PixelFormat::Nv12: return LayoutOf(true, true, true);
-    case PixelFormat::Yuv444:
-    case PixelFormat::Grey: break;
+        case PixelFormat::Yuv420: return LayoutOf(true, true, false);
+        case PixelFormat::Yuv422: return LayoutOf(true, false, false);
+        case PixelFormat::Nv12: return LayoutOf(true, true, true);
+        case PixelFormat::Yuv444:
+        case PixelFormat::Grey: break;
     }
     return LayoutOf(false, false, false);
 }

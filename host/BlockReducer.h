@@ -1,5 +1,5 @@
-// How does a decoded picture become what the detector is fed with?  One mean of Y, Cb and Cr per block, and for those who want
-// to look at them a small BGR picture of one pixel per block.  Used by hosts between their decoder and h13.
+// How does a decoded picture become what the detector is fed with?  One mean of Y, Cb and Cr per block, and for those who
+// want to look at them a small BGR picture of one pixel per block.  Used by hosts between their decoder and h13.
 //
 //     Host::BlockReducer reducer({.width = 1920, .height = 1080, .format = Host::PixelFormat::Yuv420,
 //                                 .blockSize = Host::ChooseBlockSize(1920, 1080)});
@@ -20,41 +20,41 @@ namespace Host {
 
 // Layout of an 8-bit picture.  Halved planes of odd pictures are rounded up: 5 columns of luma have 3 of chroma.
 enum class PixelFormat {
-    Yuv420, // three planes, chroma halved in both directions
-    Yuv422, // three planes, chroma halved horizontally
-    Yuv444, // three planes of the same size
-    Nv12,   // two planes: luma; Cb and Cr in turn, halved in both directions
-    Grey    // one plane; chroma is 128 everywhere
+    Yuv420,  // three planes, chroma halved in both directions
+    Yuv422,  // three planes, chroma halved horizontally
+    Yuv444,  // three planes of the same size
+    Nv12,    // two planes: luma; Cb and Cr in turn, halved in both directions
+    Grey     // one plane; chroma is 128 everywhere
 };
 
 // What black and white are.  Matters to the BGR picture only: the means are the decoder's own values.
 enum class ColorRange {
-    Full,   // luma 0..255
-    Limited // luma 16..235, chroma 16..240: the usual video range
+    Full,    // luma 0..255
+    Limited  // luma 16..235, chroma 16..240: the usual video range
 };
 
 struct PictureFormat {
-    int width = 0;     // pixels, at least 1
-    int height = 0;    // pixels, at least 1
+    int width = 0;   // pixels, at least 1
+    int height = 0;  // pixels, at least 1
     PixelFormat format = PixelFormat::Yuv420;
-    int blockSize = 0; // pixels along one side of a block, 1..64
+    int blockSize = 0;  // pixels along one side of a block, 1..64
     ColorRange range = ColorRange::Limited;
 };
 
 // A decoded picture, borrowed.  As many planes count as the format has.
 struct PictureView {
-    std::array<const std::uint8_t*, 3> plane = {}; // first sample of the top row
-    std::array<std::ptrdiff_t, 3> stride = {};     // bytes from a row to the one below; negative in pictures stored bottom up
+    std::array<const std::uint8_t*, 3> plane = {};  // first sample of the top row
+    std::array<std::ptrdiff_t, 3> stride = {};  // bytes from a row to the one below; negative in pictures stored bottom up
 };
 
 // The largest grid that the detector takes, in either direction.
-inline constexpr int largestGridSize = 9999; // blocks
+inline constexpr int largestGridSize = 9999;  // blocks
 
 constexpr int BlocksAcross(int pictureSize, int blockSize) { return (pictureSize + blockSize - 1) / blockSize; }
 
 // A block size for a picture: the smallest power of two that gives at most so many columns, 240 unless told otherwise.  With
-// 240, pictures of 120 to 15360 columns get 120 to 240 of them and narrower ones a block per pixel.  Wider pictures get 64, the
-// largest size there is.  Extremely tall ones get larger blocks until their rows fit the detector's grid.
+// 240, pictures of 120 to 15360 columns get 120 to 240 of them and narrower ones a block per pixel.  Wider pictures get 64,
+// the largest size there is.  Extremely tall ones get larger blocks until their rows fit the detector's grid.
 constexpr int ChooseBlockSize(int pictureWidth, int pictureHeight, int mostColumns = 240) {
     int size = 1;
     while (size < static_cast<int>(Kernels::largestBlockSize) &&
@@ -89,22 +89,22 @@ public:
     int Rows() const { return _rows; }
     int BlockCount() const { return _columns * _rows; }
 
-    std::uint8_t* Ycbcr() { return _ycbcr.data(); }             // three [block] planes one after another: Y, Cb, Cr
+    std::uint8_t* Ycbcr() { return _ycbcr.data(); }  // three [block] planes one after another: Y, Cb, Cr
     const std::uint8_t* Ycbcr() const { return _ycbcr.data(); }
-    std::uint8_t* Bgr() { return _bgr.data(); }                 // 3 * [block]: one BGR pixel per block, as PaintBgr left it
+    std::uint8_t* Bgr() { return _bgr.data(); }  // 3 * [block]: one BGR pixel per block, as PaintBgr left it
     const std::uint8_t* Bgr() const { return _bgr.data(); }
-    int BgrStride() const { return 3 * _columns; }              // bytes per row of Bgr()
+    int BgrStride() const { return 3 * _columns; }  // bytes per row of Bgr()
 
 private:
     // How the samples of one plane lie to the blocks.
     struct PlaneLayout {
         bool halvedColumns;
         bool halvedRows;
-        bool interleaved;            // samples of two components in turn
-        std::size_t columns;         // samples per row, of each component
-        std::size_t columnsPerBlock; // of a whole block; 0 where blocks share columns
-        std::size_t columnsPerPart;  // 2 where columns are summed in pairs, else 1
-        std::size_t parts;           // of one row of whole blocks; the columns that exist where blocks share them
+        bool interleaved;             // samples of two components in turn
+        std::size_t columns;          // samples per row, of each component
+        std::size_t columnsPerBlock;  // of a whole block; 0 where blocks share columns
+        std::size_t columnsPerPart;   // 2 where columns are summed in pairs, else 1
+        std::size_t parts;            // of one row of whole blocks; the columns that exist where blocks share them
     };
     PlaneLayout LayoutOf(bool halvedColumns, bool halvedRows, bool interleaved) const;
     PlaneLayout LayoutOfChroma() const;
@@ -127,22 +127,22 @@ private:
     void StoreMeans(const std::uint32_t* sum, const RowSamples& samples, std::uint8_t* mean) const;
 
     const PictureFormat _format;
-    const std::size_t _width;         // pixels
-    const std::size_t _height;        // pixels
-    const std::size_t _blockSize;     // pixels
-    const int _columns;               // blocks per row
-    const int _rows;                  // block rows
-    const std::size_t _blockCount;    // _columns * _rows
+    const std::size_t _width;       // pixels
+    const std::size_t _height;      // pixels
+    const std::size_t _blockSize;   // pixels
+    const int _columns;             // blocks per row
+    const int _rows;                // block rows
+    const std::size_t _blockCount;  // _columns * _rows
     const PlaneLayout _luma;
-    const PlaneLayout _chroma;        // Grey: not used
-    std::vector<std::uint8_t> _ycbcr; // 3 * [block]
-    std::vector<std::uint8_t> _bgr;   // 3 * [block]
+    const PlaneLayout _chroma;         // Grey: not used
+    std::vector<std::uint8_t> _ycbcr;  // 3 * [block]
+    std::vector<std::uint8_t> _bgr;    // 3 * [block]
 
     // Scratch of one block row: as many elements as whole blocks have.
-    std::vector<std::uint16_t> _part;       // sums over rows, of one column or two
-    std::vector<std::uint16_t> _secondPart; // of the second component, interleaved formats only
-    std::vector<std::uint32_t> _sum;        // sums of 2, 4, 8, ... parts, at last of whole blocks
-    std::vector<std::uint32_t> _nextSum;    // takes turns with _sum
+    std::vector<std::uint16_t> _part;        // sums over rows, of one column or two
+    std::vector<std::uint16_t> _secondPart;  // of the second component, interleaved formats only
+    std::vector<std::uint32_t> _sum;         // sums of 2, 4, 8, ... parts, at last of whole blocks
+    std::vector<std::uint32_t> _nextSum;     // takes turns with _sum
 };
 
 }  // namespace Host

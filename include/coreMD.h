@@ -16,8 +16,8 @@
  * Broken preconditions end the process with the C library's assertion message, in release builds too. There is no other
  * error channel besides the status codes below. Record pointers must not be null.
  *
- * Exhausted memory surfaces as a C++ exception (std::bad_alloc) out of h12, h13 or h15, which a host in C cannot catch. After
- * one out of h13 the detector can be destroyed, or go on with the next frame.
+ * Exhausted memory surfaces as a C++ exception (std::bad_alloc) out of h12, h13 or h15, which a host in C cannot catch.
+ * After one out of h13 the detector can be destroyed, or go on with the next frame.
  *
  * Threads: a handle belongs to one thread at a time. Different handles share nothing, but for one rand() that h15 draws to
  * spread the detectors' frame cycles: results repeat for the same srand() before it.
@@ -33,7 +33,9 @@
 #define COREMD_VERSION_PATCH 0
 
 /* Versions as numbers that can be compared; minor and patch stay below 100. */
+/* clang-format off */
 #define COREMD_VERSION_OF(major, minor, patch) ((major) * 10000 + (minor) * 100 + (patch))
+/* clang-format on */
 /* The version of this header. */
 #define COREMD_VERSION COREMD_VERSION_OF(COREMD_VERSION_MAJOR, COREMD_VERSION_MINOR, COREMD_VERSION_PATCH)
 
@@ -49,40 +51,40 @@ extern "C" {
 
 /* Status of h17, h18 and h19. */
 enum {
-    COREMD_DELIVERED = 0,  /* the record was filled */
-    COREMD_EXHAUSTED = 1,  /* the cursor is at its end; what the record holds means nothing */
-    COREMD_NOT_READY = 2   /* fewer than 11 frames of history since the detector started afresh; P-frames do not count */
+    COREMD_DELIVERED = 0, /* the record was filled */
+    COREMD_EXHAUSTED = 1, /* the cursor is at its end; what the record holds means nothing */
+    COREMD_NOT_READY = 2  /* fewer than 11 frames of history since the detector started afresh; P-frames do not count */
 };
 
 /* One frame. The caller owns every buffer; they are read during the call only. */
 typedef struct DetectionInfo {
-    int32_t  width;              /* blocks per row, 1..9999 */
-    int32_t  height;             /* block rows, 1..9999 */
-    int32_t  bgr24stride;        /* bytes per row of bgr24ForEachBlock, at least 1 */
-    int64_t  timestamp;          /* ticks; a value below the previous frame's makes the detector start afresh */
+    int32_t width;               /* blocks per row, 1..9999 */
+    int32_t height;              /* block rows, 1..9999 */
+    int32_t bgr24stride;         /* bytes per row of bgr24ForEachBlock, at least 1 */
+    int64_t timestamp;           /* ticks; a value below the previous frame's makes the detector start afresh */
     uint8_t* bgr24ForEachBlock;  /* one BGR pixel per block; must not be null, its pixels are not read */
     uint8_t* ycbcrForEachBlock;  /* three [block] planes one after another: Y, Cb, Cr */
     uint8_t* mpeg4ReferenceLuma; /* [block] reference luma of the MPEG-4 mode; may be null: that mode then marks nothing */
-    int32_t  extraFlag1;         /* boolean, no effect */
-    int32_t  isIFrame;           /* boolean: a complete picture; matters in MPEG-4 mode, echoed in MDResultInfo */
-    double   fps;                /* frames per second of the source; taken when the detector starts afresh */
-    int32_t  passThroughFlag;    /* boolean, echoed in MDResultInfo */
-    int32_t  detectShadow;       /* boolean: drop shadows; taken when the detector starts afresh */
-    int32_t  extraFlag2;         /* boolean, no effect */
-    int32_t  reserved;           /* not read */
-    int32_t  isMPEG4;            /* boolean: MPEG-4 mode; taken when the detector starts afresh */
-    int32_t  isH264Partly;       /* boolean: the frame comes from a partial H.264 decode; read every frame */
-    int32_t  isH264PartlyIFrame; /* boolean: that frame is an I-frame; read every frame */
+    int32_t extraFlag1;          /* boolean, no effect */
+    int32_t isIFrame;            /* boolean: a complete picture; matters in MPEG-4 mode, echoed in MDResultInfo */
+    double fps;                  /* frames per second of the source; taken when the detector starts afresh */
+    int32_t passThroughFlag;     /* boolean, echoed in MDResultInfo */
+    int32_t detectShadow;        /* boolean: drop shadows; taken when the detector starts afresh */
+    int32_t extraFlag2;          /* boolean, no effect */
+    int32_t reserved;            /* not read */
+    int32_t isMPEG4;             /* boolean: MPEG-4 mode; taken when the detector starts afresh */
+    int32_t isH264Partly;        /* boolean: the frame comes from a partial H.264 decode; read every frame */
+    int32_t isH264PartlyIFrame;  /* boolean: that frame is an I-frame; read every frame */
 } DetectionInfo;
 
 /* One detection zone. h12 copies the record and the mask. */
 typedef struct MDZoneInfo {
-    uint8_t* mask;            /* maskWidth * maskHeight bytes, row after row, non-zero where the zone is active */
-    int32_t  maskWidth;       /* columns of mask; any resolution, it is resampled onto the grid */
-    int32_t  maskHeight;      /* rows of mask */
-    float    zoneValue;       /* carried with the zone, no effect */
-    float    minObjectWidth;  /* smallest object kept, as a fraction 0..1 of the grid's width; 0 keeps all */
-    float    minObjectHeight; /* likewise of the grid's height */
+    uint8_t* mask;         /* maskWidth * maskHeight bytes, row after row, non-zero where the zone is active */
+    int32_t maskWidth;     /* columns of mask; any resolution, it is resampled onto the grid */
+    int32_t maskHeight;    /* rows of mask */
+    float zoneValue;       /* carried with the zone, no effect */
+    float minObjectWidth;  /* smallest object kept, as a fraction 0..1 of the grid's width; 0 keeps all */
+    float minObjectHeight; /* likewise of the grid's height */
 } MDZoneInfo;
 
 /* Summary of the last frame. */
@@ -94,22 +96,22 @@ typedef struct MDResultInfo {
 
 /* One zone result. The arrays are the detector's own: valid until the next h13 or h14. */
 typedef struct MDZoneDetectionInfo {
-    int32_t   objectsCount; /* objects that h18 delivers */
-    uint16_t* objectsMap;   /* [block] 0: none; otherwise 1-based position of the block's object */
-    uint8_t*  zoneMap;      /* [block] 0; with shadow detection 1: motion, 2: shadow */
+    int32_t objectsCount; /* objects that h18 delivers */
+    uint16_t* objectsMap; /* [block] 0: none; otherwise 1-based position of the block's object */
+    uint8_t* zoneMap;     /* [block] 0; with shadow detection 1: motion, 2: shadow */
 } MDZoneDetectionInfo;
 
 /* One motion object. The arrays are the object's own: valid until the next h13 or h14. */
 typedef struct MDObjectInfo {
-    int16_t* pixelsX;     /* pixelsCount block columns */
-    int16_t* pixelsY;     /* pixelsCount block rows, parallel to pixelsX */
-    int32_t  pixelsCount; /* blocks of the object */
-    int16_t  index;       /* 0 */
-    int16_t  secondIndex; /* 0 */
-    int16_t  left;        /* smallest column; all four are 0 for an object without blocks */
-    int16_t  right;       /* largest column, inclusive */
-    int16_t  top;         /* smallest row */
-    int16_t  bottom;      /* largest row, inclusive */
+    int16_t* pixelsX;    /* pixelsCount block columns */
+    int16_t* pixelsY;    /* pixelsCount block rows, parallel to pixelsX */
+    int32_t pixelsCount; /* blocks of the object */
+    int16_t index;       /* 0 */
+    int16_t secondIndex; /* 0 */
+    int16_t left;        /* smallest column; all four are 0 for an object without blocks */
+    int16_t right;       /* largest column, inclusive */
+    int16_t top;         /* smallest row */
+    int16_t bottom;      /* largest row, inclusive */
 } MDObjectInfo;
 
 /* The variable that the caller keeps: null before h15 and after h14. Every function takes its address. */

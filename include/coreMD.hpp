@@ -68,37 +68,37 @@ using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>;
 
 // One frame, borrowed. The C record's BGR picture is left out: it is not read.
 struct Frame {
-    int columns = 0;                                    // blocks per row, 1..9999 ("info->width > 0 && info->width < 10000")
-    int rows = 0;                                       // block rows, 1..9999
-    std::span<const std::uint8_t> ycbcr{};            // 3 * [block]: Y of every block, then Cb, then Cr
-    Ticks time{};                                     // below the previous frame's: the detector starts afresh
-    double fps = 25.0;                                // frames per second of the source; taken when starting afresh
-    bool detectShadow = false;                        // drop shadows; taken when starting afresh
-    bool isIFrame = false;                            // a complete picture; matters in MPEG-4 mode, echoed in the summary
-    bool passThrough = false;                         // echoed in the summary
-    bool isMPEG4 = false;                             // MPEG-4 mode; taken when starting afresh
-    std::span<const std::uint8_t> mpeg4ReferenceLuma{}; // [block], or empty: MPEG-4 mode then marks nothing
-    bool isPartlyH264 = false;                        // from a partial H.264 decode
-    bool isPartlyH264IFrame = false;                  // and an I-frame of it
+    int columns = 0;                        // blocks per row, 1..9999 ("info->width > 0 && info->width < 10000")
+    int rows = 0;                           // block rows, 1..9999
+    std::span<const std::uint8_t> ycbcr{};  // 3 * [block]: Y of every block, then Cb, then Cr
+    Ticks time{};                           // below the previous frame's: the detector starts afresh
+    double fps = 25.0;                      // frames per second of the source; taken when starting afresh
+    bool detectShadow = false;              // drop shadows; taken when starting afresh
+    bool isIFrame = false;                  // a complete picture; matters in MPEG-4 mode, echoed in the summary
+    bool passThrough = false;               // echoed in the summary
+    bool isMPEG4 = false;                   // MPEG-4 mode; taken when starting afresh
+    std::span<const std::uint8_t> mpeg4ReferenceLuma{};  // [block], or empty: MPEG-4 mode then marks nothing
+    bool isPartlyH264 = false;                           // from a partial H.264 decode
+    bool isPartlyH264IFrame = false;                     // and an I-frame of it
 };
 
 // Where motion is looked for, borrowed.
 struct Zone {
-    std::span<const std::uint8_t> mask{}; // columns * rows bytes, row after row, non-zero where the zone is active
-    int columns = 0;                      // of the mask; any resolution, it is resampled onto the grid
+    std::span<const std::uint8_t> mask{};  // columns * rows bytes, row after row, non-zero where the zone is active
+    int columns = 0;                       // of the mask; any resolution, it is resampled onto the grid
     int rows = 0;
-    float minObjectWidth = 0.0f;          // smallest object kept, as a fraction 0..1 of the grid's width; 0 keeps all
-    float minObjectHeight = 0.0f;         // likewise of its height
-    float value = 0.3f;                   // carried with the zone, no effect
+    float minObjectWidth = 0.0f;   // smallest object kept, as a fraction 0..1 of the grid's width; 0 keeps all
+    float minObjectHeight = 0.0f;  // likewise of its height
+    float value = 0.3f;            // carried with the zone, no effect
 };
 
 // ---- What comes out -----------------------------------------------------------------------------------------------------
 
 struct FrameSummary {
-    bool isReady;     // 11 frames of history are there; P-frames do not count
-    int zoneResults;  // 0 while not ready, then 1: the zones' results are merged
-    bool isIFrame;    // the input flag, or what the detector's frame cycle made of it
-    bool passThrough; // the input flag
+    bool isReady;      // 11 frames of history are there; P-frames do not count
+    int zoneResults;   // 0 while not ready, then 1: the zones' results are merged
+    bool isIFrame;     // the input flag, or what the detector's frame cycle made of it
+    bool passThrough;  // the input flag
 };
 
 // In blocks, ends included.
@@ -162,10 +162,10 @@ public:
     explicit Object(const MDObjectInfo& record) : _record(record) {}
 
     int BlockCount() const { return _record.pixelsCount; }
-    Box Bounds() const { return {_record.left, _record.top, _record.right, _record.bottom}; } // all 0 without blocks
+    Box Bounds() const { return {_record.left, _record.top, _record.right, _record.bottom}; }  // all 0 without blocks
     BlockRange Blocks() const { return BlockRange(_record); }
-    std::span<const std::int16_t> Columns() const { return {_record.pixelsX, Blocks().size()}; } // one of each block,
-    std::span<const std::int16_t> Rows() const { return {_record.pixelsY, Blocks().size()}; }    // in parallel
+    std::span<const std::int16_t> Columns() const { return {_record.pixelsX, Blocks().size()}; }  // one of each block,
+    std::span<const std::int16_t> Rows() const { return {_record.pixelsY, Blocks().size()}; }     // in parallel
     const MDObjectInfo& Record() const { return _record; }
 
 private:
@@ -197,11 +197,11 @@ public:
         friend bool operator==(const Iterator& i, std::default_sentinel_t) { return !i._detector; }
 
     private:
-        DetectorHandle _detector; // null: at the end
+        DetectorHandle _detector;  // null: at the end
         Object _object;
     };
 
-    explicit ObjectRange(DetectorHandle detector) : _detector(detector) {} // null: no objects
+    explicit ObjectRange(DetectorHandle detector) : _detector(detector) {}  // null: no objects
     Iterator begin() const { return Iterator(_detector); }
     std::default_sentinel_t end() const { return {}; }
 
@@ -257,7 +257,7 @@ public:
 
     private:
         DetectorHandle _detector;
-        int _left; // results, the current one included
+        int _left;  // results, the current one included
         std::size_t _blockCount;
         ZoneResult _result;
     };
@@ -275,10 +275,10 @@ private:
 
 // The learned background as a picture of one pixel per block.
 struct BackgroundPicture {
-    int columns = 0;                 // 0 before the first frame
+    int columns = 0;  // 0 before the first frame
     int rows = 0;
-    std::vector<std::uint8_t> bgr;   // blue, green, red of every block; magenta where no background is known yet
-    std::vector<std::int32_t> known; // [block] 0, or 255 where a background is known
+    std::vector<std::uint8_t> bgr;    // blue, green, red of every block; magenta where no background is known yet
+    std::vector<std::int32_t> known;  // [block] 0, or 255 where a background is known
 
     // Of a block within the picture.
     bool IsKnown(int column, int row) const { return known[static_cast<std::size_t>(row * columns + column)] != 0; }
@@ -292,7 +292,8 @@ public:
     Detector() { h15(&_handle); }
     ~Detector() { h14(&_handle); }
     Detector(Detector&& other) noexcept
-        : _handle(std::exchange(other._handle, nullptr)), _columns(std::exchange(other._columns, 0)),
+        : _handle(std::exchange(other._handle, nullptr)),
+          _columns(std::exchange(other._columns, 0)),
           _rows(std::exchange(other._rows, 0)) {}
     Detector& operator=(Detector&& other) noexcept {
         Detector moved(std::move(other));
@@ -325,7 +326,10 @@ public:
     // Adds a zone that covers everything. The sizes are fractions 0..1 of the grid's, 0 keeps all objects.
     void AddWholePicture(float minObjectWidth = 0.0f, float minObjectHeight = 0.0f) {
         static constexpr std::uint8_t everywhere[] = {1};
-        AddZone({.mask = everywhere, .columns = 1, .rows = 1, .minObjectWidth = minObjectWidth,
+        AddZone({.mask = everywhere,
+                 .columns = 1,
+                 .rows = 1,
+                 .minObjectWidth = minObjectWidth,
                  .minObjectHeight = minObjectHeight});
     }
 
@@ -352,7 +356,7 @@ public:
         record.height = frame.rows;
         record.bgr24stride = 3 * frame.columns;
         record.timestamp = frame.time.count();
-        record.bgr24ForEachBlock = Readable(frame.ycbcr); // its pixels are not read; these are as many bytes
+        record.bgr24ForEachBlock = Readable(frame.ycbcr);  // its pixels are not read; these are as many bytes
         record.ycbcrForEachBlock = Readable(frame.ycbcr);
         record.mpeg4ReferenceLuma = Readable(frame.mpeg4ReferenceLuma);
         record.isIFrame = frame.isIFrame;
@@ -400,8 +404,7 @@ public:
     // The same with memory of its own. Empty before the first frame.
     BackgroundPicture Background() {
         const std::size_t blocks = Product(_columns, _rows);
-        BackgroundPicture picture{_columns, _rows, std::vector<std::uint8_t>(3 * blocks),
-                                  std::vector<std::int32_t>(blocks)};
+        BackgroundPicture picture{_columns, _rows, std::vector<std::uint8_t>(3 * blocks), std::vector<std::int32_t>(blocks)};
         return DrawBackground(picture.bgr, picture.known) ? picture : BackgroundPicture{};
     }
 
@@ -427,7 +430,7 @@ private:
     }
 
     DetectorHandle _handle = nullptr;
-    int _columns = 0; // of the last frame
+    int _columns = 0;  // of the last frame
     int _rows = 0;
 };
 
@@ -436,9 +439,9 @@ private:
 // Copies bytes; nothing where length < 1. Source first, as in the C function. Returns the destination.
 inline void* CopyBytes(const void* source, void* destination, int length) { return h20(source, destination, length); }
 
-inline int Zero() { return h16(); } // returns 0
+inline int Zero() { return h16(); }  // returns 0
 inline void DoNothing() { h34(); }
 
-} // namespace coremd
+}  // namespace coremd
 
-#endif // COREMD_HPP
+#endif  // COREMD_HPP

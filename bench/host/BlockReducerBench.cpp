@@ -1,7 +1,7 @@
 // What does it cost to reduce a decoded picture to blocks?  1920x1080, 4:2:0, blocks of 8: one frame again and again, in
 // cache, and a decoder's pool of frames, out of cache. Beside it what merely reading the samples costs, and,
-// where FFmpeg is, libswscale's area scaling, which is not exact. Names: host/<reducer>/<cache|pool>; ns_block is per block of
-// the 240x135 that come out.
+// where FFmpeg is, libswscale's area scaling, which is not exact. Names: host/<reducer>/<cache|pool>; ns_block is per block
+// of the 240x135 that come out.
 #include <cstdint>
 #include <cstring>
 #include <string>

@@ -29,14 +29,10 @@ coremd::Detector MakeDetector() {
 
 std::string NameOf(InputKind input) {
     switch (input) {
-        case InputKind::Standard:
-            return "standard";
-        case InputKind::StandardUnlimited:
-            return "unlimited";
-        case InputKind::MPEG4:
-            return "mpeg4";
-        case InputKind::PartlyH264:
-            return "partly";
+        case InputKind::Standard: return "standard";
+        case InputKind::StandardUnlimited: return "unlimited";
+        case InputKind::MPEG4: return "mpeg4";
+        case InputKind::PartlyH264: return "partly";
     }
     std::abort();
 }
@@ -79,17 +75,18 @@ double ScenePlayer::KnownShare() {
 
 void ScenePlayer::Detect(const Scene::Frame& frame, const Scene::Frame& before, bool isIFrame) {
     const bool isMPEG4 = _setup.input == InputKind::MPEG4, isPartly = _setup.input == InputKind::PartlyH264;
-    _detector.Detect({.columns = _setup.grid.columns,
-                      .rows = _setup.grid.rows,
-                      .ycbcr = frame,
-                      .time = coremd::Ticks(_time),
-                      .fps = toldRate,
-                      .detectShadow = _setup.detectShadow,
-                      .isIFrame = !isMPEG4,
-                      .isMPEG4 = isMPEG4,
-                      .mpeg4ReferenceLuma = isMPEG4 ? std::span(before).first(_setup.grid.Blocks()) : std::span<const std::uint8_t>(),
-                      .isPartlyH264 = isPartly,
-                      .isPartlyH264IFrame = isPartly && isIFrame});
+    _detector.Detect(
+        {.columns = _setup.grid.columns,
+         .rows = _setup.grid.rows,
+         .ycbcr = frame,
+         .time = coremd::Ticks(_time),
+         .fps = toldRate,
+         .detectShadow = _setup.detectShadow,
+         .isIFrame = !isMPEG4,
+         .isMPEG4 = isMPEG4,
+         .mpeg4ReferenceLuma = isMPEG4 ? std::span(before).first(_setup.grid.Blocks()) : std::span<const std::uint8_t>(),
+         .isPartlyH264 = isPartly,
+         .isPartlyH264IFrame = isPartly && isIFrame});
 }
 
 void ScenePlayer::Read() {

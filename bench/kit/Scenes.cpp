@@ -31,22 +31,14 @@ std::uint8_t AsByte(int value) { return static_cast<std::uint8_t>(std::clamp(val
 
 std::string NameOf(SceneKind kind) {
     switch (kind) {
-        case SceneKind::Still:
-            return "still";
-        case SceneKind::Noise:
-            return "noise";
-        case SceneKind::Moving:
-            return "moving";
-        case SceneKind::Random:
-            return "random";
-        case SceneKind::Lattice:
-            return "lattice";
-        case SceneKind::Cover:
-            return "cover";
-        case SceneKind::ShadowOnFew:
-            return "shadow5";
-        case SceneKind::ShadowEverywhere:
-            return "shadow100";
+        case SceneKind::Still: return "still";
+        case SceneKind::Noise: return "noise";
+        case SceneKind::Moving: return "moving";
+        case SceneKind::Random: return "random";
+        case SceneKind::Lattice: return "lattice";
+        case SceneKind::Cover: return "cover";
+        case SceneKind::ShadowOnFew: return "shadow5";
+        case SceneKind::ShadowEverywhere: return "shadow100";
     }
     std::abort();
 }
@@ -96,23 +88,14 @@ Scene::Frame Scene::WithNoise() {
 void Scene::DrawEvent(Frame& frame, int n) {
     switch (_kind) {
         case SceneKind::Still:
-        case SceneKind::Noise:
-            break;
-        case SceneKind::Moving:
-            DrawSquares(frame, n, 0.01, true);
-            break;
-        case SceneKind::Random:
-            DrawRandom(frame);
-            break;
-        case SceneKind::Lattice:
-            DrawLattice(frame, n);
-            break;
+        case SceneKind::Noise: break;
+        case SceneKind::Moving: DrawSquares(frame, n, 0.01, true); break;
+        case SceneKind::Random: DrawRandom(frame); break;
+        case SceneKind::Lattice: DrawLattice(frame, n); break;
         case SceneKind::Cover:
             ChangeLuma(frame, {0, 0, _grid.columns, _grid.rows}, [n](int luma) { return luma + 40 + 25 * FlickerPhase(n); });
             break;
-        case SceneKind::ShadowOnFew:
-            DrawSquares(frame, n, 0.05, false);
-            break;
+        case SceneKind::ShadowOnFew: DrawSquares(frame, n, 0.05, false); break;
         case SceneKind::ShadowEverywhere: {
             const int middle = _grid.columns / 2;
             ChangeLuma(frame, {0, 0, middle, _grid.rows},

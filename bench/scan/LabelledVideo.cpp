@@ -18,16 +18,15 @@ std::string Pattern(const std::string& folder, const char* name, const char* end
 }
 
 // Grey pictures come with a palette of their own, too: four bytes per entry, all grey.
-bool IsGrey(const AVFrame& labels) {
-    return labels.format == AV_PIX_FMT_GRAY8 || labels.format == AV_PIX_FMT_PAL8;
-}
+bool IsGrey(const AVFrame& labels) { return labels.format == AV_PIX_FMT_GRAY8 || labels.format == AV_PIX_FMT_PAL8; }
 
 int LabelOf(const AVFrame& labels, std::uint8_t sample) {
     return labels.format == AV_PIX_FMT_PAL8 ? labels.data[1][4 * sample + 1] : sample;
 }
 
 std::vector<Truth> TruthOf(const AVFrame& labels, int columns, int rows, int blockSize) {
-    std::vector<int> pixels(static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows)), known = pixels, moving = pixels;
+    std::vector<int> pixels(static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows)), known = pixels,
+                                                                                                 moving = pixels;
     for (int y = 0; y < labels.height; ++y) {
         const std::uint8_t* row = labels.data[0] + std::ptrdiff_t{y} * labels.linesize[0];
         for (int x = 0; x < labels.width; ++x) {
@@ -54,9 +53,7 @@ Truth TruthOfBlock(int pixels, int known, int moving) {
     return 4 * moving >= known && moving > 0 ? Truth::Moving : Truth::Still;
 }
 
-bool LabelledPicture::Moves() const {
-    return std::find(truth.begin(), truth.end(), Truth::Moving) != truth.end();
-}
+bool LabelledPicture::Moves() const { return std::find(truth.begin(), truth.end(), Truth::Moving) != truth.end(); }
 
 std::vector<LabelledPicture> ReadLabelledVideo(const std::string& folder, int blockSize) {
     std::ifstream region(folder + "/temporalROI.txt");
@@ -69,9 +66,10 @@ std::vector<LabelledPicture> ReadLabelledVideo(const std::string& folder, int bl
     Scan::PlainPicture plain;
     std::vector<LabelledPicture> video;
     for (; pictures.Next(); ++number) {
-        if (!labels.Next() || labels.Frame().width != pictures.Frame().width || labels.Frame().height != pictures.Frame().height ||
-            !IsGrey(labels.Frame())) {
-            throw Scan::Failure(Scan::exitFailed, folder + ": labels of picture " + std::to_string(number) + " are missing or of another kind");
+        if (!labels.Next() || labels.Frame().width != pictures.Frame().width ||
+            labels.Frame().height != pictures.Frame().height || !IsGrey(labels.Frame())) {
+            throw Scan::Failure(Scan::exitFailed, folder + ": labels of picture " + std::to_string(number) +
+                                                      " are missing or of another kind");
         }
         plain.Take(pictures.Frame());
         Host::PictureFormat format = plain.Format();

@@ -18,11 +18,11 @@ enum class Truth : std::uint8_t { Still, Moving, Unknown };
 struct LabelledPicture {
     int columns = 0;
     int rows = 0;
-    std::vector<std::uint8_t> ycbcr;   // 3 * [block]
-    std::vector<Truth> truth;          // [block]
+    std::vector<std::uint8_t> ycbcr;  // 3 * [block]
+    std::vector<Truth> truth;         // [block]
     bool scored = false;
 
-    bool Moves() const;                // any block of it
+    bool Moves() const;  // any block of it
 };
 
 // Throws Scan::Failure where a picture is missing or of another size than its labels.

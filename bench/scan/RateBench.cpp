@@ -1,5 +1,5 @@
-// How does detection depend on the rate of analysis, on block size and settings?  Shows labelled sequences to the detector the
-// way mdscan does and prints a JSON line per combination.
+// How does detection depend on the rate of analysis, on block size and settings?  Shows labelled sequences to the detector
+// the way mdscan does and prints a JSON line per combination.
 //
 //     coreMD_rates FOLDER...            each as LabelledVideo.h says, taken as 25 pictures a second
 #include <algorithm>
@@ -23,20 +23,20 @@ constexpr Scan::Ticks interval = Scan::oneSecond / 25;
 
 struct Setting {
     std::string name;
-    double rate = 6;                   // pictures analysed per second
-    int blockSize = 2;                 // pixels
+    double rate = 6;    // pictures analysed per second
+    int blockSize = 2;  // pixels
     bool limitToMotion = true;
     bool learnSlowly = false;
     bool shadows = false;
     float minSize = 0.03f;
-    double statedRate = 0;             // what the detector is told; 0: the video's
-    bool partlyH264 = false;           // as complete pictures of a partly decoded stream
+    double statedRate = 0;    // what the detector is told; 0: the video's
+    bool partlyH264 = false;  // as complete pictures of a partly decoded stream
 };
 
 // Sums over all start phases of the cadence: which picture comes first is chance.
 struct Score {
-    int frames = 0, moving = 0, missed = 0, still = 0, falseAlarms = 0;          // analysed and scored frames
-    long long hits = 0, misses = 0, extra = 0;                                   // blocks
+    int frames = 0, moving = 0, missed = 0, still = 0, falseAlarms = 0;  // analysed and scored frames
+    long long hits = 0, misses = 0, extra = 0;                           // blocks
     int events = 0, eventsFound = 0, found = 0, foundFalse = 0;
 
     double Share(double part, double whole) const { return whole > 0 ? part / whole : 0; }
@@ -62,7 +62,7 @@ int CountMatched(const std::vector<Scan::Event>& these, const std::vector<Scan::
 }
 
 void AddRun(const std::vector<Bench::LabelledPicture>& video, const Setting& setting, int phase, Score& score) {
-    std::srand(static_cast<unsigned>(phase + 1));          // the detector's own frame cycle starts anywhere, too
+    std::srand(static_cast<unsigned>(phase + 1));  // the detector's own frame cycle starts anywhere, too
     coremd::Detector detector;
     detector.AddWholePicture(setting.minSize, setting.minSize);
     detector.LimitToMotion(setting.limitToMotion);
@@ -73,9 +73,14 @@ void AddRun(const std::vector<Bench::LabelledPicture>& video, const Setting& set
         const Bench::LabelledPicture& picture = video[i];
         const Scan::Ticks time = static_cast<Scan::Ticks>(i) * interval;
         if (!cadence.Takes(time)) continue;
-        detector.Detect({.columns = picture.columns, .rows = picture.rows, .ycbcr = picture.ycbcr, .time = coremd::Ticks(time),
+        detector.Detect({.columns = picture.columns,
+                         .rows = picture.rows,
+                         .ycbcr = picture.ycbcr,
+                         .time = coremd::Ticks(time),
                          .fps = setting.statedRate > 0 ? setting.statedRate : picturesPerSecond,
-                         .detectShadow = setting.shadows, .isIFrame = true, .isPartlyH264 = setting.partlyH264,
+                         .detectShadow = setting.shadows,
+                         .isIFrame = true,
+                         .isPartlyH264 = setting.partlyH264,
                          .isPartlyH264IFrame = setting.partlyH264});
         std::vector<bool> found(picture.truth.size());
         int objects = 0;
@@ -110,18 +115,20 @@ void AddRun(const std::vector<Bench::LabelledPicture>& video, const Setting& set
 void Print(const std::string& sequence, const Setting& setting, const Score& s) {
     const double precision = s.Share(static_cast<double>(s.hits), static_cast<double>(s.hits + s.extra));
     const double recall = s.Share(static_cast<double>(s.hits), static_cast<double>(s.hits + s.misses));
-    std::printf("{\"sequence\":\"%s\",\"setting\":\"%s\",\"rate\":%g,\"block\":%d,\"frames\":%d,\"moving\":%d,\"missed\":%d,"
-                "\"still\":%d,\"false_alarms\":%d,\"block_precision\":%.4f,\"block_recall\":%.4f,\"block_f\":%.4f,\"events\":%d,"
-                "\"events_found\":%d,\"found\":%d,\"found_false\":%d}\n",
-                sequence.c_str(), setting.name.c_str(), setting.rate, setting.blockSize, s.frames, s.moving, s.missed, s.still,
-                s.falseAlarms, precision, recall, s.Share(2 * precision * recall, precision + recall), s.events, s.eventsFound,
-                s.found, s.foundFalse);
+    std::printf(
+        "{\"sequence\":\"%s\",\"setting\":\"%s\",\"rate\":%g,\"block\":%d,\"frames\":%d,\"moving\":%d,\"missed\":%d,"
+        "\"still\":%d,\"false_alarms\":%d,\"block_precision\":%.4f,\"block_recall\":%.4f,\"block_f\":%.4f,\"events\":%d,"
+        "\"events_found\":%d,\"found\":%d,\"found_false\":%d}\n",
+        sequence.c_str(), setting.name.c_str(), setting.rate, setting.blockSize, s.frames, s.moving, s.missed, s.still,
+        s.falseAlarms, precision, recall, s.Share(2 * precision * recall, precision + recall), s.events, s.eventsFound,
+        s.found, s.foundFalse);
     std::fflush(stdout);
 }
 
 std::vector<Setting> Settings() {
     std::vector<Setting> all;
-    for (const double rate : {25.0, 12.5, 8.4, 6.25, 5.0, 4.2, 3.1, 2.0, 1.0, 0.5}) all.push_back({.name = "rate", .rate = rate});
+    for (const double rate : {25.0, 12.5, 8.4, 6.25, 5.0, 4.2, 3.1, 2.0, 1.0, 0.5})
+        all.push_back({.name = "rate", .rate = rate});
     for (const int block : {1, 3, 4, 8}) all.push_back({.name = "block", .blockSize = block});
     all.push_back({.name = "unlimited", .limitToMotion = false});
     all.push_back({.name = "unlimited, all pictures", .rate = 25, .limitToMotion = false});

@@ -18,8 +18,8 @@ struct BatchOfColors {
     std::uint8_t red[batchSize];
 };
 
-void Convert(const std::uint8_t* y, const std::uint8_t* cb, const std::uint8_t* cr, ColorMatrix matrix,
-             BatchOfColors& batch, std::size_t count) {
+void Convert(const std::uint8_t* y, const std::uint8_t* cb, const std::uint8_t* cr, ColorMatrix matrix, BatchOfColors& batch,
+             std::size_t count) {
     std::uint8_t* const blue = batch.blue;
     std::uint8_t* const green = batch.green;
     std::uint8_t* const red = batch.red;

@@ -12,11 +12,11 @@ namespace Host::Kernels {
 inline constexpr int colorFractionBits = 13;
 
 struct ColorMatrix {
-    std::int16_t black;       // luma of black, a whole number
-    std::int16_t luma;        // scale of luma above black
-    std::int16_t redFromCr;   // contributions of chroma above 128
-    std::int16_t greenFromCb; // negative
-    std::int16_t greenFromCr; // negative
+    std::int16_t black;        // luma of black, a whole number
+    std::int16_t luma;         // scale of luma above black
+    std::int16_t redFromCr;    // contributions of chroma above 128
+    std::int16_t greenFromCb;  // negative
+    std::int16_t greenFromCr;  // negative
     std::int16_t blueFromCb;
 };
 
@@ -35,7 +35,7 @@ constexpr ColorMatrix MatrixOfRange(std::int16_t black, double lumaRange, double
 }
 
 inline constexpr ColorMatrix fullRangeMatrix = MatrixOfRange(0, 255, 255);
-inline constexpr ColorMatrix limitedRangeMatrix = MatrixOfRange(16, 219, 224); // luma 16..235, chroma 16..240
+inline constexpr ColorMatrix limitedRangeMatrix = MatrixOfRange(16, 219, 224);  // luma 16..235, chroma 16..240
 static_assert(fullRangeMatrix.luma == 8192 && fullRangeMatrix.redFromCr == 11485 && fullRangeMatrix.blueFromCb == 14516);
 static_assert(limitedRangeMatrix.luma == 9539 && limitedRangeMatrix.redFromCr == 13075);
 
@@ -45,7 +45,7 @@ struct BgrPixel {
     std::uint8_t red;
 };
 
-constexpr std::uint8_t ByteOfFixed(int value) { // rounded to nearest, held within 0..255
+constexpr std::uint8_t ByteOfFixed(int value) {  // rounded to nearest, held within 0..255
     const int rounded = (value + (1 << (colorFractionBits - 1))) >> colorFractionBits;
     return static_cast<std::uint8_t>(rounded < 0 ? 0 : rounded > 255 ? 255 : rounded);
 }

@@ -26,7 +26,9 @@ SamplePair PairAt(const std::uint8_t* samples) {
 
 constexpr std::uint16_t Sum(std::uint16_t a, std::uint16_t b) { return static_cast<std::uint16_t>(a + b); }
 
-const std::uint8_t* RowOf(RowStack rows, std::size_t row) { return rows.top + static_cast<std::ptrdiff_t>(row) * rows.stride; }
+const std::uint8_t* RowOf(RowStack rows, std::size_t row) {
+    return rows.top + static_cast<std::ptrdiff_t>(row) * rows.stride;
+}
 
 // Up to eight rows in one pass: the sums' way to memory and back costs as much as a row.  The first pass sets the sums,
 // further ones add to them.
@@ -69,7 +71,8 @@ void SumAlternatingColumnsAtOnce(RowStack rows, std::uint16_t* even, std::uint16
 }
 
 // pass(rows, how many of them to take, whether they are the first): both are constants by their type.
-template <class Pass> void InPasses(RowStack rows, Pass pass) {
+template <class Pass>
+void InPasses(RowStack rows, Pass pass) {
     std::size_t taken = 0;
     const auto take = [&](auto rowCount) {
         const RowStack rest{RowOf(rows, taken), rows.stride, rows.count - taken};
@@ -93,18 +96,21 @@ std::uint32_t SumOfPair(const std::uint16_t* pair) {
 
 std::uint32_t SumOfPair(const std::uint32_t* pair) { return pair[0] + pair[1]; }
 
-template <class Part> void SumPairsOf(const Part* part, std::uint32_t* sum, std::size_t count) {
+template <class Part>
+void SumPairsOf(const Part* part, std::uint32_t* sum, std::size_t count) {
     HOST_INDEPENDENT_COLUMNS
     for (std::size_t i = 0; i < count; ++i) sum[i] = SumOfPair(part + 2 * i);
 }
 
-template <class Part> std::uint32_t SumOfRange(const Part* part, std::size_t first, std::size_t last) {
+template <class Part>
+std::uint32_t SumOfRange(const Part* part, std::size_t first, std::size_t last) {
     std::uint32_t sum = 0;
     for (std::size_t i = first; i < last; ++i) sum += part[i];
     return sum;
 }
 
-template <class Part> void SumGroupsOf(const Part* part, std::size_t groupSize, std::uint32_t* sum, std::size_t count) {
+template <class Part>
+void SumGroupsOf(const Part* part, std::size_t groupSize, std::uint32_t* sum, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) sum[i] = SumOfRange(part, i * groupSize, (i + 1) * groupSize);
 }
 
@@ -141,7 +147,7 @@ void SumQuads(const std::uint16_t* part, std::uint32_t* sum, std::size_t count) 
     for (std::size_t i = 0; i < count; ++i) {
         std::uint64_t four;
         std::memcpy(&four, part + 4 * i, sizeof four);
-        const std::uint32_t two = static_cast<std::uint32_t>(four + (four >> 32)); // in halves that do not carry
+        const std::uint32_t two = static_cast<std::uint32_t>(four + (four >> 32));  // in halves that do not carry
         sum[i] = (two & 0xFFFF) + (two >> 16);
     }
 }

@@ -1,5 +1,5 @@
-// What is the mean of every block of a picture plane?  Sums of columns, or of pairs of columns, over a block's rows; then sums
-// of those over a block's columns; then one exact rounded division.  Called by BlockReducer, which owns every array.
+// What is the mean of every block of a picture plane?  Sums of columns, or of pairs of columns, over a block's rows; then
+// sums of those over a block's columns; then one exact rounded division.  Called by BlockReducer, which owns every array.
 //
 // No kernel writes outside the elements it is told to write, none keeps anything between calls, and the arrays of one call
 // never overlap.
@@ -11,8 +11,8 @@
 
 namespace Host::Kernels {
 
-inline constexpr std::size_t largestBlockSize = 64;                                      // pixels along one side
-inline constexpr std::uint32_t largestSampleCount = largestBlockSize * largestBlockSize; // samples in one block
+inline constexpr std::size_t largestBlockSize = 64;                                       // pixels along one side
+inline constexpr std::uint32_t largestSampleCount = largestBlockSize * largestBlockSize;  // samples in one block
 static_assert(4 * largestBlockSize * 255 <= UINT16_MAX, "four columns over a block's rows fit 16 bits");
 
 // Samples first to last - 1 of a row or of a column of a plane.
@@ -32,9 +32,9 @@ constexpr SampleRange SamplesOfBlock(std::size_t block, std::size_t blockSize, s
 
 // Rows of a plane, one below the other.
 struct RowStack {
-    const std::uint8_t* top; // first sample of the uppermost
-    std::ptrdiff_t stride;   // bytes from a row to the one below; may be negative
-    std::size_t count;       // 1..largestBlockSize
+    const std::uint8_t* top;  // first sample of the uppermost
+    std::ptrdiff_t stride;    // bytes from a row to the one below; may be negative
+    std::size_t count;        // 1..largestBlockSize
 };
 
 // A sample count, prepared for RoundedMean.  1..largestSampleCount.
@@ -49,10 +49,10 @@ struct SampleCount {
           isPowerOfTwo(std::has_single_bit(count)),
           shift(std::countr_zero(count)) {}
 
-    std::uint64_t factor; // 32 fractional bits
-    std::uint32_t half;   // makes the division round to nearest, a tie upwards
-    bool isPowerOfTwo;    // then the division is
-    int shift;            // this shift to the right
+    std::uint64_t factor;  // 32 fractional bits
+    std::uint32_t half;    // makes the division round to nearest, a tie upwards
+    bool isPowerOfTwo;     // then the division is
+    int shift;             // this shift to the right
 };
 static_assert(std::uint64_t{511} * largestSampleCount * largestSampleCount < std::uint64_t{1} << 33);
 

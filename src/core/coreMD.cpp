@@ -54,7 +54,9 @@ int32_t h19(DetectorHandle* handle, MDZoneDetectionInfo* result) { return GetDet
 
 int32_t h18(DetectorHandle* handle, MDObjectInfo* object) { return GetDetector(handle)->GetNextMotionObject(object); }
 
-int32_t h33(DetectorHandle* handle, uint8_t* image, int32_t* mask) { return GetDetector(handle)->GetBackground(image, mask); }
+int32_t h33(DetectorHandle* handle, uint8_t* image, int32_t* mask) {
+    return GetDetector(handle)->GetBackground(image, mask);
+}
 
 // Deliberate: 1 turns the limit off (CoreTest, H35SenseIsInverted).
 void h35(DetectorHandle* handle, int32_t value) {

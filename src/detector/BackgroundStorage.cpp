@@ -6,8 +6,16 @@
 namespace MD {
 
 BackgroundStorage::BackgroundStorage()
-    : _noiseLevel(nullptr), _isStable(nullptr), _backgroundY(nullptr), _backgroundCb(nullptr), _backgroundCr(nullptr),
-      _isBackground(nullptr), _sampleValue(nullptr), maskWidthStep(-1), mask(nullptr), _backgroundTime(nullptr),
+    : _noiseLevel(nullptr),
+      _isStable(nullptr),
+      _backgroundY(nullptr),
+      _backgroundCb(nullptr),
+      _backgroundCr(nullptr),
+      _isBackground(nullptr),
+      _sampleValue(nullptr),
+      maskWidthStep(-1),
+      mask(nullptr),
+      _backgroundTime(nullptr),
       _sampleTime(nullptr) {}
 
 BackgroundStorage::~BackgroundStorage() {

@@ -16,17 +16,17 @@ public:
     BackgroundStorage(const BackgroundStorage&) = delete;
     BackgroundStorage& operator=(const BackgroundStorage&) = delete;
 
-    float*         _noiseLevel;
+    float* _noiseLevel;
     unsigned char* _isStable;
     unsigned char* _backgroundY;
     unsigned char* _backgroundCb;
     unsigned char* _backgroundCr;
     unsigned char* _isBackground;
-    float*         _sampleValue;
-    int            maskWidthStep;   // bytes per row of `mask`; -1 while none is stored
-    unsigned char* mask;            // maskWidthStep * rows bytes; non-zero: the block is restored
-    std::int64_t*  _backgroundTime;
-    std::int64_t*  _sampleTime;
+    float* _sampleValue;
+    int maskWidthStep;    // bytes per row of `mask`; -1 while none is stored
+    unsigned char* mask;  // maskWidthStep * rows bytes; non-zero: the block is restored
+    std::int64_t* _backgroundTime;
+    std::int64_t* _sampleTime;
 };
 
 }  // namespace MD

@@ -8,7 +8,7 @@ namespace MD {
 namespace {
 
 // Partly decoded H.264, ticks without change before an I-frame sets the background.
-constexpr std::int64_t iFrameQuietTime     = 15 * MotionDetector::OneSecondInTimeSpan;
+constexpr std::int64_t iFrameQuietTime = 15 * MotionDetector::OneSecondInTimeSpan;
 constexpr std::int64_t iFrameQuietTimeLong = 30 * MotionDetector::OneSecondInTimeSpan;
 
 }  // namespace
@@ -52,58 +52,85 @@ void MotionDetector::UpdateBlocks(BlockRange range, bool mayLearn) {
 
 void MotionDetector::UpdateChunk(BlockRange range, bool mayLearn) {
     FrameStatistics& s = _frameStatistics;
-    const Kernels::WindowSums sums{.firstSum = s._firstPartSum, .secondSum = s._secondPartSum,
-                                   .centerSum = s._centerPartSum, .firstSquareSum = s._firstPartSquareSum,
-                                   .secondSquareSum = s._secondPartSquareSum, .centerSquareSum = s._centerPartSquareSum};
+    const Kernels::WindowSums sums{.firstSum = s._firstPartSum,
+                                   .secondSum = s._secondPartSum,
+                                   .centerSum = s._centerPartSum,
+                                   .firstSquareSum = s._firstPartSquareSum,
+                                   .secondSquareSum = s._secondPartSquareSum,
+                                   .centerSquareSum = s._centerPartSquareSum};
     Kernels::JudgeStability(sums, {.sum = sumThreshold, .dispersion = dispersionThreshold}, _isStable, range);
-    if (mayLearn && _detectShadow)
-        Kernels::LearnNoiseFromDispersions(sums, _isStable, _noiseLevel, range);
+    if (mayLearn && _detectShadow) Kernels::LearnNoiseFromDispersions(sums, _isStable, _noiseLevel, range);
     else if (mayLearn)
-        Kernels::LearnNoiseFromExtremes({.isStable = _isStable, .min = s._min, .max = s._max, .offset = addToNoiseLevel,
-                                         .noiseLevel = _noiseLevel}, range);
+        Kernels::LearnNoiseFromExtremes(
+            {.isStable = _isStable, .min = s._min, .max = s._max, .offset = addToNoiseLevel, .noiseLevel = _noiseLevel},
+            range);
 
-    Kernels::MarkChanges({.age0 = s.FrameOfAge(0), .age1 = s.FrameOfAge(1), .age2 = s.FrameOfAge(2),
-                          .age4 = s.FrameOfAge(4), .noiseLevel = _noiseLevel, .isMotionPixel = _isMotionPixel,
-                          .lastChangeTime = _lastChangeTime}, _currentTime, range);
+    Kernels::MarkChanges({.age0 = s.FrameOfAge(0),
+                          .age1 = s.FrameOfAge(1),
+                          .age2 = s.FrameOfAge(2),
+                          .age4 = s.FrameOfAge(4),
+                          .noiseLevel = _noiseLevel,
+                          .isMotionPixel = _isMotionPixel,
+                          .lastChangeTime = _lastChangeTime},
+                         _currentTime, range);
     if (mayLearn)
-        Kernels::LearnBackground(
-            {.firstSum = s._firstPartSum, .secondSum = s._secondPartSum, .cb = s.FrameOfAge(0) + s._secondPlaneOffset,
-             .cr = s.FrameOfAge(0) + s._thirdPlaneOffset, .isStable = _isStable, .lastChangeTime = _lastChangeTime,
-             .isBackground = _isBackground, .backgroundY = _backgroundY, .backgroundCb = _backgroundCb,
-             .backgroundCr = _backgroundCr, .backgroundTime = _backgroundTime, .sampleTime = _sampleTime,
-             .sampleValue = _sampleValue},
-            {.now = _currentTime, .quiet = noChangesToPutBackgroundTimeInTimeSpan,
-             .sampleAge = noChangesToFastSegmentTimeSpan, .refreshInterval = updateBgrInterval,
-             .isSlow = _longBackgroundTimes}, averageThreshold, range);
-    Kernels::ForgetBackground({.backgroundTime = _backgroundTime, .isBackground = _isBackground,
-                               .noiseLevel = _noiseLevel}, _currentTime, resetBackgroundTime, defaultNoiseLevel, range);
+        Kernels::LearnBackground({.firstSum = s._firstPartSum,
+                                  .secondSum = s._secondPartSum,
+                                  .cb = s.FrameOfAge(0) + s._secondPlaneOffset,
+                                  .cr = s.FrameOfAge(0) + s._thirdPlaneOffset,
+                                  .isStable = _isStable,
+                                  .lastChangeTime = _lastChangeTime,
+                                  .isBackground = _isBackground,
+                                  .backgroundY = _backgroundY,
+                                  .backgroundCb = _backgroundCb,
+                                  .backgroundCr = _backgroundCr,
+                                  .backgroundTime = _backgroundTime,
+                                  .sampleTime = _sampleTime,
+                                  .sampleValue = _sampleValue},
+                                 {.now = _currentTime,
+                                  .quiet = noChangesToPutBackgroundTimeInTimeSpan,
+                                  .sampleAge = noChangesToFastSegmentTimeSpan,
+                                  .refreshInterval = updateBgrInterval,
+                                  .isSlow = _longBackgroundTimes},
+                                 averageThreshold, range);
+    Kernels::ForgetBackground({.backgroundTime = _backgroundTime, .isBackground = _isBackground, .noiseLevel = _noiseLevel},
+                              _currentTime, resetBackgroundTime, defaultNoiseLevel, range);
 }
 
 bool MotionDetector::UpdateBackgroundOptimyzedForH264Partly() {
     assert(_h264PartlyIsOptimized);
     if (!_h264PartlyIsIFrame) return false;
     const FrameStatistics& s = _frameStatistics;
-    Kernels::LearnBackgroundFromIFrame(
-        {.firstSum = s._firstPartSum, .firstSquareSum = s._firstPartSquareSum, .lastChangeTime = _lastChangeTime,
-         .isBackground = _isBackground, .backgroundY = _backgroundY, .backgroundTime = _backgroundTime,
-         .sampleTime = _sampleTime},
-        {.now = _currentTime, .quiet = _longBackgroundTimes ? iFrameQuietTimeLong : iFrameQuietTime,
-         .forget = resetBackgroundTime}, _h264SetBackgroundDispersionThreshold, AllBlocks());
+    Kernels::LearnBackgroundFromIFrame({.firstSum = s._firstPartSum,
+                                        .firstSquareSum = s._firstPartSquareSum,
+                                        .lastChangeTime = _lastChangeTime,
+                                        .isBackground = _isBackground,
+                                        .backgroundY = _backgroundY,
+                                        .backgroundTime = _backgroundTime,
+                                        .sampleTime = _sampleTime},
+                                       {.now = _currentTime,
+                                        .quiet = _longBackgroundTimes ? iFrameQuietTimeLong : iFrameQuietTime,
+                                        .forget = resetBackgroundTime},
+                                       _h264SetBackgroundDispersionThreshold, AllBlocks());
     return true;
 }
 
 void MotionDetector::FindDifferenceFromPreviousFrames() {
     if (blockCount < 1) return;
     FrameStatistics& s = _frameStatistics;
-    Kernels::MarkChanges({.age0 = s.FrameOfAge(0), .age1 = s.FrameOfAge(1), .age2 = s.FrameOfAge(2),
-                          .age4 = s.FrameOfAge(4), .noiseLevel = _noiseLevel, .isMotionPixel = _isMotionPixel,
-                          .lastChangeTime = _lastChangeTime}, _currentTime, AllBlocks());
+    Kernels::MarkChanges({.age0 = s.FrameOfAge(0),
+                          .age1 = s.FrameOfAge(1),
+                          .age2 = s.FrameOfAge(2),
+                          .age4 = s.FrameOfAge(4),
+                          .noiseLevel = _noiseLevel,
+                          .isMotionPixel = _isMotionPixel,
+                          .lastChangeTime = _lastChangeTime},
+                         _currentTime, AllBlocks());
 }
 
 void MotionDetector::FlushNotConfirmedBackground() {
-    Kernels::ForgetBackground({.backgroundTime = _backgroundTime, .isBackground = _isBackground,
-                               .noiseLevel = _noiseLevel}, _currentTime, resetBackgroundTime, defaultNoiseLevel,
-                              AllBlocks());
+    Kernels::ForgetBackground({.backgroundTime = _backgroundTime, .isBackground = _isBackground, .noiseLevel = _noiseLevel},
+                              _currentTime, resetBackgroundTime, defaultNoiseLevel, AllBlocks());
 }
 
 }  // namespace MD

@@ -16,7 +16,9 @@ double MotionDetector::GetDiffState(unsigned char* mask, int maskWidthStep, int 
     for (int age = 0; age < Kernels::framesOfRing; ++age) lumaOfAge[age] = _frameStatistics.FrameOfAge(age);
 
     // 8 grey levels for every block of the rectangle, one column and one row more; modulo 2^32, whatever the bounds are.
-    const auto extent = [](int from, int to) { return static_cast<std::uint32_t>(to) - static_cast<std::uint32_t>(from) + 1u; };
+    const auto extent = [](int from, int to) {
+        return static_cast<std::uint32_t>(to) - static_cast<std::uint32_t>(from) + 1u;
+    };
     const std::int64_t bound = static_cast<std::int32_t>(extent(x0, x1) * extent(y0, y1) * 8u);
     std::int64_t sum = 0;
     int count = 0;

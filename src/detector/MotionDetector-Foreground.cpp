@@ -40,19 +40,25 @@ void MotionDetector::FindForegroundOptimyzedForMPEG4(DetectionInfo* info) { Mark
 
 // Deliberate: _isMotionPixel stays as the change test left it (ForegroundTest, StandardVariantLeavesMotionPixels).
 void MotionDetector::MarkForegroundStandard(BlockRange range) {
-    Kernels::MarkForeground({.current = PlanesOfAge(_frameStatistics, 0), .previous = PlanesOfAge(_frameStatistics, 1),
+    Kernels::MarkForeground({.current = PlanesOfAge(_frameStatistics, 0),
+                             .previous = PlanesOfAge(_frameStatistics, 1),
                              .background = {.y = _backgroundY, .cb = _backgroundCb, .cr = _backgroundCr},
-                             .isBackground = _isBackground, .noiseLevel = _noiseLevel, .isObject = _isObject},
+                             .isBackground = _isBackground,
+                             .noiseLevel = _noiseLevel,
+                             .isObject = _isObject},
                             cbAndCrThreshold, range);
 }
 
 void MotionDetector::MarkForegroundMPEG4(DetectionInfo* info, BlockRange range) {
     if (!info->mpeg4ReferenceLuma) return;
-    Kernels::MarkForegroundMPEG4(
-        {.current = PlanesOfAge(_frameStatistics, 0), .referenceLuma = info->mpeg4ReferenceLuma,
-         .background = {.y = _backgroundY, .cb = _backgroundCb, .cr = _backgroundCr}, .isBackground = _isBackground,
-         .noiseLevel = _noiseLevel, .isObject = _isObject, .isMotionPixel = _isMotionPixel},
-        cbAndCrThreshold, range);
+    Kernels::MarkForegroundMPEG4({.current = PlanesOfAge(_frameStatistics, 0),
+                                  .referenceLuma = info->mpeg4ReferenceLuma,
+                                  .background = {.y = _backgroundY, .cb = _backgroundCb, .cr = _backgroundCr},
+                                  .isBackground = _isBackground,
+                                  .noiseLevel = _noiseLevel,
+                                  .isObject = _isObject,
+                                  .isMotionPixel = _isMotionPixel},
+                                 cbAndCrThreshold, range);
 }
 
 void MotionDetector::FindForegroundOptimyzedForH264Partly() {
@@ -81,16 +87,19 @@ void MotionDetector::FindForegroundOptimyzedForH264Partly() {
 
 void MotionDetector::FindForegroundIFrames(unsigned char* current, unsigned char* previous) {
     if (!_h264PartlyStatistic.AnalyseIFramesForMotion()) return;
-    Kernels::MarkForegroundIFrame({.current = current, .previous = previous, .background = _backgroundY,
-                                   .isBackground = _isBackground, .isObject = _isObject,
+    Kernels::MarkForegroundIFrame({.current = current,
+                                   .previous = previous,
+                                   .background = _backgroundY,
+                                   .isBackground = _isBackground,
+                                   .isObject = _isObject,
                                    .isMotionPixel = _isMotionPixel},
                                   toBackground, toEarlierFrame, knownBrightness, AllBlocks());
 }
 
 void MotionDetector::FindForegroundPFrames(unsigned char* current, unsigned char* reference) {
-    const int foreground = Kernels::MarkForegroundPFrame({.current = current, .reference = reference,
-                                                          .isObject = _isObject, .isMotionPixel = _isMotionPixel},
-                                                         toEarlierFrame, knownBrightness, AllBlocks());
+    const int foreground = Kernels::MarkForegroundPFrame(
+        {.current = current, .reference = reference, .isObject = _isObject, .isMotionPixel = _isMotionPixel}, toEarlierFrame,
+        knownBrightness, AllBlocks());
     if (foreground == 0) return;
     _h264PartlyStatistic.UpdatePFrameMotionData(_h264FrameCounter, _currentTime);
     if (_h264PartlyStatistic.AnalyseIFramesForMotion()) _h264PartlyStatistic.IncrementPFrameMotion();

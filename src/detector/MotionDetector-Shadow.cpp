@@ -22,20 +22,33 @@ void MotionDetector::DetectShadow(DetectionInfo*) {
     const Kernels::RowRange searched = Kernels::MarkShadowSearch(_isObject, _zoneResultMap, _shadowSearchMask, BlockGrid());
     _shadowRowFirst = searched.first;
     _shadowRowLast = searched.last;
-    Kernels::MeasureShadowFeatures(
-        {.searchMask = _shadowSearchMask, .isBackground = _isBackground, .backgroundY = _backgroundY,
-         .backgroundCb = _backgroundCb, .backgroundCr = _backgroundCr, .currentY = frame,
-         .currentCb = frame + _frameStatistics._secondPlaneOffset,
-         .currentCr = frame + _frameStatistics._thirdPlaneOffset,
-         .backgroundGradientX = _backgroundLogGradientX, .backgroundGradientY = _backgroundLogGradientY,
-         .currentGradientX = _currentLogGradientX, .currentGradientY = _currentLogGradientY,
-         .cbDifference = _shadowCbDifference, .crDifference = _shadowCrDifference}, BlockGrid());
-    Kernels::DecideShadows(
-        {.isBackground = _isBackground, .backgroundGradientX = _backgroundLogGradientX,
-         .backgroundGradientY = _backgroundLogGradientY, .currentGradientX = _currentLogGradientX,
-         .currentGradientY = _currentLogGradientY, .cbDifference = _shadowCbDifference,
-         .crDifference = _shadowCrDifference, .gradientSum = _shadowGradientSum, .chromaSum = _shadowChromaSum,
-         .isObject = _isObject, .zoneResultMap = _zoneResultMap}, ShadowThreashold, BlockGrid());
+    Kernels::MeasureShadowFeatures({.searchMask = _shadowSearchMask,
+                                    .isBackground = _isBackground,
+                                    .backgroundY = _backgroundY,
+                                    .backgroundCb = _backgroundCb,
+                                    .backgroundCr = _backgroundCr,
+                                    .currentY = frame,
+                                    .currentCb = frame + _frameStatistics._secondPlaneOffset,
+                                    .currentCr = frame + _frameStatistics._thirdPlaneOffset,
+                                    .backgroundGradientX = _backgroundLogGradientX,
+                                    .backgroundGradientY = _backgroundLogGradientY,
+                                    .currentGradientX = _currentLogGradientX,
+                                    .currentGradientY = _currentLogGradientY,
+                                    .cbDifference = _shadowCbDifference,
+                                    .crDifference = _shadowCrDifference},
+                                   BlockGrid());
+    Kernels::DecideShadows({.isBackground = _isBackground,
+                            .backgroundGradientX = _backgroundLogGradientX,
+                            .backgroundGradientY = _backgroundLogGradientY,
+                            .currentGradientX = _currentLogGradientX,
+                            .currentGradientY = _currentLogGradientY,
+                            .cbDifference = _shadowCbDifference,
+                            .crDifference = _shadowCrDifference,
+                            .gradientSum = _shadowGradientSum,
+                            .chromaSum = _shadowChromaSum,
+                            .isObject = _isObject,
+                            .zoneResultMap = _zoneResultMap},
+                           ShadowThreashold, BlockGrid());
 }
 
 }  // namespace MD

@@ -118,11 +118,16 @@ int MotionDetector::RefineObject(ObjectBlocks object, Box box, int label) {
     const Grid grid = BlockGrid();
     const auto mark = static_cast<std::uint16_t>(label), tagged = static_cast<std::uint16_t>(label + tagOffset);
     Kernels::TrimObject(object, box, _objectsMap, _zoneResultMap, grid);
-    Kernels::RefineSimilarBlocks(object, {.current = _frameStatistics.FrameOfAge(0), .background = _backgroundY,
-                                          .objectsMap = _objectsMap, .uniformMask = _uniformMask,
-                                          .neighbourhoodMask = _neighbourhoodMask}, tagged, grid);
-    return Kernels::CollectSurvivors(object, {.objectsMap = _objectsMap, .uniformMask = _uniformMask, .xs = _finalPixelX,
-                                              .ys = _finalPixelY}, mark, tagged, grid);
+    Kernels::RefineSimilarBlocks(object,
+                                 {.current = _frameStatistics.FrameOfAge(0),
+                                  .background = _backgroundY,
+                                  .objectsMap = _objectsMap,
+                                  .uniformMask = _uniformMask,
+                                  .neighbourhoodMask = _neighbourhoodMask},
+                                 tagged, grid);
+    return Kernels::CollectSurvivors(
+        object, {.objectsMap = _objectsMap, .uniformMask = _uniformMask, .xs = _finalPixelX, .ys = _finalPixelY}, mark,
+        tagged, grid);
 }
 
 int MotionDetector::FindMovingInPixels(MDZone* zone) {
@@ -131,14 +136,20 @@ int MotionDetector::FindMovingInPixels(MDZone* zone) {
 }
 
 int MotionDetector::CollectMovingBlocks(MDZone* zone) {
-    return Kernels::CollectMovingBlocks({.groups = _foregroundGroups.get(), .groupCount = _foregroundGroupCount,
-                                         .isInZone = zone->pixelMap, .isObject = _isObject, .objectsMap = _objectsMap,
-                                         .xs = _movingPixelX, .ys = _movingPixelY}, BlockGrid());
+    return Kernels::CollectMovingBlocks({.groups = _foregroundGroups.get(),
+                                         .groupCount = _foregroundGroupCount,
+                                         .isInZone = zone->pixelMap,
+                                         .isObject = _isObject,
+                                         .objectsMap = _objectsMap,
+                                         .xs = _movingPixelX,
+                                         .ys = _movingPixelY},
+                                        BlockGrid());
 }
 
 void MotionDetector::BuildCurrentMovingObject(int& processed, int& count, int label) {
-    Kernels::GrowObject({.objectsMap = _objectsMap, .xs = _objectPixelX, .ys = _objectPixelY, .processed = processed,
-                         .count = count}, static_cast<std::uint16_t>(label), BlockGrid());
+    Kernels::GrowObject(
+        {.objectsMap = _objectsMap, .xs = _objectPixelX, .ys = _objectPixelY, .processed = processed, .count = count},
+        static_cast<std::uint16_t>(label), BlockGrid());
 }
 
 // Deliberate: _zoneResultMap keeps what it holds at the blocks of a dropped object (ZonesTest, SmallObjectKeepsZoneMap).

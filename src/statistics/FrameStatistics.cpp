@@ -11,8 +11,14 @@
 namespace MD {
 
 FrameStatistics::FrameStatistics()
-    : _isFilled(false), _lastIsH264(false), _needReCalculate(false), _blockCount(0), _secondPlaneOffset(0),
-      _thirdPlaneOffset(0), _frameSize(0), _position(0) {
+    : _isFilled(false),
+      _lastIsH264(false),
+      _needReCalculate(false),
+      _blockCount(0),
+      _secondPlaneOffset(0),
+      _thirdPlaneOffset(0),
+      _frameSize(0),
+      _position(0) {
     InitBuffers();
 }
 
@@ -23,11 +29,18 @@ FrameStatistics::~FrameStatistics() {
 
 void FrameStatistics::InitBuffers() {
     using Utils::BufferSlot;
-    _buffers = new BufferSlot[AllBuffersCount]{
-        BufferSlot::For(&_firstPartSum),       BufferSlot::For(&_secondPartSum),       BufferSlot::For(&_centerPartSum),
-        BufferSlot::For(&_firstPartSquareSum), BufferSlot::For(&_secondPartSquareSum), BufferSlot::For(&_centerPartSquareSum),
-        BufferSlot::For(&_currentFrame),       BufferSlot::For(&_diff),                BufferSlot::For(&_diffSquare),
-        BufferSlot::For(&_frames),             BufferSlot::For(&_min),                 BufferSlot::For(&_max)};
+    _buffers = new BufferSlot[AllBuffersCount]{BufferSlot::For(&_firstPartSum),
+                                               BufferSlot::For(&_secondPartSum),
+                                               BufferSlot::For(&_centerPartSum),
+                                               BufferSlot::For(&_firstPartSquareSum),
+                                               BufferSlot::For(&_secondPartSquareSum),
+                                               BufferSlot::For(&_centerPartSquareSum),
+                                               BufferSlot::For(&_currentFrame),
+                                               BufferSlot::For(&_diff),
+                                               BufferSlot::For(&_diffSquare),
+                                               BufferSlot::For(&_frames),
+                                               BufferSlot::For(&_min),
+                                               BufferSlot::For(&_max)};
     _firstPartSum = _secondPartSum = _centerPartSum = nullptr;
     _firstPartSquareSum = _secondPartSquareSum = _centerPartSquareSum = nullptr;
     _diff = _diffSquare = nullptr;

@@ -13,13 +13,13 @@ namespace MD {
 // Age k is the frame k frames before the newest one. [block] = _blockCount elements.
 class COREMD_API FrameStatistics {
 public:
-    static constexpr int AllBuffersCount      = 12;  // entries of the buffer table
-    static constexpr int firstPartStartIndex  = 0;   // windows: ages, both ends inclusive, five frames each
-    static constexpr int firstPartEndIndex    = 4;
+    static constexpr int AllBuffersCount = 12;     // entries of the buffer table
+    static constexpr int firstPartStartIndex = 0;  // windows: ages, both ends inclusive, five frames each
+    static constexpr int firstPartEndIndex = 4;
     static constexpr int secondPartStartIndex = 5;
-    static constexpr int secondPartEndIndex   = 9;
+    static constexpr int secondPartEndIndex = 9;
     static constexpr int centerPartStartIndex = 2;
-    static constexpr int centerPartEndIndex   = 6;
+    static constexpr int centerPartEndIndex = 6;
 
     FrameStatistics();
     ~FrameStatistics();
@@ -61,27 +61,27 @@ public:
         return _frames + static_cast<std::ptrdiff_t>(QueuePos(static_cast<int>(ringLength) - age)) * _frameSize;
     }
 
-    unsigned char* _frames;            // 11 slots of _frameSize bytes
-    bool           _isFilled;          // the ring was filled once; no statistic before
-    bool           _lastIsH264;        // mode of the last pass
-    bool           _needReCalculate;   // the next pass sums anew
-    int            _blockCount;
-    int            _secondPlaneOffset; // bytes; start of Cb in a slot
-    int            _thirdPlaneOffset;  // bytes; start of Cr in a slot
-    int            _frameSize;         // bytes of a slot
-    int            _position;          // slot of the newest frame, 0..10
-    unsigned char* _min;               // [block] smallest luma of the ages 0 to 9
-    unsigned char* _max;               // [block] largest luma of the ages 0 to 9
-    float*         _firstPartSum;      // [block] luma sums and sums of squares over the windows
-    float*         _secondPartSum;
-    float*         _centerPartSum;
-    float*         _firstPartSquareSum;
-    float*         _secondPartSquareSum;
-    float*         _centerPartSquareSum;
-    float*         _diff;              // [block] scratch for hosts' CalculateFrameDiff; Update steps its sums without it
-    float*         _diffSquare;        // [block] likewise
-    unsigned char* _currentFrame;      // _frameSize bytes: a P-frame, kept outside the ring
-    Utils::BufferSlot* _buffers;       // AllBuffersCount entries
+    unsigned char* _frames;  // 11 slots of _frameSize bytes
+    bool _isFilled;          // the ring was filled once; no statistic before
+    bool _lastIsH264;        // mode of the last pass
+    bool _needReCalculate;   // the next pass sums anew
+    int _blockCount;
+    int _secondPlaneOffset;  // bytes; start of Cb in a slot
+    int _thirdPlaneOffset;   // bytes; start of Cr in a slot
+    int _frameSize;          // bytes of a slot
+    int _position;           // slot of the newest frame, 0..10
+    unsigned char* _min;     // [block] smallest luma of the ages 0 to 9
+    unsigned char* _max;     // [block] largest luma of the ages 0 to 9
+    float* _firstPartSum;    // [block] luma sums and sums of squares over the windows
+    float* _secondPartSum;
+    float* _centerPartSum;
+    float* _firstPartSquareSum;
+    float* _secondPartSquareSum;
+    float* _centerPartSquareSum;
+    float* _diff;                  // [block] scratch for hosts' CalculateFrameDiff; Update steps its sums without it
+    float* _diffSquare;            // [block] likewise
+    unsigned char* _currentFrame;  // _frameSize bytes: a P-frame, kept outside the ring
+    Utils::BufferSlot* _buffers;   // AllBuffersCount entries
 
 private:
     static constexpr unsigned ringLength = 11;

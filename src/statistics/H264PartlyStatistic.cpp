@@ -6,11 +6,11 @@
 namespace MD {
 namespace {
 
-constexpr std::int64_t framesWithoutPFrame       = 5;
-constexpr std::int64_t ticksWithoutPFrame        = 100000000;  // 10 s
+constexpr std::int64_t framesWithoutPFrame = 5;
+constexpr std::int64_t ticksWithoutPFrame = 100000000;  // 10 s
 constexpr std::int64_t framesWithoutPFrameMotion = 120;
-constexpr std::int64_t ticksWithoutPFrameMotion  = 400000000;  // 40 s
-constexpr int          pFramesWithMotion         = 120;
+constexpr std::int64_t ticksWithoutPFrameMotion = 400000000;  // 40 s
+constexpr int pFramesWithMotion = 120;
 
 // Frame numbers are ints, widened: their difference cannot overflow.
 bool Exceeded(std::int64_t frames, std::int64_t frameLimit, std::int64_t ticks, std::int64_t tickLimit) {
@@ -20,8 +20,12 @@ bool Exceeded(std::int64_t frames, std::int64_t frameLimit, std::int64_t ticks, 
 }  // namespace
 
 H264PartlyStatistic::H264PartlyStatistic()
-    : _analyseIFramesForMotion(false), _lastPFrameNumber(-1), _lastPFrameTime(0), _lastPFrameMotionNumber(0),
-      _lastPFrameMotionTime(0), _pFrameMotionCount(0) {}
+    : _analyseIFramesForMotion(false),
+      _lastPFrameNumber(-1),
+      _lastPFrameTime(0),
+      _lastPFrameMotionNumber(0),
+      _lastPFrameMotionTime(0),
+      _pFrameMotionCount(0) {}
 
 void H264PartlyStatistic::InitializeIFrameAlgorithm(int frameNumber, long time) {
     if (_lastPFrameNumber >= 0) return;
@@ -43,8 +47,8 @@ void H264PartlyStatistic::UpdatePFrameMotionData(int frameNumber, long time) {
 bool H264PartlyStatistic::AnalyseIFramesForMotion() { return _analyseIFramesForMotion; }
 
 bool H264PartlyStatistic::ExceededIFrameLimit(int frameNumber, long time) {
-    return Exceeded(frameNumber - _lastPFrameNumber, framesWithoutPFrame,
-                    Utils::ElapsedTicks(time, _lastPFrameTime), ticksWithoutPFrame);
+    return Exceeded(frameNumber - _lastPFrameNumber, framesWithoutPFrame, Utils::ElapsedTicks(time, _lastPFrameTime),
+                    ticksWithoutPFrame);
 }
 
 bool H264PartlyStatistic::ExceededNoMotionLimit(int frameNumber, long time) {

@@ -18,20 +18,20 @@ public:
     void UpdatePFrameMotionData(int frameNumber, long time);     // a P-frame with motion was seen
 
     bool AnalyseIFramesForMotion();
-    bool ExceededIFrameLimit(int frameNumber, long time);        // no P-frame for 5 frames or 10 s
-    bool ExceededNoMotionLimit(int frameNumber, long time);      // no P-frame with motion for 120 frames or 40 s
-    bool ExceededPFrameMotionLimit();                            // 120 P-frames with motion since turned on
+    bool ExceededIFrameLimit(int frameNumber, long time);    // no P-frame for 5 frames or 10 s
+    bool ExceededNoMotionLimit(int frameNumber, long time);  // no P-frame with motion for 120 frames or 40 s
+    bool ExceededPFrameMotionLimit();                        // 120 P-frames with motion since turned on
 
     void TurnOnIFramesForMotion();   // counts P-frames with motion from 0
     void TurnOffIFramesForMotion();  // the count stays
     void IncrementPFrameMotion();
 
-    bool         _analyseIFramesForMotion; // I-frames are searched for motion
-    std::int64_t _lastPFrameNumber;        // negative: not yet initialised
-    std::int64_t _lastPFrameTime;          // ticks
+    bool _analyseIFramesForMotion;   // I-frames are searched for motion
+    std::int64_t _lastPFrameNumber;  // negative: not yet initialised
+    std::int64_t _lastPFrameTime;    // ticks
     std::int64_t _lastPFrameMotionNumber;
-    std::int64_t _lastPFrameMotionTime;    // ticks
-    int          _pFrameMotionCount;       // P-frames with motion since I-frame analysis was turned on
+    std::int64_t _lastPFrameMotionTime;  // ticks
+    int _pFrameMotionCount;              // P-frames with motion since I-frame analysis was turned on
 };
 
 }  // namespace MD

@@ -37,9 +37,13 @@ void ForEachPart(BlockRange range, std::size_t length, Work work) {
         work(BlockRange{first, first + length < range.last ? first + length : range.last});
 }
 template <class Work>
-void ForEachChunk(BlockRange range, Work work) { ForEachPart(range, chunkLength, work); }
+void ForEachChunk(BlockRange range, Work work) {
+    ForEachPart(range, chunkLength, work);
+}
 template <class Work>
-void ForEachPiece(BlockRange chunk, Work work) { ForEachPart(chunk, pieceLength, work); }
+void ForEachPiece(BlockRange chunk, Work work) {
+    ForEachPart(chunk, pieceLength, work);
+}
 
 inline bool IsAnySet(const std::uint8_t* marks, std::size_t count) {
     std::uint8_t any = 0;
@@ -48,7 +52,9 @@ inline bool IsAnySet(const std::uint8_t* marks, std::size_t count) {
 }
 
 // |a - b|, in bytes.
-constexpr std::uint8_t ByteDistance(std::uint8_t a, std::uint8_t b) { return static_cast<std::uint8_t>(a > b ? a - b : b - a); }
+constexpr std::uint8_t ByteDistance(std::uint8_t a, std::uint8_t b) {
+    return static_cast<std::uint8_t>(a > b ? a - b : b - a);
+}
 
 // A block grid; block (x, y) has index y * columns + x.
 struct Grid {

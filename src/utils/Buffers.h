@@ -51,8 +51,8 @@ void SafeReleaseBuff(T** ptr) {
 
 // One entry of a buffer table: the address of a pointer member, with the function that knows its type.
 struct BufferSlot {
-    void* member;                  // T**
-    void (*release)(void* member); // frees the buffer that *member points to and sets *member to null
+    void* member;                   // T**
+    void (*release)(void* member);  // frees the buffer that *member points to and sets *member to null
 
     template <class T>
     static BufferSlot For(T** member) {

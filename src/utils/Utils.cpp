@@ -26,9 +26,7 @@ int ForEachElement(const Source* source, Destination* destination, int len, Rule
     return 0;
 }
 
-constexpr unsigned char Clamp(int value) {
-    return static_cast<unsigned char>(value < 0 ? 0 : value > 255 ? 255 : value);
-}
+constexpr unsigned char Clamp(int value) { return static_cast<unsigned char>(value < 0 ? 0 : value > 255 ? 255 : value); }
 
 // Contributions of one chroma value, 16 fractional bits: 1.402, 1.772, 0.34414 and 0.71414 times 65536, rounded.
 // Shifts round towards minus infinity.
@@ -90,8 +88,8 @@ int ConvertByteMaskToInt(unsigned char* source, int* destination, int len) {
     return ForEachElement(source, destination, len, [](unsigned char value, int) { return static_cast<int>(value); });
 }
 
-int SetDefaultColor(unsigned char* image, int width, int height, int step, unsigned char a, unsigned char b,
-                    unsigned char c, unsigned char* mask) {
+int SetDefaultColor(unsigned char* image, int width, int height, int step, unsigned char a, unsigned char b, unsigned char c,
+                    unsigned char* mask) {
     if (!image || !mask) return statusNullPointer;
     if (step <= 0 || width <= 0) return statusBadStep;  // the mask's row step is the width
     if (height <= 0) return statusBadSize;

@@ -7,12 +7,12 @@
 
 namespace Utils {
 
-inline constexpr int statusNullPointer   = -8;   // an array is null
+inline constexpr int statusNullPointer = -8;  // an array is null
 // Deliberate: a row step is looked at before a size, and the packed arrays' row step is their length or width: one of 0 or
 // less is a step error (UtilsTest, LengthBelowOneIsAStepErrorAndWritesNothing).
-inline constexpr int statusBadStep       = -16;  // a row step is not positive
+inline constexpr int statusBadStep = -16;        // a row step is not positive
 inline constexpr int statusBadColourStep = -14;  // the same, in the colour conversion
-inline constexpr int statusBadSize       = -6;   // a width or height is not positive
+inline constexpr int statusBadSize = -6;         // a width or height is not positive
 
 COREMD_API int ImageClear(float* buffer, int len);
 COREMD_API int ImageClear(unsigned char* buffer, int len);

@@ -20,11 +20,11 @@ public:
 private:
     struct Piece {
         std::unique_ptr<short[]> entries;
-        std::size_t              length;
+        std::size_t length;
     };
     std::vector<Piece> _pieces;
-    std::size_t        _piece = 0;  // the one being used up
-    std::size_t        _used = 0;   // its entries given out
+    std::size_t _piece = 0;  // the one being used up
+    std::size_t _used = 0;   // its entries given out
 };
 
 }  // namespace MD

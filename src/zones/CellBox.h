@@ -14,8 +14,8 @@ struct CellBox {
 inline constexpr CellBox emptyCellBox{32767, -32768, 32767, -32768};
 
 constexpr CellBox Union(CellBox a, CellBox b) {
-    return {a.left < b.left ? a.left : b.left, a.right > b.right ? a.right : b.right,
-            a.top < b.top ? a.top : b.top, a.bottom > b.bottom ? a.bottom : b.bottom};
+    return {a.left < b.left ? a.left : b.left, a.right > b.right ? a.right : b.right, a.top < b.top ? a.top : b.top,
+            a.bottom > b.bottom ? a.bottom : b.bottom};
 }
 
 // Overlapping or next to each other, diagonally too.

@@ -9,7 +9,7 @@ class COREMD_API MDZone {
 public:
     // Copies width * height mask bytes, row after row; `map` must not be null ("source"). The other arguments are stored.
     MDZone(unsigned char* map, int width, int height, float zoneValue, float minObjectWidth, float minObjectHeight);
-    MDZone();  // the whole frame, no object too small
+    MDZone();                                                              // the whole frame, no object too small
     MDZone(float zoneValue, float minObjectWidth, float minObjectHeight);  // the whole frame
     ~MDZone();
     MDZone(const MDZone&) = delete;
@@ -25,17 +25,17 @@ public:
     // Deliberate: nothing happens at an unchanged size, even if `map` changed since (MDZoneTest, SameSizeKeepsPixelMap).
     void InitPixelMap(int width, int height);
 
-    MDZone*        prev;
-    MDZone*        next;
-    unsigned char* map;             // mapWidth * mapHeight bytes, owned; non-zero: inside
-    unsigned char* pixelMap;        // pixelMapWidth * pixelMapHeight bytes {0,1}, owned
-    int            mapWidth;
-    int            mapHeight;
-    int            pixelMapWidth;   // 0 until fitted
-    int            pixelMapHeight;
-    float          minObjectHeight; // fraction of pixelMapHeight
-    float          minObjectWidth;  // fraction of pixelMapWidth
-    float          zoneValue;       // carried, not read
+    MDZone* prev;
+    MDZone* next;
+    unsigned char* map;       // mapWidth * mapHeight bytes, owned; non-zero: inside
+    unsigned char* pixelMap;  // pixelMapWidth * pixelMapHeight bytes {0,1}, owned
+    int mapWidth;
+    int mapHeight;
+    int pixelMapWidth;  // 0 until fitted
+    int pixelMapHeight;
+    float minObjectHeight;  // fraction of pixelMapHeight
+    float minObjectWidth;   // fraction of pixelMapWidth
+    float zoneValue;        // carried, not read
 };
 
 // Owns its zones.
@@ -48,7 +48,7 @@ public:
 
     MDZone* _first;
     MDZone* _last;
-    int     _count;
+    int _count;
 };
 
 }  // namespace MD

@@ -26,7 +26,12 @@ int CheckedLength(std::int64_t length) {
 MotionObject::MotionObject(int length) : MotionObject(CheckedLength(length), nullptr, 0) { OwnCells(length); }
 
 MotionObject::MotionObject(int length, short* cells, int storedLength)
-    : prev(nullptr), next(nullptr), _realBufferLenght(length), index(0), secondIndex(0), objectPixelsCount(0),
+    : prev(nullptr),
+      next(nullptr),
+      _realBufferLenght(length),
+      index(0),
+      secondIndex(0),
+      objectPixelsCount(0),
       _ownCells(nullptr) {
     Borrow(cells, storedLength);
     SetBox(emptyCellBox);

@@ -28,16 +28,16 @@ public:
 
     MotionObject* prev;
     MotionObject* next;
-    int           _realBufferLenght; // capacity in blocks, for AddPixel and CopyMotionPixels
-    short*        motionX;           // objectPixelsCount columns: storage follows the blocks, not the capacity
-    short*        motionY;           // objectPixelsCount rows
-    short         index;             // 0; handed out to hosts
-    short         secondIndex;       // 0; likewise
-    short         minX;              // bounding box, inclusive
-    short         maxX;
-    short         minY;
-    short         maxY;
-    int           objectPixelsCount;
+    int _realBufferLenght;  // capacity in blocks, for AddPixel and CopyMotionPixels
+    short* motionX;         // objectPixelsCount columns: storage follows the blocks, not the capacity
+    short* motionY;         // objectPixelsCount rows
+    short index;            // 0; handed out to hosts
+    short secondIndex;      // 0; likewise
+    short minX;             // bounding box, inclusive
+    short maxX;
+    short minY;
+    short maxY;
+    int objectPixelsCount;
 
 private:
     friend class MotionObjectList;
@@ -45,16 +45,16 @@ private:
     friend class ObjectMerger;
 
     MD_INTERNAL MotionObject(int length, short* cells, int storedLength);  // borrowed cells, see Borrow
-    MD_INTERNAL void Borrow(short* cells, int storedLength);  // 2 * storedLength coordinates, columns first
+    MD_INTERNAL void Borrow(short* cells, int storedLength);               // 2 * storedLength coordinates, columns first
     MD_INTERNAL bool IsBorrowing() const;
-    MD_INTERNAL void OwnCells(int storedLength);              // moves the blocks to memory of its own
-    MD_INTERNAL void AppendBlocks(const MotionObject& src);   // which must fit; the box stays
+    MD_INTERNAL void OwnCells(int storedLength);             // moves the blocks to memory of its own
+    MD_INTERNAL void AppendBlocks(const MotionObject& src);  // which must fit; the box stays
     MD_INTERNAL CellBox Box() const;
     MD_INTERNAL void SetBox(CellBox box);
-    MD_INTERNAL void WidenBoxFrom(int first);                 // over the blocks from `first` on
+    MD_INTERNAL void WidenBoxFrom(int first);  // over the blocks from `first` on
 
-    short* _ownCells;      // null while the coordinates are borrowed from a pool
-    int    _storedLength;  // entries present; up to _realBufferLenght are made on demand
+    short* _ownCells;   // null while the coordinates are borrowed from a pool
+    int _storedLength;  // entries present; up to _realBufferLenght are made on demand
 };
 
 // Links objects through their own prev and next; an object is in one list at most. Release destroys the objects.
@@ -62,15 +62,15 @@ class COREMD_API MotionObjectList {
 public:
     MotionObjectList();
 
-    void Add(MotionObject* object);       // at the tail; fatal "object"
+    void Add(MotionObject* object);  // at the tail; fatal "object"
     // Unlinks and does not destroy: the caller owns the object, blocks included, whatever becomes of the pool it was in.
-    void Remove(MotionObject* object);    // fatal "object", "_first == object", "_last == object", "_objectsCount >= 0"
-    MotionObject* GetByIndex(short index);// 0 is the first; fatal "index < _objectsCount", "false"
-    void Release();                       // fatal "!_objectsCount" when the count disagrees with the links
+    void Remove(MotionObject* object);      // fatal "object", "_first == object", "_last == object", "_objectsCount >= 0"
+    MotionObject* GetByIndex(short index);  // 0 is the first; fatal "index < _objectsCount", "false"
+    void Release();                         // fatal "!_objectsCount" when the count disagrees with the links
 
     MotionObject* _first;
     MotionObject* _last;
-    int           _objectsCount;
+    int _objectsCount;
 
 private:
     friend class MotionObjectPool;
@@ -101,8 +101,8 @@ public:
 
     MotionObjectList _freeList;
     MotionObjectList _busyList;
-    int              _width;
-    int              _height;
+    int _width;
+    int _height;
 
 private:
     friend class ObjectMerger;
@@ -118,7 +118,7 @@ private:
 
     // Destroyed objects, kept for their memory only; their blocks lie in the arena, which is reset with the busy list.
     MotionObject* _spare;
-    CellArena     _cells;
+    CellArena _cells;
 };
 
 }  // namespace MD

@@ -11,7 +11,7 @@ namespace MD {
 namespace {
 
 constexpr int none = -1;
-constexpr int fewObjects = 24;       // below, looking at all boxes is cheaper than keeping buckets
+constexpr int fewObjects = 24;  // below, looking at all boxes is cheaper than keeping buckets
 constexpr int smallestBucketShift = 2;
 constexpr std::size_t mostBucketsOfSmallBox = 8;
 
@@ -31,7 +31,9 @@ void ObjectMerger::Merge(MotionObjectPool& pool) {
     _dueNow.assign(words, 0);
     _dueNext.assign(words, 0);
     for (int node = 1; node < static_cast<int>(_nodes.size()); ++node) SetBit(_dueNow, node);
-    const auto isEmpty = [](const NodeBits& due) { return std::all_of(due.begin(), due.end(), [](auto word) { return word == 0; }); };
+    const auto isEmpty = [](const NodeBits& due) {
+        return std::all_of(due.begin(), due.end(), [](auto word) { return word == 0; });
+    };
     while (!isEmpty(_dueNow)) {
         Sweep();  // leaves _dueNow empty
         _dueNow.swap(_dueNext);
@@ -42,8 +44,13 @@ void ObjectMerger::Merge(MotionObjectPool& pool) {
 void ObjectMerger::CollectNodes(const MotionObjectPool& pool) {
     _nodes.clear();
     for (MotionObject* object = pool._busyList._first; object; object = object->next)
-        _nodes.push_back({.object = object, .partsBox = emptyCellBox, .blockCount = object->objectPixelsCount,
-                          .length = object->_realBufferLenght, .absorber = none, .firstPart = none, .lastPart = none,
+        _nodes.push_back({.object = object,
+                          .partsBox = emptyCellBox,
+                          .blockCount = object->objectPixelsCount,
+                          .length = object->_realBufferLenght,
+                          .absorber = none,
+                          .firstPart = none,
+                          .lastPart = none,
                           .nextPart = none});
     _boxes.resize(_nodes.size());
     for (std::size_t node = 0; node < _nodes.size(); ++node) SetBox(static_cast<int>(node), _nodes[node].object->Box());
@@ -179,7 +186,8 @@ void ObjectMerger::FillBuckets() {
     const std::size_t buckets = static_cast<std::size_t>(_bucketColumns) * static_cast<std::size_t>(_bucketRows);
     _grownHeads.assign(buckets, none);
     _grown.clear();
-    // A small box, grown or not, lies in so many buckets at most: how boxes lie asks for no memory that their number did not.
+    // A small box, grown or not, lies in so many buckets at most: how boxes lie asks for no memory that their number did
+    // not.
     const std::size_t mostEntries = mostBucketsOfSmallBox * _nodes.size();
     _grown.reserve(mostEntries);
     _bucketNodes.reserve(mostEntries);
@@ -197,7 +205,8 @@ void ObjectMerger::FillBuckets() {
         else forEachBucket(range, [](int& nodesInBucket) { ++nodesInBucket; });
     }
     int start = 0;
-    for (int& end : _bucketEnds) end = std::exchange(start, start + end);  // start of the bucket; its nodes move it to the end
+    for (int& end : _bucketEnds)
+        end = std::exchange(start, start + end);  // start of the bucket; its nodes move it to the end
     _bucketNodes.resize(static_cast<std::size_t>(start));
     for (int node = 0; node < count; ++node) {
         const BucketRange range = BucketsOf(BoxOf(node));
@@ -218,7 +227,9 @@ std::int64_t ObjectMerger::BucketCount(BucketRange range) {
     return static_cast<std::int64_t>(range.right - range.left + 1) * (range.bottom - range.top + 1);
 }
 
-bool ObjectMerger::IsLarge(BucketRange range) { return BucketCount(range) > static_cast<std::int64_t>(mostBucketsOfSmallBox); }
+bool ObjectMerger::IsLarge(BucketRange range) {
+    return BucketCount(range) > static_cast<std::int64_t>(mostBucketsOfSmallBox);
+}
 
 void ObjectMerger::EnterLarge(int node) {
     const auto place = std::lower_bound(_large.begin(), _large.end(), node);

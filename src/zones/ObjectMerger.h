@@ -24,16 +24,17 @@ private:
     // One object of the list; the order of nodes is the order of the list. No node: -1.
     struct Node {
         MotionObject* object;
-        CellBox       partsBox;    // around the blocks of all parts absorbed so far
-        std::int64_t  blockCount;  // with all parts
-        int           length;      // capacity
-        int           absorber;
-        int           firstPart;
-        int           lastPart;
-        int           nextPart;    // of the same absorber
+        CellBox partsBox;         // around the blocks of all parts absorbed so far
+        std::int64_t blockCount;  // with all parts
+        int length;               // capacity
+        int absorber;
+        int firstPart;
+        int lastPart;
+        int nextPart;  // of the same absorber
     };
 
-    // A node's box as the rule compares it, small enough to compare many. An absorbed node's is empty and touches no box of a grid.
+    // A node's box as the rule compares it, small enough to compare many. An absorbed node's is empty and touches no box of
+    // a grid.
     struct PackedBox {
         short left, right, top, bottom;
     };
@@ -42,7 +43,7 @@ private:
 
     void CollectNodes(const MotionObjectPool& pool);
     void Sweep();
-    int  FirstTouching(int node);
+    int FirstTouching(int node);
     void Absorb(int absorber, int node);
     void MoveBlocks(MotionObjectPool& pool);
 
@@ -58,7 +59,7 @@ private:
     };
     void ChooseBuckets();
     void FillBuckets();
-    int  BucketIndex(int row, int column) const { return row * _bucketColumns + column; }
+    int BucketIndex(int row, int column) const { return row * _bucketColumns + column; }
     BucketRange BucketsOf(CellBox area) const;
     static std::int64_t BucketCount(BucketRange range);
     static bool IsLarge(BucketRange range);
@@ -73,19 +74,19 @@ private:
     template <class Visit>
     void ForEachNear(CellBox area, Visit visit);
 
-    std::vector<Node>        _nodes;
-    NodeBits                 _dueNow;   // to be visited in this sweep, from the highest to the lowest
-    NodeBits                 _dueNext;  // in the next one
-    std::vector<int>         _large;    // nodes whose boxes lie in many buckets, ascending
-    std::vector<PackedBox>   _boxes;        // [node]
-    std::vector<int>         _bucketEnds;   // [bucket] end of its nodes in _bucketNodes; they start at the end before
-    std::vector<int>         _bucketNodes;
-    std::vector<int>         _grownHeads;   // [bucket] first entry of nodes that grew into it
-    std::vector<GrownEntry>  _grown;
-    CellBox                  _extent = emptyCellBox;  // around all boxes
-    int                      _bucketShift = 0;        // a bucket is 1 << _bucketShift blocks wide and high
-    int                      _bucketColumns = 0;      // 0: no buckets
-    int                      _bucketRows = 0;
+    std::vector<Node> _nodes;
+    NodeBits _dueNow;               // to be visited in this sweep, from the highest to the lowest
+    NodeBits _dueNext;              // in the next one
+    std::vector<int> _large;        // nodes whose boxes lie in many buckets, ascending
+    std::vector<PackedBox> _boxes;  // [node]
+    std::vector<int> _bucketEnds;   // [bucket] end of its nodes in _bucketNodes; they start at the end before
+    std::vector<int> _bucketNodes;
+    std::vector<int> _grownHeads;  // [bucket] first entry of nodes that grew into it
+    std::vector<GrownEntry> _grown;
+    CellBox _extent = emptyCellBox;  // around all boxes
+    int _bucketShift = 0;            // a bucket is 1 << _bucketShift blocks wide and high
+    int _bucketColumns = 0;          // 0: no buckets
+    int _bucketRows = 0;
 };
 
 }  // namespace MD

@@ -15,8 +15,8 @@ protected:
     static constexpr std::int64_t now = 1000 * second;
 
     // One block of the history. It last changed, was set as background and was sampled so many ticks before `now`.
-    void UseBlock(std::int64_t sinceChange, std::int64_t sinceBackground, std::int64_t sinceSample, float sampleValue = 100.0f,
-                  const History& history = flat) {
+    void UseBlock(std::int64_t sinceChange, std::int64_t sinceBackground, std::int64_t sinceSample,
+                  float sampleValue = 100.0f, const History& history = flat) {
         UseHistories({history});
         detector._lastChangeTime[0] = now - sinceChange;
         detector._backgroundTime[0] = now - sinceBackground;

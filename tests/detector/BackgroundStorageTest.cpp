@@ -57,8 +57,8 @@ class BackgroundStorageDeathTest : public BackgroundStorageTest {};
 TEST_F(BackgroundStorageTest, NewSnapshotIsZeroAndUnfilled) {
     EXPECT_EQ(storage->maskWidthStep, -1);
     EXPECT_EQ(storage->mask, nullptr);
-    for (const std::uint8_t* plane : {storage->_isStable, storage->_backgroundY, storage->_backgroundCb,
-                                      storage->_backgroundCr, storage->_isBackground})
+    for (const std::uint8_t* plane :
+         {storage->_isStable, storage->_backgroundY, storage->_backgroundCb, storage->_backgroundCr, storage->_isBackground})
         EXPECT_EQ(Copied(plane, 6), Bytes(6, 0));
     EXPECT_EQ(Copied(storage->_noiseLevel, 6), Floats(6, 0.0f));
     EXPECT_EQ(Copied(storage->_sampleValue, 6), Floats(6, 0.0f));
@@ -106,8 +106,8 @@ TEST_F(BackgroundStorageTest, RestoreFollowsTheStoredStates) {
     detector.RestoreBackground(storage);
     EXPECT_EQ(Copied(detector._isStable, 6), (Bytes{8, 255, 8, 255, 8, 8}));
     EXPECT_EQ(Copied(detector._sampleValue, 6), (Floats{20.25f, 11.25f, 22.25f, 13.25f, 24.25f, 25.25f}));
-    EXPECT_EQ(Copied(detector._sampleTime, 6), (Times{20 * second + 1, 11 * second + 1, 22 * second + 1, 13 * second + 1,
-                                                      24 * second + 1, 25 * second + 1}));
+    EXPECT_EQ(Copied(detector._sampleTime, 6),
+              (Times{20 * second + 1, 11 * second + 1, 22 * second + 1, 13 * second + 1, 24 * second + 1, 25 * second + 1}));
     EXPECT_EQ(Copied(detector._isBackground, 6), (Bytes{9, 9, 255, 255, 9, 9}));
     EXPECT_EQ(LumaOf(), (Bytes{20, 21, 12, 13, 24, 25}));
     EXPECT_EQ(Copied(detector._backgroundCb, 6), (Bytes{80, 81, 72, 73, 84, 85}));
@@ -190,7 +190,7 @@ TEST_F(BackgroundStorageTest, FreedSnapshotIsNull) {
 TEST_F(BackgroundStorageTest, FlushForgetsTheMaskedBlocksOnly) {
     LearnGeneration(1);
     SetStates(Bytes(6, 255), Bytes(6, 255));
-    Bytes mask{1, 0, 0, 9,  //
+    Bytes mask{1, 0,   0, 9,  //
                0, 255, 0, 9};
     detector.FlushBackground(mask.data(), 4);
     EXPECT_EQ(Copied(detector._isBackground, 6), (Bytes{0, 255, 255, 255, 0, 255}));

@@ -41,8 +41,8 @@ TEST_F(BackgroundTest, NothingIsLearnedBeforeTheEleventhFrame) {
 
 // Sums 505, 500 and 503; then 506, 500 and 503, with dispersions 0.2, 0 and 0.3.
 TEST_F(BackgroundTest, WindowSumsMayDifferByFive) {
-    UseHistories({{101, 101, 101, 101, 101, 100, 100, 100, 100, 100, 100},
-                  {102, 101, 101, 101, 101, 100, 100, 100, 100, 100, 100}});
+    UseHistories(
+        {{101, 101, 101, 101, 101, 100, 100, 100, 100, 100, 100}, {102, 101, 101, 101, 101, 100, 100, 100, 100, 100, 100}});
     ASSERT_TRUE(UpdateAt(0));
     EXPECT_EQ(Copied(detector._isStable, 2), (Bytes{255, 0}));
 }

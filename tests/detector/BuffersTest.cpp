@@ -23,14 +23,44 @@ protected:
 
     std::set<const void*> BufferMembers() const {
         const MotionDetector& d = detector;
-        return {&d._movingPixelX, &d._movingPixelY, &d._objectPixelX, &d._objectPixelY, &d._noiseLevel, &d._isStable,
-                &d._bgr24Copy, &d._backgroundY, &d._backgroundCb, &d._backgroundCr, &d._isBackground, &d._notBackground,
-                &d._lastChangeTime, &d._backgroundTime, &d._sampleTime, &d._sampleValue, &d._isObject, &d._isMotionPixel,
-                &d._zoneResultMap, &d._backgroundLogGradientX, &d._backgroundLogGradientY, &d._currentLogGradientX,
-                &d._currentLogGradientY, &d._shadowGradientSum, &d._shadowSpare0, &d._shadowSpare1, &d._shadowSpare2,
-                &d._shadowSpare3, &d._shadowChromaSum, &d._shadowCbDifference, &d._shadowCrDifference,
-                &d._shadowSearchMask, &d._foregroundMask, &d._objectsMap, &d._uniformMask, &d._neighbourhoodMask,
-                &d._finalPixelX, &d._finalPixelY};
+        return {&d._movingPixelX,
+                &d._movingPixelY,
+                &d._objectPixelX,
+                &d._objectPixelY,
+                &d._noiseLevel,
+                &d._isStable,
+                &d._bgr24Copy,
+                &d._backgroundY,
+                &d._backgroundCb,
+                &d._backgroundCr,
+                &d._isBackground,
+                &d._notBackground,
+                &d._lastChangeTime,
+                &d._backgroundTime,
+                &d._sampleTime,
+                &d._sampleValue,
+                &d._isObject,
+                &d._isMotionPixel,
+                &d._zoneResultMap,
+                &d._backgroundLogGradientX,
+                &d._backgroundLogGradientY,
+                &d._currentLogGradientX,
+                &d._currentLogGradientY,
+                &d._shadowGradientSum,
+                &d._shadowSpare0,
+                &d._shadowSpare1,
+                &d._shadowSpare2,
+                &d._shadowSpare3,
+                &d._shadowChromaSum,
+                &d._shadowCbDifference,
+                &d._shadowCrDifference,
+                &d._shadowSearchMask,
+                &d._foregroundMask,
+                &d._objectsMap,
+                &d._uniformMask,
+                &d._neighbourhoodMask,
+                &d._finalPixelX,
+                &d._finalPixelY};
     }
 
     static bool IsNullPointer(const void* member) {
@@ -87,10 +117,10 @@ TEST_F(BuffersTest, ConstructedDetectorHasDefaultsAndNoBuffers) {
     EXPECT_EQ(detector._lastFrameTime, 0);
     EXPECT_EQ(detector._fps, 5.0);
     EXPECT_EQ(detector._h264FrameCounter, 0);
-    for (const bool flag : {detector._extraFlag1, detector._isIFrame, detector._passThroughFlag, detector._detectShadow,
-                            detector._extraFlag2, detector._mpeg4IFrameOverride, detector._isMPEG4,
-                            detector._h264PartlyIsOptimized, detector._h264PartlyIsIFrame, detector._solveForeground,
-                            detector._longBackgroundTimes})
+    for (const bool flag :
+         {detector._extraFlag1, detector._isIFrame, detector._passThroughFlag, detector._detectShadow, detector._extraFlag2,
+          detector._mpeg4IFrameOverride, detector._isMPEG4, detector._h264PartlyIsOptimized, detector._h264PartlyIsIFrame,
+          detector._solveForeground, detector._longBackgroundTimes})
         EXPECT_FALSE(flag);
     EXPECT_TRUE(detector._processZones);
     EXPECT_TRUE(detector._limitObjectsToMask);
@@ -124,8 +154,8 @@ TEST_F(BuffersTest, ReleaseNullsEveryMemberAndAllocationMayFollow) {
         detector._nextProcessZone = detector._zones._first;
         detector.ReleaseBuffers();
         for (const void* member : BufferMembers()) EXPECT_TRUE(IsNullPointer(member));
-        for (const int size : {detector.blockCountX, detector.blockCountY, detector.blockCount, detector._bgr24Stride,
-                               detector._bgr24Size})
+        for (const int size :
+             {detector.blockCountX, detector.blockCountY, detector.blockCount, detector._bgr24Stride, detector._bgr24Size})
             EXPECT_EQ(size, 0);
         EXPECT_EQ(detector._nextProcessZone, nullptr);
         EXPECT_EQ(detector._nextMotionObject, nullptr);
@@ -142,11 +172,10 @@ TEST_F(BuffersTest, AllocationSetsNoiseAndTimesAndClearsTheRest) {
     EXPECT_EQ(Copied(detector._lastChangeTime, 15), firstTime);
     EXPECT_EQ(Copied(detector._backgroundTime, 15), firstTime);
     EXPECT_EQ(Copied(detector._sampleTime, 15), firstTime);
-    for (const std::uint8_t* plane : {detector._zoneResultMap, detector._backgroundY, detector._backgroundCb,
-                                      detector._backgroundCr, detector._isStable, detector._isBackground,
-                                      detector._notBackground, detector._isObject, detector._isMotionPixel,
-                                      detector._shadowSearchMask, detector._foregroundMask, detector._uniformMask,
-                                      detector._neighbourhoodMask})
+    for (const std::uint8_t* plane :
+         {detector._zoneResultMap, detector._backgroundY, detector._backgroundCb, detector._backgroundCr, detector._isStable,
+          detector._isBackground, detector._notBackground, detector._isObject, detector._isMotionPixel,
+          detector._shadowSearchMask, detector._foregroundMask, detector._uniformMask, detector._neighbourhoodMask})
         EXPECT_EQ(Copied(plane, 15), std::vector<std::uint8_t>(15, 0));
     EXPECT_EQ(Copied(detector._sampleValue, 15), std::vector<float>(15, 0.0f));
     EXPECT_EQ(Copied(detector._objectsMap, 15), std::vector<std::uint16_t>(15, 0));

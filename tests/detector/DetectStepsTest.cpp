@@ -1,5 +1,5 @@
-// Is a pass the same as its public steps?  Detect takes statistics, background and foreground chunk by chunk; the steps, each
-// over the whole frame, must leave the same bytes.
+// Is a pass the same as its public steps?  Detect takes statistics, background and foreground chunk by chunk; the steps,
+// each over the whole frame, must leave the same bytes.
 #include <cstring>
 #include <string>
 
@@ -70,7 +70,8 @@ class DetectStepsTest : public testing::TestWithParam<InputKind> {};
 
 }  // namespace
 
-// More than a cycle of frame skipping, whose end wipes the background in MPEG-4 mode; now and then a frame of the other mode.
+// More than a cycle of frame skipping, whose end wipes the background in MPEG-4 mode; now and then a frame of the other
+// mode.
 TEST_P(DetectStepsTest, LeaveTheSameState) {
     MD::MotionDetector whole, byHand;
     std::uint8_t cell = 1;

@@ -30,7 +30,9 @@ inline std::string Literally(std::string_view text) {
     return pattern;
 }
 
-inline std::string AssertionMessage(std::string_view text) { return Literally("Assertion `" + std::string(text) + "' failed"); }
+inline std::string AssertionMessage(std::string_view text) {
+    return Literally("Assertion `" + std::string(text) + "' failed");
+}
 
 // One frame: its record and the planes that the record points to.
 class Frame {
@@ -118,8 +120,11 @@ protected:
     // A zone with the picture as its mask, at the picture's own resolution.
     void AddZone(const Picture& picture, float minWidth = 0.0f, float minHeight = 0.0f) {
         std::vector<std::uint8_t> mask = MaskOf(picture, 1);
-        MDZoneInfo zone{.mask = mask.data(), .maskWidth = static_cast<int>(picture.front().size()),
-                        .maskHeight = static_cast<int>(picture.size()), .zoneValue = 0.0f, .minObjectWidth = minWidth,
+        MDZoneInfo zone{.mask = mask.data(),
+                        .maskWidth = static_cast<int>(picture.front().size()),
+                        .maskHeight = static_cast<int>(picture.size()),
+                        .zoneValue = 0.0f,
+                        .minObjectWidth = minWidth,
                         .minObjectHeight = minHeight};
         detector.AddMDZone(&zone);
     }

@@ -145,8 +145,8 @@ TEST_F(ForegroundTest, ChromaTenLevelsAwayIsBackgroundElevenIsForeground) {
 TEST_F(ForegroundTest, KnownBlockIsComparedWithItsBackgroundOnly) {
     UseBlocks(2);
     SetBackground(0, {});
-    SetColour(1, 0, {.y = 250, .cb = 0, .cr = 0});    // the frame before is far away
-    SetBackground(1, {.y = 250, .cb = 0, .cr = 0});   // the background is
+    SetColour(1, 0, {.y = 250, .cb = 0, .cr = 0});   // the frame before is far away
+    SetBackground(1, {.y = 250, .cb = 0, .cr = 0});  // the background is
     detector.FindForegroundStandart();
     EXPECT_EQ(Objects(), (Bytes{0, 255}));
 }

@@ -128,8 +128,15 @@ TEST_F(ResultsTest, ObjectWithoutBlocksHasBoundsOfZero) {
     detector._mergedPool.ReleaseBusyList();
     detector._mergedPool.AddWorkingObjects(1);
     ASSERT_EQ(ZoneResult(), COREMD_DELIVERED);
-    object = {.pixelsX = nullptr, .pixelsY = nullptr, .pixelsCount = 9, .index = 9, .secondIndex = 9, .left = 9, .right = 9,
-              .top = 9, .bottom = 9};
+    object = {.pixelsX = nullptr,
+              .pixelsY = nullptr,
+              .pixelsCount = 9,
+              .index = 9,
+              .secondIndex = 9,
+              .left = 9,
+              .right = 9,
+              .top = 9,
+              .bottom = 9};
     ASSERT_EQ(Object(), COREMD_DELIVERED);
     EXPECT_EQ(object.pixelsCount, 0);
     for (const int bound : {object.left, object.right, object.top, object.bottom}) EXPECT_EQ(bound, 0);

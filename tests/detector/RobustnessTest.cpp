@@ -150,8 +150,8 @@ void Require(bool condition, int exitCode) {
         MD::MotionDetector detector;
         detector._skipPhase = 0;
         std::uint8_t cell = 1;
-        MDZoneInfo zone{.mask = &cell, .maskWidth = 1, .maskHeight = 1, .zoneValue = 0, .minObjectWidth = 0,
-                        .minObjectHeight = 0};
+        MDZoneInfo zone{
+            .mask = &cell, .maskWidth = 1, .maskHeight = 1, .zoneValue = 0, .minObjectWidth = 0, .minObjectHeight = 0};
         detector.AddMDZone(&zone);
         Frame small(4, 3), moved(4, 3, 200), large(1, 1);
         for (int i = 0; i < 11; ++i) detector.Detect(small.At(i), true);

@@ -216,7 +216,8 @@ TEST_F(ShadowTest, WindowOfInnerBlockIsItsUpperLeftSquare) {
             UseGrid(5, 5);
             Cb()[At(2 + dx, 2 + dy)] = 255;
             Detect({".....", ".....", "..#..", ".....", "....."});
-            if (detector._isObject[At(2, 2)]) counted[static_cast<std::size_t>(dy + 1)][static_cast<std::size_t>(dx + 1)] = '#';
+            if (detector._isObject[At(2, 2)])
+                counted[static_cast<std::size_t>(dy + 1)][static_cast<std::size_t>(dx + 1)] = '#';
         }
     }
     EXPECT_EQ(counted, (Picture{"##.", "##.", "..."}));
@@ -251,7 +252,8 @@ TEST_F(ShadowTest, NeighbourWithoutBackgroundContributesNothing) {
     EXPECT_EQ(detector._shadowChromaSum[At(2, 2)], 0.0f);
 }
 
-// (1, 1) scores 150 * 0.44 = 66 and is shadow. (2, 1) scores 150 * (0.44 + 0.54) = 147; without its neighbour it would be 81.
+// (1, 1) scores 150 * 0.44 = 66 and is shadow. (2, 1) scores 150 * (0.44 + 0.54) = 147; without its neighbour it would
+// be 81.
 TEST_F(ShadowTest, ShadowBlocksStillCountForTheirNeighbours) {
     UseGrid(5, 5);
     Cb()[At(1, 1)] = 128 + 50;

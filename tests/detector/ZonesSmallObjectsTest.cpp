@@ -103,7 +103,8 @@ TEST_F(ZonesTest, LimitThatIsNoNumberLimitsNothing) {
 }
 
 TEST_F(ZonesTest, NegativeLimitLimitsNothing) {
-    for (const float limit : {-0.5f, -1e30f, -infinity}) EXPECT_EQ(Kept(limit, limit, widths), (Picture{"1..22..333..4444"}));
+    for (const float limit : {-0.5f, -1e30f, -infinity})
+        EXPECT_EQ(Kept(limit, limit, widths), (Picture{"1..22..333..4444"}));
 }
 
 TEST_F(ZonesTest, LimitBeyondTheGridDropsEveryObject) {
@@ -132,8 +133,7 @@ TEST_F(ZonesDeathTest, DroppingAnEmptyObjectIsFatal) {
     EXPECT_EQ(ObjectCount(), 1);
     Kept(0.5f, 0.0f, {"......", "......"});
     detector._zonePool.AddWorkingObjects(1);
-    EXPECT_ASSERTION(detector.RemoveSmallObjects(detector._zones._first),
-                     "mOBlocksCount > 0 && mOBlocksCount < blockCount");
+    EXPECT_ASSERTION(detector.RemoveSmallObjects(detector._zones._first), "mOBlocksCount > 0 && mOBlocksCount < blockCount");
 }
 
 TEST_F(ZonesDeathTest, DroppingAnObjectWithoutBuffersIsFatal) {

@@ -99,7 +99,7 @@ std::uint8_t PlainMean(const Picture& picture, int component, int column, int ro
             sum += picture.At(component, x, y);
             ++count;
         }
-    if (count == 0) return 0; // with a fault only
+    if (count == 0) return 0;  // with a fault only
     if (fault == Fault::CountsPixelsThatDoNotExist)
         count = ((format.blockSize + stepX - 1) / stepX) * ((format.blockSize + stepY - 1) / stepY);
     return static_cast<std::uint8_t>((sum + (fault == Fault::Truncates ? 0 : count / 2)) / count);
@@ -147,8 +147,10 @@ TEST(BlockReducer, EveryBlockSizeGivesExactMeans) {
     for (const PixelFormat format : allFormats)
         for (int blockSize = 1; blockSize <= 64; ++blockSize)
             for (int round = 0; round < 8; ++round) {
-                const PictureFormat picture = {.width = Between(random, 1, 130), .height = Between(random, 1, 130),
-                                               .format = format, .blockSize = blockSize};
+                const PictureFormat picture = {.width = Between(random, 1, 130),
+                                               .height = Between(random, 1, 130),
+                                               .format = format,
+                                               .blockSize = blockSize};
                 ExpectExactMeans(Picture(picture, Between(random, 0, 9), round % 2 != 0, Filling::Random,
                                          round % 4 < 2 ? GuardedSide::End : GuardedSide::Front, random));
                 if (HasFatalFailure()) return;
@@ -162,8 +164,8 @@ TEST(BlockReducer, EveryPictureSizeGivesExactMeans) {
             for (const int blockSize : {1, 2, 3, 4, 5, 7, 8, 12, 16, 63, 64}) {
                 const int other = Between(random, 1, 40);
                 const bool wide = random() % 2 != 0;
-                const PictureFormat picture = {.width = wide ? size : other, .height = wide ? other : size,
-                                               .format = format, .blockSize = blockSize};
+                const PictureFormat picture = {
+                    .width = wide ? size : other, .height = wide ? other : size, .format = format, .blockSize = blockSize};
                 ExpectExactMeans(Picture(picture, Between(random, 0, 3), random() % 2 != 0, Filling::Random,
                                          random() % 2 != 0 ? GuardedSide::End : GuardedSide::Front, random));
                 if (HasFatalFailure()) return;
@@ -207,11 +209,11 @@ TEST(BlockReducer, ComparisonNoticesPlantedFaults) {
     EXPECT_TRUE(FirstDifference(picture, reducer, Fault::Truncates));
     const auto cutOff = FirstDifference(picture, reducer, Fault::CountsPixelsThatDoNotExist);
     ASSERT_TRUE(cutOff);
-    EXPECT_EQ(cutOff->column, 12); // the first partial block
+    EXPECT_EQ(cutOff->column, 12);  // the first partial block
     const auto shared = FirstDifference(picture, reducer, Fault::ForgetsTheSharedChroma);
     ASSERT_TRUE(shared);
-    EXPECT_EQ(shared->component, 1); // luma shares nothing
-    EXPECT_EQ(shared->column, 1);    // its first column is odd
+    EXPECT_EQ(shared->component, 1);  // luma shares nothing
+    EXPECT_EQ(shared->column, 1);     // its first column is odd
     for (int index = 0; index < 3 * reducer.BlockCount(); ++index) {
         std::uint8_t& mean = reducer.Ycbcr()[index];
         mean ^= 1;
@@ -225,17 +227,16 @@ TEST(BlockReducer, ComparisonNoticesPlantedFaults) {
 TEST(BlockReducer, BgrPictureShowsTheMeansInTheirRange) {
     std::mt19937 random(6);
     for (const ColorRange range : {ColorRange::Full, ColorRange::Limited}) {
-        const PictureFormat size = {.width = 50, .height = 30, .format = PixelFormat::Yuv444, .blockSize = 4,
-                                    .range = range};
+        const PictureFormat size = {
+            .width = 50, .height = 30, .format = PixelFormat::Yuv444, .blockSize = 4, .range = range};
         const Picture picture(size, 0, false, Filling::Random, GuardedSide::End, random);
         BlockReducer reducer(size);
         reducer.Reduce(picture.view);
         EXPECT_TRUE(std::all_of(reducer.Bgr(), reducer.Bgr() + 3 * reducer.BlockCount(),
-                                [](std::uint8_t value) { return value == 0; })); // nobody asked for it yet
+                                [](std::uint8_t value) { return value == 0; }));  // nobody asked for it yet
         reducer.PaintBgr();
-        EXPECT_FALSE(FirstDifference(picture, reducer)); // the means are the decoder's own values in either range
-        const auto& matrix =
-            range == ColorRange::Full ? Host::Kernels::fullRangeMatrix : Host::Kernels::limitedRangeMatrix;
+        EXPECT_FALSE(FirstDifference(picture, reducer));  // the means are the decoder's own values in either range
+        const auto& matrix = range == ColorRange::Full ? Host::Kernels::fullRangeMatrix : Host::Kernels::limitedRangeMatrix;
         ASSERT_EQ(reducer.BgrStride(), 3 * 13);
         for (int row = 0; row < reducer.Rows(); ++row)
             for (int column = 0; column < reducer.Columns(); ++column) {

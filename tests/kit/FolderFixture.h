@@ -1,5 +1,5 @@
-// Where does a test put its files?  In a folder of its own, empty at first and gone afterwards. Base of the fixtures of tests
-// that read or write files.
+// Where does a test put its files?  In a folder of its own, empty at first and gone afterwards. Base of the fixtures of
+// tests that read or write files.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -20,7 +20,7 @@ class FolderFixture : public testing::Test {
 protected:
     FolderFixture() {
         std::string pattern = testing::TempDir() + "coreMD.XXXXXX";
-        if (!mkdtemp(pattern.data())) {                              // nothing may be written, or removed, elsewhere
+        if (!mkdtemp(pattern.data())) {  // nothing may be written, or removed, elsewhere
             throw std::filesystem::filesystem_error("no folder for a test", pattern, {errno, std::generic_category()});
         }
         _folder = pattern;

@@ -21,13 +21,14 @@
 namespace Kit {
 
 enum class GuardedSide {
-    End,  // the element after the last one lies on the unreadable page
-    Front // the element before the first one does
+    End,   // the element after the last one lies on the unreadable page
+    Front  // the element before the first one does
 };
 
 // An array of `count` elements, zero-filled, which keeps its address until it is destroyed.  Not copyable; moving hands the
 // same memory on.  A count of 0 is allowed: data() then points at the border.
-template <class T> class GuardedBlocks {
+template <class T>
+class GuardedBlocks {
     static_assert(std::is_trivially_copyable_v<T>, "elements are made of zero bytes and never destroyed");
 
 public:
@@ -35,7 +36,7 @@ public:
         const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
         const std::size_t used = count * sizeof(T);
         _openSize = (used + page - 1) / page * page;
-        _mappedSize = page + _openSize + page; // unreadable, open, unreadable
+        _mappedSize = page + _openSize + page;  // unreadable, open, unreadable
         void* mapped = mmap(nullptr, _mappedSize, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
         if (mapped == MAP_FAILED) {
             throw std::bad_alloc();
@@ -84,7 +85,7 @@ public:
     T* end() { return _data + _count; }
     const T* begin() const { return _data; }
     const T* end() const { return _data + _count; }
-    T& operator[](std::size_t index) { return _data[index]; } // unchecked: the page is the check
+    T& operator[](std::size_t index) { return _data[index]; }  // unchecked: the page is the check
     const T& operator[](std::size_t index) const { return _data[index]; }
 
     // True while nobody wrote into the slack of the side that is not guarded.

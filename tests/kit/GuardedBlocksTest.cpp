@@ -12,7 +12,8 @@ using Kit::GuardedSide;
 
 namespace {
 
-template <class T> T ReadAt(const GuardedBlocks<T>& blocks, std::ptrdiff_t index) {
+template <class T>
+T ReadAt(const GuardedBlocks<T>& blocks, std::ptrdiff_t index) {
     const volatile T* element = blocks.data() + index;
     return *element;
 }

@@ -64,18 +64,10 @@ private:
     Picture MakeGround() {
         Picture ground(_script.columns, _script.rows);
         switch (_script.ground) {
-            case GroundKind::Flat:
-                Fill(ground, ground.Whole(), 100);
-                break;
-            case GroundKind::Texture:
-                ground = Texture(_script.columns, _script.rows, _random, 30, 200);
-                break;
-            case GroundKind::Checkerboard:
-                ground = Checkerboard(_script.columns, _script.rows, 80, 140);
-                break;
-            case GroundKind::Lattice:
-                ground = Lattice(_script.columns, _script.rows, 4, 150, 90);
-                break;
+            case GroundKind::Flat: Fill(ground, ground.Whole(), 100); break;
+            case GroundKind::Texture: ground = Texture(_script.columns, _script.rows, _random, 30, 200); break;
+            case GroundKind::Checkerboard: ground = Checkerboard(_script.columns, _script.rows, 80, 140); break;
+            case GroundKind::Lattice: ground = Lattice(_script.columns, _script.rows, 4, 150, 90); break;
         }
         return ground;
     }

@@ -7,12 +7,12 @@
 
 #include "RecordLayout.h"
 
-#define EXPECT(condition)                                                       \
-    do {                                                                        \
-        if (!(condition)) {                                                     \
+#define EXPECT(condition)                                                           \
+    do {                                                                            \
+        if (!(condition)) {                                                         \
             fprintf(stderr, "%s:%d: not so: %s\n", __FILE__, __LINE__, #condition); \
-            return 1;                                                           \
-        }                                                                       \
+            return 1;                                                               \
+        }                                                                           \
     } while (0)
 
 enum { columns = 12, rows = 9, blocks = columns * rows };

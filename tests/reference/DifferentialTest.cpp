@@ -15,7 +15,7 @@
 
 namespace Reference {
 static void PrintTo(const PlantedFault& fault, std::ostream* out) { *out << fault.name; }
-} // namespace Reference
+}  // namespace Reference
 
 namespace {
 
@@ -41,8 +41,7 @@ bool IsReplay() { return Variable("COREMD_DIFF_SEED").has_value(); }
 class Differential : public testing::TestWithParam<int> {};
 
 TEST_P(Differential, LibraryEqualsModel) {
-    if (IsReplay())
-        GTEST_SKIP() << "one seed is replayed";
+    if (IsReplay()) GTEST_SKIP() << "one seed is replayed";
     long long framesLeft = Variable("COREMD_DIFF_FRAMES").value_or(defaultFrames) / shards;
     int failures = 0;
     for (std::uint64_t seed = static_cast<std::uint64_t>(GetParam()) * seedsPerShard; framesLeft > 0; ++seed) {
@@ -59,8 +58,7 @@ TEST_P(Differential, LibraryEqualsModel) {
 INSTANTIATE_TEST_SUITE_P(Shards, Differential, testing::Range(0, shards));
 
 TEST(DifferentialReplay, OneSeed) {
-    if (!IsReplay())
-        GTEST_SKIP() << "COREMD_DIFF_SEED names no seed";
+    if (!IsReplay()) GTEST_SKIP() << "COREMD_DIFF_SEED names no seed";
     SideBySide run(static_cast<std::uint64_t>(*Variable("COREMD_DIFF_SEED")));
     const int frames = static_cast<int>(Variable("COREMD_DIFF_FRAMES").value_or(run.Frames()));
     const auto difference = run.Play(frames);
@@ -70,23 +68,19 @@ TEST(DifferentialReplay, OneSeed) {
 
 // Two detectors in one process: their frames take turns.
 TEST(DifferentialPairs, ShareNothing) {
-    if (IsReplay())
-        GTEST_SKIP() << "one seed is replayed";
+    if (IsReplay()) GTEST_SKIP() << "one seed is replayed";
     for (std::uint64_t seed = shards * seedsPerShard; seed < shards * seedsPerShard + 8; seed += 2) {
         SideBySide first(seed), second(seed + 1);
         for (int frame = std::min(first.Frames(), second.Frames()); frame > 0; --frame)
             for (SideBySide* run : {&first, &second})
-                if (const auto difference = run->Play(1))
-                    FAIL() << *difference;
+                if (const auto difference = run->Play(1)) FAIL() << *difference;
     }
 }
 
 // The streams are the same in every build: the rules that they reach are counted where that is quick.
 TEST(DifferentialStreams, ReachEveryRule) {
-    if (IsReplay())
-        GTEST_SKIP() << "one seed is replayed";
-    if (isSlowBuild)
-        GTEST_SKIP() << "counted in optimised builds";
+    if (IsReplay()) GTEST_SKIP() << "one seed is replayed";
+    if (isSlowBuild) GTEST_SKIP() << "counted in optimised builds";
     constexpr std::uint64_t framesPerShard = defaultFrames / shards;
     RuleCounters counters;
     for (std::uint64_t shard = 0; shard < shards; ++shard)
@@ -106,10 +100,8 @@ TEST(DifferentialStreams, ReachEveryRule) {
 class Planted : public testing::TestWithParam<Reference::PlantedFault> {};
 
 TEST_P(Planted, FaultIsNoticed) {
-    if (IsReplay())
-        GTEST_SKIP() << "one seed is replayed";
-    if (isSlowBuild)
-        GTEST_SKIP() << "looked for in optimised builds";
+    if (IsReplay()) GTEST_SKIP() << "one seed is replayed";
+    if (isSlowBuild) GTEST_SKIP() << "looked for in optimised builds";
     Reference::Rules rules;
     GetParam().plant(rules);
     constexpr long long enough = 100'000;
@@ -128,4 +120,4 @@ TEST_P(Planted, FaultIsNoticed) {
 INSTANTIATE_TEST_SUITE_P(Faults, Planted, testing::ValuesIn(Reference::PlantedFaults()),
                          [](const auto& instance) { return std::string(instance.param.name); });
 
-} // namespace
+}  // namespace

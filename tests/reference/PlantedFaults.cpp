@@ -78,4 +78,4 @@ const std::vector<PlantedFault>& PlantedFaults() {
     return faults;
 }
 
-} // namespace Reference
+}  // namespace Reference

@@ -9,10 +9,10 @@
 namespace Reference {
 
 struct PlantedFault {
-    const char* name; // letters and digits: part of a test's name
+    const char* name;  // letters and digits: part of a test's name
     void (*plant)(Rules& rules);
 };
 
 const std::vector<PlantedFault>& PlantedFaults();
 
-} // namespace Reference
+}  // namespace Reference

@@ -9,8 +9,7 @@
 namespace Reference {
 
 void Model::UpdateBackground() {
-    if (!IsFilled() || SkipsThisFrame())
-        return;
+    if (!IsFilled() || SkipsThisFrame()) return;
     if (_isPartial && !_isPartialIFrame) {
         Count(Rule::partialPFrameTeachesNothing);
         return;
@@ -22,17 +21,13 @@ void Model::UpdateBackground() {
         }
         Block& block = _blocks[i];
         block.isStable = IsStable(_statistics[i]);
-        if (block.isStable)
-            block.noise = NoiseOf(_statistics[i]);
+        if (block.isStable) block.noise = NoiseOf(_statistics[i]);
         TestChange(i);
-        if (block.isStable)
-            Learn(i);
+        if (block.isStable) Learn(i);
         if (HasTimedOut(block)) {
-            if (block.isBackground)
-                Count(Rule::backgroundTimeout);
+            if (block.isBackground) Count(Rule::backgroundTimeout);
             block.isBackground = false;
-            if (!_rules.timeoutKeepsNoise)
-                block.noise = _rules.startNoise;
+            if (!_rules.timeoutKeepsNoise) block.noise = _rules.startNoise;
         }
     }
 }
@@ -63,8 +58,7 @@ bool Model::IsStable(const Statistics& s) {
             return false;
         }
     Count(Rule::stable);
-    if (std::fabs(s.first.sum - s.second.sum) == _rules.sumLimit)
-        Count(Rule::stableSumBorder);
+    if (std::fabs(s.first.sum - s.second.sum) == _rules.sumLimit) Count(Rule::stableSumBorder);
     return true;
 }
 
@@ -96,8 +90,7 @@ void Model::TestChange(std::size_t index) {
     static constexpr Rule rules[3] = {Rule::changedSinceAge1, Rule::changedSinceAge2, Rule::changedSinceAge4};
     block.isMotion = false;
     for (std::size_t i = 0; i < 3; ++i) {
-        if (difference(_rules.changeAges[i]) == limit)
-            Count(Rule::changeBorder);
+        if (difference(_rules.changeAges[i]) == limit) Count(Rule::changeBorder);
         if (difference(_rules.changeAges[i]) > limit) {
             Count(rules[i]);
             block.isMotion = true;
@@ -113,8 +106,8 @@ void Model::TestChange(std::size_t index) {
 void Model::Learn(std::size_t index) {
     Block& block = _blocks[index];
     const Statistics& s = _statistics[index];
-    const float mean = _rules.meanInOneStep ? (s.first.sum + s.second.sum) * 0.1f
-                                            : (s.first.sum * 0.2f + s.second.sum * 0.2f) * 0.5f;
+    const float mean =
+        _rules.meanInOneStep ? (s.first.sum + s.second.sum) * 0.1f : (s.first.sum * 0.2f + s.second.sum * 0.2f) * 0.5f;
     if (_longTimes && block.isBackground) {
         LearnSlowly(block, mean, index);
         return;
@@ -122,10 +115,8 @@ void Model::Learn(std::size_t index) {
     if (block.isBackground) {
         const bool near = IsMeanNear(block, mean);
         Count(near ? Rule::backgroundRefreshed : Rule::backgroundTooFar);
-        if (near)
-            SetBackground(block, mean, index);
-        if (_rules.candidateOnlyWhenLearning)
-            return;
+        if (near) SetBackground(block, mean, index);
+        if (_rules.candidateOnlyWhenLearning) return;
     }
     TryCandidate(block, mean, index);
 }
@@ -144,18 +135,15 @@ void Model::LearnSlowly(Block& block, float mean, std::size_t index) {
         TryCandidate(block, mean, index);
         return;
     }
-    if (RenewSample(block, mean))
-        Count(Rule::backgroundLongSampled);
+    if (RenewSample(block, mean)) Count(Rule::backgroundLongSampled);
 }
 
 void Model::TryCandidate(Block& block, float mean, std::size_t index) {
     const Ticks quiet = Since(block.lastChange);
     const Ticks sampleAge = Since(block.sampleTime);
-    if (quiet == _rules.quietTime)
-        Count(Rule::candidateQuietBorder);
+    if (quiet == _rules.quietTime) Count(Rule::candidateQuietBorder);
     if (quiet > _rules.quietTime) {
-        if (sampleAge == _rules.sampleLifetime + 1)
-            Count(Rule::candidateSampleOldBorder);
+        if (sampleAge == _rules.sampleLifetime + 1) Count(Rule::candidateSampleOldBorder);
         if (sampleAge > _rules.sampleLifetime) {
             Count(Rule::candidateSampleOld);
             TakeSample(block, mean);
@@ -163,14 +151,12 @@ void Model::TryCandidate(Block& block, float mean, std::size_t index) {
         }
         if (std::fabs(mean - block.sample) <= _rules.meanLimit) {
             Count(block.isBackground ? Rule::candidateConfirmedAgain : Rule::candidateConfirmed);
-            if (sampleAge <= _rules.sampleInterval)
-                Count(Rule::candidateConfirmedYoung);
+            if (sampleAge <= _rules.sampleInterval) Count(Rule::candidateConfirmedYoung);
             const int before = block.backgroundY;
             const bool wasBackground = block.isBackground;
             block.isBackground = true;
             SetBackground(block, mean, index);
-            if (wasBackground && before != block.backgroundY)
-                Count(Rule::candidateReplaced);
+            if (wasBackground && before != block.backgroundY) Count(Rule::candidateReplaced);
             RenewSample(block, mean);
             return;
         }
@@ -182,8 +168,7 @@ void Model::TryCandidate(Block& block, float mean, std::size_t index) {
 }
 
 bool Model::RenewSample(Block& block, float mean) {
-    if (Since(block.sampleTime) <= _rules.sampleInterval)
-        return false;
+    if (Since(block.sampleTime) <= _rules.sampleInterval) return false;
     TakeSample(block, mean);
     return true;
 }
@@ -202,15 +187,13 @@ void Model::SetBackground(Block& block, float mean, std::size_t index) {
 
 bool Model::IsMeanNear(const Block& block, float mean) {
     const float distance = std::fabs(static_cast<float>(block.backgroundY) - mean);
-    if (distance == _rules.meanLimit)
-        Count(Rule::backgroundMeanBorder);
+    if (distance == _rules.meanLimit) Count(Rule::backgroundMeanBorder);
     return distance <= _rules.meanLimit;
 }
 
 bool Model::HasTimedOut(const Block& block) {
     const Ticks age = Since(block.backgroundTime);
-    if (block.isBackground && age == _rules.backgroundLifetime)
-        Count(Rule::backgroundTimeoutBorder);
+    if (block.isBackground && age == _rules.backgroundLifetime) Count(Rule::backgroundTimeoutBorder);
     return age > _rules.backgroundLifetime;
 }
 
@@ -224,8 +207,7 @@ void Model::LearnPartial(std::size_t index) {
         block.sampleTime = _now;
         const Ticks limit = _longTimes ? _rules.partialLongQuietTime : _rules.partialQuietTime;
         const Ticks quiet = Since(block.lastChange);
-        if (quiet == limit)
-            Count(Rule::partialQuietBorder);
+        if (quiet == limit) Count(Rule::partialQuietBorder);
         if (quiet > limit) {
             Count(_longTimes ? Rule::partialConfirmedLong : Rule::partialConfirmed);
             block.isBackground = true;
@@ -242,11 +224,9 @@ void Model::LearnPartial(std::size_t index) {
         Count(Rule::partialNoisy);
     }
     if (HasTimedOut(block)) {
-        if (block.isBackground)
-            Count(Rule::partialTimeout);
+        if (block.isBackground) Count(Rule::partialTimeout);
         block.isBackground = false;
-        if (_rules.partialTimeoutResetsNoise)
-            block.noise = _rules.startNoise;
+        if (_rules.partialTimeoutResetsNoise) block.noise = _rules.startNoise;
     }
 }
 
@@ -255,14 +235,12 @@ void Model::LearnPartial(std::size_t index) {
 int Model::Background(std::uint8_t* image, std::int32_t* mask) {
     if (_blocks.empty()) {
         Count(Rule::pictureNone);
-        return -1; // any negative value
+        return -1;  // any negative value
     }
-    const auto shift16 = [](int value) { return value >> 16; }; // rounds down, below zero too
+    const auto shift16 = [](int value) { return value >> 16; };  // rounds down, below zero too
     const auto clamp = [&](int value) {
-        if (value < 0)
-            Count(Rule::pictureClampedLow);
-        if (value > 255)
-            Count(Rule::pictureClampedHigh);
+        if (value < 0) Count(Rule::pictureClampedLow);
+        if (value > 255) Count(Rule::pictureClampedHigh);
         return static_cast<std::uint8_t>(std::clamp(value, 0, 255));
     };
     for (std::size_t i = 0; i < BlockCount(); ++i) {
@@ -284,4 +262,4 @@ int Model::Background(std::uint8_t* image, std::int32_t* mask) {
     return 0;
 }
 
-} // namespace Reference
+}  // namespace Reference

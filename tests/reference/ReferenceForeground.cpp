@@ -14,23 +14,20 @@ void Model::FindForeground(const DetectionInfo& info) {
     } else if (_isMpeg4 && !_isIFrame) {
         FindMpeg4(info);
     } else {
-        if (_isMpeg4)
-            Count(Rule::mpeg4IFrame);
+        if (_isMpeg4) Count(Rule::mpeg4IFrame);
         FindStandard();
     }
 }
 
 bool Model::LumaMoves(int luma, int reference, float noise) {
     const float difference = static_cast<float>(std::abs(luma - reference));
-    if (difference == noise)
-        Count(Rule::lumaBorder);
+    if (difference == noise) Count(Rule::lumaBorder);
     return difference > noise;
 }
 
 bool Model::ChromaMoves(int chroma, int reference) {
     const int difference = std::abs(chroma - reference);
-    if (difference == _rules.chromaLimit)
-        Count(Rule::chromaBorder);
+    if (difference == _rules.chromaLimit) Count(Rule::chromaBorder);
     return difference > _rules.chromaLimit;
 }
 
@@ -44,24 +41,18 @@ void Model::FindStandard() {
         const bool cb = ChromaMoves(newest.cb[i], known ? block.backgroundCb : previous.cb[i]);
         const bool cr = ChromaMoves(newest.cr[i], known ? block.backgroundCr : previous.cr[i]);
         block.isObject = luma || cb || cr;
-        if (_rules.standardWritesMotion)
-            block.isMotion = block.isObject;
-        if (luma)
-            Count(known ? Rule::standardBackgroundLuma : Rule::standardPreviousLuma);
-        else if (cb)
-            Count(known ? Rule::standardBackgroundCb : Rule::standardPreviousCb);
-        else if (cr)
-            Count(known ? Rule::standardBackgroundCr : Rule::standardPreviousCr);
-        else
-            Count(known ? Rule::standardBackgroundNone : Rule::standardPreviousNone);
+        if (_rules.standardWritesMotion) block.isMotion = block.isObject;
+        if (luma) Count(known ? Rule::standardBackgroundLuma : Rule::standardPreviousLuma);
+        else if (cb) Count(known ? Rule::standardBackgroundCb : Rule::standardPreviousCb);
+        else if (cr) Count(known ? Rule::standardBackgroundCr : Rule::standardPreviousCr);
+        else Count(known ? Rule::standardBackgroundNone : Rule::standardPreviousNone);
     }
 }
 
 void Model::FindMpeg4(const DetectionInfo& info) {
     if (info.mpeg4ReferenceLuma == nullptr) {
         Count(Rule::mpeg4NoReference);
-        if (_rules.noReferenceClears)
-            ClearMasks();
+        if (_rules.noReferenceClears) ClearMasks();
         return;
     }
     const Picture& newest = _history[0];
@@ -90,8 +81,7 @@ void Model::FindPartial() {
         Count(Rule::partialTooEarly);
         return;
     }
-    if (!IsFilled())
-        Count(Rule::partialBeforeFilled);
+    if (!IsFilled()) Count(Rule::partialBeforeFilled);
 
     FrameMachine& machine = _frameMachine;
     if (!machine.isInitialised) {
@@ -102,26 +92,22 @@ void Model::FindPartial() {
     }
     if (_isPartialIFrame) {
         const Ticks withoutPFrame = Since(machine.lastPFrame);
-        if (!machine.analysesIFrames && withoutPFrame == _rules.iFrameLimit)
-            Count(Rule::iFrameLimitBorder);
+        if (!machine.analysesIFrames && withoutPFrame == _rules.iFrameLimit) Count(Rule::iFrameLimitBorder);
         if (!machine.analysesIFrames && withoutPFrame > _rules.iFrameLimit) {
             Count(Rule::turnedOnByIFrames);
             machine.analysesIFrames = true;
             machine.motionCount = 0;
         }
         Count(machine.analysesIFrames ? Rule::iFrameAnalysed : Rule::iFrameIgnored);
-        if (machine.analysesIFrames)
-            FindInIFrame();
-        else if (_rules.ignoredIFrameClears)
-            ClearMasks();
+        if (machine.analysesIFrames) FindInIFrame();
+        else if (_rules.ignoredIFrameClears) ClearMasks();
         return;
     }
     FindInPFrame();
     machine.lastPFrame = _now;
     if (!machine.analysesIFrames) {
         const Ticks withoutMotion = Since(machine.lastMotion);
-        if (withoutMotion == _rules.noMotionLimit)
-            Count(Rule::noMotionLimitBorder);
+        if (withoutMotion == _rules.noMotionLimit) Count(Rule::noMotionLimitBorder);
         if (withoutMotion > _rules.noMotionLimit) {
             Count(Rule::turnedOnByPFrames);
             machine.analysesIFrames = true;
@@ -134,13 +120,11 @@ void Model::FindPartial() {
 }
 
 void Model::ClearMasks() {
-    for (Block& block : _blocks)
-        block.isObject = block.isMotion = false;
+    for (Block& block : _blocks) block.isObject = block.isMotion = false;
 }
 
 bool Model::IsInRange(int reference) {
-    if (reference == _rules.darkest || reference == _rules.brightest)
-        Count(Rule::pFrameRangeBorder);
+    if (reference == _rules.darkest || reference == _rules.brightest) Count(Rule::pFrameRangeBorder);
     return reference >= _rules.darkest && reference <= _rules.brightest;
 }
 
@@ -154,14 +138,10 @@ void Model::FindInIFrame() {
                                   : (inRange ? _rules.interframeLimit : _rules.interframeOutOfRangeLimit);
         const bool moves = static_cast<float>(std::abs(_history[0].luma[i] - reference)) > limit;
         block.isObject = block.isMotion = moves;
-        if (known && inRange)
-            Count(moves ? Rule::iFrameBackgroundMoves : Rule::iFrameBackgroundRests);
-        else if (known)
-            Count(moves ? Rule::iFrameBackgroundOutMoves : Rule::iFrameBackgroundOutRests);
-        else if (inRange)
-            Count(moves ? Rule::iFramePreviousMoves : Rule::iFramePreviousRests);
-        else
-            Count(moves ? Rule::iFramePreviousOutMoves : Rule::iFramePreviousOutRests);
+        if (known && inRange) Count(moves ? Rule::iFrameBackgroundMoves : Rule::iFrameBackgroundRests);
+        else if (known) Count(moves ? Rule::iFrameBackgroundOutMoves : Rule::iFrameBackgroundOutRests);
+        else if (inRange) Count(moves ? Rule::iFramePreviousMoves : Rule::iFramePreviousRests);
+        else Count(moves ? Rule::iFramePreviousOutMoves : Rule::iFramePreviousOutRests);
     }
 }
 
@@ -174,14 +154,11 @@ void Model::FindInPFrame() {
         const bool moves = static_cast<float>(std::abs(_pFrame.luma[i] - reference)) > limit;
         _blocks[i].isObject = _blocks[i].isMotion = moves;
         moving += moves ? 1 : 0;
-        if (inRange)
-            Count(moves ? Rule::pFrameMoves : Rule::pFrameRests);
-        else
-            Count(moves ? Rule::pFrameOutMoves : Rule::pFrameOutRests);
+        if (inRange) Count(moves ? Rule::pFrameMoves : Rule::pFrameRests);
+        else Count(moves ? Rule::pFrameOutMoves : Rule::pFrameOutRests);
     }
     Count(moving == 0 ? Rule::pFrameStill : Rule::pFrameMotion);
-    if (moving == 0)
-        return;
+    if (moving == 0) return;
     _frameMachine.lastMotion = _now;
     if (_frameMachine.analysesIFrames) {
         Count(Rule::pFrameMotionCounted);
@@ -189,4 +166,4 @@ void Model::FindInPFrame() {
     }
 }
 
-} // namespace Reference
+}  // namespace Reference

@@ -9,7 +9,7 @@
 namespace Reference {
 
 int Model::StartPhase(int drawn) {
-    return static_cast<int>(static_cast<std::uint32_t>(drawn) * 6u / 2147483647u); // the product wraps
+    return static_cast<int>(static_cast<std::uint32_t>(drawn) * 6u / 2147483647u);  // the product wraps
 }
 
 void Model::SetLimit(int value) {
@@ -27,18 +27,15 @@ void Model::Detect(const DetectionInfo& info) {
     _isIFrame = info.isIFrame != 0;
     _isPartial = info.isH264Partly != 0;
     _isPartialIFrame = info.isH264PartlyIFrame != 0;
-    if (MustStartAfresh(info))
-        StartAfresh(info);
+    if (MustStartAfresh(info)) StartAfresh(info);
     _now = info.timestamp;
     TakePicture(info);
     _results.assign(BlockCount(), 0);
     UpdateBackground();
     FindForeground(info);
-    if (_detectShadow)
-        RemoveShadows();
+    if (_detectShadow) RemoveShadows();
     _objects.clear();
-    if (_zones.empty())
-        Count(Rule::zoneNone);
+    if (_zones.empty()) Count(Rule::zoneNone);
     for (std::size_t zone = 0; zone < _zones.size(); ++zone) {
         ProcessZone(zone);
         _objects.insert(_objects.end(), _zoneObjects.begin(), _zoneObjects.end());
@@ -55,10 +52,8 @@ int Model::Summary(MDResultInfo& out) {
 }
 
 ZoneResult Model::Result() {
-    if (!IsFilled())
-        return {};
-    if (_zones.empty())
-        Count(Rule::readAfterRemoval);
+    if (!IsFilled()) return {};
+    if (_zones.empty()) Count(Rule::readAfterRemoval);
     Count(_objects.empty() ? Rule::resultEmpty : _objects.size() == 1 ? Rule::resultOne : Rule::resultSeveral);
     return {COREMD_DELIVERED, &_objects, &_labels, &_results};
 }
@@ -75,8 +70,7 @@ bool Model::MustStartAfresh(const DetectionInfo& info) {
         return true;
     }
     Count(Rule::buffersKept);
-    if (_now == info.timestamp)
-        Count(Rule::buffersEqualTime);
+    if (_now == info.timestamp) Count(Rule::buffersEqualTime);
     const bool sameRate = info.fps == _fps || (std::isnan(info.fps) && std::isnan(_fps));
     if (!sameRate || (info.detectShadow != 0) != _detectShadow || (info.isMPEG4 != 0) != _isMpeg4)
         Count(Rule::buffersSettingsIgnored);
@@ -103,13 +97,10 @@ void Model::StartAfresh(const DetectionInfo& info) {
     _pFrame = Picture();
     _zoneObjects.clear();
     _objects.clear();
-    for (Zone& zone : _zones)
-        Fit(zone);
+    for (Zone& zone : _zones) Fit(zone);
 
-    if (_rules.restartResetsSkipping)
-        _skipPhase = _skipCounter = 0;
-    if (_rules.restartResetsFrameMachine)
-        _frameMachine = FrameMachine();
+    if (_rules.restartResetsSkipping) _skipPhase = _skipCounter = 0;
+    if (_rules.restartResetsFrameMachine) _frameMachine = FrameMachine();
 }
 
 // ---------------------------------------------------------------------------------------------------------- history
@@ -125,15 +116,11 @@ void Model::TakePicture(const DetectionInfo& info) {
         return;
     }
     _history.push_front(std::move(picture));
-    if (_history.size() > historyLength)
-        _history.pop_back();
+    if (_history.size() > historyLength) _history.pop_back();
     ++_framesSeen;
-    if (_framesSeen == historyLength)
-        Count(Rule::historyFilled);
-    if (IsFilled())
-        UpdateStatistics();
-    else
-        Count(Rule::historyNotFilled);
+    if (_framesSeen == historyLength) Count(Rule::historyFilled);
+    if (IsFilled()) UpdateStatistics();
+    else Count(Rule::historyNotFilled);
 }
 
 // In partial-H.264 mode only the first window follows the frames; the others keep what they last held, and the extremes are
@@ -142,16 +129,14 @@ void Model::UpdateStatistics() {
     const bool begins = _framesSeen == historyLength || _lastWasPartial != _isPartial;
     if (_framesSeen > historyLength && _lastWasPartial != _isPartial)
         Count(_isPartial ? Rule::historyPartialRebuild : Rule::historyStandardRebuild);
-    else
-        Count(_isPartial ? Rule::historyPartialStep : Rule::historyStandardStep);
+    else Count(_isPartial ? Rule::historyPartialStep : Rule::historyStandardStep);
     _lastWasPartial = _isPartial;
 
     for (std::size_t i = 0; i < BlockCount(); ++i) {
         Statistics& statistics = _statistics[i];
         statistics.first = SumUp(i, 0, 4);
         if (_isPartial) {
-            if (begins)
-                FoldExtremes(i, 4);
+            if (begins) FoldExtremes(i, 4);
         } else {
             statistics.second = SumUp(i, 5, 9);
             statistics.center = SumUp(i, 2, 6);
@@ -169,7 +154,7 @@ Model::Window Model::SumUp(std::size_t block, std::size_t firstAge, std::size_t 
         sum += luma;
         squares += luma * luma;
     }
-    return {static_cast<float>(sum), static_cast<float>(squares)}; // exact: both are below 2^24
+    return {static_cast<float>(sum), static_cast<float>(squares)};  // exact: both are below 2^24
 }
 
 void Model::FoldExtremes(std::size_t block, std::size_t lastAge) {
@@ -186,10 +171,8 @@ void Model::FoldExtremes(std::size_t block, std::size_t lastAge) {
 // The time from `then` to now; wraps around in 64 bits where the two are too far apart.
 Ticks Model::Since(Ticks then) {
     const Ticks elapsed = static_cast<Ticks>(static_cast<std::uint64_t>(_now) - static_cast<std::uint64_t>(then));
-    if (_now < then)
-        Count(Rule::timeBelowZero);
-    else if (elapsed < 0)
-        Count(Rule::timeWraps);
+    if (_now < then) Count(Rule::timeBelowZero);
+    else if (elapsed < 0) Count(Rule::timeWraps);
     return elapsed;
 }
 
@@ -197,10 +180,8 @@ bool Model::SkipsThisFrame() {
     if (!_detectShadow && _skipPhase != 0) {
         const double seconds = static_cast<double>(Since(_lastPassed)) / 10000000.0;
         const double intervals = seconds * _fps;
-        if (intervals == _rules.skipUpTo)
-            Count(Rule::skipExactInterval);
-        if (std::isnan(intervals))
-            Count(Rule::skipNotANumber);
+        if (intervals == _rules.skipUpTo) Count(Rule::skipExactInterval);
+        if (std::isnan(intervals)) Count(Rule::skipNotANumber);
         if (_rules.skipUpTo >= intervals) {
             Count(Rule::skipTooSoon);
             return true;
@@ -214,8 +195,7 @@ bool Model::SkipsThisFrame() {
                               : Rule::skipPhaseZeroCounts);
         return false;
     }
-    if (_skipPhase == 0 && !_detectShadow)
-        Count(Rule::skipPhaseZeroEnds);
+    if (_skipPhase == 0 && !_detectShadow) Count(Rule::skipPhaseZeroEnds);
     _skipCounter = 0;
     _skipPhase = (_skipPhase + 1) % _rules.phases;
     static constexpr std::array<Rule, 6> begins = {Rule::skipPhaseWrap,  Rule::skipPhaseOne,  Rule::skipPhaseTwo,
@@ -224,11 +204,10 @@ bool Model::SkipsThisFrame() {
     if (_isMpeg4) {
         _isIFrame = _skipPhase == 0;
         if (_skipPhase == 0 && !_rules.wrapKeepsBackground)
-            for (Block& block : _blocks)
-                block.isBackground = block.isStable = false;
+            for (Block& block : _blocks) block.isBackground = block.isStable = false;
         Count(_skipPhase == 0 ? Rule::skipIFrameForcedOn : Rule::skipIFrameForcedOff);
     }
     return false;
 }
 
-} // namespace Reference
+}  // namespace Reference

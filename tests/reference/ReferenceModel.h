@@ -20,17 +20,17 @@ struct Cell {
 };
 
 struct MotionObject {
-    std::vector<Cell> cells; // in the order in which they were found
+    std::vector<Cell> cells;  // in the order in which they were found
     int left = 0, right = 0, top = 0, bottom = 0;
-    std::size_t zone = 0; // position of the zone that found it; of the absorbing object after a merge
+    std::size_t zone = 0;  // position of the zone that found it; of the absorbing object after a merge
 };
 
 // What h19 and h18 deliver.
 struct ZoneResult {
-    int status = COREMD_NOT_READY; // the rest is meaningful when COREMD_DELIVERED
+    int status = COREMD_NOT_READY;  // the rest is meaningful when COREMD_DELIVERED
     const std::vector<MotionObject>* objects = nullptr;
-    const std::vector<std::uint16_t>* labels = nullptr; // [block] 1-based position of the block's object, 0: none
-    const std::vector<std::uint8_t>* results = nullptr; // [block] 0; with shadow detection 1: motion, 2: shadow
+    const std::vector<std::uint16_t>* labels = nullptr;  // [block] 1-based position of the block's object, 0: none
+    const std::vector<std::uint8_t>* results = nullptr;  // [block] 0; with shadow detection 1: motion, 2: shadow
 };
 
 class Model {
@@ -38,28 +38,28 @@ public:
     // `startPhase`: the phase of frame skipping that the detector draws when it is made.
     explicit Model(int startPhase, const Rules& rules = {}) : _rules(rules), _skipPhase(startPhase) {}
 
-    static int StartPhase(int drawn); // from the value that rand() gave
+    static int StartPhase(int drawn);  // from the value that rand() gave
 
-    void AddZone(const MDZoneInfo& info);                             // h12
-    void RemoveAllZones() { _zones.clear(); }                         // h11
-    void Detect(const DetectionInfo& info);                           // h13
-    int Summary(MDResultInfo& out);                                   // h17
-    ZoneResult Result();                                              // h19, and h18 for every object
-    int Background(std::uint8_t* image, std::int32_t* mask);          // h33
-    void SetLimit(int value);                                         // h35
-    void SetLongTimes(int value);                                     // h36
+    void AddZone(const MDZoneInfo& info);                     // h12
+    void RemoveAllZones() { _zones.clear(); }                 // h11
+    void Detect(const DetectionInfo& info);                   // h13
+    int Summary(MDResultInfo& out);                           // h17
+    ZoneResult Result();                                      // h19, and h18 for every object
+    int Background(std::uint8_t* image, std::int32_t* mask);  // h33
+    void SetLimit(int value);                                 // h35
+    void SetLongTimes(int value);                             // h36
 
     std::size_t BlockCount() const { return _blocks.size(); }
     const RuleCounters& Counters() const { return _counters; }
 
 private:
-    struct Picture { // one frame, [block] each
+    struct Picture {  // one frame, [block] each
         std::vector<std::uint8_t> luma, cb, cr;
     };
-    struct Window { // five frames of one block
+    struct Window {  // five frames of one block
         float sum = 0.0f, squares = 0.0f;
     };
-    struct Statistics { // of one block
+    struct Statistics {  // of one block
         Window first, second, center;
         int minimum = 255, maximum = 0;
     };
@@ -70,17 +70,17 @@ private:
         bool isBackground = false;
         Ticks lastChange = 0, backgroundTime = 0, sampleTime = 0;
         float sample = 0.0f;
-        bool isObject = false; // foreground of this frame
-        bool isMotion = false; // the second foreground mask
+        bool isObject = false;  // foreground of this frame
+        bool isMotion = false;  // the second foreground mask
     };
     struct Zone {
-        std::vector<std::uint8_t> mask; // as the caller gave it
+        std::vector<std::uint8_t> mask;  // as the caller gave it
         int maskWidth = 0, maskHeight = 0;
         float minObjectWidth = 0.0f, minObjectHeight = 0.0f;
-        std::vector<bool> fitted; // [block]; empty until the buffers are made anew
+        std::vector<bool> fitted;  // [block]; empty until the buffers are made anew
         int fittedWidth = 0, fittedHeight = 0;
     };
-    struct FrameMachine { // when I-frames of a partial H.264 stream are analysed
+    struct FrameMachine {  // when I-frames of a partial H.264 stream are analysed
         bool analysesIFrames = false;
         bool isInitialised = false;
         Ticks lastPFrame = 0, lastMotion = 0;
@@ -158,7 +158,7 @@ private:
     // live on when the buffers are made anew
     int _skipPhase;
     int _skipCounter = 0;
-    Ticks _lastPassed = 0; // time of the last frame that frame skipping let through
+    Ticks _lastPassed = 0;  // time of the last frame that frame skipping let through
     FrameMachine _frameMachine;
     bool _lastWasPartial = false;
     bool _limitToMotion = true;
@@ -176,14 +176,14 @@ private:
 
     // made anew
     std::size_t _framesSeen = 0;
-    std::deque<Picture> _history; // newest first, at most 11
-    Picture _pFrame;              // the last P-frame, outside the history
+    std::deque<Picture> _history;  // newest first, at most 11
+    Picture _pFrame;               // the last P-frame, outside the history
     std::vector<Statistics> _statistics;
     std::vector<Block> _blocks;
     std::vector<std::uint16_t> _labels;
     std::vector<std::uint8_t> _results;
-    std::vector<MotionObject> _zoneObjects; // of the zone processed last
-    std::vector<MotionObject> _objects;     // of all zones, merged
+    std::vector<MotionObject> _zoneObjects;  // of the zone processed last
+    std::vector<MotionObject> _objects;      // of all zones, merged
 };
 
-} // namespace Reference
+}  // namespace Reference

@@ -16,8 +16,7 @@ void Model::RemoveShadows() {
     std::vector<Features> features(BlockCount());
     for (int y = 0; y < _height; ++y)
         for (int x = 0; x < _width; ++x)
-            if (examined[IndexOf(x, y)] && _blocks[IndexOf(x, y)].isBackground)
-                features[IndexOf(x, y)] = FeaturesOf(x, y);
+            if (examined[IndexOf(x, y)] && _blocks[IndexOf(x, y)].isBackground) features[IndexOf(x, y)] = FeaturesOf(x, y);
 
     for (int y = 0; y < _height; ++y)
         for (int x = 0; x < _width; ++x) {
@@ -44,8 +43,7 @@ std::vector<bool> Model::Surroundings() const {
         for (int x = 0; x < _width; ++x)
             for (int ny = std::max(y - 1, 0); ny <= std::min(y + 1, _height - 1); ++ny)
                 for (int nx = std::max(x - 1, 0); nx <= std::min(x + 1, _width - 1); ++nx)
-                    if (_blocks[IndexOf(x, y)].isObject)
-                        marked[IndexOf(nx, ny)] = true;
+                    if (_blocks[IndexOf(x, y)].isObject) marked[IndexOf(nx, ny)] = true;
     return marked;
 }
 
@@ -63,15 +61,13 @@ Model::Features Model::FeaturesOf(int x, int y) {
         const int from = x < _width - 1 ? x : x - 1;
         f.backgroundX = static_cast<float>(background(from, y) - background(from + 1, y));
         f.currentX = static_cast<float>(current(from, y) - current(from + 1, y));
-        if (from < x)
-            Count(Rule::shadowLastColumn);
+        if (from < x) Count(Rule::shadowLastColumn);
     }
     if (_height > 1) {
         const int from = y < _height - 1 ? y : y - 1;
         f.backgroundY = static_cast<float>(background(x, from) - background(x, from + 1));
         f.currentY = static_cast<float>(current(x, from) - current(x, from + 1));
-        if (from < y)
-            Count(Rule::shadowLastRow);
+        if (from < y) Count(Rule::shadowLastRow);
     }
     f.cb = ChromaFeature(_history[0].cb[IndexOf(x, y)], _blocks[IndexOf(x, y)].backgroundCb);
     f.cr = ChromaFeature(_history[0].cr[IndexOf(x, y)], _blocks[IndexOf(x, y)].backgroundCr);
@@ -81,11 +77,9 @@ Model::Features Model::FeaturesOf(int x, int y) {
 // Differences up to 6 count in full, larger ones only by what goes beyond 6.
 float Model::ChromaFeature(int chroma, int background) {
     int difference = std::abs(chroma - background);
-    if (difference == _rules.chromaDeadZone)
-        Count(Rule::shadowChromaBorder);
+    if (difference == _rules.chromaDeadZone) Count(Rule::shadowChromaBorder);
     Count(difference > _rules.chromaDeadZone ? Rule::shadowChromaHigh : Rule::shadowChromaLow);
-    if (difference > _rules.chromaDeadZone)
-        difference -= _rules.chromaDeadZone;
+    if (difference > _rules.chromaDeadZone) difference -= _rules.chromaDeadZone;
     return static_cast<float>(difference) * _rules.chromaScale;
 }
 
@@ -95,8 +89,7 @@ float Model::ShadowScore(int x, int y, const std::vector<Features>& features) {
     const int more = _rules.windowIncludesLast ? 1 : 0;
     const int firstRow = std::max(y - 1, 0), endRow = std::min(y + 1, _height - 1) + more;
     const int firstColumn = std::max(x - 1, 0), endColumn = std::min(x + 1, _width - 1) + more;
-    if (firstRow >= endRow || firstColumn >= endColumn)
-        Count(Rule::shadowEmptyWindow);
+    if (firstRow >= endRow || firstColumn >= endColumn) Count(Rule::shadowEmptyWindow);
     float texture = 0.0f, colour = 0.0f;
     for (int row = firstRow; row < endRow; ++row)
         for (int column = firstColumn; column < endColumn; ++column) {
@@ -107,4 +100,4 @@ float Model::ShadowScore(int x, int y, const std::vector<Features>& features) {
     return _rules.textureWeight * texture + _rules.colourWeight * colour;
 }
 
-} // namespace Reference
+}  // namespace Reference

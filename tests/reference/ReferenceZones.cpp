@@ -7,7 +7,7 @@
 
 namespace Reference {
 
-static constexpr std::uint16_t unassigned = 65535; // label of a moving block that no object has taken yet
+static constexpr std::uint16_t unassigned = 65535;  // label of a moving block that no object has taken yet
 
 void Model::AddZone(const MDZoneInfo& info) {
     const std::size_t cells = static_cast<std::size_t>(info.maskWidth) * static_cast<std::size_t>(info.maskHeight);
@@ -46,8 +46,7 @@ void Model::Fit(Zone& zone) {
 }
 
 void Model::ProcessZone(std::size_t zoneIndex) {
-    if (!IsFilled())
-        return;
+    if (!IsFilled()) return;
     const Zone& zone = _zones[zoneIndex];
     _zoneObjects.clear();
     std::vector<Cell> moving;
@@ -56,16 +55,13 @@ void Model::ProcessZone(std::size_t zoneIndex) {
             const std::size_t i = IndexOf(x, y);
             const bool moves = zone.fitted[i] && _blocks[i].isObject;
             _labels[i] = moves ? unassigned : 0;
-            if (moves)
-                moving.push_back({x, y});
+            if (moves) moving.push_back({x, y});
         }
     Count(moving.empty() ? Rule::zoneStill : Rule::zoneMoving);
-    if (moving.empty())
-        return;
+    if (moving.empty()) return;
 
     for (const Cell seed : moving) {
-        if (_labels[IndexOf(seed.x, seed.y)] != unassigned)
-            continue;
+        if (_labels[IndexOf(seed.x, seed.y)] != unassigned) continue;
         const std::vector<Cell> cells = Grow(seed, static_cast<std::uint16_t>(_zoneObjects.size() + 1));
         MotionObject object;
         object.zone = zoneIndex;
@@ -78,14 +74,11 @@ void Model::ProcessZone(std::size_t zoneIndex) {
                 continue;
             }
             _labels[IndexOf(cell.x, cell.y)] = 0;
-            if (!(hasBox ? _rules.trimKeepsResultMap : _rules.discardKeepsResultMap))
-                _results[IndexOf(cell.x, cell.y)] = 0;
-            if (hasBox)
-                Count(Rule::objectTrimmed);
+            if (!(hasBox ? _rules.trimKeepsResultMap : _rules.discardKeepsResultMap)) _results[IndexOf(cell.x, cell.y)] = 0;
+            if (hasBox) Count(Rule::objectTrimmed);
         }
         Count(hasBox ? Rule::objectKept : Rule::objectDiscarded);
-        if (hasBox)
-            _zoneObjects.push_back(std::move(object));
+        if (hasBox) _zoneObjects.push_back(std::move(object));
     }
     RemoveSmallObjects(zone);
 }
@@ -99,20 +92,16 @@ std::vector<Cell> Model::Grow(Cell seed, std::uint16_t label) {
         const Cell at = cells[next];
         for (int row = -_rules.rowsReached; row <= _rules.rowsReached; ++row) {
             const int y = _rules.neighboursBottomUp ? at.y - row : at.y + row;
-            if (y < 0 || y >= _height)
-                continue;
+            if (y < 0 || y >= _height) continue;
             const int reach = y == at.y ? _rules.reachOnRow : _rules.reachOnNextRow;
             for (int x = std::max(at.x - reach, 0); x <= std::min(at.x + reach, _width - 1); ++x) {
                 std::uint16_t& neighbour = _labels[IndexOf(x, y)];
                 if (neighbour != unassigned) {
-                    if (neighbour != 0)
-                        Count(Rule::growBlocked);
+                    if (neighbour != 0) Count(Rule::growBlocked);
                     continue;
                 }
-                if (std::abs(x - at.x) == 2)
-                    Count(Rule::growAcrossGap);
-                if (x != at.x && y != at.y)
-                    Count(Rule::growDiagonal);
+                if (std::abs(x - at.x) == 2) Count(Rule::growAcrossGap);
+                if (x != at.x && y != at.y) Count(Rule::growDiagonal);
                 neighbour = label;
                 cells.push_back({x, y});
             }
@@ -126,8 +115,7 @@ std::vector<Cell> Model::Grow(Cell seed, std::uint16_t label) {
 bool Model::FindBox(const std::vector<Cell>& cells, MotionObject& object) {
     bool found = false;
     for (const Cell cell : cells) {
-        if (_limitToMotion && !_longTimes && !_blocks[IndexOf(cell.x, cell.y)].isMotion)
-            continue;
+        if (_limitToMotion && !_longTimes && !_blocks[IndexOf(cell.x, cell.y)].isMotion) continue;
         object.left = found ? std::min(object.left, cell.x) : cell.x;
         object.right = found ? std::max(object.right, cell.x) : cell.x;
         object.top = found ? std::min(object.top, cell.y) : cell.y;
@@ -147,18 +135,15 @@ void Model::RemoveSmallObjects(const Zone& zone) {
     }
     std::size_t lowest = _zoneObjects.size();
     for (std::size_t i = _zoneObjects.size(); i-- > 0;) {
-        if (!IsSmall(_zoneObjects[i], zone))
-            continue;
+        if (!IsSmall(_zoneObjects[i], zone)) continue;
         for (const Cell cell : _zoneObjects[i].cells) {
             _labels[IndexOf(cell.x, cell.y)] = 0;
-            if (_rules.smallClearsResultMap)
-                _results[IndexOf(cell.x, cell.y)] = 0;
+            if (_rules.smallClearsResultMap) _results[IndexOf(cell.x, cell.y)] = 0;
         }
         _zoneObjects.erase(_zoneObjects.begin() + static_cast<std::ptrdiff_t>(i));
         lowest = i;
     }
-    for (std::size_t i = lowest; i < _zoneObjects.size(); ++i)
-        Count(Rule::smallRenumbered);
+    for (std::size_t i = lowest; i < _zoneObjects.size(); ++i) Count(Rule::smallRenumbered);
     Relabel(_zoneObjects, lowest);
 }
 
@@ -167,11 +152,9 @@ bool Model::IsSmall(const MotionObject& object, const Zone& zone) {
     const float minHeight = std::trunc(static_cast<float>(_height) * zone.minObjectHeight);
     const float width = static_cast<float>(object.right + 1 - object.left);
     const float height = static_cast<float>(object.bottom + 1 - object.top);
-    if (std::isnan(minWidth) || std::isnan(minHeight))
-        Count(Rule::smallNotANumber);
-    if (width == minWidth || height == minHeight)
-        Count(Rule::smallBorder);
-    const bool isNarrow = width < minWidth, isLow = height < minHeight; // never where the minimum is not a number
+    if (std::isnan(minWidth) || std::isnan(minHeight)) Count(Rule::smallNotANumber);
+    if (width == minWidth || height == minHeight) Count(Rule::smallBorder);
+    const bool isNarrow = width < minWidth, isLow = height < minHeight;  // never where the minimum is not a number
     Count(isNarrow ? Rule::smallWidth : isLow ? Rule::smallHeight : Rule::smallKept);
     return isNarrow || isLow;
 }
@@ -185,8 +168,7 @@ void Model::Relabel(const std::vector<MotionObject>& objects, std::size_t firstP
 // -------------------------------------------------------------------------------------------------------------- merge
 
 bool Model::Touch(const MotionObject& a, const MotionObject& b) const {
-    if (_rules.mergeKeepsZonesWhole && a.zone == b.zone)
-        return false;
+    if (_rules.mergeKeepsZonesWhole && a.zone == b.zone) return false;
     const int distance = _rules.touchingDistance;
     return b.right + distance >= a.left && b.left - distance <= a.right && b.bottom + distance >= a.top &&
            b.top - distance <= a.bottom;
@@ -201,17 +183,14 @@ void Model::Merge() {
             const auto self = _objects.begin() + static_cast<std::ptrdiff_t>(a);
             auto taker = self;
             for (auto other = _objects.begin(); other != self; ++other)
-                if (Touch(object, *other) && (taker == self || _rules.lastTakerWins))
-                    taker = other;
+                if (Touch(object, *other) && (taker == self || _rules.lastTakerWins)) taker = other;
             if (taker == self) {
                 Count(Rule::mergeApart);
                 continue;
             }
             Count(Rule::mergeAbsorbed);
-            if (taker->zone == object.zone)
-                Count(Rule::mergeSameZone);
-            if (again)
-                Count(Rule::mergeSecondSweep);
+            if (taker->zone == object.zone) Count(Rule::mergeSameZone);
+            if (again) Count(Rule::mergeSecondSweep);
             taker->cells.insert(taker->cells.end(), object.cells.begin(), object.cells.end());
             taker->left = std::min(taker->left, object.left);
             taker->right = std::max(taker->right, object.right);
@@ -224,11 +203,10 @@ void Model::Merge() {
     std::vector<bool> isListed(BlockCount(), false);
     for (const MotionObject& object : _objects)
         for (const Cell cell : object.cells) {
-            if (isListed[IndexOf(cell.x, cell.y)])
-                Count(Rule::mergeSharedBlock);
+            if (isListed[IndexOf(cell.x, cell.y)]) Count(Rule::mergeSharedBlock);
             isListed[IndexOf(cell.x, cell.y)] = true;
         }
     Relabel(_objects, 0);
 }
 
-} // namespace Reference
+}  // namespace Reference

@@ -6,8 +6,7 @@
 namespace Reference {
 
 void RuleCounters::Add(const RuleCounters& other) {
-    for (std::size_t i = 0; i < ruleCount; ++i)
-        _counts[i] += other._counts[i];
+    for (std::size_t i = 0; i < ruleCount; ++i) _counts[i] += other._counts[i];
 }
 
 const char* RuleCounters::TextOf(Rule rule) {
@@ -27,4 +26,4 @@ std::ostream& operator<<(std::ostream& out, const RuleCounters& counters) {
     return out;
 }
 
-} // namespace Reference
+}  // namespace Reference

@@ -13,7 +13,7 @@ static constexpr std::int64_t maxTime = std::numeric_limits<std::int64_t>::max()
 MDZoneInfo ZoneSetting::Info() { return {mask.data(), width, height, value, minWidth, minHeight}; }
 
 DetectionInfo Step::Info() {
-    static std::uint8_t pixel; // the BGR picture is demanded but not read: one byte will do
+    static std::uint8_t pixel;  // the BGR picture is demanded but not read: one byte will do
     DetectionInfo info = frame;
     info.bgr24ForEachBlock = &pixel;
     info.ycbcrForEachBlock = planes.data();
@@ -24,9 +24,9 @@ DetectionInfo Step::Info() {
 Scenario::Scenario(std::uint64_t seed) : _random(seed) {
     static constexpr Stream streams[] = {Stream::Standard, Stream::Standard, Stream::Standard, Stream::Mpeg4, Stream::Mpeg4,
                                          Stream::Partial,  Stream::Partial,  Stream::Partial,  Stream::Mixed, Stream::Mixed};
-    static constexpr Grids grids[] = {Grids::One,  Grids::Row,   Grids::Row,   Grids::Column, Grids::Column,
-                                      Grids::Tiny, Grids::Tiny,  Grids::Tiny,  Grids::Tiny,   Grids::Small,
-                                      Grids::Small, Grids::Small, Grids::Small, Grids::Small, Grids::Small,
+    static constexpr Grids grids[] = {Grids::One,    Grids::Row,    Grids::Row,    Grids::Column, Grids::Column,
+                                      Grids::Tiny,   Grids::Tiny,   Grids::Tiny,   Grids::Tiny,   Grids::Small,
+                                      Grids::Small,  Grids::Small,  Grids::Small,  Grids::Small,  Grids::Small,
                                       Grids::Medium, Grids::Medium, Grids::Medium, Grids::Medium, Grids::Large};
     _stream = _random.Pick(streams);
     _grids = _random.Pick(grids);
@@ -34,9 +34,9 @@ Scenario::Scenario(std::uint64_t seed) : _random(seed) {
     _hasRestarts = _random.OneIn(3);
     _hasRemovals = _random.OneIn(3);
     _mayDropAll = _grids >= Grids::Tiny && _random.OneIn(4);
-    _frames = _grids == Grids::Large                                      ? _random.Between(60, 160)
+    _frames = _grids == Grids::Large                                  ? _random.Between(60, 160)
               : _grids == Grids::Medium || _stream == Stream::Partial ? _random.Between(150, 500)
-                                                                        : _random.Between(300, 1200);
+                                                                      : _random.Between(300, 1200);
     static constexpr std::int64_t starts[] = {0, 1, -1, 10'000'000, 638'000'000'000'000'000, -700'000'000};
     static constexpr std::int64_t wildStarts[] = {minTime, minTime + 5, maxTime - 700'000'000, maxTime, 0};
     _time = _hasWildTimes ? _random.Pick(wildStarts) : _random.Pick(starts);
@@ -46,12 +46,9 @@ Step Scenario::Next() {
     Step step;
     _hasNewGrid = false;
     _lastTime = _time;
-    if (_frame == 0)
-        ChooseGrid();
-    if (_episode.framesLeft == 0)
-        BeginEpisode();
-    if (_frame > 0)
-        PrepareTime();
+    if (_frame == 0) ChooseGrid();
+    if (_episode.framesLeft == 0) BeginEpisode();
+    if (_frame > 0) PrepareTime();
     PrepareZones(step);
     PrepareSetters(step);
     PrepareFlags(step);
@@ -70,34 +67,34 @@ void Scenario::ChooseGrid() {
     const int least = _mayDropAll ? 2 : 1;
     do {
         switch (_grids) {
-        case Grids::One:
-            _width = _random.Between(1, 8) / 8 + 1;
-            _height = _random.Between(1, 8) / 8 + 1;
-            break;
-        case Grids::Row:
-            _width = _random.Between(1, 40);
-            _height = 1;
-            break;
-        case Grids::Column:
-            _width = 1;
-            _height = _random.Between(1, 40);
-            break;
-        case Grids::Tiny:
-            _width = _random.Between(least, 9);
-            _height = _random.Between(least, 9);
-            break;
-        case Grids::Small:
-            _width = _random.Between(6, 20);
-            _height = _random.Between(6, 20);
-            break;
-        case Grids::Medium:
-            _width = _random.Between(16, 40);
-            _height = _random.Between(12, 30);
-            break;
-        case Grids::Large:
-            _width = _random.Between(60, 96);
-            _height = _random.Between(40, 64);
-            break;
+            case Grids::One:
+                _width = _random.Between(1, 8) / 8 + 1;
+                _height = _random.Between(1, 8) / 8 + 1;
+                break;
+            case Grids::Row:
+                _width = _random.Between(1, 40);
+                _height = 1;
+                break;
+            case Grids::Column:
+                _width = 1;
+                _height = _random.Between(1, 40);
+                break;
+            case Grids::Tiny:
+                _width = _random.Between(least, 9);
+                _height = _random.Between(least, 9);
+                break;
+            case Grids::Small:
+                _width = _random.Between(6, 20);
+                _height = _random.Between(6, 20);
+                break;
+            case Grids::Medium:
+                _width = _random.Between(16, 40);
+                _height = _random.Between(12, 30);
+                break;
+            case Grids::Large:
+                _width = _random.Between(60, 96);
+                _height = _random.Between(40, 64);
+                break;
         }
     } while (_width == oldWidth && _height == oldHeight);
     PaintScene();
@@ -107,20 +104,15 @@ void Scenario::PrepareTime() {
     static constexpr std::int64_t jumps[] = {20'000'000,  50'000'000,  50'000'001,  100'000'000, 100'000'001, 150'000'001,
                                              300'000'000, 400'000'000, 400'000'001, 600'000'000, 600'000'001, 610'000'000};
     std::int64_t ticks = _episode.ticks;
-    if (_episode.jitter == 1)
-        ticks = std::max<std::int64_t>(0, ticks + _random.Between(-1, 1));
+    if (_episode.jitter == 1) ticks = std::max<std::int64_t>(0, ticks + _random.Between(-1, 1));
     else if (_episode.jitter == 2)
         ticks = static_cast<std::int64_t>(_random.Next() % static_cast<std::uint64_t>(2 * ticks + 1));
-    else if (_episode.jitter == 3 && _random.OneIn(12))
-        ticks = _random.Pick(jumps);
-    if (_episode.motion == Motion::Waking)
-        ticks = WakingTicks();
+    else if (_episode.jitter == 3 && _random.OneIn(12)) ticks = _random.Pick(jumps);
+    if (_episode.motion == Motion::Waking) ticks = WakingTicks();
     if (_hasWildTimes && _random.OneIn(60))
         ticks = _random.OneIn(3) ? maxTime : static_cast<std::int64_t>(_random.Next() >> _random.Between(1, 20));
-    if (_time <= maxTime - ticks)
-        _time += ticks;
-    else if (_hasRestarts && _zones > 0)
-        _time = minTime; // as if the host's clock wrapped around
+    if (_time <= maxTime - ticks) _time += ticks;
+    else if (_hasRestarts && _zones > 0) _time = minTime;  // as if the host's clock wrapped around
 }
 
 // To the limits of the I/P-frame machine, or a tick beside them.
@@ -147,8 +139,7 @@ void Scenario::PrepareZones(Step& step) {
     if (_frame == 0) {
         AddZones(step, _random.Between(1, 4));
     } else if (_zones == 0) {
-        if (--_framesWithoutZones > 0)
-            return;
+        if (--_framesWithoutZones > 0) return;
         AddZones(step, _random.Between(1, 4));
         StartAfresh();
     } else if (_hasRemovals && _random.OneIn(150)) {
@@ -170,8 +161,7 @@ void Scenario::PrepareZones(Step& step) {
 
 void Scenario::AddZones(Step& step, int count) {
     _zones += count;
-    for (int i = 0; i < count; ++i)
-        step.addZones.push_back(DrawZone());
+    for (int i = 0; i < count; ++i) step.addZones.push_back(DrawZone());
 }
 
 // Minimum sizes beyond the grid go with masks of half the grid: an object that fills the grid must not be small.
@@ -186,24 +176,23 @@ ZoneSetting Scenario::DrawZone() {
         zone.mask = {1, 0};
     } else {
         switch (_random.Below(6)) {
-        case 0:
-            break; // one cell for everything
-        case 1:
-            zone.width = _width;
-            zone.height = _height;
-            break;
-        case 2:
-            zone.width = std::min(3 * _width, 120);
-            zone.height = std::min(2 * _height, 90);
-            break;
-        case 3:
-            zone.width = _width + 1;
-            zone.height = _height + 3;
-            break;
-        default:
-            zone.width = _random.Between(1, 12);
-            zone.height = _random.Between(1, 12);
-            break;
+            case 0: break;  // one cell for everything
+            case 1:
+                zone.width = _width;
+                zone.height = _height;
+                break;
+            case 2:
+                zone.width = std::min(3 * _width, 120);
+                zone.height = std::min(2 * _height, 90);
+                break;
+            case 3:
+                zone.width = _width + 1;
+                zone.height = _height + 3;
+                break;
+            default:
+                zone.width = _random.Between(1, 12);
+                zone.height = _random.Between(1, 12);
+                break;
         }
         zone.mask = DrawMask(zone.width, zone.height);
     }
@@ -221,15 +210,11 @@ std::vector<std::uint8_t> Scenario::DrawMask(int width, int height) {
     std::size_t i = 0;
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x, ++i) {
-            bool isSet = true; // half of the masks are full
-            if (kind == 0)
-                isSet = false;
-            else if (kind <= 2)
-                isSet = x < cut;
-            else if (kind == 3)
-                isSet = x >= cut;
-            else if (kind == 4)
-                isSet = _random.OneIn(3);
+            bool isSet = true;  // half of the masks are full
+            if (kind == 0) isSet = false;
+            else if (kind <= 2) isSet = x < cut;
+            else if (kind == 3) isSet = x >= cut;
+            else if (kind == 4) isSet = _random.OneIn(3);
             mask[i] = isSet ? static_cast<std::uint8_t>(_random.Between(1, 255)) : std::uint8_t{0};
         }
     return mask;
@@ -238,17 +223,13 @@ std::vector<std::uint8_t> Scenario::DrawMask(int width, int height) {
 float Scenario::DrawMinimum(int blocks, bool mayDropAll) {
     static constexpr float odd[] = {static_cast<float>(notANumber), -0.0f, -0.5f, -1e30f, 1e-30f, 1.0f};
     static constexpr float huge[] = {1.5f, 3.0f, 1e9f, 1e30f, std::numeric_limits<float>::infinity()};
-    if (mayDropAll && _random.OneIn(3))
-        return _random.Pick(huge);
+    if (mayDropAll && _random.OneIn(3)) return _random.Pick(huge);
     switch (_random.Below(5)) {
-    case 0:
-        return 0.0f;
-    case 1:
-        return _random.Pick(odd);
-    case 2:
-        return static_cast<float>(_random.Below(1001)) / 1000.0f;
-    default: // a whole number of blocks, mostly few
-        return static_cast<float>(std::min(blocks, _random.Between(1, 4))) / static_cast<float>(blocks);
+        case 0: return 0.0f;
+        case 1: return _random.Pick(odd);
+        case 2: return static_cast<float>(_random.Below(1001)) / 1000.0f;
+        default:  // a whole number of blocks, mostly few
+            return static_cast<float>(std::min(blocks, _random.Between(1, 4))) / static_cast<float>(blocks);
     }
 }
 
@@ -258,10 +239,8 @@ void Scenario::PrepareSetters(Step& step) {
     static constexpr int limits[] = {0, 1, 1, 1, 2, 3, 255, 256, 257, -1, -255, 0x7FFFFF01};
     static constexpr int longTimes[] = {0, 1, 1, 2, 255, 256, -1, -256, 0x100, 0x7FFFFF01};
     const int cases = _frame == 0 ? 3 : 80;
-    if (_random.OneIn(cases))
-        step.limit = _random.Pick(limits);
-    if (_random.OneIn(cases))
-        step.longTimes = _random.Pick(longTimes);
+    if (_random.OneIn(cases)) step.limit = _random.Pick(limits);
+    if (_random.OneIn(cases)) step.longTimes = _random.Pick(longTimes);
 }
 
 // Any value but zero is true.
@@ -283,9 +262,8 @@ void Scenario::PrepareFlags(Step& step) {
         _shadow = shadow;
         _mpeg4 = mpeg4;
     }
-    const bool tellsOther = !startsAfresh && _random.OneIn(25); // without effect until the detector starts afresh
-    if (_episode.isPartial && _episode.iFrameDistance > 0)
-        _sinceIFrame = (_sinceIFrame + 1) % _episode.iFrameDistance;
+    const bool tellsOther = !startsAfresh && _random.OneIn(25);  // without effect until the detector starts afresh
+    if (_episode.isPartial && _episode.iFrameDistance > 0) _sinceIFrame = (_sinceIFrame + 1) % _episode.iFrameDistance;
 
     DetectionInfo& frame = step.frame;
     frame.width = _width;
@@ -302,8 +280,8 @@ void Scenario::PrepareFlags(Step& step) {
     frame.isMPEG4 = Flag(tellsOther ? mpeg4 : _mpeg4);
     frame.isH264Partly = Flag(_episode.isPartial);
     frame.isH264PartlyIFrame = Flag(_episode.motion == Motion::Waking ? _episode.Beat() >= 2
-                                    : _episode.isPartial ? _episode.iFrameDistance > 0 && _sinceIFrame == 0
-                                                         : _random.OneIn(2));
+                                    : _episode.isPartial              ? _episode.iFrameDistance > 0 && _sinceIFrame == 0
+                                                                      : _random.OneIn(2));
 }
 
-} // namespace Reference
+}  // namespace Reference

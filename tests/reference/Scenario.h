@@ -17,7 +17,7 @@ struct ZoneSetting {
     int width = 1, height = 1;
     float value = 0.3f, minWidth = 0.0f, minHeight = 0.0f;
 
-    MDZoneInfo Info(); // points into this setting
+    MDZoneInfo Info();  // points into this setting
 };
 
 // How the host reads the results of a frame.
@@ -29,19 +29,19 @@ struct Step {
     std::vector<ZoneSetting> addZones;
     std::optional<int> limit, longTimes;
 
-    DetectionInfo frame{}; // its pointers are set by Info
+    DetectionInfo frame{};  // its pointers are set by Info
     std::vector<std::uint8_t> planes;
-    std::vector<std::uint8_t> reference; // empty: null
+    std::vector<std::uint8_t> reference;  // empty: null
     Reading reading = Reading::Everything;
 
-    DetectionInfo Info(); // points into this step
+    DetectionInfo Info();  // points into this step
 };
 
 class Scenario {
 public:
     explicit Scenario(std::uint64_t seed);
 
-    int Frames() const { return _frames; } // a sensible length of this stream
+    int Frames() const { return _frames; }  // a sensible length of this stream
     Step Next();
 
 private:
@@ -50,23 +50,23 @@ private:
     enum class Motion { Still, Marks, Rectangles, Shadows, Storm, Drift, Waking };
     struct Rectangle {
         int x, y, width, height, stepX, stepY;
-        int luma, cb, cr; // added
-        int percent;      // of the luma below, before adding
+        int luma, cb, cr;  // added
+        int percent;       // of the luma below, before adding
     };
     // A stretch of frames of one character.
     struct Episode {
         int framesLeft = 0;
         Motion motion = Motion::Still;
-        std::int64_t ticks = 0;        // from frame to frame
-        int jitter = 0;                // 0: none, 1: a tick more or less, 2: up to twice as long, 3: sometimes far longer
-        int noise = 0, noisyBlocks = 1; // amplitude; one block in so many
-        int period = 1, duty = 1, shift = 0; // marks show on `duty` of `period` frames, moved by `shift` columns each frame
-        std::vector<int> luma, cb, cr; // marks, [block]
+        std::int64_t ticks = 0;          // from frame to frame
+        int jitter = 0;                  // 0: none, 1: a tick more or less, 2: up to twice as long, 3: sometimes far longer
+        int noise = 0, noisyBlocks = 1;  // amplitude; one block in so many
+        int period = 1, duty = 1, shift = 0;  // marks show on `duty` of `period` frames, moved by `shift` columns each frame
+        std::vector<int> luma, cb, cr;        // marks, [block]
         std::vector<Rectangle> rectangles;
         int driftPeriod = 1;
         bool isPartial = false;
-        int iFrameDistance = 1; // partial H.264: every so many frames an I-frame, 0: never
-        int iFrameShare = 2;    // other streams: one frame in so many is an I-frame
+        int iFrameDistance = 1;  // partial H.264: every so many frames an I-frame, 0: never
+        int iFrameShare = 2;     // other streams: one frame in so many is an I-frame
         int referenceKind = 0;
 
         // Waking: of every four frames of partial H.264 the first is a P-frame with motion, the second a P-frame without,
@@ -107,21 +107,21 @@ private:
     Stream _stream;
     Grids _grids;
     int _frames;
-    bool _hasWildTimes; // far jumps, near the ends of the range
-    bool _hasRestarts;  // new grids and times running backwards
-    bool _hasRemovals;  // zones removed and added again
-    bool _mayDropAll;   // minimum sizes beyond the grid, with masks that never fill it
+    bool _hasWildTimes;  // far jumps, near the ends of the range
+    bool _hasRestarts;   // new grids and times running backwards
+    bool _hasRemovals;   // zones removed and added again
+    bool _mayDropAll;    // minimum sizes beyond the grid, with masks that never fill it
     int _width = 0, _height = 0;
     int _zones = 0;
-    int _framesWithoutZones = 0; // left
+    int _framesWithoutZones = 0;  // left
     bool _hasNewGrid = false;
-    std::int64_t _time = 0, _lastTime = 0; // of this frame and the one before
+    std::int64_t _time = 0, _lastTime = 0;  // of this frame and the one before
     int _frame = 0;
     int _sinceIFrame = 0;
     double _fps = 25.0;
     bool _shadow = false, _mpeg4 = false;
     Episode _episode;
-    std::vector<int> _luma, _cb, _cr; // the scene, [block]
+    std::vector<int> _luma, _cb, _cr;  // the scene, [block]
 };
 
-} // namespace Reference
+}  // namespace Reference

@@ -33,7 +33,7 @@ void Scenario::BeginEpisode() {
     static constexpr int storms[] = {6, 30, 255};
     static constexpr int amplitudes[] = {0, 0, 0, 0, 1, 1, 2, 3, 9};
     e.noise = e.motion == Motion::Storm ? _random.Pick(storms) : isFirst ? _random.Below(2) : _random.Pick(amplitudes);
-    if (e.isPartial && !isFirst && _random.OneIn(4)) { // long enough for the I/P-frame machine to turn
+    if (e.isPartial && !isFirst && _random.OneIn(4)) {  // long enough for the I/P-frame machine to turn
         e.framesLeft = _random.Between(130, 240);
         e.motion = _random.OneIn(2) ? Motion::Rectangles : Motion::Marks;
     } else if (e.isPartial && !isFirst && _random.OneIn(4)) {
@@ -41,21 +41,18 @@ void Scenario::BeginEpisode() {
         e.motion = Motion::Waking;
         e.noise = 0;
     }
-    if (!isFirst && _random.OneIn(5))
-        ChangeScene();
-    if (e.motion == Motion::Marks || e.motion == Motion::Waking)
-        DrawMarks();
-    if (e.motion == Motion::Rectangles || e.motion == Motion::Shadows)
-        DrawRectangles(e.motion == Motion::Shadows);
+    if (!isFirst && _random.OneIn(5)) ChangeScene();
+    if (e.motion == Motion::Marks || e.motion == Motion::Waking) DrawMarks();
+    if (e.motion == Motion::Rectangles || e.motion == Motion::Shadows) DrawRectangles(e.motion == Motion::Shadows);
 }
 
 // Steps that divide the time limits exactly, and their neighbours.
 void Scenario::ChooseTempo() {
-    static constexpr std::int64_t steps[] = {400'000,    400'000,    400'001,    333'333,    1'000'000,  2'000'000,
-                                             2'000'000,  2'000'001,  2'500'000,  5'000'000,  5'000'000,  9'999'999,
-                                             10'000'000, 10'000'000, 10'000'001, 20'000'000, 25'000'000, 49'999'999,
-                                             50'000'000, 70'000'000, 100'000'000, 0,         1};
-    static constexpr std::int64_t partialSteps[] = {20'000'000,  50'000'000,  80'000'000, 80'000'000,
+    static constexpr std::int64_t steps[] = {400'000,    400'000,    400'001,     333'333,    1'000'000,  2'000'000,
+                                             2'000'000,  2'000'001,  2'500'000,   5'000'000,  5'000'000,  9'999'999,
+                                             10'000'000, 10'000'000, 10'000'001,  20'000'000, 25'000'000, 49'999'999,
+                                             50'000'000, 70'000'000, 100'000'000, 0,          1};
+    static constexpr std::int64_t partialSteps[] = {20'000'000,  50'000'000,  80'000'000,  80'000'000,
                                                     100'000'000, 100'000'000, 200'000'000, 400'000'000};
     const bool isSlow = _stream == Stream::Partial && _random.OneIn(2);
     _episode.ticks = isSlow ? _random.Pick(partialSteps) : _random.Pick(steps);
@@ -89,8 +86,7 @@ void Scenario::ChangeScene() {
     for (std::size_t i = 0; i < BlockCount(); ++i)
         if (_random.OneIn(share)) {
             _luma[i] = std::clamp(_luma[i] + sign * amount, 0, 255);
-            if (amount > 30)
-                _cb[i] = _random.Below(256);
+            if (amount > 30) _cb[i] = _random.Below(256);
         }
 }
 
@@ -111,36 +107,34 @@ void Scenario::DrawMarks() {
         const int sign = _random.OneIn(2) ? 1 : -1;
         const bool isChosen = _random.OneIn(share);
         switch (kind) {
-        case 0: // around the limits
-        case 1:
-            e.luma[i] = isChosen ? sign * _random.Pick(lumaAmounts) : 0;
-            break;
-        case 2: // around the limits of stability
-            e.luma[i] = isChosen ? sign * _random.Between(0, 3) : 0;
-            break;
-        case 3: // colour alone
-            e.cb[i] = isChosen ? sign * _random.Pick(chromaAmounts) : 0;
-            e.cr[i] = _random.OneIn(3) ? sign * _random.Pick(chromaAmounts) : 0;
-            break;
-        case 4: // checkerboard
-            e.luma[i] = (x + y) % 2 == 0 ? strong : 0;
-            break;
-        case 5: // lattice
-            e.luma[i] = x % columns == 0 && y % rows == 0 ? -strong : 0;
-            break;
-        case 6: // lines
-            e.luma[i] = x % columns == 0 ? strong : 0;
-            break;
-        default: // scattered
-            e.luma[i] = isChosen ? sign * strong : 0;
-            break;
+            case 0:  // around the limits
+            case 1: e.luma[i] = isChosen ? sign * _random.Pick(lumaAmounts) : 0; break;
+            case 2:  // around the limits of stability
+                e.luma[i] = isChosen ? sign * _random.Between(0, 3) : 0;
+                break;
+            case 3:  // colour alone
+                e.cb[i] = isChosen ? sign * _random.Pick(chromaAmounts) : 0;
+                e.cr[i] = _random.OneIn(3) ? sign * _random.Pick(chromaAmounts) : 0;
+                break;
+            case 4:  // checkerboard
+                e.luma[i] = (x + y) % 2 == 0 ? strong : 0;
+                break;
+            case 5:  // lattice
+                e.luma[i] = x % columns == 0 && y % rows == 0 ? -strong : 0;
+                break;
+            case 6:  // lines
+                e.luma[i] = x % columns == 0 ? strong : 0;
+                break;
+            default:  // scattered
+                e.luma[i] = isChosen ? sign * strong : 0;
+                break;
         }
     }
     const int period = _random.Between(5, 13);
     const struct {
         int period, duty;
-    } patterns[] = {{1, 1}, {1, 1},      {2, 1},               {3, 1}, {4, 3},
-                    {10, 5}, {period, 1}, {period, period - 1}, {4 * period, 3 * period}};
+    } patterns[] = {
+        {1, 1}, {1, 1}, {2, 1}, {3, 1}, {4, 3}, {10, 5}, {period, 1}, {period, period - 1}, {4 * period, 3 * period}};
     const auto& pattern = _random.Pick(patterns);
     e.period = pattern.period;
     e.duty = pattern.duty;
@@ -171,8 +165,7 @@ void Scenario::Paint(Step& step) {
     const Episode& e = _episode;
     if (e.motion == Motion::Drift && _frame % e.driftPeriod == 0) {
         const int sign = _random.OneIn(3) ? -1 : 1;
-        for (int& luma : _luma)
-            luma = std::clamp(luma + (_random.OneIn(e.noisyBlocks) ? sign : 0), 0, 255);
+        for (int& luma : _luma) luma = std::clamp(luma + (_random.OneIn(e.noisyBlocks) ? sign : 0), 0, 255);
     }
     std::vector<int> luma = _luma, cb = _cb, cr = _cr;
     if (ShowsMarks())
@@ -189,8 +182,7 @@ void Scenario::Paint(Step& step) {
         AddNoise(cr, e.noise);
     }
     for (const std::vector<int>* plane : {&luma, &cb, &cr})
-        for (const int value : *plane)
-            step.planes.push_back(static_cast<std::uint8_t>(std::clamp(value, 0, 255)));
+        for (const int value : *plane) step.planes.push_back(static_cast<std::uint8_t>(std::clamp(value, 0, 255)));
     PaintReference(step);
 }
 
@@ -207,8 +199,7 @@ void Scenario::PaintRectangles(std::vector<int>& luma, std::vector<int>& cb, std
             for (int column = 0; column < r.width; ++column) {
                 const int x = wrap(r.x + r.stepX * _frame, _width + r.width) - r.width + column;
                 const int y = wrap(r.y + r.stepY * _frame, _height + r.height) - r.height + row;
-                if (x < 0 || x >= _width || y < 0 || y >= _height)
-                    continue;
+                if (x < 0 || x >= _width || y < 0 || y >= _height) continue;
                 const std::size_t i = static_cast<std::size_t>(y * _width + x);
                 luma[i] = luma[i] * r.percent / 100 + r.luma;
                 cb[i] += r.cb;
@@ -217,18 +208,15 @@ void Scenario::PaintRectangles(std::vector<int>& luma, std::vector<int>& cb, std
 }
 
 void Scenario::AddNoise(std::vector<int>& plane, int amplitude) {
-    if (amplitude == 0)
-        return;
+    if (amplitude == 0) return;
     for (int& value : plane)
-        if (_random.OneIn(_episode.noisyBlocks))
-            value += _random.Between(-amplitude, amplitude);
+        if (_random.OneIn(_episode.noisyBlocks)) value += _random.Between(-amplitude, amplitude);
 }
 
 // What an MPEG-4 decoder gives beside the picture: nothing, the scene, or something around the limits.
 void Scenario::PaintReference(Step& step) {
     const bool isGiven = _mpeg4 || _random.OneIn(10);
-    if (!isGiven || _episode.referenceKind == 0 || _random.OneIn(20))
-        return;
+    if (!isGiven || _episode.referenceKind == 0 || _random.OneIn(20)) return;
     static constexpr int amounts[] = {0, 0, 0, 9, 10, 11, 12, 13, 20, 21, 22, 80};
     for (std::size_t i = 0; i < BlockCount(); ++i) {
         const int sign = _random.OneIn(2) ? 1 : -1;
@@ -237,4 +225,4 @@ void Scenario::PaintReference(Step& step) {
     }
 }
 
-} // namespace Reference
+}  // namespace Reference

@@ -42,8 +42,7 @@ RuleCounters SideBySide::Rehearse(std::uint64_t seed, int frames) {
         model.Background(image.data(), mask.data());
         Step step = scenario.Next();
         Prepare(model, step);
-        if (step.removeZones && step.addZones.empty())
-            model.Result();
+        if (step.removeZones && step.addZones.empty()) model.Result();
         model.Detect(step.Info());
         MDResultInfo summary{};
         model.Summary(summary);
@@ -58,13 +57,12 @@ std::optional<std::string> SideBySide::Play(int frames) {
     currentSeed = _seed;
     for (int end = _frame + frames; _frame < end && !_difference; ++_frame) {
         currentFrame = _frame;
-        if (_frame == 0)
-            CompareBeforeFirstFrame();
+        if (_frame == 0) CompareBeforeFirstFrame();
         Step step = _scenario.Next();
         Prepare(_model, step);
         Prepare(step);
         if (step.removeZones && step.addZones.empty())
-            CompareEverything(Reading::Everything); // the results of the last frame outlive the zones
+            CompareEverything(Reading::Everything);  // the results of the last frame outlive the zones
         DetectionInfo info = step.Info();
         _width = info.width;
         _model.Detect(info);
@@ -77,54 +75,44 @@ std::optional<std::string> SideBySide::Play(int frames) {
 }
 
 void SideBySide::CompareEverything(Reading reading) {
-    if (reading == Reading::Nothing)
-        return;
-    if (reading != Reading::WithoutSummary)
-        CompareSummary();
+    if (reading == Reading::Nothing) return;
+    if (reading != Reading::WithoutSummary) CompareSummary();
     CompareResult(reading == Reading::FirstObject ? 1 : allObjects);
-    if (reading == Reading::Twice)
-        CompareResult(allObjects);
+    if (reading == Reading::Twice) CompareResult(allObjects);
     CompareBackground();
 }
 
 void SideBySide::Prepare(Model& model, Step& step) {
-    if (step.removeZones)
-        model.RemoveAllZones();
-    for (ZoneSetting& zone : step.addZones)
-        model.AddZone(zone.Info());
-    if (step.limit)
-        model.SetLimit(*step.limit);
-    if (step.longTimes)
-        model.SetLongTimes(*step.longTimes);
+    if (step.removeZones) model.RemoveAllZones();
+    for (ZoneSetting& zone : step.addZones) model.AddZone(zone.Info());
+    if (step.limit) model.SetLimit(*step.limit);
+    if (step.longTimes) model.SetLongTimes(*step.longTimes);
 }
 
 void SideBySide::Prepare(Step& step) {
-    if (step.removeZones)
-        h11(&_handle);
-    for (ZoneSetting zone : step.addZones) { // a copy that is gone right away: the library must not keep the caller's mask
+    if (step.removeZones) h11(&_handle);
+    for (ZoneSetting zone : step.addZones) {  // a copy that is gone right away: the library must not keep the caller's mask
         MDZoneInfo info = zone.Info();
         h12(&_handle, &info);
     }
-    if (step.limit)
-        h35(&_handle, *step.limit);
-    if (step.longTimes)
-        h36(&_handle, *step.longTimes);
+    if (step.limit) h35(&_handle, *step.limit);
+    if (step.longTimes) h36(&_handle, *step.longTimes);
 }
 
 // --------------------------------------------------------------------------------------------------------- comparison
 
-template <class A, class B> void SideBySide::Expect(const std::string& what, A library, B model) {
-    if (_difference || static_cast<long long>(library) == static_cast<long long>(model))
-        return;
+template <class A, class B>
+void SideBySide::Expect(const std::string& what, A library, B model) {
+    if (_difference || static_cast<long long>(library) == static_cast<long long>(model)) return;
     std::ostringstream text;
     text << "seed " << _seed << ", frame " << _frame << ": " << what << ": library " << static_cast<long long>(library)
          << ", model " << static_cast<long long>(model);
     _difference = text.str();
 }
 
-template <class T> void SideBySide::CompareMap(const char* what, const T* library, const std::vector<T>& model) {
-    if (std::memcmp(library, model.data(), model.size() * sizeof(T)) == 0)
-        return;
+template <class T>
+void SideBySide::CompareMap(const char* what, const T* library, const std::vector<T>& model) {
+    if (std::memcmp(library, model.data(), model.size() * sizeof(T)) == 0) return;
     for (std::size_t i = 0; i < model.size(); ++i) {
         const int x = static_cast<int>(i) % _width, y = static_cast<int>(i) / _width;
         Expect(std::string(what) + " at (" + std::to_string(x) + ", " + std::to_string(y) + ")", library[i], model[i]);
@@ -155,8 +143,7 @@ void SideBySide::CompareResult(std::size_t objects) {
     MDZoneDetectionInfo library = {-7, &label, &result};
     const ZoneResult model = _model.Result();
     Expect("status of h19", h19(&_handle, &library), model.status);
-    if (_difference)
-        return;
+    if (_difference) return;
     if (model.status != COREMD_DELIVERED) {
         const bool isUntouched = library.objectsCount == -7 && library.objectsMap == &label && library.zoneMap == &result;
         Expect("record of h19 left alone", isUntouched, true);
@@ -168,8 +155,7 @@ void SideBySide::CompareResult(std::size_t objects) {
     for (std::size_t i = 0; i < std::min(objects, model.objects->size()) && !_difference; ++i) {
         MDObjectInfo object{};
         Expect("status of h18", h18(&_handle, &object), COREMD_DELIVERED);
-        if (!_difference)
-            CompareObject(i, object, (*model.objects)[i]);
+        if (!_difference) CompareObject(i, object, (*model.objects)[i]);
     }
     MDObjectInfo object{};
     if (!_difference && objects == allObjects)
@@ -199,11 +185,10 @@ void SideBySide::CompareBackground() {
     Expect("status of h33", h33(&_handle, image.data(), mask.data()),
            _model.Background(expectedImage.data(), expectedMask.data()));
     CompareMap("background mask", mask.data(), expectedMask);
-    if (image == expectedImage)
-        return;
+    if (image == expectedImage) return;
     for (std::size_t i = 0; i < 3 * count; ++i)
         Expect("background picture, byte " + std::to_string(i % 3) + " of block " + std::to_string(i / 3), image[i],
                expectedImage[i]);
 }
 
-} // namespace Reference
+}  // namespace Reference

@@ -44,15 +44,17 @@ private:
     void CompareResult(std::size_t objects);
     void CompareObject(std::size_t position, const MDObjectInfo& object, const MotionObject& expected);
     void CompareBackground();
-    template <class T> void CompareMap(const char* what, const T* library, const std::vector<T>& model);
-    template <class A, class B> void Expect(const std::string& what, A library, B model);
+    template <class T>
+    void CompareMap(const char* what, const T* library, const std::vector<T>& model);
+    template <class A, class B>
+    void Expect(const std::string& what, A library, B model);
 
     std::uint64_t _seed;
     Scenario _scenario;
     Model _model;
     DetectorHandle _handle = nullptr;
     int _frame = 0, _width = 0;
-    std::optional<std::string> _difference; // the first one
+    std::optional<std::string> _difference;  // the first one
 };
 
-} // namespace Reference
+}  // namespace Reference

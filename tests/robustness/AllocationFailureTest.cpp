@@ -1,5 +1,6 @@
-// What is left of a detector when memory runs out inside a call of the C interface?  Every allocation of every call fails once;
-// std::bad_alloc arrives, nothing leaks, results can be read, and the next frames give what they give without the failure.
+// What is left of a detector when memory runs out inside a call of the C interface?  Every allocation of every call fails
+// once; std::bad_alloc arrives, nothing leaks, results can be read, and the next frames give what they give without the
+// failure.
 #include <cstdint>
 #include <vector>
 

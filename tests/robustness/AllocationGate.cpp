@@ -1,6 +1,6 @@
-// Who asks for memory, and what happens where there is none?  The linker sends malloc and its company here (--wrap), in every
-// object file of the program; operator new and delete are replaced.  What shared libraries allocate inside is not seen, an
-// exception in flight among it.
+// Who asks for memory, and what happens where there is none?  The linker sends malloc and its company here (--wrap), in
+// every object file of the program; operator new and delete are replaced.  What shared libraries allocate inside is not
+// seen, an exception in flight among it.
 #include "AllocationGate.h"
 
 #include <cstdlib>

@@ -1,5 +1,6 @@
-// Who asks for memory, and what happens where there is none?  Counts what this program allocates with malloc, calloc, realloc
-// and operator new, and lets a chosen allocation fail.  Linked by count_allocations() of CMakeLists.txt; one thread only.
+// Who asks for memory, and what happens where there is none?  Counts what this program allocates with malloc, calloc,
+// realloc and operator new, and lets a chosen allocation fail.  Linked by count_allocations() of CMakeLists.txt; one thread
+// only.
 //
 //     const bool wentThrough = WithFailure(n, Memory::IsBack, [&] { h13(&handle, &info); });   // n-th allocation fails
 //     const long asked = AllocationsOf([&] { h13(&handle, &info); });                          // all succeed

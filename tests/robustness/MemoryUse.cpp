@@ -1,5 +1,5 @@
-// How much memory does a handle take per block?  Runs one detector on one grid with things moving all over it and prints what it
-// asked for and what became resident.  The figures of docs/limits.md come from here.
+// How much memory does a handle take per block?  Runs one detector on one grid with things moving all over it and prints
+// what it asked for and what became resident.  The figures of docs/limits.md come from here.
 //
 //     MemoryUse 240x135             without shadow detection
 //     MemoryUse 240x135 shadow      with it

@@ -1,6 +1,6 @@
-// How many objects can one zone hold, and on which grid can that end the process?  docs/limits.md states the bound: a square of
-// two by two blocks holds blocks of one object only, so that there are at most ceil(width / 2) * ceil(height / 2) objects; grids
-// of an even number of rows can hold as many.
+// How many objects can one zone hold, and on which grid can that end the process?  docs/limits.md states the bound: a square
+// of two by two blocks holds blocks of one object only, so that there are at most ceil(width / 2) * ceil(height / 2)
+// objects; grids of an even number of rows can hold as many.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -22,8 +22,8 @@ bool Join(int x, int y, int otherX, int otherY) {
     return (dy == 0 && dx <= 2) || (dy == 1 && dx <= 1);
 }
 
-// The most blocks of which no two join: rows joined to the row above only, so that the best over all sets of blocks of one row
-// is enough to go on with.
+// The most blocks of which no two join: rows joined to the row above only, so that the best over all sets of blocks of one
+// row is enough to go on with.
 int MostSeparateBlocks(int width, int height) {
     const unsigned sets = 1u << width;
     const auto areSeparate = [&](unsigned above, unsigned below, int rowDistance) {

@@ -1,5 +1,5 @@
-// Does a running detector ask for memory?  Not once the grid is known and nothing moves; and not with objects either, once as
-// much moved as moves now.  Reading the results never does.
+// Does a running detector ask for memory?  Not once the grid is known and nothing moves; and not with objects either, once
+// as much moved as moves now.  Reading the results never does.
 #include <cstdint>
 #include <string>
 #include <vector>

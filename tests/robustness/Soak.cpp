@@ -1,6 +1,6 @@
-// Does memory stay flat for a month?  Runs days of stream time through one handle: all kinds of input in turn, grids, zones and
-// settings changed every ten minutes. Prints resident memory and a digest of everything that can be read.
-// Ends with 1 if the resident memory at any later report exceeds that after the settling time by more than the bound.
+// Does memory stay flat for a month?  Runs days of stream time through one handle: all kinds of input in turn, grids, zones
+// and settings changed every ten minutes. Prints resident memory and a digest of everything that can be read. Ends with 1 if
+// the resident memory at any later report exceeds that after the settling time by more than the bound.
 //
 //     Soak --days 30                30 days at 8 frames per second: 20.7 million frames
 //     Soak --hours 16               the short form that runs as a test

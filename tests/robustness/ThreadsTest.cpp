@@ -1,5 +1,6 @@
-// Do handles share anything?  Eight handles in eight threads, each with its own stream, give what each gives alone.  The threads
-// come first and start together, so that whatever is made on first use is made in a race; scripts/check-tsan.sh looks on.
+// Do handles share anything?  Eight handles in eight threads, each with its own stream, give what each gives alone.  The
+// threads come first and start together, so that whatever is made on first use is made in a race; scripts/check-tsan.sh
+// looks on.
 #include <cstdint>
 #include <latch>
 #include <thread>

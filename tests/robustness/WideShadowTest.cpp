@@ -1,5 +1,5 @@
-// Are shadows found alike on rows longer than the pieces that the kernel works on?  Compared with the reference model, frame by
-// frame, on widths around one and several pieces.
+// Are shadows found alike on rows longer than the pieces that the kernel works on?  Compared with the reference model, frame
+// by frame, on widths around one and several pieces.
 #include <cstdint>
 #include <cstdlib>
 #include <vector>

@@ -30,12 +30,14 @@ TEST(TicksTest, DistanceWrapsInsteadOfOverflowing) {
 }
 
 TEST(TicksTest, SignOfOlderEqualsComparison) {
-    const std::int64_t stamps[] = {earliest, earliest + 1, -50000001, -50000000, -1, 0, 1, 9999999, 10000000, 10000001,
-                                   49999999, 50000000, 50000001, latest - 50000000, latest - 1, latest};
+    const std::int64_t stamps[] = {earliest, earliest + 1,      -50000001,  -50000000, -1,       0,
+                                   1,        9999999,           10000000,   10000001,  49999999, 50000000,
+                                   50000001, latest - 50000000, latest - 1, latest};
     int older = 0;
     for (const std::int64_t now : stamps)
         for (const std::int64_t then : stamps)
-            for (const std::int64_t limit : {std::int64_t{0}, std::int64_t{1}, std::int64_t{49999999}, std::int64_t{50000000}, latest}) {
+            for (const std::int64_t limit :
+                 {std::int64_t{0}, std::int64_t{1}, std::int64_t{49999999}, std::int64_t{50000000}, latest}) {
                 const bool expected = Utils::ElapsedTicks(now, then) > limit;
                 EXPECT_EQ(Utils::SignOfOlder(now, then, limit) >> 63 != 0, expected) << now << ' ' << then << ' ' << limit;
                 older += expected;

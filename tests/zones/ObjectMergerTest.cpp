@@ -43,8 +43,13 @@ void Fill(MotionObjectPool& pool, const std::vector<Cells>& objects, int width, 
 std::vector<Seen> Look(const MotionObjectPool& pool) {
     std::vector<Seen> seen;
     for (const MotionObject* o = pool._busyList._first; o; o = o->next)
-        seen.push_back({{o->motionX, o->motionX + o->objectPixelsCount}, {o->motionY, o->motionY + o->objectPixelsCount},
-                        o->minX, o->maxX, o->minY, o->maxY, o->_realBufferLenght});
+        seen.push_back({{o->motionX, o->motionX + o->objectPixelsCount},
+                        {o->motionY, o->motionY + o->objectPixelsCount},
+                        o->minX,
+                        o->maxX,
+                        o->minY,
+                        o->maxY,
+                        o->_realBufferLenght});
     EXPECT_EQ(static_cast<int>(seen.size()), pool._busyList._objectsCount);
     return seen;
 }
@@ -66,8 +71,9 @@ bool SweepPlainly(MotionObjectPool& pool) {
 }
 
 // Merges both ways, `change` having its way with both pools before; returns the number of objects left.
-std::size_t MergeBothWays(const std::vector<Cells>& objects, int width, int height,
-                          const std::function<void(MotionObjectPool&)>& change = [](MotionObjectPool&) {}) {
+std::size_t MergeBothWays(
+    const std::vector<Cells>& objects, int width, int height,
+    const std::function<void(MotionObjectPool&)>& change = [](MotionObjectPool&) {}) {
     MotionObjectPool plain, quick;
     Fill(plain, objects, width, height);
     Fill(quick, objects, width, height);
@@ -91,7 +97,8 @@ std::vector<Cells> Strew(Kit::SeededRandom& random, int count, int width, int he
         Cells cells;
         for (int blocks = random.Between(1, 5); blocks > 0; --blocks) {
             const auto step = [&] { return random.Between(0, reach); };
-            cells.push_back({static_cast<short>(std::min(x + step(), width - 1)), static_cast<short>(std::min(y + step(), height - 1))});
+            cells.push_back(
+                {static_cast<short>(std::min(x + step(), width - 1)), static_cast<short>(std::min(y + step(), height - 1))});
         }
         objects.push_back(cells);
     }
@@ -127,7 +134,8 @@ TEST(ObjectMergerTest, FramesInsideFramesAndChains) {
     for (short i = 0; i < 200; ++i) chain.push_back({{static_cast<short>(i * 2), i}, {static_cast<short>(i * 2 + 1), i}});
     EXPECT_EQ(MergeBothWays(chain, 500, 300), 1u);
     for (short i = 0; i < 40; ++i)  // boxes within boxes, given by two corners
-        frames.push_back({{static_cast<short>(3 * i), static_cast<short>(3 * i)}, {static_cast<short>(300 - 3 * i), static_cast<short>(260 - 3 * i)}});
+        frames.push_back({{static_cast<short>(3 * i), static_cast<short>(3 * i)},
+                          {static_cast<short>(300 - 3 * i), static_cast<short>(260 - 3 * i)}});
     EXPECT_EQ(MergeBothWays(frames, 301, 261), 1u);
 }
 
@@ -139,7 +147,8 @@ TEST(ObjectMergerTest, ManyBoxesOverTheWholeGrid) {
     EXPECT_EQ(MergeBothWays(rings, 300, 300), 1u);
     for (const Cells& ring : rings) {  // two crowds that never meet, one before the other
         halves.push_back({{static_cast<short>(ring[0].x / 3), ring[0].y}, {static_cast<short>(ring[1].x / 3), ring[1].y}});
-        halves.push_back({{static_cast<short>(200 + ring[0].x / 3), ring[0].y}, {static_cast<short>(200 + ring[1].x / 3), ring[1].y}});
+        halves.push_back(
+            {{static_cast<short>(200 + ring[0].x / 3), ring[0].y}, {static_cast<short>(200 + ring[1].x / 3), ring[1].y}});
     }
     EXPECT_EQ(MergeBothWays(halves, 300, 300), 2u);
 }

@@ -154,7 +154,8 @@ Panel DrawAges(Watcher& watcher) {
     return Figure::Arrange(panels, 5);
 }
 
-// Frame, background, what changed just now; foreground, objects with their boxes, and states of a detector that drops shadows.
+// Frame, background, what changed just now; foreground, objects with their boxes, and states of a detector that drops
+// shadows.
 Panel DrawMasks(Watcher& watcher) {
     coremd::Detector& detector = watcher.Detector();
     MD::MotionDetector& classes = detector.Classes();

@@ -16,16 +16,18 @@ namespace Scan {
 
 namespace {
 
-constexpr int pollInterval = 250;              // milliseconds; how late an interruption may be noticed
+constexpr int pollInterval = 250;  // milliseconds; how late an interruption may be noticed
 
-std::string Count(std::size_t count, const char* what) {
-    return std::to_string(count) + " " + what;
-}
+std::string Count(std::size_t count, const char* what) { return std::to_string(count) + " " + what; }
 
 }  // namespace
 
 Batch::Batch(const Options& options, const InputList& list, RunResults& results, RunState* state, Progress& progress)
-    : _options(options), _passedOver(list.passedOver), _results(results), _state(state), _progress(progress),
+    : _options(options),
+      _passedOver(list.passedOver),
+      _results(results),
+      _state(state),
+      _progress(progress),
       _jobs(static_cast<std::size_t>(options.jobs)) {
     for (const Input& input : list.inputs) {
         Item item;
@@ -48,7 +50,7 @@ int Batch::Run() {
         }
         Start();
         if (_running + _live == 0) {
-            break;                             // interrupted
+            break;  // interrupted
         }
         Listen();
         PrintInOrder();
@@ -117,7 +119,7 @@ void Batch::Listen() {
             const JobResult& result = worker->Result();
             const bool lasting =
                 result.health != Health::Interrupted && result.health != Health::Unwritten && !worker->WasKilled();
-            if (_state && lasting && item.identity != Identity{}) {    // of what is no file, nobody knows whether it changed
+            if (_state && lasting && item.identity != Identity{}) {  // of what is no file, nobody knows whether it changed
                 _state->Add(item.input.path, item.identity, FinishedOf(item, result));
             }
             Finish(item, result);
@@ -141,19 +143,19 @@ FinishedInput Batch::FinishedOf(const Item& item, const JobResult& result) {
 }
 
 void Batch::PrintInOrder() {
-    const bool mayMix = _options.report.empty();       // a page shows one input after another
-    bool isTurn = true;                        // nothing before is still to come
+    const bool mayMix = _options.report.empty();  // a page shows one input after another
+    bool isTurn = true;                           // nothing before is still to come
     for (std::size_t i = _head; i < _items.size(); ++i) {
         Item& item = _items[i];
         if (item.isClosed || !(isTurn || (item.isLive && mayMix))) {
             continue;
         }
         if (item.printed < item.lines.size() || item.result) {
-            _progress.Clear();                 // both may go to the same terminal
+            _progress.Clear();  // both may go to the same terminal
         }
         HandOn(item);
         if (item.isLive) {
-            item.lines.clear();                // there is no end to them
+            item.lines.clear();  // there is no end to them
             item.printed = 0;
         }
         if (item.result) {

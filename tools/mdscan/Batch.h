@@ -30,17 +30,17 @@ private:
     // One input on its way from the list to the results.
     struct Item {
         Input input;
-        double weight = 1;                     // share of the work, in bytes
-        Identity identity = {};                // when its scan began
-        std::unique_ptr<Worker> worker;        // while it is scanned
+        double weight = 1;               // share of the work, in bytes
+        Identity identity = {};          // when its scan began
+        std::unique_ptr<Worker> worker;  // while it is scanned
         std::optional<JobResult> result;
-        bool recalled = false;                 // from the state, where its results are
-        std::vector<std::string> lines;        // of its results
-        std::size_t printed = 0;               // of them
+        bool recalled = false;           // from the state, where its results are
+        std::vector<std::string> lines;  // of its results
+        std::size_t printed = 0;         // of them
         std::vector<Spool::Place> attachments;
-        std::size_t attached = 0;              // of them
-        bool isLive = false;                   // its lines wait for nobody, and it takes nobody's place
-        bool isClosed = false;                 // all is printed
+        std::size_t attached = 0;  // of them
+        bool isLive = false;       // its lines wait for nobody, and it takes nobody's place
+        bool isClosed = false;     // all is printed
     };
 
     void Recall();
@@ -62,14 +62,14 @@ private:
     Progress& _progress;
     const std::chrono::steady_clock::time_point _begin = std::chrono::steady_clock::now();
     std::vector<Item> _items;
-    std::size_t _next = 0;                     // item to start
-    std::size_t _head = 0;                     // first item that is not closed
-    std::size_t _jobs;                         // at a time
-    std::size_t _running = 0;                  // of those
-    std::size_t _live = 0;                     // scans of live sources, beside them
-    int _recalled = 0;                         // items that an earlier run had finished
-    Ticks _recalledLength = 0;                 // of their videos
-    bool _leaving = false;                     // interrupted, children have been told
+    std::size_t _next = 0;      // item to start
+    std::size_t _head = 0;      // first item that is not closed
+    std::size_t _jobs;          // at a time
+    std::size_t _running = 0;   // of those
+    std::size_t _live = 0;      // scans of live sources, beside them
+    int _recalled = 0;          // items that an earlier run had finished
+    Ticks _recalledLength = 0;  // of their videos
+    bool _leaving = false;      // interrupted, children have been told
 };
 
 }  // namespace Scan

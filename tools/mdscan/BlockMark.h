@@ -7,8 +7,8 @@ namespace Scan {
 
 enum class BlockMark : std::uint8_t {
     None,
-    Object,            // belongs to an object
-    Shadow             // differed from the background, but only as a shadow does
+    Object,  // belongs to an object
+    Shadow   // differed from the background, but only as a shadow does
 };
 
 }  // namespace Scan

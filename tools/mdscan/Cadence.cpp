@@ -9,7 +9,7 @@ namespace Scan {
 
 namespace {
 
-constexpr double mostPicturesApart = 1e6;          // keeps the period within Ticks for any rate
+constexpr double mostPicturesApart = 1e6;  // keeps the period within Ticks for any rate
 
 Ticks EvenPeriod(double rate, Ticks nominalInterval) {
     if (rate <= 0) {

@@ -1,8 +1,8 @@
 // Which pictures does the detector get to see?  Picks them out of the stream at the rate of analysis; used by main.
 //
-// The change test looks 1, 2 and 4 analysed frames back, so the rate of analysis decides how slow a movement may be to count.
-// Pictures are picked at even distances wherever the stream has them: with 10 pictures a second and a rate of 6, every second
-// one. Uneven distances would make steady movement look restless.
+// The change test looks 1, 2 and 4 analysed frames back, so the rate of analysis decides how slow a movement may be to
+// count. Pictures are picked at even distances wherever the stream has them: with 10 pictures a second and a rate of 6,
+// every second one. Uneven distances would make steady movement look restless.
 #pragma once
 
 #include <optional>
@@ -23,13 +23,13 @@ public:
     // Could it be, as long as pictures come at the nominal interval?  Any time; nothing is picked.
     bool MayTake(Ticks time) const;
 
-    Ticks Period() const { return _period; }       // ticks between analysed pictures; a multiple of the nominal interval
+    Ticks Period() const { return _period; }  // ticks between analysed pictures; a multiple of the nominal interval
 
 private:
-    Ticks _period;                  // ticks
-    Ticks _slack;                   // ticks; a picture may be this much early
+    Ticks _period;  // ticks
+    Ticks _slack;   // ticks; a picture may be this much early
     bool _everyPicture;
-    std::optional<Ticks> _taken;    // ticks; time of the last picture taken
+    std::optional<Ticks> _taken;  // ticks; time of the last picture taken
 };
 
 }  // namespace Scan

@@ -21,7 +21,6 @@ namespace Scan {
 
 namespace {
 
-
 // Raw pictures fit Matroska only in the way of AVI. Times are set here: the container shall not move them.
 int WriteHeader(AVFormatContext& output) {
     AVDictionary* settings = nullptr;
@@ -37,12 +36,14 @@ int WriteHeader(AVFormatContext& output) {
 }  // namespace
 
 StoredVideo::StoredVideo(const AVStream& stream, Ticks interval)
-    : _parameters(avcodec_parameters_alloc()), _timeBase(stream.time_base), _frameRate(stream.avg_frame_rate),
+    : _parameters(avcodec_parameters_alloc()),
+      _timeBase(stream.time_base),
+      _frameRate(stream.avg_frame_rate),
       _interval(interval) {
     if (!_parameters || avcodec_parameters_copy(_parameters.get(), stream.codecpar) < 0) {
         throw std::bad_alloc();
     }
-    if (stream.sample_aspect_ratio.num > 0) {              // the container's word counts; muxers want a single one
+    if (stream.sample_aspect_ratio.num > 0) {  // the container's word counts; muxers want a single one
         _parameters->sample_aspect_ratio = stream.sample_aspect_ratio;
     }
     _parameters->width = std::max(_parameters->width, 1);  // may not be known before the first picture
@@ -52,7 +53,7 @@ StoredVideo::StoredVideo(const AVStream& stream, Ticks interval)
     unsigned other = 0;
     if (names && av_codec_get_id(names, _parameters->codec_tag) != _parameters->codec_id &&
         av_codec_get_tag2(names, _parameters->codec_id, &other) != 0) {
-        _parameters->codec_tag = 0;                        // only the input's container calls it that
+        _parameters->codec_tag = 0;  // only the input's container calls it that
     }
     for (int i = 0; i < stream.nb_side_data; ++i) {
         const AVPacketSideData& data = stream.side_data[i];
@@ -65,16 +66,14 @@ const char* StoredVideo::Container() const {
     return mp4 && avformat_query_codec(mp4, _parameters->codec_id, FF_COMPLIANCE_NORMAL) == 1 ? "mp4" : "matroska";
 }
 
-const char* StoredVideo::Ending() const {
-    return std::string_view(Container()) == "mp4" ? ".mp4" : ".mkv";
-}
+const char* StoredVideo::Ending() const { return std::string_view(Container()) == "mp4" ? ".mp4" : ".mkv"; }
 
 void StoredVideo::Check() const {
     const OutputPointer output = NewOutput();
     const bool isReady = avio_open_dyn_buf(&output->pb) >= 0;
     const int result = isReady ? WriteHeader(*output) : AVERROR(ENOMEM);
     if (result >= 0) {
-        av_write_trailer(output.get());                    // frees what the header made
+        av_write_trailer(output.get());  // frees what the header made
     }
     if (isReady) {
         std::uint8_t* content = nullptr;
@@ -96,7 +95,7 @@ OutputPointer StoredVideo::NewOutput() const {
         throw std::bad_alloc();
     }
     OutputPointer output(made);
-    output->flags |= AVFMT_FLAG_BITEXACT;                  // equal videos make equal clips
+    output->flags |= AVFMT_FLAG_BITEXACT;  // equal videos make equal clips
     AVStream* stream = avformat_new_stream(made, nullptr);
     if (!stream || avcodec_parameters_copy(stream->codecpar, _parameters.get()) < 0) {
         throw std::bad_alloc();
@@ -136,7 +135,10 @@ bool StoredVideo::ReplaceExtradata(const std::uint8_t* data, std::size_t size) {
 }
 
 ClipWriter::ClipWriter(const std::string& path, const std::string& input, const StoredVideo& video, Ticks start)
-    : _file(path, input), _output(video.NewOutput()), _start(start), _interval(video.Interval()),
+    : _file(path, input),
+      _output(video.NewOutput()),
+      _start(start),
+      _interval(video.Interval()),
       _decodeTimes(video.Delay(), video.Interval()) {
     Check(avio_open(&_output->pb, ("file:" + _file.PassingPath()).c_str(), AVIO_FLAG_WRITE));
     Check(WriteHeader(*_output));
@@ -162,11 +164,11 @@ void ClipWriter::WriteOldest() {
     const AVStream& stream = *_output->streams[0];
     AVPacket& packet = *_pending.front().packet;
     packet.stream_index = 0;
-    packet.flags &= ~AV_PKT_FLAG_DISCARD;                  // an edit list of the input's hid it
+    packet.flags &= ~AV_PKT_FLAG_DISCARD;  // an edit list of the input's hid it
     packet.pos = -1;
     packet.pts = av_rescale_q(_pending.front().time, tickBase, stream.time_base);
     packet.dts = std::max(_lastDts + 1, av_rescale_q(_decodeTimes.Take(), tickBase, stream.time_base));
-    packet.pts = std::max(packet.pts, packet.dts);         // a guess may be too early by far: rather late than no clip
+    packet.pts = std::max(packet.pts, packet.dts);  // a guess may be too early by far: rather late than no clip
     _lastDts = packet.dts;
     packet.duration = av_rescale_q(_interval, tickBase, stream.time_base);
     Check(av_write_frame(_output.get(), &packet));

@@ -27,7 +27,7 @@ public:
 
     // "mp4" where that takes the video, otherwise "matroska".
     const char* Container() const;
-    const char* Ending() const;                            // of a file's name
+    const char* Ending() const;  // of a file's name
 
     // Throws Failure when no container takes the video.
     void Check() const;
@@ -42,7 +42,7 @@ public:
     bool ReplaceExtradata(const std::uint8_t* data, std::size_t size);
 
     Ticks Interval() const { return _interval; }
-    int Delay() const { return _parameters->video_delay; } // packets, as DecodeTimes takes it
+    int Delay() const { return _parameters->video_delay; }  // packets, as DecodeTimes takes it
 
 private:
     struct SideData {
@@ -51,7 +51,7 @@ private:
     };
 
     std::unique_ptr<AVCodecParameters, ParametersDeleter> _parameters;
-    std::vector<SideData> _sideData;                       // rotation and the like
+    std::vector<SideData> _sideData;  // rotation and the like
     AVRational _timeBase;
     AVRational _frameRate;
     Ticks _interval;
@@ -74,7 +74,7 @@ public:
 private:
     struct Pending {
         PacketPointer packet;
-        Ticks time;            // ticks; from the start of the clip
+        Ticks time;  // ticks; from the start of the clip
     };
 
     void WriteOldest();
@@ -86,7 +86,7 @@ private:
     Ticks _interval;
     DecodeTimes _decodeTimes;
     std::deque<Pending> _pending;
-    std::int64_t _lastDts = INT64_MIN / 2;     // what was written last, in the container's units: they must rise
+    std::int64_t _lastDts = INT64_MIN / 2;  // what was written last, in the container's units: they must rise
 };
 
 }  // namespace Scan

@@ -27,7 +27,7 @@ void Clips::OnPacket(const AVPacket& packet, std::int64_t number) {
     std::size_t size = 0;
     const std::uint8_t* extradata = av_packet_get_side_data(&packet, AV_PKT_DATA_NEW_EXTRADATA, &size);
     if (extradata && size > 0 && _video->ReplaceExtradata(extradata, size)) {
-        BeginAgain();                                      // a clip has one description of its contents
+        BeginAgain();  // a clip has one description of its contents
     }
     _ring->Push(packet, number);
     if (_writer && !_isComplete && _ring->IsFull()) {
@@ -87,7 +87,7 @@ std::optional<Clip> Clips::Finish(const Span& event, int number) {
 void Clips::Advance(const Span& event, int number, bool isOver) {
     _limit = event.end;
     if (isOver) {
-        _ring->SettleBefore(_ring->BeginAfter(event.end)); // what has no picture yet lies in between
+        _ring->SettleBefore(_ring->BeginAfter(event.end));  // what has no picture yet lies in between
     }
     if (!_writer && !_isComplete) {
         Open(event, number);
@@ -102,7 +102,7 @@ void Clips::Advance(const Span& event, int number, bool isOver) {
 void Clips::Open(const Span& event, int number) {
     const std::optional<std::int64_t> key = _ring->KeyBefore(event.start);
     if (!key || *_ring->At(*key).time > event.end) {
-        return;                                            // a keyframe may come yet
+        return;  // a keyframe may come yet
     }
     const std::string path = ResultPath(_folder, _input, _distinct, number, _video->Ending());
     _writer.emplace(path, _input, *_video, *_ring->At(*key).time);

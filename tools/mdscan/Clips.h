@@ -50,14 +50,14 @@ private:
     const Ticks _interval;
     std::optional<StoredVideo> _video;
     std::optional<PacketRing> _ring;
-    AVRational _timeBase = {0, 1};         // of the packets
-    Ticks _now = 0;                        // newest picture
-    std::optional<Ticks> _event;           // start of the running event; absent: there is none
-    Ticks _limit = 0;                      // end of the running event as far as it is known
-    std::optional<ClipWriter> _writer;     // of its clip
-    bool _isComplete = false;              // no further packet belongs into its clip
-    std::int64_t _next = 0;                // packet to write into it
-    Ticks _shown = 0;                      // latest picture written into it
+    AVRational _timeBase = {0, 1};      // of the packets
+    Ticks _now = 0;                     // newest picture
+    std::optional<Ticks> _event;        // start of the running event; absent: there is none
+    Ticks _limit = 0;                   // end of the running event as far as it is known
+    std::optional<ClipWriter> _writer;  // of its clip
+    bool _isComplete = false;           // no further packet belongs into its clip
+    std::int64_t _next = 0;             // packet to write into it
+    Ticks _shown = 0;                   // latest picture written into it
 };
 
 }  // namespace Scan

@@ -16,7 +16,7 @@ Ticks Clock::Next(std::optional<Ticks> presented) {
     }
     const Ticks time = *presented + _offset;
     const Ticks formerly = *presented + _formerOffset;
-    if (time >= last + leap && formerly > last && formerly < last + leap) {     // only one picture was out of order
+    if (time >= last + leap && formerly > last && formerly < last + leap) {  // only one picture was out of order
         _offset = _formerOffset;
         return (_last = formerly).value();
     }

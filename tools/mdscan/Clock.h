@@ -24,21 +24,21 @@ public:
     //                               distances; times that return to the old count within a second of it undo that
     Ticks Next(std::optional<Ticks> presented);
 
-    int Repairs() const { return _repairs; }       // pictures whose time was not the file's own
-    int Restarts() const { return _restarts; }     // new starts, as above
+    int Repairs() const { return _repairs; }    // pictures whose time was not the file's own
+    int Restarts() const { return _restarts; }  // new starts, as above
 
 private:
-    static constexpr Ticks leap = oneSecond;                     // behind by this much: not jitter
-    static constexpr Ticks longestOverflow = 60 * oneSecond;     // from the picture before an overflow to the one after
-    static constexpr Ticks absurd = Ticks{1} << 59;              // 1800 years; leaves room for sums below
+    static constexpr Ticks leap = oneSecond;                  // behind by this much: not jitter
+    static constexpr Ticks longestOverflow = 60 * oneSecond;  // from the picture before an overflow to the one after
+    static constexpr Ticks absurd = Ticks{1} << 59;           // 1800 years; leaves room for sums below
 
     Ticks Repaired(Ticks time);
 
-    Ticks _interval;                // ticks
-    Ticks _period;                  // ticks; 0: none
-    std::optional<Ticks> _last;     // ticks; what Next returned
-    Ticks _offset = 0;              // ticks; added to the file's times since the last new start
-    Ticks _formerOffset = 0;        // ticks; the one before that
+    Ticks _interval;             // ticks
+    Ticks _period;               // ticks; 0: none
+    std::optional<Ticks> _last;  // ticks; what Next returned
+    Ticks _offset = 0;           // ticks; added to the file's times since the last new start
+    Ticks _formerOffset = 0;     // ticks; the one before that
     int _repairs = 0;
     int _restarts = 0;
 };

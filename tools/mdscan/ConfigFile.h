@@ -11,9 +11,9 @@ class App;
 namespace Scan {
 
 struct Setting {
-    int line;              // of the file, from 1
-    std::string name;      // of an option, without the dashes
-    std::string value;     // as it would stand on the command line
+    int line;           // of the file, from 1
+    std::string name;   // of an option, without the dashes
+    std::string value;  // as it would stand on the command line
 };
 
 // The file's settings in order, whatever their names are. Throws Failure (exitUsage): one line with file and line.

@@ -22,8 +22,8 @@ namespace Scan {
 
 namespace {
 
-constexpr AVRational usualRate = {25, 1};          // where the file does not say
-constexpr double lowestRate = 0.01, highestRate = 480;     // pictures per second; outside: the file does not know
+constexpr AVRational usualRate = {25, 1};               // where the file does not say
+constexpr double lowestRate = 0.01, highestRate = 480;  // pictures per second; outside: the file does not know
 
 bool IsPlausible(AVRational rate) {
     return rate.num > 0 && rate.den > 0 && av_q2d(rate) >= lowestRate && av_q2d(rate) <= highestRate;
@@ -138,17 +138,17 @@ InputPointer OpenRemote(const std::string& url, Patience& patience, double recon
     InputPointer input = NewInput(patience);
     Settings settings;
     if (format) {
-        input->flags |= AVFMT_FLAG_NONBLOCK;                       // a camera that stalls does not ask whether to go on
+        input->flags |= AVFMT_FLAG_NONBLOCK;  // a camera that stalls does not ask whether to go on
     }
-    if (!url.ends_with("?udp") && !url.ends_with("&udp")) {        // which FFmpeg understands, if it is left to it
+    if (!url.ends_with("?udp") && !url.ends_with("&udp")) {  // which FFmpeg understands, if it is left to it
         settings.Set("rtsp_transport", "tcp");
     }
     if (reconnect > 0) {
-        settings.Set("reconnect", "1");                            // of what has a length and can be read from any place
+        settings.Set("reconnect", "1");  // of what has a length and can be read from any place
         settings.Set("reconnect_delay_max", std::to_string(static_cast<int>(reconnect)));
     }
     TakeComplaint();
-    AVFormatContext* opened = input.release();                     // freed by FFmpeg where it fails
+    AVFormatContext* opened = input.release();  // freed by FFmpeg where it fails
     if (const int error = avformat_open_input(&opened, url.c_str(), format, settings.Address()); error < 0) {
         throw Failure(exitFailed, "cannot open: " + Explained(error == AVERROR_EXIT ? "no answer" : ErrorText(error)));
     }
@@ -175,7 +175,7 @@ Connection FindVideo(InputPointer input) {
     connection.stream = input->streams[index];
     connection.facts = FactsOf(*input, *connection.stream);
     connection.input = std::move(input);
-    TakeComplaint();                                               // probing complains about what turns out well
+    TakeComplaint();  // probing complains about what turns out well
     return connection;
 }
 

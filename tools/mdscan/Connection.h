@@ -32,17 +32,17 @@ public:
 private:
     static constexpr Ticks forever = INT64_MAX;
 
-    std::atomic<Ticks> _deadline = forever;        // ticks of the steady clock
+    std::atomic<Ticks> _deadline = forever;  // ticks of the steady clock
     std::atomic<bool> _ended = false;
 };
 
 // What a decoder has to know of a video stream.
 struct StreamFacts {
-    OutputPointer copy;                            // holds a stream as this one is, without contents
+    OutputPointer copy;  // holds a stream as this one is, without contents
     AVRational timeBase = {0, 1};
-    Ticks nominalInterval = 1;                     // ticks between two pictures, at least 1
-    AVRational sampleAspect = {0, 1};              // 0/1: not known
-    Ticks overflow = 0;                            // ticks after which its count of time begins at 0 again; 0: never
+    Ticks nominalInterval = 1;         // ticks between two pictures, at least 1
+    AVRational sampleAspect = {0, 1};  // 0/1: not known
+    Ticks overflow = 0;                // ticks after which its count of time begins at 0 again; 0: never
 
     const AVStream& Stream() const { return *copy->streams[0]; }
     const AVCodecParameters& Codec() const { return *Stream().codecpar; }
@@ -50,9 +50,9 @@ struct StreamFacts {
 
 struct Connection {
     InputPointer input;
-    AVStream* stream = nullptr;                    // the video; owned by input. All others are discarded
+    AVStream* stream = nullptr;  // the video; owned by input. All others are discarded
     std::shared_ptr<const StreamFacts> facts;
-    SteadyTime opened;                             // when the first data had come
+    SteadyTime opened;  // when the first data had come
 };
 
 // Sets up everything but the name. Throws std::bad_alloc.

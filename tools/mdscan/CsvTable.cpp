@@ -79,8 +79,7 @@ std::string CsvRow(const std::string& input, const std::string& line) {
     return row + "\r\n";
 }
 
-CsvTable::CsvTable(const std::string& path, const std::vector<std::string>& inputs)
-    : _text(path, inputs) {
+CsvTable::CsvTable(const std::string& path, const std::vector<std::string>& inputs) : _text(path, inputs) {
     _text.Write(CsvHead());
 }
 
@@ -90,8 +89,6 @@ void CsvTable::Take(const std::string& input, const std::string& line) {
     }
 }
 
-void CsvTable::Keep() {
-    _text.Keep();
-}
+void CsvTable::Keep() { _text.Keep(); }
 
 }  // namespace Scan

@@ -22,7 +22,7 @@ public:
     // The next packet's picture is shown then.
     void Add(Ticks shown);
 
-    std::size_t Waiting() const { return _waiting.size(); }    // packets added and not taken
+    std::size_t Waiting() const { return _waiting.size(); }  // packets added and not taken
 
     // Of the oldest packet that waits: never earlier than the packet before; no later than its picture, if enough packets
     // wait behind it; a constant delay apart from the pictures where that is possible.
@@ -30,14 +30,14 @@ public:
     Ticks Take();
 
 private:
-    int _delay;                            // packets
-    Ticks _interval;                       // ticks
-    std::deque<Ticks> _waiting;            // times shown, in the order of decoding
-    std::priority_queue<Ticks, std::vector<Ticks>, std::greater<>> _inOrder;   // times shown that no packet took
-    int _taken = 0;                        // up to _delay
+    int _delay;                                                               // packets
+    Ticks _interval;                                                          // ticks
+    std::deque<Ticks> _waiting;                                               // times shown, in the order of decoding
+    std::priority_queue<Ticks, std::vector<Ticks>, std::greater<>> _inOrder;  // times shown that no packet took
+    int _taken = 0;                                                           // up to _delay
     bool _isFirst = true;
-    Ticks _start = 0;                      // ticks; the first packet's picture
-    Ticks _last = 0;                       // ticks; what Take returned
+    Ticks _start = 0;  // ticks; the first packet's picture
+    Ticks _last = 0;   // ticks; what Take returned
 };
 
 }  // namespace Scan

@@ -1,5 +1,5 @@
-// How does a live source become a row of pictures?  Members of Decoder: packets come from LiveSource, times from LiveClock, and
-// where packets are missing, the decoder begins anew.
+// How does a live source become a row of pictures?  Members of Decoder: packets come from LiveSource, times from LiveClock,
+// and where packets are missing, the decoder begins anew.
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -12,12 +12,10 @@ namespace Scan {
 
 namespace {
 
-constexpr Ticks askingInterval = oneSecond / 10;           // how late an interruption may be noticed
-constexpr Ticks longestPause = 5 * oneSecond;              // between two pictures; more is a hole
+constexpr Ticks askingInterval = oneSecond / 10;  // how late an interruption may be noticed
+constexpr Ticks longestPause = 5 * oneSecond;     // between two pictures; more is a hole
 
-Ticks SteadyNow() {
-    return SteadyTicks(std::chrono::steady_clock::now());
-}
+Ticks SteadyNow() { return SteadyTicks(std::chrono::steady_clock::now()); }
 
 }  // namespace
 
@@ -48,7 +46,7 @@ void Decoder::FeedLive() {
     if (!next->hole.empty() || next->facts != _facts) {
         _pending = std::move(next);
         _draining = true;
-        avcodec_send_packet(_codec.get(), nullptr);                // what is still in it comes first
+        avcodec_send_packet(_codec.get(), nullptr);  // what is still in it comes first
         return;
     }
     _newestArrival = next->arrival;
@@ -63,7 +61,7 @@ void Decoder::GoOnBehindHole() {
     }
     _hole = _hole.empty() ? packet.hole : _hole;
     _facts = std::move(packet.facts);
-    _newestArrival = packet.arrival;                               // not before: pictures of earlier packets have come since
+    _newestArrival = packet.arrival;  // not before: pictures of earlier packets have come since
     LoseCount();
     OpenCodec();
     if (_listener) {
@@ -89,12 +87,9 @@ std::optional<Gap> Decoder::TakeGap() {
         return std::exchange(_gap, std::nullopt);
     }
     const std::string trouble = std::exchange(_isOpenGapTaken, true) ? "" : _live->Trouble();
-    return trouble.empty() ? std::nullopt
-                           : std::optional(Gap{_time, std::max(_time, OnAxis(SteadyNow())), trouble});
+    return trouble.empty() ? std::nullopt : std::optional(Gap{_time, std::max(_time, OnAxis(SteadyNow())), trouble});
 }
 
-std::int64_t Decoder::DroppedPackets() const {
-    return _live ? _live->Dropped() : 0;
-}
+std::int64_t Decoder::DroppedPackets() const { return _live ? _live->Dropped() : 0; }
 
 }  // namespace Scan

@@ -30,7 +30,7 @@ namespace Scan {
 namespace {
 
 constexpr const char* standardInput = "-";
-constexpr int patience = 1000;                     // errors in a row before the file is given up
+constexpr int patience = 1000;  // errors in a row before the file is given up
 
 // What the plain file itself says before FFmpeg is asked; empty when there is nothing against it.
 std::string Obstacle(const std::string& path) {
@@ -59,12 +59,10 @@ std::string UrlOf(const std::string& path) {
     }
     struct stat status = {};
     const bool isFile = fstat(STDIN_FILENO, &status) == 0 && S_ISREG(status.st_mode);
-    return isFile ? "file:/dev/stdin" : "pipe:0";                  // a file can be read back and forth
+    return isFile ? "file:/dev/stdin" : "pipe:0";  // a file can be read back and forth
 }
 
-bool IsPattern(const std::string& path) {
-    return path.find('%') != std::string::npos;
-}
+bool IsPattern(const std::string& path) { return path.find('%') != std::string::npos; }
 
 // length: ticks, as the header says.
 std::optional<StartTime> ContainerStart(const AVFormatContext& input, const AVStream& stream, Ticks length,
@@ -107,12 +105,12 @@ InputPointer Decoder::OpenFile(const std::string& path) {
         _pipe = std::make_unique<PipeReader>(path, *_patience);
         input->pb = _pipe->Context();
     }
-    AVFormatContext* opened = input.release();                     // freed by FFmpeg where it fails
+    AVFormatContext* opened = input.release();  // freed by FFmpeg where it fails
     if (const int error = avformat_open_input(&opened, UrlOf(path).c_str(), nullptr, nullptr); error < 0) {
         throw Failure(exitFailed, "cannot open: " + Explained(ErrorText(error)));
     }
     input.reset(opened);
-    if (std::string_view(input->iformat->name) == "tty") {         // would draw any text as a picture
+    if (std::string_view(input->iformat->name) == "tty") {  // would draw any text as a picture
         throw Failure(exitFailed, "cannot open: is text, not video");
     }
     return input;
@@ -135,9 +133,7 @@ void Decoder::OpenRemoteInput(const std::string& url) {
 }
 
 // Of a download, as long as FFmpeg may try to take it up again.
-Ticks Decoder::LongestSilence() const {
-    return std::max(LiveLimits{}.silence, FromSeconds(_reconnect));
-}
+Ticks Decoder::LongestSilence() const { return std::max(LiveLimits{}.silence, FromSeconds(_reconnect)); }
 
 // What the file promises, and where its video is.
 void Decoder::Examine(const std::string& path, InputPointer input) {
@@ -180,14 +176,14 @@ void Decoder::OpenCodec() {
 
 // Whether a picture is referred to is for the decoder to know; these tell it truly, whatever the encoder.
 void Decoder::LeaveOutUnless(LeftOut::Needed needed) {
-    if (_live) {                                                   // may stall or break at any time
+    if (_live) {  // may stall or break at any time
         return;
     }
     const AVCodecID codec = _stream->codecpar->codec_id;
     const AVFieldOrder order = _stream->codecpar->field_order;
     const bool tells = codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_MPEG4 || codec == AV_CODEC_ID_MPEG2VIDEO ||
                        codec == AV_CODEC_ID_MPEG1VIDEO;
-    if (tells && (order == AV_FIELD_PROGRESSIVE || order == AV_FIELD_UNKNOWN)) {       // a packet may hold a single field
+    if (tells && (order == AV_FIELD_PROGRESSIVE || order == AV_FIELD_UNKNOWN)) {  // a packet may hold a single field
         _leftOut.emplace(std::move(needed));
     }
 }
@@ -247,7 +243,7 @@ bool Decoder::Next() {
 
 // Gives the decoder the next packet of the video, or tells it that there is none.
 void Decoder::Feed() {
-    if (_draining) {                                               // a decoder that neither delivers nor ends
+    if (_draining) {  // a decoder that neither delivers nor ends
         ++_failuresInARow;
         return;
     }
@@ -260,7 +256,7 @@ void Decoder::Feed() {
         avcodec_send_packet(_codec.get(), nullptr);
         return;
     }
-    if (result == AVERROR_EXIT) {                                  // the user has had enough, or all have
+    if (result == AVERROR_EXIT) {  // the user has had enough, or all have
         if (!Interrupted()) {
             NoteDamage("nothing has come for " + std::to_string(LongestSilence() / oneSecond) + " s");
         }
@@ -293,7 +289,7 @@ bool Decoder::IsPassedBy(const AVPacket& packet, std::int64_t number) {
         _unanchored = _unanchored || (_passing && !_instead);
         _passing = _instead != nullptr;
         if (_instead) {
-            _instead->reordered_opaque = number;                   // another decoder's until now
+            _instead->reordered_opaque = number;  // another decoder's until now
         }
         if (_passing && _fed) {
             _emptying = true;
@@ -301,7 +297,7 @@ bool Decoder::IsPassedBy(const AVPacket& packet, std::int64_t number) {
         }
     }
     const bool isPassedBy = _passing || (_startsOnly && !begins);
-    if (isPassedBy && !begins) {                                   // the first one is shown
+    if (isPassedBy && !begins) {  // the first one is shown
         ++_passedBy;
         _reached = std::max(_reached, time.value_or(0) + _later);
     }
@@ -310,10 +306,10 @@ bool Decoder::IsPassedBy(const AVPacket& packet, std::int64_t number) {
 
 // Of the packet that is about to be decoded.
 void Decoder::ChooseDiscard(const AVPacket& packet) {
-    const bool cutAway = (packet.flags & AV_PKT_FLAG_DISCARD) != 0;    // by a list of edits: never shown, never counted
+    const bool cutAway = (packet.flags & AV_PKT_FLAG_DISCARD) != 0;  // by a list of edits: never shown, never counted
     const std::optional<Ticks> decoded = TicksOf(packet.dts, _facts->timeBase);
     bool may = false;
-    if (_leftOut && (cutAway || _unanchored)) {                        // which ones will be asked for, the first one shown tells
+    if (_leftOut && (cutAway || _unanchored)) {  // which ones will be asked for, the first one shown tells
         _leftOut->Pass(decoded);
     } else if (_leftOut) {
         may = _leftOut->May(TicksOf(packet.pts, _facts->timeBase), decoded, _later);
@@ -349,7 +345,7 @@ std::optional<Ticks> Decoder::Presented() {
     if (!time) {
         return time;
     }
-    if (_pictures == 0 && _frame->pts == AV_NOPTS_VALUE) {         // AVI: there are times of decoding only
+    if (_pictures == 0 && _frame->pts == AV_NOPTS_VALUE) {  // AVI: there are times of decoding only
         _decodedLate = std::max<Ticks>(0, *time - _firstDecoding.value_or(*time));
     }
     _origin = _origin ? _origin : *time - _decodedLate;
@@ -383,7 +379,7 @@ void Decoder::AcceptFrame() {
         NoteDamage("damaged picture");
         _failuresInARow = 0;
     }
-    if (!presented && !_draining) {                                // at the end, times of decoding simply run out
+    if (!presented && !_draining) {  // at the end, times of decoding simply run out
         LoseCount();
     }
     _numbers->Count(_time);
@@ -392,7 +388,7 @@ void Decoder::AcceptFrame() {
 // The file is over: did it end where it should?
 void Decoder::CheckEnd() {
     if (_live || Interrupted() || _failuresInARow >= patience) {
-        return;                                                    // noted already
+        return;  // noted already
     }
     if (_input->pb && _input->pb->error < 0) {
         NoteDamage(ErrorText(_input->pb->error));
@@ -432,7 +428,7 @@ void Decoder::LoseCount() {
 void Decoder::NoteDamage(const std::string& what) {
     ++_failuresInARow;
     LoseCount();
-    if (_live) {                                                   // comes and goes; the source is as it is
+    if (_live) {  // comes and goes; the source is as it is
         return;
     }
     if (_damage.count++ == 0) {

@@ -41,7 +41,11 @@ std::optional<Event> EventLog::Add(const Findings& frame) {
 // The running event, or a new one, by a frame that moves.
 void EventLog::Extend(const Findings& frame, int blocks) {
     if (!_running) {
-        _running = Event{.start = frame.time, .end = frame.time, .peak = frame.time, .frames = 0, .peakBlocks = blocks,
+        _running = Event{.start = frame.time,
+                         .end = frame.time,
+                         .peak = frame.time,
+                         .frames = 0,
+                         .peakBlocks = blocks,
                          .objects = frame.objects};
     }
     _running->end = frame.time;
@@ -58,7 +62,7 @@ void EventLog::Extend(const Findings& frame, int blocks) {
         track.push_back({frame.time, frame.objects.front().box});
     }
     ++_running->frames;
-    if (track.size() > longestTrack) {                     // every second point goes
+    if (track.size() > longestTrack) {  // every second point goes
         for (std::size_t i = 0; 2 * i < track.size(); ++i) {
             track[i] = track[2 * i];
         }
@@ -96,8 +100,6 @@ std::optional<Span> EventLog::Running() const {
     return Span{std::max(_running->start - _rules.preRoll, _firstSeen), _running->end + _rules.postRoll};
 }
 
-int EventLog::Count() const {
-    return _finished + (_running && Counts(*_running) ? 1 : 0);
-}
+int EventLog::Count() const { return _finished + (_running && Counts(*_running) ? 1 : 0); }
 
 }  // namespace Scan

@@ -20,15 +20,15 @@ struct Box {
 };
 
 struct MovingObject {
-    Box box;        // pixels
-    int blocks;     // moving blocks
-    std::uint64_t zones = 0;   // bit i: its blocks touch the i-th watched zone
+    Box box;                  // pixels
+    int blocks;               // moving blocks
+    std::uint64_t zones = 0;  // bit i: its blocks touch the i-th watched zone
 };
 
 // One analysed frame.
 struct Findings {
     Ticks time;
-    std::vector<MovingObject> objects;     // largest first
+    std::vector<MovingObject> objects;  // largest first
 };
 
 struct Span {
@@ -39,30 +39,30 @@ struct Span {
 // Where the largest object was at one time.
 struct TrackPoint {
     Ticks time;
-    Box box;        // pixels
+    Box box;  // pixels
 };
 
-inline constexpr std::size_t longestTrack = 256;   // points
+inline constexpr std::size_t longestTrack = 256;  // points
 
 struct Event {
-    Ticks start;                           // first frame that moved, less the pre-roll
-    Ticks end;                             // last frame that moved, and the post-roll
-    Ticks peak;                            // the frame with the most moving blocks, the first of equals
-    int frames;                            // analysed frames that moved
-    int peakBlocks;                        // moving blocks at the peak
-    std::vector<MovingObject> objects;     // at the peak, largest first
-    std::uint64_t zones = 0;               // that its objects touched, as in MovingObject
-    std::vector<TrackPoint> track = {};    // of the frames that moved; of long events, every second, fourth, ...
-    int trackStep = 1;                     // frames that moved from one point to the next
+    Ticks start;                         // first frame that moved, less the pre-roll
+    Ticks end;                           // last frame that moved, and the post-roll
+    Ticks peak;                          // the frame with the most moving blocks, the first of equals
+    int frames;                          // analysed frames that moved
+    int peakBlocks;                      // moving blocks at the peak
+    std::vector<MovingObject> objects;   // at the peak, largest first
+    std::uint64_t zones = 0;             // that its objects touched, as in MovingObject
+    std::vector<TrackPoint> track = {};  // of the frames that moved; of long events, every second, fourth, ...
+    int trackStep = 1;                   // frames that moved from one point to the next
 };
 
 struct EventRules {
-    Ticks mergeGap;        // an event ends when frames without an object lie between and span more than this
-    Ticks minDuration;     // shorter ones, end - start, are dropped
-    Ticks longestGap;      // two frames further apart are never one event: what lay between was not recorded
-    Ticks preRoll = 0;     // added before and after an event, as far as there was something to see; events that would
-    Ticks postRoll = 0;    // overlap then are one
-    int minBlocks = 1;     // a frame with fewer moving blocks does not count as one that moved
+    Ticks mergeGap;      // an event ends when frames without an object lie between and span more than this
+    Ticks minDuration;   // shorter ones, end - start, are dropped
+    Ticks longestGap;    // two frames further apart are never one event: what lay between was not recorded
+    Ticks preRoll = 0;   // added before and after an event, as far as there was something to see; events that would
+    Ticks postRoll = 0;  // overlap then are one
+    int minBlocks = 1;   // a frame with fewer moving blocks does not count as one that moved
 };
 
 int MovingBlocks(const Findings& frame);
@@ -86,7 +86,7 @@ public:
     // Events so far, the running one included as soon as it counts.
     int Count() const;
 
-    int Dropped() const { return _dropped; }       // events that were too short
+    int Dropped() const { return _dropped; }  // events that were too short
 
 private:
     std::optional<Event> Finish(Ticks lastSeen);
@@ -95,9 +95,9 @@ private:
 
     EventRules _rules;
     std::optional<Event> _running;
-    std::optional<Ticks> _lastFrame;       // absent: nothing seen yet, or nothing that counts any more
-    Ticks _firstSeen = 0;                  // first frame since then
-    bool _stillInBetween = false;          // the last frame had no object
+    std::optional<Ticks> _lastFrame;  // absent: nothing seen yet, or nothing that counts any more
+    Ticks _firstSeen = 0;             // first frame since then
+    bool _stillInBetween = false;     // the last frame had no object
     int _finished = 0;
     int _dropped = 0;
 };

@@ -61,12 +61,9 @@ std::string VerdictText(const Explanation& e) {
     const BlockFacts& facts = e.facts;
     const Candidate* const candidate = Deciding(facts);
     switch (facts.verdict) {
-        case Verdict::NotReady:
-            return "Not judged: nothing is found in the first eleven analysed pictures.";
-        case Verdict::Excluded:
-            return "No motion: the block lies in an excluded zone.";
-        case Verdict::Outside:
-            return "No motion: the block lies outside all zones.";
+        case Verdict::NotReady: return "Not judged: nothing is found in the first eleven analysed pictures.";
+        case Verdict::Excluded: return "No motion: the block lies in an excluded zone.";
+        case Verdict::Outside: return "No motion: the block lies outside all zones.";
         case Verdict::Still:
             return facts.known ? "No motion: the block looks like its background."
                                : "No motion: the block looks as in the picture before. Its background is not known yet.";
@@ -81,8 +78,7 @@ std::string VerdictText(const Explanation& e) {
         case Verdict::Small:
             return Joined("No motion: its object is too small, ", Size(candidate->box.Width(), candidate->box.Height()),
                           ". It needs ", Size(candidate->leastColumns, candidate->leastRows), " (--min-size).");
-        case Verdict::Motion:
-            break;
+        case Verdict::Motion: break;
     }
     return MotionText(e);
 }
@@ -151,24 +147,15 @@ std::string ZoneRows(const BlockFacts& facts) {
 
 const char* NameOf(Verdict verdict) {
     switch (verdict) {
-        case Verdict::NotReady:
-            return "not_ready";
-        case Verdict::Excluded:
-            return "excluded";
-        case Verdict::Outside:
-            return "outside";
-        case Verdict::Still:
-            return "still";
-        case Verdict::Shadow:
-            return "shadow";
-        case Verdict::Unmoved:
-            return "unmoved";
-        case Verdict::Trimmed:
-            return "trimmed";
-        case Verdict::Small:
-            return "small";
-        case Verdict::Motion:
-            break;
+        case Verdict::NotReady: return "not_ready";
+        case Verdict::Excluded: return "excluded";
+        case Verdict::Outside: return "outside";
+        case Verdict::Still: return "still";
+        case Verdict::Shadow: return "shadow";
+        case Verdict::Unmoved: return "unmoved";
+        case Verdict::Trimmed: return "trimmed";
+        case Verdict::Small: return "small";
+        case Verdict::Motion: break;
     }
     return "motion";
 }

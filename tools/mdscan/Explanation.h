@@ -12,22 +12,22 @@ namespace Scan {
 
 // What became of the event that the frame belongs to.
 struct EventFate {
-    bool counts = false;       // false: it was shorter than --min-duration
-    int number = 0;            // as a scan numbers it, where it counts
-    Ticks start = 0;           // first and last frame that moved, without rolls
+    bool counts = false;  // false: it was shorter than --min-duration
+    int number = 0;       // as a scan numbers it, where it counts
+    Ticks start = 0;      // first and last frame that moved, without rolls
     Ticks end = 0;
 };
 
 struct Explanation {
     std::string file;
-    Ticks asked = 0;           // the moment in question
-    Ticks time = 0;            // of the frame analysed last at that moment
+    Ticks asked = 0;  // the moment in question
+    Ticks time = 0;   // of the frame analysed last at that moment
     PictureNumber picture = {};
     BlockFacts facts = {};
-    int movingBlocks = 0;      // in all objects of the frame
-    int minBlocks = 1;         // fewer: the frame counts as still
-    double minDuration = 0;    // seconds
-    std::optional<EventFate> event = {};       // of a frame that moves
+    int movingBlocks = 0;                 // in all objects of the frame
+    int minBlocks = 1;                    // fewer: the frame counts as still
+    double minDuration = 0;               // seconds
+    std::optional<EventFate> event = {};  // of a frame that moves
 };
 
 // "still", "shadow", ...: how JSON calls it.

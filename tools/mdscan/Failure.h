@@ -7,10 +7,10 @@
 namespace Scan {
 
 enum ExitCode {
-    exitComplete = 0,      // every input scanned, motion found
-    exitFailed = 1,        // an input unreadable or damaged, a result could not be written, or interrupted
+    exitComplete = 0,  // every input scanned, motion found
+    exitFailed = 1,    // an input unreadable or damaged, a result could not be written, or interrupted
     exitUsage = 2,
-    exitNothing = 3        // every input scanned, no motion found
+    exitNothing = 3  // every input scanned, no motion found
 };
 
 class Failure : public std::runtime_error {

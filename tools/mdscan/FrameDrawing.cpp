@@ -10,11 +10,11 @@ namespace Scan {
 
 namespace {
 
-constexpr Color boxColor = {210, 16, 146};         // yellow: seen on asphalt, grass and snow
-constexpr Color letterColor = {235, 128, 128};     // white
-constexpr Color groundColor = {24, 128, 128};      // of labels
-constexpr int groundTint = 70;                     // percent
-constexpr int lineDivisor = 240;                   // a line is picture height / this thick, at least 2 pixels
+constexpr Color boxColor = {210, 16, 146};      // yellow: seen on asphalt, grass and snow
+constexpr Color letterColor = {235, 128, 128};  // white
+constexpr Color groundColor = {24, 128, 128};   // of labels
+constexpr int groundTint = 70;                  // percent
+constexpr int lineDivisor = 240;                // a line is picture height / this thick, at least 2 pixels
 
 // Calls change(pixel, value of the colour) for every pixel of the box in all three planes.
 template <typename Change>
@@ -36,9 +36,7 @@ void ChangePixels(AVFrame& frame, const Box& box, Color color, const Change& cha
 }
 
 // Pixels that a dot is wide and high.
-int DotSize(const AVFrame& frame) {
-    return std::max(1, (frame.height + lineDivisor / 2) / lineDivisor);
-}
+int DotSize(const AVFrame& frame) { return std::max(1, (frame.height + lineDivisor / 2) / lineDivisor); }
 
 // Letters, those of several bytes counted once.
 std::string Letters(const std::string& text) {
@@ -73,9 +71,7 @@ void DrawBox(AVFrame& frame, const Box& box) {
     Fill(frame, {right - line, box.y, line, box.height}, boxColor);
 }
 
-int LabelHeight(const AVFrame& frame) {
-    return (letterRows + 2) * DotSize(frame);
-}
+int LabelHeight(const AVFrame& frame) { return (letterRows + 2) * DotSize(frame); }
 
 void DrawLabel(AVFrame& frame, int x, int y, const std::string& text) {
     const int dot = DotSize(frame);

@@ -20,18 +20,14 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::array<std::string_view, 45> videoEndings = {
-    "264", "265", "3g2", "3gp", "asf", "av1", "avi", "dav", "divx", "dv", "f4v", "flv", "h264", "h265", "hevc", "ivf", "m1v",
-    "m2t", "m2ts", "m2v", "m4v", "mjpeg", "mjpg", "mkv", "mov", "mp4", "mpe", "mpeg", "mpg", "mpv", "mts", "mxf", "nut",
-    "obu", "ogm", "ogv", "qt", "rm", "rmvb", "tod", "ts", "vob", "webm", "wmv", "y4m"};
+    "264", "265", "3g2", "3gp",  "asf", "av1", "avi",   "dav",  "divx", "dv",  "f4v", "flv", "h264", "h265", "hevc",
+    "ivf", "m1v", "m2t", "m2ts", "m2v", "m4v", "mjpeg", "mjpg", "mkv",  "mov", "mp4", "mpe", "mpeg", "mpg",  "mpv",
+    "mts", "mxf", "nut", "obu",  "ogm", "ogv", "qt",    "rm",   "rmvb", "tod", "ts",  "vob", "webm", "wmv",  "y4m"};
 static_assert(std::is_sorted(videoEndings.begin(), videoEndings.end()));
 
-bool IsHidden(const fs::path& path) {
-    return path.filename().native().starts_with('.');
-}
+bool IsHidden(const fs::path& path) { return path.filename().native().starts_with('.'); }
 
-bool LooksLikePattern(const std::string& name) {
-    return name.find_first_of("*?[") != std::string::npos;
-}
+bool LooksLikePattern(const std::string& name) { return name.find_first_of("*?[") != std::string::npos; }
 
 class Collector {
 public:
@@ -46,7 +42,7 @@ public:
             _list.several = true;
             AddPattern(name);
         } else {
-            Add({name});                   // one that does not exist is named when it is opened
+            Add({name});  // one that does not exist is named when it is opened
         }
     }
 
@@ -114,8 +110,8 @@ private:
 
     InputList _list;
     std::set<std::string> _known;
-    int _depth = 0;                        // of folders
-    std::size_t _found = 0;                // videos in folders, doubles included
+    int _depth = 0;          // of folders
+    std::size_t _found = 0;  // videos in folders, doubles included
 };
 
 }  // namespace

@@ -9,11 +9,9 @@ namespace Scan {
 namespace {
 
 std::atomic<bool> interrupted = false;
-static_assert(std::atomic<bool>::is_always_lock_free);     // written by a signal handler
+static_assert(std::atomic<bool>::is_always_lock_free);  // written by a signal handler
 
-void Interrupt(int) {
-    interrupted = true;
-}
+void Interrupt(int) { interrupted = true; }
 
 }  // namespace
 
@@ -26,8 +24,6 @@ void LeaveOrderly() {
     std::signal(SIGPIPE, SIG_IGN);
 }
 
-bool Interrupted() {
-    return interrupted;
-}
+bool Interrupted() { return interrupted; }
 
 }  // namespace Scan

@@ -30,7 +30,8 @@ bool CanBeReadTwice(const std::string& input) {
 
 JobResult ResultOf(const Failure& failure, Health health) {
     const bool unwritten = dynamic_cast<const OutputFailure*>(&failure) != nullptr;
-    return {.health = unwritten ? Health::Unwritten : health, .code = failure.Code(), .trouble = failure.what(), .tally = {}};
+    return {
+        .health = unwritten ? Health::Unwritten : health, .code = failure.Code(), .trouble = failure.what(), .tally = {}};
 }
 
 }  // namespace
@@ -42,23 +43,27 @@ Job::Job(const Options& options, const std::string& input, const std::string& na
       _listener(listener),
       _decoder(input, options.decoderThreads, options.reconnect),
       _cadence(options.rate, _decoder.NominalInterval()),
-      _rules{.framesPerSecond = 1 / ToSeconds(_decoder.NominalInterval()), .shadows = options.shadows,
-             .minSize = options.minSize, .zones = options.allZones,
+      _rules{.framesPerSecond = 1 / ToSeconds(_decoder.NominalInterval()),
+             .shadows = options.shadows,
+             .minSize = options.minSize,
+             .zones = options.allZones,
              .heat = !options.heatmap.empty() || !options.report.empty()},
       _longestGap(std::max({FromSeconds(options.mergeGap), periodsWithoutFrame * _cadence.Period(),
                             options.fast ? 2 * KeyframeScout::longestHonest : 0})),
-      _events({.mergeGap = FromSeconds(options.mergeGap), .minDuration = FromSeconds(options.minDuration),
+      _events({.mergeGap = FromSeconds(options.mergeGap),
+               .minDuration = FromSeconds(options.minDuration),
                .longestGap = _longestGap,
-               .preRoll = FromSeconds(options.preRoll), .postRoll = FromSeconds(options.postRoll),
+               .preRoll = FromSeconds(options.preRoll),
+               .postRoll = FromSeconds(options.postRoll),
                .minBlocks = options.minBlocks}) {
-    if (options.overlay.empty() && options.clips.empty()) {    // one shows every picture, the other wants the time of each
+    if (options.overlay.empty() && options.clips.empty()) {  // one shows every picture, the other wants the time of each
         _decoder.LeaveOutUnless([this](Ticks time) { return _cadence.MayTake(time); });
     }
     if (options.fast) {
         _scout.emplace(input, options.decoderThreads, options.blockSize, options.rate, _rules);
         _decoder.ShowInstead([this](Ticks time) { return _scout->At(time); });
     }
-    const auto placeOf = [&](const std::string& path, const char* ending) {    // one of several inputs: a folder is given
+    const auto placeOf = [&](const std::string& path, const char* ending) {  // one of several inputs: a folder is given
         return name.empty() ? path : ResultPath(path, input, true, ending);
     };
     if (!options.background.empty()) {
@@ -84,16 +89,16 @@ JobResult Job::Run() {
         }
     };
     attempt([&] { Scan(); });
-    attempt([&] { PrintGap(_decoder.TakeGap()); });        // the source is gone
-    attempt([&] { PrintEvent(_events.Close()); });         // what was found before a failure counts
+    attempt([&] { PrintGap(_decoder.TakeGap()); });  // the source is gone
+    attempt([&] { PrintEvent(_events.Close()); });   // what was found before a failure counts
     attempt([&] { AttachGround(); });
     if (result.health == Health::Whole) {
-        attempt([&] { CompleteFiles(); });                 // those of a damaged video are complete as far as it goes
+        attempt([&] { CompleteFiles(); });  // those of a damaged video are complete as far as it goes
     }
     if (result.health == Health::Whole && !_decoder.GaveUp().empty()) {
         result.health = Health::Damaged;
         result.trouble = _decoder.GaveUp();
-    } else if (result.health == Health::Whole && Interrupted() && !_decoder.IsLive()) {    // a live source has no other end
+    } else if (result.health == Health::Whole && Interrupted() && !_decoder.IsLive()) {  // a live source has no other end
         result.health = Health::Interrupted;
         result.trouble = "interrupted";
     } else if (result.health == Health::Whole && _decoder.Found().count > 0) {
@@ -130,7 +135,7 @@ void Job::Analyse(const AVFrame& frame, Ticks time) {
     const Host::PictureFormat& format = _picture.Format();
     if (!_watcher || !_watcher->Suits(format)) {
         const PictureGrid grid = GridOf(format.width, format.height, _options.blockSize);
-        PrintEvent(_events.Close());                       // the new pictures cannot be compared with the old ones
+        PrintEvent(_events.Close());  // the new pictures cannot be compared with the old ones
         _heat.Add(_watcher ? _watcher->Heat() : HeatMap{});
         _watcher.emplace(format, grid, _rules);
     }
@@ -145,7 +150,7 @@ void Job::Analyse(const AVFrame& frame, Ticks time) {
     }
     _listener.OnFrame(*_watcher, findings, NumberAt(time));
     if ((!_options.thumbnails.empty() || !_options.report.empty()) && _events.PeaksNow()) {
-        _peak.reset(av_frame_clone(&frame));               // shares the picture
+        _peak.reset(av_frame_clone(&frame));  // shares the picture
     }
     if (_overlay) {
         _marking = {std::move(findings.objects), _watcher->Marks(), _watcher->Grid(), Clock()};
@@ -158,8 +163,12 @@ void Job::PrintEvent(const std::optional<Event>& event) {
     }
     ++_printed;
     _listener.OnEvent(*event);
-    EventExtras extras{.start = NumberAt(event->start), .end = NumberAt(event->end), .peak = NumberAt(event->peak), .clock = Clock(),
-                       .zones = WatchedNames(_options.allZones), .track = _options.track};
+    EventExtras extras{.start = NumberAt(event->start),
+                       .end = NumberAt(event->end),
+                       .peak = NumberAt(event->peak),
+                       .clock = Clock(),
+                       .zones = WatchedNames(_options.allZones),
+                       .track = _options.track};
     if (_peak && !_options.report.empty()) {
         AttachPicture();
     }
@@ -167,7 +176,7 @@ void Job::PrintEvent(const std::optional<Event>& event) {
         extras.thumbnail = ResultPath(_options.thumbnails, _input, !_name.empty(), _printed, ".jpg");
         ResultFile file(extras.thumbnail, _input);
         WriteThumbnail(*_peak, file);
-        file.Keep();                                       // before the line that names it
+        file.Keep();  // before the line that names it
     }
     _peak.reset();
     if (_clips) {
@@ -217,9 +226,7 @@ std::optional<StartTime> Job::Clock() const {
     return _options.startTime ? StartTime{*_options.startTime, ClockSource::Given} : _decoder.Started();
 }
 
-PictureNumber Job::NumberAt(Ticks time) const {
-    return {_decoder.Numbers().At(time), _decoder.Numbers().IsExact(time)};
-}
+PictureNumber Job::NumberAt(Ticks time) const { return {_decoder.Numbers().At(time), _decoder.Numbers().IsExact(time)}; }
 
 Tally Job::Sum() const {
     Tally tally;
@@ -243,11 +250,11 @@ JobResult RunJob(const Options& options, const std::string& input, const std::st
         }
         return Job(options, input, name, listener).Run();
     } catch (const Failure& failure) {
-        if (Interrupted() && failure.Code() == exitFailed) {       // while it was opened
+        if (Interrupted() && failure.Code() == exitFailed) {  // while it was opened
             return {.health = Health::Interrupted, .code = exitFailed, .trouble = "interrupted", .tally = {}};
         }
         return ResultOf(failure, Health::Unreadable);
-    } catch (const std::exception& error) {                // no memory
+    } catch (const std::exception& error) {  // no memory
         return {.health = Health::Unreadable, .code = exitFailed, .trouble = error.what(), .tally = {}};
     }
 }

@@ -69,19 +69,19 @@ private:
     JobListener& _listener;
     const std::chrono::steady_clock::time_point _begin = std::chrono::steady_clock::now();
     Decoder _decoder;
-    std::optional<KeyframeScout> _scout;       // where groups may be passed by
+    std::optional<KeyframeScout> _scout;  // where groups may be passed by
     Cadence _cadence;
     const WatchRules _rules;
-    const Ticks _longestGap;                   // between two analysed frames of one event
+    const Ticks _longestGap;  // between two analysed frames of one event
     EventLog _events;
     PlainPicture _picture;
     std::optional<Watcher> _watcher;
-    Marking _marking;                          // of the newest analysed frame, for the overlay
-    std::int64_t _analysed = 0;                // frames
-    int _printed = 0;                          // events
+    Marking _marking;            // of the newest analysed frame, for the overlay
+    std::int64_t _analysed = 0;  // frames
+    int _printed = 0;            // events
     int _gaps = 0;
-    FramePointer _peak;                        // of the running event, where pictures of it are wanted
-    HeatMap _heat;                             // of pictures of earlier sizes
+    FramePointer _peak;  // of the running event, where pictures of it are wanted
+    HeatMap _heat;       // of pictures of earlier sizes
     std::optional<ResultFile> _background;
     std::optional<Overlay> _overlay;
     std::optional<Clips> _clips;

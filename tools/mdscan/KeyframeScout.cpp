@@ -9,9 +9,13 @@
 namespace Scan {
 
 KeyframeScout::KeyframeScout(const std::string& input, int threads, int blockSize, double rate, WatchRules rules)
-    : _decoder(input, threads), _cadence(rate, _decoder.NominalInterval()), _blockSize(blockSize), _rules(std::move(rules)) {}
+    : _decoder(input, threads),
+      _cadence(rate, _decoder.NominalInterval()),
+      _blockSize(blockSize),
+      _rules(std::move(rules)) {}
 
-// A detector wants eleven pictures before it finds anything. Eleven keyframes would take long: it gets those of the beginning.
+// A detector wants eleven pictures before it finds anything. Eleven keyframes would take long: it gets those of the
+// beginning.
 bool KeyframeScout::Begin() {
     while (!_watcher || !_watcher->IsReady()) {
         if (Interrupted() || !_decoder.Next()) {
@@ -31,7 +35,7 @@ bool KeyframeScout::Advance() {
     if (!_begun) {
         return false;
     }
-    do {                                                   // the decoder may still have pictures from before
+    do {  // the decoder may still have pictures from before
         if (!_decoder.Next()) {
             return false;
         }

@@ -1,8 +1,8 @@
 // Between which complete pictures may something have moved?  Runs ahead of a scan, decodes nothing but the first picture of
 // every group, and says which groups are worth decoding. Job asks it for every group.
 //
-// The scout has a detector of its own, which sees one picture per group. A group is passed by when nothing moves in its first
-// picture nor in that of the next group, and the two are close enough for hardly anything to come and go between them.
+// The scout has a detector of its own, which sees one picture per group. A group is passed by when nothing moves in its
+// first picture nor in that of the next group, and the two are close enough for hardly anything to come and go between them.
 #pragma once
 
 #include <compare>
@@ -35,8 +35,8 @@ public:
 private:
     // A time of the file, told apart from equal ones before and after joined recordings. In order.
     struct Place {
-        int falls;                 // of the file's times before this one
-        Ticks time;                // ticks of the file
+        int falls;   // of the file's times before this one
+        Ticks time;  // ticks of the file
 
         auto operator<=>(const Place&) const = default;
     };
@@ -58,7 +58,7 @@ private:
     struct Key {
         Place place;
         FramePointer picture;
-        bool quiet;                // the detector knew enough, and found nothing
+        bool quiet;  // the detector knew enough, and found nothing
     };
 
     bool Begin();
@@ -66,16 +66,16 @@ private:
     bool IsQuiet(const AVFrame& frame);
 
     Decoder _decoder;
-    Cadence _cadence;              // until the detector is ready
+    Cadence _cadence;  // until the detector is ready
     const int _blockSize;
     const WatchRules _rules;
     PlainPicture _picture;
     std::optional<Watcher> _watcher;
     bool _begun = false;
-    std::int64_t _firstPacket = 0; // since only starts of groups are decoded
+    std::int64_t _firstPacket = 0;  // since only starts of groups are decoded
     Axis _ofKeys;
-    Axis _ofQuestions;             // times asked for
-    std::deque<Key> _keys;         // from the group asked for on
+    Axis _ofQuestions;      // times asked for
+    std::deque<Key> _keys;  // from the group asked for on
     GroupTally _tally;
 };
 

@@ -3,8 +3,8 @@
 
 namespace Scan {
 
-inline constexpr int letterColumns = 5;    // dots
-inline constexpr int letterRows = 8;       // dots
+inline constexpr int letterColumns = 5;  // dots
+inline constexpr int letterRows = 8;     // dots
 
 // Is this dot of the letter set?  ASCII; anything else is an empty frame.
 bool HasDot(char letter, int column, int row);

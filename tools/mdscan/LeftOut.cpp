@@ -7,8 +7,8 @@ namespace Scan {
 
 namespace {
 
-constexpr int evenForAWhile = 25;          // packets
-constexpr Ticks roundings = 4;             // a distance may differ by 1 part of so many: containers round to milliseconds
+constexpr int evenForAWhile = 25;  // packets
+constexpr Ticks roundings = 4;     // a distance may differ by 1 part of so many: containers round to milliseconds
 
 }  // namespace
 
@@ -33,7 +33,7 @@ std::vector<Ticks> LeftOut::Before(Ticks presented) {
     const auto shown = _pending.lower_bound(presented);
     const std::vector<Ticks> passed(_pending.begin(), shown);
     _pending.erase(_pending.begin(), shown);
-    _pending.erase(presented);             // others do refer to this one
+    _pending.erase(presented);  // others do refer to this one
     return passed;
 }
 

@@ -38,10 +38,10 @@ private:
     bool IsEven(std::optional<Ticks> decoded);
 
     Needed _needed;
-    std::set<Ticks> _pending;              // of packets whose pictures were neither shown nor passed by; ticks
-    std::optional<Ticks> _lastDecoded;     // ticks
-    Ticks _distance = 0;                   // ticks; between the last two packets
-    int _evenInARow = 0;                   // packets at the distance of the one before
+    std::set<Ticks> _pending;           // of packets whose pictures were neither shown nor passed by; ticks
+    std::optional<Ticks> _lastDecoded;  // ticks
+    Ticks _distance = 0;                // ticks; between the last two packets
+    int _evenInARow = 0;                // packets at the distance of the one before
 };
 
 }  // namespace Scan

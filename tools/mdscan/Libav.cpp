@@ -30,7 +30,8 @@ void Remember(void* source, int level, const char* format, va_list arguments) {
     int printPrefix = 0;
     av_log_format_line2(source, level, format, arguments, line.data(), static_cast<int>(line.size()), &printPrefix);
     std::string text = line.data();
-    std::replace_if(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
     text.erase(text.find_last_not_of(' ') + 1);
     const std::lock_guard lock(complaintMutex);
     if (complaint.empty()) {
@@ -73,9 +74,7 @@ std::string ErrorText(int error) {
     return text.data();
 }
 
-void CollectComplaints() {
-    av_log_set_callback(Remember);
-}
+void CollectComplaints() { av_log_set_callback(Remember); }
 
 std::string TakeComplaint() {
     const std::lock_guard lock(complaintMutex);

@@ -33,10 +33,10 @@ private:
 
     Ticks Anchor(std::optional<Ticks> presented, Ticks arrival);
 
-    Ticks _interval;                       // ticks
-    std::optional<Ticks> _connected;       // ticks; of a connection without a picture so far
-    std::optional<Ticks> _last;            // ticks; what Next returned
-    std::optional<Ticks> _offset;          // ticks; added to stamps, absent until there was one
+    Ticks _interval;                  // ticks
+    std::optional<Ticks> _connected;  // ticks; of a connection without a picture so far
+    std::optional<Ticks> _last;       // ticks; what Next returned
+    std::optional<Ticks> _offset;     // ticks; added to stamps, absent until there was one
 };
 
 }  // namespace Scan

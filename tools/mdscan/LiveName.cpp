@@ -33,7 +33,7 @@ std::string ShownName(const std::string& name) {
     const std::size_t host = name.find(afterProtocol) + afterProtocol.size();
     const std::size_t end = std::min(name.find_first_of("/?#", host), name.size());
     const std::size_t at = name.rfind('@', end);
-    const bool hasUser = at != std::string::npos && at >= host && at + 1 < end;    // udp://@:1234 names none
+    const bool hasUser = at != std::string::npos && at >= host && at + 1 < end;  // udp://@:1234 names none
     return hasUser && at > host ? name.substr(0, host) + name.substr(at + 1) : name;
 }
 

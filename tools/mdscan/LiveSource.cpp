@@ -20,17 +20,13 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr Ticks longestGroup = 10 * oneSecond;             // without a complete picture: the source has none
-constexpr auto cameraPause = std::chrono::milliseconds(5); // between two questions to a camera
+constexpr Ticks longestGroup = 10 * oneSecond;              // without a complete picture: the source has none
+constexpr auto cameraPause = std::chrono::milliseconds(5);  // between two questions to a camera
 constexpr auto longestFarewell = std::chrono::seconds(1);
 
-Ticks Now() {
-    return SteadyTicks(Clock::now());
-}
+Ticks Now() { return SteadyTicks(Clock::now()); }
 
-auto Duration(Ticks ticks) {
-    return std::chrono::microseconds(ticks / 10);
-}
+auto Duration(Ticks ticks) { return std::chrono::microseconds(ticks / 10); }
 
 std::string ReasonOf(int error) {
     switch (error) {
@@ -47,17 +43,17 @@ struct LiveSource::Shared {
     LiveLimits limits;
     std::unique_ptr<Patience> patience;
 
-    std::mutex mutex;                                      // of all below
+    std::mutex mutex;  // of all below
     std::condition_variable changed;
     std::deque<LivePacket> queue;
-    std::size_t bytes = 0;                                 // in the queue
-    std::int64_t dropped = 0;                              // packets, of all
-    std::int64_t droppedInARow = 0;                        // since the last one that was kept
-    Ticks droppingSince = 0;                               // ticks of the steady clock; while that is not 0
-    std::string hole;                                      // before the next packet that is kept
-    std::string trouble;                                   // why there is no connection
-    bool unwanted = false;                                 // the thread is to end
-    bool over = false;                                     // the thread has ended
+    std::size_t bytes = 0;           // in the queue
+    std::int64_t dropped = 0;        // packets, of all
+    std::int64_t droppedInARow = 0;  // since the last one that was kept
+    Ticks droppingSince = 0;         // ticks of the steady clock; while that is not 0
+    std::string hole;                // before the next packet that is kept
+    std::string trouble;             // why there is no connection
+    bool unwanted = false;           // the thread is to end
+    bool over = false;               // the thread has ended
 
     void Run(Connection connection);
     std::string ReadAll(Connection& connection);
@@ -78,7 +74,7 @@ void LiveSource::Shared::Run(Connection connection) {
         connection = {};
         {
             const std::lock_guard lock(mutex);
-            if (unwanted || Interrupted()) {               // it did not break
+            if (unwanted || Interrupted()) {  // it did not break
                 break;
             }
             hole = hole.empty() ? reason : hole;
@@ -116,7 +112,7 @@ std::string LiveSource::Shared::ReadAll(Connection& connection) {
     const Ticks opened = SteadyTicks(connection.opened), looked = Now();
     const AVRational timeBase = connection.stream->time_base;
     std::optional<Ticks> firstStamp;
-    bool complete = false;                                 // there was a complete picture
+    bool complete = false;  // there was a complete picture
     Ticks lastData = looked;
     for (;;) {
         LivePacket next{NewPacket(), 0, connection.facts};

@@ -12,19 +12,19 @@
 namespace Scan {
 
 struct LiveLimits {
-    double reconnect = 60;                         // seconds during which a broken source is tried again; 0: never
-    Ticks silence = 10 * oneSecond;                // without data, after which a connection counts as broken
-    Ticks firstWait = oneSecond / 2;               // before the first attempt to connect anew; doubles,
-    Ticks longestWait = 2 * oneSecond;             // up to this
-    Ticks mostDelay = 5 * oneSecond;               // between arrival and decoding
-    std::size_t mostBytes = 64 << 20;              // waiting to be decoded
+    double reconnect = 60;              // seconds during which a broken source is tried again; 0: never
+    Ticks silence = 10 * oneSecond;     // without data, after which a connection counts as broken
+    Ticks firstWait = oneSecond / 2;    // before the first attempt to connect anew; doubles,
+    Ticks longestWait = 2 * oneSecond;  // up to this
+    Ticks mostDelay = 5 * oneSecond;    // between arrival and decoding
+    std::size_t mostBytes = 64 << 20;   // waiting to be decoded
 };
 
 struct LivePacket {
     PacketPointer packet;
-    Ticks arrival = 0;                             // ticks of the steady clock
-    std::shared_ptr<const StreamFacts> facts;      // of its connection; another one: a new connection
-    std::string hole = "";                         // why packets before it are missing; empty: they are not
+    Ticks arrival = 0;                         // ticks of the steady clock
+    std::shared_ptr<const StreamFacts> facts;  // of its connection; another one: a new connection
+    std::string hole = "";                     // why packets before it are missing; empty: they are not
 };
 
 class LiveSource {
@@ -46,10 +46,10 @@ public:
     // Why there is no connection now; empty: there is.
     std::string Trouble() const;
 
-    std::int64_t Dropped() const;                  // packets that the scan was too slow for
+    std::int64_t Dropped() const;  // packets that the scan was too slow for
 
 private:
-    struct Shared;                                 // with the thread, which may outlive this for a moment
+    struct Shared;  // with the thread, which may outlive this for a moment
     std::shared_ptr<Shared> _shared;
 };
 

@@ -67,7 +67,7 @@ std::optional<RelativeZone> ReadZone(const std::string& text) {
         rest = end + 1;
     }
     const auto [x, y, width, height] = values;
-    constexpr double rounding = 1e-9;      // 0.7 + 0.3 may end up beyond 1
+    constexpr double rounding = 1e-9;  // 0.7 + 0.3 may end up beyond 1
     const bool inside =
         x >= 0 && y >= 0 && width > 0 && height > 0 && x + width <= 1 + rounding && y + height <= 1 + rounding;
     return inside ? std::optional(RelativeZone{x, y, width, height}) : std::nullopt;

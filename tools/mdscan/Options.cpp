@@ -19,11 +19,11 @@ namespace Scan {
 
 namespace {
 
-constexpr double longestTime = 1e6;        // seconds; eleven days
-constexpr double highestRate = 1000;       // pictures per second
+constexpr double longestTime = 1e6;   // seconds; eleven days
+constexpr double highestRate = 1000;  // pictures per second
 constexpr int mostJobs = 256;
 constexpr int mostMovingBlocks = 1'000'000;
-constexpr int largestBlock = 64;           // pixels; as much as the block reducer sums
+constexpr int largestBlock = 64;  // pixels; as much as the block reducer sums
 
 constexpr const char* about =
     "Finds motion in videos, prints when and where as JSON lines; mdscan explain tells why, or why not.";
@@ -103,7 +103,7 @@ struct CallForTemplate {};
 // What options say that is not a plain value.
 struct Words {
     std::vector<std::string> zones;
-    std::vector<std::string> blocks;       // of explain: places and sizes
+    std::vector<std::string> blocks;  // of explain: places and sizes
     std::string at;
     std::string pixel;
 };
@@ -123,12 +123,20 @@ void TurnIntoExplain(CLI::App& app, Options& options, Words& words) {
         }
     }
     app.option_defaults()->group(whyGroup);
-    app.add_option("--at", words.at, "The moment in question, in seconds or as hh:mm:ss")->required()
-        ->check(IsMoment())->type_name("TIME")->default_str("");
+    app.add_option("--at", words.at, "The moment in question, in seconds or as hh:mm:ss")
+        ->required()
+        ->check(IsMoment())
+        ->type_name("TIME")
+        ->default_str("");
     app.add_option("--block", words.blocks, "Column and row of the block; a single number is the block size")
-        ->check(IsPlaceOrSize())->type_name("X,Y")->allow_extra_args(false)->default_str("");
+        ->check(IsPlaceOrSize())
+        ->type_name("X,Y")
+        ->allow_extra_args(false)
+        ->default_str("");
     app.add_option("--pixel", words.pixel, "Instead of it, a pixel of the block")
-        ->check(IsPlace())->type_name("X,Y")->default_str("");
+        ->check(IsPlace())
+        ->type_name("X,Y")
+        ->default_str("");
     app.add_flag("--json", options.question.json, "Answer with one JSON object");
 }
 
@@ -142,74 +150,107 @@ void Declare(CLI::App& app, Options& options, Words& words, const std::string& v
     app.set_help_flag("-h,--help", "Print this help and leave")->group(inputGroup);
     app.set_version_flag("--version", version, "Print versions and leave")->group(inputGroup);
     app.add_option("--config", options.config, "Read options from there, not from ~/.config/mdscan.conf")
-        ->type_name("FILE")->default_str("")->configurable(false);
+        ->type_name("FILE")
+        ->default_str("")
+        ->configurable(false);
     app.add_flag_callback(
            "--write-config", [] { throw CallForTemplate(); }, "Print a configuration file with every option and leave")
         ->configurable(false);
     app.add_option("input", options.inputs, "Video files, folders, patterns, rtsp:// and the like, /dev/videoN, or -")
-        ->required()->type_name("FILE")->default_str("")->configurable(false);
+        ->required()
+        ->type_name("FILE")
+        ->default_str("")
+        ->configurable(false);
     app.add_option("-j,--jobs", options.jobs, "Inputs scanned at a time; 0: one per processor")
-        ->check(Within(0, mostJobs))->type_name("N");
+        ->check(Within(0, mostJobs))
+        ->type_name("N");
     app.add_option("--resume", options.resume, "Remember finished inputs there; skip those that it knows")
-        ->type_name("STATE")->default_str("");
+        ->type_name("STATE")
+        ->default_str("");
     app.add_flag("-q,--quiet", options.quiet, "Say nothing but what went wrong");
     app.add_option("--progress", options.progress, "auto: on a terminal; json: lines for machines; none")
-        ->check(IsStyle())->type_name("STYLE");
+        ->check(IsStyle())
+        ->type_name("STYLE");
     app.add_option_function<std::string>(
            "--start-time", [&options](const std::string& text) { options.startTime = ParseWallTime(text); },
            "Time of day at the start of the one input, like 2026-03-01T12:00:00Z")
-        ->check(IsTime())->type_name("TIME")->default_str("")->configurable(false);
+        ->check(IsTime())
+        ->type_name("TIME")
+        ->default_str("")
+        ->configurable(false);
 
     app.add_option("--reconnect", options.reconnect, "Seconds without a picture after which a live source is given up")
-        ->check(Within(0, longestTime))->type_name("S");
+        ->check(Within(0, longestTime))
+        ->type_name("S");
 
     app.option_defaults()->group(motionGroup);
     app.add_option("--rate", options.rate, "Pictures analysed per second; 0: every picture")
-        ->check(Within(0, highestRate))->type_name("N");
+        ->check(Within(0, highestRate))
+        ->type_name("N");
     app.add_flag("--fast", options.fast, "Decode keyframes, and all else only where these show motion");
     app.add_option("--block", options.blockSize, "Block size in pixels, up to 64; 0: gives 80 to 160 columns")
-        ->check(Within(0, largestBlock))->type_name("N");
+        ->check(Within(0, largestBlock))
+        ->type_name("N");
     app.add_flag("--shadows", options.shadows, "Drop what only darkens the background");
     app.add_option("--min-size", options.minSize, "Smallest object, as a fraction of picture width and height")
-        ->check(Within(0, 1))->type_name("F");
+        ->check(Within(0, 1))
+        ->type_name("F");
     app.add_option("--min-blocks", options.minBlocks, "Moving blocks below which a frame counts as still")
-        ->check(Within(1, mostMovingBlocks))->type_name("N");
+        ->check(Within(1, mostMovingBlocks))
+        ->type_name("N");
     app.add_option("--merge-gap", options.mergeGap, "Seconds without an object that end an event")
-        ->check(Within(0, longestTime))->type_name("S");
+        ->check(Within(0, longestTime))
+        ->type_name("S");
     app.add_option("--min-duration", options.minDuration, "Seconds below which an event is dropped")
-        ->check(Within(0, longestTime))->type_name("S");
+        ->check(Within(0, longestTime))
+        ->type_name("S");
     app.add_option("--pre-roll", options.preRoll, "Seconds added before an event")
-        ->check(Within(0, longestTime))->type_name("S");
+        ->check(Within(0, longestTime))
+        ->type_name("S");
     app.add_option("--post-roll", options.postRoll, "Seconds added after it; events that then overlap are one")
-        ->check(Within(0, longestTime))->type_name("S");
+        ->check(Within(0, longestTime))
+        ->type_name("S");
 
     app.option_defaults()->group(zoneGroup);
     app.add_option("--zone", words.zones, "Only within this rectangle, in fractions of the picture; repeatable")
-        ->check(IsZone())->type_name("X,Y,W,H")->allow_extra_args(false)->default_str("");
+        ->check(IsZone())
+        ->type_name("X,Y,W,H")
+        ->allow_extra_args(false)
+        ->default_str("");
     app.add_option("--zones", options.zoneFile, "Only within the zones of this file; events name them")
-        ->type_name("FILE.json")->default_str("");
+        ->type_name("FILE.json")
+        ->default_str("");
     app.add_option("--mask", options.mask, "Only where this picture is bright")->type_name("FILE.png")->default_str("");
     app.add_option("--preview", options.preview, "With mdscan zones: draw the zones over the first picture")
-        ->type_name("FILE.png")->default_str("")->configurable(false);
+        ->type_name("FILE.png")
+        ->default_str("")
+        ->configurable(false);
 
     app.option_defaults()->group(resultGroup);
     app.add_option("-o,--output", options.output, "Write the result lines there instead of printing them")
-        ->type_name("FILE.jsonl")->default_str("");
+        ->type_name("FILE.jsonl")
+        ->default_str("");
     app.add_option("--csv", options.csv, "Also write the events as a table")->type_name("FILE.csv")->default_str("");
     app.add_option("--report", options.report, "Write a page with timeline, pictures and filters")
-        ->type_name("FILE.html")->default_str("");
+        ->type_name("FILE.html")
+        ->default_str("");
     app.add_flag("--frames", options.frames, "Also a line per analysed frame with its objects");
     app.add_flag("--track", options.track, "Also where the largest object went during an event");
     app.add_option("--thumbnails", options.thumbnails, "Write a small picture of every event at its peak there")
-        ->type_name("DIR")->default_str("");
+        ->type_name("DIR")
+        ->default_str("");
     app.add_option("--clips", options.clips, "Write the video of every event there, as it is stored")
-        ->type_name("DIR")->default_str("");
+        ->type_name("DIR")
+        ->default_str("");
     app.add_option("--background", options.background, "Write the learned background; of several inputs, a folder of them")
-        ->type_name("FILE.png")->default_str("");
+        ->type_name("FILE.png")
+        ->default_str("");
     app.add_option("--heatmap", options.heatmap, "Write where it moved; of several inputs, a folder of them")
-        ->type_name("FILE.png")->default_str("");
+        ->type_name("FILE.png")
+        ->default_str("");
     app.add_option("--overlay", options.overlay, "Write the video with boxes, blocks, times and zones drawn")
-        ->type_name("FILE.mp4")->default_str("");
+        ->type_name("FILE.mp4")
+        ->default_str("");
 
     if (options.explain) {
         TurnIntoExplain(app, options, words);
@@ -243,7 +284,7 @@ std::string TakeIn(const Words& words, Options& options) {
 
 // Takes the words in the order in which they stand.
 void Parse(CLI::App& app, const std::vector<std::string>& words) {
-    app.parse(std::vector<std::string>(words.rbegin(), words.rend()));                // reversed, as the parser wants them
+    app.parse(std::vector<std::string>(words.rbegin(), words.rend()));  // reversed, as the parser wants them
 }
 
 // "--rate: must be ..." as said of a setting.
@@ -280,16 +321,17 @@ std::string WordOf(const Setting& setting, const std::string& path) {
 // Words for all that the file sets and the command line does not. given: what the command line said. Throws Failure.
 std::vector<std::string> WordsOfFile(const std::string& path, const CLI::App& given) {
     std::vector<std::string> words;
-    std::map<std::string, int> lines;                      // of the names seen
+    std::map<std::string, int> lines;  // of the names seen
     for (const Setting& setting : ReadSettings(path)) {
         const std::string word = WordOf(setting, path);
         const CLI::Option* option = given.get_option_no_throw("--" + setting.name);
         const auto [earlier, isNew] = lines.try_emplace(setting.name, setting.line);
         if (!isNew && !(option && option->get_expected_max() > 1)) {
-            throw Failure(exitUsage, PlaceInConfig(path, setting.line, setting.name + " is given twice, first in line " +
-                                                                           std::to_string(earlier->second)));
+            throw Failure(exitUsage,
+                          PlaceInConfig(path, setting.line,
+                                        setting.name + " is given twice, first in line " + std::to_string(earlier->second)));
         }
-        if (option && (option->count() == 0 || setting.name == "block")) {     // the last --block wins, see TakeIn
+        if (option && (option->count() == 0 || setting.name == "block")) {  // the last --block wins, see TakeIn
             words.push_back(word);
         }
     }
@@ -309,9 +351,10 @@ std::string HelpOf(const CLI::App& app) {
 
 void RefuseSameFileTwice(const Options& options, bool several) {
     const std::pair<const char*, const std::string&> places[] = {
-        {"--output", options.output}, {"--csv", options.csv}, {"--report", options.report}, {"--resume", options.resume},
-        {"--heatmap", options.heatmap}, {"--background", options.background}, {"--overlay", options.overlay}};
-    constexpr std::size_t firstFolder = 4;                 // of several inputs, these are folders that may be one
+        {"--output", options.output},  {"--csv", options.csv},         {"--report", options.report},
+        {"--resume", options.resume},  {"--heatmap", options.heatmap}, {"--background", options.background},
+        {"--overlay", options.overlay}};
+    constexpr std::size_t firstFolder = 4;  // of several inputs, these are folders that may be one
     std::map<std::filesystem::path, std::size_t> taken;
     for (std::size_t i = 0; i < std::size(places); ++i) {
         const auto& [name, path] = places[i];

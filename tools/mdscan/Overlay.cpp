@@ -24,8 +24,8 @@ namespace {
 // Fine enough for every usual frame rate, coarse enough for MPEG-4, which counts in 16 bits.
 constexpr AVRational timeBase = {1, 60000};
 
-constexpr Color objectTint = {160, 60, 190};       // orange: blocks that move
-constexpr Color shadowTint = {90, 190, 90};        // blue: blocks that are only darker
+constexpr Color objectTint = {160, 60, 190};  // orange: blocks that move
+constexpr Color shadowTint = {90, 190, 90};   // blue: blocks that are only darker
 constexpr int tintPercent = 40;
 
 Box Scaled(const Box& box, const AVFrame& from, const AVFrame& to) {
@@ -39,9 +39,7 @@ const AVCodec* Encoder() {
     return wanted ? wanted : avcodec_find_encoder(AV_CODEC_ID_MPEG4);
 }
 
-int EvenSize(int size) {
-    return std::max(2, size & ~1);
-}
+int EvenSize(int size) { return std::max(2, size & ~1); }
 
 }  // namespace
 
@@ -102,7 +100,7 @@ void Overlay::Open(const AVFrame& first) {
     _codec->thread_count = 0;
     if (encoder->id == AV_CODEC_ID_MPEG4) {
         _codec->flags |= AV_CODEC_FLAG_QSCALE;
-        _codec->global_quality = 3 * FF_QP2LAMBDA;                 // hardly a difference to be seen
+        _codec->global_quality = 3 * FF_QP2LAMBDA;  // hardly a difference to be seen
     } else {
         av_opt_set(_codec->priv_data, "preset", "veryfast", 0);
         av_opt_set(_codec->priv_data, "crf", "21", 0);

@@ -19,9 +19,9 @@ namespace Scan {
 // What was found in the newest analysed frame.
 struct Marking {
     std::vector<MovingObject> objects = {};
-    std::vector<BlockMark> blocks = {};        // [block]; empty: none is marked
-    PictureGrid grid = {};                     // of the blocks
-    std::optional<StartTime> clock = {};       // wall clock at time 0, where it is known
+    std::vector<BlockMark> blocks = {};   // [block]; empty: none is marked
+    PictureGrid grid = {};                // of the blocks
+    std::optional<StartTime> clock = {};  // wall clock at time 0, where it is known
 };
 
 // "12.3 s  2 objects", "12.3 s  2026-03-01T12:00:12.300Z  1 object"; the line at the top of every picture.
@@ -51,14 +51,14 @@ private:
     void Check(int result) const;
 
     ResultFile _file;
-    Ticks _interval;               // ticks
+    Ticks _interval;  // ticks
     AVRational _sampleAspect;
     std::vector<std::string> _zones;
     OutputPointer _output;
-    AVStream* _stream = nullptr;   // owned by _output
+    AVStream* _stream = nullptr;  // owned by _output
     CodecPointer _codec;
     ScalerPointer _scaler;
-    FramePointer _canvas;          // what is encoded
+    FramePointer _canvas;  // what is encoded
     PacketPointer _packet = NewPacket();
 };
 

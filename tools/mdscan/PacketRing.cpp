@@ -13,7 +13,7 @@ namespace Scan {
 
 namespace {
 
-constexpr Ticks longestGuess = 10 * oneSecond;     // neighbours further apart tell nothing about each other
+constexpr Ticks longestGuess = 10 * oneSecond;  // neighbours further apart tell nothing about each other
 
 // By how much the file shows b later than a, where it tells and that is plausible.
 std::optional<Ticks> Between(const AVPacket& a, const AVPacket& b, AVRational base) {

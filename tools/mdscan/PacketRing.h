@@ -22,9 +22,9 @@ inline constexpr std::int64_t deepestReorder = 32;
 struct KeptPacket {
     PacketPointer packet;
     std::int64_t number;
-    std::optional<Ticks> time = {};    // of its picture; where none has come: a guess, once settled
+    std::optional<Ticks> time = {};  // of its picture; where none has come: a guess, once settled
     bool isGuess = false;
-    bool isPartial = false;            // a keyframe that holds a part of the picture only: the rest is refreshed behind it
+    bool isPartial = false;  // a keyframe that holds a part of the picture only: the rest is refreshed behind it
 
     bool IsKey() const { return (packet->flags & AV_PKT_FLAG_KEY) != 0; }
 };
@@ -73,11 +73,11 @@ private:
 
     AVRational _timeBase;
     std::size_t _mostBytes;
-    std::deque<KeptPacket> _packets;       // numbers rise by one
-    std::deque<std::int64_t> _keys;        // numbers of the keyframes among them
-    std::int64_t _first = 0;               // number of the first packet, or of the next one to come
-    std::size_t _settled = 0;              // packets, from the front
-    std::int64_t _lastShown = -1;          // highest number of a packet whose picture has come
+    std::deque<KeptPacket> _packets;  // numbers rise by one
+    std::deque<std::int64_t> _keys;   // numbers of the keyframes among them
+    std::int64_t _first = 0;          // number of the first packet, or of the next one to come
+    std::size_t _settled = 0;         // packets, from the front
+    std::int64_t _lastShown = -1;     // highest number of a packet whose picture has come
     std::size_t _bytes = 0;
 };
 

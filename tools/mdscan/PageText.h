@@ -3,7 +3,7 @@
 
 namespace Scan {
 
-extern const char* const pageHead;         // up to the end of what the page says of itself
+extern const char* const pageHead;  // up to the end of what the page says of itself
 extern const char* const pageStyle;
 extern const char* const pageBody;
 extern const char* const pageScript;

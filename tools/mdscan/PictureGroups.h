@@ -12,10 +12,10 @@ namespace Scan {
 
 // What became of them.
 struct GroupTally {
-    int groups = 0;                // 0: the input was not taken apart
-    int decoded = 0;               // whole; of the others, the first picture only
-    int tooLong = 0;               // decoded because of their length alone
-    Ticks longest = 0;             // from the start of a group to the start of the next one
+    int groups = 0;     // 0: the input was not taken apart
+    int decoded = 0;    // whole; of the others, the first picture only
+    int tooLong = 0;    // decoded because of their length alone
+    Ticks longest = 0;  // from the start of a group to the start of the next one
 };
 
 // The picture to show instead of the group that begins at this time of the file; null: the group is to be decoded.
@@ -23,7 +23,7 @@ using StandIn = std::function<FramePointer(Ticks time)>;
 
 class PictureGroups {
 public:
-    static constexpr Ticks shortest = oneSecond;               // where complete pictures lie closer, a group has several
+    static constexpr Ticks shortest = oneSecond;  // where complete pictures lie closer, a group has several
 
     // Does a group begin with the complete picture at this time of the file?  Ask for all of them, in order. A time that
     // falls begins one.
@@ -36,8 +36,8 @@ public:
     }
 
 private:
-    static constexpr Ticks tolerance = oneSecond / 100;        // containers round
-    std::optional<Ticks> _last;                                // ticks; start of the newest group
+    static constexpr Ticks tolerance = oneSecond / 100;  // containers round
+    std::optional<Ticks> _last;                          // ticks; start of the newest group
 };
 
 }  // namespace Scan

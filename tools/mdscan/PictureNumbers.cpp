@@ -29,14 +29,14 @@ std::int64_t PictureNumbers::At(Ticks time) const {
     if (_runs.empty()) {
         return std::max<std::int64_t>(0, (time + _interval / 2) / _interval);
     }
-    const auto later = std::upper_bound(_runs.begin(), _runs.end(), time,
-                                        [](Ticks wanted, const Run& run) { return wanted < run.first; });
+    const auto later =
+        std::upper_bound(_runs.begin(), _runs.end(), time, [](Ticks wanted, const Run& run) { return wanted < run.first; });
     if (later == _runs.begin()) {
         return 0;
     }
     const std::int64_t number = Predicted(*(later - 1), time);
     if (later != _runs.end()) {
-        return std::min(number, later->number - 1);                // a pause before the next run
+        return std::min(number, later->number - 1);  // a pause before the next run
     }
     return _lost || time > _last ? number : std::min(number, _count - 1);
 }

@@ -34,16 +34,16 @@ public:
 
 private:
     struct Run {
-        Ticks first;               // ticks; when its first picture was shown
-        std::int64_t number;       // of that picture
+        Ticks first;          // ticks; when its first picture was shown
+        std::int64_t number;  // of that picture
     };
 
     std::int64_t Predicted(const Run& run, Ticks time) const;
 
-    Ticks _interval;               // ticks
-    std::vector<Run> _runs;        // by time
-    Ticks _last = 0;               // ticks; time of the last picture counted
-    std::int64_t _count = 0;       // pictures
+    Ticks _interval;          // ticks
+    std::vector<Run> _runs;   // by time
+    Ticks _last = 0;          // ticks; time of the last picture counted
+    std::int64_t _count = 0;  // pictures
     bool _lost = false;
 };
 

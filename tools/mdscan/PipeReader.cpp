@@ -20,8 +20,8 @@ namespace Scan {
 
 namespace {
 
-constexpr int bufferSize = 1 << 15;            // bytes
-constexpr int pollInterval = 100;              // milliseconds; how late the end of patience may be noticed
+constexpr int bufferSize = 1 << 15;  // bytes
+constexpr int pollInterval = 100;    // milliseconds; how late the end of patience may be noticed
 constexpr const char* standardInput = "-";
 
 }  // namespace
@@ -40,11 +40,12 @@ PipeReader::PipeReader(const std::string& path, const Patience& patience)
         throw Failure(exitFailed, std::string("cannot open: ") + std::strerror(errno));
     }
     auto* const buffer = static_cast<unsigned char*>(av_malloc(bufferSize));
-    _context = buffer ? avio_alloc_context(buffer, bufferSize, 0, this,
-                                           [](void* self, std::uint8_t* to, int size) {
-                                               return static_cast<const PipeReader*>(self)->Read(to, size);
-                                           },
-                                           nullptr, nullptr)
+    _context = buffer ? avio_alloc_context(
+                            buffer, bufferSize, 0, this,
+                            [](void* self, std::uint8_t* to, int size) {
+                                return static_cast<const PipeReader*>(self)->Read(to, size);
+                            },
+                            nullptr, nullptr)
                       : nullptr;
     if (!_context) {
         av_free(buffer);

@@ -27,8 +27,8 @@ private:
     int Read(unsigned char* to, int size) const;
 
     const Patience& _patience;
-    int _file;                         // descriptor
-    bool _owned;                       // closed by this
+    int _file;    // descriptor
+    bool _owned;  // closed by this
     AVIOContext* _context;
 };
 

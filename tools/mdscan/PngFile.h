@@ -10,9 +10,9 @@
 namespace Scan {
 
 struct BgrPicture {
-    int width = 0;                     // pixels
-    int height = 0;                    // pixels
-    std::vector<std::uint8_t> pixels = {}; // blue, green, red; rows without padding
+    int width = 0;                          // pixels
+    int height = 0;                         // pixels
+    std::vector<std::uint8_t> pixels = {};  // blue, green, red; rows without padding
 };
 
 // Every pixel becomes a square of `factor` pixels; what lies beyond width and height is cut off.

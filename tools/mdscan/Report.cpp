@@ -12,11 +12,11 @@ namespace Scan {
 
 namespace {
 
-using Json = nlohmann::ordered_json;       // fields in the order in which they are written
+using Json = nlohmann::ordered_json;  // fields in the order in which they are written
 
-constexpr double redrawInterval = 0.25;    // seconds
-constexpr double jsonInterval = 1;         // seconds
-constexpr double leastGain = 0.005;        // of the whole; less does not tell how long the rest will take
+constexpr double redrawInterval = 0.25;  // seconds
+constexpr double jsonInterval = 1;       // seconds
+constexpr double leastGain = 0.005;      // of the whole; less does not tell how long the rest will take
 
 Json BoxesOf(const std::vector<MovingObject>& objects, std::size_t most) {
     Json boxes = Json::array();
@@ -36,13 +36,9 @@ Json Line(const char* type, const std::string& file) {
 }
 
 // Names of files may hold bytes that are no text.
-std::string Dumped(const Json& line) {
-    return line.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
+std::string Dumped(const Json& line) { return line.dump(-1, ' ', false, Json::error_handler_t::replace); }
 
-double SpeedOf(const Tally& tally) {
-    return tally.elapsed > 0 ? ToSeconds(tally.length) / tally.elapsed : 0;
-}
+double SpeedOf(const Tally& tally) { return tally.elapsed > 0 ? ToSeconds(tally.length) / tally.elapsed : 0; }
 
 template <typename... Values>
 std::string Text(const char* format, Values... values) {
@@ -90,8 +86,8 @@ std::string EventLine(const std::string& file, int number, const Event& event, c
         line["track"] = Json::array();
         for (const TrackPoint& point : event.track) {
             const Box& box = point.box;
-            line["track"].push_back({{"time", PrintedSeconds(point.time)}, {"x", box.x}, {"y", box.y}, {"w", box.width},
-                                     {"h", box.height}});
+            line["track"].push_back(
+                {{"time", PrintedSeconds(point.time)}, {"x", box.x}, {"y", box.y}, {"w", box.width}, {"h", box.height}});
         }
     }
     return Dumped(line);
@@ -162,7 +158,7 @@ ExitCode CodeOf(const JobResult& result) {
 
 std::string ResultText(const JobResult& result) {
     if (result.tally.elapsed == 0) {
-        return result.trouble;                             // it was not even opened
+        return result.trouble;  // it was not even opened
     }
     return (result.trouble.empty() ? "" : result.trouble + "; ") + TallyText(result.tally);
 }
@@ -201,7 +197,8 @@ std::string SumText(const Tally& tally, Ticks recalled) {
 
 void PrintLastLine(const std::string& subject, const std::string& text) {
     std::string line = "mdscan: " + (subject.empty() ? text : subject + ": " + text);
-    std::replace_if(line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
+    std::replace_if(
+        line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
     std::fprintf(stderr, "%s\n", line.c_str());
 }
 

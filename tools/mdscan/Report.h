@@ -20,21 +20,21 @@ inline constexpr std::size_t mostBoxesPerEvent = 8;
 
 struct Clip {
     std::string path;
-    Ticks start;                           // time of its first picture
+    Ticks start;  // time of its first picture
 };
 
 // A picture's number in its input, counted from 0.
 struct PictureNumber {
     std::int64_t number = 0;
-    bool exact = true;                     // no picture before it was damaged, left out or without a time
+    bool exact = true;  // no picture before it was damaged, left out or without a time
 };
 
 // What an event's line holds beside the event: which pictures it spans, what time of day it was, what the user wants.
 struct EventExtras {
     PictureNumber start = {}, end = {}, peak = {};
-    std::optional<StartTime> clock = {};   // absent: the wall clock is not known
-    std::vector<std::string> zones = {};   // names of the watched zones; none: the line names none
-    std::string thumbnail = "";            // path; empty: none
+    std::optional<StartTime> clock = {};  // absent: the wall clock is not known
+    std::vector<std::string> zones = {};  // names of the watched zones; none: the line names none
+    std::string thumbnail = "";           // path; empty: none
     std::optional<Clip> clip = {};
     bool track = false;
 };
@@ -48,24 +48,24 @@ std::string GapLine(const std::string& file, const Gap& gap, const std::optional
 
 // What a scan amounts to.
 struct Tally {
-    std::int64_t pictures = 0;     // decoded
+    std::int64_t pictures = 0;  // decoded
     std::int64_t analysed = 0;
-    Ticks length = 0;              // time of the last picture
-    double elapsed = 0;            // seconds that the scan took
+    Ticks length = 0;    // time of the last picture
+    double elapsed = 0;  // seconds that the scan took
     int events = 0;
-    int dropped = 0;               // too short
-    int gaps = 0;                  // of a live source
-    std::int64_t droppedPackets = 0;       // of a live source, because the scan was too slow
-    GroupTally groups = {};        // with --fast
-    PictureGrid grid = {};         // of the last picture analysed
+    int dropped = 0;                  // too short
+    int gaps = 0;                     // of a live source
+    std::int64_t droppedPackets = 0;  // of a live source, because the scan was too slow
+    GroupTally groups = {};           // with --fast
+    PictureGrid grid = {};            // of the last picture analysed
 };
 
 enum class Health {
-    Whole,             // scanned from start to end
-    Damaged,           // scanned as far as it goes
-    Unreadable,        // not scanned at all
-    Interrupted,       // scanned until the user had enough
-    Unwritten          // a result could not be written
+    Whole,        // scanned from start to end
+    Damaged,      // scanned as far as it goes
+    Unreadable,   // not scanned at all
+    Interrupted,  // scanned until the user had enough
+    Unwritten     // a result could not be written
 };
 
 // How the scan of one input ended.
@@ -74,7 +74,7 @@ struct JobResult {
     ExitCode code = exitComplete;  // when a failure named one
     std::string trouble = "";      // one line; empty where Whole
     Tally tally = {};
-    std::optional<StartTime> clock = {};   // absent: not known
+    std::optional<StartTime> clock = {};  // absent: not known
 };
 
 // "complete", "damaged", "unreadable", "interrupted"; what a file's line calls it.
@@ -105,8 +105,8 @@ std::string DamageText(const Damage& damage);
 // How far a scan is, on standard error.
 enum class ProgressStyle {
     None,
-    Line,                          // one line, kept up to date: for a terminal
-    Json                           // a line now and then: for machines
+    Line,  // one line, kept up to date: for a terminal
+    Json   // a line now and then: for machines
 };
 
 class Progress {
@@ -123,9 +123,9 @@ public:
 private:
     ProgressStyle _style;
     bool _drawn = false;
-    double _lastDrawn = -1;        // seconds into the scan
-    double _firstDone = -1;        // what was done when it began: a resumed run does not begin at 0
-    double _firstElapsed = 0;      // seconds into the scan
+    double _lastDrawn = -1;    // seconds into the scan
+    double _firstDone = -1;    // what was done when it began: a resumed run does not begin at 0
+    double _firstElapsed = 0;  // seconds into the scan
 };
 
 // One line, without its end. left: seconds; negative: not known.

@@ -35,7 +35,7 @@ ResultFile::ResultFile(std::string path, const std::vector<std::string>& inputs)
 
 ResultFile::~ResultFile() {
     std::error_code ignored;
-    std::filesystem::remove(_passing, ignored);        // after Keep there is nothing of that name
+    std::filesystem::remove(_passing, ignored);  // after Keep there is nothing of that name
 }
 
 void ResultFile::Keep() {

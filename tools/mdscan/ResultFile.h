@@ -20,7 +20,7 @@ public:
     ResultFile& operator=(const ResultFile&) = delete;
 
     const std::string& Path() const { return _path; }
-    const std::string& PassingPath() const { return _passing; }    // write here
+    const std::string& PassingPath() const { return _passing; }  // write here
 
     // Gives the finished file its name, in place of an older one. Throws Failure.
     void Keep();

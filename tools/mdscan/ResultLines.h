@@ -22,7 +22,7 @@ public:
     void Keep();
 
 private:
-    std::optional<GrowingFile> _text;       // absent: standard output
+    std::optional<GrowingFile> _text;  // absent: standard output
 };
 
 }  // namespace Scan

@@ -13,12 +13,12 @@ namespace Scan {
 
 namespace {
 
-constexpr std::size_t longestStem = 80;            // bytes
+constexpr std::size_t longestStem = 80;  // bytes
 
 }  // namespace
 
 std::string MarkOf(const std::string& path) {
-    std::uint32_t digest = 2'166'136'261u;         // FNV-1a
+    std::uint32_t digest = 2'166'136'261u;  // FNV-1a
     for (const char c : path) {
         digest = (digest ^ static_cast<unsigned char>(c)) * 16'777'619u;
     }
@@ -30,7 +30,8 @@ std::string MarkOf(const std::string& path) {
 std::string ResultPath(const std::string& folder, const std::string& input, bool distinct, const std::string& ending) {
     std::string stem =
         input == "-" ? "stdin" : std::filesystem::path(ShownName(input)).stem().string().substr(0, longestStem);
-    std::replace_if(stem.begin(), stem.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, '_');
+    std::replace_if(
+        stem.begin(), stem.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, '_');
     const std::string mark = distinct ? MarkOf(input) : "";
     return (std::filesystem::path(folder) / (stem + mark + ending)).string();
 }

@@ -23,7 +23,7 @@ std::string ResultSettings(const Options& options) {
         for (const Point& corner : zone.polygon) {
             text << " " << corner.x << "," << corner.y;
         }
-        std::uint64_t digest = 14'695'981'039'346'656'037u;            // FNV-1a: tells masks apart, no more is asked of it
+        std::uint64_t digest = 14'695'981'039'346'656'037u;  // FNV-1a: tells masks apart, no more is asked of it
         for (const std::uint8_t pixel : zone.mask.pixels) {
             digest = (digest ^ pixel) * 1'099'511'628'211u;
         }

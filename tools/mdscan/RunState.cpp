@@ -93,9 +93,7 @@ RunState::RunState(const std::string& path, const std::string& run) : _path(path
     }
 }
 
-RunState::~RunState() {
-    Leave();
-}
+RunState::~RunState() { Leave(); }
 
 void RunState::Leave() {
     if (_file >= 0) {
@@ -106,9 +104,9 @@ void RunState::Leave() {
 // Line by line, for a state may be larger than memory.
 void RunState::Load(const std::string& run) {
     const std::string header = HeaderLine(run);
-    std::string unread;                                    // the beginning of a line
+    std::string unread;  // the beginning of a line
     std::string part(1 << 16, '\0');
-    off_t whole = 0;                                       // bytes; of lines with an end
+    off_t whole = 0;  // bytes; of lines with an end
     int number = 0;
     for (ssize_t got = 0; (got = read(_file, part.data(), part.size())) > 0;) {
         unread.append(part, 0, static_cast<std::size_t>(got));
@@ -120,7 +118,7 @@ void RunState::Load(const std::string& run) {
         }
         unread.erase(0, begin);
     }
-    const bool fresh = number == 0 && header.starts_with(unread);      // or killed at once
+    const bool fresh = number == 0 && header.starts_with(unread);  // or killed at once
     if (number == 0 && !fresh) {
         throw Failure(exitUsage, "cannot resume from " + _path + ": is not a state of mdscan");
     }
@@ -144,10 +142,12 @@ void RunState::TakeLine(const std::string& line, int number, off_t offset, const
         return;
     }
     try {
-        FinishedOf(record);                                // all of it is well
+        FinishedOf(record);  // all of it is well
         _entries.insert_or_assign(record.at("file").get<std::string>(),
                                   Entry{{record.at("size").get<std::int64_t>(), record.at("changed").get<std::int64_t>()},
-                                        Unpacked(record.at("result").get<std::string>()), offset, line.size()});
+                                        Unpacked(record.at("result").get<std::string>()),
+                                        offset,
+                                        line.size()});
     } catch (const std::exception&) {
         throw Failure(exitFailed, "cannot resume from " + _path + ": line " + std::to_string(number) + " is damaged");
     }

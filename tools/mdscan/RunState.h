@@ -19,8 +19,8 @@ namespace Scan {
 
 // What a file was like when its scan began; a file that has changed since is scanned again.
 struct Identity {
-    std::int64_t size = -1;        // bytes; -1: there is no such plain file
-    std::int64_t changed = 0;      // nanoseconds since 1970
+    std::int64_t size = -1;    // bytes; -1: there is no such plain file
+    std::int64_t changed = 0;  // nanoseconds since 1970
 
     friend bool operator==(const Identity&, const Identity&) = default;
 };
@@ -29,8 +29,8 @@ Identity IdentityOf(const std::string& path);
 
 struct FinishedInput {
     JobResult result;
-    std::vector<std::string> lines;        // of its results
-    std::vector<std::string> attachments = {};     // to them
+    std::vector<std::string> lines;             // of its results
+    std::vector<std::string> attachments = {};  // to them
 };
 
 class RunState {
@@ -59,8 +59,8 @@ private:
     struct Entry {
         Identity identity;
         JobResult result;
-        off_t offset;                      // bytes; of its line
-        std::size_t size;                  // bytes
+        off_t offset;      // bytes; of its line
+        std::size_t size;  // bytes
     };
 
     void Load(const std::string& run);
@@ -68,8 +68,8 @@ private:
     void Append(const std::string& line);
 
     std::string _path;
-    int _file = -1;                        // descriptor
-    std::map<std::string, Entry> _entries; // by input
+    int _file = -1;                         // descriptor
+    std::map<std::string, Entry> _entries;  // by input
 };
 
 }  // namespace Scan

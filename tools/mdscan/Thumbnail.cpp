@@ -39,7 +39,7 @@ PacketPointer Encoded(const AVFrame& frame) {
     codec->time_base = {1, 25};
     codec->thread_count = 1;
     codec->flags |= AV_CODEC_FLAG_QSCALE;
-    codec->global_quality = 4 * FF_QP2LAMBDA;      // hardly a difference to be seen at that size
+    codec->global_quality = 4 * FF_QP2LAMBDA;  // hardly a difference to be seen at that size
     PacketPointer packet = NewPacket();
     const bool good = avcodec_open2(codec.get(), encoder, nullptr) >= 0 && avcodec_send_frame(codec.get(), &frame) >= 0 &&
                       avcodec_receive_packet(codec.get(), packet.get()) >= 0;

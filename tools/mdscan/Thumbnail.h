@@ -6,7 +6,7 @@
 
 namespace Scan {
 
-inline constexpr int widestThumbnail = 480;        // pixels
+inline constexpr int widestThumbnail = 480;  // pixels
 
 // A JPEG file of the frame, no wider than this. Empty where FFmpeg cannot make one.
 std::string JpegOf(const AVFrame& frame, int widest);

@@ -6,18 +6,14 @@
 
 namespace Scan {
 
-using Ticks = std::int64_t;                        // 100 ns
+using Ticks = std::int64_t;  // 100 ns
 
-inline constexpr Ticks oneSecond = 10'000'000;     // ticks
+inline constexpr Ticks oneSecond = 10'000'000;  // ticks
 
-constexpr double ToSeconds(Ticks ticks) {
-    return static_cast<double>(ticks) / static_cast<double>(oneSecond);
-}
+constexpr double ToSeconds(Ticks ticks) { return static_cast<double>(ticks) / static_cast<double>(oneSecond); }
 
 // Nearest tick. Precondition: |seconds| below 9e11, so that the result fits.
-inline Ticks FromSeconds(double seconds) {
-    return std::llround(seconds * static_cast<double>(oneSecond));
-}
+inline Ticks FromSeconds(double seconds) { return std::llround(seconds * static_cast<double>(oneSecond)); }
 
 // As printed in results: milliseconds, the third decimal rounded.
 inline double PrintedSeconds(Ticks ticks) {

@@ -6,7 +6,7 @@
 
 namespace Scan {
 
-using VersionNumbers = std::array<int, 3>;     // major, minor, patch
+using VersionNumbers = std::array<int, 3>;  // major, minor, patch
 
 // "name 1.2.3", or "name 1.2.3 (built with 1.2.0)".
 std::string VersionOf(const std::string& name, const VersionNumbers& running, const VersionNumbers& built);

@@ -20,7 +20,7 @@ constexpr Ticks StartOfDay(std::chrono::year_month_day day) {
 
 // Nothing that says its own start was recorded before; the clocks of new devices begin on this day at the latest.
 constexpr WallTicks earliestStart = StartOfDay(std::chrono::year(2000) / 1 / 2);
-constexpr Ticks clockTolerance = 5 * oneSecond;            // between the recorder's clock and the file system's
+constexpr Ticks clockTolerance = 5 * oneSecond;  // between the recorder's clock and the file system's
 
 // Reads fixed-width fields from a text, one after another.
 class Reader {
@@ -99,7 +99,7 @@ std::optional<Fields> ReadFields(Reader& reader) {
     const Fields fields{std::chrono::year(year) / month / day, hour, minute, second, fraction};
     const bool valid =
         fields.day.ok() && hour >= 0 && hour < 24 && minute >= 0 && minute < 60 && second >= 0 && second <= 60;
-    return valid ? std::optional(fields) : std::nullopt;           // the sixtieth second is a leap second
+    return valid ? std::optional(fields) : std::nullopt;  // the sixtieth second is a leap second
 }
 
 std::optional<WallTicks> LocalTime(const Fields& fields) {

@@ -14,16 +14,16 @@ using WallTicks = Ticks;
 
 // How is the wall clock at the start of an input known?
 enum class ClockSource {
-    Given,             // by the user
-    Container,         // by the file
-    Arrival            // by this machine's clock when the first picture came from a live source
+    Given,      // by the user
+    Container,  // by the file
+    Arrival     // by this machine's clock when the first picture came from a live source
 };
 
 // "given", "container", "arrival".
 const char* NameOf(ClockSource source);
 
 struct StartTime {
-    WallTicks at;              // when the input's time was 0
+    WallTicks at;  // when the input's time was 0
     ClockSource source;
 };
 

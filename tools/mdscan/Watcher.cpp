@@ -35,9 +35,9 @@ PictureGrid GridOf(int pictureWidth, int pictureHeight, int wish) {
     const int rows = Host::BlocksAcross(pictureHeight, size);
     const bool fits = columns <= Host::largestGridSize && rows <= Host::largestGridSize;
     if (!fits || std::int64_t{columns} * rows > mostBlocks) {
-        throw Failure(wish > 0 ? exitUsage : exitFailed,
-                      "a picture of " + std::to_string(pictureWidth) + "x" + std::to_string(pictureHeight) +
-                          " has too many blocks of " + std::to_string(size) + " pixels");
+        throw Failure(wish > 0 ? exitUsage : exitFailed, "a picture of " + std::to_string(pictureWidth) + "x" +
+                                                             std::to_string(pictureHeight) + " has too many blocks of " +
+                                                             std::to_string(size) + " pixels");
     }
     return {pictureWidth, pictureHeight, size, columns, rows};
 }
@@ -75,8 +75,11 @@ void Watcher::AddZones() {
         const auto minSize = static_cast<float>(watched[i].minSize.value_or(_rules.minSize));
         _watched.push_back({watched[i].name, WatchedBlocks(watched[i], _excluded, _grid), minSize});
         const std::vector<std::uint8_t>& mask = _watched.back().mask;
-        _detector.AddZone({.mask = mask, .columns = _grid.columns, .rows = _grid.rows,
-                           .minObjectWidth = minSize, .minObjectHeight = minSize});
+        _detector.AddZone({.mask = mask,
+                           .columns = _grid.columns,
+                           .rows = _grid.rows,
+                           .minObjectWidth = minSize,
+                           .minObjectHeight = minSize});
         for (std::size_t block = 0; block < mask.size(); ++block) {
             _isWatched[block] |= mask[block];
             if (named) {
@@ -107,9 +110,12 @@ void Watcher::CountBlocks(const coremd::Object& object) {
 Findings Watcher::Watch(const Host::PictureView& picture, Ticks time) {
     ++_pictures;
     _reducer.Reduce(picture);
-    _detector.Detect({.columns = _reducer.Columns(), .rows = _reducer.Rows(),
+    _detector.Detect({.columns = _reducer.Columns(),
+                      .rows = _reducer.Rows(),
                       .ycbcr = {_reducer.Ycbcr(), 3 * static_cast<std::size_t>(_reducer.BlockCount())},
-                      .time = coremd::Ticks(time), .fps = _rules.framesPerSecond, .detectShadow = _rules.shadows,
+                      .time = coremd::Ticks(time),
+                      .fps = _rules.framesPerSecond,
+                      .detectShadow = _rules.shadows,
                       .isIFrame = true});
     Findings findings{time, {}};
     for (const coremd::Object& object : _detector.Objects()) {
@@ -128,7 +134,7 @@ Findings Watcher::Watch(const Host::PictureView& picture, Ticks time) {
 std::vector<BlockMark> Watcher::Marks() {
     std::vector<BlockMark> marks(static_cast<std::size_t>(_grid.columns) * static_cast<std::size_t>(_grid.rows));
     for (const coremd::ZoneResult& zone : _detector.ZoneResults()) {
-        for (std::size_t i = 0; i < marks.size(); ++i) {   // one map for all zones
+        for (std::size_t i = 0; i < marks.size(); ++i) {  // one map for all zones
             marks[i] = _isWatched[i] != 0 && zone.States()[i] == coremd::StateShadow ? BlockMark::Shadow : BlockMark::None;
         }
         break;

@@ -19,18 +19,18 @@
 namespace Scan {
 
 struct WatchRules {
-    double framesPerSecond;            // of the video
-    bool shadows;                      // drop them
-    double minSize;                    // smallest object, as a fraction of the picture's width and height
-    std::vector<Zone> zones;           // none to watch: the whole picture, without what is excluded
-    bool heat = false;                 // count how often each block moves
+    double framesPerSecond;   // of the video
+    bool shadows;             // drop them
+    double minSize;           // smallest object, as a fraction of the picture's width and height
+    std::vector<Zone> zones;  // none to watch: the whole picture, without what is excluded
+    bool heat = false;        // count how often each block moves
 };
 
 // A zone to watch on the grid.
 struct WatchedZone {
-    std::string name;                  // empty: the whole picture
-    std::vector<std::uint8_t> mask;    // [block] 1 where it is watched
-    float minSize;                     // smallest object, as a fraction of the grid's width and height
+    std::string name;                // empty: the whole picture
+    std::vector<std::uint8_t> mask;  // [block] 1 where it is watched
+    float minSize;                   // smallest object, as a fraction of the grid's width and height
 };
 
 // wish: block size in pixels, 0: chosen. Throws Failure when the grid has more blocks than the detector can label.
@@ -64,7 +64,7 @@ public:
 
     const PictureGrid& Grid() const { return _grid; }
     const std::vector<WatchedZone>& Watched() const { return _watched; }
-    const std::vector<std::uint8_t>& Excluded() const { return _excluded; }    // [block] 1: not watched, whatever zones say
+    const std::vector<std::uint8_t>& Excluded() const { return _excluded; }  // [block] 1: not watched, whatever zones say
 
     // For a look at what the last Watch left in it. Its frames and zones are the watcher's business.
     coremd::Detector& Detector() { return _detector; }
@@ -84,7 +84,7 @@ private:
     std::vector<std::uint8_t> _isWatched;      // [block] 1 where it lies in any zone
     std::vector<std::uint64_t> _zonesOfBlock;  // [block] bit i: it lies in the i-th watched zone; empty without zones
     HeatMap _heat;
-    std::vector<std::uint32_t> _countedAt;     // [block] last picture in which it was counted: zones may overlap
+    std::vector<std::uint32_t> _countedAt;  // [block] last picture in which it was counted: zones may overlap
     std::uint32_t _pictures = 0;
 };
 

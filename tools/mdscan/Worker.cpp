@@ -38,7 +38,7 @@ public:
         for (std::size_t done = 0; done < message.size();) {
             const ssize_t written = write(_pipe, message.data() + done, message.size() - done);
             if (written < 0 && errno != EINTR) {
-                _exit(exitFailed);                         // nobody listens any more
+                _exit(exitFailed);  // nobody listens any more
             }
             done += static_cast<std::size_t>(std::max<ssize_t>(written, 0));
         }
@@ -60,15 +60,15 @@ public:
     }
 
 private:
-    static constexpr double sayingInterval = 0.2;          // seconds
+    static constexpr double sayingInterval = 0.2;  // seconds
 
     int _pipe;
-    double _lastSaid = 0;                                  // seconds into the scan
+    double _lastSaid = 0;  // seconds into the scan
 };
 
 [[noreturn]] void Work(const Options& options, const std::string& input, int pipe) {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);                      // without its parent nobody needs it
-    setpgid(0, 0);                                         // the keyboard interrupts the parent, which tells its children
+    prctl(PR_SET_PDEATHSIG, SIGKILL);  // without its parent nobody needs it
+    setpgid(0, 0);                     // the keyboard interrupts the parent, which tells its children
     Speaker speaker(pipe);
     const JobResult result = RunJob(options, input, ShownName(input), speaker);
     speaker.Say('E', Packed(result));
@@ -82,7 +82,7 @@ Worker::Worker(const Options& options, const std::string& input, RunState* state
     if (pipe(ends.data()) != 0) {
         throw OutputFailure(exitFailed, std::string("cannot start a scan: ") + std::strerror(errno));
     }
-    std::fflush(nullptr);                                  // or the child would print it again
+    std::fflush(nullptr);  // or the child would print it again
     _process = fork();
     if (_process < 0) {
         const int error = errno;
@@ -163,18 +163,14 @@ void Worker::Bury() {
     }
     const int signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
     _wasKilled = signal == SIGKILL || signal == SIGTERM || signal == SIGINT || signal == 0;
-    const std::string end = signal != 0 ? std::string("by signal ") + std::to_string(signal) + ", " + strsignal(signal)
-                                        : "without a result";
+    const std::string end =
+        signal != 0 ? std::string("by signal ") + std::to_string(signal) + ", " + strsignal(signal) : "without a result";
     _result =
         JobResult{.health = Health::Unreadable, .code = exitFailed, .trouble = "its scan was ended " + end, .tally = _tally};
 }
 
-std::vector<std::string> Worker::TakeLines() {
-    return std::exchange(_lines, {});
-}
+std::vector<std::string> Worker::TakeLines() { return std::exchange(_lines, {}); }
 
-std::vector<std::string> Worker::TakeAttachments() {
-    return std::exchange(_attachments, {});
-}
+std::vector<std::string> Worker::TakeAttachments() { return std::exchange(_attachments, {}); }
 
 }  // namespace Scan

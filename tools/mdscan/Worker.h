@@ -26,7 +26,7 @@ public:
     Worker(const Worker&) = delete;
     Worker& operator=(const Worker&) = delete;
 
-    int Pipe() const { return _pipe; }                     // readable when there is news
+    int Pipe() const { return _pipe; }  // readable when there is news
 
     // Takes in what has come. False once the scan is over, after which there is a result.
     bool Read();
@@ -34,10 +34,10 @@ public:
     // Lets the scan end in good order.
     void Interrupt() const;
 
-    std::vector<std::string> TakeLines();                  // of results, those since the last call
-    std::vector<std::string> TakeAttachments();            // likewise, as AttachedText made them
-    bool IsLive() const { return _isLive; }                // as far as is known
-    double Done() const { return _done; }                  // 0 to 1
+    std::vector<std::string> TakeLines();        // of results, those since the last call
+    std::vector<std::string> TakeAttachments();  // likewise, as AttachedText made them
+    bool IsLive() const { return _isLive; }      // as far as is known
+    double Done() const { return _done; }        // 0 to 1
     const Tally& SoFar() const { return _tally; }
     const JobResult& Result() const { return *_result; }
 
@@ -50,7 +50,7 @@ private:
 
     pid_t _process = -1;
     int _pipe = -1;
-    std::string _unread;                   // an incomplete message
+    std::string _unread;  // an incomplete message
     std::vector<std::string> _lines;
     std::vector<std::string> _attachments;
     bool _isLive = false;

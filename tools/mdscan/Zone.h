@@ -24,10 +24,10 @@ struct GreyPicture {
 
 struct Zone {
     std::string name;
-    bool exclude = false;              // what lies within is not watched, whatever other zones say
-    std::optional<double> minSize = {};    // smallest object, as a fraction of the picture; absent: as everywhere
-    std::vector<Point> polygon = {};   // at least three corners, the last joins the first; empty: the mask counts
-    GreyPicture mask = {};             // stretched over the picture; 128 and brighter is in the zone
+    bool exclude = false;                // what lies within is not watched, whatever other zones say
+    std::optional<double> minSize = {};  // smallest object, as a fraction of the picture; absent: as everywhere
+    std::vector<Point> polygon = {};     // at least three corners, the last joins the first; empty: the mask counts
+    GreyPicture mask = {};               // stretched over the picture; 128 and brighter is in the zone
 };
 
 // As many as an object can remember.

@@ -20,20 +20,14 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr png_uint_32 largestMask = 16'384;    // pixels across or down
+constexpr png_uint_32 largestMask = 16'384;  // pixels across or down
 
 // Twice the area of the triangle; the sign tells on which side of a-b the third point lies.
-double Side(Point a, Point b, Point c) {
-    return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
-}
+double Side(Point a, Point b, Point c) { return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x); }
 
-bool Within(double value, double a, double b) {
-    return value >= std::min(a, b) && value <= std::max(a, b);
-}
+bool Within(double value, double a, double b) { return value >= std::min(a, b) && value <= std::max(a, b); }
 
-bool OnLine(Point a, Point b, Point c) {
-    return Side(a, b, c) == 0 && Within(c.x, a.x, b.x) && Within(c.y, a.y, b.y);
-}
+bool OnLine(Point a, Point b, Point c) { return Side(a, b, c) == 0 && Within(c.x, a.x, b.x) && Within(c.y, a.y, b.y); }
 
 // Crossing or touching.
 bool Meet(Point a, Point b, Point c, Point d) {
@@ -87,7 +81,7 @@ private:
     }
 
     Json Parse(const std::string& text) const {
-        std::vector<std::set<std::string>> keys;       // of the objects that are open
+        std::vector<std::set<std::string>> keys;  // of the objects that are open
         std::string doubled;
         const auto watch = [&](int, Json::parse_event_t event, const Json& value) {
             if (event == Json::parse_event_t::object_start) {
@@ -187,9 +181,7 @@ private:
 
 }  // namespace
 
-std::vector<Zone> ReadZoneFile(const std::string& path) {
-    return Reader(path).Read();
-}
+std::vector<Zone> ReadZoneFile(const std::string& path) { return Reader(path).Read(); }
 
 GreyPicture ReadMask(const std::string& path) {
     png_image image = {};
@@ -206,7 +198,7 @@ GreyPicture ReadMask(const std::string& path) {
     }
     image.format = PNG_FORMAT_GRAY;
     GreyPicture mask{static_cast<int>(image.width), static_cast<int>(image.height), {}};
-    mask.pixels.assign(PNG_IMAGE_SIZE(image), 0);              // what is transparent stays black
+    mask.pixels.assign(PNG_IMAGE_SIZE(image), 0);  // what is transparent stays black
     if (!png_image_finish_read(&image, nullptr, mask.pixels.data(), 0, nullptr)) {
         fail(image.message);
     }
@@ -231,7 +223,8 @@ std::string PolygonTrouble(const std::vector<Point>& polygon) {
         // The next line begins where this one ends; it must not run back over it.
         if (OnLine(corner(i), corner(i + 1), corner(i + 2)) || OnLine(corner(i + 1), corner(i + 2), corner(i))) {
             const bool back = (corner(i + 1).x - corner(i).x) * (corner(i + 2).x - corner(i + 1).x) +
-                                  (corner(i + 1).y - corner(i).y) * (corner(i + 2).y - corner(i + 1).y) < 0;
+                                  (corner(i + 1).y - corner(i).y) * (corner(i + 2).y - corner(i + 1).y) <
+                              0;
             if (back) {
                 return std::abs(area) < 1e-12 ? "encloses nothing" : "the line from " + named(i) + " runs back over itself";
             }

@@ -22,11 +22,11 @@ Zone RectangleZone(const std::string& name, const RelativeZone& rectangle);
 
 // A picture divided into square blocks. The last column and row may reach beyond the picture.
 struct PictureGrid {
-    int pictureWidth;      // pixels
-    int pictureHeight;     // pixels
-    int blockSize;         // pixels
-    int columns;           // blocks
-    int rows;              // blocks
+    int pictureWidth;   // pixels
+    int pictureHeight;  // pixels
+    int blockSize;      // pixels
+    int columns;        // blocks
+    int rows;           // blocks
 };
 
 // [block], 1 where the block's centre lies in the zone. Polygons too thin for that: the blocks along the

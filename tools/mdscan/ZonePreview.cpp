@@ -24,7 +24,7 @@ namespace Scan {
 namespace {
 
 struct Color {
-    const char* name;                  // as printed
+    const char* name;  // as printed
     std::array<int, 3> bgr;
 };
 
@@ -70,7 +70,7 @@ void Paint(BgrPicture& picture, int x, int y, const Color& color, int percent) {
 
 // The blocks that the detector is given, tinted.
 void PaintBlocks(BgrPicture& picture, const std::vector<std::uint8_t>& mask, const PictureGrid& grid, const Color& color) {
-    constexpr int tint = 35;                               // percent
+    constexpr int tint = 35;  // percent
     for (int y = 0; y < picture.height; ++y) {
         for (int x = 0; x < picture.width; ++x) {
             const int block = y / grid.blockSize * grid.columns + x / grid.blockSize;
@@ -118,7 +118,10 @@ int ShowZones(const Options& options) {
         const std::vector<std::uint8_t> mask = zone.exclude ? ZoneMask(zone, grid) : WatchedBlocks(zone, excluded, grid);
         const auto blocks = std::count(mask.begin(), mask.end(), std::uint8_t{1});
         const double share = static_cast<double>(blocks) / static_cast<double>(mask.size());
-        nlohmann::ordered_json line = {{"type", "zone"}, {"zone", zone.name}, {"exclude", zone.exclude}, {"blocks", blocks},
+        nlohmann::ordered_json line = {{"type", "zone"},
+                                       {"zone", zone.name},
+                                       {"exclude", zone.exclude},
+                                       {"blocks", blocks},
                                        {"share", std::round(1e3 * share) / 1e3}};
         if (!options.preview.empty()) {
             line["color"] = color.name;

@@ -40,7 +40,7 @@ public:
     Printer(RunResults& results, const std::string& input, Progress& progress)
         : _results(results), _input(input), _progress(progress) {}
     void OnLine(const std::string& line) override {
-        _progress.Clear();                                 // both may go to the same terminal
+        _progress.Clear();  // both may go to the same terminal
         _results.Line(_input, line);
     }
     void OnAttachment(const std::string& text) override { _results.Attach(_input, text); }
@@ -181,6 +181,4 @@ int Main(const std::vector<std::string>& arguments) {
 
 }  // namespace Scan
 
-int main(int argc, char** argv) {
-    return Scan::Main(std::vector<std::string>(argv + 1, argv + argc));
-}
+int main(int argc, char** argv) { return Scan::Main(std::vector<std::string>(argv + 1, argv + argc)); }

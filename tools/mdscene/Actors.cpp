@@ -14,14 +14,14 @@ namespace {
 
 // The camera hangs this high above the street and sees the horizon at the picture's top: a metre on the ground at height y
 // of the picture is y / cameraHeight long.
-constexpr double cameraHeight = 6.5; // metres
+constexpr double cameraHeight = 6.5;  // metres
 
 double MetreAt(double ground) { return ground / cameraHeight; }
 
 // The sun: what stands a metre high shades the ground this far to the right and towards the camera.
 constexpr double shadowRight = 0.5, shadowDown = 0.17;
 
-constexpr double outside = 0.5; // heights beyond the picture's edge, enough for the longest car with its shadow
+constexpr double outside = 0.5;  // heights beyond the picture's edge, enough for the longest car with its shadow
 
 constexpr Color jackets[] = {ColorOfRgb(38, 52, 92),    ColorOfRgb(140, 40, 36), ColorOfRgb(40, 44, 42),
                              ColorOfRgb(206, 198, 176), ColorOfRgb(44, 96, 66),  ColorOfRgb(196, 152, 44)};
@@ -33,7 +33,8 @@ constexpr Color bodies[] = {ColorOfRgb(168, 30, 32), ColorOfRgb(206, 208, 210), 
                             ColorOfRgb(40, 42, 46),  ColorOfRgb(116, 126, 130), ColorOfRgb(40, 88, 62)};
 constexpr Color glassOfCars = ColorOfRgb(36, 44, 52), tyre = ColorOfRgb(24, 24, 25), hub = ColorOfRgb(142, 144, 146);
 
-template <std::size_t count> Color AnyOf(const Color (&colors)[count], Random& random) {
+template <std::size_t count>
+Color AnyOf(const Color (&colors)[count], Random& random) {
     return colors[random.Below(count)];
 }
 
@@ -67,7 +68,7 @@ Actor MakePerson(double start, double pictureWidth, bool leftwards, bool crosses
     const Point entry = {mirrored(-outside * 0.4), pavement};
     if (crossesTheRoad) {
         const double turn = pictureWidth * random.Between(0.35, 0.5);
-        const Point goal = {mirrored(turn + 0.3), 1.5}; // below the picture, head and all
+        const Point goal = {mirrored(turn + 0.3), 1.5};  // below the picture, head and all
         person.path = PathThrough({entry, {mirrored(turn), pavement}, goal}, start, speed);
     } else {
         person.path = PathThrough({entry, {mirrored(pictureWidth + outside * 0.4), pavement}}, start, speed);
@@ -81,7 +82,7 @@ Actor MakeCar(double start, double pictureWidth, bool leftwards, Random& random)
     car.size = random.Between(0.95, 1.05);
     car.upper = AnyOf(bodies, random);
     car.isVan = random.Below(3) == 0;
-    const double lane = leftwards ? 0.735 : 0.895; // right-hand traffic
+    const double lane = leftwards ? 0.735 : 0.895;  // right-hand traffic
     car.pace = random.Between(5.0, 8.0);
     const double speed = car.pace * MetreAt(lane);
     const double left = -outside, right = pictureWidth + outside;
@@ -90,8 +91,8 @@ Actor MakeCar(double start, double pictureWidth, bool leftwards, Random& random)
 }
 
 struct Stance {
-    Point ground;     // heights
-    double direction; // 1 to the right, -1 to the left
+    Point ground;      // heights
+    double direction;  // 1 to the right, -1 to the left
 };
 
 Stance StanceOf(const Actor& actor, double seconds) {
@@ -114,9 +115,9 @@ struct Body {
         return shape;
     }
 
-    Point origin;     // pixels
-    double metre;     // pixels
-    double direction; // 1 or -1
+    Point origin;      // pixels
+    double metre;      // pixels
+    double direction;  // 1 or -1
 };
 
 // What stands between left and right, `up` metres high, shades this: a bar on the ground and its copy further on.
@@ -132,7 +133,7 @@ void AddLimb(Figure& figure, const Body& body, Point from, Point joint, Point to
 }
 
 void DrawPerson(Figure& figure, const Body& body, const Actor& person, double metresWalked) {
-    constexpr double stride = 1.45; // metres of a double step
+    constexpr double stride = 1.45;  // metres of a double step
     const double cycle = metresWalked / stride, swing = Swing(cycle), rise = 0.02 * Swing(2 * cycle + 0.25);
     const Point hip = {0, 0.86 + rise}, shoulder = {0.02, 1.42 + rise}, head = {0.05, 1.62 + rise};
     const Color shoe = ColorOfRgb(26, 24, 24), farSide = Scaled(person.lower, 0.75f), farArm = Scaled(person.upper, 0.7f);
@@ -195,7 +196,7 @@ std::vector<Actor> MakeActors(const Programme& programme, std::uint64_t seed) {
     double start = programme.quietSeconds;
     for (int turn = 0; start < programme.endSeconds; ++turn) {
         const bool leftwards = random.Below(2) != 0;
-        const bool crossesTheRoad = turn % 4 == 2; // persons and cars in turn; every other person takes the road
+        const bool crossesTheRoad = turn % 4 == 2;  // persons and cars in turn; every other person takes the road
         Actor actor = turn % 2 == 0 ? MakePerson(start, programme.pictureWidth, leftwards, crossesTheRoad, random)
                                     : MakeCar(start, programme.pictureWidth, leftwards, random);
         const double pause = programme.pauseSeconds + random.Between(0, 1.5);

@@ -17,13 +17,13 @@ struct Waypoint {
 };
 
 struct Actor {
-    int id = 0;                 // 1, 2, ... in order of appearance
+    int id = 0;  // 1, 2, ... in order of appearance
     Kind kind = Kind::Person;
-    std::vector<Waypoint> path; // at least two; outside the picture at both ends
-    double pace = 1;            // metres per second where the path begins; persons swing their legs to it
-    double size = 1;            // of the usual height
-    Color upper = {};           // jacket, or body of the car
-    Color lower = {};           // trousers
+    std::vector<Waypoint> path;  // at least two; outside the picture at both ends
+    double pace = 1;             // metres per second where the path begins; persons swing their legs to it
+    double size = 1;             // of the usual height
+    Color upper = {};            // jacket, or body of the car
+    Color lower = {};            // trousers
     Color skin = {};
     Color hair = {};
     bool isVan = false;
@@ -41,17 +41,17 @@ struct Part {
 
 // An actor at one moment, in pixels.
 struct Figure {
-    std::vector<Part> parts; // from back to front
-    Shape shadow;            // on the ground
-    double shadowSoftness;   // pixels
-    double ground;           // larger is nearer
+    std::vector<Part> parts;  // from back to front
+    Shape shadow;             // on the ground
+    double shadowSoftness;    // pixels
+    double ground;            // larger is nearer
 };
 
 struct Programme {
-    double quietSeconds; // before the first
-    double pauseSeconds; // at least, between one's end and the next one's start; negative: they meet
-    double endSeconds;   // all are gone
-    double pictureWidth; // heights
+    double quietSeconds;  // before the first
+    double pauseSeconds;  // at least, between one's end and the next one's start; negative: they meet
+    double endSeconds;    // all are gone
+    double pictureWidth;  // heights
 };
 
 // All actors that come and go within the programme, ordered by their start.

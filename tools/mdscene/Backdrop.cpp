@@ -11,7 +11,7 @@ namespace {
 
 // Heights of the picture, from top to bottom, down to Backdrop.h's pavement.
 constexpr double skyline = 0.07, plinthTop = 0.40, frontBottom = 0.435;
-constexpr double centreLine = 0.77; // of the road
+constexpr double centreLine = 0.77;  // of the road
 constexpr double treeFoot = 0.485, crownMiddle = 0.215, crownRadius = 0.15;
 
 constexpr Color sky = ColorOfRgb(196, 208, 222), plaster = ColorOfRgb(176, 158, 134), brick = ColorOfRgb(132, 92, 78);
@@ -39,9 +39,12 @@ double Squared(double value) { return value * value; }
 }  // namespace
 
 Backdrop::Backdrop(int width, int height, std::uint64_t seed, double wind)
-    : _seed(Scramble(seed, 'B')), _wind(wind), _width(static_cast<double>(width) / height), _treeX(_width * 0.21),
+    : _seed(Scramble(seed, 'B')),
+      _wind(wind),
+      _width(static_cast<double>(width) / height),
+      _treeX(_width * 0.21),
       _still(width, height) {
-    constexpr int raster = 3; // samples per pixel and direction
+    constexpr int raster = 3;  // samples per pixel and direction
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x) {
             Color sum = {0, 0, 0};
@@ -78,13 +81,13 @@ Color Backdrop::ColorAt(double x, double y) const {
 }
 
 Color Backdrop::FrontAt(double x, double y) const {
-    if (y < skyline + 0.012) return Scaled(brick, 0.6f); // eaves
+    if (y < skyline + 0.012) return Scaled(brick, 0.6f);  // eaves
     if (y >= plinthTop) return Rough(brick, _seed + 10, x, y, 0.2, 0.15);
 
     const double house = std::floor(x / 0.74), within = x - house * 0.74;
     const Color wall = Scaled(Mix(plaster, brick, static_cast<float>(Landscape(_seed + 11, house, 0) * 0.7)),
                               static_cast<float>(0.85 + 0.25 * Landscape(_seed + 12, house, 0)));
-    if (within < 0.008) return Scaled(wall, 0.7f); // gap between houses
+    if (within < 0.008) return Scaled(wall, 0.7f);  // gap between houses
 
     const bool isDoor = IsBetween(within, 0.6, 0.685) && y > 0.268;
     if (isDoor) {
@@ -96,31 +99,31 @@ Color Backdrop::FrontAt(double x, double y) const {
     const double column = PartOf(within - 0.03, 0.175), storey = PartOf(y - 0.085, 0.165) * 0.165;
     const bool isWindow = hasWindow && IsBetween(column, 0.24, 0.78) && IsBetween(storey, 0.028, 0.128) && y < 0.39;
     if (isWindow) {
-        const bool isFrame = !IsBetween(column, 0.275, 0.745) || !IsBetween(storey, 0.035, 0.121) ||
-                             IsBetween(column, 0.495, 0.525);
+        const bool isFrame =
+            !IsBetween(column, 0.275, 0.745) || !IsBetween(storey, 0.035, 0.121) || IsBetween(column, 0.495, 0.525);
         if (isFrame) return frame;
         const double reflection = Landscape(_seed + 14, x * 9 + y * 6, y * 11);
         return Mix(glass, sky, static_cast<float>(0.35 * reflection * reflection));
     }
-    if (hasWindow && IsBetween(column, 0.22, 0.80) && IsBetween(storey, 0.128, 0.136)) return Scaled(wall, 1.2f); // sill
+    if (hasWindow && IsBetween(column, 0.22, 0.80) && IsBetween(storey, 0.128, 0.136)) return Scaled(wall, 1.2f);  // sill
     return Rough(wall, _seed + 15, x, y, 0.16, 0.12);
 }
 
 Color Backdrop::GroundAt(double x, double y) const {
-    const double fromMiddle = x - _width / 2; // lines towards the horizon meet above the picture's middle
+    const double fromMiddle = x - _width / 2;  // lines towards the horizon meet above the picture's middle
     if (y < farPavementTop) return Rough(lawn, _seed + 20, x * 2, y * 3, 0.35, 0.5);
     if (y < farPavementBottom || y >= nearPavementTop) {
-        const double across = fromMiddle / (y + 0.25) / 0.11, along = 1 / (y - 0.2) / 0.28; // slabs
+        const double across = fromMiddle / (y + 0.25) / 0.11, along = 1 / (y - 0.2) / 0.28;  // slabs
         const double column = std::floor(across), row = std::floor(along);
         const bool isJoint = across - column < 0.035 || along - row < 0.05;
-        const double shade = 0.95 + 0.1 * Landscape(_seed + 21, column * 3, row * 3); // every slab has its own
+        const double shade = 0.95 + 0.1 * Landscape(_seed + 21, column * 3, row * 3);  // every slab has its own
         const Color stone = Scaled(slab, static_cast<float>(shade));
         return isJoint ? Scaled(stone, 0.82f) : Rough(stone, _seed + 22, x, y, 0.12, 0.14);
     }
     if (y < roadTop || y >= roadBottom) return Scaled(kerb, y < roadTop + (roadTop - farPavementBottom) / 2 ? 1.0f : 0.9f);
     const bool isLine = IsBetween(y, centreLine - 0.005, centreLine + 0.005) && PartOf(fromMiddle, 0.34) < 0.5;
     if (isLine) return Rough(paint, _seed + 23, x, y, 0.3, 0.3);
-    const double track = std::min(std::abs(y - 0.735), std::abs(y - 0.895)); // where tyres polish the road
+    const double track = std::min(std::abs(y - 0.735), std::abs(y - 0.895));  // where tyres polish the road
     const float polish = static_cast<float>(0.94 + std::min(track, 0.04) * 2);
     return Rough(Scaled(asphalt, polish), _seed + 24, x * 0.7, y, 0.16, 0.3);
 }
@@ -158,7 +161,7 @@ void Backdrop::PaintTree(double seconds, Canvas& canvas) const {
             const double lift = std::max(0.0, (treeFoot - realY) / treeFoot);
             const double bough = Landscape(_seed + 40, realX * 22, realY * 22);
             const double ownSwing = Swing(seconds / 1.9 + bough * 3);
-            const double reach = _wind * 0.0075 * lift * lift * canvas.height; // pixels
+            const double reach = _wind * 0.0075 * lift * lift * canvas.height;  // pixels
             const double fromX = std::clamp(x - reach * (0.7 * gust + 0.3 * ownSwing), 0.0, width - 1.001);
             const double fromY = std::clamp(y - reach * 0.25 * Swing(seconds / 2.3 + bough * 5), 0.0, height - 1.001);
 

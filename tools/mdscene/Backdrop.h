@@ -28,7 +28,7 @@ public:
 private:
     struct TreePixel {
         Color color;
-        float cover; // 0..1
+        float cover;  // 0..1
     };
 
     Color ColorAt(double x, double y) const;

@@ -12,9 +12,9 @@
 namespace MdScene {
 namespace {
 
-constexpr float shadowStrength = 0.42f;     // of the light that a shadow takes away
-constexpr double driftCycle = 47;           // seconds in which the light rises and falls, away from any other period
-constexpr double driftStrength = 0.03;      // of the light
+constexpr float shadowStrength = 0.42f;  // of the light that a shadow takes away
+constexpr double driftCycle = 47;        // seconds in which the light rises and falls, away from any other period
+constexpr double driftStrength = 0.03;   // of the light
 constexpr std::uint8_t blackLuma = 16, whiteLuma = 235;
 
 const Settings& Checked(const Settings& settings) {
@@ -103,7 +103,8 @@ void AddNoiseTo(std::vector<std::uint8_t>& plane, double deviation, std::uint64_
     const float scale = static_cast<float>(deviation / 147.8);
     std::uint64_t state = seed;
     for (std::uint8_t& sample : plane) {
-        state = state * 6364136223846793005 + 1442695040888963407; // a linear congruence; its upper half is good enough here
+        state =
+            state * 6364136223846793005 + 1442695040888963407;  // a linear congruence; its upper half is good enough here
         sample = ByteOf(static_cast<float>(sample) + scale * static_cast<float>(BellOf(state) - 510));
     }
 }
@@ -113,7 +114,8 @@ void AddNoiseTo(std::vector<std::uint8_t>& plane, double deviation, std::uint64_
 Scene::Scene(const Settings& settings) : Scene(settings, ActorsOf(Checked(settings))) {}
 
 Scene::Scene(const Settings& settings, std::vector<Actor> actors)
-    : _settings(Checked(settings)), _backdrop(settings.width, settings.height, settings.seed, settings.wind),
+    : _settings(Checked(settings)),
+      _backdrop(settings.width, settings.height, settings.seed, settings.wind),
       _actors(std::move(actors)) {}
 
 void Scene::Render(int number, Frame& frame) const {
@@ -153,7 +155,7 @@ void Scene::PaintActors(Frame& frame, Canvas& canvas) const {
     std::stable_sort(present.begin(), present.end(),
                      [](const Present& a, const Present& b) { return a.figure.ground < b.figure.ground; });
     std::vector<float> cover(canvas.pixels.size());
-    std::vector<std::uint16_t> owners(canvas.pixels.size()); // 0, or position in frame.things + 1
+    std::vector<std::uint16_t> owners(canvas.pixels.size());  // 0, or position in frame.things + 1
     for (const Present& one : present) {
         PixelBox touched;
         PaintParts(one.figure, canvas, cover, touched);
@@ -183,8 +185,8 @@ void Scene::Expose(const Canvas& canvas, Frame& frame) const {
             const int x = 2 * column, y = 2 * row;
             const int right = std::min(x + 1, frame.width - 1), below = std::min(y + 1, frame.height - 1);
             float cb = 0, cr = 0;
-            for (const std::size_t index : {canvas.IndexOf(x, y), canvas.IndexOf(right, y), canvas.IndexOf(x, below),
-                                            canvas.IndexOf(right, below)}) {
+            for (const std::size_t index :
+                 {canvas.IndexOf(x, y), canvas.IndexOf(right, y), canvas.IndexOf(x, below), canvas.IndexOf(right, below)}) {
                 cb += canvas.pixels[index].cb;
                 cr += canvas.pixels[index].cr;
             }
@@ -196,7 +198,7 @@ void Scene::Expose(const Canvas& canvas, Frame& frame) const {
 void Scene::AddNoise(Frame& frame) const {
     const std::uint64_t seed = Scramble(Scramble(_settings.seed, 'N'), static_cast<std::uint64_t>(frame.number));
     AddNoiseTo(frame.y, _settings.noise, seed);
-    AddNoiseTo(frame.cb, _settings.noise / 2, Scramble(seed, 1)); // chroma is smoothed by cameras and by its resolution
+    AddNoiseTo(frame.cb, _settings.noise / 2, Scramble(seed, 1));  // chroma is smoothed by cameras and by its resolution
     AddNoiseTo(frame.cr, _settings.noise / 2, Scramble(seed, 2));
 }
 

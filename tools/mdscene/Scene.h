@@ -19,15 +19,15 @@
 namespace MdScene {
 
 struct Settings {
-    int width = 640;         // pixels, 32..7680
-    int height = 360;        // pixels, 32..4320
-    double fps = 12;         // frames per second, above 0
-    int frames = 720;        // length of the scene; whoever could not leave before its end does not appear
+    int width = 640;   // pixels, 32..7680
+    int height = 360;  // pixels, 32..4320
+    double fps = 12;   // frames per second, above 0
+    int frames = 720;  // length of the scene; whoever could not leave before its end does not appear
     std::uint64_t seed = 1;
-    double quietSeconds = 8; // nobody is to be seen before, at least 0
-    double pauseSeconds = 2; // least time between one's leaving and the next one's coming; below 0 they meet; -60..10^6
-    double noise = 1.5;      // standard deviation of the sensor's noise in grey levels, 0..20
-    double wind = 1;         // 0 still air, 1 a light breeze, up to 10
+    double quietSeconds = 8;  // nobody is to be seen before, at least 0
+    double pauseSeconds = 2;  // least time between one's leaving and the next one's coming; below 0 they meet; -60..10^6
+    double noise = 1.5;       // standard deviation of the sensor's noise in grey levels, 0..20
+    double wind = 1;          // 0 still air, 1 a light breeze, up to 10
 };
 
 // What a mask byte says about its pixel.
@@ -36,10 +36,10 @@ enum MaskValue : std::uint8_t { maskEmpty = 0, maskShadow = 128, maskThing = 255
 // One moving thing in a frame.  The boxes hold every pixel that it changes; shared pixels belong to the nearer thing, except
 // those that the nearer one covers by less than half.
 struct Thing {
-    int id = 0;      // the same in all frames, 1, 2, ... in order of appearance
+    int id = 0;  // the same in all frames, 1, 2, ... in order of appearance
     Kind kind = Kind::Person;
-    PixelBox box;    // of the visible thing; empty while only its shadow is in the picture
-    PixelBox shadow; // of its shadow on the ground, also where something stands in front of it; may be empty
+    PixelBox box;     // of the visible thing; empty while only its shadow is in the picture
+    PixelBox shadow;  // of its shadow on the ground, also where something stands in front of it; may be empty
 };
 
 // A picture in limited range 4:2:0 with its truth.  Chroma planes of odd pictures are rounded up.  Rows without padding.
@@ -48,11 +48,11 @@ struct Frame {
     double seconds = 0;
     int width = 0;
     int height = 0;
-    std::vector<std::uint8_t> y;    // width * height
-    std::vector<std::uint8_t> cb;   // ((width + 1) / 2) * ((height + 1) / 2)
-    std::vector<std::uint8_t> cr;   // as many
-    std::vector<std::uint8_t> mask; // width * height, MaskValue
-    std::vector<Thing> things;      // visible ones, ordered by id
+    std::vector<std::uint8_t> y;     // width * height
+    std::vector<std::uint8_t> cb;    // ((width + 1) / 2) * ((height + 1) / 2)
+    std::vector<std::uint8_t> cr;    // as many
+    std::vector<std::uint8_t> mask;  // width * height, MaskValue
+    std::vector<Thing> things;       // visible ones, ordered by id
 };
 
 class Scene {

@@ -10,7 +10,7 @@ namespace MdScene {
 
 // A value whose bits depend on all bits of the argument.
 constexpr std::uint64_t Scramble(std::uint64_t value) {
-    value += 0x9E3779B97F4A7C15; // 2^64 / golden ratio: neighbours end up far apart
+    value += 0x9E3779B97F4A7C15;  // 2^64 / golden ratio: neighbours end up far apart
     value = (value ^ (value >> 32)) * 0xD6E8FEB86659FD93;
     value = (value ^ (value >> 29)) * 0xA0761D6478BD642F;
     return value ^ (value >> 32);
@@ -24,7 +24,7 @@ public:
     explicit constexpr Random(std::uint64_t seed) : _state(Scramble(seed)) {}
 
     constexpr std::uint64_t Next() { return Scramble(_state++); }
-    constexpr double Unit() { return static_cast<double>(Next() >> 11) * 0x1p-53; } // 0 <= value < 1
+    constexpr double Unit() { return static_cast<double>(Next() >> 11) * 0x1p-53; }  // 0 <= value < 1
     constexpr double Between(double low, double high) { return low + (high - low) * Unit(); }
     constexpr std::size_t Below(std::size_t count) { return static_cast<std::size_t>(Next() % count); }
 

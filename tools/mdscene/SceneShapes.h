@@ -17,7 +17,7 @@ struct PixelBox {
 
     bool IsEmpty() const { return right <= left || bottom <= top; }
     bool Contains(int x, int y) const { return x >= left && x < right && y >= top && y < bottom; }
-    void Add(int x, int y); // grows to hold the pixel
+    void Add(int x, int y);  // grows to hold the pixel
 };
 
 // Video levels: luma 16..235, chroma around 128.
@@ -43,7 +43,8 @@ constexpr Color Scaled(Color color, float brightness) { return {16 + (color.y - 
 // A picture in the making: one colour per pixel, row after row.
 struct Canvas {
     Canvas(int canvasWidth, int canvasHeight)
-        : width(canvasWidth), height(canvasHeight),
+        : width(canvasWidth),
+          height(canvasHeight),
           pixels(static_cast<std::size_t>(canvasWidth) * static_cast<std::size_t>(canvasHeight)) {}
 
     std::size_t IndexOf(int x, int y) const {

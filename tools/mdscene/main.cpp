@@ -20,9 +20,9 @@ namespace {
 
 struct Options {
     MdScene::Settings settings;
-    std::string outputPath = "-"; // "-": standard output
-    std::string truthPath;        // empty: none
-    std::string maskFolder;       // empty: none
+    std::string outputPath = "-";  // "-": standard output
+    std::string truthPath;         // empty: none
+    std::string maskFolder;        // empty: none
 };
 
 // "640x360".  Returns an explanation when it is no such thing, as CLI11's validators do.

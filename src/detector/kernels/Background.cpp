@@ -105,7 +105,8 @@ void LearnChunk(LearningBlocks b, LearningTimes times, float meanLimit, BlockRan
     if (!IsAnySet(isStable, count)) return;
 
     float mean[chunkLength];
-    for (std::size_t i = chunk.first; i < chunk.last; ++i) mean[i - chunk.first] = TenFrameMean(b.firstSum[i], b.secondSum[i]);
+    for (std::size_t i = chunk.first; i < chunk.last; ++i)
+        mean[i - chunk.first] = TenFrameMean(b.firstSum[i], b.secondSum[i]);
 
     // Background that the scene still agrees with is refreshed: always, or when it is old enough.
     std::uint8_t isSet[chunkLength];
@@ -218,7 +219,8 @@ void ForgetBackground(ForgettingBlocks b, std::int64_t now, std::int64_t limit, 
             const float known = b.noiseLevel[i];
             b.noiseLevel[i] = isForgotten[i - chunk.first] ? defaultNoiseLevel : known;
         }
-        for (std::size_t i = chunk.first; i < chunk.last; ++i) b.isBackground[i] &= static_cast<std::uint8_t>(~isForgotten[i - chunk.first]);
+        for (std::size_t i = chunk.first; i < chunk.last; ++i)
+            b.isBackground[i] &= static_cast<std::uint8_t>(~isForgotten[i - chunk.first]);
     });
 }
 

@@ -47,12 +47,15 @@ constexpr bool Exceeds(std::uint8_t difference, float limit) { return static_cas
 
 // A little below the limit of change, in single precision: a difference that does not exceed this does not exceed the limit
 // either, and most do not.
-constexpr bool MayHaveChanged(std::uint8_t difference, float noiseLevel) { return Exceeds(difference, noiseLevel * 0.6999f); }
+constexpr bool MayHaveChanged(std::uint8_t difference, float noiseLevel) {
+    return Exceeds(difference, noiseLevel * 0.6999f);
+}
 
 // Of the three differences, the largest decides as well as each of them.
 // Deliberate: age 3 is not compared (BackgroundTest, ChangeSkipsAgeThree).
 constexpr std::uint8_t LargestDifference(std::uint8_t age0, std::uint8_t age1, std::uint8_t age2, std::uint8_t age4) {
-    const std::uint8_t since1 = ByteDistance(age0, age1), since2 = ByteDistance(age0, age2), since4 = ByteDistance(age0, age4);
+    const std::uint8_t since1 = ByteDistance(age0, age1), since2 = ByteDistance(age0, age2),
+                       since4 = ByteDistance(age0, age4);
     const std::uint8_t larger = since1 > since2 ? since1 : since2;
     return larger > since4 ? larger : since4;
 }
@@ -62,18 +65,18 @@ constexpr float IFrameDispersion(float sum, float squareSum) { return squareSum 
 
 // ---- Loops over blocks ---------------------------------------------------------------------------------------------
 
-struct WindowSums {              // [block] each
-    const float* firstSum;       // ages 0 to 4
-    const float* secondSum;      // ages 5 to 9
-    const float* centerSum;      // ages 2 to 6
+struct WindowSums {          // [block] each
+    const float* firstSum;   // ages 0 to 4
+    const float* secondSum;  // ages 5 to 9
+    const float* centerSum;  // ages 2 to 6
     const float* firstSquareSum;
     const float* secondSquareSum;
     const float* centerSquareSum;
 };
 
 struct StabilityLimits {
-    float sum;          // between window sums
-    float dispersion;   // between window dispersions
+    float sum;         // between window sums
+    float dispersion;  // between window dispersions
 };
 
 // isStable[i] = 255 where the three windows agree, else 0.
@@ -84,8 +87,8 @@ struct NoiseOfExtremesBlocks {
     const std::uint8_t* isStable;
     const std::uint8_t* min;
     const std::uint8_t* max;
-    float               offset;  // grey levels
-    float*              noiseLevel;
+    float offset;  // grey levels
+    float* noiseLevel;
 };
 void LearnNoiseFromExtremes(NoiseOfExtremesBlocks b, BlockRange range);
 void LearnNoiseFromDispersions(WindowSums sums, const std::uint8_t* isStable, float* noiseLevel, BlockRange range);
@@ -96,35 +99,35 @@ struct ChangeBlocks {
     const std::uint8_t* age1;
     const std::uint8_t* age2;
     const std::uint8_t* age4;
-    const float*        noiseLevel;
-    std::uint8_t*       isMotionPixel;
-    std::int64_t*       lastChangeTime;
+    const float* noiseLevel;
+    std::uint8_t* isMotionPixel;
+    std::int64_t* lastChangeTime;
 };
 void MarkChanges(ChangeBlocks b, std::int64_t now, BlockRange range);
 
 // The learning state of the blocks, with the newest frame's chroma.
 struct LearningBlocks {
-    const float*        firstSum;
-    const float*        secondSum;
+    const float* firstSum;
+    const float* secondSum;
     const std::uint8_t* cb;
     const std::uint8_t* cr;
     const std::uint8_t* isStable;
     const std::int64_t* lastChangeTime;
-    std::uint8_t*       isBackground;
-    std::uint8_t*       backgroundY;
-    std::uint8_t*       backgroundCb;
-    std::uint8_t*       backgroundCr;
-    std::int64_t*       backgroundTime;
-    std::int64_t*       sampleTime;
-    float*              sampleValue;
+    std::uint8_t* isBackground;
+    std::uint8_t* backgroundY;
+    std::uint8_t* backgroundCb;
+    std::uint8_t* backgroundCr;
+    std::int64_t* backgroundTime;
+    std::int64_t* sampleTime;
+    float* sampleValue;
 };
 
-struct LearningTimes {            // ticks, all limits exclusive
+struct LearningTimes {  // ticks, all limits exclusive
     std::int64_t now;
-    std::int64_t quiet;           // without change for longer: may become background
-    std::int64_t sampleAge;       // a sample older than this is renewed
-    std::int64_t refreshInterval; // slow learning: background older than this is refreshed
-    bool         isSlow;
+    std::int64_t quiet;            // without change for longer: may become background
+    std::int64_t sampleAge;        // a sample older than this is renewed
+    std::int64_t refreshInterval;  // slow learning: background older than this is refreshed
+    bool isSlow;
 };
 
 // Stable blocks refresh their background, or confirm it by a sample of their own past.
@@ -132,21 +135,21 @@ void LearnBackground(LearningBlocks b, LearningTimes times, float meanLimit, Blo
 
 struct ForgettingBlocks {
     const std::int64_t* backgroundTime;
-    std::uint8_t*       isBackground;
-    float*              noiseLevel;
+    std::uint8_t* isBackground;
+    float* noiseLevel;
 };
 // Blocks not refreshed for longer than `limit` ticks lose their background and, with it, what is known of their noise.
 void ForgetBackground(ForgettingBlocks b, std::int64_t now, std::int64_t limit, float defaultNoiseLevel, BlockRange range);
 
 // Partly decoded H.264: what an I-frame teaches. `quiet`, `forget`: ticks, exclusive.
 struct IFrameLearningBlocks {
-    const float*        firstSum;
-    const float*        firstSquareSum;
+    const float* firstSum;
+    const float* firstSquareSum;
     const std::int64_t* lastChangeTime;
-    std::uint8_t*       isBackground;
-    std::uint8_t*       backgroundY;
-    std::int64_t*       backgroundTime;
-    std::int64_t*       sampleTime;
+    std::uint8_t* isBackground;
+    std::uint8_t* backgroundY;
+    std::int64_t* backgroundTime;
+    std::int64_t* sampleTime;
 };
 struct IFrameLearningTimes {
     std::int64_t now;

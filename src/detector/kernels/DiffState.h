@@ -11,7 +11,7 @@ inline constexpr int framesOfRing = 11;
 // One row of blocks: how many of them are selected, and their total variation in grey levels.
 struct RowVariation {
     std::int64_t sum;
-    int          count;
+    int count;
 };
 
 // lumaOfAge: [block] luma planes of the ages 0 to 10. isSelected: [block], non-zero takes part. Blocks first to last - 1.

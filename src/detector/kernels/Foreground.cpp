@@ -39,9 +39,13 @@ void MarkForeground(ForegroundBlocks b, int chromaLimit, BlockRange range) {
 
 // Without background the reference luma stands for the previous frame; chroma, compared with itself, never differs.
 void MarkForegroundMPEG4(MPEG4ForegroundBlocks b, int chromaLimit, BlockRange range) {
-    MarkForeground({.current = b.current, .previous = {.y = b.referenceLuma, .cb = b.current.cb, .cr = b.current.cr},
-                    .background = b.background, .isBackground = b.isBackground, .noiseLevel = b.noiseLevel,
-                    .isObject = b.isObject}, chromaLimit, range);
+    MarkForeground({.current = b.current,
+                    .previous = {.y = b.referenceLuma, .cb = b.current.cb, .cr = b.current.cr},
+                    .background = b.background,
+                    .isBackground = b.isBackground,
+                    .noiseLevel = b.noiseLevel,
+                    .isObject = b.isObject},
+                   chromaLimit, range);
     std::copy(b.isObject + range.first, b.isObject + range.last, b.isMotionPixel + range.first);
 }
 

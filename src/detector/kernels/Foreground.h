@@ -30,7 +30,7 @@ struct BrightnessRange {  // grey levels, inclusive
 // The reference decides, never the current value.
 constexpr bool DiffersPartly(std::uint8_t luma, std::uint8_t reference, PartlyLimits limits, BrightnessRange range) {
     const float brightness = static_cast<float>(reference);
-    const bool isTooDark = brightness < range.darkest, isTooBright = brightness > range.brightest;
+    const bool isTooDark = brightness<range.darkest, isTooBright = brightness> range.brightest;
     const float limit = (isTooDark | isTooBright) ? limits.outOfRange : limits.inRange;
     return static_cast<float>(ByteDistance(luma, reference)) > limit;
 }
@@ -45,24 +45,24 @@ struct Planes {  // [block] each
 
 // All three planes against the background, or against the previous frame where there is none.
 struct ForegroundBlocks {
-    Planes              current;
-    Planes              previous;
-    Planes              background;
+    Planes current;
+    Planes previous;
+    Planes background;
     const std::uint8_t* isBackground;
-    const float*        noiseLevel;
-    std::uint8_t*       isObject;
+    const float* noiseLevel;
+    std::uint8_t* isObject;
 };
 void MarkForeground(ForegroundBlocks b, int chromaLimit, BlockRange range);
 
 // The same, with the decoder's reference luma where there is no background (and no chroma there).
 struct MPEG4ForegroundBlocks {
-    Planes              current;
+    Planes current;
     const std::uint8_t* referenceLuma;
-    Planes              background;
+    Planes background;
     const std::uint8_t* isBackground;
-    const float*        noiseLevel;
-    std::uint8_t*       isObject;
-    std::uint8_t*       isMotionPixel;
+    const float* noiseLevel;
+    std::uint8_t* isObject;
+    std::uint8_t* isMotionPixel;
 };
 void MarkForegroundMPEG4(MPEG4ForegroundBlocks b, int chromaLimit, BlockRange range);
 
@@ -72,8 +72,8 @@ struct IFrameForegroundBlocks {
     const std::uint8_t* previous;
     const std::uint8_t* background;
     const std::uint8_t* isBackground;
-    std::uint8_t*       isObject;
-    std::uint8_t*       isMotionPixel;
+    std::uint8_t* isObject;
+    std::uint8_t* isMotionPixel;
 };
 void MarkForegroundIFrame(IFrameForegroundBlocks b, PartlyLimits toBackground, PartlyLimits toPrevious,
                           BrightnessRange brightness, BlockRange range);
@@ -82,8 +82,8 @@ void MarkForegroundIFrame(IFrameForegroundBlocks b, PartlyLimits toBackground, P
 struct PFrameForegroundBlocks {
     const std::uint8_t* current;
     const std::uint8_t* reference;
-    std::uint8_t*       isObject;
-    std::uint8_t*       isMotionPixel;
+    std::uint8_t* isObject;
+    std::uint8_t* isMotionPixel;
 };
 int MarkForegroundPFrame(PFrameForegroundBlocks b, PartlyLimits limits, BrightnessRange brightness, BlockRange range);
 

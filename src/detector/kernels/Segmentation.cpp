@@ -175,7 +175,9 @@ void DiscardObject(ObjectBlocks object, std::uint16_t* objectsMap, std::uint8_t*
 
 int RefineSimilarBlocks(ObjectBlocks object, SimilarityBlocks b, std::uint16_t tagged, Grid grid) {
     const std::ptrdiff_t blockCount = static_cast<std::ptrdiff_t>(grid.columns) * grid.rows;
-    const auto differenceFromBackground = [&](std::ptrdiff_t i) { return static_cast<float>(b.current[i] - b.background[i]); };
+    const auto differenceFromBackground = [&](std::ptrdiff_t i) {
+        return static_cast<float>(b.current[i] - b.background[i]);
+    };
     int newlySet = 0;
     bool isMaskClear = false;
     for (int i = 0; i < object.count; ++i) {

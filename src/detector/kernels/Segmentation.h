@@ -15,8 +15,8 @@ struct BlockGroup {
     int x;
     int y;
 };
-// Most of a frame is still: the groups with foreground, row by row, are found once and serve all zones. Returns their number;
-// `groups` has room for CountBlockGroups(grid).
+// Most of a frame is still: the groups with foreground, row by row, are found once and serve all zones. Returns their
+// number; `groups` has room for CountBlockGroups(grid).
 constexpr std::ptrdiff_t CountBlockGroups(Grid grid) {
     return (static_cast<std::ptrdiff_t>(grid.columns) + 7) / 8 * grid.rows;
 }
@@ -24,13 +24,13 @@ std::ptrdiff_t FindForegroundGroups(const std::uint8_t* isObject, BlockGroup* gr
 
 // Collects the zone's foreground blocks in raster order and marks them unassigned in the label map. Returns their number.
 struct MovingBlocks {
-    const BlockGroup*   groups;  // with foreground
-    std::ptrdiff_t      groupCount;
+    const BlockGroup* groups;  // with foreground
+    std::ptrdiff_t groupCount;
     const std::uint8_t* isInZone;
     const std::uint8_t* isObject;
-    std::uint16_t*      objectsMap;
-    std::int16_t*       xs;  // room for the whole grid
-    std::int16_t*       ys;
+    std::uint16_t* objectsMap;
+    std::int16_t* xs;  // room for the whole grid
+    std::int16_t* ys;
 };
 int CollectMovingBlocks(MovingBlocks b, Grid grid);
 
@@ -38,10 +38,10 @@ int CollectMovingBlocks(MovingBlocks b, Grid grid);
 // `processed` on have not been looked around yet. Updates both counters.
 struct GrowingObject {
     std::uint16_t* objectsMap;
-    std::int16_t*  xs;  // room for the whole grid
-    std::int16_t*  ys;
-    int&           processed;
-    int&           count;
+    std::int16_t* xs;  // room for the whole grid
+    std::int16_t* ys;
+    int& processed;
+    int& count;
 };
 void GrowObject(GrowingObject object, std::uint16_t label, Grid grid);
 
@@ -49,7 +49,7 @@ void GrowObject(GrowingObject object, std::uint16_t label, Grid grid);
 struct ObjectBlocks {
     const std::int16_t* xs;
     const std::int16_t* ys;
-    int                 count;
+    int count;
 };
 
 struct Box {  // inclusive
@@ -69,27 +69,27 @@ Box BoxOfBlocks(ObjectBlocks object);
 bool BoxOfCountedBlocks(ObjectBlocks object, const std::uint8_t* isCounted, Grid grid, Box& box);
 
 // Clears both maps at the blocks outside the box, or at all blocks. TrimObject returns the number of blocks outside.
-int  TrimObject(ObjectBlocks object, Box box, std::uint16_t* objectsMap, std::uint8_t* zoneResultMap, Grid grid);
+int TrimObject(ObjectBlocks object, Box box, std::uint16_t* objectsMap, std::uint8_t* zoneResultMap, Grid grid);
 void DiscardObject(ObjectBlocks object, std::uint16_t* objectsMap, std::uint8_t* zoneResultMap, Grid grid);
 
 // Finds blocks marked `tagged` whose difference from the background is shared by more than two cells of their 3 x 3
 // neighbourhood; sets uniformMask there and returns the number of blocks newly set. Nothing in the detector sets such
 // marks: the refinement is kept for hosts that do.
 struct SimilarityBlocks {
-    const std::uint8_t*  current;            // luma
-    const std::uint8_t*  background;         // luma
+    const std::uint8_t* current;     // luma
+    const std::uint8_t* background;  // luma
     const std::uint16_t* objectsMap;
-    std::uint8_t*        uniformMask;        // work mask, cleared here once a mark is met
-    std::uint8_t*        neighbourhoodMask;  // room for 9 cells
+    std::uint8_t* uniformMask;        // work mask, cleared here once a mark is met
+    std::uint8_t* neighbourhoodMask;  // room for 9 cells
 };
 int RefineSimilarBlocks(ObjectBlocks object, SimilarityBlocks b, std::uint16_t tagged, Grid grid);
 
 // Appends the object's surviving blocks to xs, ys; all others get label 0. Marks become labels. Returns their number.
 struct SurvivingBlocks {
-    std::uint16_t*      objectsMap;
+    std::uint16_t* objectsMap;
     const std::uint8_t* uniformMask;
-    std::int16_t*       xs;
-    std::int16_t*       ys;
+    std::int16_t* xs;
+    std::int16_t* ys;
 };
 int CollectSurvivors(ObjectBlocks object, SurvivingBlocks b, std::uint16_t label, std::uint16_t tagged, Grid grid);
 

@@ -24,7 +24,8 @@ const double* LogTable() {
 // work(first column, number of columns)
 template <class Work>
 void ForEachPartOfRow(int columns, Work work) {
-    for (std::ptrdiff_t x = 0; x < columns; x += columnsAtOnce) work(x, std::min<std::ptrdiff_t>(columnsAtOnce, columns - x));
+    for (std::ptrdiff_t x = 0; x < columns; x += columnsAtOnce)
+        work(x, std::min<std::ptrdiff_t>(columnsAtOnce, columns - x));
 }
 
 // gradient[j] = log of `from` less log of `to` where marked.
@@ -62,7 +63,8 @@ void MeasureCells(const ShadowDecisionBlocks b, std::ptrdiff_t row, std::ptrdiff
     std::fill_n(cells.gradient, count + 1, 0.0f);
     std::fill_n(cells.chroma, count + 1, 0.0f);
     if (row < 0 || row >= grid.rows - 1) return;
-    const std::ptrdiff_t first = std::max<std::ptrdiff_t>(x - 1, 0), last = std::min<std::ptrdiff_t>(x + count, grid.columns - 1);
+    const std::ptrdiff_t first = std::max<std::ptrdiff_t>(x - 1, 0),
+                         last = std::min<std::ptrdiff_t>(x + count, grid.columns - 1);
     const std::ptrdiff_t i = row * grid.columns + first;
     float* const gradient = cells.gradient + (first - (x - 1));
     float* const chroma = cells.chroma + (first - (x - 1));
@@ -76,8 +78,8 @@ void MeasureCells(const ShadowDecisionBlocks b, std::ptrdiff_t row, std::ptrdiff
 
 // Deliberate: the window ends exclude the block's right and lower neighbours and, at the right and lower edge of the grid,
 // the block itself (ShadowTest, WindowOfInnerBlockIsItsUpperLeftSquare). Sums go row by row; an excluded cell adds 0.
-void DecideChunk(const ShadowDecisionBlocks b, float shadowThreshold, std::ptrdiff_t y, std::ptrdiff_t x, std::ptrdiff_t count,
-                 Grid grid) {
+void DecideChunk(const ShadowDecisionBlocks b, float shadowThreshold, std::ptrdiff_t y, std::ptrdiff_t x,
+                 std::ptrdiff_t count, Grid grid) {
     const std::ptrdiff_t i = y * grid.columns + x;
     std::uint8_t isExamined[columnsAtOnce], isShadow[columnsAtOnce];
     MD_INDEPENDENT_BLOCKS
@@ -157,7 +159,8 @@ void MeasureShadowFeatures(ShadowFeatureBlocks b, Grid grid) {
             StoreGradients(b.currentY + i, b.currentY + i + 1, isMarked, b.currentGradientX + i, withRight);
             if (withRight < count && columns > 1) {
                 const std::ptrdiff_t last = i + count - 1;
-                StoreGradients(b.backgroundY + last - 1, b.backgroundY + last, isMarked + count - 1, b.backgroundGradientX + last, 1);
+                StoreGradients(b.backgroundY + last - 1, b.backgroundY + last, isMarked + count - 1,
+                               b.backgroundGradientX + last, 1);
                 StoreGradients(b.currentY + last - 1, b.currentY + last, isMarked + count - 1, b.currentGradientX + last, 1);
             }
             if (grid.rows > 1) {
@@ -173,7 +176,9 @@ void MeasureShadowFeatures(ShadowFeatureBlocks b, Grid grid) {
 
 void DecideShadows(ShadowDecisionBlocks b, float shadowThreshold, Grid grid) {
     for (std::ptrdiff_t y = 0; y < grid.rows; ++y)
-        ForEachPartOfRow(grid.columns, [=](std::ptrdiff_t x, std::ptrdiff_t count) { DecideChunk(b, shadowThreshold, y, x, count, grid); });
+        ForEachPartOfRow(grid.columns, [=](std::ptrdiff_t x, std::ptrdiff_t count) {
+            DecideChunk(b, shadowThreshold, y, x, count, grid);
+        });
 }
 
 }  // namespace MD::Kernels

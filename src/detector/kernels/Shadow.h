@@ -43,12 +43,12 @@ struct ShadowFeatureBlocks {
     const std::uint8_t* currentY;
     const std::uint8_t* currentCb;
     const std::uint8_t* currentCr;
-    float*              backgroundGradientX;
-    float*              backgroundGradientY;
-    float*              currentGradientX;
-    float*              currentGradientY;
-    float*              cbDifference;
-    float*              crDifference;
+    float* backgroundGradientX;
+    float* backgroundGradientY;
+    float* currentGradientX;
+    float* currentGradientY;
+    float* cbDifference;
+    float* crDifference;
 };
 void MeasureShadowFeatures(ShadowFeatureBlocks b, Grid grid);
 
@@ -56,16 +56,16 @@ void MeasureShadowFeatures(ShadowFeatureBlocks b, Grid grid);
 // zoneResultMap 2. All other blocks: isObject 255 where zoneResultMap is 1, else 0.
 struct ShadowDecisionBlocks {
     const std::uint8_t* isBackground;
-    const float*        backgroundGradientX;
-    const float*        backgroundGradientY;
-    const float*        currentGradientX;
-    const float*        currentGradientY;
-    const float*        cbDifference;
-    const float*        crDifference;
-    float*              gradientSum;
-    float*              chromaSum;
-    std::uint8_t*       isObject;
-    std::uint8_t*       zoneResultMap;
+    const float* backgroundGradientX;
+    const float* backgroundGradientY;
+    const float* currentGradientX;
+    const float* currentGradientY;
+    const float* cbDifference;
+    const float* crDifference;
+    float* gradientSum;
+    float* chromaSum;
+    std::uint8_t* isObject;
+    std::uint8_t* zoneResultMap;
 };
 void DecideShadows(ShadowDecisionBlocks b, float shadowThreshold, Grid grid);
 

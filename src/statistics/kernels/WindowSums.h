@@ -12,16 +12,16 @@ namespace MD::Kernels {
 struct SteppingWindow {
     const std::uint8_t* entering;  // [block] luma of the window's first age
     const std::uint8_t* leaving;   // [block] luma of the age behind its last
-    float*              sum;
-    float*              squareSum;
+    float* sum;
+    float* squareSum;
 };
 void StepWindow(SteppingWindow w, BlockRange range);
 
 // min, max: the extremes of ten luma planes.
 struct ExtremesBlocks {
     const std::uint8_t* luma[10];
-    std::uint8_t*       min;
-    std::uint8_t*       max;
+    std::uint8_t* min;
+    std::uint8_t* max;
 };
 void FindExtremes(ExtremesBlocks b, BlockRange range);
 

@@ -322,8 +322,14 @@ TEST(BackgroundKernel, ChangeLoopMultipliesInDouble) {
             const std::uint8_t age0 = static_cast<std::uint8_t>(difference), earlier = 0;
             std::uint8_t isMotionPixel = 7;
             std::int64_t lastChangeTime = 0;
-            MarkChanges({.age0 = &age0, .age1 = &earlier, .age2 = &earlier, .age4 = &earlier, .noiseLevel = &noise,
-                         .isMotionPixel = &isMotionPixel, .lastChangeTime = &lastChangeTime}, 1, {0, 1});
+            MarkChanges({.age0 = &age0,
+                         .age1 = &earlier,
+                         .age2 = &earlier,
+                         .age4 = &earlier,
+                         .noiseLevel = &noise,
+                         .isMotionPixel = &isMotionPixel,
+                         .lastChangeTime = &lastChangeTime},
+                        1, {0, 1});
             ASSERT_EQ(isMotionPixel, hasChanged ? 255 : 0) << difference << ' ' << noise;
         }
     }

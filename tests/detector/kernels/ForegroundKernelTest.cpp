@@ -245,9 +245,11 @@ TEST(ForegroundKernel, ChromaOfElevenIsForeground) {
 
 TEST(ForegroundKernel, PartlyDecodedLumaDecidesByTheReference) {
     ForEachPairOfBytes([](int luma, int reference) {
-        ASSERT_EQ(DiffersPartly(static_cast<std::uint8_t>(luma), static_cast<std::uint8_t>(reference), toBackground, brightness),
-                  DiffersByTable(luma, reference, smallestToBackground));
-        ASSERT_EQ(DiffersPartly(static_cast<std::uint8_t>(luma), static_cast<std::uint8_t>(reference), toFrame, brightness), DiffersByTable(luma, reference, smallestToFrame));
+        ASSERT_EQ(
+            DiffersPartly(static_cast<std::uint8_t>(luma), static_cast<std::uint8_t>(reference), toBackground, brightness),
+            DiffersByTable(luma, reference, smallestToBackground));
+        ASSERT_EQ(DiffersPartly(static_cast<std::uint8_t>(luma), static_cast<std::uint8_t>(reference), toFrame, brightness),
+                  DiffersByTable(luma, reference, smallestToFrame));
     });
     EXPECT_FALSE(DiffersPartly(52, 39, toBackground, brightness));   // 13 is not above 36
     EXPECT_TRUE(DiffersPartly(113, 100, toBackground, brightness));  // 13 is above 12

@@ -238,7 +238,8 @@ Cells GroupStarts(const std::vector<std::uint8_t>& isObject, Grid grid) {
 
 Cells Starts(const BlockGroup* groups, std::ptrdiff_t count) {
     Cells starts;
-    for (std::ptrdiff_t i = 0; i < count; ++i) starts.push_back({static_cast<std::int16_t>(groups[i].x), static_cast<std::int16_t>(groups[i].y)});
+    for (std::ptrdiff_t i = 0; i < count; ++i)
+        starts.push_back({static_cast<std::int16_t>(groups[i].x), static_cast<std::int16_t>(groups[i].y)});
     return starts;
 }
 

@@ -11,7 +11,7 @@ int host(DetectorHandle* detector, DetectionInfo* info);
 
 int host(DetectorHandle* detector, DetectionInfo* info) {
     (void)detector, (void)info;
-BLOCK
+    BLOCK
     return 0;
 }
 

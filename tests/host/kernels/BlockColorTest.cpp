@@ -41,7 +41,7 @@ double LargestError(const ColorMatrix& matrix, double black, double lumaRange, d
 }  // namespace
 
 TEST(BlockColor, FullRangeIsWithinOneStepOfTheExactConversion) {
-    EXPECT_LT(LargestError(fullRangeMatrix, 0, 255, 255), 0.55); // half a step of rounding and a little of the factors
+    EXPECT_LT(LargestError(fullRangeMatrix, 0, 255, 255), 0.55);  // half a step of rounding and a little of the factors
 }
 
 TEST(BlockColor, LimitedRangeIsWithinOneStepOfTheExactConversion) {
@@ -80,7 +80,7 @@ TEST(BlockColor, ChannelsAreInTheOrderBlueGreenRed) {
 
 TEST(BlockColor, LoopEqualsTheRule) {
     std::mt19937 random(1);
-    std::vector<std::size_t> lengths = {255, 256, 257, 511, 512, 513, 1000}; // around the batches
+    std::vector<std::size_t> lengths = {255, 256, 257, 511, 512, 513, 1000};  // around the batches
     for (std::size_t length = 0; length <= 67; ++length) lengths.push_back(length);
     for (const GuardedSide side : {GuardedSide::End, GuardedSide::Front})
         for (const ColorMatrix& matrix : {fullRangeMatrix, limitedRangeMatrix})

@@ -37,7 +37,8 @@ GuardedBlocks<T> Filled(std::size_t count, Filling filling, GuardedSide side, T 
 }
 
 // The plain form of one kernel run: what the output is to be, given all elements before it.
-template <class T> using PlainForm = std::function<T(std::size_t index)>;
+template <class T>
+using PlainForm = std::function<T(std::size_t index)>;
 
 // Runs a kernel for one output and compares every byte of it, also those that the kernel must leave alone.
 template <class T>
@@ -55,7 +56,7 @@ constexpr std::uint16_t largestColumnSum = largestBlockSize * 255;
 }  // namespace
 
 TEST(BlockMean, RoundedMeanIsTheIntegerQuotientForEverySumOfEveryBlock) {
-    std::set<std::uint32_t> counts; // those that a block of up to 64 x 64 samples can have
+    std::set<std::uint32_t> counts;  // those that a block of up to 64 x 64 samples can have
     for (std::uint32_t width = 1; width <= largestBlockSize; ++width)
         for (std::uint32_t height = 1; height <= width; ++height) counts.insert(width * height);
     ASSERT_EQ(*counts.rbegin(), largestSampleCount);
@@ -74,7 +75,8 @@ TEST(BlockMean, ShiftedMeanIsTheRoundedMeanForEverySum) {
         ASSERT_EQ(samples.isPowerOfTwo, (count & (count - 1)) == 0);
         if (!samples.isPowerOfTwo) continue;
         std::uint32_t wrong = 0;
-        for (std::uint32_t sum = 0; sum <= 255 * count; ++sum) wrong += ShiftedMean(sum, samples) != RoundedMean(sum, samples);
+        for (std::uint32_t sum = 0; sum <= 255 * count; ++sum)
+            wrong += ShiftedMean(sum, samples) != RoundedMean(sum, samples);
         EXPECT_EQ(wrong, 0u) << "of the sums of " << count << " samples";
     }
 }
@@ -130,8 +132,9 @@ public:
         std::uint16_t sum = 0;
         for (std::size_t row = 0; row < stack.count; ++row)
             for (std::size_t i = 0; i < count; ++i)
-                sum = static_cast<std::uint16_t>(sum + stack.top[static_cast<std::ptrdiff_t>(row) * stack.stride +
-                                                                 static_cast<std::ptrdiff_t>(first + i)]);
+                sum = static_cast<std::uint16_t>(
+                    sum +
+                    stack.top[static_cast<std::ptrdiff_t>(row) * stack.stride + static_cast<std::ptrdiff_t>(first + i)]);
         return sum;
     }
 
@@ -143,13 +146,15 @@ private:
 };
 
 // check(rows, length, side) for rows of samplesPerElement * length samples.
-template <class Check> void ForAllRows(std::size_t samplesPerElement, std::uint32_t seed, Check check) {
+template <class Check>
+void ForAllRows(std::size_t samplesPerElement, std::uint32_t seed, Check check) {
     std::mt19937 random(seed);
     for (const GuardedSide side : bothSides)
         for (const Filling filling : allFillings)
             for (std::size_t length = 1; length <= longestLength; ++length)
                 for (const std::size_t rowCount : rowCounts)
-                    check(Rows(samplesPerElement * length, rowCount, random() % 2 != 0, filling, side, random), length, side);
+                    check(Rows(samplesPerElement * length, rowCount, random() % 2 != 0, filling, side, random), length,
+                          side);
 }
 
 // What was in the sums before must not matter.
@@ -210,7 +215,8 @@ namespace {
 constexpr std::size_t groupSizes[] = {1, 2, 3, 4, 5, 7, 8, 16, 31, 63, 64};
 
 // Single columns, pairs and quads are groups of a fixed size.
-template <class Part> void ExpectGroupSums(Part largestPart, std::uint32_t seed) {
+template <class Part>
+void ExpectGroupSums(Part largestPart, std::uint32_t seed) {
     std::mt19937 random(seed);
     for (const GuardedSide side : bothSides)
         for (const Filling filling : allFillings)
@@ -272,7 +278,7 @@ TEST(BlockMean, HalvedRangesEqualThePlainForm) {
                             const bool left = 2 * c >= block * blockSize && 2 * c < (block + 1) * blockSize;
                             const bool right = 2 * c + 1 >= block * blockSize && 2 * c + 1 < (block + 1) * blockSize &&
                                                2 * c + 1 < pictureSize;
-                            if (left || right) expected += columnSum[c]; // either pixel of the sample lies in the block
+                            if (left || right) expected += columnSum[c];  // either pixel of the sample lies in the block
                         }
                         return expected;
                     });

@@ -13,7 +13,9 @@ int main() {
     coremd::Detector detector;
     detector.AddWholePicture();
     for (int frame = 0; frame < 12; ++frame)
-        detector.Detect({.columns = reducer.Columns(), .rows = reducer.Rows(), .ycbcr = {reducer.Ycbcr(), 3 * 16 * 12},
+        detector.Detect({.columns = reducer.Columns(),
+                         .rows = reducer.Rows(),
+                         .ycbcr = {reducer.Ycbcr(), 3 * 16 * 12},
                          .time = coremd::Ticks(frame * 1'000'000)});
     return detector.Summary().isReady && detector.Classes().blockCount == 16 * 12 ? 0 : 1;
 }

@@ -30,9 +30,7 @@ SquareScene Small(int variant = 0) {
 
 class BatchTest : public ScanFixture {
 protected:
-    void SetUp() override {
-        fs::create_directories(In("videos/deep"));
-    }
+    void SetUp() override { fs::create_directories(In("videos/deep")); }
 
     // All kinds of files; name (below videos/) to the status that a run has to give it.
     std::map<std::string, std::string> MakeFolder() const {
@@ -69,8 +67,17 @@ protected:
                      In(place("grows.avi", "complete")));
         std::string rotated = mp4Bytes;
         const std::size_t matrix = rotated.find("tkhd") + 4 + 40;
-        rotated.replace(matrix, 36, std::string("\0\0\0\0" "\0\1\0\0" "\0\0\0\0" "\xff\xff\0\0" "\0\0\0\0" "\0\0\0\0"
-                                                "\0\0\0\0" "\0\0\0\0" "\x40\0\0\0", 36));
+        rotated.replace(matrix, 36,
+                        std::string("\0\0\0\0"
+                                    "\0\1\0\0"
+                                    "\0\0\0\0"
+                                    "\xff\xff\0\0"
+                                    "\0\0\0\0"
+                                    "\0\0\0\0"
+                                    "\0\0\0\0"
+                                    "\0\0\0\0"
+                                    "\x40\0\0\0",
+                                    36));
         Write(place("rotated.mp4", "complete"), rotated);
         // Broken in part.
         Write(place("cut.mp4", "damaged"), mp4Bytes.substr(0, mp4Bytes.size() * 9 / 10));
@@ -112,7 +119,8 @@ TEST_F(BatchTest, NamesEveryBrokenFileAndMissesNoOther) {
             EXPECT_TRUE(current.empty() || current == name) << "lines of two files are mixed";
             current = name;
             EXPECT_EQ(line["event"], ++events[name]);
-            EXPECT_TRUE(fs::exists(line["thumbnail"].get<std::string>()) && pictures.insert(line["thumbnail"]).second) << line;
+            EXPECT_TRUE(fs::exists(line["thumbnail"].get<std::string>()) && pictures.insert(line["thumbnail"]).second)
+                << line;
             continue;
         }
         ASSERT_EQ(line["type"], "file");
@@ -140,17 +148,19 @@ TEST_F(BatchTest, InterruptedAndResumedItIsTheSame) {
     const std::map<std::string, std::string> expected = MakeFolder();
     const auto begin = std::chrono::steady_clock::now();
     const Outcome whole = Mdscan({"-j", "0", In("videos")});
-    const auto took = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin).count();
+    const auto took =
+        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin).count();
 
     const Names arguments = {"-j", "0", "--resume", In("state"), "-o", In("out.jsonl"), In("videos")};
-    unsigned random = 12345;                                         // deterministic moments, as far as clocks are
+    unsigned random = 12345;  // deterministic moments, as far as clocks are
     int interruptions = 0;
     Outcome run{};
     for (int round = 0; round < 5; ++round) {
         random = random * 1664525u + 1013904223u;
         const int signal = round % 3 == 2 ? SIGTERM : SIGKILL;
-        run = MdscanSignalled(arguments, signal, static_cast<int>(took / 20 + static_cast<long>(random >> 16) % (took / 3 + 1)));
-        const std::string output = Read("out.jsonl");                // an earlier one that is whole, or none
+        run = MdscanSignalled(arguments, signal,
+                              static_cast<int>(took / 20 + static_cast<long>(random >> 16) % (took / 3 + 1)));
+        const std::string output = Read("out.jsonl");  // an earlier one that is whole, or none
         EXPECT_TRUE(output.empty() || output.back() == '\n');
         std::istringstream lines(output);
         for (std::string line; std::getline(lines, line);) {
@@ -196,14 +206,34 @@ TEST_F(BatchTest, TheFirstLineNamesAllSettings) {
     WriteEncoded({Small()}, {.codec = "mpeg4", .container = "avi"}, In("videos/a.avi"));
     Write("zones.json", R"({"zones": [{"name": "a", "polygon": [[0, 0], [1, 0], [1, 1]]},
                                       {"name": "b", "polygon": [[0, 0], [0.1, 0], [0, 0.1]], "exclude": true}]})");
-    Names arguments = {"--rate", "5", "--block", "8", "--shadows", "--min-size", "0.1", "--min-blocks", "2", "--merge-gap", "3",
-                       "--min-duration", "1", "--pre-roll", "4", "--post-roll", "5", "--zones", In("zones.json"), In("videos")};
+    Names arguments = {"--rate",
+                       "5",
+                       "--block",
+                       "8",
+                       "--shadows",
+                       "--min-size",
+                       "0.1",
+                       "--min-blocks",
+                       "2",
+                       "--merge-gap",
+                       "3",
+                       "--min-duration",
+                       "1",
+                       "--pre-roll",
+                       "4",
+                       "--post-roll",
+                       "5",
+                       "--zones",
+                       In("zones.json"),
+                       In("videos")};
     json scan = Mdscan(arguments).scan;
     EXPECT_TRUE(scan["version"].is_string());
     scan.erase("version");
-    EXPECT_EQ(scan, json::parse(R"({"type": "scan", "schema": 1, "rate": 5.0, "fast": false, "block": 8, "shadows": true, "min_size": 0.1,
-                                    "min_blocks": 2, "merge_gap": 3.0, "min_duration": 1.0, "pre_roll": 4.0, "post_roll": 5.0,
-                                    "zones": ["a"], "excluded": ["b"]})"));
+    EXPECT_EQ(scan,
+              json::parse(
+                  R"({"type": "scan", "schema": 1, "rate": 5.0, "fast": false, "block": 8, "shadows": true, "min_size": 0.1,
+                      "min_blocks": 2, "merge_gap": 3.0, "min_duration": 1.0, "pre_roll": 4.0, "post_roll": 5.0,
+                      "zones": ["a"], "excluded": ["b"]})"));
 }
 
 TEST_F(BatchTest, AChangedFileIsScannedAgain) {

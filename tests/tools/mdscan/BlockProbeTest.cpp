@@ -1,5 +1,5 @@
-// Is what is said of a block what the scan did with it?  Every few blocks of every analysed frame are asked, and compared with
-// the detector's maps and with the objects that the scan found.
+// Is what is said of a block what the scan did with it?  Every few blocks of every analysed frame are asked, and compared
+// with the detector's maps and with the objects that the scan found.
 #include "BlockProbe.h"
 
 #include <gtest/gtest.h>

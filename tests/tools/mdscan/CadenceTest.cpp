@@ -48,7 +48,7 @@ TEST(Cadence, WhatItTakesIsWhatItMayTake) {
 
 TEST(Cadence, ItMayTakePicturesOnTheGridAheadAndBehind) {
     Cadence cadence(6, oneSecond / 25);
-    EXPECT_TRUE(cadence.MayTake(oneSecond / 25));                   // nothing taken yet
+    EXPECT_TRUE(cadence.MayTake(oneSecond / 25));  // nothing taken yet
     ASSERT_TRUE(cadence.Takes(oneSecond));
     for (int i = -8; i <= 8; ++i) {
         EXPECT_EQ(cadence.MayTake(oneSecond + i * (oneSecond / 25)), i % 4 == 0) << i;
@@ -58,7 +58,7 @@ TEST(Cadence, ItMayTakePicturesOnTheGridAheadAndBehind) {
 TEST(Cadence, SlowStreamsAreTakenWhole) { EXPECT_EQ(Taken(6, oneSecond, 4), (std::vector<int>{0, 1, 2, 3})); }
 
 TEST(Cadence, RatesOfFractionsAreHeldOverTime) {
-    const Ticks interval = 333'667;                          // 29.97 pictures a second
+    const Ticks interval = 333'667;  // 29.97 pictures a second
     EXPECT_EQ(Taken(6, interval, 3000).size(), 600u);
 }
 
@@ -82,7 +82,7 @@ TEST(Cadence, AfterAGapTheNextPictureIsTaken) {
 
 TEST(Cadence, DistancesStayEvenWhereTheFileNamesAWrongRate) {
     const Ticks real = oneSecond / 15;
-    Cadence cadence(6, oneSecond / 30);                      // every fifth of 30, if there were 30
+    Cadence cadence(6, oneSecond / 30);  // every fifth of 30, if there were 30
     for (int i = 0; i < 300; ++i) {
         ASSERT_EQ(cadence.Takes(i * real), i % 3 == 0) << i;
     }

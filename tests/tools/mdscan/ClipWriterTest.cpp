@@ -103,7 +103,8 @@ TEST_F(ClipWriterTest, TheContainersAspectCountsAndTagsAreTranslated) {
 }
 
 TEST_F(ClipWriterTest, WhatFitsNoContainerIsNamed) {
-    EXPECT_EQ(Refusal(Video(AV_CODEC_ID_ROQ)).rfind("cannot cut clips: its video (roq) fits neither MP4 nor Matroska: ", 0), 0u)
+    EXPECT_EQ(Refusal(Video(AV_CODEC_ID_ROQ)).rfind("cannot cut clips: its video (roq) fits neither MP4 nor Matroska: ", 0),
+              0u)
         << Refusal(Video(AV_CODEC_ID_ROQ));
 }
 

@@ -53,7 +53,8 @@ protected:
         }
         const double end = event["end"], last = start + clip.pictures.back().time;
         const std::size_t next = first + clip.pictures.size();
-        EXPECT_TRUE(next == source.pictures.size() || source.pictures[next].time - origin > end - 0.0015) << "shorter than asked";
+        EXPECT_TRUE(next == source.pictures.size() || source.pictures[next].time - origin > end - 0.0015)
+            << "shorter than asked";
         EXPECT_LE(last, end + 0.45) << "longer than needed";
     }
 };
@@ -61,7 +62,7 @@ protected:
 struct Kind {
     const char* codec;
     const char* container;
-    const char* ending;                  // of the clip
+    const char* ending;  // of the clip
     int groupSize;
     int bFrames;
     AVPixelFormat format = AV_PIX_FMT_YUV420P;
@@ -74,8 +75,13 @@ TEST_P(EveryKindOfClip, IsTheInputFromAKeyframeOn) {
     if (!HasEncoder(kind.codec)) {
         GTEST_SKIP() << "this FFmpeg cannot encode " << kind.codec;
     }
-    WriteEncoded(twoSquares, {.codec = kind.codec, .container = kind.container, .format = kind.format,
-                              .groupSize = kind.groupSize, .bFrames = kind.bFrames}, In("input"));
+    WriteEncoded(twoSquares,
+                 {.codec = kind.codec,
+                  .container = kind.container,
+                  .format = kind.format,
+                  .groupSize = kind.groupSize,
+                  .bFrames = kind.bFrames},
+                 In("input"));
     const Outcome run = Cut("input", {"--merge-gap", "1", "--pre-roll", "0.4", "--post-roll", "0.5"});
     EXPECT_EQ(run.code, 0) << run.err;
     ASSERT_EQ(run.lines.size(), 2u) << run.err;
@@ -92,14 +98,15 @@ std::string NameOf(const testing::TestParamInfo<Kind>& kind) {
 
 // Groups of 50 reach from one event into the other. MPEG-2's groups are open: pictures behind a keyframe lean on the group
 // before.
-INSTANTIATE_TEST_SUITE_P(
-    ClipsTest, EveryKindOfClip,
-    testing::Values(Kind{"mpeg4", "mp4", ".mp4", 12, 0}, Kind{"mpeg4", "avi", ".mp4", 50, 0}, Kind{"mpeg4", "avi", ".mp4", 12, 2},
-                    Kind{"mpeg2video", "mpegts", ".mp4", 12, 2}, Kind{"mpeg2video", "matroska", ".mp4", 50, 2},
-                    Kind{"ffv1", "matroska", ".mkv", 6, 0}, Kind{"mjpeg", "avi", ".mp4", 1, 0, AV_PIX_FMT_YUVJ420P},
-                    Kind{"rawvideo", "avi", ".mkv", 1, 0}, Kind{"libx264", "matroska", ".mp4", 50, 3},
-                    Kind{"libx264", "mpegts", ".mp4", 12, 2}),
-    NameOf);
+INSTANTIATE_TEST_SUITE_P(ClipsTest, EveryKindOfClip,
+                         testing::Values(Kind{"mpeg4", "mp4", ".mp4", 12, 0}, Kind{"mpeg4", "avi", ".mp4", 50, 0},
+                                         Kind{"mpeg4", "avi", ".mp4", 12, 2}, Kind{"mpeg2video", "mpegts", ".mp4", 12, 2},
+                                         Kind{"mpeg2video", "matroska", ".mp4", 50, 2},
+                                         Kind{"ffv1", "matroska", ".mkv", 6, 0},
+                                         Kind{"mjpeg", "avi", ".mp4", 1, 0, AV_PIX_FMT_YUVJ420P},
+                                         Kind{"rawvideo", "avi", ".mkv", 1, 0}, Kind{"libx264", "matroska", ".mp4", 50, 3},
+                                         Kind{"libx264", "mpegts", ".mp4", 12, 2}),
+                         NameOf);
 
 class ClipsOfAFastScan : public ClipsTest, public testing::WithParamInterface<Kind> {};
 
@@ -131,15 +138,15 @@ TEST_P(ClipsOfAFastScan, HoldWhatWasNotDecoded) {
 
 INSTANTIATE_TEST_SUITE_P(ClipsTest, ClipsOfAFastScan,
                          testing::Values(Kind{"mpeg4", "mp4", ".mp4", 20, 0}, Kind{"mpeg4", "avi", ".mp4", 20, 0},
-                                         Kind{"mpeg4", "matroska", ".mp4", 20, 2}, Kind{"mpeg2video", "mpegts", ".mp4", 20, 2},
-                                         Kind{"libx264", "mp4", ".mp4", 20, 3}),
+                                         Kind{"mpeg4", "matroska", ".mp4", 20, 2},
+                                         Kind{"mpeg2video", "mpegts", ".mp4", 20, 2}, Kind{"libx264", "mp4", ".mp4", 20, 3}),
                          NameOf);
 
 TEST_F(ClipsTest, IrregularTimesAreKept) {
     const auto time = [](int frame) { return std::int64_t{frame} * 10 + frame % 3 * 3; };
     std::vector<SquareScene> scenes = twoSquares;
     for (SquareScene& scene : scenes) {
-        scene.framesPerSecond = 100;                                 // the encoder's clock; a tenth of that is drawn
+        scene.framesPerSecond = 100;  // the encoder's clock; a tenth of that is drawn
         scene.seconds /= 10;
         scene.from /= 10;
         scene.until /= 10;
@@ -201,8 +208,8 @@ TEST_F(ClipsTest, APipeIsCutAsAFileIs) {
     ASSERT_EQ(file.lines.size(), 2u) << file.err;
     const std::string content = Read("clips/input-1.mp4");
     EXPECT_FALSE(content.empty());
-    const Outcome pipe = MdscanFed({"--clips", In("clips"), "--min-size", "0", "--block", "4", "--merge-gap", "1", "-"},
-                                   In("input"));
+    const Outcome pipe =
+        MdscanFed({"--clips", In("clips"), "--min-size", "0", "--block", "4", "--merge-gap", "1", "-"}, In("input"));
     ASSERT_EQ(pipe.lines.size(), 2u) << pipe.err;
     EXPECT_EQ(pipe.lines[0]["clip"], In("clips/stdin-1.mp4"));
     EXPECT_EQ(pipe.lines[0]["clip_start"], file.lines[0]["clip_start"]);
@@ -220,8 +227,8 @@ TEST_F(ClipsTest, ADroppedEventLeavesNoClip) {
 TEST_F(ClipsTest, AnInterruptionCompletesTheClip) {
     const SquareScene scene{.width = 128, .height = 96, .seconds = 30, .from = 6, .until = 29};
     WriteEncoded({scene}, {.codec = "mpeg2video", .container = "mpegts"}, In("input"));
-    const Outcome run = MdscanInterrupted({"--clips", In("clips"), "--min-size", "0", "--block", "4", "--frames"}, In("input"),
-                                          In("pipe.ts"), 40);
+    const Outcome run = MdscanInterrupted({"--clips", In("clips"), "--min-size", "0", "--block", "4", "--frames"},
+                                          In("input"), In("pipe.ts"), 40);
     EXPECT_EQ(run.code, 1);
     ASSERT_EQ(run.lines.back()["type"], "event") << run.err;
     ExpectClip(run.lines.back(), ReadPictures(In("input")), run.lines.back()["start"]);
@@ -233,8 +240,8 @@ TEST_F(ClipsTest, InputsOfOneNameDoNotMeetAndResumingChangesNothing) {
         std::filesystem::create_directories(In(folder));
         WriteEncoded({twoSquares[0]}, {.codec = "mpeg4", .container = "mp4"}, In(std::string(folder) + "/door.mp4"));
     }
-    const std::vector<std::string> command = {"-j", "2", "--min-size", "0", "--block", "4", "--clips", In("clips"),
-                                              "--resume", In("state"), In("a"), In("b")};
+    const std::vector<std::string> command = {"-j",      "2",         "--min-size", "0",         "--block", "4",
+                                              "--clips", In("clips"), "--resume",   In("state"), In("a"),   In("b")};
     const Outcome first = Mdscan(command), again = Mdscan(command);
     EXPECT_EQ(first.lines, again.lines);
     ASSERT_EQ(first.lines.size(), 4u) << first.err;
@@ -245,7 +252,8 @@ TEST_F(ClipsTest, InputsOfOneNameDoNotMeetAndResumingChangesNothing) {
 
 TEST_F(ClipsTest, AFullDiskIsNamed) {
     WriteEncoded(twoSquares, {.codec = "rawvideo", .container = "avi"}, In("input"));
-    const Outcome run = Mdscan({"--clips", In("clips"), "--min-size", "0", "--block", "4", In("input")}, {.largestFile = 50'000});
+    const Outcome run =
+        Mdscan({"--clips", In("clips"), "--min-size", "0", "--block", "4", In("input")}, {.largestFile = 50'000});
     EXPECT_EQ(run.code, 1);
     EXPECT_NE(run.err.find("cannot write " + In("clips/input-1.mkv")), std::string::npos) << run.err;
     EXPECT_EQ(run.ErrorLines(), 1) << run.err;

@@ -75,7 +75,7 @@ TEST(Clock, TheBorderBetweenJitterAndNewStartIsOneSecond) {
 }
 
 TEST(Clock, AnOverflowingCountGoesOn) {
-    constexpr Ticks period = 95443 * oneSecond + 7'176'888;          // 2^33 at 90 kHz
+    constexpr Ticks period = 95443 * oneSecond + 7'176'888;  // 2^33 at 90 kHz
     Clock clock(interval, period);
     EXPECT_EQ(clock.Next(0), 0);
     for (int round = 0; round < 3; ++round) {

@@ -41,10 +41,10 @@ protected:
 std::string Template() { return ParseOptions({"--write-config"}, "").text; }
 
 TEST_F(ConfigFile, SetsWhatTheCommandLineLeavesOpen) {
-    const Parsed parsed = ParseWith(
-        "# mine\n\n  rate = 12   # more\nshadows=true\r\nzone = 0,0,0.5,1\nzone = 0.5,0,0.5,1\nmin-size = 0.1\n"
-        "thumbnails = \"a # b\"\noutput = a b.jsonl\nframes = false\n",
-        {"clip.mp4", "--min-size", "0.2"});
+    const Parsed parsed =
+        ParseWith("# mine\n\n  rate = 12   # more\nshadows=true\r\nzone = 0,0,0.5,1\nzone = 0.5,0,0.5,1\nmin-size = 0.1\n"
+                  "thumbnails = \"a # b\"\noutput = a b.jsonl\nframes = false\n",
+                  {"clip.mp4", "--min-size", "0.2"});
     ASSERT_TRUE(parsed.options) << parsed.text;
     const Options& options = *parsed.options;
     EXPECT_EQ(options.rate, 12);

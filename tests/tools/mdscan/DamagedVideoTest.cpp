@@ -56,7 +56,7 @@ void ExpectDamage(const Outcome& run, const SquareScene& scene, const std::strin
 TEST_F(DamagedVideo, ARawVideoCutWithinAPicture) {
     const SquareScene scene;
     const std::string clip = RawClip(scene);
-    fs::resize_file(clip, fs::file_size(clip) - 5'000'000);          // 43 of 200 pictures
+    fs::resize_file(clip, fs::file_size(clip) - 5'000'000);  // 43 of 200 pictures
     ExpectDamage(Mdscan({clip}), scene, "damaged near 15.");
 }
 
@@ -106,7 +106,7 @@ TEST_F(DamagedVideo, DamageInTheMiddleIsSteppedOver) {
     EXPECT_EQ(run.ErrorLines(), 1) << run.err;
     EXPECT_NE(run.err.find("damaged near "), std::string::npos) << run.err;
     ASSERT_FALSE(run.lines.empty());
-    ExpectTheSquare(run.lines.back(), scene);                        // behind the damage
+    ExpectTheSquare(run.lines.back(), scene);  // behind the damage
     EXPECT_EQ(FilesInFolder(), (std::vector<std::string>{"boxes.mp4", "clip.mp4"}));
 }
 

@@ -20,7 +20,7 @@ struct Shown {
     std::int64_t pictures;
     Ticks end;
     int damages;
-    std::int64_t calls;            // of Next that gave a picture
+    std::int64_t calls;  // of Next that gave a picture
 };
 
 Shown ShownBy(Decoder& decoder, Cadence& cadence) {
@@ -42,7 +42,8 @@ class DecoderLeftOut : public ScanFixture {
 protected:
     // Ten seconds, 25 pictures a second.
     void Write(const Encoding& encoding) const {
-        WriteEncoded({{.width = 64, .height = 48, .framesPerSecond = 25, .seconds = 10, .from = 2, .until = 8}}, encoding, Path());
+        WriteEncoded({{.width = 64, .height = 48, .framesPerSecond = 25, .seconds = 10, .from = 2, .until = 8}}, encoding,
+                     Path());
     }
     std::string Path() const { return In("clip"); }
 
@@ -67,15 +68,15 @@ protected:
 };
 
 TEST_F(DecoderLeftOut, TwoOfThreePicturesMayGo) {
-    for (const auto& [codec, container] : {std::pair{"mpeg4", "mp4"}, std::pair{"mpeg4", "matroska"},
-                                           std::pair{"mpeg2video", "mpegts"}, std::pair{"libx264", "mp4"},
-                                           std::pair{"libx264", "mpegts"}}) {
+    for (const auto& [codec, container] :
+         {std::pair{"mpeg4", "mp4"}, std::pair{"mpeg4", "matroska"}, std::pair{"mpeg2video", "mpegts"},
+          std::pair{"libx264", "mp4"}, std::pair{"libx264", "mpegts"}}) {
         if (!HasEncoder(codec)) {
             continue;
         }
         SCOPED_TRACE(std::string(codec) + " in " + container);
         Write({.codec = codec, .container = container, .bFrames = 2});
-        EXPECT_GT(LeftOutOf(6), codec == std::string("libx264") ? 20 : 80);    // of 250; x264 chooses for itself
+        EXPECT_GT(LeftOutOf(6), codec == std::string("libx264") ? 20 : 80);  // of 250; x264 chooses for itself
     }
 }
 
@@ -91,12 +92,16 @@ TEST_F(DecoderLeftOut, NothingIsWhereAllAreReferredTo) {
 }
 
 TEST_F(DecoderLeftOut, UnevenPicturesAreAllDecoded) {
-    Write({.codec = "mpeg4", .container = "matroska", .bFrames = 2, .time = [](int picture) { return picture + picture / 5; }});
+    Write({.codec = "mpeg4", .container = "matroska", .bFrames = 2, .time = [](int picture) {
+               return picture + picture / 5;
+           }});
     EXPECT_EQ(LeftOutOf(6), 0);
 }
 
 TEST_F(DecoderLeftOut, AHoleInTheMiddleChangesNothing) {
-    Write({.codec = "mpeg4", .container = "mp4", .bFrames = 2, .time = [](int picture) { return picture < 120 ? picture : picture + 13; }});
+    Write({.codec = "mpeg4", .container = "mp4", .bFrames = 2, .time = [](int picture) {
+               return picture < 120 ? picture : picture + 13;
+           }});
     EXPECT_GT(LeftOutOf(6), 40);
 }
 

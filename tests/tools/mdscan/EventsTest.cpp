@@ -14,13 +14,9 @@ namespace {
 
 constexpr EventRules rules{.mergeGap = 2 * oneSecond, .minDuration = 0, .longestGap = 10 * oneSecond};
 
-Findings Moving(Ticks time, int blocks = 1) {
-    return {time, {{Box{blocks, 0, 8, 8}, blocks}}};
-}
+Findings Moving(Ticks time, int blocks = 1) { return {time, {{Box{blocks, 0, 8, 8}, blocks}}}; }
 
-Findings Still(Ticks time) {
-    return {time, {}};
-}
+Findings Still(Ticks time) { return {time, {}}; }
 
 // Feeds the frames, closes, and returns all events.
 std::vector<Event> EventsOf(const EventRules& chosen, const std::vector<Findings>& frames) {
@@ -205,7 +201,10 @@ TEST(Events, ThePeakIsKnownWhenItIsThere) {
 }
 
 TEST(Events, TheRunningEventReachesAsFarAsItsRolls) {
-    EventLog log({.mergeGap = 2 * oneSecond, .minDuration = 0, .longestGap = 10 * oneSecond, .preRoll = 5 * oneSecond,
+    EventLog log({.mergeGap = 2 * oneSecond,
+                  .minDuration = 0,
+                  .longestGap = 10 * oneSecond,
+                  .preRoll = 5 * oneSecond,
                   .postRoll = oneSecond});
     log.Add(Still(3 * oneSecond));
     EXPECT_FALSE(log.Running());

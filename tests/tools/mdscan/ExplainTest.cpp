@@ -76,8 +76,9 @@ TEST_F(ExplainTest, AgreesWithTheLinesOfFrames) {
 
 TEST_F(ExplainTest, NamesEachReason) {
     const std::string clip = RawClip(small);
-    Write("zones.json", R"({"zones": [{"name": "right", "polygon": [[0.4, 0], [1, 0], [1, 1], [0.4, 1]]},
-                                      {"name": "hole", "exclude": true, "polygon": [[0.6, 0], [0.7, 0], [0.7, 1], [0.6, 1]]}]})");
+    Write("zones.json", R"({"zones": [
+        {"name": "right", "polygon": [[0.4, 0], [1, 0], [1, 1], [0.4, 1]]},
+        {"name": "hole", "exclude": true, "polygon": [[0.6, 0], [0.7, 0], [0.7, 1], [0.6, 1]]}]})");
     EXPECT_EQ(Explain({"--at", "0.5", "--block", "40,30"}, clip)["verdict"], "not_ready");
     json answer = Explain({"--at", "4", "--block", "40,30"}, clip);
     EXPECT_EQ(answer["verdict"], "still");

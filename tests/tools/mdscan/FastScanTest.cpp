@@ -28,7 +28,8 @@ protected:
     // Events and the line of the file.
     std::vector<json> Scanned(const std::vector<std::string>& options, int expectedCode = 0) const {
         std::vector<std::string> arguments = options;
-        arguments.insert(arguments.end(), {"--block", "4", "--resume", In("state" + std::to_string(options.size())), In("clip")});
+        arguments.insert(arguments.end(),
+                         {"--block", "4", "--resume", In("state" + std::to_string(options.size())), In("clip")});
         const Outcome run = Mdscan(arguments);
         EXPECT_EQ(run.code, expectedCode) << run.err;
         return run.lines;
@@ -55,11 +56,12 @@ protected:
 TEST_F(FastScan, FindsWhatAWholeScanFinds) {
     for (const auto& [container, bFrames] : {std::pair{"mp4", 0}, std::pair{"matroska", 2}, std::pair{"avi", 0}}) {
         SCOPED_TRACE(container);
-        WriteEncoded(TwoVisits(), {.codec = "mpeg4", .container = container, .groupSize = 20, .bFrames = bFrames}, In("clip"));
+        WriteEncoded(TwoVisits(), {.codec = "mpeg4", .container = container, .groupSize = 20, .bFrames = bFrames},
+                     In("clip"));
         const json file = ExpectTheSame();
         EXPECT_EQ(file["status"], "complete");
-        EXPECT_NEAR(file["groups"].get<double>(), 40, 6);           // the encoder keeps to its own count with B pictures
-        EXPECT_LT(file["groups_decoded"], 18);                       // two visits of two seconds, and what it takes to begin
+        EXPECT_NEAR(file["groups"].get<double>(), 40, 6);  // the encoder keeps to its own count with B pictures
+        EXPECT_LT(file["groups_decoded"], 18);             // two visits of two seconds, and what it takes to begin
         EXPECT_GE(file["groups_decoded"], 4);
         EXPECT_EQ(file["groups_too_long"], 0);
         EXPECT_NEAR(file["longest_group"].get<double>(), 2, 0.3);
@@ -97,7 +99,7 @@ TEST_F(FastScan, WhatMovesWithinOneGroupOnlyIsMissed) {
 TEST_F(FastScan, JoinedRecordingsAreJudgedLikeSingleOnes) {
     WriteEncoded({TwoVisits().front()}, {.codec = "mpeg2video", .container = "mpegts", .groupSize = 20}, In("one"));
     Write("clip", Read("one") + Read("one"));
-    const json file = ExpectTheSame(1);                              // the packet in which they join is damaged
+    const json file = ExpectTheSame(1);  // the packet in which they join is damaged
     EXPECT_LT(file["groups_decoded"], 20);
     EXPECT_GT(file["groups"], 36);
 }

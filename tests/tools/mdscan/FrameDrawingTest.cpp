@@ -19,14 +19,13 @@ FramePointer GreyFrame(int width, int height) {
     EXPECT_EQ(av_frame_get_buffer(frame.get(), 0), 0);
     for (int plane = 0; plane < 3; ++plane) {
         const int rows = plane == 0 ? height : (height + 1) / 2;
-        std::memset(frame->data[plane], 50, static_cast<std::size_t>(frame->linesize[plane]) * static_cast<std::size_t>(rows));
+        std::memset(frame->data[plane], 50,
+                    static_cast<std::size_t>(frame->linesize[plane]) * static_cast<std::size_t>(rows));
     }
     return frame;
 }
 
-std::uint8_t Luma(const AVFrame& frame, int x, int y) {
-    return frame.data[0][y * frame.linesize[0] + x];
-}
+std::uint8_t Luma(const AVFrame& frame, int x, int y) { return frame.data[0][y * frame.linesize[0] + x]; }
 
 TEST(FrameDrawing, OfABoxOnlyTheOutlineIsDrawn) {
     const FramePointer frame = GreyFrame(64, 48);

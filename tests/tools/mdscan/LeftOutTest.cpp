@@ -61,7 +61,7 @@ TEST(LeftOut, AHoleOrAMissingTimeEndsIt) {
 }
 
 TEST(LeftOut, MillisecondsAreEvenEnough) {
-    LeftOut leftOut([](Ticks) { return false; });           // 29.97 pictures a second, as Matroska counts
+    LeftOut leftOut([](Ticks) { return false; });  // 29.97 pictures a second, as Matroska counts
     bool last = false;
     for (int i = 0; i < 40; ++i) {
         const Ticks rounded = (i * 333'667 + 5'000) / 10'000 * 10'000;
@@ -73,7 +73,7 @@ TEST(LeftOut, MillisecondsAreEvenEnough) {
 TEST(LeftOut, TheyAreCountedBeforeThePictureShownAfterThem) {
     LeftOut leftOut(EveryFourth);
     RunEvenly(leftOut, 30);
-    for (const int decoded : {0, 4, 2, 1, 3, 8, 6, 5, 7}) {          // 2 and 6 are referred to: the decoder shows them anyway
+    for (const int decoded : {0, 4, 2, 1, 3, 8, 6, 5, 7}) {  // 2 and 6 are referred to: the decoder shows them anyway
         leftOut.May(decoded * interval, decoded * interval, 0);
     }
     // In order of decoding the times of decoding are even; here they are not, so the stream is not trusted.

@@ -7,11 +7,12 @@ namespace Scan {
 namespace {
 
 TEST(LiveName, ProtocolsMakeASource) {
-    for (const char* name : {"rtsp://camera/1", "rtsps://camera/1", "http://camera/video.ts", "https://a.b/c.m3u8", "rtmp://host/app",
-                             "udp://@:1234", "tcp://10.0.0.1:9000", "srt://host:9?mode=caller"}) {
+    for (const char* name : {"rtsp://camera/1", "rtsps://camera/1", "http://camera/video.ts", "https://a.b/c.m3u8",
+                             "rtmp://host/app", "udp://@:1234", "tcp://10.0.0.1:9000", "srt://host:9?mode=caller"}) {
         EXPECT_TRUE(IsUrl(name)) << name;
     }
-    for (const char* name : {"", "-", "clip.mp4", "rtsp", "rtsp:", "rtsp:/camera", "file:///clip.mp4", "gopher://host/", "://", "a/rtsp://b"}) {
+    for (const char* name :
+         {"", "-", "clip.mp4", "rtsp", "rtsp:", "rtsp:/camera", "file:///clip.mp4", "gopher://host/", "://", "a/rtsp://b"}) {
         EXPECT_FALSE(IsUrl(name)) << name;
     }
 }

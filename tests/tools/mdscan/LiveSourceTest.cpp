@@ -1,5 +1,5 @@
-// Is no more kept than there is room for, and nothing lost that is not told?  A file stands for the source: it sends everything
-// at once, and ends.
+// Is no more kept than there is room for, and nothing lost that is not told?  A file stands for the source: it sends
+// everything at once, and ends.
 #include "LiveSource.h"
 
 #include <gtest/gtest.h>
@@ -61,12 +61,12 @@ TEST_F(LiveSourceTest, EverythingArrivesWhereThereIsRoom) {
 
 TEST_F(LiveSourceTest, WithoutRoomItGoesOnWithACompletePicture) {
     const std::vector<LivePacket> whole = All(*Open({.reconnect = 0}));
-    std::size_t room = 0;                                            // for a group and a half
+    std::size_t room = 0;  // for a group and a half
     for (std::size_t i = 0; i < group + group / 2; ++i) {
         room += static_cast<std::size_t>(whole[i].packet->size);
     }
     const std::unique_ptr<LiveSource> source = Open({.reconnect = 0, .mostBytes = room});
-    while (source->Trouble().empty() && source->Dropped() < pictures / 2) {      // nobody takes anything meanwhile
+    while (source->Trouble().empty() && source->Dropped() < pictures / 2) {  // nobody takes anything meanwhile
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     const std::vector<LivePacket> rest = All(*source);
@@ -75,7 +75,8 @@ TEST_F(LiveSourceTest, WithoutRoomItGoesOnWithACompletePicture) {
     EXPECT_EQ(static_cast<std::int64_t>(rest.size()) + source->Dropped(), pictures);
     EXPECT_TRUE(IsComplete(rest.front()));
     EXPECT_NE(rest.front().hole.find("the scan was too slow, "), std::string::npos) << rest.front().hole;
-    EXPECT_EQ(whole[static_cast<std::size_t>(source->Dropped())].packet->pts, rest.front().packet->pts) << "the newest are kept";
+    EXPECT_EQ(whole[static_cast<std::size_t>(source->Dropped())].packet->pts, rest.front().packet->pts)
+        << "the newest are kept";
 }
 
 TEST_F(LiveSourceTest, WhatBreaksIsConnectedAnew) {

@@ -11,9 +11,7 @@
 namespace Scan {
 namespace {
 
-Parsed Parse(const std::vector<std::string>& arguments) {
-    return ParseOptions(arguments, "mdscan 9.8.7");
-}
+Parsed Parse(const std::vector<std::string>& arguments) { return ParseOptions(arguments, "mdscan 9.8.7"); }
 
 TEST(Options, TheInputAloneIsEnough) {
     const Parsed parsed = Parse({"clip.mp4"});
@@ -29,12 +27,51 @@ TEST(Options, TheInputAloneIsEnough) {
 }
 
 TEST(Options, EveryOptionReachesItsField) {
-    const Parsed parsed = Parse({"--rate", "0", "--block", "7", "--shadows", "--min-size", "0.125", "--merge-gap", "3.5",
-                                 "--min-duration", "0.25", "--zone", "0.1,0.2,0.3,0.4", "--zone=0,0,1,1", "--frames",
-                                 "--background", "b.png", "--overlay", "o.mp4", "-o", "out.jsonl", "--resume", "state", "-j", "3",
-                                 "--pre-roll", "1.5", "--post-roll", "2", "--min-blocks", "4", "--track",
-                                 "--thumbnails", "pictures", "--clips", "cut", "--quiet", "--progress", "json", "--start-time", "2026-03-01T12:00:00Z",
-                                 "--reconnect", "7.5", "clip.mp4", "-"});
+    const Parsed parsed = Parse({"--rate",
+                                 "0",
+                                 "--block",
+                                 "7",
+                                 "--shadows",
+                                 "--min-size",
+                                 "0.125",
+                                 "--merge-gap",
+                                 "3.5",
+                                 "--min-duration",
+                                 "0.25",
+                                 "--zone",
+                                 "0.1,0.2,0.3,0.4",
+                                 "--zone=0,0,1,1",
+                                 "--frames",
+                                 "--background",
+                                 "b.png",
+                                 "--overlay",
+                                 "o.mp4",
+                                 "-o",
+                                 "out.jsonl",
+                                 "--resume",
+                                 "state",
+                                 "-j",
+                                 "3",
+                                 "--pre-roll",
+                                 "1.5",
+                                 "--post-roll",
+                                 "2",
+                                 "--min-blocks",
+                                 "4",
+                                 "--track",
+                                 "--thumbnails",
+                                 "pictures",
+                                 "--clips",
+                                 "cut",
+                                 "--quiet",
+                                 "--progress",
+                                 "json",
+                                 "--start-time",
+                                 "2026-03-01T12:00:00Z",
+                                 "--reconnect",
+                                 "7.5",
+                                 "clip.mp4",
+                                 "-"});
     ASSERT_TRUE(parsed.options) << parsed.text;
     const Options& options = *parsed.options;
     EXPECT_EQ(options.inputs, (std::vector<std::string>{"clip.mp4", "-"}));
@@ -81,7 +118,8 @@ TEST(Options, HelpAndVersionAreNoErrors) {
     EXPECT_FALSE(help.options);
     EXPECT_EQ(help.exitCode, 0);
     for (const char* word : {"--rate", "--block", "--shadows", "--min-size", "--merge-gap", "--min-duration", "--zone",
-                             "--frames", "--background", "--overlay", "--version", "Exit codes: 0", "1 an input", "2 bad usage", "3 no motion", "--quiet", "--progress", "--preview"}) {
+                             "--frames", "--background", "--overlay", "--version", "Exit codes: 0", "1 an input",
+                             "2 bad usage", "3 no motion", "--quiet", "--progress", "--preview"}) {
         EXPECT_NE(help.text.find(word), std::string::npos) << word;
     }
     int lines = 0;
@@ -108,7 +146,9 @@ TEST_P(BadUsage, IsOneLineAndExitCodeTwo) {
 
 using Words = std::vector<std::string>;
 INSTANTIATE_TEST_SUITE_P(Options, BadUsage,
-                         testing::Values(Words{}, Words{"a.mp4", "-j", "-1"}, Words{"a.mp4", "--progress", "much"}, Words{"a.mp4", "--start-time", "noon"}, Words{"a.mp4", "--reconnect", "-1"}, Words{"a.mp4", "--min-blocks", "0"}, Words{"a.mp4", "--unknown"},
+                         testing::Values(Words{}, Words{"a.mp4", "-j", "-1"}, Words{"a.mp4", "--progress", "much"},
+                                         Words{"a.mp4", "--start-time", "noon"}, Words{"a.mp4", "--reconnect", "-1"},
+                                         Words{"a.mp4", "--min-blocks", "0"}, Words{"a.mp4", "--unknown"},
                                          Words{"a.mp4", "--rate", "-1"}, Words{"a.mp4", "--rate", "fast"},
                                          Words{"a.mp4", "--rate", "nan"}, Words{"a.mp4", "--rate", "inf"},
                                          Words{"a.mp4", "--rate"}, Words{"a.mp4", "--block", "2.5"},

@@ -9,9 +9,18 @@ namespace Scan {
 namespace {
 
 TEST(PackedResult, ArrivesWhole) {
-    const JobResult sent{.health = Health::Damaged, .code = exitFailed, .trouble = "bad \"data\"\n",
-                         .tally = {.pictures = 5'000'000'000, .analysed = 7, .length = -3, .elapsed = 0.1, .events = 4,
-                                   .dropped = 2, .gaps = 8, .droppedPackets = 9, .grid = {1, 2, 3, 4, 5}},
+    const JobResult sent{.health = Health::Damaged,
+                         .code = exitFailed,
+                         .trouble = "bad \"data\"\n",
+                         .tally = {.pictures = 5'000'000'000,
+                                   .analysed = 7,
+                                   .length = -3,
+                                   .elapsed = 0.1,
+                                   .events = 4,
+                                   .dropped = 2,
+                                   .gaps = 8,
+                                   .droppedPackets = 9,
+                                   .grid = {1, 2, 3, 4, 5}},
                          .clock = StartTime{17'723'448'000'000'001, ClockSource::Container}};
     const std::string text = Packed(sent);
     EXPECT_EQ(text.find('\n'), std::string::npos) << "a message is one line";

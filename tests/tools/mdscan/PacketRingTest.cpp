@@ -78,7 +78,7 @@ TEST(PacketRing, APreRollThatDoesNotFitLosesItsOldestGroups) {
 
 TEST(PacketRing, AReorderedPacketIsSettledWhenItsPictureComes) {
     PacketRing ring(tenths, 1'000'000);
-    const std::initializer_list<int> shown = {0, 3, 1, 2};           // by packet
+    const std::initializer_list<int> shown = {0, 3, 1, 2};  // by packet
     for (int number = 0; const int time : shown) {
         ring.Push(*PacketOf(10, number == 0, time), number);
         ++number;
@@ -114,7 +114,7 @@ TEST(PacketRing, PacketsWithoutAPictureAreDatedByTheirNeighbours) {
         ring.Push(*PacketOf(10, i == 0, i == 7 ? AV_NOPTS_VALUE : i), i);
     }
     for (int i = 0; i < 50; ++i) {
-        if (i != 0 && i != 5 && i != 7) {                            // hidden, damaged, neither time nor picture
+        if (i != 0 && i != 5 && i != 7) {  // hidden, damaged, neither time nor picture
             ring.SetTime(i, oneSecond + i * oneSecond / 10);
         }
     }

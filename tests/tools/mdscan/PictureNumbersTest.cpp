@@ -65,7 +65,7 @@ TEST(PictureNumbers, ALostCountGoesOnAtTheNominalRate) {
     numbers.Count(0);
     numbers.Count(interval);
     numbers.Lose();
-    for (const int picture : {5, 6, 7}) {                            // two to four have not been decoded
+    for (const int picture : {5, 6, 7}) {  // two to four have not been decoded
         numbers.Count(picture * interval);
     }
     EXPECT_TRUE(numbers.IsExact(interval));

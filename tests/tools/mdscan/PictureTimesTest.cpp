@@ -15,10 +15,10 @@
 namespace Scan {
 namespace {
 
-constexpr Ticks tolerance = oneSecond / 1000;      // Matroska counts milliseconds
+constexpr Ticks tolerance = oneSecond / 1000;  // Matroska counts milliseconds
 
 struct Shown {
-    std::vector<double> times;                     // seconds
+    std::vector<double> times;  // seconds
     std::vector<std::int64_t> numbers;
     std::vector<bool> exact;
 };
@@ -31,7 +31,7 @@ Shown ShownBy(const std::string& path) {
         times.push_back(decoder.Time());
         shown.times.push_back(ToSeconds(decoder.Time()));
     }
-    for (const Ticks time : times) {               // asked afterwards: later pictures must not change it
+    for (const Ticks time : times) {  // asked afterwards: later pictures must not change it
         shown.numbers.push_back(decoder.Numbers().At(time));
         shown.exact.push_back(decoder.Numbers().IsExact(time));
     }
@@ -39,9 +39,7 @@ Shown ShownBy(const std::string& path) {
 }
 
 // Twenty pictures, ten a second.
-SquareScene Tiny() {
-    return {.width = 64, .height = 48, .seconds = 2, .from = 0, .until = 2};
-}
+SquareScene Tiny() { return {.width = 64, .height = 48, .seconds = 2, .from = 0, .until = 2}; }
 
 class PictureTimes : public ScanFixture {
 protected:
@@ -65,8 +63,9 @@ void ExpectAllAt(const Shown& shown, int pictures, const std::function<double(in
 double Even(int picture) { return picture; }
 
 TEST_F(PictureTimes, PicturesDecodedOutOfOrderAreShownInOrder) {
-    for (const auto& [codec, container] : {std::pair{"mpeg4", "mp4"}, std::pair{"mpeg4", "avi"}, std::pair{"mpeg4", "matroska"},
-                                           std::pair{"mpeg2video", "mpegts"}, std::pair{"mpeg2video", "vob"}}) {
+    for (const auto& [codec, container] :
+         {std::pair{"mpeg4", "mp4"}, std::pair{"mpeg4", "avi"}, std::pair{"mpeg4", "matroska"},
+          std::pair{"mpeg2video", "mpegts"}, std::pair{"mpeg2video", "vob"}}) {
         SCOPED_TRACE(std::string(codec) + " in " + container);
         ExpectAllAt(ShownBy(Clip({.codec = codec, .container = container, .bFrames = 2})), 20, Even);
     }
@@ -81,7 +80,8 @@ TEST_F(PictureTimes, UnevenPicturesKeepTheirTimes) {
 TEST_F(PictureTimes, HolesAreTheFilesOwn) {
     const auto hole = [](int picture) { return picture < 10 ? picture : picture + 36'000; };
     ExpectAllAt(ShownBy(Clip({.codec = "mpeg2video", .container = "mpegts", .time = hole})), 20, hole);
-    ExpectAllAt(ShownBy(Clip({.codec = "mjpeg", .container = "mov", .format = AV_PIX_FMT_YUVJ420P, .time = hole})), 20, hole);
+    ExpectAllAt(ShownBy(Clip({.codec = "mjpeg", .container = "mov", .format = AV_PIX_FMT_YUVJ420P, .time = hole})), 20,
+                hole);
 }
 
 TEST_F(PictureTimes, ACountOf33BitsOverflowsUnnoticed) {
@@ -91,7 +91,7 @@ TEST_F(PictureTimes, ACountOf33BitsOverflowsUnnoticed) {
 }
 
 TEST_F(PictureTimes, PicturesBeforeAnEditAreNotShown) {
-    const auto cut = [](int picture) { return picture - 5; };        // the list of edits begins with the sixth picture
+    const auto cut = [](int picture) { return picture - 5; };  // the list of edits begins with the sixth picture
     ExpectAllAt(ShownBy(Clip({.codec = "mpeg4", .container = "mp4", .time = cut})), 15, Even);
 }
 
@@ -164,7 +164,8 @@ TEST_F(PictureTimes, UnlikelyStartsAreNotTold) {
 
 TEST_F(PictureTimes, TheProgramTellsSecondsTimesOfDayAndNumbers) {
     const SquareScene scene{.width = 160, .height = 120, .seconds = 6, .from = 3, .until = 4.8};
-    WriteEncoded({scene}, {.codec = "mpeg4", .container = "mp4", .bFrames = 2, .created = "2019-05-04T08:00:00Z"}, In("clip.mp4"));
+    WriteEncoded({scene}, {.codec = "mpeg4", .container = "mp4", .bFrames = 2, .created = "2019-05-04T08:00:00Z"},
+                 In("clip.mp4"));
     const auto check = [](const nlohmann::json& event, const std::string& start) {
         const WallTicks zero = ParseWallTime(start).value();
         for (const std::string place : {"start", "end", "peak"}) {

@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <cstring>
 
-
 namespace Scan {
 namespace {
 
@@ -42,15 +41,12 @@ TEST_P(CommonLayout, IsNotCopied) {
 }
 
 using Host::PixelFormat;
-INSTANTIATE_TEST_SUITE_P(PlainPicture, CommonLayout,
-                         testing::Values(Layout{AV_PIX_FMT_YUV420P, PixelFormat::Yuv420, 3},
-                                         Layout{AV_PIX_FMT_YUVJ420P, PixelFormat::Yuv420, 3},
-                                         Layout{AV_PIX_FMT_YUV422P, PixelFormat::Yuv422, 3},
-                                         Layout{AV_PIX_FMT_YUVJ422P, PixelFormat::Yuv422, 3},
-                                         Layout{AV_PIX_FMT_YUV444P, PixelFormat::Yuv444, 3},
-                                         Layout{AV_PIX_FMT_YUVJ444P, PixelFormat::Yuv444, 3},
-                                         Layout{AV_PIX_FMT_NV12, PixelFormat::Nv12, 2},
-                                         Layout{AV_PIX_FMT_GRAY8, PixelFormat::Grey, 1}));
+INSTANTIATE_TEST_SUITE_P(
+    PlainPicture, CommonLayout,
+    testing::Values(Layout{AV_PIX_FMT_YUV420P, PixelFormat::Yuv420, 3}, Layout{AV_PIX_FMT_YUVJ420P, PixelFormat::Yuv420, 3},
+                    Layout{AV_PIX_FMT_YUV422P, PixelFormat::Yuv422, 3}, Layout{AV_PIX_FMT_YUVJ422P, PixelFormat::Yuv422, 3},
+                    Layout{AV_PIX_FMT_YUV444P, PixelFormat::Yuv444, 3}, Layout{AV_PIX_FMT_YUVJ444P, PixelFormat::Yuv444, 3},
+                    Layout{AV_PIX_FMT_NV12, PixelFormat::Nv12, 2}, Layout{AV_PIX_FMT_GRAY8, PixelFormat::Grey, 1}));
 
 TEST(PlainPicture, TenBitsBecomeEight) {
     const FramePointer frame = FrameOf(AV_PIX_FMT_YUV420P10LE);
@@ -78,7 +74,8 @@ TEST(PlainPicture, ConvertedPicturesMayChangeTheirSize) {
     PlainPicture picture;
     const FramePointer small = FrameOf(AV_PIX_FMT_RGB24, 32, 16), large = FrameOf(AV_PIX_FMT_RGB24, 100, 60);
     for (const AVFrame* frame : {small.get(), large.get(), small.get()}) {
-        std::memset(frame->data[0], 255, static_cast<std::size_t>(frame->linesize[0]) * static_cast<std::size_t>(frame->height));
+        std::memset(frame->data[0], 255,
+                    static_cast<std::size_t>(frame->linesize[0]) * static_cast<std::size_t>(frame->height));
         picture.Take(*frame);
         EXPECT_EQ(picture.Format().width, frame->width);
         const std::ptrdiff_t last = (frame->height - 1) * picture.View().stride[0] + frame->width - 1;

@@ -20,10 +20,11 @@ Event AnEvent(std::size_t objects) {
 }
 
 TEST(Report, AnEventLineHoldsAllFieldsInOrder) {
-    EXPECT_EQ(EventLine("", 3, AnEvent(1), {.start = {10, true}, .end = {79, true}, .peak = {40, true}}),
-              R"({"type":"event","event":3,"start":1.235,"end":9.877,"peak":5.0,"start_frame":10,"end_frame":79,"peak_frame":40,)"
-              R"("frame_exact":true,"frames":17,"blocks":99,)"
-              R"("boxes":[{"x":0,"y":2,"w":30,"h":40,"blocks":5}]})");
+    EXPECT_EQ(
+        EventLine("", 3, AnEvent(1), {.start = {10, true}, .end = {79, true}, .peak = {40, true}}),
+        R"({"type":"event","event":3,"start":1.235,"end":9.877,"peak":5.0,"start_frame":10,"end_frame":79,"peak_frame":40,)"
+        R"("frame_exact":true,"frames":17,"blocks":99,)"
+        R"("boxes":[{"x":0,"y":2,"w":30,"h":40,"blocks":5}]})");
 }
 
 TEST(Report, AnEventLineHoldsTheFirstBoxesOnly) {
@@ -45,12 +46,16 @@ TEST(Report, AnEventLineHoldsWhatIsAskedFor) {
     Event event = AnEvent(1);
     event.zones = 0b101;
     event.track = {{15'000'000, {1, 2, 3, 4}}};
-    EXPECT_EQ(EventLine("", 3, event, {.zones = {"gate", "door", "road"}, .thumbnail = "t/a-3.jpg",
-                                       .clip = Clip{"c/a-3.mp4", -8'000'000}, .track = true}),
-              R"({"type":"event","event":3,"start":1.235,"end":9.877,"peak":5.0,"start_frame":0,"end_frame":0,"peak_frame":0,)"
-              R"("frame_exact":true,"frames":17,"blocks":99,"zones":["gate","road"],)"
-              R"("thumbnail":"t/a-3.jpg","clip":"c/a-3.mp4","clip_start":-0.8,"boxes":[{"x":0,"y":2,"w":30,"h":40,"blocks":5}],)"
-              R"("track":[{"time":1.5,"x":1,"y":2,"w":3,"h":4}]})");
+    EXPECT_EQ(
+        EventLine("", 3, event,
+                  {.zones = {"gate", "door", "road"},
+                   .thumbnail = "t/a-3.jpg",
+                   .clip = Clip{"c/a-3.mp4", -8'000'000},
+                   .track = true}),
+        R"({"type":"event","event":3,"start":1.235,"end":9.877,"peak":5.0,"start_frame":0,"end_frame":0,"peak_frame":0,)"
+        R"("frame_exact":true,"frames":17,"blocks":99,"zones":["gate","road"],)"
+        R"("thumbnail":"t/a-3.jpg","clip":"c/a-3.mp4","clip_start":-0.8,"boxes":[{"x":0,"y":2,"w":30,"h":40,"blocks":5}],)"
+        R"("track":[{"time":1.5,"x":1,"y":2,"w":3,"h":4}]})");
 }
 
 TEST(Report, LinesNameTheirFileWhereThereAreSeveral) {
@@ -72,7 +77,8 @@ TEST(Report, AnEventLineTellsTheTimeOfDayWhereItIsKnown) {
 
 TEST(Report, AGapLineTellsWhyThereIsNothing) {
     const Gap gap{12'345'678, 212'345'678, "the connection ended"};
-    EXPECT_EQ(GapLine("", gap, std::nullopt), R"({"type":"gap","start":1.235,"end":21.235,"reason":"the connection ended"})");
+    EXPECT_EQ(GapLine("", gap, std::nullopt),
+              R"({"type":"gap","start":1.235,"end":21.235,"reason":"the connection ended"})");
     EXPECT_EQ(GapLine("rtsp://a", gap, StartTime{0, ClockSource::Arrival}),
               R"({"type":"gap","file":"rtsp://a","start":1.235,"end":21.235,"start_time":"1970-01-01T00:00:01.235Z",)"
               R"("end_time":"1970-01-01T00:00:21.235Z","reason":"the connection ended"})");
@@ -80,9 +86,10 @@ TEST(Report, AGapLineTellsWhyThereIsNothing) {
 
 TEST(Report, AFileLineTellsWhenItBegan) {
     const JobResult result{.clock = StartTime{ParseWallTime("2026-03-01T12:00:00Z").value(), ClockSource::Container}};
-    EXPECT_EQ(FileLine("a.mp4", result),
-              R"({"type":"file","file":"a.mp4","status":"complete","start_time":"2026-03-01T12:00:00.000Z","clock":"container",)"
-              R"("pictures":0,"seconds":0.0,"analysed":0,"events":0})");
+    EXPECT_EQ(
+        FileLine("a.mp4", result),
+        R"({"type":"file","file":"a.mp4","status":"complete","start_time":"2026-03-01T12:00:00.000Z","clock":"container",)"
+        R"("pictures":0,"seconds":0.0,"analysed":0,"events":0})");
 }
 
 TEST(Report, AFileLineTellsHowTheScanEnded) {
@@ -102,7 +109,12 @@ TEST(Report, TheExitCodeTellsMotionNoneAndFailureApart) {
 }
 
 TEST(Report, TheTallyNamesWhatWasDone) {
-    Tally tally{.pictures = 795, .analysed = 398, .length = 795'000'000, .elapsed = 2, .events = 1, .dropped = 0,
+    Tally tally{.pictures = 795,
+                .analysed = 398,
+                .length = 795'000'000,
+                .elapsed = 2,
+                .events = 1,
+                .dropped = 0,
                 .grid = {768, 576, 4, 192, 144}};
     EXPECT_EQ(TallyText(tally), "795 pictures (79.5 s), 398 analysed on 192x144 blocks of 4 pixels; 1 event; "
                                 "took 2.0 s, 39.8 x real time");

@@ -71,7 +71,9 @@ TEST_F(ResultFileTest, NeverReplacesWhatIsNotAPlainFile) {
     EXPECT_EQ(CodeOf(In("folder"), In("in.mp4")), exitUsage);
 }
 
-TEST_F(ResultFileTest, AnImpossiblePlaceIsKnownAtOnce) { EXPECT_EQ(CodeOf(In("missing/out.png"), In("in.mp4")), exitFailed); }
+TEST_F(ResultFileTest, AnImpossiblePlaceIsKnownAtOnce) {
+    EXPECT_EQ(CodeOf(In("missing/out.png"), In("in.mp4")), exitFailed);
+}
 
 }  // namespace
 }  // namespace Scan

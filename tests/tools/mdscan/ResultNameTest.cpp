@@ -15,7 +15,8 @@ TEST(ResultName, IsTheInputsAndTheEvents) {
 }
 
 TEST(ResultName, DistinctNamesTellFoldersApart) {
-    const std::string a = ResultPath("out", "a/door.mp4", true, 1, ".jpg"), b = ResultPath("out", "b/door.mp4", true, 1, ".jpg");
+    const std::string a = ResultPath("out", "a/door.mp4", true, 1, ".jpg"),
+                      b = ResultPath("out", "b/door.mp4", true, 1, ".jpg");
     EXPECT_NE(a, b);
     EXPECT_EQ(a, ResultPath("out", "a/door.mp4", true, 1, ".jpg"));
     EXPECT_EQ(a.size(), std::string("out/door-01234567-1.jpg").size());

@@ -7,7 +7,7 @@
 namespace Scan {
 
 void ExpectTheSquare(const nlohmann::json& event, const SquareScene& scene, double offset) {
-    constexpr double tolerance = 0.7;                                // seconds: a few analysed frames
+    constexpr double tolerance = 0.7;  // seconds: a few analysed frames
     const double start = event["start"], end = event["end"], peak = event["peak"];
     EXPECT_NEAR(start, offset + scene.from, tolerance);
     EXPECT_NEAR(end, offset + scene.until, tolerance);

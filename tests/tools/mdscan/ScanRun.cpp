@@ -24,12 +24,13 @@ namespace Scan {
 namespace {
 
 struct Outputs {
-    std::string out;       // path; where standard output goes
-    std::string err;       // path
-    std::string in = "";   // path of standard input; empty: the test's own
+    std::string out;      // path; where standard output goes
+    std::string err;      // path
+    std::string in = "";  // path of standard input; empty: the test's own
 };
 
-[[noreturn]] void Become(const std::vector<std::string>& arguments, const Outputs& outputs, const Surroundings& surroundings) {
+[[noreturn]] void Become(const std::vector<std::string>& arguments, const Outputs& outputs,
+                         const Surroundings& surroundings) {
     setenv("XDG_CONFIG_HOME", surroundings.configFolder.c_str(), 1);
     const auto redirect = [](const std::string& path, int target) {
         const int file = open(path.c_str(), target == STDIN_FILENO ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC, 0600);
@@ -43,7 +44,7 @@ struct Outputs {
         redirect(outputs.in, STDIN_FILENO);
     }
     if (surroundings.largestFile > 0) {
-        std::signal(SIGXFSZ, SIG_IGN);                               // the write fails instead
+        std::signal(SIGXFSZ, SIG_IGN);  // the write fails instead
         const auto most = static_cast<rlim_t>(surroundings.largestFile);
         const rlimit limit = {most, most};
         setrlimit(RLIMIT_FSIZE, &limit);
@@ -92,15 +93,11 @@ Outcome Parsed(int code, const std::string& out, const std::string& err) {
     return run;
 }
 
-std::string Scratch(const char* name) {
-    return testing::TempDir() + "ScanRun." + std::to_string(getpid()) + "." + name;
-}
+std::string Scratch(const char* name) { return testing::TempDir() + "ScanRun." + std::to_string(getpid()) + "." + name; }
 
 }  // namespace
 
-int Outcome::ErrorLines() const {
-    return static_cast<int>(std::count(err.begin(), err.end(), '\n'));
-}
+int Outcome::ErrorLines() const { return static_cast<int>(std::count(err.begin(), err.end(), '\n')); }
 
 Outcome Mdscan(const std::vector<std::string>& arguments, const Surroundings& surroundings) {
     const Outputs outputs{surroundings.output.empty() ? Scratch("out") : surroundings.output, Scratch("err")};
@@ -132,7 +129,7 @@ Outcome MdscanSignalled(const std::vector<std::string>& arguments, int signal, i
     }
     kill(child, signal);
     const int code = CodeOf(child);
-    Outcome run = signal == SIGKILL && code < 0 ? Outcome{code, {}, Content(outputs.err)}     // its last line may be cut
+    Outcome run = signal == SIGKILL && code < 0 ? Outcome{code, {}, Content(outputs.err)}  // its last line may be cut
                                                 : Parsed(code, Content(outputs.out), Content(outputs.err));
     unlink(outputs.out.c_str());
     unlink(outputs.err.c_str());
@@ -158,7 +155,7 @@ Outcome MdscanFed(const std::vector<std::string>& arguments, const std::string& 
 }
 
 Outcome MdscanInterrupted(std::vector<std::string> arguments, const std::string& clip, const std::string& pipe, int lines) {
-    std::signal(SIGPIPE, SIG_IGN);                                   // the program may leave before all is fed
+    std::signal(SIGPIPE, SIG_IGN);  // the program may leave before all is fed
     const std::string out = Scratch("fifo"), err = Scratch("err");
     mkfifo(pipe.c_str(), 0600);
     mkfifo(out.c_str(), 0600);

@@ -9,18 +9,18 @@
 namespace Scan {
 
 struct Outcome {
-    int code;                            // exit code; -1: ended by a signal
-    std::vector<nlohmann::json> lines;   // standard output, every line parsed, without the first
-    std::string err;                     // standard error
-    nlohmann::json scan = {};            // the first line; null where nothing was printed
+    int code;                           // exit code; -1: ended by a signal
+    std::vector<nlohmann::json> lines;  // standard output, every line parsed, without the first
+    std::string err;                    // standard error
+    nlohmann::json scan = {};           // the first line; null where nothing was printed
 
     int ErrorLines() const;
 };
 
 struct Surroundings {
-    std::string output = "";             // where standard output goes; empty: read by the test
-    long largestFile = 0;                // bytes that the program may write into one file; 0: any number
-    std::string configFolder = "/nonexistent";   // of the user; that of whoever runs the test is never read
+    std::string output = "";                    // where standard output goes; empty: read by the test
+    long largestFile = 0;                       // bytes that the program may write into one file; 0: any number
+    std::string configFolder = "/nonexistent";  // of the user; that of whoever runs the test is never read
 };
 
 // A line of standard output that is not JSON fails the test, and so does a first line that is not of type scan.
@@ -40,7 +40,8 @@ Outcome MdscanSignalled(const std::vector<std::string>& arguments, int signal, i
 // With a file as standard input.
 Outcome MdscanFed(const std::vector<std::string>& arguments, const std::string& clip);
 
-// Feeds the clip through a pipe made for it, interrupts the program once it has printed `lines` lines after the first, then feeds the rest.
+// Feeds the clip through a pipe made for it, interrupts the program once it has printed `lines` lines after the first, then
+// feeds the rest.
 Outcome MdscanInterrupted(std::vector<std::string> arguments, const std::string& clip, const std::string& pipe, int lines);
 
 }  // namespace Scan

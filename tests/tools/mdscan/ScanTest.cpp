@@ -174,7 +174,7 @@ TEST_F(ScanTest, OnlyZonesAreWatched) {
 }
 
 TEST_F(ScanTest, ObjectsBelowTheMinimumSizeAreDropped) {
-    const std::string clip = RawClip({});                            // the square is a fifth of the picture's height
+    const std::string clip = RawClip({});  // the square is a fifth of the picture's height
     EXPECT_EQ(Mdscan({"--min-size", "0.12", clip}).lines.size(), 1u);
     EXPECT_TRUE(Mdscan({"--min-size", "0.5", clip}).lines.empty());
 }
@@ -199,8 +199,8 @@ TEST_F(ScanTest, TheBackgroundIsTheSceneWithoutTheSquare) {
     ASSERT_TRUE(png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr)) << image.message;
     int known = 0, bright = 0;
     for (std::size_t i = 0; i < pixels.size(); i += 3) {
-        known += pixels[i] != 255 || pixels[i + 1] != 0 ? 1 : 0;     // not magenta
-        bright += pixels[i + 1] > 160 ? 1 : 0;                       // the square's grey
+        known += pixels[i] != 255 || pixels[i + 1] != 0 ? 1 : 0;  // not magenta
+        bright += pixels[i + 1] > 160 ? 1 : 0;                    // the square's grey
     }
     EXPECT_GE(known * 100, 320 * 240 * 95);
     EXPECT_EQ(bright, 0);
@@ -212,8 +212,8 @@ TEST_F(ScanTest, TheOverlayIsTheVideoWithBoxes) {
     EXPECT_EQ(run.code, 0) << run.err;
     EXPECT_EQ(FilesInFolder(), (std::vector<std::string>{"boxes.mp4", "clip.y4m"}));
     Decoder decoder(In("boxes.mp4"));
-    int before = 0, during = 0, after = 0;                           // pictures with something yellow
-    int tinted = 0;                                                  // pictures with an orange square
+    int before = 0, during = 0, after = 0;  // pictures with something yellow
+    int tinted = 0;                         // pictures with an orange square
     while (decoder.Next()) {
         const AVFrame& frame = decoder.Frame();
         ASSERT_EQ(frame.width, 320);
@@ -227,7 +227,7 @@ TEST_F(ScanTest, TheOverlayIsTheVideoWithBoxes) {
         const Box square = scene.SquareAt(time).value_or(Box{});
         const int x = std::clamp(square.x + square.width / 2, 0, 319) / 2, y = (square.y + square.height / 2) / 2;
         tinted += frame.data[2][std::ptrdiff_t{y} * frame.linesize[2] + x] > 140 ? 1 : 0;
-        int light = 0;                                               // pixels of the caption
+        int light = 0;  // pixels of the caption
         for (int i = 0; i < 8 * 60; ++i) {
             light += frame.data[0][std::ptrdiff_t{1 + i / 60} * frame.linesize[0] + i % 60] > 170 ? 1 : 0;
         }
@@ -237,7 +237,7 @@ TEST_F(ScanTest, TheOverlayIsTheVideoWithBoxes) {
     EXPECT_EQ(decoder.Pictures(), 200);
     EXPECT_NEAR(ToSeconds(decoder.Time()), 19.9, 0.001);
     EXPECT_EQ(before, 0);
-    EXPECT_GE(during, 34);                                           // of 40
+    EXPECT_GE(during, 34);  // of 40
     EXPECT_GE(tinted, 30);
     EXPECT_LE(tinted, 45);
     EXPECT_LE(after, 10);
@@ -294,7 +294,7 @@ TEST_F(ScanTest, AChangeOfSizeStartsAfresh) {
 }
 
 TEST_F(ScanTest, AChangeOfSizeEndsTheRunningEvent) {
-    const SquareScene small{.seconds = 12}, large{.width = 640, .height = 480};      // the first is cut while the square moves
+    const SquareScene small{.seconds = 12}, large{.width = 640, .height = 480};  // the first is cut while the square moves
     WriteEncoded({small, large}, {.codec = "mjpeg", .container = "avi", .format = AV_PIX_FMT_YUVJ420P}, In("clip.avi"));
     const Outcome run = Mdscan({"--merge-gap", "60", In("clip.avi")});
     EXPECT_EQ(run.code, 0) << run.err;

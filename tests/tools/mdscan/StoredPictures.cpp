@@ -14,8 +14,11 @@ namespace Scan {
 namespace {
 
 StoredPicture Copied(const AVFrame& frame, AVRational base) {
-    StoredPicture picture{static_cast<double>(frame.best_effort_timestamp) * av_q2d(base), frame.key_frame != 0, frame.width,
-                          frame.height, {}};
+    StoredPicture picture{static_cast<double>(frame.best_effort_timestamp) * av_q2d(base),
+                          frame.key_frame != 0,
+                          frame.width,
+                          frame.height,
+                          {}};
     for (int y = 0; y < frame.height; ++y) {
         const std::uint8_t* row = frame.data[0] + std::ptrdiff_t{y} * frame.linesize[0];
         picture.luma.insert(picture.luma.end(), row, row + frame.width);
@@ -49,7 +52,8 @@ StoredPictures ReadPictures(const std::string& path) {
     result.headerWidth = stream->codecpar->width;
     result.sampleAspect = av_guess_sample_aspect_ratio(opened, stream, nullptr);
     if (const std::uint8_t* matrix = av_stream_get_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr)) {
-        result.rotation = static_cast<int>(std::lround(av_display_rotation_get(reinterpret_cast<const std::int32_t*>(matrix))));
+        result.rotation =
+            static_cast<int>(std::lround(av_display_rotation_get(reinterpret_cast<const std::int32_t*>(matrix))));
     }
     const AVCodec* decoder = avcodec_find_decoder(stream->codecpar->codec_id);
     const CodecPointer codec(avcodec_alloc_context3(decoder));

@@ -146,9 +146,7 @@ void WriteY4m(const SquareScene& scene, const std::string& path) {
     Require(!file.fail(), "writing a raw clip");
 }
 
-bool HasEncoder(const std::string& codec) {
-    return avcodec_find_encoder_by_name(codec.c_str()) != nullptr;
-}
+bool HasEncoder(const std::string& codec) { return avcodec_find_encoder_by_name(codec.c_str()) != nullptr; }
 
 void WriteEncoded(const std::vector<SquareScene>& scenes, const Encoding& encoding, const std::string& path) {
     av_log_set_level(AV_LOG_ERROR);

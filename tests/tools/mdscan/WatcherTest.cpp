@@ -138,7 +138,7 @@ TEST(Watcher, ObjectsKnowTheZonesThatTheyTouch) {
     Appearance squares({10, 10}, {16, 16});
     const Findings findings = LastOf(watcher, squares);
     ASSERT_EQ(findings.objects.size(), 2u);
-    EXPECT_EQ(findings.objects[0].zones, 0b010u);          // the large one, below
+    EXPECT_EQ(findings.objects[0].zones, 0b010u);  // the large one, below
     EXPECT_EQ(findings.objects[1].zones, 0b011u);
 }
 
@@ -172,16 +172,17 @@ TEST(Watcher, AZoneMayHaveAMinimumSizeOfItsOwn) {
 
 TEST(Watcher, ObjectsTooNarrowOrTooLowAreDropped) {
     WatchRules large = everything;
-    large.minSize = 0.25;                                  // 10 of 40 columns, 7 of 30 rows
-    Watcher enough(grey, GridOf(80, 60, 2), large), narrow(grey, GridOf(80, 60, 2), large), low(grey, GridOf(80, 60, 2), large);
+    large.minSize = 0.25;  // 10 of 40 columns, 7 of 30 rows
+    Watcher enough(grey, GridOf(80, 60, 2), large), narrow(grey, GridOf(80, 60, 2), large),
+        low(grey, GridOf(80, 60, 2), large);
     Appearance bothEnough({20, 14}, {20, 14}), oneNarrow({20, 14}, {18, 14}), oneLow({20, 14}, {20, 12});
     EXPECT_EQ(LastOf(enough, bothEnough).objects.size(), 2u);
     EXPECT_EQ(LastOf(narrow, oneNarrow).objects.size(), 1u);
     EXPECT_EQ(LastOf(low, oneLow).objects.size(), 1u);
 }
 
-// A striped picture of 160 x 120; after eight seconds something chequered appears at (16, 16), and (96, 64) gets a third less
-// light.
+// A striped picture of 160 x 120; after eight seconds something chequered appears at (16, 16), and (96, 64) gets a third
+// less light.
 TEST(Watcher, MarksTellObjectsFromShadows) {
     const PictureGrid grid = GridOf(160, 120, 4);
     WatchRules rules = everything;

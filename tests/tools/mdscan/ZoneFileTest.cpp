@@ -70,9 +70,7 @@ std::string WithZone(const std::string& fields) {
     return R"({"zones":[{"name":"ok","polygon":[[0,0],[1,0],[0,1]]},{)" + fields + "}]}";
 }
 
-std::string WithPolygon(const std::string& corners) {
-    return WithZone(R"("name":"a","polygon":[)" + corners + "]");
-}
+std::string WithPolygon(const std::string& corners) { return WithZone(R"("name":"a","polygon":[)" + corners + "]"); }
 
 TEST_F(ZoneFileTest, AMistakeIsNamedWithItsPlace) {
     const std::vector<std::pair<std::string, std::string>> mistakes = {
@@ -92,7 +90,8 @@ TEST_F(ZoneFileTest, AMistakeIsNamedWithItsPlace) {
         {WithZone(R"("name":"a","color":"red")"),
          "zones[1]: unknown key \"color\", known are exclude, mask, min_size, name, polygon"},
         {WithZone(R"("name":"a","exclude":1,"polygon":[[0,0],[1,0],[0,1]])"), "zones[1].exclude: must be true or false"},
-        {WithZone(R"("name":"a","min_size":1.5,"polygon":[[0,0],[1,0],[0,1]])"), "zones[1].min_size: 1.5 lies outside 0 to 1"},
+        {WithZone(R"("name":"a","min_size":1.5,"polygon":[[0,0],[1,0],[0,1]])"),
+         "zones[1].min_size: 1.5 lies outside 0 to 1"},
         {WithZone(R"("name":"a","mask":"no.png")"), "zones[1].mask: " + In("no.png") + ": cannot be used as a mask: "},
         {WithPolygon(""), "zones[1].polygon: must be a list of at least three corners [x, y]"},
         {WithPolygon("[0,0],[1,1]"), "zones[1].polygon: must be a list of at least three corners [x, y]"},
@@ -100,7 +99,8 @@ TEST_F(ZoneFileTest, AMistakeIsNamedWithItsPlace) {
         {WithPolygon("[0,0],[1,1],[0,1.2]"), "zones[1].polygon[2][1]: 1.2 lies outside 0 to 1"},
         {WithPolygon("[0,0],[1,1],[-0.5,1]"), "zones[1].polygon[2][0]: -0.5 lies outside 0 to 1"},
         {WithPolygon("[0,0],[1,\"1\"],[0,1]"), "zones[1].polygon[1][1]: must be a number from 0 to 1"},
-        {WithPolygon("[0,0],[1,1],[1,0],[0,1]"), "zones[1].polygon: the line from [0] to [1] crosses the one from [2] to [3]"},
+        {WithPolygon("[0,0],[1,1],[1,0],[0,1]"),
+         "zones[1].polygon: the line from [0] to [1] crosses the one from [2] to [3]"},
         {WithPolygon("[0,0],[0.5,0.5],[1,1]"), "zones[1].polygon: encloses nothing"},
         {WithPolygon("[0,0],[1,1],[1,1],[0,1]"), "zones[1].polygon: corners [1] and [2] are the same"},
     };

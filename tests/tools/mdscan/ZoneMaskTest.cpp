@@ -12,9 +12,7 @@ namespace {
 
 constexpr PictureGrid fourByThree{.pictureWidth = 40, .pictureHeight = 30, .blockSize = 10, .columns = 4, .rows = 3};
 
-int Blocks(const std::vector<std::uint8_t>& mask) {
-    return std::accumulate(mask.begin(), mask.end(), 0);
-}
+int Blocks(const std::vector<std::uint8_t>& mask) { return std::accumulate(mask.begin(), mask.end(), 0); }
 
 std::vector<std::uint8_t> Rectangle(const RelativeZone& rectangle, const PictureGrid& grid) {
     return ZoneMask(RectangleZone("", rectangle), grid);
@@ -27,12 +25,13 @@ TEST(ZoneMask, TheLeftHalfIsTheLeftColumns) {
 }
 
 TEST(ZoneMask, RowsAndColumnsAreNotConfused) {
-    EXPECT_EQ(Rectangle({0.25, 0.34, 0.5, 0.3}, fourByThree), (std::vector<std::uint8_t>{0, 0, 0, 0, 0, 1, 1, 0, 0, 0, 0, 0}));
+    EXPECT_EQ(Rectangle({0.25, 0.34, 0.5, 0.3}, fourByThree),
+              (std::vector<std::uint8_t>{0, 0, 0, 0, 0, 1, 1, 0, 0, 0, 0, 0}));
 }
 
 TEST(ZoneMask, ABlockBelongsToTheZoneWhereItsCentreIs) {
-    EXPECT_EQ(Blocks(Rectangle({0, 0, 0.126, 1}, fourByThree)), 3);        // centres at 1/8 of the width
-    EXPECT_EQ(Blocks(Rectangle({0.126, 0, 0.24, 1}, fourByThree)), 3 * 1); // only the one in the middle, by necessity
+    EXPECT_EQ(Blocks(Rectangle({0, 0, 0.126, 1}, fourByThree)), 3);         // centres at 1/8 of the width
+    EXPECT_EQ(Blocks(Rectangle({0.126, 0, 0.24, 1}, fourByThree)), 3 * 1);  // only the one in the middle, by necessity
 }
 
 TEST(ZoneMask, ATinyZoneIsOneBlock) {
@@ -59,7 +58,7 @@ TEST(ZoneMask, AThinLineIsAChainOfBlocks) {
 
 TEST(ZoneMask, NeighboursShareNoBlock) {
     const auto left = Rectangle({0, 0, 0.375, 1}, fourByThree), right = Rectangle({0.375, 0, 0.625, 1}, fourByThree);
-    EXPECT_EQ(Blocks(left) + Blocks(right), 12);           // the border runs through centres
+    EXPECT_EQ(Blocks(left) + Blocks(right), 12);  // the border runs through centres
 }
 
 TEST(ZoneMask, APictureIsStretchedOverTheGrid) {

@@ -43,7 +43,8 @@ TEST_F(ZonePreview, ZonesShareOneListWhereverTheyComeFrom) {
 }
 
 TEST_F(ZonePreview, ThePictureShowsThem) {
-    const Outcome run = Mdscan({"zones", "--zones", In("zones.json"), "--preview", In("frame.png"), RawClip({.seconds = 1})});
+    const Outcome run =
+        Mdscan({"zones", "--zones", In("zones.json"), "--preview", In("frame.png"), RawClip({.seconds = 1})});
     EXPECT_EQ(run.code, 0) << run.err;
     EXPECT_EQ(run.lines[0]["color"], "yellow");
     png_image image = {};

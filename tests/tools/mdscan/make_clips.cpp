@@ -1,5 +1,5 @@
-// Which clips do tests need that are no C++?  Writes a small folder of recordings of two cameras, sound and broken ones, or what
-// live sources send.
+// Which clips do tests need that are no C++?  Writes a small folder of recordings of two cameras, sound and broken ones, or
+// what live sources send.
 #include <filesystem>
 #include <fstream>
 #include <iterator>

@@ -13,15 +13,13 @@ namespace MdScene {
 inline constexpr Settings street = {.width = 208, .height = 118, .fps = 5, .frames = 300, .seed = 5, .quietSeconds = 3};
 
 // The same street with everybody on it at once.
-inline constexpr Settings crowd = {.width = 208, .height = 118, .fps = 5, .frames = 200, .seed = 5, .quietSeconds = 1,
-                                   .pauseSeconds = -12};
+inline constexpr Settings crowd = {
+    .width = 208, .height = 118, .fps = 5, .frames = 200, .seed = 5, .quietSeconds = 1, .pauseSeconds = -12};
 
 struct Pixel {
     int x, y;
 };
-inline std::ostream& operator<<(std::ostream& out, const Pixel& pixel) {
-    return out << pixel.x << ", " << pixel.y;
-}
+inline std::ostream& operator<<(std::ostream& out, const Pixel& pixel) { return out << pixel.x << ", " << pixel.y; }
 
 // Where do two pictures differ?  A chroma sample stands for all of its up to four pixels.
 inline std::vector<Pixel> ChangedPixels(const Frame& frame, const Frame& empty) {

@@ -42,8 +42,15 @@ protected:
 // The same scene for the program and for the library.
 const std::string smallScene =
     "--size 96x54 --frames 40 --fps 4 --seed 9 --quiet-seconds 2 --pause-seconds -20 --noise 2 --wind 0.5";
-constexpr MdScene::Settings smallSettings = {.width = 96, .height = 54, .fps = 4, .frames = 40, .seed = 9,
-                                             .quietSeconds = 2, .pauseSeconds = -20, .noise = 2, .wind = 0.5};
+constexpr MdScene::Settings smallSettings = {.width = 96,
+                                             .height = 54,
+                                             .fps = 4,
+                                             .frames = 40,
+                                             .seed = 9,
+                                             .quietSeconds = 2,
+                                             .pauseSeconds = -20,
+                                             .noise = 2,
+                                             .wind = 0.5};
 
 }  // namespace
 

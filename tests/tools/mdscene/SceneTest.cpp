@@ -63,7 +63,7 @@ TEST(Scene, OtherSeedGivesAnotherScene) {
     Settings other = street;
     other.seed = 6;
     EXPECT_NE(DigestOf(street, {0}), DigestOf(other, {0}));
-    EXPECT_NE(DigestOf(street, {0}), DigestOf(street, {1})); // noise is new in every frame
+    EXPECT_NE(DigestOf(street, {0}), DigestOf(street, {1}));  // noise is new in every frame
 }
 
 // The digests are equal on g++ and clang, at -O0 and -O3, with and without AVX2.  They change with every change of the
@@ -124,7 +124,7 @@ TEST(Scene, WindMovesTheTreeAndNothingElse) {
     Scene(windy).RenderEmpty(4, moved);
     const std::vector<Pixel> changed = ChangedPixels(moved, still);
     EXPECT_GT(changed.size(), 100u);
-    Frame later; // one cycle of the light later, 47 s
+    Frame later;  // one cycle of the light later, 47 s
     Scene(calm).RenderEmpty(4 + 47 * 5, later);
     EXPECT_TRUE(ChangedPixels(later, still).empty());
     for (const Pixel& pixel : changed) {

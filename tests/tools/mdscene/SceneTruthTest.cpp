@@ -87,9 +87,9 @@ TEST(SceneTruth, PersonsAndCarsComeAndGoWithPauses) {
     EXPECT_GE(persons.size(), 2u);
     EXPECT_GE(cars.size(), 2u);
     EXPECT_EQ(persons.size() + cars.size(), scene.Actors().size());
-    EXPECT_EQ(pauses, static_cast<int>(scene.Actors().size())); // one after each
+    EXPECT_EQ(pauses, static_cast<int>(scene.Actors().size()));  // one after each
     EXPECT_GT(busyFrames, street.frames / 3);
-    EXPECT_FALSE(wasBusy); // all are gone at the end
+    EXPECT_FALSE(wasBusy);  // all are gone at the end
 }
 
 TEST(SceneTruth, ChangedPixelsLieInTheBoxesOfTheTruth) {
@@ -105,9 +105,8 @@ TEST(SceneTruth, ChangedPixelsLieInTheBoxesOfTheTruth) {
             ASSERT_FALSE(outside) << "frame " << number << ", pixel " << *outside;
             framesWithChange += !changed.empty();
             for (const Thing& a : frame.things)
-                framesWhereThingsMeet += std::any_of(frame.things.begin(), frame.things.end(), [&](const Thing& b) {
-                    return b.id > a.id && Overlap(a.box, b.box);
-                });
+                framesWhereThingsMeet += std::any_of(frame.things.begin(), frame.things.end(),
+                                                     [&](const Thing& b) { return b.id > a.id && Overlap(a.box, b.box); });
         }
         EXPECT_GT(framesWithChange, 20);
         EXPECT_EQ(framesWhereThingsMeet > 0, settings.pauseSeconds < 0);
@@ -143,7 +142,7 @@ TEST(SceneTruth, MaskMarksWhatChanged) {
                 const auto index = static_cast<std::size_t>(y * frame.width + x);
                 const std::uint8_t mask = frame.mask[index];
                 ASSERT_TRUE(mask != maskEmpty || frame.y[index] == empty.y[index]);
-                if (mask == maskShadow) { // shadows only take light away
+                if (mask == maskShadow) {  // shadows only take light away
                     ASSERT_LE(frame.y[index], empty.y[index]);
                     ++shadows;
                 }
@@ -166,10 +165,10 @@ TEST(SceneTruth, ComparisonNoticesAWrongTruth) {
     EXPECT_TRUE(FirstOutsideTruth(changed, {}));
 
     std::vector<Thing> wrong = frame.things;
-    wrong[0].shadow = {}; // it lies beside the thing, too
+    wrong[0].shadow = {};  // it lies beside the thing, too
     EXPECT_TRUE(FirstOutsideTruth(changed, wrong));
     wrong = frame.things;
-    wrong[0].box.top += 4; // above the head there is no shadow
+    wrong[0].box.top += 4;  // above the head there is no shadow
     EXPECT_TRUE(FirstOutsideTruth(changed, wrong));
 
     EXPECT_TRUE(IsTight(frame, frame.things[0].box));
@@ -206,8 +205,8 @@ TEST(SceneTruth, ThingsEnterAndLeaveAtTheEdge) {
 TEST(SceneTruth, PathsBeginAndEndOutsideThePicture) {
     constexpr Settings tiny = {.width = 64, .height = 36};
     for (std::uint64_t seed = 1; seed <= 12; ++seed) {
-        const auto actors = MakeActors({.quietSeconds = 0, .pauseSeconds = 0, .endSeconds = 60,
-                                                 .pictureWidth = 64.0 / 36}, seed);
+        const auto actors =
+            MakeActors({.quietSeconds = 0, .pauseSeconds = 0, .endSeconds = 60, .pictureWidth = 64.0 / 36}, seed);
         EXPECT_GE(actors.size(), 4u);
         for (Actor actor : actors) {
             const double start = actor.Start(), end = actor.End();
@@ -221,7 +220,7 @@ TEST(SceneTruth, PathsBeginAndEndOutsideThePicture) {
             for (Waypoint& waypoint : actor.path) waypoint.seconds -= (start + end) / 2;
             Frame frame;
             Scene(tiny, {actor}).Render(0, frame);
-            EXPECT_EQ(frame.things.size(), 1u); // and halfway it is there
+            EXPECT_EQ(frame.things.size(), 1u);  // and halfway it is there
         }
     }
 }
@@ -248,7 +247,7 @@ Frame FrameOf(const std::vector<Actor>& actors) {
 }  // namespace
 
 TEST(SceneTruth, WhatIsHiddenHasNoBox) {
-    auto person = StandingAt(1, Kind::Person, 0.7); // no lower: the van has wheels to look between
+    auto person = StandingAt(1, Kind::Person, 0.7);  // no lower: the van has wheels to look between
     person.size = 0.85;
     const auto van = StandingAt(2, Kind::Car, 0.736);
     const auto personInFront = StandingAt(1, Kind::Person, 0.737);
@@ -266,11 +265,11 @@ TEST(SceneTruth, WhatIsHiddenHasNoBox) {
 TEST(SceneTruth, WhatIsHalfHiddenKeepsTheRestOfItsBox) {
     const auto far = StandingAt(1, Kind::Person, 0.52), near = StandingAt(2, Kind::Person, 0.60);
     const Frame farAlone = FrameOf({far}), nearAlone = FrameOf({near}), both = FrameOf({far, near});
-    PixelBox visible; // pixels that only the far one can have
+    PixelBox visible;  // pixels that only the far one can have
     for (int y = 0; y < both.height; ++y)
         for (int x = 0; x < both.width; ++x)
             if (MaskAt(farAlone, x, y) == maskThing && MaskAt(nearAlone, x, y) != maskThing) visible.Add(x, y);
-    ASSERT_GT(visible.bottom, nearAlone.things[0].box.top + 3); // beside the near one, within its box
+    ASSERT_GT(visible.bottom, nearAlone.things[0].box.top + 3);  // beside the near one, within its box
     const PixelBox &box = both.things[0].box, &alone = farAlone.things[0].box;
     EXPECT_TRUE(box.Contains(visible.left, visible.top) && box.Contains(visible.right - 1, visible.bottom - 1));
     EXPECT_TRUE(alone.Contains(box.left, box.top) && alone.Contains(box.right - 1, box.bottom - 1));

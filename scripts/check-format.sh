@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# Is every source as .clang-format wants it, and no line longer than it allows?  Part of the tests.
+# usage: scripts/check-format.sh [--fix]     --fix: applies the format; what is still too long is named
+set -euo pipefail
+cd "$(dirname "$0")/.."
+# Another version writes another dialect.
+format=$(command -v clang-format-14 || command -v clang-format)
+limit=$(sed -n 's/^ColumnLimit: *//p' .clang-format)
+
+sources() {                                                 # archives have no git
+    if [[ -e .git ]]; then
+        git ls-files -z -- '*.c' '*.cpp' '*.h' '*.hpp'
+    else
+        find abi bench examples fuzz host include src tests tools \
+            '(' -name '*.c' -o -name '*.cpp' -o -name '*.h' -o -name '*.hpp' ')' -print0
+    fi
+}
+
+if [[ ${1:-} == --fix ]]; then
+    sources | xargs -0 -P "$(nproc)" -n 40 "$format" -i
+fi
+status=0
+sources | xargs -0 -P "$(nproc)" -n 40 "$format" --dry-run -Werror || status=1
+long=$(sources | xargs -0 awk -v limit="$limit" 'length > limit { print FILENAME ":" FNR ": " length " columns" }')
+if [[ -n $long ]]; then
+    printf '%s\n' "$long" >&2
+    status=1
+fi
+((status == 0)) || echo "check-format: run scripts/check-format.sh --fix" >&2
+exit $status
