@@ -18,6 +18,8 @@
 #define MD_FOUR_AT_ONCE _Pragma("GCC unroll 4")
 #endif
 
+namespace MD {
+
 // Blocks first to last - 1 of a plane.
 struct BlockRange {
     std::size_t first;
@@ -61,3 +63,5 @@ struct Grid {
     int columns;
     int rows;
 };
+
+}  // namespace MD

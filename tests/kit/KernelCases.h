@@ -30,7 +30,7 @@ struct KernelCase {
     GuardedSide side;  // where the unreadable page is
     std::uint64_t seed;
 
-    BlockRange Range() const { return {first, last}; }
+    MD::BlockRange Range() const { return {first, last}; }
 };
 
 inline constexpr std::size_t longestKernelRange = 67;

@@ -8,6 +8,7 @@ namespace Bench {
 namespace {
 
 using namespace MD::Kernels;
+using MD::BlockRange;
 
 constexpr std::int64_t oneSecond = 10000000;  // ticks
 

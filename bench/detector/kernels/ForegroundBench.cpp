@@ -9,6 +9,7 @@ namespace Bench {
 namespace {
 
 using namespace MD::Kernels;
+using MD::BlockRange;
 
 struct ForegroundPlanes {
     explicit ForegroundPlanes(std::size_t blocks)

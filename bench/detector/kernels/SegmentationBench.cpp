@@ -9,6 +9,7 @@ namespace Bench {
 namespace {
 
 using namespace MD::Kernels;
+using MD::Grid;
 
 struct Segments {
     explicit Segments(GridSize size, int foregroundPercent)

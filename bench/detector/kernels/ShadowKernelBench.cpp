@@ -8,6 +8,7 @@ namespace Bench {
 namespace {
 
 using namespace MD::Kernels;
+using MD::Grid;
 
 struct ShadowPlanes {
     ShadowPlanes(std::size_t blocks, int foregroundPercent)

@@ -16,6 +16,7 @@ using Kit::ForEachKernelCase;
 using Kit::KernelCase;
 using Kit::KernelPlane;
 using Kit::SeededRandom;
+using MD::ByteDistance;
 
 namespace {
 

@@ -19,6 +19,7 @@ using namespace MD::Kernels;
 using Kit::GuardedBlocks;
 using Kit::GuardedSide;
 using Kit::SeededRandom;
+using MD::Grid;
 
 namespace {
 
