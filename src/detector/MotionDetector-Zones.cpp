@@ -10,7 +10,6 @@
 namespace MD {
 namespace {
 
-using Kernels::Box;
 using Kernels::ObjectBlocks;
 
 constexpr int tagOffset = 30000;  // label + tagOffset marks a block for the similarity refinement
@@ -92,8 +91,8 @@ bool MotionDetector::KeepObject(int count, int label) {
     const ObjectBlocks object{.xs = _objectPixelX, .ys = _objectPixelY, .count = count};
     const Grid grid = BlockGrid();
     const bool countsAll = !_limitObjectsToMask || _longBackgroundTimes;
-    const Kernels::Box whole = Kernels::BoxOfBlocks(object);
-    Kernels::Box box = whole;
+    const CellBox whole = Kernels::BoxOfBlocks(object);
+    CellBox box = whole;
     if (!countsAll && !Kernels::BoxOfCountedBlocks(object, _isMotionPixel, grid, box)) {
         Kernels::DiscardObject(object, _objectsMap, _zoneResultMap, grid);
         return false;
@@ -114,7 +113,7 @@ bool MotionDetector::KeepObject(int count, int label) {
 
 // Blocks outside the box and blocks that the similarity refinement takes leave the object; the others go to _finalPixelX,
 // _finalPixelY. Returns their number.
-int MotionDetector::RefineObject(ObjectBlocks object, Box box, int label) {
+int MotionDetector::RefineObject(ObjectBlocks object, CellBox box, int label) {
     const Grid grid = BlockGrid();
     const auto mark = static_cast<std::uint16_t>(label), tagged = static_cast<std::uint16_t>(label + tagOffset);
     Kernels::TrimObject(object, box, _objectsMap, _zoneResultMap, grid);

@@ -22,7 +22,6 @@ namespace MD {
 
 namespace Kernels {
 struct BlockGroup;
-struct Box;
 struct ObjectBlocks;
 }  // namespace Kernels
 
@@ -229,7 +228,7 @@ private:
     MD_INTERNAL void StartLabels();
     MD_INTERNAL int CollectMovingBlocks(MDZone* zone);
     MD_INTERNAL bool KeepObject(int count, int label);
-    MD_INTERNAL int RefineObject(Kernels::ObjectBlocks object, Kernels::Box box, int label);
+    MD_INTERNAL int RefineObject(Kernels::ObjectBlocks object, CellBox box, int label);
 
     std::unique_ptr<Kernels::BlockGroup[]> _foregroundGroups;  // groups of blocks with foreground, in raster order
     std::ptrdiff_t _foregroundGroupCount;

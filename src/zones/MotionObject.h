@@ -6,7 +6,7 @@
 #include "coreMD.h"
 #include "utils/Visibility.h"
 #include "zones/CellArena.h"
-#include "zones/CellBox.h"
+#include "utils/CellBox.h"
 
 namespace MD {
 

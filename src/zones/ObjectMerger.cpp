@@ -123,8 +123,7 @@ void ObjectMerger::Absorb(int absorber, int part) {
     a.partsBox = Union(a.partsBox, added);
     const CellBox before = BoxOf(absorber), after = Union(before, added);
     if (absorber > 0) SetBit(_dueNow, absorber);
-    if (after.left == before.left && after.right == before.right && after.top == before.top && after.bottom == before.bottom)
-        return;
+    if (after == before) return;
     SetBox(absorber, after);
     EnterGrown(absorber, before, after);
 

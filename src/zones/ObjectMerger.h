@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "zones/CellBox.h"
+#include "utils/CellBox.h"
 #include "zones/MotionObject.h"
 
 namespace MD {

@@ -9,6 +9,7 @@ namespace Bench {
 namespace {
 
 using namespace MD::Kernels;
+using MD::CellBox;
 using MD::Grid;
 
 struct Segments {
@@ -82,11 +83,11 @@ void RegisterKernel(const std::string& name, int foregroundPercent, Work work) {
             state, size.Blocks(), CallsFor(size.Blocks()), [&] { s.Fill(); }, [&] { s.PrepareFill(); });
     });
     RegisterKernel("BoxOfCountedBlocks", 100, [](Segments& s) {
-        Box box{};
+        CellBox box{};
         benchmark::DoNotOptimize(BoxOfCountedBlocks(s.Object(), s.isObject.data(), s.grid, box));
     });
     RegisterKernel("TrimObject", 100, [](Segments& s) {
-        const Box box{.left = 0, .right = s.grid.columns - 1, .top = 0, .bottom = s.grid.rows - 1};
+        const CellBox box{.left = 0, .right = s.grid.columns - 1, .top = 0, .bottom = s.grid.rows - 1};
         benchmark::DoNotOptimize(TrimObject(s.Object(), box, s.objectsMap.data(), s.zoneResultMap.data(), s.grid));
     });
     RegisterKernel("RelabelObject", 100, [](Segments& s) { RelabelObject(s.Object(), s.objectsMap.data(), 1, s.grid); });

@@ -16,16 +16,16 @@ std::ptrdiff_t IndexOf(ObjectBlocks object, int i, Grid grid) {
     return static_cast<std::ptrdiff_t>(object.ys[i]) * grid.columns + object.xs[i];
 }
 
-bool IsInside(Box box, int x, int y) { return x >= box.left && x <= box.right && y >= box.top && y <= box.bottom; }
+bool IsInside(CellBox box, int x, int y) { return x >= box.left && x <= box.right && y >= box.top && y <= box.bottom; }
 
 // The 3 x 3 neighbourhood of a block, clipped to the grid.
-Box NeighbourhoodOf(int x, int y, Grid grid) {
+CellBox NeighbourhoodOf(int x, int y, Grid grid) {
     return {std::max(x - 1, 0), std::min(x + 1, grid.columns - 1), std::max(y - 1, 0), std::min(y + 1, grid.rows - 1)};
 }
 
 // visit(block index, position in the square), row by row.
 template <class Visit>
-void ForEachCell(Box square, Grid grid, Visit visit) {
+void ForEachCell(CellBox square, Grid grid, Visit visit) {
     std::ptrdiff_t position = 0;
     for (std::ptrdiff_t y = square.top; y <= square.bottom; ++y)
         for (std::ptrdiff_t x = square.left; x <= square.right; ++x, ++position) visit(y * grid.columns + x, position);
@@ -123,7 +123,7 @@ void GrowObject(GrowingObject object, std::uint16_t label, Grid grid) {
     object.count = count;
 }
 
-Box BoxOfBlocks(ObjectBlocks object) {
+CellBox BoxOfBlocks(ObjectBlocks object) {
     std::int16_t left = object.xs[0], right = left, top = object.ys[0], bottom = top;
     for (int i = 1; i < object.count; ++i) {
         left = std::min(left, object.xs[i]);
@@ -135,7 +135,7 @@ Box BoxOfBlocks(ObjectBlocks object) {
 }
 
 // Blocks that do not count push no bound: their coordinates are replaced by ones that cannot.
-bool BoxOfCountedBlocks(ObjectBlocks object, const std::uint8_t* isCounted, Grid grid, Box& box) {
+bool BoxOfCountedBlocks(ObjectBlocks object, const std::uint8_t* isCounted, Grid grid, CellBox& box) {
     const auto columns = static_cast<std::int16_t>(grid.columns), rows = static_cast<std::int16_t>(grid.rows);
     std::int16_t left = columns, right = 0, top = rows, bottom = 0;
     int counted = 0;
@@ -151,7 +151,7 @@ bool BoxOfCountedBlocks(ObjectBlocks object, const std::uint8_t* isCounted, Grid
     return counted > 0;
 }
 
-int TrimObject(ObjectBlocks object, Box box, std::uint16_t* objectsMap, std::uint8_t* zoneResultMap, Grid grid) {
+int TrimObject(ObjectBlocks object, CellBox box, std::uint16_t* objectsMap, std::uint8_t* zoneResultMap, Grid grid) {
     int trimmed = 0;
     for (int i = 0; i < object.count; ++i) {
         if (IsInside(box, object.xs[i], object.ys[i])) continue;
@@ -185,7 +185,7 @@ int RefineSimilarBlocks(ObjectBlocks object, SimilarityBlocks b, std::uint16_t t
         if (!isMaskClear) std::fill_n(b.uniformMask, blockCount, std::uint8_t{0});
         isMaskClear = true;
 
-        const Box square = NeighbourhoodOf(object.xs[i], object.ys[i], grid);
+        const CellBox square = NeighbourhoodOf(object.xs[i], object.ys[i], grid);
         const std::ptrdiff_t bufLenght = (square.right - square.left + 1) * (square.bottom - square.top + 1);
         assert(bufLenght <= blockCount);
         std::fill_n(b.neighbourhoodMask, bufLenght, std::uint8_t{0});

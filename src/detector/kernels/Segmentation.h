@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "utils/Blocks.h"
+#include "utils/CellBox.h"
 
 namespace MD::Kernels {
 
@@ -52,24 +53,13 @@ struct ObjectBlocks {
     int count;
 };
 
-struct Box {  // inclusive
-    int left;
-    int right;
-    int top;
-    int bottom;
-};
-
-constexpr bool operator==(Box a, Box b) {
-    return a.left == b.left && a.right == b.right && a.top == b.top && a.bottom == b.bottom;
-}
-
 // Smallest box over the blocks, of which there is at least one.
-Box BoxOfBlocks(ObjectBlocks object);
+CellBox BoxOfBlocks(ObjectBlocks object);
 // The same over those for which `isCounted` is set. False if there are none.
-bool BoxOfCountedBlocks(ObjectBlocks object, const std::uint8_t* isCounted, Grid grid, Box& box);
+bool BoxOfCountedBlocks(ObjectBlocks object, const std::uint8_t* isCounted, Grid grid, CellBox& box);
 
 // Clears both maps at the blocks outside the box, or at all blocks. TrimObject returns the number of blocks outside.
-int TrimObject(ObjectBlocks object, Box box, std::uint16_t* objectsMap, std::uint8_t* zoneResultMap, Grid grid);
+int TrimObject(ObjectBlocks object, CellBox box, std::uint16_t* objectsMap, std::uint8_t* zoneResultMap, Grid grid);
 void DiscardObject(ObjectBlocks object, std::uint16_t* objectsMap, std::uint8_t* zoneResultMap, Grid grid);
 
 // Finds blocks marked `tagged` whose difference from the background is shared by more than two cells of their 3 x 3

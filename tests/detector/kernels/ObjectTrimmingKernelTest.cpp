@@ -17,6 +17,7 @@ using namespace MD::Kernels;
 using Kit::GuardedBlocks;
 using Kit::GuardedSide;
 using Kit::SeededRandom;
+using MD::CellBox;
 using MD::Grid;
 
 namespace {
@@ -86,7 +87,7 @@ struct Rectangle {
     int left, right, top, bottom;
     bool operator==(const Rectangle&) const = default;
 };
-Rectangle AsRectangle(Box box) { return {box.left, box.right, box.top, box.bottom}; }
+Rectangle AsRectangle(CellBox box) { return {box.left, box.right, box.top, box.bottom}; }
 
 struct Refined {
     int newlySet = 0;
@@ -244,11 +245,12 @@ TEST(ObjectTrimmingKernel, BoxEqualsRule) {
                         std::min<int>(expected.top, o.ys[i]), std::max<int>(expected.bottom, o.ys[i])};
         }
         const GuardedBlocks<std::uint8_t> mask{std::span<const std::uint8_t>(isCounted)};
-        Box box{};
+        CellBox box{};
         if (!countsAll) {
             ASSERT_EQ(BoxOfCountedBlocks(o.Blocks(), mask.data(), o.grid, box), hasBlocks);
         } else if (hasBlocks) {
             box = BoxOfBlocks(o.Blocks());
+            ASSERT_EQ(box, MD::BoxOfCells(o.xs.data(), o.ys.data(), static_cast<int>(o.Count())));
         }
         if (hasBlocks) {
             ASSERT_EQ(AsRectangle(box), expected);
@@ -262,7 +264,7 @@ TEST(ObjectTrimmingKernel, BoxEqualsRule) {
 TEST(ObjectTrimmingKernel, TrimmingClearsBothMapsOutsideTheBox) {
     ForEachObject([](Object& o, SeededRandom& random) {
         const int left = random.Between(0, o.grid.columns - 1), top = random.Between(0, o.grid.rows - 1);
-        const Box box{left, random.Between(left, o.grid.columns - 1), top, random.Between(top, o.grid.rows - 1)};
+        const CellBox box{left, random.Between(left, o.grid.columns - 1), top, random.Between(top, o.grid.rows - 1)};
         Labels map = o.map;
         Bytes zoneResultMap = o.zoneResultMap;
         int outside = 0;

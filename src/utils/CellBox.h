@@ -1,4 +1,4 @@
-// Which box do blocks span?  Shared by motion objects and their merger.
+// Which box do blocks span?
 #pragma once
 
 namespace MD {
@@ -9,6 +9,8 @@ struct CellBox {
     int right;
     int top;
     int bottom;
+
+    friend constexpr bool operator==(const CellBox&, const CellBox&) = default;
 };
 
 inline constexpr CellBox emptyCellBox{32767, -32768, 32767, -32768};
@@ -24,6 +26,7 @@ constexpr bool Touch(CellBox a, CellBox b) {
     return columnsMeet & (b.bottom + 1 >= a.top) & (b.top - 1 <= a.bottom);
 }
 
+// Of no blocks, the empty one.
 inline CellBox BoxOfCells(const short* xs, const short* ys, int count) {
     short left = 32767, right = -32768, top = 32767, bottom = -32768;
     for (int i = 0; i < count; ++i) {
