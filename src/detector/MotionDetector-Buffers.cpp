@@ -52,6 +52,7 @@ MotionDetector::MotionDetector()
       _limitObjectsToMask(true),
       _longBackgroundTimes(false),
       _foregroundGroupCount(0),
+      _isUniformMaskClear(false),
       _shadowRowFirst(0),
       _shadowRowLast(0) {
     const long rn = std::rand();

@@ -44,9 +44,11 @@ void MotionDetector::ProcessZones() {
     }
 }
 
-// Before the zones of a frame: no labels, and where there is foreground at all.
+// Before the zones of a frame: no labels, and where there is foreground at all. What the work mask holds is not known: it is
+// a host's to write between frames.
 void MotionDetector::StartLabels() {
     std::fill_n(_objectsMap, blockCount, std::uint16_t{0});
+    _isUniformMaskClear = false;
     _foregroundGroupCount = Kernels::FindForegroundGroups(_isObject, _foregroundGroups.get(), BlockGrid());
 }
 
@@ -97,6 +99,7 @@ bool MotionDetector::KeepObject(int count, int label) {
         Kernels::DiscardObject(object, _objectsMap, _zoneResultMap, grid);
         return false;
     }
+    ClearUniformMask();
     int remaining = count;
     if (box == whole) {  // nothing to trim: all blocks bear the label, none a mark for the refinement
         std::copy_n(_objectPixelX, count, _finalPixelX);
@@ -111,19 +114,27 @@ bool MotionDetector::KeepObject(int count, int label) {
     return true;
 }
 
+// For every object, refined or not; in a pass over the zones nobody but the refinement sets it.
+void MotionDetector::ClearUniformMask() {
+    if (_isUniformMaskClear) return;
+    std::fill_n(_uniformMask, blockCount, std::uint8_t{0});
+    _isUniformMaskClear = true;
+}
+
 // Blocks outside the box and blocks that the similarity refinement takes leave the object; the others go to _finalPixelX,
 // _finalPixelY. Returns their number.
 int MotionDetector::RefineObject(ObjectBlocks object, CellBox box, int label) {
     const Grid grid = BlockGrid();
     const auto mark = static_cast<std::uint16_t>(label), tagged = static_cast<std::uint16_t>(label + tagOffset);
     Kernels::TrimObject(object, box, _objectsMap, _zoneResultMap, grid);
-    Kernels::RefineSimilarBlocks(object,
-                                 {.current = _frameStatistics.FrameOfAge(0),
-                                  .background = _backgroundY,
-                                  .objectsMap = _objectsMap,
-                                  .uniformMask = _uniformMask,
-                                  .neighbourhoodMask = _neighbourhoodMask},
-                                 tagged, grid);
+    const int uniform = Kernels::RefineSimilarBlocks(object,
+                                                     {.current = _frameStatistics.FrameOfAge(0),
+                                                      .background = _backgroundY,
+                                                      .objectsMap = _objectsMap,
+                                                      .uniformMask = _uniformMask,
+                                                      .neighbourhoodMask = _neighbourhoodMask},
+                                                     tagged, grid);
+    _isUniformMaskClear = uniform == 0;
     return Kernels::CollectSurvivors(
         object, {.objectsMap = _objectsMap, .uniformMask = _uniformMask, .xs = _finalPixelX, .ys = _finalPixelY}, mark,
         tagged, grid);

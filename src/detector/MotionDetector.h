@@ -228,10 +228,12 @@ private:
     MD_INTERNAL void StartLabels();
     MD_INTERNAL int CollectMovingBlocks(MDZone* zone);
     MD_INTERNAL bool KeepObject(int count, int label);
+    MD_INTERNAL void ClearUniformMask();
     MD_INTERNAL int RefineObject(Kernels::ObjectBlocks object, CellBox box, int label);
 
     std::unique_ptr<Kernels::BlockGroup[]> _foregroundGroups;  // groups of blocks with foreground, in raster order
     std::ptrdiff_t _foregroundGroupCount;
+    bool _isUniformMaskClear;  // by this pass over the zones
     ObjectMerger _merger;
     int _shadowRowFirst;  // rows first to last - 1 of the shadow planes may hold more than zeros
     int _shadowRowLast;

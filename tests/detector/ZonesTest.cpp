@@ -195,6 +195,25 @@ TEST_F(ZonesTest, MovedBlocksOfOtherObjectsAndOfNoneDoNotCount) {
     EXPECT_EQ(Labels(), (Picture{"..1..", ".....", "..2.2"}));
 }
 
+// The refinement's work mask, filled by somebody else: a pass that keeps an object clears it, trimmed or not, any other
+// leaves it alone.
+TEST_F(ZonesTest, UniformMaskIsClearedForEveryObject) {
+    UseGrid(5, 2);
+    const auto cleared = [&](const Picture& foreground, const Picture& moving) {
+        std::fill_n(detector._uniformMask, 10, std::uint8_t{1});
+        Process(foreground, moving);
+        const Picture mask = PictureOf(detector._uniformMask, 5, 2);
+        EXPECT_TRUE(mask == (Picture{"11111", "11111"}) || mask == (Picture{".....", "....."}));
+        return mask[0] == ".....";
+    };
+    EXPECT_TRUE(cleared({"#....", "....."}, {"#....", "....."}));
+    EXPECT_TRUE(cleared({"###..", "....."}, {"#....", "....."}));
+    EXPECT_TRUE(cleared({"#..#.", "....."}, {"...#.", "....."}));   // the second of two
+    EXPECT_FALSE(cleared({"###..", "....."}, {".....", "....."}));  // discarded whole
+    EXPECT_FALSE(cleared({".....", "....."}, {".....", "....."}));
+    EXPECT_TRUE(cleared({"#....", "....."}, {"#....", "....."}));  // once more: what was cleared may have been written since
+}
+
 TEST_F(ZonesTest, WithoutTheLimitAllBlocksCount) {
     detector._limitObjectsToMask = false;
     Process({"###..", ".....", "##..."}, {".....", ".....", "....."});

@@ -179,12 +179,8 @@ int RefineSimilarBlocks(ObjectBlocks object, SimilarityBlocks b, std::uint16_t t
         return static_cast<float>(b.current[i] - b.background[i]);
     };
     int newlySet = 0;
-    bool isMaskClear = false;
     for (int i = 0; i < object.count; ++i) {
         if (b.objectsMap[IndexOf(object, i, grid)] != tagged) continue;
-        if (!isMaskClear) std::fill_n(b.uniformMask, blockCount, std::uint8_t{0});
-        isMaskClear = true;
-
         const CellBox square = NeighbourhoodOf(object.xs[i], object.ys[i], grid);
         const std::ptrdiff_t bufLenght = (square.right - square.left + 1) * (square.bottom - square.top + 1);
         assert(bufLenght <= blockCount);

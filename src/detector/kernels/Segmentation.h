@@ -69,7 +69,7 @@ struct SimilarityBlocks {
     const std::uint8_t* current;     // luma
     const std::uint8_t* background;  // luma
     const std::uint16_t* objectsMap;
-    std::uint8_t* uniformMask;        // work mask, cleared here once a mark is met
+    std::uint8_t* uniformMask;        // work mask, all 0
     std::uint8_t* neighbourhoodMask;  // room for 9 cells
 };
 int RefineSimilarBlocks(ObjectBlocks object, SimilarityBlocks b, std::uint16_t tagged, Grid grid);
