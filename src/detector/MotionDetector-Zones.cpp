@@ -58,12 +58,12 @@ void MotionDetector::ProcessZone() {
     _zonePool.ReleaseBusyList();
     MDZone* const currentZone = _nextProcessZone;
     if (!currentZone) return;
-    assert(currentZone->map);
-    assert(currentZone->pixelMapWidth == blockCountX);
-    assert(currentZone->pixelMapHeight == blockCountY);
+    MD_DETECTOR_ASSERT(currentZone->map, Kernels::processOneZone);
+    MD_DETECTOR_ASSERT(currentZone->pixelMapWidth == blockCountX, Kernels::processOneZone);
+    MD_DETECTOR_ASSERT(currentZone->pixelMapHeight == blockCountY, Kernels::processOneZone);
 
     const int motionBlocksCount = CollectMovingBlocks(currentZone);
-    assert(motionBlocksCount <= blockCount);
+    MD_DETECTOR_ASSERT(motionBlocksCount <= blockCount, Kernels::processOneZone);
     if (motionBlocksCount < 1) return;
     std::fill_n(_objectPixelX, motionBlocksCount, short{0});
     std::fill_n(_objectPixelY, motionBlocksCount, short{0});
@@ -71,8 +71,8 @@ void MotionDetector::ProcessZone() {
     unsigned short lastLabel = 0;
     for (int i = 0; i < motionBlocksCount; ++i) {
         const int offsetTmp1 = _movingPixelY[i] * blockCountX + _movingPixelX[i];
-        assert(offsetTmp1 >= 0);
-        assert(offsetTmp1 < blockCount);
+        MD_DETECTOR_ASSERT(offsetTmp1 >= 0, Kernels::processOneZone);
+        MD_DETECTOR_ASSERT(offsetTmp1 < blockCount, Kernels::processOneZone);
         if (_objectsMap[offsetTmp1] != Kernels::unassignedBlock) continue;
 
         const unsigned short label = static_cast<unsigned short>(lastLabel + 1);
@@ -82,7 +82,7 @@ void MotionDetector::ProcessZone() {
         int count = 1, processed = 0;
         BuildCurrentMovingObject(processed, count, label);
         const short motionObjectsCount = static_cast<short>(label);
-        assert(motionObjectsCount >= 0);
+        MD_DETECTOR_ASSERT(motionObjectsCount >= 0, Kernels::processOneZone);
         if (KeepObject(count, label)) lastLabel = label;
     }
     RemoveSmallObjects(currentZone);
@@ -108,7 +108,7 @@ bool MotionDetector::KeepObject(int count, int label) {
         remaining = RefineObject(object, box, label);
     }
     const int curObjBlocksCount = remaining;
-    assert(curObjBlocksCount <= blockCount);
+    MD_DETECTOR_ASSERT(curObjBlocksCount <= blockCount, Kernels::processOneZone);
     if (remaining <= 0) return false;
     _zonePool.Add(_finalPixelX, _finalPixelY, remaining, blockCount);
     return true;
@@ -164,10 +164,10 @@ void MotionDetector::BuildCurrentMovingObject(int& processed, int& count, int la
 
 // Deliberate: _zoneResultMap keeps what it holds at the blocks of a dropped object (ZonesTest, SmallObjectKeepsZoneMap).
 void MotionDetector::RemoveSmallObjects(MDZone* zone) {
-    assert(zone);
+    MD_DETECTOR_ASSERT(zone, __PRETTY_FUNCTION__);
     if (zone->minObjectWidth == 0.0f && zone->minObjectHeight == 0.0f) return;
-    assert(zone->pixelMapWidth == blockCountX);
-    assert(zone->pixelMapHeight == blockCountY);
+    MD_DETECTOR_ASSERT(zone->pixelMapWidth == blockCountX, __PRETTY_FUNCTION__);
+    MD_DETECTOR_ASSERT(zone->pixelMapHeight == blockCountY, __PRETTY_FUNCTION__);
 
     int lowestRemoved = _zonePool._busyList._objectsCount;
     int index = lowestRemoved - 1;
@@ -179,8 +179,8 @@ void MotionDetector::RemoveSmallObjects(MDZone* zone) {
             const int mOBlocksCount = object->objectPixelsCount;
             const short* const curObjMotionBlocksX = object->motionX;
             const short* const curObjMotionBlocksY = object->motionY;
-            assert(mOBlocksCount > 0 && mOBlocksCount < blockCount);
-            assert(curObjMotionBlocksX && curObjMotionBlocksY);
+            MD_DETECTOR_ASSERT(mOBlocksCount > 0 && mOBlocksCount < blockCount, __PRETTY_FUNCTION__);
+            MD_DETECTOR_ASSERT(curObjMotionBlocksX && curObjMotionBlocksY, __PRETTY_FUNCTION__);
             Kernels::RelabelObject(BlocksOf(*object), _objectsMap, 0, BlockGrid());
             _zonePool.RemoveFromBusy(object);
             lowestRemoved = index;
@@ -209,10 +209,10 @@ void MotionDetector::ResolveMotionObjects(int count) {
             const short value = static_cast<short>(_objectsMap[static_cast<std::ptrdiff_t>(y) * blockCountX + x]);
             if (value == 0) continue;
             const short* const ptr = &value;
-            assert(*ptr > 0);
+            MD_DETECTOR_ASSERT(*ptr > 0, __PRETTY_FUNCTION__);
             if (value != currLabel) curr = pool._busyList.GetByIndex(static_cast<short>(value - 1));
             currLabel = value;
-            assert(curr);
+            MD_DETECTOR_ASSERT(curr, __PRETTY_FUNCTION__);
             curr->AddPixel(x, y);
         }
     }

@@ -15,6 +15,9 @@
 
 // The statement ends the process with the C library's assertion message for exactly this condition text.
 #define EXPECT_ASSERTION(statement, text) EXPECT_DEATH(statement, DetectorKit::AssertionMessage(text))
+// The same, reported as the detector's own, in this operation, wherever the condition lives.
+#define EXPECT_DETECTOR_ASSERTION(statement, operation, text) \
+    EXPECT_DEATH(statement, DetectorKit::DetectorAssertionMessage(operation, text))
 
 namespace DetectorKit {
 
@@ -32,6 +35,11 @@ inline std::string Literally(std::string_view text) {
 
 inline std::string AssertionMessage(std::string_view text) {
     return Literally("Assertion `" + std::string(text) + "' failed");
+}
+
+inline std::string DetectorAssertionMessage(std::string_view operation, std::string_view text) {
+    return ": MotionDetector\\.cpp:[0-9]+: " + Literally("void MD::MotionDetector::" + std::string(operation) + ": ") +
+           AssertionMessage(text);
 }
 
 // One frame: its record and the planes that the record points to.

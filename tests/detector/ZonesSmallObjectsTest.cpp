@@ -122,7 +122,8 @@ TEST_F(ZonesTest, WholeGridIsTheLargestUsefulLimit) {
 }
 
 TEST_F(ZonesDeathTest, DroppingAnObjectThatFillsTheGridIsFatal) {
-    EXPECT_ASSERTION(Kept(1.5f, 0.0f, {"###", "###"}), "mOBlocksCount > 0 && mOBlocksCount < blockCount");
+    EXPECT_DETECTOR_ASSERTION(Kept(1.5f, 0.0f, {"###", "###"}), "RemoveSmallObjects(MD::MDZone*)",
+                              "mOBlocksCount > 0 && mOBlocksCount < blockCount");
 }
 
 // Counted in 16 bits, the empty box from 32767 to -32768 is 2 blocks wide: too small only where 3 are asked for.
@@ -133,19 +134,20 @@ TEST_F(ZonesDeathTest, DroppingAnEmptyObjectIsFatal) {
     EXPECT_EQ(ObjectCount(), 1);
     Kept(0.5f, 0.0f, {"......", "......"});
     detector._zonePool.AddWorkingObjects(1);
-    EXPECT_ASSERTION(detector.RemoveSmallObjects(detector._zones._first), "mOBlocksCount > 0 && mOBlocksCount < blockCount");
+    EXPECT_DETECTOR_ASSERTION(detector.RemoveSmallObjects(detector._zones._first), "RemoveSmallObjects(MD::MDZone*)",
+                              "mOBlocksCount > 0 && mOBlocksCount < blockCount");
 }
 
 TEST_F(ZonesDeathTest, DroppingAnObjectWithoutBuffersIsFatal) {
     Kept(0.5f, 0.0f, {"......", "......"});
     short column = 1, row = 1;
     detector._zonePool.Add(&column, &row, 1, 12);
-    EXPECT_ASSERTION(
+    EXPECT_DETECTOR_ASSERTION(
         {
             detector._zonePool._busyList._first->motionY = nullptr;
             detector.RemoveSmallObjects(detector._zones._first);
         },
-        "curObjMotionBlocksX && curObjMotionBlocksY");
+        "RemoveSmallObjects(MD::MDZone*)", "curObjMotionBlocksX && curObjMotionBlocksY");
 }
 
 TEST_F(ZonesDeathTest, SizesOfTheZoneAreCheckedOnlyWhereItLimits) {
@@ -154,10 +156,12 @@ TEST_F(ZonesDeathTest, SizesOfTheZoneAreCheckedOnlyWhereItLimits) {
     zone->pixelMapHeight = 3;
     detector.RemoveSmallObjects(zone);  // without limits: nothing to do, nothing to check
     zone->minObjectHeight = 0.5f;
-    EXPECT_ASSERTION(detector.RemoveSmallObjects(zone), "zone->pixelMapHeight == blockCountY");
+    EXPECT_DETECTOR_ASSERTION(detector.RemoveSmallObjects(zone), "RemoveSmallObjects(MD::MDZone*)",
+                              "zone->pixelMapHeight == blockCountY");
     zone->pixelMapWidth = 2;
-    EXPECT_ASSERTION(detector.RemoveSmallObjects(zone), "zone->pixelMapWidth == blockCountX");
-    EXPECT_ASSERTION(detector.RemoveSmallObjects(nullptr), "zone");
+    EXPECT_DETECTOR_ASSERTION(detector.RemoveSmallObjects(zone), "RemoveSmallObjects(MD::MDZone*)",
+                              "zone->pixelMapWidth == blockCountX");
+    EXPECT_DETECTOR_ASSERTION(detector.RemoveSmallObjects(nullptr), "RemoveSmallObjects(MD::MDZone*)", "zone");
 }
 
 }  // namespace

@@ -295,29 +295,29 @@ TEST_F(ZonesDeathTest, ObjectNumber32768IsFatal) {
     UseGrid(768, 256);
     for (int y = 0; y < 256; y += 2)
         for (int x = 0; x < 768; x += 3) detector._isObject[y * 768 + x] = 255;
-    EXPECT_ASSERTION(detector.ProcessOneZone(), "motionObjectsCount >= 0");
+    EXPECT_DETECTOR_ASSERTION(detector.ProcessOneZone(), "ProcessOneZone()", "motionObjectsCount >= 0");
 }
 
 TEST_F(ZonesDeathTest, ZoneAddedBetweenFramesIsFatal) {
     Process({"...", "..."});
     AddFullZone();
     Frame next(3, 2);
-    EXPECT_ASSERTION(Feed(next, 1), "currentZone->pixelMapWidth == blockCountX");
+    EXPECT_DETECTOR_ASSERTION(Feed(next, 1), "ProcessOneZone()", "currentZone->pixelMapWidth == blockCountX");
 }
 
 TEST_F(ZonesDeathTest, ZoneIsCheckedMaskThenWidthThenHeight) {
     Process({"...", "..."});
     MD::MDZone* const zone = detector._zones._first;
     zone->pixelMapHeight = 3;
-    EXPECT_ASSERTION(detector.ProcessOneZone(), "currentZone->pixelMapHeight == blockCountY");
+    EXPECT_DETECTOR_ASSERTION(detector.ProcessOneZone(), "ProcessOneZone()", "currentZone->pixelMapHeight == blockCountY");
     zone->pixelMapWidth = 2;
-    EXPECT_ASSERTION(detector.ProcessOneZone(), "currentZone->pixelMapWidth == blockCountX");
-    EXPECT_ASSERTION(
+    EXPECT_DETECTOR_ASSERTION(detector.ProcessOneZone(), "ProcessOneZone()", "currentZone->pixelMapWidth == blockCountX");
+    EXPECT_DETECTOR_ASSERTION(
         {
             zone->map = nullptr;
             detector.ProcessOneZone();
         },
-        "currentZone->map");
+        "ProcessOneZone()", "currentZone->map");
 }
 
 // The lists are full with blocks that were counted twice: one more does not fit.
@@ -327,27 +327,30 @@ TEST_F(ZonesDeathTest, ObjectOfMoreBlocksThanTheGridIsFatal) {
     std::fill_n(detector._objectPixelX, 2, short{0});
     std::fill_n(detector._objectPixelY, 2, short{0});
     int processed = 0, count = 2;
-    EXPECT_ASSERTION(detector.BuildCurrentMovingObject(processed, count, 1), "currentObjectMotionBlocksCount <= blockCount");
+    EXPECT_DETECTOR_ASSERTION(detector.BuildCurrentMovingObject(processed, count, 1),
+                              "BuildCurrentMovingObject(int&, int&, int)", "currentObjectMotionBlocksCount <= blockCount");
 }
 
 TEST_F(ZonesDeathTest, RelabellingOutsideTheGridIsFatal) {
     UseGrid(3, 2);
     short column = -1, row = 0;
     detector._zonePool.Add(&column, &row, 1, 6);
-    EXPECT_ASSERTION(detector.ResolveMotionObjectsMapIndex(detector._zonePool, -1), "offset >= 0");
+    EXPECT_DETECTOR_ASSERTION(detector.ResolveMotionObjectsMapIndex(detector._zonePool, -1),
+                              "ResolveMotionObjectsMapIndex(MD::MotionObjectPool&, int)", "offset >= 0");
     detector._zonePool.ReleaseBusyList();
     column = 0;
     row = 2;
     detector._zonePool.Add(&column, &row, 1, 6);
-    EXPECT_ASSERTION(detector.ResolveMotionObjectsMapIndex(detector._zonePool, -1), "offset < blockCount");
+    EXPECT_DETECTOR_ASSERTION(detector.ResolveMotionObjectsMapIndex(detector._zonePool, -1),
+                              "ResolveMotionObjectsMapIndex(MD::MotionObjectPool&, int)", "offset < blockCount");
 }
 
 TEST_F(ZonesDeathTest, RebuildingChecksItsLabels) {
     UseGrid(3, 2);
     detector._objectsMap[4] = 32768;
-    EXPECT_ASSERTION(detector.ResolveMotionObjects(1), "*ptr > 0");
+    EXPECT_DETECTOR_ASSERTION(detector.ResolveMotionObjects(1), "ResolveMotionObjects(int)", "*ptr > 0");
     detector._objectsMap[4] = 65535;
-    EXPECT_ASSERTION(detector.ResolveMotionObjects(1), "*ptr > 0");
+    EXPECT_DETECTOR_ASSERTION(detector.ResolveMotionObjects(1), "ResolveMotionObjects(int)", "*ptr > 0");
     detector._objectsMap[4] = 2;
     EXPECT_ASSERTION(detector.ResolveMotionObjects(1), "index < _objectsCount");
 }

@@ -97,7 +97,7 @@ void GrowObject(GrowingObject object, std::uint16_t label, Grid grid) {
         for (int column = firstColumn; column <= lastColumn; ++column) {
             if (rowLabels[column] != unassignedBlock) continue;
             const int currentObjectMotionBlocksCount = count + 1;
-            assert(currentObjectMotionBlocksCount <= blockCount);
+            MD_DETECTOR_ASSERT(currentObjectMotionBlocksCount <= blockCount, buildObject);
             rowLabels[column] = label;
             xs[count] = static_cast<std::int16_t>(column);
             ys[count] = static_cast<std::int16_t>(row);
@@ -166,8 +166,8 @@ void DiscardObject(ObjectBlocks object, std::uint16_t* objectsMap, std::uint8_t*
     const std::ptrdiff_t blockCount = static_cast<std::ptrdiff_t>(grid.columns) * grid.rows;
     for (int i = 0; i < object.count; ++i) {
         const std::ptrdiff_t offsetTmp = IndexOf(object, i, grid);
-        assert(offsetTmp >= 0);
-        assert(offsetTmp < blockCount);
+        MD_DETECTOR_ASSERT(offsetTmp >= 0, processOneZone);
+        MD_DETECTOR_ASSERT(offsetTmp < blockCount, processOneZone);
         objectsMap[offsetTmp] = 0;
         zoneResultMap[offsetTmp] = 0;
     }
@@ -183,7 +183,7 @@ int RefineSimilarBlocks(ObjectBlocks object, SimilarityBlocks b, std::uint16_t t
         if (b.objectsMap[IndexOf(object, i, grid)] != tagged) continue;
         const CellBox square = NeighbourhoodOf(object.xs[i], object.ys[i], grid);
         const std::ptrdiff_t bufLenght = (square.right - square.left + 1) * (square.bottom - square.top + 1);
-        assert(bufLenght <= blockCount);
+        MD_DETECTOR_ASSERT(bufLenght <= blockCount, processOneZone);
         std::fill_n(b.neighbourhoodMask, bufLenght, std::uint8_t{0});
         const float difference = differenceFromBackground(IndexOf(object, i, grid));
         int similar = 0;
@@ -223,8 +223,8 @@ void RelabelObject(ObjectBlocks object, std::uint16_t* objectsMap, std::uint16_t
     const std::ptrdiff_t blockCount = static_cast<std::ptrdiff_t>(grid.columns) * grid.rows;
     for (int i = 0; i < object.count; ++i) {
         const std::ptrdiff_t offset = IndexOf(object, i, grid);
-        assert(offset >= 0);
-        assert(offset < blockCount);
+        MD_DETECTOR_ASSERT(offset >= 0, resolveLabels);
+        MD_DETECTOR_ASSERT(offset < blockCount, resolveLabels);
         objectsMap[offset] = label;
     }
 }

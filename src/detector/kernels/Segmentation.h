@@ -11,6 +11,11 @@ namespace MD::Kernels {
 
 inline constexpr std::uint16_t unassignedBlock = 65535;
 
+// Broken conditions are reported as those of the operation that asked.
+inline constexpr char processOneZone[] = "void MD::MotionDetector::ProcessOneZone()";
+inline constexpr char buildObject[] = "void MD::MotionDetector::BuildCurrentMovingObject(int&, int&, int)";
+inline constexpr char resolveLabels[] = "void MD::MotionDetector::ResolveMotionObjectsMapIndex(MD::MotionObjectPool&, int)";
+
 // Up to eight blocks side by side, some of them foreground; (x, y) is the leftmost, x a multiple of 8.
 struct BlockGroup {
     int x;

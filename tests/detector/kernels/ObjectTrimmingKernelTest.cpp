@@ -299,8 +299,11 @@ TEST(ObjectTrimmingKernelDeathTest, BlockOutsideTheGridStops) {
     std::uint8_t zoneResultMap[12] = {};
     const std::int16_t inside = 0, right = 1, below = 3, above = -1;
     const ObjectBlocks tooLow{&inside, &below, 1}, tooHigh{&right, &above, 1};
-    EXPECT_DEATH(DiscardObject(tooLow, map, zoneResultMap, grid), "offsetTmp < blockCount");
-    EXPECT_DEATH(DiscardObject(tooHigh, map, zoneResultMap, grid), "offsetTmp >= 0");
-    EXPECT_DEATH(RelabelObject(tooLow, map, 1, grid), "offset < blockCount");
-    EXPECT_DEATH(RelabelObject(tooHigh, map, 1, grid), "offset >= 0");
+    EXPECT_DEATH(DiscardObject(tooLow, map, zoneResultMap, grid),
+                 ": MotionDetector\\.cpp:.*ProcessOneZone.*offsetTmp < blockCount");
+    EXPECT_DEATH(DiscardObject(tooHigh, map, zoneResultMap, grid),
+                 ": MotionDetector\\.cpp:.*ProcessOneZone.*offsetTmp >= 0");
+    EXPECT_DEATH(RelabelObject(tooLow, map, 1, grid),
+                 ": MotionDetector\\.cpp:.*ResolveMotionObjectsMapIndex.*offset < blockCount");
+    EXPECT_DEATH(RelabelObject(tooHigh, map, 1, grid), ": MotionDetector\\.cpp:.*ResolveMotionObjectsMapIndex.*offset >= 0");
 }

@@ -305,5 +305,5 @@ TEST(SegmentationKernelDeathTest, ObjectLargerThanTheGridStops) {
         GrowObject(
             {.objectsMap = a.map.data(), .xs = a.xs.data(), .ys = a.ys.data(), .processed = processed, .count = count}, 1,
             grid),
-        "currentObjectMotionBlocksCount <= blockCount");
+        ": MotionDetector\\.cpp:.*BuildCurrentMovingObject.*currentObjectMotionBlocksCount <= blockCount");
 }
