@@ -17,6 +17,11 @@ if(COREMD_SANITIZE)
     target_link_options(coreMD_rules INTERFACE -fsanitize=${COREMD_SANITIZE})
 endif()
 
+if(COREMD_COVERAGE)     # every function counted under its own name, threads too: atomically
+    target_compile_options(coreMD_rules INTERFACE --coverage -O0 -fno-inline -fprofile-update=atomic)
+    target_link_options(coreMD_rules INTERFACE --coverage)
+endif()
+
 if(COREMD_MARCH)
     target_compile_options(coreMD_rules INTERFACE -march=${COREMD_MARCH})
 endif()

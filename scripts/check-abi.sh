@@ -9,7 +9,6 @@
 # part of it. A function that was added is fine. Needs abidw and abidiff.       CXX: the compiler, g++ if not set
 set -euo pipefail
 cd "$(dirname "$0")/.."
-root=$PWD
 compiler=${CXX:-g++}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -17,16 +16,16 @@ major=$(sed -n 's/^#define COREMD_VERSION_MAJOR *//p' include/coreMD.h)
 baseline=abi/libcoreMD.so.$major.abi
 
 # Types are read from the interface's own source alone: the rest is compiled once, without debug information.
-compile=("$compiler" -std=c++20 -O0 -fPIC -fvisibility=hidden -fvisibility-inlines-hidden -ffp-contract=off -UNDEBUG -Isrc
-         "-ffile-prefix-map=$root/=")
-compile_one='source=$1; shift; "$@" -Iinclude -c "$source" -o "$0/$(echo "$source" | tr / _).o"'
+read -ra flags <<<"$(scripts/library-flags.sh)"
+compile=("$compiler" -Iinclude "${flags[@]}" -O0)
+compile_one='source=$1; shift; "$@" -c "$source" -o "$0/$(echo "$source" | tr / _).o"'
 find src -name '*.cpp' ! -path 'src/core/*' -print0 |
     xargs -0 -P "$(nproc)" -I '{}' sh -c "$compile_one" "$work" '{}' "${compile[@]}"
 
 # library NAME [SONAME]: builds from core and include below $work/NAME, and writes NAME.abi.
 library() {
     local copy=$work/$1
-    (cd "$copy" && "${compile[@]}" "-ffile-prefix-map=$copy/=" -g -Iinclude "-I$root/src" -c src/core/coreMD.cpp -o core.o)
+    (cd "$copy" && "${compile[@]}" "-ffile-prefix-map=$copy/=" -g -c src/core/coreMD.cpp -o core.o)
     "$compiler" -shared -Wl,-soname,"${2:-libcoreMD.so.$major}" -Wl,--version-script="$copy/src/coreMD.map" "$work"/*.o \
         "$copy/core.o" -o "$copy/libcoreMD.so"
     abidw --headers-dir "$copy/include" --exported-interfaces-only --drop-private-types --drop-undefined-syms \

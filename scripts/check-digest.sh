@@ -1,20 +1,23 @@
 #!/bin/sh
 # Do all compilers, levels and instruction sets compute the same bits?
 #
-# Compiles the library's sources with tests/pipeline/StreamDigest.cpp once per variant, runs each on 2000 frames and compares
-# the digests. Prints a table; leaves a variant out, with the reason, where the compiler or the processor lacks something.
-# Ends with 1 if two digests differ, or if a changed frame does not change the digest.
+# Compiles the library's sources with tests/pipeline/StreamDigest.cpp once per variant, by the rules of a build and with
+# options that differ, runs each on 2000 frames and compares the digests; the build's own StreamDigest is one of them. Prints
+# a table; leaves a variant out, with the reason, where the compiler or the processor lacks something. Ends with 1 if two
+# digests differ, or if a changed frame does not change the digest.
 #
-#     scripts/check-digest.sh [project root]          CHECK_DIGEST_EXTRA="g++ -O2 -march=native" adds a variant,
-#                                                     CHECK_DIGEST_MORE=1 those that are rarely of interest
+#     scripts/check-digest.sh [build directory]       build/release if none is given
+#
+# CHECK_DIGEST_EXTRA="g++ -O2 -march=native" adds a variant, CHECK_DIGEST_MORE=1 those that are rarely of interest.
 set -u
-root=$(cd "${1:-$(dirname "$0")/..}" && pwd) || exit 1
+root=$(cd "$(dirname "$0")/.." && pwd) || exit 1
+build=$(realpath -m "${1:-$root/build/release}")
 work=$(mktemp -d) || exit 1
 trap 'rm -rf "$work"' EXIT
 trap 'exit 1' HUP INT TERM
 cd "$root" || exit 1
 
-rules="-std=c++20 -Iinclude -Isrc -Itests/kit -UNDEBUG -ffp-contract=off -fno-math-errno -fno-trapping-math"
+rules="$(scripts/library-flags.sh "$build") -Itests/kit" || exit 1
 sources=$(find src -name '*.cpp' ! -path src/core/main.cpp | LC_ALL=C sort)
 
 processor_has() { # all of these features
@@ -25,8 +28,10 @@ processor_has() { # all of these features
 
 v3="avx2 bmi1 bmi2 fma movbe f16c"
 v4="avx512f avx512bw avx512vl avx512dq avx512cd"
-variants="g++ -O0
-g++ -O3
+built="as built"
+[ -x "$build/StreamDigest" ] || built="g++ -O3"
+variants="$built
+g++ -O0
 g++ -O3 -march=x86-64-v3
 clang++ -O3
 clang++ -O3 -march=x86-64-v3
@@ -37,6 +42,7 @@ g++ -O3 -march=x86-64-v4
 clang++ -O0"
 
 reason_to_skip() { # of the variant in $1
+    [ "$1" != "as built" ] || return
     compiler=${1%% *}
     command -v "$compiler" >/dev/null 2>&1 || { echo "no $compiler"; return; }
     case $1 in
@@ -48,7 +54,10 @@ reason_to_skip() { # of the variant in $1
 }
 
 compile() { # variant, number. The variant's options come last: an extra one may break a rule, to see it noticed.
-    if ${1%% *} $rules ${1#* } $sources tests/pipeline/StreamDigest.cpp -o "$work/digest$2" >"$work/log$2" 2>&1; then
+    if [ "$1" = "as built" ]; then
+        ln -s "$build/StreamDigest" "$work/digest$2"
+        "$work/digest$2" >"$work/result$2" 2>"$work/log$2" || echo "run failed" >"$work/result$2"
+    elif ${1%% *} $rules ${1#* } $sources tests/pipeline/StreamDigest.cpp -o "$work/digest$2" >"$work/log$2" 2>&1; then
         "$work/digest$2" >"$work/result$2" 2>>"$work/log$2" || echo "run failed" >"$work/result$2"
     else
         echo "compilation failed" >"$work/result$2"

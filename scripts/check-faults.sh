@@ -16,7 +16,7 @@ awk -v dir="$patches" '/^fault / { file = sprintf("%s/%03d-%s", dir, ++count, $2
     "$root/tests/faults/faults.patch"
 
 # Tests reach the library through shared objects: a fault costs the compilation of what it touches and one link.
-cmake -S "$tree" -B "$work/build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCOREMD_INTERNAL_SHARED=ON -DCOREMD_TOOLS=OFF >"$work/log"
+(cd "$tree" && cmake --preset faults -B "$work/build") >"$work/log"
 
 # From the quickest to the slowest.
 tests=(BackgroundKernelTest LearningKernelTest ForegroundKernelTest DiffStateKernelTest SegmentationKernelTest

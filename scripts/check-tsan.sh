@@ -4,7 +4,7 @@
 #     scripts/check-tsan.sh [build directory]         CXX: the compiler, g++ if not set; build/tsan if no directory is given
 set -u
 root=$(cd "$(dirname "$0")/.." && pwd) || exit 1
-build=${1:-$root/build/tsan}
+build=$(realpath -m "${1:-$root/build/tsan}")
 compiler=${CXX:-g++}
 
 command -v "$compiler" >/dev/null 2>&1 || { echo "check-tsan: skipped, no $compiler"; exit 0; }
@@ -23,10 +23,10 @@ if ! "$probe/probe" 2>/dev/null; then
     $run "$probe/probe" 2>/dev/null || { echo "check-tsan: skipped, ThreadSanitizer does not run on this kernel"; exit 0; }
 fi
 
-cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER="$compiler" \
-    -DCOREMD_SANITIZE=thread -DCOREMD_TOOLS=OFF -DCOREMD_WERROR=ON >"$probe/log" 2>&1 &&
+(cd "$root" && cmake --preset tsan -B "$build" -DCMAKE_CXX_COMPILER="$compiler") >"$probe/log" 2>&1 &&
     cmake --build "$build" --target ThreadsTest >>"$probe/log" 2>&1 || { cat "$probe/log"; exit 1; }
-TSAN_OPTIONS="halt_on_error=0 exitcode=66 second_deadlock_stack=1 ${TSAN_OPTIONS:-}" $run "$build/ThreadsTest" --gtest_brief=1
+export TSAN_OPTIONS="halt_on_error=0 exitcode=66 second_deadlock_stack=1 ${TSAN_OPTIONS:-}"
+$run "$build/ThreadsTest" --gtest_brief=1
 status=$?
 [ "$status" -eq 0 ] && echo "check-tsan: no data race"
 exit $status

@@ -5,7 +5,7 @@
 #     scripts/check-valgrind.sh [build directory]     build/valgrind if none is given
 set -u
 root=$(cd "$(dirname "$0")/.." && pwd) || exit 1
-build=${1:-$root/build/valgrind}
+build=$(realpath -m "${1:-$root/build/valgrind}")
 
 # Whole scenes of every kind, the C interface, the pass, snapshots, merger and pools.
 tests="PipelineTest PipelineShadowTest PipelinePartlyTest CoreTest DetectTest BackgroundStorageTest ObjectMergerTest
@@ -17,12 +17,12 @@ trap 'rm -f "$log"' EXIT
 trap 'exit 1' HUP INT TERM
 
 # Plain x86-64 code with line numbers: memcheck need not know newer instructions.
-cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCOREMD_TOOLS=OFF -DCOREMD_WERROR=ON >"$log" 2>&1 ||
-    { cat "$log"; exit 1; }
+(cd "$root" && cmake --preset valgrind -B "$build") >"$log" 2>&1 || { cat "$log"; exit 1; }
 status=0
 for test in $tests; do
     if [ -z "$(find "$root/tests" -name "$test.cpp")" ]; then
-        echo "check-valgrind: no $test in this tree"
+        echo "check-valgrind: no $test in this tree" >&2
+        status=1
         continue
     fi
     cmake --build "$build" --target "$test" >"$log" 2>&1 || { cat "$log"; exit 1; }

@@ -9,17 +9,15 @@
 #     scripts/coverage.sh [build directory]           build/coverage if none is given; needs gcovr
 set -u
 root=$(cd "$(dirname "$0")/.." && pwd) || exit 1
-build=${1:-$root/build/coverage}
+build=$(realpath -m "${1:-$root/build/coverage}")
 command -v gcovr >/dev/null 2>&1 || { echo "coverage: gcovr is not installed"; exit 1; }
 
 log=$(mktemp) || exit 1
 trap 'rm -f "$log"' EXIT
 trap 'exit 1' HUP INT TERM
 
-# -fno-inline is part of -O0: every function is counted under its own name. Threads of ThreadsTest count too: atomically.
-cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER=g++ -DCOREMD_TOOLS=OFF \
-    -DCMAKE_CXX_FLAGS="--coverage -O0 -fprofile-update=atomic" -DCMAKE_EXE_LINKER_FLAGS=--coverage \
-    -DCMAKE_SHARED_LINKER_FLAGS=--coverage >"$log" 2>&1 && cmake --build "$build" >>"$log" 2>&1 || { tail -n 40 "$log"; exit 1; }
+(cd "$root" && cmake --preset coverage -B "$build") >"$log" 2>&1 && cmake --build "$build" >>"$log" 2>&1 ||
+    { tail -n 40 "$log"; exit 1; }
 find "$build" -name '*.gcda' -delete
 (cd "$build" && ctest --no-tests=error -j "$(nproc)" >"$log" 2>&1) || { tail -n 40 "$log"; exit 1; }
 tail -n 3 "$log"

@@ -8,7 +8,7 @@
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 seconds=${1:-60}
-build=${FUZZ_BUILD:-$root/build/fuzz}
+build=$(realpath -m "${FUZZ_BUILD:-$root/build/fuzz}")
 if ! [[ $seconds =~ ^[1-9][0-9]*$ ]]; then
     echo "usage: scripts/fuzz.sh [SECONDS]" >&2
     exit 2
@@ -16,12 +16,7 @@ fi
 
 mkdir -p "$build"
 log=$build/build.log
-generator=()
-command -v ninja >/dev/null && generator=(-G Ninja)
-cmake -S "$root" -B "$build" "${generator[@]}" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-    -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DCOREMD_FUZZ=ON \
-    -DCOREMD_SANITIZE=fuzzer-no-link,address,undefined >"$log" 2>&1 ||
-    { cat "$log" >&2; exit 1; }
+(cd "$root" && cmake --preset fuzz -B "$build") >"$log" 2>&1 || { cat "$log" >&2; exit 1; }
 cmake --build "$build" --target fuzzers >"$log" 2>&1 || { cat "$log" >&2; exit 1; }
 
 # The targets that were built: without FFmpeg's libraries there is one less.

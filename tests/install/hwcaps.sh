@@ -32,7 +32,8 @@ done
 [[ $(registers x86-64-v4) == *%k* ]] || fail "x86-64-v4 uses $(registers x86-64-v4)"
 
 # Hosts: one that prints a digest of whole streams, one that opens the file it is told to.
-"$CXX" -std=c++20 -O1 -ffp-contract=off -UNDEBUG -I"$source_root/include" -I"$source_root/src" -I"$source_root/tests/kit" \
+# shellcheck disable=SC2046  # words are meant
+"$CXX" $("$source_root/scripts/library-flags.sh" "$build") -O1 -I"$source_root/tests/kit" \
     "$source_root/tests/pipeline/StreamDigest.cpp" -o "$work/digest" "$(file_of none)"
 "$CC" -std=c11 "${warnings[@]}" "$here/hosts/open_by_path.c" -o "$work/open_by_path" -ldl
 
