@@ -1,14 +1,15 @@
 #!/usr/bin/env python3
 """What does a scan cost, and what does it find?
 
-    scripts/bench-scan.py            builds, measures, prints tables and writes them into docs/mdscan.md; half an hour
-    scripts/bench-scan.py --print    prints only
+    scripts/bench-scan.py [--footage FOLDER]            builds, measures, prints tables and writes them into docs/mdscan.md;
+                                                        half an hour
+    scripts/bench-scan.py [--footage FOLDER] --print    prints only
 
-The machine should have nothing else to do. Real and labelled videos are taken from the folder ../shared/footage, or from
-COREMD_FOOTAGE, where there is one; without it, only the rendered streets are. BENCH_PRESET: build to measure,
-release-v3 if not set. ffmpeg (the command) is the yardstick: it decodes the same file and does nothing else. Clips are kept in
-build/bench-scan: remove it after changing how they are made.
+The machine should have nothing else to do. FOLDER holds real and labelled videos; without it, only the rendered streets are
+scanned. BENCH_PRESET: build to measure, release-v3 if not set. ffmpeg (the command) is the yardstick: it decodes the same
+file and does nothing else. Clips are kept in build/bench-scan: remove it after changing how they are made.
 """
+import argparse
 import collections
 import json
 import os
@@ -23,13 +24,13 @@ BEGIN, END = "<!-- measured: begin -->\n", "<!-- measured: end -->\n"
 PRESET = os.environ.get("BENCH_PRESET", "release-v3")
 BUILD = ROOT / "build" / PRESET
 CLIPS = ROOT / "build/bench-scan"
-FOOTAGE = pathlib.Path(os.environ.get("COREMD_FOOTAGE", ROOT.parent / "shared/footage"))
 REPETITIONS = int(os.environ.get("BENCH_REPETITIONS", "3"))
 
 # Minutes in which a thing comes by now and then: how they are rendered, and encoded.
 KEYFRAMES = ["-c:v", "libx264", "-preset", "veryfast", "-g", "50", "-keyint_min", "50", "-sc_threshold", "0"]
 STREETS = {
-    "street.mp4": (["--size", "640x360", "--fps", "25", "--frames", "15000", "--pause-seconds", "110", "--seed", "5"], KEYFRAMES),
+    "street.mp4": (["--size", "640x360", "--fps", "25", "--frames", "15000", "--pause-seconds", "110", "--seed", "5"],
+                   KEYFRAMES),
     "street-720.mp4": (["--size", "1280x720", "--fps", "25", "--frames", "7500", "--pause-seconds", "110", "--seed", "6"],
                        [*KEYFRAMES, "-b:v", "2M", "-maxrate", "2M", "-bufsize", "4M"]),
 }
@@ -50,7 +51,8 @@ def build():
     say(f"building {PRESET}")
     with open(os.devnull, "w") as nowhere:
         run(["cmake", "--preset", PRESET, "-DCOREMD_BENCH=ON"], cwd=ROOT, stdout=nowhere)
-        run(["cmake", "--build", "--preset", PRESET, "--target", "mdscan", "mdscene", "coreMD_rates"], cwd=ROOT, stdout=nowhere)
+        targets = ["mdscan", "mdscene", "coreMD_rates"]
+        run(["cmake", "--build", "--preset", PRESET, "--target", *targets], cwd=ROOT, stdout=nowhere)
 
 
 def encode(*words, **keywords):
@@ -104,8 +106,8 @@ def once(command, cores):
 def in_turn(commands):
     """The least figures of several runs of each, and what it printed. In turn: they share the machine's moods."""
     rounds = [[once(command, cores) for command, cores in commands] for _ in range(REPETITIONS)]
-    return [Run(min(run.cpu for run in runs), min(run.wall for run in runs), min(run.memory for run in runs), runs[-1].output)
-            for runs in zip(*rounds)]
+    return [Run(min(run.cpu for run in runs), min(run.wall for run in runs), min(run.memory for run in runs),
+                runs[-1].output) for runs in zip(*rounds)]
 
 
 def events_of(output):
@@ -133,7 +135,8 @@ def cost_tables(files):
         scan = [BUILD / "mdscan", file]
         alone, keyframes, one, fast, pair, two, fast_two = in_turn(
             [(decode, 1), (keys, 1), (scan, 1), (scan + ["--fast"], 1), (decode_pair, 2), (scan, 2), (scan + ["--fast"], 2)])
-        cost.append([file.name, f"{alone.cpu:.2f}", *(f"{run.cpu:.2f} ({run.cpu / alone.cpu:.2f})" for run in (one, fast, keyframes)),
+        cost.append([file.name, f"{alone.cpu:.2f}",
+                     *(f"{run.cpu:.2f} ({run.cpu / alone.cpu:.2f})" for run in (one, fast, keyframes)),
                      f"{pair.wall:.2f}", *(f"{run.wall:.2f} ({run.wall / pair.wall:.2f})" for run in (two, fast_two)),
                      f"{one.memory:.0f}"])
         groups = fast.output.split("decoded ")[1].split(" groups")[0]
@@ -144,7 +147,8 @@ def cost_tables(files):
                        f"{100 * common(whole, fast) / length:.1f} %" if length else "-"])
     return (table(["video", "decoding", "mdscan", "--fast", "keyframes alone", "decoding, 2 cores", "mdscan, 2 cores",
                    "--fast, 2 cores", "MiB"], cost),
-            table(["video", "groups decoded", "events", "found with --fast", "found in all", "time in events found"], recall))
+            table(["video", "groups decoded", "events", "found with --fast", "found in all", "time in events found"],
+                  recall))
 
 
 def memory_table(street):
@@ -161,19 +165,21 @@ def memory_table(street):
     return table(["160x90 pictures", "events", "MiB at most"], rows)
 
 
-def rate_tables():
-    folders = sorted(path.parent for path in FOOTAGE.glob("labelled/*/temporalROI.txt"))
+def rate_tables(footage):
+    folders = sorted(path.parent for path in footage.glob("labelled/*/temporalROI.txt")) if footage else []
     if not folders:
-        say(f"rates skipped: no labelled sequences in {FOOTAGE}")
+        say(f"rates skipped: no labelled sequences in {footage}" if footage else "rates skipped: no --footage")
         return None
     say("comparing rates and settings")
-    lines = [json.loads(line) for line in run([BUILD / "coreMD_rates", *folders], stdout=subprocess.PIPE, text=True).stdout.splitlines()]
+    printed = run([BUILD / "coreMD_rates", *folders], stdout=subprocess.PIPE, text=True).stdout
+    lines = [json.loads(line) for line in printed.splitlines()]
     names = sorted({line["sequence"] for line in lines})
 
     def cells(setting, rate, block):
         row = []
         for name in names:
-            line = next(l for l in lines if (l["sequence"], l["setting"], l["rate"], l["block"]) == (name, setting, rate, block))
+            wanted = (name, setting, rate, block)
+            line = next(l for l in lines if (l["sequence"], l["setting"], l["rate"], l["block"]) == wanted)
             still = f"{100 * line['false_alarms'] / line['still']:.0f} %" if line["still"] else "-"
             row += [f"{100 * line['missed'] / line['moving']:.1f} %", still, f"{line['block_f']:.2f}",
                     f"{line['events_found']}/{line['events']}", f"{line['found_false']}"]
@@ -189,40 +195,42 @@ def rate_tables():
     return table(["rate", *head], rates + partly), table(["at a rate of 6, blocks of 2 pixels, but", *head], others)
 
 
-def text():
+def text(footage):
     streets = [rendered(name) for name in STREETS]
     streets.append(clip("quiet-720.mp4", lambda path: encode(*QUIET, "-i", streets[1], "-c", "copy", path)))
-    files = [*streets, *sorted([*FOOTAGE.glob("*.mp4"), *FOOTAGE.glob("*.avi")])]
+    files = [*streets, *(sorted([*footage.glob("*.mp4"), *footage.glob("*.avi")]) if footage else [])]
     if files == streets:
-        say(f"real videos skipped: none in {FOOTAGE}")
+        say(f"real videos skipped: none in {footage}" if footage else "real videos skipped: no --footage")
     cost, recall = cost_tables(files)
     model = next((line.split(":")[1].strip() for line in open("/proc/cpuinfo") if line.startswith("model name")), "unknown")
     ffmpeg = run(["ffmpeg", "-version"], stdout=subprocess.PIPE, text=True).stdout.split()[2]
-    parts = [f"`./dev bench scan` measured this: {model}, {os.cpu_count()} processors, {platform.system()}, build `{PRESET}`, "
-             f"FFmpeg {ffmpeg}. Runs: {REPETITIONS}, the least of them counts. "
+    parts = [f"`./dev bench scan` measured this: {model}, {os.cpu_count()} processors, {platform.system()}, build "
+             f"`{PRESET}`, FFmpeg {ffmpeg}. Runs: {REPETITIONS}, the least of them counts. "
              + "".join(f"`{name}` is `mdscene {' '.join(scene)}`, encoded with `{' '.join(options)}`; "
                        for name, (scene, options) in STREETS.items())
              + f"`quiet-720.mp4` is a part of the latter, `{' '.join(QUIET)}`; others are public footage.\n",
              "Processor seconds on one core, then wall seconds on two; in brackets, times those of "
              f"`{' '.join(DECODE).format(threads='N', file='VIDEO')}` with as many threads:\n", cost,
              "What `--fast` finds of a whole scan's events:\n", recall,
-             "Memory does not grow with the video. What grows is FFmpeg's table of the pictures in an MP4 file, twice with `--fast`;"
-             " of one run:\n", memory_table(streets[0])]
-    rates = rate_tables()
+             "Memory does not grow with the video. What grows is FFmpeg's table of the pictures in an MP4 file, twice with "
+             "`--fast`; of one run:\n", memory_table(streets[0])]
+    rates = rate_tables(footage)
     if rates:
-        parts += ["Labelled sequences of 25 pictures a second, from every start phase (`coreMD_rates`): frames with motion that "
-                  "were missed, frames without motion in which something was found, F-measure of blocks, events found of those "
-                  "there are, events found where there is none:\n", rates[0], rates[1]]
+        parts += ["Labelled sequences of 25 pictures a second, from every start phase (`coreMD_rates`): frames with motion "
+                  "that were missed, frames without motion in which something was found, F-measure of blocks, events found "
+                  "of those there are, events found where there is none:\n", rates[0], rates[1]]
     return "\n".join(parts)
 
 
 def main():
-    if sys.argv[1:] not in ([], ["--print"]):
-        sys.exit(__doc__)
+    parser = argparse.ArgumentParser(description=__doc__.split("\n", maxsplit=1)[0])
+    parser.add_argument("--footage", type=pathlib.Path, help="folder of real and labelled videos")
+    parser.add_argument("--print", action="store_true", help="print only, write nothing")
+    arguments = parser.parse_args()
     build()
-    result = text()
+    result = text(arguments.footage)
     print(result)
-    if not sys.argv[1:]:
+    if not arguments.print:
         before, rest = PAGE.read_text().split(BEGIN)
         PAGE.write_text(before + BEGIN + "\n" + result + "\n" + END + rest.split(END)[1])
 

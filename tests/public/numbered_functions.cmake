@@ -1,7 +1,10 @@
 # Are the numbered functions called where their numbers belong only?  Everything else says what it means, with coreMD.hpp.
 # cmake -DSOURCE= -P numbered_functions.cmake
 cmake_minimum_required(VERSION 3.25)
-file(GLOB_RECURSE sources RELATIVE ${SOURCE} ${SOURCE}/tools/* ${SOURCE}/host/* ${SOURCE}/bench/* ${SOURCE}/examples/* ${SOURCE}/src/*)
+set(rooms tools video host bench examples src)
+list(TRANSFORM rooms PREPEND ${SOURCE}/)
+list(TRANSFORM rooms APPEND /*)
+file(GLOB_RECURSE sources RELATIVE ${SOURCE} ${rooms})
 list(FILTER sources INCLUDE REGEX "\\.(c|h|cpp|hpp)$")
 list(FILTER sources EXCLUDE REGEX "^src/core/coreMD\\.cpp$|^examples/.*\\.c$")
 list(LENGTH sources count)

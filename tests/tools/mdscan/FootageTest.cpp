@@ -19,7 +19,7 @@ class Footage : public ScanFixture {
 protected:
     void SetUp() override {
         if (!fs::is_directory(COREMD_FOOTAGE)) {
-            GTEST_SKIP() << "no footage in " << COREMD_FOOTAGE;
+            GTEST_SKIP() << "no footage: COREMD_FOOTAGE names no folder, but '" << COREMD_FOOTAGE << "'";
         }
     }
 
