@@ -150,8 +150,10 @@ def levels(results, out):
     out.append(f"{USUAL} blocks, warm caches; ns per block and, in brackets, the ratio to the yardstick.\n")
     table([""] + [LEVELS[level] for level in results.order],
           [[what] + [both(results.get(level, f"{name}/warm/{USUAL}")) for level in results.order] for what, name in PASSES] +
-          [["camera noise, cold caches"] + [both(results.get(l, f"pass/noise/standard/1/cold/{USUAL}")) for l in results.order]] +
-          [[f"shadow stage alone, {share} % foreground"] + [both(results.get(l, f"stage/shadow{share}/{USUAL}")) for l in results.order]
+          [["camera noise, cold caches"] +
+           [both(results.get(level, f"pass/noise/standard/1/cold/{USUAL}")) for level in results.order]] +
+          [[f"shadow stage alone, {share} % foreground"] +
+           [both(results.get(level, f"stage/shadow{share}/{USUAL}")) for level in results.order]
            for share in (5, 100)], out)
 
 
@@ -166,21 +168,24 @@ def grids(results, main, out):
     rows = []
     for what, name in INPUTS:
         for scene, scene_name in [("noise", "noise"), ("1 % moving", "moving")]:
-            rows.append([f"{what}, {scene}"] + [both(results.get(main, f"pass/{scene_name}/{name}/1/warm/{grid}")) for grid in GRIDS])
-        rows.append([f"{what}, noise, cold"] + [both(results.get(main, f"pass/noise/{name}/1/cold/{grid}")) for grid in GRIDS])
+            rows.append([f"{what}, {scene}"] +
+                        [both(results.get(main, f"pass/{scene_name}/{name}/1/warm/{grid}")) for grid in GRIDS])
+        rows.append([f"{what}, noise, cold"] +
+                    [both(results.get(main, f"pass/noise/{name}/1/cold/{grid}")) for grid in GRIDS])
     table([""] + GRIDS, rows, out)
 
 
 def objects(results, main, out):
     out.append(f"## Many objects, {LEVELS[main]}\n")
-    out.append("A whole frame divided by its objects, before those that touch are merged; ratios to the yardstick of one block.\n")
+    out.append("A whole frame divided by its objects, before those that touch are merged; ratios to the yardstick of one "
+               "block.\n")
     rows = []
     for what, scene in [("lattice of single blocks", "lattice"), ("10 % random noise, merging", "random")]:
         for grid in GRIDS:
             figure = results.get(main, f"pass/{scene}/standard/1/warm/{grid}")
             if figure:
-                rows.append([f"{what}, {grid}", number(figure.objects), number(figure.microseconds), number(figure.ns_object),
-                             number(figure.ratio_object)])
+                rows.append([f"{what}, {grid}", number(figure.objects), number(figure.microseconds),
+                             number(figure.ns_object), number(figure.ratio_object)])
     table(["", "objects", "µs a frame", "ns per object", "ratio"], rows, out)
 
 
@@ -189,7 +194,8 @@ def kernels(results, main, out):
     if not names:
         return
     out.append(f"## Kernels and stages, {LEVELS[main]}\n")
-    out.append("ns per block and, in brackets, the ratio to the yardstick. A number in a name is the share of foreground blocks.\n")
+    out.append("ns per block and, in brackets, the ratio to the yardstick. A number in a name is the share of foreground "
+               "blocks.\n")
     table([""] + GRIDS, [[name.removeprefix("kernel/")] + [both(results.get(main, f"{name}/{grid}")) for grid in GRIDS]
                          for name in names], out)
 
@@ -202,16 +208,17 @@ def peers(results, main, out):
     if all(set(row[1:]) <= {"–", ""} for row in rows):
         out.append("OpenCV was not there to compare with.\n")
         return
-    rows.insert(0, ["coreMD, objects included"] + [both(results.get(main, f"pass/{s}/standard/1/warm/{USUAL}")) for s in scenes])
-    out.append(f"OpenCV on {USUAL} elements, one thread, on the same frames; ns per element and, in brackets, the ratio to the "
-               "yardstick. Its subtractors deliver a mask; one of the object stages below them comes on top.\n")
+    rows.insert(0, ["coreMD, objects included"] +
+                [both(results.get(main, f"pass/{scene}/standard/1/warm/{USUAL}")) for scene in scenes])
+    out.append(f"OpenCV on {USUAL} elements, one thread, on the same frames; ns per element and, in brackets, the ratio to "
+               "the yardstick. Its subtractors deliver a mask; one of the object stages below them comes on top.\n")
     table(["", "still", "noise", "1 % moving"], rows, out)
 
 
 def host(results, main, out):
     out.append(f"## Block reduction, {LEVELS[main]}\n")
-    out.append("A picture of 1920x1080 pixels, 4:2:0, to 240x135 blocks, µs. From cache: the same picture again and again; from a "
-               "pool: 24 pictures in turn, as a decoder delivers them.\n")
+    out.append("A picture of 1920x1080 pixels, 4:2:0, to 240x135 blocks, µs. From cache: the same picture again and again; "
+               "from a pool: 24 pictures in turn, as a decoder delivers them.\n")
     rows = []
     for what, name in [("reading the samples", "reading"), ("coreMD, exact means", "BlockReducer"),
                        ("libswscale, area scaling", "swscale")]:
@@ -228,28 +235,30 @@ def scaling(results, main, out):
     out.append(f"## Many detectors, {LEVELS[main]}\n")
     caches = [c for c in results.context.get("caches", []) if c["type"] != "Instruction"]
     sizes = ", ".join(f"level {c['level']} {c['size'] // 1024} KiB" for c in caches)
-    out.append(f"{USUAL} blocks, 1 % moving, fed in turn; thread CPU ns per block and, in brackets, the ratio to as many yardsticks "
-               f"in turn. One detector touches about as much memory as one yardstick (3 MiB): both rise where the caches end "
-               f"({sizes}).\n")
+    out.append(f"{USUAL} blocks, 1 % moving, fed in turn; thread CPU ns per block and, in brackets, the ratio to as many "
+               "yardsticks in turn. One detector touches about as much memory as one yardstick (3 MiB): both rise where "
+               f"the caches end ({sizes}).\n")
     table(["detectors", "1 thread", "2 threads"], rows, out)
 
 
 def memory(results, main, out):
     rows = []
-    for what, name in [("first frame", "memory/first"), ("steady state", "memory/steady"), ("16 detectors, each", "memory/handles16")]:
+    for what, name in [("first frame", "memory/first"), ("steady state", "memory/steady"),
+                       ("16 detectors, each", "memory/handles16")]:
         for shadow in ("plain", "shadow"):
             for grid in GRIDS:
                 figure = results.get(main, f"{name}/{shadow}/{grid}")
                 if figure:
                     v = figure.values
                     rows.append([f"{what}, {grid}" + (", shadow detection" if shadow == "shadow" else ""),
-                                 number(v["resident_bytes"] / 1048576), number(v["bytes_block"]), number(v["touched_bytes_block"])])
+                                 number(v["resident_bytes"] / 1048576), number(v["bytes_block"]),
+                                 number(v["touched_bytes_block"])])
     if not rows:
         return
     out.append(f"## Resident memory, {LEVELS[main]}\n")
-    out.append("What one detector adds to the resident set, taken in a fresh process, and the sum of the buffers that a pass touches "
-               "(shadow planes only where foreground is). Objects come on top. Below about 128 KiB a buffer comes from the C "
-               "library's heap, which touches it on allocation.\n")
+    out.append("What one detector adds to the resident set, taken in a fresh process, and the sum of the buffers that a "
+               "pass touches (shadow planes only where foreground is). Objects come on top. Below about 128 KiB a buffer "
+               "comes from the C library's heap, which touches it on allocation.\n")
     table(["", "MiB", "bytes per block", "touched"], rows, out)
 
 
@@ -269,19 +278,20 @@ def introduction(results, arguments, out):
     out.append(f"- Flags: `{arguments.flags}`, the level as `-march`")
     out.append(f"- Date: {context['date'][:10]}; load average at the start of the last run: {context['load_avg'][0]:.2f}\n")
     out.append("## How to read it\n")
-    out.append("Figures are thread CPU time, the best of several repetitions. A whole pass is what a host does per frame: handing it "
-               "over (`h13`), reading the summary, the zone result and every object (`h17`, `h19`, `h18`). Frames are rendered "
-               "beforehand; stream time and number of frames are the same for every build.\n")
-    out.append("The yardstick is `memcpy` of 48 bytes per block, measured in the same run, warm or cold alike. Nanoseconds depend on "
-               "the machine and on what else it does; the ratio to the yardstick hardly does. Cold means that more memory than the "
-               "last cache level holds was read before every frame.\n")
-    out.append("All scenes but the still one have camera noise. The shadow scenes run with shadow detection, half of their foreground "
-               "is shadow. On 1920x1080 blocks, random noise and lattice fill the middle 480x270: a zone holds 32767 objects at "
-               "most. [bench/README.md](../bench/README.md) says how to measure.\n")
+    out.append("Figures are thread CPU time, the best of several repetitions. A whole pass is what a host does per frame: "
+               "handing it over (`h13`), reading the summary, the zone result and every object (`h17`, `h19`, `h18`). "
+               "Frames are rendered beforehand; stream time and number of frames are the same for every build.\n")
+    out.append("The yardstick is `memcpy` of 48 bytes per block, measured in the same run, warm or cold alike. Nanoseconds "
+               "depend on the machine and on what else it does; the ratio to the yardstick hardly does. Cold means that "
+               "more memory than the last cache level holds was read before every frame.\n")
+    out.append("All scenes but the still one have camera noise. The shadow scenes run with shadow detection, half of their "
+               "foreground is shadow. On 1920x1080 blocks, random noise and lattice fill the middle 480x270: a zone holds "
+               "32767 objects at most. [bench/README.md](../bench/README.md) says how to measure.\n")
 
 
 def plot_data(results, path):
-    short = ["still", "noise", "moving,1-zone", "moving,4-zones", "moving,16-zones", "random", "lattice", "cover", "shadow-5-%", "shadow-100-%"]
+    short = ["still", "noise", "moving,1-zone", "moving,4-zones", "moving,16-zones", "random", "lattice", "cover",
+             "shadow-5-%", "shadow-100-%"]
     lines = [" ".join(["scene"] + [LEVELS[level] for level in results.order])]
     for (_, name), label in zip(PASSES, short):
         figures = [results.get(level, f"{name}/warm/{USUAL}") for level in results.order]

@@ -1,11 +1,11 @@
 # add_room_test(<Name> <library>...): one GoogleTest program from <Name>.cpp, its cases registered with ctest.
 include(GoogleTest)
 
-# Most of the time to build a test goes into headers and into code that runs once. So the headers that every test includes are
-# compiled once, and tests are hardly optimised; what they test is, as everywhere.
+# Most of the time to build a test goes into headers and into code that runs once. So the headers that every test includes
+# are compiled once, and tests are hardly optimised; what they test is, as everywhere.
 add_library(coreMD_plain_tests INTERFACE)
 target_compile_options(coreMD_plain_tests INTERFACE $<$<NOT:$<CONFIG:Debug>>:-O1>
-    $<$<AND:$<CXX_COMPILER_ID:GNU>,$<NOT:$<CONFIG:Debug>>>:-Wno-array-bounds>)   # g++ 12 errs about sums of short strings there
+    $<$<AND:$<CXX_COMPILER_ID:GNU>,$<NOT:$<CONFIG:Debug>>>:-Wno-array-bounds>)   # g++ 12 errs about sums of short strings
 
 add_executable(coreMD_testheaders EXCLUDE_FROM_ALL ${CMAKE_CURRENT_LIST_DIR}/testheaders.cpp)
 target_link_libraries(coreMD_testheaders PRIVATE coreMD_rules coreMD_plain_tests GTest::gtest)

@@ -64,7 +64,8 @@ fail() {
 
 for level in "${runnable[@]}"; do
     echo "bench: building $level" >&2
-    (cd "$root" && cmake --preset "$level" -B "$build/$level" -DCOREMD_BENCH=ON) >>"$log" 2>&1 || fail "$level cannot be configured"
+    (cd "$root" && cmake --preset "$level" -B "$build/$level" -DCOREMD_BENCH=ON) >>"$log" 2>&1 ||
+        fail "$level cannot be configured"
     cmake --build "$build/$level" --target benchmarks >>"$log" 2>&1 || fail "$level cannot be built"
     grep -hE 'not found: no (benchmarks|peers?)' "$log" | sort -u | sed 's/^-- /bench: skipped: /' || true
     [[ -x $build/$level/coreMD_bench ]] || fail "Google Benchmark is missing"
@@ -84,7 +85,9 @@ for level in "${runnable[@]}"; do
     [[ $level == release-v4 && ${#runnable[@]} -gt 1 ]] || main=$level
 done
 
-mainTable='^pass/(still|noise|random|lattice|cover)/standard/1/warm/240x135|^pass/moving/standard/(1|4|16)/warm/240x135|^pass/noise/standard/1/cold/240x135|^pass/(shadow5|shadow100)/standard/1/warm/240x135|^pass/lattice/standard/1/warm/480x270'
+mainTable='^pass/(still|noise|random|lattice|cover|shadow5|shadow100)/standard/1/warm/240x135'
+mainTable+='|^pass/moving/standard/(1|4|16)/warm/240x135|^pass/noise/standard/1/cold/240x135'
+mainTable+='|^pass/lattice/standard/1/warm/480x270'
 for level in "${runnable[@]}"; do
     if [[ $level == "$main" && -z $quick ]]; then
         run coreMD_bench "$level" passes '^pass/'
@@ -110,6 +113,7 @@ if [[ -n $quick ]]; then
     exit 0
 fi
 python3 "$root/bench/report.py" --plot-data "$results/plot" --document "$results/performance.md" "${arguments[@]}"
-(cd "$results" && gnuplot -e "data='plot'; output='performance.svg'" "$root/bench/plot.gnuplot") >>"$log" 2>&1 || fail "no plot"
+(cd "$results" && gnuplot -e "data='plot'; output='performance.svg'" "$root/bench/plot.gnuplot") >>"$log" 2>&1 ||
+    fail "no plot"
 mv "$results/performance.svg" "$results/performance.md" "$docs/"
 echo "bench: written to ${docs#"$PWD"/}/performance.md"

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# Does a scan of a large folder with broken files in it name exactly these, miss no event of the others, and survive being ended?
+# Does a scan of a large folder with broken files name exactly these, miss no event of the others, and survive being ended?
 # usage: scripts/check-damaged-folder.sh [FILES [MDSCAN]]     2000 files, build/release/mdscan; needs ffmpeg and python3
 #
-# Makes the folder below build/: short clips in which a square crosses, or nothing moves; unusual ones that are sound; 20 broken ones.
-# Scans it once, then with an end at random moments (SIGKILL and SIGINT) and --resume, and compares results byte for byte.
+# Makes the folder below build/: short clips in which a square crosses, or nothing moves; unusual ones that are sound; 20
+# broken ones. Scans it once, then with an end at random moments (SIGKILL and SIGINT) and --resume, and compares results byte
+# for byte.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 count=${1:-2000}
@@ -24,8 +25,10 @@ trap 'rm -rf "$work/videos" "$work/clips"' EXIT
 clip() {
     local name=$1 from=$2
     shift 2
-    ffmpeg -nostdin -v error -y -f lavfi -i "smptebars=size=160x120:rate=10:duration=8" -f lavfi -i "color=white:size=24x24:rate=10:duration=8" \
-        -filter_complex "[0][1]overlay=x='if(between(t,$from,$from+2),(t-$from)*92-24,-100)':y=30${filter:-}" "$@" "clips/$name"
+    ffmpeg -nostdin -v error -y -f lavfi -i "smptebars=size=160x120:rate=10:duration=8" \
+        -f lavfi -i "color=white:size=24x24:rate=10:duration=8" \
+        -filter_complex "[0][1]overlay=x='if(between(t,$from,$from+2),(t-$from)*92-24,-100)':y=30${filter:-}" \
+        "$@" "clips/$name"
 }
 mp4=(-c:v mpeg4 -q:v 3 -g 12 -pix_fmt yuv420p -movflags +faststart)
 clip still.mp4 99 "${mp4[@]}"
@@ -42,13 +45,15 @@ expect() { printf '%s\t%s\t%s\n' "$1" "$2" "$3" >>expected.tsv; }
 clip ../videos/tenbits.mkv 3 -c:v ffv1 -pix_fmt yuv420p10le && expect tenbits.mkv complete 1
 filter=",pad=161:121" clip ../videos/odd.mkv 3 -c:v ffv1 -pix_fmt yuv444p && expect odd.mkv complete 1
 filter=",select='not(mod(n,2))+lt(t,2)'" clip ../videos/uneven.mkv 3 -c:v ffv1 -vsync vfr && expect uneven.mkv complete 1
-ffmpeg -nostdin -v error -y -i clips/early.mp4 -c copy -metadata:s:v rotate=90 videos/rotated.mp4 && expect rotated.mp4 complete 1
+ffmpeg -nostdin -v error -y -i clips/early.mp4 -c copy -metadata:s:v rotate=90 videos/rotated.mp4 &&
+    expect rotated.mp4 complete 1
 clip small.mjpeg 3 -c:v mjpeg -q:v 3 -f mjpeg
 filter=",scale=320:240" clip large.mjpeg 3 -c:v mjpeg -q:v 3 -f mjpeg
 cat clips/small.mjpeg clips/large.mjpeg >clips/grows.mjpeg
 ffmpeg -nostdin -v error -y -r 10 -f mjpeg -i clips/grows.mjpeg -c copy videos/grows.avi && expect grows.avi complete 2
 clip ../videos/transport.ts 3 -c:v mpeg2video -q:v 3 -pix_fmt yuv420p -f mpegts && expect transport.ts complete 1
-ffmpeg -nostdin -v error -y -i clips/early.mp4 -f lavfi -i sine=duration=8 -c:v copy -c:a aac -shortest videos/sound.mp4 && expect sound.mp4 complete 1
+ffmpeg -nostdin -v error -y -i clips/early.mp4 -f lavfi -i sine=duration=8 -c:v copy -c:a aac -shortest videos/sound.mp4 &&
+    expect sound.mp4 complete 1
 
 # Broken, 20 of them.
 part() { head -c "$(($(stat -c %s "$1") * $2 / 100))" "$1"; }
@@ -69,7 +74,8 @@ done
 : >videos/empty.mp4 && expect empty.mp4 unreadable 0
 printf 'This is a text.\nIt has two lines.\n' >videos/text.mp4 && expect text.mp4 unreadable 0
 head -c 50000 /dev/zero >videos/zeros.avi && expect zeros.avi unreadable 0
-python3 -c 'import random, sys; random.seed(1); sys.stdout.buffer.write(random.randbytes(50000))' >videos/noise.mkv && expect noise.mkv unreadable 0
+python3 -c 'import random, sys; random.seed(1); sys.stdout.buffer.write(random.randbytes(50000))' >videos/noise.mkv &&
+    expect noise.mkv unreadable 0
 head -c 60 clips/early.mp4 >videos/start.mp4 && expect start.mp4 unreadable 0
 ffmpeg -nostdin -v error -y -f lavfi -i sine=duration=2 -c:a pcm_s16le -f wav videos/wave.avi && expect wave.avi unreadable 0
 ffmpeg -nostdin -v error -y -f lavfi -i sine=duration=2 -c:a aac -f mp4 videos/tone.mp4 && expect tone.mp4 unreadable 0

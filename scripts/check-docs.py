@@ -24,8 +24,8 @@ A directive is a comment on the line before the block, invisible to readers; sev
   <!-- test: means TEXT = OTHER -->    sh, console: run with OTHER in the place of TEXT
   <!-- test: varies REGEX -->          console, output: what matches is not compared
 
-The directory is one per document. It holds a copy of the project, the build as build/release, and recording.mp4; programs and
-libraries of the installed tree come first in PATH, for pkg-config, CMake and the loader. HOME is a directory in it.
+The directory is one per document. It holds a copy of the project, the build as build/release, and recording.mp4; programs
+and libraries of the installed tree come first in PATH, for pkg-config, CMake and the loader. HOME is a directory in it.
 """
 import argparse
 import concurrent.futures

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
 # Does g++ vectorise every marked loop, for x86-64 and for x86-64-v3?
 #
-# A mark is a macro that stands for `GCC ivdep`, on a line of its own before a `for`. Compiles every source that holds a marked
-# loop, or includes a header that does, with the project's own flags, and reads what the vectoriser says about each: there
-# must be at least one instance of the loop, and no instance (of a template, in a caller) may have stayed scalar.
+# A mark is a macro that stands for `GCC ivdep`, on a line of its own before a `for`. Compiles every source that holds a
+# marked loop, or includes a header that does, with the project's own flags, and reads what the vectoriser says about each:
+# there must be at least one instance of the loop, and no instance (of a template, in a caller) may have stayed scalar.
 #
-#     scripts/check-vectorised.sh [LEVEL...]           names every loop that is not vectorised, and why; exits 1 if there is one
-#     scripts/check-vectorised.sh --prove [LEVEL...]   spoils loops in a copy of the sources: those must be named, no others
+#     scripts/check-vectorised.sh [LEVEL...]          names every loop that is not vectorised, and why; exits 1 if one is not
+#     scripts/check-vectorised.sh --prove [LEVEL...]  spoils loops in a copy of the sources: those must be named, no others
 #
 # CXX: the compiler, a g++; g++ if not set.
 set -euo pipefail
@@ -15,8 +15,8 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 trap 'exit 1' HUP INT TERM
 
-# Functions whose loops may stay scalar on a level because its instruction set has nothing for them, as "LEVEL FILE FUNCTION",
-# each with its reason. One whose loops are all vectorised, or that is gone, has no place here.
+# Functions whose loops may stay scalar on a level because its instruction set has nothing for them, as "LEVEL FILE
+# FUNCTION", each with its reason. One whose loops are all vectorised, or that is gone, has no place here.
 exceptions=()
 
 fail() {
@@ -150,7 +150,8 @@ check() { # level
     write_remarks "$root"
     write_verdicts
     report "$1" || return 1
-    echo "$1: $(grep -c ^vectorised "$work/verdicts") of $(wc -l <"$work/loops") marked loops are vectorised, the others excepted"
+    echo "$1: $(grep -c ^vectorised "$work/verdicts") of $(wc -l <"$work/loops") marked loops are vectorised," \
+        "the others excepted"
 }
 
 # Puts an opaque call into every second marked loop, then into the others: exactly those must be named, beside what is named

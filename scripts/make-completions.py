@@ -60,7 +60,8 @@ def bash(all_options):
             f"            mapfile -t COMPREPLY < <(compgen -W '{every}' -- \"$current\")\n"
             "        else\n            compopt -o filenames\n"
             "            mapfile -t COMPREPLY < <(compgen -f -- \"$current\")\n"
-            "            ((COMP_CWORD > 1)) || mapfile -t -O \"${#COMPREPLY[@]}\" COMPREPLY < <(compgen -W 'explain zones' -- \"$current\")\n"
+            "            ((COMP_CWORD > 1)) || mapfile -t -O \"${#COMPREPLY[@]}\" COMPREPLY "
+            "< <(compgen -W 'explain zones' -- \"$current\")\n"
             "        fi\n        ;;\n    esac\n}\ncomplete -F _mdscan mdscan\n")
 
 

@@ -44,9 +44,9 @@ def main():
                        cwd=folder, check=True)
         options = Options()
         options.binary_location = shutil.which("chromium")
-        for switch in ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run", "--hide-scrollbars",
-                       "--disable-background-networking", "--disable-component-update", "--disable-sync", "--mute-audio",
-                       f"--user-data-dir={folder}/profile"]:
+        for switch in ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
+                       "--hide-scrollbars", "--disable-background-networking", "--disable-component-update",
+                       "--disable-sync", "--mute-audio", f"--user-data-dir={folder}/profile"]:
             options.add_argument(switch)
         browser = webdriver.Chrome(service=Service(shutil.which("chromedriver")), options=options)
         try:

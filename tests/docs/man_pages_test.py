@@ -6,7 +6,8 @@
 coreMD(3): every exported C function with its very arguments, every field of every record, every status, every assertion text
 that the header names; its example compiles. mdscan(1): what scripts/make-man.py writes, with every option of --help. Both:
 no complaint from mandoc, or else from man, where either is installed. docs/c-interface.md: every function with its
-declaration, every assertion text. docs/cpp-interface.md: every public function of coreMD.hpp's Detector and of its namespace.
+declaration, every assertion text. docs/cpp-interface.md: every public function of coreMD.hpp's Detector and of its
+namespace.
 """
 import pathlib
 import re
@@ -86,7 +87,8 @@ class LibraryPage(unittest.TestCase):
         with tempfile.TemporaryDirectory() as directory:
             source = pathlib.Path(directory, "example.c")
             source.write_text(program)
-            done = subprocess.run([CC, "-std=c11", "-Wall", "-Wextra", "-Werror", "-fsyntax-only", f"-I{INCLUDE}", str(source)],
+            done = subprocess.run([CC, "-std=c11", "-Wall", "-Wextra", "-Werror", "-fsyntax-only", f"-I{INCLUDE}",
+                                   str(source)],
                                   stderr=subprocess.PIPE, text=True, check=False)
         self.assertEqual(done.returncode, 0, done.stderr)
 

@@ -38,5 +38,6 @@ done
 
 # The words of pkg-config may stand before the source.
 # shellcheck disable=SC2046
-"$CC" $(pkg-config --cflags --libs coreMD) "$examples/minimal.c" -o "$work/examples/words_first" || fail "library before source does not link"
+"$CC" $(pkg-config --cflags --libs coreMD) "$examples/minimal.c" -o "$work/examples/words_first" ||
+    fail "library before source does not link"
 run minimal.c "$work/examples/words_first"

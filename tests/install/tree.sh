@@ -19,5 +19,6 @@ diff -u "$work/expected_files.txt" "$work/files.txt" || fail "the installed file
 ! readelf -d "$prefix/lib/libcoreMD.so" | grep -E 'R(UN)?PATH' || fail "the library has a path of its own"
 
 # The scanner finds its library by itself.
-XDG_CONFIG_HOME=/nonexistent "$prefix/bin/mdscan" "$source_root/samples/crossing.mp4" >"$work/events.jsonl" || fail "mdscan ends with $?"
+XDG_CONFIG_HOME=/nonexistent "$prefix/bin/mdscan" "$source_root/samples/crossing.mp4" >"$work/events.jsonl" ||
+    fail "mdscan ends with $?"
 [[ $(grep -c '"type":"event"' "$work/events.jsonl") == 4 ]] || fail "mdscan finds other events than four"
