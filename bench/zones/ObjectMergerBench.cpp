@@ -4,6 +4,7 @@
 
 #include "KernelPlanes.h"
 #include "Measure.h"
+#include "zones/LeanObjects.h"
 
 namespace Bench {
 namespace {
@@ -23,7 +24,7 @@ void MeasureMerge(benchmark::State& state, GridSize grid, bool isLattice) {
     MD::ObjectMerger merger;
     const auto fill = [&] {
         pool.ReleaseBusyList();
-        for (auto [x, y] : blocks) pool.Add(&x, &y, 1, static_cast<int>(area.Blocks()));
+        for (auto [x, y] : blocks) MD::LeanObjects::Add(pool, &x, &y, 1, static_cast<int>(area.Blocks()));
     };
     MeasureCalls(
         state, grid.Blocks(), 10, [&] { merger.Merge(pool); }, fill);

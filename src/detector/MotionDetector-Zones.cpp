@@ -6,6 +6,7 @@
 #include "detector/MotionDetector.h"
 #include "detector/kernels/Segmentation.h"
 #include "utils/Assert.h"
+#include "zones/LeanObjects.h"
 
 namespace MD {
 namespace {
@@ -40,7 +41,8 @@ void MotionDetector::ProcessZones() {
     if (isReady && _zones._first) StartLabels();
     for (_nextProcessZone = _zones._first; _nextProcessZone; _nextProcessZone = _nextProcessZone->next) {
         if (isReady) ProcessZone();
-        for (MotionObject* object = _zonePool._busyList._first; object; object = object->next) _mergedPool.Copy(object);
+        for (MotionObject* object = _zonePool._busyList._first; object; object = object->next)
+            LeanObjects::Copy(_mergedPool, *object);
     }
 }
 
@@ -110,7 +112,7 @@ bool MotionDetector::KeepObject(int count, int label) {
     const int curObjBlocksCount = remaining;
     MD_DETECTOR_ASSERT(curObjBlocksCount <= blockCount, Kernels::processOneZone);
     if (remaining <= 0) return false;
-    _zonePool.Add(_finalPixelX, _finalPixelY, remaining, blockCount);
+    LeanObjects::Add(_zonePool, _finalPixelX, _finalPixelY, remaining, blockCount);
     return true;
 }
 

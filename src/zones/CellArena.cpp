@@ -1,7 +1,8 @@
-// Where do the blocks of a pool's objects live?
+// Where do the blocks of the detector's objects live?
 #include "zones/CellArena.h"
 
 #include <algorithm>
+#include <functional>
 
 namespace MD {
 
@@ -13,17 +14,29 @@ short* CellArena::Take(std::size_t entries, std::size_t pieceEntries) {
         return taken;
     }
     const std::size_t length = std::max(entries, pieceEntries);
-    _pieces.push_back({std::unique_ptr<short[]>(new short[length]), length});
+    _pieces.push_back({std::make_shared_for_overwrite<short[]>(length), length});
     _piece = _pieces.size() - 1;
     _used = entries;
     return _pieces.back().entries.get();
 }
 
-void CellArena::Reset() noexcept { _piece = _used = 0; }
+std::shared_ptr<short[]> CellArena::Share(const short* cells) const noexcept {
+    const std::less<> isBefore;
+    for (const Piece& piece : _pieces) {
+        const short* const first = piece.entries.get();
+        if (!isBefore(cells, first) && isBefore(cells, first + piece.length)) return piece.entries;
+    }
+    return nullptr;
+}
+
+void CellArena::Reset() noexcept {
+    std::erase_if(_pieces, [](const Piece& piece) { return piece.entries.use_count() > 1; });
+    _piece = _used = 0;
+}
 
 void CellArena::Free() noexcept {
     _pieces.clear();
-    Reset();
+    _piece = _used = 0;
 }
 
 }  // namespace MD

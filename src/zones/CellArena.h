@@ -1,5 +1,5 @@
-// Where do the blocks of a pool's objects live?  One after another in few large pieces of memory that are reused from
-// frame to frame. Called by MotionObjectPool; what was taken stays valid until Reset.
+// Where do the blocks of the detector's objects live?  One after another in few large pieces of memory that are reused from
+// frame to frame. What was taken stays valid until Reset, or for as long as somebody shares its piece.
 #pragma once
 
 #include <cstddef>
@@ -14,12 +14,14 @@ class MD_INTERNAL CellArena {
 public:
     // Room for `entries` coordinates, uninitialised. A new piece holds at least `pieceEntries`. Throws std::bad_alloc.
     short* Take(std::size_t entries, std::size_t pieceEntries);
-    void Reset() noexcept;  // all that was taken may be given out again; the memory stays
+    // The piece that holds these cells, null if none does: whoever has it keeps them, whatever becomes of the arena.
+    std::shared_ptr<short[]> Share(const short* cells) const noexcept;
+    void Reset() noexcept;  // all that was taken may be given out again; the memory stays, but for pieces that are shared
     void Free() noexcept;   // gives the memory back
 
 private:
     struct Piece {
-        std::unique_ptr<short[]> entries;
+        std::shared_ptr<short[]> entries;
         std::size_t length;
     };
     std::vector<Piece> _pieces;

@@ -6,14 +6,13 @@
 #include <limits>
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "utils/Assert.h"
 #include "utils/Buffers.h"
 
 namespace MD {
 namespace {
-
-constexpr std::size_t arenaPieceLength = std::size_t{1} << 16;  // coordinates: 32768 blocks, untouched memory costs nothing
 
 // Lengths are counted in an int. Throws std::bad_array_new_length beyond it and below 0.
 int CheckedLength(std::int64_t length) {
@@ -23,40 +22,50 @@ int CheckedLength(std::int64_t length) {
 
 }  // namespace
 
-MotionObject::MotionObject(int length) : MotionObject(CheckedLength(length), nullptr, 0) { OwnCells(length); }
+MotionObject::MotionObject(int length) : MotionObject(CheckedLength(length), NoRoom{}) { OwnCells(length); }
 
-MotionObject::MotionObject(int length, short* cells, int storedLength)
+MotionObject::MotionObject(int length, NoRoom)
     : prev(nullptr),
       next(nullptr),
       _realBufferLenght(length),
+      motionX(nullptr),
+      motionY(nullptr),
       index(0),
       secondIndex(0),
       objectPixelsCount(0),
-      _ownCells(nullptr) {
-    Borrow(cells, storedLength);
+      _lender(nullptr),
+      _storedLength(0) {
     SetBox(emptyCellBox);
 }
 
-MotionObject::~MotionObject() { delete[] _ownCells; }
+MotionObject::~MotionObject() = default;
 
-bool MotionObject::IsBorrowing() const { return !_ownCells; }
-
-void MotionObject::Borrow(short* cells, int storedLength) {
+void MotionObject::Borrow(CellArena& lender, int storedLength, short* cells) {
+    _lender = &lender;
+    _cells = nullptr;
     motionX = cells;
     motionY = cells + storedLength;
     _storedLength = storedLength;
 }
 
+void MotionObject::KeepBorrowed() noexcept {
+    if (!_lender) return;
+    _cells = _lender->Share(motionX);
+    _lender = nullptr;
+}
+
 void MotionObject::OwnCells(int storedLength) {
     const std::size_t length = static_cast<std::size_t>(storedLength);
-    std::unique_ptr<short[]> cells(new short[2 * length]);
+    std::shared_ptr<short[]> cells = std::make_shared_for_overwrite<short[]>(2 * length);
     if (objectPixelsCount > 0) {
         Utils::CopyBuff(motionX, cells.get(), objectPixelsCount);
         Utils::CopyBuff(motionY, cells.get() + length, objectPixelsCount);
     }
-    delete[] _ownCells;
-    _ownCells = cells.release();
-    Borrow(_ownCells, storedLength);
+    motionX = cells.get();
+    motionY = motionX + length;
+    _storedLength = storedLength;
+    _cells = std::move(cells);
+    _lender = nullptr;
 }
 
 void MotionObject::AppendBlocks(const MotionObject& src) {
@@ -116,7 +125,7 @@ void MotionObjectList::Add(MotionObject* object) {
 
 void MotionObjectList::Remove(MotionObject* object) {
     assert(object);
-    if (object->IsBorrowing()) object->OwnCells(object->_realBufferLenght);
+    object->KeepBorrowed();
     Unlink(object);
 }
 
@@ -168,48 +177,44 @@ void MotionObjectPool::Inic(int width, int height) {
     _height = height;
 }
 
-short* MotionObjectPool::TakeCells(int blockCount) {
-    return _cells.Take(2 * static_cast<std::size_t>(blockCount), arenaPieceLength);
-}
-
-MotionObject* MotionObjectPool::Take(std::int64_t length, int blockCount) {
-    if (MotionObject* const object = _freeList._first) {
-        if (object->IsBorrowing() || object->_storedLength < blockCount)
-            object->OwnCells(std::max(object->_realBufferLenght, blockCount));
-        _freeList.Remove(object);
-        return object;
-    }
-    const int capacity = CheckedLength(length);
-    short* const cells = TakeCells(blockCount);
-    MotionObject* const object = _spare;
-    if (!object) return new MotionObject(capacity, cells, blockCount);
-    _spare = object->next;
-    object->next = nullptr;
-    object->_realBufferLenght = capacity;
-    object->index = object->secondIndex = 0;
-    object->Borrow(cells, blockCount);
+// The free list's first, null if there is none. One that was lean has room for its whole capacity from now on.
+MotionObject* MotionObjectPool::TakeFree(int blockCount) {
+    MotionObject* const object = _freeList._first;
+    if (!object) return nullptr;
+    const int needed = std::max(object->_realBufferLenght, blockCount);
+    if (object->_storedLength < needed) object->OwnCells(needed);
+    _freeList.Remove(object);
     return object;
 }
 
+// A new object, as yet without room.
+MotionObject* MotionObjectPool::TakeSpare(int length) {
+    MotionObject* const object = _spare;
+    if (!object) return new MotionObject(length, MotionObject::NoRoom{});
+    _spare = object->next;
+    object->next = nullptr;
+    object->_realBufferLenght = length;
+    object->index = object->secondIndex = 0;
+    return object;
+}
+
+MotionObject* MotionObjectPool::TakeWhole(std::int64_t length, int blockCount) {
+    if (MotionObject* const object = TakeFree(blockCount)) return object;
+    const int capacity = CheckedLength(length);
+    std::unique_ptr<MotionObject> object(TakeSpare(capacity));
+    object->OwnCells(std::max(capacity, blockCount));
+    return object.release();
+}
+
 void MotionObjectPool::Recycle(MotionObject* object) {
-    delete[] object->_ownCells;
-    object->_ownCells = nullptr;
+    object->_lender = nullptr;
+    object->_cells = nullptr;
+    object->motionX = object->motionY = nullptr;
+    object->_storedLength = 0;
     object->objectPixelsCount = 0;
     object->prev = nullptr;
     object->next = _spare;
     _spare = object;
-}
-
-void MotionObjectPool::MakeRoom(MotionObject* object, int blockCount, int length) {
-    if (blockCount > object->_storedLength) {
-        short* const cells = TakeCells(blockCount);
-        Utils::CopyBuff(object->motionX, cells, object->objectPixelsCount);
-        Utils::CopyBuff(object->motionY, cells + blockCount, object->objectPixelsCount);
-        delete[] object->_ownCells;
-        object->_ownCells = nullptr;
-        object->Borrow(cells, blockCount);
-    }
-    object->_realBufferLenght = length;
 }
 
 void MotionObjectPool::Absorb(MotionObject* object, MotionObject* part) {
@@ -217,30 +222,32 @@ void MotionObjectPool::Absorb(MotionObject* object, MotionObject* part) {
     RemoveFromBusy(part);
 }
 
-void MotionObjectPool::Add(short* xs, short* ys, int currentPixelsCount, int length) {
-    assert(currentPixelsCount > 0);
-    MotionObject* const object = Take(length, currentPixelsCount);
-    Utils::CopyBuff(xs, object->motionX, currentPixelsCount);
-    Utils::CopyBuff(ys, object->motionY, currentPixelsCount);
-    object->objectPixelsCount = currentPixelsCount;
-    object->SetBox(BoxOfCells(xs, ys, currentPixelsCount));
+void MotionObjectPool::Fill(MotionObject* object, const short* xs, const short* ys, int blockCount) {
+    Utils::CopyBuff(xs, object->motionX, blockCount);
+    Utils::CopyBuff(ys, object->motionY, blockCount);
+    object->objectPixelsCount = blockCount;
+    object->SetBox(BoxOfCells(xs, ys, blockCount));
     _busyList.Add(object);
 }
 
-void MotionObjectPool::Copy(MotionObject* src) {
-    MotionObject* const object = Take(src->_realBufferLenght, src->objectPixelsCount);
+void MotionObjectPool::FillFrom(MotionObject* object, const MotionObject& src) {
     object->objectPixelsCount = 0;
-    object->AppendBlocks(*src);
-    object->SetBox(src->Box());
+    object->AppendBlocks(src);
+    object->SetBox(src.Box());
     _busyList.Add(object);
 }
+
+void MotionObjectPool::Add(short* xs, short* ys, int currentPixelsCount, int length) {
+    assert(currentPixelsCount > 0);
+    Fill(TakeWhole(length, currentPixelsCount), xs, ys, currentPixelsCount);
+}
+
+void MotionObjectPool::Copy(MotionObject* src) { FillFrom(TakeWhole(src->_realBufferLenght, src->objectPixelsCount), *src); }
 
 void MotionObjectPool::AddWorkingObjects(int count) {
     const std::int64_t length = static_cast<std::int64_t>(_width) * _height;
     for (int i = 0; i < count; ++i) {
-        MotionObject* object = _freeList._first;
-        if (object) _freeList.Remove(object);
-        else object = new MotionObject(CheckedLength(length));
+        MotionObject* const object = TakeWhole(length, 0);
         object->SetBox(emptyCellBox);
         _busyList.Add(object);
     }
@@ -248,7 +255,7 @@ void MotionObjectPool::AddWorkingObjects(int count) {
 
 void MotionObjectPool::ClearBusyList() {
     while (MotionObject* const object = _busyList._first) {
-        _busyList.Remove(object);  // its blocks leave the arena
+        _busyList.Remove(object);
         _freeList.Add(object);
     }
     _cells.Reset();

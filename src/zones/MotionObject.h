@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "coreMD.h"
 #include "utils/Visibility.h"
@@ -28,9 +29,9 @@ public:
 
     MotionObject* prev;
     MotionObject* next;
-    int _realBufferLenght;  // capacity in blocks, for AddPixel and CopyMotionPixels
-    short* motionX;         // objectPixelsCount columns: storage follows the blocks, not the capacity
-    short* motionY;         // objectPixelsCount rows
+    int _realBufferLenght;  // capacity in blocks
+    short* motionX;         // _realBufferLenght columns; of an object that the detector made: objectPixelsCount
+    short* motionY;         // likewise, rows
     short index;            // 0; handed out to hosts
     short secondIndex;      // 0; likewise
     short minX;             // bounding box, inclusive
@@ -41,20 +42,24 @@ public:
 
 private:
     friend class MotionObjectList;
+    friend class LeanObjects;
     friend class MotionObjectPool;
     friend class ObjectMerger;
 
-    MD_INTERNAL MotionObject(int length, short* cells, int storedLength);  // borrowed cells, see Borrow
-    MD_INTERNAL void Borrow(short* cells, int storedLength);               // 2 * storedLength coordinates, columns first
-    MD_INTERNAL bool IsBorrowing() const;
-    MD_INTERNAL void OwnCells(int storedLength);             // moves the blocks to memory of its own
-    MD_INTERNAL void AppendBlocks(const MotionObject& src);  // which must fit; the box stays
+    // Room for the blocks is the object's own, or borrowed from its pool: see LeanObjects.
+    struct NoRoom {};
+    MD_INTERNAL MotionObject(int length, NoRoom);
+    MD_INTERNAL void Borrow(CellArena& lender, int storedLength, short* cells);  // 2 * storedLength, columns first
+    MD_INTERNAL void KeepBorrowed() noexcept;                                    // where they are, for as long as it lives
+    MD_INTERNAL void OwnCells(int storedLength);                                 // moves the blocks to memory of its own
+    MD_INTERNAL void AppendBlocks(const MotionObject& src);                      // which must fit; the box stays
     MD_INTERNAL CellBox Box() const;
     MD_INTERNAL void SetBox(CellBox box);
     MD_INTERNAL void WidenBoxFrom(int first);  // over the blocks from `first` on
 
-    short* _ownCells;   // null while the coordinates are borrowed from a pool
-    int _storedLength;  // entries present; up to _realBufferLenght are made on demand
+    CellArena* _lender;               // whose cells these are; null: the object keeps them
+    std::shared_ptr<short[]> _cells;  // what keeps them
+    int _storedLength;                // entries present
 };
 
 // Links objects through their own prev and next; an object is in one list at most. Release destroys the objects.
@@ -63,7 +68,8 @@ public:
     MotionObjectList();
 
     void Add(MotionObject* object);  // at the tail; fatal "object"
-    // Unlinks and does not destroy: the caller owns the object, blocks included, whatever becomes of the pool it was in.
+    // Unlinks and does not destroy: the caller owns the object, blocks included, whatever becomes of the pool it was in. The
+    // blocks stay where they are.
     void Remove(MotionObject* object);      // fatal "object", "_first == object", "_last == object", "_objectsCount >= 0"
     MotionObject* GetByIndex(short index);  // 0 is the first; fatal "index < _objectsCount", "false"
     void Release();                         // fatal "!_objectsCount" when the count disagrees with the links
@@ -89,12 +95,13 @@ public:
 
     void Inic(int width, int height);  // destroys all objects; AddWorkingObjects then makes room for width * height blocks
 
-    // Each appends one object to the busy list, the free list's first or a new one of the length given.
+    // Each appends one object to the busy list, the free list's first or a new one of the length given. All entries of its
+    // buffers are its own.
     void Add(short* xs, short* ys, int currentPixelsCount, int length);  // fatal "currentPixelsCount > 0"
     void Copy(MotionObject* src);
     void AddWorkingObjects(int count);  // `count` objects with an empty box
 
-    void ClearBusyList();                       // to the free list
+    void ClearBusyList();                       // to the free list; blocks stay where they are
     void RemoveFromBusy(MotionObject* object);  // destroys it
     void ReleaseBusyList();                     // destroys the objects; the free list does not grow
     void Release();                             // destroys free and busy objects
@@ -105,20 +112,19 @@ public:
     int _height;
 
 private:
+    friend class LeanObjects;
     friend class ObjectMerger;
 
-    // A busy object gets room for `blockCount` blocks in all and the capacity `length`; then it takes over the blocks of
-    // others, which are destroyed. Its box stays.
-    MD_INTERNAL void MakeRoom(MotionObject* object, int blockCount, int length);
-    MD_INTERNAL void Absorb(MotionObject* object, MotionObject* part);
-
-    MD_INTERNAL MotionObject* Take(std::int64_t length, int blockCount);
-    MD_INTERNAL short* TakeCells(int blockCount);
+    MD_INTERNAL void Absorb(MotionObject* object, MotionObject* part);  // its blocks, which must fit; the box stays
+    MD_INTERNAL MotionObject* TakeFree(int blockCount);
+    MD_INTERNAL MotionObject* TakeSpare(int length);
+    MD_INTERNAL MotionObject* TakeWhole(std::int64_t length, int blockCount);
+    MD_INTERNAL void Fill(MotionObject* object, const short* xs, const short* ys, int blockCount);
+    MD_INTERNAL void FillFrom(MotionObject* object, const MotionObject& src);
     MD_INTERNAL void Recycle(MotionObject* object);
 
-    // Destroyed objects, kept for their memory only; their blocks lie in the arena, which is reset with the busy list.
-    MotionObject* _spare;
-    CellArena _cells;
+    MotionObject* _spare;  // destroyed objects, kept for their memory only
+    CellArena _cells;      // the blocks of lean objects; reset with the busy list
 };
 
 }  // namespace MD

@@ -7,6 +7,8 @@
 #include <new>
 #include <utility>
 
+#include "zones/LeanObjects.h"
+
 namespace MD {
 namespace {
 
@@ -144,7 +146,7 @@ void ObjectMerger::MoveBlocks(MotionObjectPool& pool) {
         const Node& node = _nodes[root];
         if (node.absorber != none || node.firstPart == none) continue;
         MotionObject* const object = node.object;
-        pool.MakeRoom(object, static_cast<int>(node.blockCount), node.length);
+        LeanObjects::MakeRoom(pool, *object, static_cast<int>(node.blockCount), node.length);
         for (int part = node.firstPart; part != none;) {
             const Node* p = &_nodes[static_cast<std::size_t>(part)];
             pool.Absorb(object, p->object);

@@ -5,9 +5,11 @@
 
 #include "OutOfMemory.h"
 #include "detector/MotionDetector.h"
+#include "zones/LeanObjects.h"
 
 namespace {
 
+using MD::LeanObjects;
 using MD::MDZone;
 using MD::MotionObject;
 using MD::MotionObjectList;
@@ -160,12 +162,13 @@ TEST(ContainersOutOfMemoryTest, ObjectGrows) {
     FailOneByOne("MotionObject(length)", [](auto fails) { fails([] { MotionObject object(9); }); });
 }
 
-// An object of a pool stores its blocks tightly; room for one more follows on demand.
+// An object of the detector stores its blocks tightly; room for one more follows on demand.
 TEST(ContainersOutOfMemoryTest, PoolObjectTakesOneMoreBlock) {
     const int allocations = FailOneByOne("MotionObject::AddPixel", [](auto fails) {
         MotionObjectPool pool;
         pool.Inic(columns, rows);
-        AddDiagonal(pool, 0, 3);
+        short places[] = {0, 1, 2};
+        LeanObjects::Add(pool, places, places, 3, columns * rows);
         MotionObject& object = *pool._busyList._first;
         if (fails([&] { object.AddPixel(7, 5); })) {
             EXPECT_EQ(ColumnsOf(object), (std::vector<short>{0, 1, 2}));
@@ -192,7 +195,6 @@ TEST(ContainersOutOfMemoryTest, PoolKeepsItsObjects) {
         pool.Inic(columns, rows);
         AddDiagonal(source, 2, 4);
         AddDiagonal(pool, 0, 1);
-        // Enough copies to use up the first piece of the pool's memory.
         const bool failed = fails([&] {
             for (int i = 0; i < 20; ++i) pool.Copy(source._busyList._first);
         });
@@ -202,12 +204,25 @@ TEST(ContainersOutOfMemoryTest, PoolKeepsItsObjects) {
         EXPECT_EQ(ColumnsOf(*pool._busyList._last), ColumnsOf(*source._busyList._first));
         EXPECT_EQ(ColumnsOf(*pool._busyList._first), (std::vector<short>{0}));
     });
+    FailOneByOne("LeanObjects::Copy", [](auto fails) {
+        MotionObjectPool source, pool;
+        source.Inic(columns, rows);
+        pool.Inic(columns, rows);
+        AddDiagonal(source, 2, 4);
+        const bool failed = fails([&] {
+            for (int i = 0; i < 20; ++i) LeanObjects::Copy(pool, *source._busyList._first);
+        });
+        const int count = CheckedCount(pool._busyList);
+        EXPECT_TRUE(failed ? count < 20 : count == 20);
+        LeanObjects::Copy(pool, *source._busyList._first);
+        EXPECT_EQ(ColumnsOf(*pool._busyList._last), ColumnsOf(*source._busyList._first));
+    });
 }
 
 // Objects larger than what is left of a piece of the pool's memory go to the next piece; all pieces are used again.
 TEST(ContainersOutOfMemoryTest, PoolFillsSeveralPieces) {
     constexpr int blocks = 20000, objects = 6;
-    FailOneByOne("MotionObjectPool::Add, several pieces", [&](auto fails) {
+    FailOneByOne("LeanObjects::Add, several pieces", [&](auto fails) {
         std::vector<short> places(blocks);
         MotionObjectPool pool;
         pool.Inic(200, 100);
@@ -215,7 +230,7 @@ TEST(ContainersOutOfMemoryTest, PoolFillsSeveralPieces) {
             pool.ReleaseBusyList();
             for (int i = 0; i < objects; ++i) {
                 for (short& place : places) place = static_cast<short>(i);
-                pool.Add(places.data(), places.data(), i % 2 ? blocks : blocks / 4, blocks);
+                LeanObjects::Add(pool, places.data(), places.data(), i % 2 ? blocks : blocks / 4, blocks);
             }
         };
         if (fails(addAll)) addAll();

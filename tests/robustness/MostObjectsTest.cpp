@@ -2,6 +2,7 @@
 // of two by two blocks holds blocks of one object only, so that there are at most ceil(width / 2) * ceil(height / 2)
 // objects; grids of an even number of rows can hold as many.
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <utility>
@@ -9,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "AllocationGate.h"
 #include "StreamScene.h"
 #include "detector/MotionDetector.h"
 
@@ -91,6 +93,25 @@ TEST(MostObjectsTest, BoundHoldsOnEverySmallGridAndIsReachedWithEvenRows) {
 TEST(MostObjectsTest, DetectorFindsAsMany) {
     for (const auto& [width, height] : {std::pair{1, 2}, {2, 2}, {3, 4}, {9, 6}, {16, 10}, {101, 40}})
         EXPECT_EQ(ObjectsFound(width, height), Bound(width, height)) << width << 'x' << height;
+}
+
+// Storage follows the blocks, not the grid that every object has the capacity for: that would be 17 GB.
+TEST(MostObjectsTest, ThirtyThousandObjectsCostWhatTheirBlocksDo) {
+    const Kit::Picture ground(480, 270);
+    Kit::FrameFeed feed(Kit::InputKind::Standard, Kit::oneSecond);
+    MD::MotionDetector detector;
+    std::uint8_t cell = 1;
+    MDZoneInfo zone{&cell, 1, 1, 0.3f, 0.0f, 0.0f};
+    detector.AddMDZone(&zone);
+    std::size_t before = 0;
+    for (int frame = 0; frame < 12; ++frame) {
+        DetectionInfo info = feed.Next(frame < 11 ? ground : WithMostObjects(ground));
+        before = AllocationGate::LiveBytes();
+        detector.Detect(&info, true);
+    }
+    EXPECT_EQ(detector._zonePool._busyList._objectsCount, 32400);
+    EXPECT_EQ(detector._zonePool._busyList._first->_realBufferLenght, 480 * 270);
+    EXPECT_LT(AllocationGate::LiveBytes() - before, std::size_t{24} << 20);
 }
 
 // 480 x 270 blocks of 4 x 4 pixels: a full-HD picture. No grid with a bound of at most 32767 can end the process.

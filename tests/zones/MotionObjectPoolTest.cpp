@@ -261,8 +261,76 @@ TEST(MotionObjectPoolTest, RemovedObjectOutlivesTheFrame) {
     delete object;
 }
 
-// _realBufferLenght is what the buffers hold, in a pool too.
-// Storage follows the blocks: an object that grows to its capacity must not touch its neighbours.
+// Every entry that _realBufferLenght promises may be written, and none belongs to two objects.
+TEST(MotionObjectPoolTest, EveryObjectHasItsWholeBuffersForItself) {
+    MotionObjectPool pool;
+    pool.Inic(10, 10);
+    MotionObject source(100);
+    source.AddPixel(4, 4);
+    const auto writeEverything = [&] {
+        short value = 0;
+        for (MotionObject* object : ObjectsOf(pool._busyList)) {
+            ASSERT_EQ(object->_realBufferLenght, 100);
+            for (int i = 0; i < 100; ++i) object->motionX[i] = ++value;
+            for (int i = 0; i < 100; ++i) object->motionY[i] = ++value;
+        }
+        value = 0;
+        for (const MotionObject* object : ObjectsOf(pool._busyList)) {
+            for (int i = 0; i < 100; ++i) ASSERT_EQ(object->motionX[i], ++value) << i;
+            for (int i = 0; i < 100; ++i) ASSERT_EQ(object->motionY[i], ++value) << i;
+        }
+    };
+    const auto fill = [&] {
+        AddObject(pool, {{1, 1}}, 100);
+        AddObject(pool, {{2, 2}}, 100);
+        pool.Copy(&source);
+        pool.AddWorkingObjects(2);
+    };
+    fill();
+    writeEverything();
+    pool.ClearBusyList();
+    fill();  // the same, taken again
+    writeEverything();
+    pool.ReleaseBusyList();
+    fill();  // others, after some were destroyed
+    writeEverything();
+}
+
+// Where the blocks lie is not the pool's to change.
+TEST(MotionObjectPoolTest, BlocksStayWhereTheyAre) {
+    using Addresses = std::vector<const short*>;
+    MotionObjectPool pool;
+    pool.Inic(10, 10);
+    for (short i = 0; i < 3; ++i) AddObject(pool, {{i, i}}, 100);
+    const std::vector<MotionObject*> objects = ObjectsOf(pool._busyList);
+    const auto addresses = [&] {
+        Addresses result;
+        for (const MotionObject* object : objects) {
+            result.push_back(object->motionX);
+            result.push_back(object->motionY);
+        }
+        return result;
+    };
+    const Addresses before = addresses();
+    pool._busyList.Remove(objects[1]);
+    EXPECT_EQ(addresses(), before);
+    pool._busyList.Add(objects[1]);
+    MotionObject part(100);
+    for (int i = 0; i < 99; ++i) part.AddPixel(i % 10, i / 10);
+    objects[0]->CopyMotionPixels(&part);  // 100 blocks: full to the brim
+    EXPECT_EQ(addresses(), before);
+    objects[1]->AddPixel(5, 5);
+    EXPECT_EQ(addresses(), before);
+    pool.ClearBusyList();
+    EXPECT_EQ(addresses(), before);
+    AddObject(pool, {{7, 7}}, 5);
+    pool.Copy(&part);
+    pool.AddWorkingObjects(1);
+    EXPECT_EQ(addresses(), before);
+    EXPECT_EQ(BlocksOf(*objects[0]), (Blocks{{7, 7}}));
+    EXPECT_EQ(BlocksOf(*objects[2]), BlocksOf(part));
+}
+
 TEST(MotionObjectPoolTest, PooledObjectsGrowToTheirWholeLength) {
     MotionObjectPool pool;
     pool.Inic(8, 6);

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "SeededRandom.h"
+#include "zones/LeanObjects.h"
 
 namespace {
 
@@ -28,7 +29,7 @@ struct Seen {
     bool operator==(const Seen&) const = default;
 };
 
-void Fill(MotionObjectPool& pool, const std::vector<Cells>& objects, int width, int height) {
+void Fill(MotionObjectPool& pool, const std::vector<Cells>& objects, int width, int height, bool areLean = false) {
     pool.Inic(width, height);
     for (const Cells& cells : objects) {
         std::vector<short> xs, ys;
@@ -36,7 +37,9 @@ void Fill(MotionObjectPool& pool, const std::vector<Cells>& objects, int width, 
             xs.push_back(cell.x);
             ys.push_back(cell.y);
         }
-        pool.Add(xs.data(), ys.data(), static_cast<int>(cells.size()), width * height);
+        const int count = static_cast<int>(cells.size());
+        if (areLean) MD::LeanObjects::Add(pool, xs.data(), ys.data(), count, width * height);
+        else pool.Add(xs.data(), ys.data(), count, width * height);
     }
 }
 
@@ -74,17 +77,20 @@ bool SweepPlainly(MotionObjectPool& pool) {
 std::size_t MergeBothWays(
     const std::vector<Cells>& objects, int width, int height,
     const std::function<void(MotionObjectPool&)>& change = [](MotionObjectPool&) {}) {
-    MotionObjectPool plain, quick;
+    MotionObjectPool plain;
     Fill(plain, objects, width, height);
-    Fill(quick, objects, width, height);
     change(plain);
-    change(quick);
     while (SweepPlainly(plain)) {
     }
-    MD::ObjectMerger merger;
-    merger.Merge(quick);
     const std::vector<Seen> expected = Look(plain);
-    EXPECT_TRUE(Look(quick) == expected);
+    for (const bool areLean : {false, true}) {
+        MotionObjectPool quick;
+        Fill(quick, objects, width, height, areLean);
+        change(quick);
+        MD::ObjectMerger merger;
+        merger.Merge(quick);
+        EXPECT_TRUE(Look(quick) == expected) << areLean;
+    }
     return expected.size();
 }
 
