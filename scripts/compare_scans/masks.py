@@ -23,18 +23,22 @@ def pattern(regex, replacement):
     return lambda data: compiled.subn(replacement, data)
 
 
+NUMBER = rb"(?:[\d.e+-]+|null)"
+PROGRESS = re.compile(b'{"type":"progress",' + b",".join(b'"%s":%s' % (name, NUMBER) for name in (
+    b"done", b"seconds", b"elapsed", b"speed", b"left", b"events")) + b"}")
+
+
 def progress_lines(data):
-    """The first line of a single input is written with its first picture, all others when a second is over."""
-    first = not re.search(rb"^mdscan: \d+ inputs?\b", data, re.MULTILINE)
+    """The first line of a single input is written with its first picture, all others when a second is over: these go."""
+    several = re.search(rb"^mdscan: \d+ inputs?\b", data, re.MULTILINE)
     lines, count = [], 0
     for line in data.split(b"\n"):
-        if line.startswith(b'{"type":"progress"'):
+        if PROGRESS.fullmatch(line):
             count += 1
-            numbers = rb'"(elapsed|speed|left)":(?:[\d.e+-]+|null)'
-            line = re.sub(numbers if first else rb'"(\w+)":(?:[\d.e+-]+|null)', rb'"\1":#', line)
-            first = False
-            if lines and lines[-1] == line:
+            if count > 1:
                 continue
+            names = rb"\w+" if several else rb"elapsed|speed|left"
+            line = re.sub(rb'"(%s)":%s' % (names, NUMBER), rb'"\1":#', line)
         lines.append(line)
     return b"\n".join(lines), count
 
