@@ -21,16 +21,10 @@ inside() {
 }
 quietly() { "$@" >"$work/apt.log" 2>&1 || { cat "$work/apt.log" >&2; fail "$*"; }; }
 
-# The same Debian as here, from where this machine gets its own packages, and compilers. Set up anew if a run broke off.
+# A clean system with compilers. Set up anew if a run broke off.
 if [[ ! -e $work/root.ready ]]; then
-    suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
-    sources=$(apt-get indextargets --format 'deb $(REPO_URI) $(CODENAME) $(COMPONENT)' 'Created-By: Packages' 'Origin: Debian')
-    mirror=$(awk -v suite="$suite" '$3 == suite && $4 == "main" { print $2; exit }' <<<"$sources")
-    [[ -n $mirror ]] || fail "apt on this machine knows no mirror of Debian $suite: does it need apt-get update?"
-    say "setting up a clean Debian $suite in $system"
-    rm -rf --one-file-system "$system"
-    quietly debootstrap --variant=minbase "$suite" "$system" "$mirror"
-    echo "$sources" >"$system/etc/apt/sources.list"
+    say "setting up a clean Debian in $system"
+    "$root/scripts/make-root.sh" "$system"
     quietly inside apt-get update
     quietly inside apt-get install -y --no-install-recommends gcc g++ libc6-dev make cmake pkg-config
 else
@@ -84,8 +78,8 @@ for example in minimal_c minimal_cpp; do cmp $example.txt expected/$example.txt;
 
 printf '\n== hosts by CMake\n'
 for project in find_package_c find_package; do
-    run "cmake -S $project -B $project/build --no-warn-unused-cli -DEXAMPLES=$examples -DHOSTS=/test/hosts -DCOREMD_WISH=$1" \
-        >/dev/null
+    run "cmake -S $project -B $project/build --no-warn-unused-cli \
+        -DEXAMPLES=$examples -DHOSTS=/test/hosts -DCOREMD_WISH=$1" >/dev/null
     run "cmake --build $project/build" >/dev/null
     run "ctest --test-dir $project/build" | grep 'tests passed'
 done
@@ -110,8 +104,8 @@ if [[ -x $loader ]]; then
             folder=glibc-hwcaps/$level/
         fi
         best=$folder
-        run "LD_DEBUG=libs $loader --glibc-hwcaps-mask $level /usr/bin/mdscan crossing.mp4 2>loader.txt" | cmp - events.jsonl ||
-            fail "another result for $level"
+        run "LD_DEBUG=libs $loader --glibc-hwcaps-mask $level /usr/bin/mdscan crossing.mp4 2>loader.txt" |
+            cmp - events.jsonl || fail "another result for $level"
         took "$folder" || fail "not the one for $level"
     done
 fi
