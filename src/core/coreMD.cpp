@@ -23,7 +23,7 @@ int32_t h15(DetectorHandle* ptr) {
     assert(!*ptr);
     auto detector = std::make_unique<MotionDetector>();
     *ptr = new MotionDetector*(detector.get());
-    detector.release();
+    static_cast<void>(detector.release());
     return 0;
 }
 

@@ -182,7 +182,8 @@ int RefineSimilarBlocks(ObjectBlocks object, SimilarityBlocks b, std::uint16_t t
     for (int i = 0; i < object.count; ++i) {
         if (b.objectsMap[IndexOf(object, i, grid)] != tagged) continue;
         const CellBox square = NeighbourhoodOf(object.xs[i], object.ys[i], grid);
-        const std::ptrdiff_t bufLenght = (square.right - square.left + 1) * (square.bottom - square.top + 1);
+        const std::ptrdiff_t columns = square.right - square.left + 1, rows = square.bottom - square.top + 1;
+        const std::ptrdiff_t bufLenght = columns * rows;
         MD_DETECTOR_ASSERT(bufLenght <= blockCount, processOneZone);
         std::fill_n(b.neighbourhoodMask, bufLenght, std::uint8_t{0});
         const float difference = differenceFromBackground(IndexOf(object, i, grid));
