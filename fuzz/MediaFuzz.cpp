@@ -13,17 +13,17 @@ extern "C" {
 #include <libavutil/mem.h>
 }
 
-#include "Cadence.h"
+#include "video/time/Cadence.h"
 #include "Claim.h"
-#include "Decoder.h"
-#include "Events.h"
-#include "Failure.h"
+#include "video/media/Decoder.h"
+#include "video/watch/Events.h"
+#include "video/base/Failure.h"
 #include "FuzzTarget.h"
-#include "Libav.h"
-#include "PlainPicture.h"
-#include "PngFile.h"
-#include "Report.h"
-#include "Watcher.h"
+#include "video/media/Libav.h"
+#include "video/media/PlainPicture.h"
+#include "video/files/PngFile.h"
+#include "results/Report.h"
+#include "video/watch/Watcher.h"
 
 namespace {
 
@@ -63,13 +63,13 @@ public:
     explicit FuzzedScan(const std::string& path)
         : _decoder(path),
           _cadence(0, _decoder.NominalInterval()),
-          _events({.mergeGap = Scan::oneSecond, .minDuration = 0, .longestGap = 10 * _cadence.Period()}) {
+          _events({.mergeGap = Video::oneSecond, .minDuration = 0, .longestGap = 10 * _cadence.Period()}) {
         FUZZ_CLAIM(_decoder.NominalInterval() >= 1);
     }
 
     void Run() {
         std::int64_t pictures = 0;
-        Scan::Ticks last = 0;
+        Video::Ticks last = 0;
         bool isOver = false;
         while (pictures < mostPictures && !(isOver = !_decoder.Next())) {
             FUZZ_CLAIM(_decoder.Pictures() == ++pictures);
@@ -86,56 +86,56 @@ public:
     }
 
 private:
-    void Analyse(const AVFrame& frame, Scan::Ticks time) {
+    void Analyse(const AVFrame& frame, Video::Ticks time) {
         _picture.Take(frame);
         const Host::PictureFormat& format = _picture.Format();
         if (!_watcher || !Matches(format)) {
             Report(_events.Close());
             _layout = format.format;
-            const Scan::WatchRules rules{
-                .framesPerSecond = 1 / Scan::ToSeconds(_decoder.NominalInterval()),
+            const Video::WatchRules rules{
+                .framesPerSecond = 1 / Video::ToSeconds(_decoder.NominalInterval()),
                 .shadows = format.width % 2 != 0,
                 .minSize = 0.03,
                 .zones = {{.name = "middle", .polygon = {{0.1, 0.1}, {0.9, 0.1}, {0.9, 0.9}, {0.1, 0.9}}},
                           {.name = "corner", .exclude = true, .polygon = {{0.0, 0.0}, {0.3, 0.0}, {0.0, 0.3}}}}};
-            _watcher.emplace(format, Scan::GridOf(format.width, format.height, 0), rules);
+            _watcher.emplace(format, Video::GridOf(format.width, format.height, 0), rules);
         }
-        const Scan::Findings findings = _watcher->Watch(_picture.View(), time);
-        for (const Scan::MovingObject& object : findings.objects) ClaimInPicture(object.box);
+        const Video::Findings findings = _watcher->Watch(_picture.View(), time);
+        for (const Video::MovingObject& object : findings.objects) ClaimInPicture(object.box);
         ClaimOneLine(Scan::FrameLine("", {_decoder.Numbers().At(time), _decoder.Numbers().IsExact(time)}, findings));
         Report(_events.Add(findings));
     }
 
     bool Matches(const Host::PictureFormat& format) const {
-        const Scan::PictureGrid& grid = _watcher->Grid();
+        const Video::PictureGrid& grid = _watcher->Grid();
         return grid.pictureWidth == format.width && grid.pictureHeight == format.height && _layout == format.format;
     }
 
-    void ClaimInPicture(const Scan::Box& box) const {
-        const Scan::PictureGrid& grid = _watcher->Grid();
+    void ClaimInPicture(const Video::Box& box) const {
+        const Video::PictureGrid& grid = _watcher->Grid();
         FUZZ_CLAIM(box.x >= 0 && box.y >= 0 && box.width > 0 && box.height > 0);
         FUZZ_CLAIM(box.x + box.width <= grid.pictureWidth && box.y + box.height <= grid.pictureHeight);
     }
 
-    void Report(const std::optional<Scan::Event>& event) {
+    void Report(const std::optional<Video::Event>& event) {
         if (!event) return;
         FUZZ_CLAIM(event->start <= event->peak && event->peak <= event->end && event->frames > 0);
         ClaimOneLine(Scan::EventLine("clip", ++_printed, *event, {.zones = {"middle"}, .track = true}));
     }
 
     void Draw() {
-        const Scan::PictureGrid& grid = _watcher->Grid();
-        const Scan::BgrPicture background =
-            Scan::Enlarged(_watcher->Background(), grid.blockSize, grid.pictureWidth, grid.pictureHeight);
+        const Video::PictureGrid& grid = _watcher->Grid();
+        const Video::BgrPicture background =
+            Video::Enlarged(_watcher->Background(), grid.blockSize, grid.pictureWidth, grid.pictureHeight);
         const std::int64_t pixels = std::int64_t{grid.pictureWidth} * grid.pictureHeight;
         FUZZ_CLAIM(background.pixels.size() == static_cast<std::size_t>(3 * pixels));
     }
 
-    Scan::Decoder _decoder;
-    Scan::Cadence _cadence;
-    Scan::EventLog _events;
-    Scan::PlainPicture _picture;
-    std::optional<Scan::Watcher> _watcher;
+    Video::Decoder _decoder;
+    Video::Cadence _cadence;
+    Video::EventLog _events;
+    Video::PlainPicture _picture;
+    std::optional<Video::Watcher> _watcher;
     Host::PixelFormat _layout = {};
     int _printed = 0;
 };
@@ -145,7 +145,7 @@ private:
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size > longestInput) return 0;
     static const bool isPrepared = [] {
-        Scan::CollectComplaints();
+        Video::CollectComplaints();
         av_max_alloc(mostMemory);
         return true;
     }();

@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <fstream>
 
-#include "Decoder.h"
-#include "Failure.h"
-#include "PlainPicture.h"
+#include "video/media/Decoder.h"
+#include "video/base/Failure.h"
+#include "video/media/PlainPicture.h"
 
 namespace Bench {
 
@@ -59,17 +59,17 @@ std::vector<LabelledPicture> ReadLabelledVideo(const std::string& folder, int bl
     std::ifstream region(folder + "/temporalROI.txt");
     int first = 0, last = 0;
     if (!(region >> first >> last)) {
-        throw Scan::Failure(Scan::exitFailed, folder + ": no temporalROI.txt");
+        throw Video::Failure(Video::exitFailed, folder + ": no temporalROI.txt");
     }
     int number = std::filesystem::exists(folder + "/groundtruth/gt000000.png") ? 0 : 1;
-    Scan::Decoder pictures(Pattern(folder, "input/in", ".jpg"), 1), labels(Pattern(folder, "groundtruth/gt", ".png"), 1);
-    Scan::PlainPicture plain;
+    Video::Decoder pictures(Pattern(folder, "input/in", ".jpg"), 1), labels(Pattern(folder, "groundtruth/gt", ".png"), 1);
+    Video::PlainPicture plain;
     std::vector<LabelledPicture> video;
     for (; pictures.Next(); ++number) {
         if (!labels.Next() || labels.Frame().width != pictures.Frame().width ||
             labels.Frame().height != pictures.Frame().height || !IsGrey(labels.Frame())) {
-            throw Scan::Failure(Scan::exitFailed, folder + ": labels of picture " + std::to_string(number) +
-                                                      " are missing or of another kind");
+            throw Video::Failure(Video::exitFailed, folder + ": labels of picture " + std::to_string(number) +
+                                                        " are missing or of another kind");
         }
         plain.Take(pictures.Frame());
         Host::PictureFormat format = plain.Format();

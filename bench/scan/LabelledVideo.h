@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "BlockReducer.h"
-#include "Libav.h"
+#include "video/media/Libav.h"
 
 namespace Bench {
 
@@ -25,7 +25,7 @@ struct LabelledPicture {
     bool Moves() const;  // any block of it
 };
 
-// Throws Scan::Failure where a picture is missing or of another size than its labels.
+// Throws Video::Failure where a picture is missing or of another size than its labels.
 std::vector<LabelledPicture> ReadLabelledVideo(const std::string& folder, int blockSize);
 
 // 255 is moving, 0 and 50 (shadow) are still, others unknown. A block moves where at least a quarter of its known pixels do,

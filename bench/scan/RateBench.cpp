@@ -10,16 +10,16 @@
 #include <utility>
 #include <vector>
 
-#include "Cadence.h"
-#include "Events.h"
-#include "Failure.h"
+#include "video/time/Cadence.h"
+#include "video/watch/Events.h"
+#include "video/base/Failure.h"
 #include "LabelledVideo.h"
-#include "Watcher.h"
+#include "video/watch/Watcher.h"
 
 namespace {
 
 constexpr double picturesPerSecond = 25;
-constexpr Scan::Ticks interval = Scan::oneSecond / 25;
+constexpr Video::Ticks interval = Video::oneSecond / 25;
 
 struct Setting {
     std::string name;
@@ -42,22 +42,22 @@ struct Score {
     double Share(double part, double whole) const { return whole > 0 ? part / whole : 0; }
 };
 
-std::vector<Scan::Event> EventsOf(const std::vector<Scan::Findings>& frames) {
-    const Scan::Ticks gap = 2 * Scan::oneSecond;
-    Scan::EventLog log({.mergeGap = gap, .minDuration = Scan::oneSecond / 2, .longestGap = 1000 * Scan::oneSecond});
-    std::vector<Scan::Event> events;
-    const auto keep = [&](std::optional<Scan::Event> event) {
+std::vector<Video::Event> EventsOf(const std::vector<Video::Findings>& frames) {
+    const Video::Ticks gap = 2 * Video::oneSecond;
+    Video::EventLog log({.mergeGap = gap, .minDuration = Video::oneSecond / 2, .longestGap = 1000 * Video::oneSecond});
+    std::vector<Video::Event> events;
+    const auto keep = [&](std::optional<Video::Event> event) {
         if (event) events.push_back(std::move(*event));
     };
-    for (const Scan::Findings& frame : frames) keep(log.Add(frame));
+    for (const Video::Findings& frame : frames) keep(log.Add(frame));
     keep(log.Close());
     return events;
 }
 
-int CountMatched(const std::vector<Scan::Event>& these, const std::vector<Scan::Event>& those) {
-    return static_cast<int>(std::count_if(these.begin(), these.end(), [&](const Scan::Event& a) {
+int CountMatched(const std::vector<Video::Event>& these, const std::vector<Video::Event>& those) {
+    return static_cast<int>(std::count_if(these.begin(), these.end(), [&](const Video::Event& a) {
         return std::any_of(those.begin(), those.end(),
-                           [&](const Scan::Event& b) { return a.start <= b.end && b.start <= a.end; });
+                           [&](const Video::Event& b) { return a.start <= b.end && b.start <= a.end; });
     }));
 }
 
@@ -67,11 +67,11 @@ void AddRun(const std::vector<Bench::LabelledPicture>& video, const Setting& set
     detector.AddWholePicture(setting.minSize, setting.minSize);
     detector.LimitToMotion(setting.limitToMotion);
     detector.LearnSlowly(setting.learnSlowly);
-    Scan::Cadence cadence(setting.rate, interval);
-    std::vector<Scan::Findings> truths, findings;
+    Video::Cadence cadence(setting.rate, interval);
+    std::vector<Video::Findings> truths, findings;
     for (std::size_t i = static_cast<std::size_t>(phase); i < video.size(); ++i) {
         const Bench::LabelledPicture& picture = video[i];
-        const Scan::Ticks time = static_cast<Scan::Ticks>(i) * interval;
+        const Video::Ticks time = static_cast<Video::Ticks>(i) * interval;
         if (!cadence.Takes(time)) continue;
         detector.Detect({.columns = picture.columns,
                          .rows = picture.rows,
@@ -101,9 +101,9 @@ void AddRun(const std::vector<Bench::LabelledPicture>& video, const Setting& set
             score.misses += !found[block] && truth == Bench::Truth::Moving;
             score.extra += found[block] && truth == Bench::Truth::Still;
         }
-        const Scan::MovingObject something{{0, 0, 1, 1}, 1};
-        truths.push_back({time, moves ? std::vector{something} : std::vector<Scan::MovingObject>{}});
-        findings.push_back({time, objects > 0 ? std::vector{something} : std::vector<Scan::MovingObject>{}});
+        const Video::MovingObject something{{0, 0, 1, 1}, 1};
+        truths.push_back({time, moves ? std::vector{something} : std::vector<Video::MovingObject>{}});
+        findings.push_back({time, objects > 0 ? std::vector{something} : std::vector<Video::MovingObject>{}});
     }
     const auto real = EventsOf(truths), seen = EventsOf(findings);
     score.events += static_cast<int>(real.size());
@@ -158,12 +158,12 @@ int main(int argc, char** argv) {
                     video = Bench::ReadLabelledVideo(folder, blockSize);
                 }
                 Score score;
-                const int phases = static_cast<int>(Scan::Cadence(setting.rate, interval).Period() / interval);
+                const int phases = static_cast<int>(Video::Cadence(setting.rate, interval).Period() / interval);
                 for (int phase = 0; phase < phases; ++phase) AddRun(video, setting, phase, score);
                 Print(sequence, setting, score);
             }
         }
-    } catch (const Scan::Failure& failure) {
+    } catch (const Video::Failure& failure) {
         std::fprintf(stderr, "coreMD_rates: %s\n", failure.what());
         return 1;
     }

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "PngFile.h"
+#include "video/files/PngFile.h"
 
 namespace Figure {
 
@@ -27,7 +27,7 @@ public:
 
     int Width() const { return _picture.width; }
     int Height() const { return _picture.height; }
-    const Scan::BgrPicture& Picture() const { return _picture; }
+    const Video::BgrPicture& Picture() const { return _picture; }
 
     // Outside the panel nothing is drawn.
     void Set(int x, int y, Color color);
@@ -40,7 +40,7 @@ public:
     void Paste(const Panel& panel, int left, int top);
 
 private:
-    Scan::BgrPicture _picture;
+    Video::BgrPicture _picture;
 };
 
 // Row after row, each of `columns` panels of the first one's size, with a gap of 4 pixels.

@@ -16,8 +16,8 @@
 
 #include "BlockReducer.h"
 #include "Panel.h"
-#include "PngFile.h"
-#include "ResultFile.h"
+#include "video/files/PngFile.h"
+#include "video/files/AtomicFile.h"
 #include "Scene.h"
 
 namespace {
@@ -180,8 +180,8 @@ Panel DrawMasks(Watcher& watcher) {
 }
 
 void Write(const Panel& panel, const std::string& path) {
-    Scan::ResultFile file(path, "");
-    Scan::WritePng(panel.Picture(), file);
+    Video::AtomicFile file(path, "");
+    Video::WritePng(panel.Picture(), file);
     file.Keep();
 }
 

@@ -11,24 +11,26 @@
 
 #include <unistd.h>
 
-#include "Batch.h"
-#include "ConfigFile.h"
-#include "Explain.h"
-#include "Failure.h"
-#include "Inputs.h"
-#include "Interruption.h"
-#include "Job.h"
-#include "Libav.h"
-#include "LiveName.h"
-#include "Options.h"
-#include "Report.h"
-#include "ResultSettings.h"
-#include "RunResults.h"
-#include "RunState.h"
-#include "Versions.h"
-#include "ZoneFile.h"
-#include "ZoneMask.h"
-#include "ZonePreview.h"
+#include "ask/Explain.h"
+#include "ask/ZonePreview.h"
+#include "command/ConfigFile.h"
+#include "command/Inputs.h"
+#include "command/Options.h"
+#include "command/Versions.h"
+#include "results/Report.h"
+#include "run/Batch.h"
+#include "run/Job.h"
+#include "run/ResultSettings.h"
+#include "run/RunResults.h"
+#include "run/RunState.h"
+#include "video/base/Failure.h"
+#include "video/base/Interruption.h"
+#include "video/base/LiveName.h"
+#include "video/base/Tally.h"
+#include "video/media/Libav.h"
+#include "video/zones/Zone.h"
+#include "video/zones/ZoneFile.h"
+#include "video/zones/ZoneMask.h"
 
 namespace Scan {
 
@@ -44,7 +46,7 @@ public:
         _results.Line(_input, line);
     }
     void OnAttachment(const std::string& text) override { _results.Attach(_input, text); }
-    void OnPicture(double done, const Tally& tally) override { _progress.Show(done, tally); }
+    void OnPicture(double done, const Video::Tally& tally) override { _progress.Show(done, tally); }
 
 private:
     RunResults& _results;
@@ -73,14 +75,14 @@ int ScanOne(const Options& options, const std::string& input) {
             results.Finish(input, result);
             results.Keep();
         }
-    } catch (const Failure& failure) {
+    } catch (const Video::Failure& failure) {
         result.health = Health::Unwritten;
         result.code = failure.Code();
         result.trouble = failure.what();
     }
     progress.Clear();
     if (!options.quiet || !result.trouble.empty()) {
-        PrintLastLine(ShownName(input), ResultText(result));
+        PrintLastLine(Video::ShownName(input), ResultText(result));
     }
     return CodeOf(result);
 }
@@ -90,13 +92,14 @@ void MakeFolder(const std::string& path) {
     std::error_code error;
     std::filesystem::create_directories(path, error);
     if (error || !std::filesystem::is_directory(path, error)) {
-        throw Failure(exitFailed, "cannot write into " + path + ": " + (error ? error.message() : "is not a folder"));
+        throw Video::Failure(Video::exitFailed,
+                             "cannot write into " + path + ": " + (error ? error.message() : "is not a folder"));
     }
 }
 
 int ScanMany(Options options, const InputList& list) {
     if (options.startTime && list.several) {
-        throw Failure(exitUsage, "--start-time wants a single input");
+        throw Video::Failure(Video::exitUsage, "--start-time wants a single input");
     }
     const int processors = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
     options.jobs = options.jobs > 0 ? options.jobs : processors;
@@ -122,19 +125,19 @@ int ScanMany(Options options, const InputList& list) {
 }
 
 // The zones of all options in one list. Throws Failure.
-std::vector<Zone> AllZones(const Options& options) {
-    std::vector<Zone> zones;
+std::vector<Video::Zone> AllZones(const Options& options) {
+    std::vector<Video::Zone> zones;
     if (!options.zoneFile.empty()) {
-        zones = ReadZoneFile(options.zoneFile);
+        zones = Video::ReadZoneFile(options.zoneFile);
     }
     if (!options.mask.empty()) {
-        zones.push_back({.name = "mask", .mask = ReadMask(options.mask)});
+        zones.push_back({.name = "mask", .mask = Video::ReadMask(options.mask)});
     }
     for (std::size_t i = 0; i < options.zones.size(); ++i) {
-        zones.push_back(RectangleZone("zone " + std::to_string(i + 1), options.zones[i]));
+        zones.push_back(Video::RectangleZone("zone " + std::to_string(i + 1), options.zones[i]));
     }
-    if (WatchedNames(zones).size() > mostZones) {
-        throw Failure(exitUsage, "more than " + std::to_string(mostZones) + " zones to watch");
+    if (Video::WatchedNames(zones).size() > Video::mostZones) {
+        throw Video::Failure(Video::exitUsage, "more than " + std::to_string(Video::mostZones) + " zones to watch");
     }
     return zones;
 }
@@ -142,12 +145,12 @@ std::vector<Zone> AllZones(const Options& options) {
 int Main(const std::vector<std::string>& arguments) {
     const Parsed parsed = ParseOptions(arguments, VersionText(), UsualConfigFile());
     if (!parsed.options) {
-        std::fputs(parsed.text.c_str(), parsed.exitCode == exitComplete ? stdout : stderr);
+        std::fputs(parsed.text.c_str(), parsed.exitCode == Video::exitComplete ? stdout : stderr);
         return parsed.exitCode;
     }
     Options options = *parsed.options;
-    CollectComplaints();
-    LeaveOrderly();
+    Video::CollectComplaints();
+    Video::LeaveOrderly();
     try {
         options.allZones = AllZones(options);
         if (options.showZones) {
@@ -168,12 +171,12 @@ int Main(const std::vector<std::string>& arguments) {
             return ScanMany(options, list);
         }
         return ScanOne(options, list.inputs.front().path);
-    } catch (const Failure& failure) {
+    } catch (const Video::Failure& failure) {
         PrintLastLine("", failure.what());
         return failure.Code();
     } catch (const std::exception& error) {
         PrintLastLine("", error.what());
-        return exitFailed;
+        return Video::exitFailed;
     }
 }
 

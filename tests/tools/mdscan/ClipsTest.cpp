@@ -11,9 +11,13 @@
 
 #include <nlohmann/json.hpp>
 
-#include "Clips.h"
 #include "ScanFixture.h"
 #include "StoredPictures.h"
+#include "video/base/Clip.h"
+#include "video/media/Libav.h"
+#include "video/pictures/Clips.h"
+#include "video/time/TickTime.h"
+#include "video/watch/Events.h"
 
 namespace Scan {
 namespace {
@@ -21,8 +25,8 @@ namespace {
 using nlohmann::json;
 
 // Two squares, the second one soon after the first.
-const std::vector<SquareScene> twoSquares = {{.width = 128, .height = 96, .seconds = 7, .from = 4, .until = 5.5},
-                                             {.width = 128, .height = 96, .seconds = 5, .from = 2.5, .until = 4}};
+const std::vector<Video::SquareScene> twoSquares = {{.width = 128, .height = 96, .seconds = 7, .from = 4, .until = 5.5},
+                                                    {.width = 128, .height = 96, .seconds = 5, .from = 2.5, .until = 4}};
 
 class ClipsTest : public ScanFixture {
 protected:
@@ -33,9 +37,9 @@ protected:
 
     // The event's clip holds the source's pictures from the last keyframe before `from` seconds to the first picture at or
     // behind its end.
-    static void ExpectClip(const json& event, const StoredPictures& source, double from) {
+    static void ExpectClip(const json& event, const Video::StoredPictures& source, double from) {
         ASSERT_TRUE(event.contains("clip")) << event;
-        const StoredPictures clip = ReadPictures(event["clip"]);
+        const Video::StoredPictures clip = Video::ReadPictures(event["clip"]);
         EXPECT_TRUE(clip.errors.empty()) << clip.errors.front();
         ASSERT_FALSE(clip.pictures.empty());
         const double origin = source.pictures.front().time, start = event["clip_start"];
@@ -47,7 +51,7 @@ protected:
         EXPECT_EQ(clip.pictures.front().time, 0);
         ASSERT_LE(first + clip.pictures.size(), source.pictures.size());
         for (std::size_t i = 0; i < clip.pictures.size(); ++i) {
-            const StoredPicture& expected = source.pictures[first + i];
+            const Video::StoredPicture& expected = source.pictures[first + i];
             ASSERT_NEAR(clip.pictures[i].time + start, expected.time - origin, 0.0015) << "picture " << i;
             ASSERT_EQ(clip.pictures[i].luma, expected.luma) << "picture " << i;
         }
@@ -72,20 +76,20 @@ class EveryKindOfClip : public ClipsTest, public testing::WithParamInterface<Kin
 
 TEST_P(EveryKindOfClip, IsTheInputFromAKeyframeOn) {
     const Kind& kind = GetParam();
-    if (!HasEncoder(kind.codec)) {
+    if (!Video::HasEncoder(kind.codec)) {
         GTEST_SKIP() << "this FFmpeg cannot encode " << kind.codec;
     }
-    WriteEncoded(twoSquares,
-                 {.codec = kind.codec,
-                  .container = kind.container,
-                  .format = kind.format,
-                  .groupSize = kind.groupSize,
-                  .bFrames = kind.bFrames},
-                 In("input"));
+    Video::WriteEncoded(twoSquares,
+                        {.codec = kind.codec,
+                         .container = kind.container,
+                         .format = kind.format,
+                         .groupSize = kind.groupSize,
+                         .bFrames = kind.bFrames},
+                        In("input"));
     const Outcome run = Cut("input", {"--merge-gap", "1", "--pre-roll", "0.4", "--post-roll", "0.5"});
     EXPECT_EQ(run.code, 0) << run.err;
     ASSERT_EQ(run.lines.size(), 2u) << run.err;
-    const StoredPictures source = ReadPictures(In("input"));
+    const Video::StoredPictures source = Video::ReadPictures(In("input"));
     for (const json& event : run.lines) {
         ExpectClip(event, source, event["start"]);
     }
@@ -113,12 +117,13 @@ class ClipsOfAFastScan : public ClipsTest, public testing::WithParamInterface<Ki
 // The rolls reach into groups that --fast passes by: of their packets, the first one's picture alone has been seen.
 TEST_P(ClipsOfAFastScan, HoldWhatWasNotDecoded) {
     const Kind& kind = GetParam();
-    if (!HasEncoder(kind.codec)) {
+    if (!Video::HasEncoder(kind.codec)) {
         GTEST_SKIP() << "this FFmpeg cannot encode " << kind.codec;
     }
-    WriteEncoded({{.width = 160, .height = 120, .seconds = 40, .from = 20, .until = 24}},
-                 {.codec = kind.codec, .container = kind.container, .groupSize = kind.groupSize, .bFrames = kind.bFrames},
-                 In("input"));
+    Video::WriteEncoded(
+        {{.width = 160, .height = 120, .seconds = 40, .from = 20, .until = 24}},
+        {.codec = kind.codec, .container = kind.container, .groupSize = kind.groupSize, .bFrames = kind.bFrames},
+        In("input"));
     const Outcome run = Cut("input", {"--fast", "--pre-roll", "5.3", "--post-roll", "5.5", "--resume", In("state")});
     EXPECT_EQ(run.code, 0) << run.err;
     ASSERT_EQ(run.lines.size(), 2u) << run.err;
@@ -126,9 +131,9 @@ TEST_P(ClipsOfAFastScan, HoldWhatWasNotDecoded) {
     const double start = event["start"], end = event["end"];
     EXPECT_NEAR(start, 14.7, 0.5);
     EXPECT_NEAR(end, 29.5, 0.5);
-    const StoredPictures source = ReadPictures(In("input"));
+    const Video::StoredPictures source = Video::ReadPictures(In("input"));
     ExpectClip(event, source, start);
-    const auto isOfClip = [&](const StoredPicture& picture) {
+    const auto isOfClip = [&](const Video::StoredPicture& picture) {
         const double time = picture.time - source.pictures.front().time;
         return picture.isKey && time > event["clip_start"].get<double>() - 0.001 && time < end;
     };
@@ -144,29 +149,29 @@ INSTANTIATE_TEST_SUITE_P(ClipsTest, ClipsOfAFastScan,
 
 TEST_F(ClipsTest, IrregularTimesAreKept) {
     const auto time = [](int frame) { return std::int64_t{frame} * 10 + frame % 3 * 3; };
-    std::vector<SquareScene> scenes = twoSquares;
-    for (SquareScene& scene : scenes) {
+    std::vector<Video::SquareScene> scenes = twoSquares;
+    for (Video::SquareScene& scene : scenes) {
         scene.framesPerSecond = 100;  // the encoder's clock; a tenth of that is drawn
         scene.seconds /= 10;
         scene.from /= 10;
         scene.until /= 10;
     }
-    WriteEncoded(scenes, {.codec = "mpeg4", .container = "matroska", .groupSize = 15, .time = time}, In("input"));
+    Video::WriteEncoded(scenes, {.codec = "mpeg4", .container = "matroska", .groupSize = 15, .time = time}, In("input"));
     const Outcome run = Cut("input", {"--merge-gap", "1"});
     ASSERT_EQ(run.lines.size(), 2u) << run.err;
-    const StoredPictures source = ReadPictures(In("input"));
+    const Video::StoredPictures source = Video::ReadPictures(In("input"));
     for (const json& event : run.lines) {
         ExpectClip(event, source, event["start"]);
     }
 }
 
 TEST_F(ClipsTest, EventsAtBothEndsOfTheInputHaveClips) {
-    WriteEncoded({{.width = 128, .height = 96, .seconds = 12, .from = 0, .until = 3},
-                  {.width = 128, .height = 96, .seconds = 2, .from = 0, .until = 2}},
-                 {.codec = "mpeg4", .container = "mp4", .groupSize = 25}, In("input"));
+    Video::WriteEncoded({{.width = 128, .height = 96, .seconds = 12, .from = 0, .until = 3},
+                         {.width = 128, .height = 96, .seconds = 2, .from = 0, .until = 2}},
+                        {.codec = "mpeg4", .container = "mp4", .groupSize = 25}, In("input"));
     const Outcome run = Cut("input", {"--rate", "0", "--merge-gap", "1", "--pre-roll", "1", "--post-roll", "1"});
     ASSERT_EQ(run.lines.size(), 2u) << run.err;
-    const StoredPictures source = ReadPictures(In("input"));
+    const Video::StoredPictures source = Video::ReadPictures(In("input"));
     ExpectClip(run.lines[0], source, run.lines[0]["start"]);
     ExpectClip(run.lines[1], source, run.lines[1]["start"]);
     EXPECT_EQ(run.lines[0]["clip_start"], 0.0);
@@ -174,36 +179,37 @@ TEST_F(ClipsTest, EventsAtBothEndsOfTheInputHaveClips) {
 }
 
 TEST_F(ClipsTest, RotationAndAspectAreKept) {
-    WriteEncoded(twoSquares, {.codec = "mpeg4", .container = "mp4", .sampleAspect = {4, 3}, .rotation = 90}, In("input"));
-    const StoredPictures source = ReadPictures(In("input"));
+    Video::WriteEncoded(twoSquares, {.codec = "mpeg4", .container = "mp4", .sampleAspect = {4, 3}, .rotation = 90},
+                        In("input"));
+    const Video::StoredPictures source = Video::ReadPictures(In("input"));
     ASSERT_EQ(std::abs(source.rotation), 90);
     const Outcome run = Cut("input", {"--merge-gap", "1"});
     ASSERT_EQ(run.lines.size(), 2u) << run.err;
     for (const json& event : run.lines) {
-        const StoredPictures clip = ReadPictures(event["clip"]);
+        const Video::StoredPictures clip = Video::ReadPictures(event["clip"]);
         EXPECT_EQ(clip.rotation, source.rotation);
         EXPECT_EQ(av_cmp_q(clip.sampleAspect, {4, 3}), 0) << clip.sampleAspect.num << ":" << clip.sampleAspect.den;
     }
 }
 
 TEST_F(ClipsTest, AChangeOfSizeEndsAClip) {
-    SquareScene large = twoSquares[0];
+    Video::SquareScene large = twoSquares[0];
     large.width = 256;
     large.height = 192;
-    const SquareScene cut{.width = 128, .height = 96, .seconds = 5, .from = 4, .until = 5.5};
-    WriteEncoded({cut, large}, {.codec = "mjpeg", .container = "avi", .format = AV_PIX_FMT_YUVJ420P}, In("input"));
+    const Video::SquareScene cut{.width = 128, .height = 96, .seconds = 5, .from = 4, .until = 5.5};
+    Video::WriteEncoded({cut, large}, {.codec = "mjpeg", .container = "avi", .format = AV_PIX_FMT_YUVJ420P}, In("input"));
     const Outcome run = Cut("input", {"--pre-roll", "9", "--post-roll", "9"});
     ASSERT_EQ(run.lines.size(), 2u) << run.err;
-    const StoredPictures source = ReadPictures(In("input"));
+    const Video::StoredPictures source = Video::ReadPictures(In("input"));
     for (const json& event : run.lines) {
         ExpectClip(event, source, event["start"]);
     }
-    EXPECT_EQ(ReadPictures(run.lines[0]["clip"]).headerWidth, 128);
-    EXPECT_EQ(ReadPictures(run.lines[1]["clip"]).headerWidth, 256);
+    EXPECT_EQ(Video::ReadPictures(run.lines[0]["clip"]).headerWidth, 128);
+    EXPECT_EQ(Video::ReadPictures(run.lines[1]["clip"]).headerWidth, 256);
 }
 
 TEST_F(ClipsTest, APipeIsCutAsAFileIs) {
-    WriteEncoded(twoSquares, {.codec = "mpeg2video", .container = "mpegts", .bFrames = 2}, In("input"));
+    Video::WriteEncoded(twoSquares, {.codec = "mpeg2video", .container = "mpegts", .bFrames = 2}, In("input"));
     const Outcome file = Cut("input", {"--merge-gap", "1"});
     ASSERT_EQ(file.lines.size(), 2u) << file.err;
     const std::string content = Read("clips/input-1.mp4");
@@ -217,7 +223,7 @@ TEST_F(ClipsTest, APipeIsCutAsAFileIs) {
 }
 
 TEST_F(ClipsTest, ADroppedEventLeavesNoClip) {
-    WriteEncoded(twoSquares, {.codec = "mpeg4", .container = "mp4"}, In("input"));
+    Video::WriteEncoded(twoSquares, {.codec = "mpeg4", .container = "mp4"}, In("input"));
     const Outcome run = Cut("input", {"--merge-gap", "1", "--min-duration", "10"});
     EXPECT_EQ(run.code, 3) << run.err;
     EXPECT_NE(run.err.find("(2 too short)"), std::string::npos) << run.err;
@@ -225,20 +231,20 @@ TEST_F(ClipsTest, ADroppedEventLeavesNoClip) {
 }
 
 TEST_F(ClipsTest, AnInterruptionCompletesTheClip) {
-    const SquareScene scene{.width = 128, .height = 96, .seconds = 30, .from = 6, .until = 29};
-    WriteEncoded({scene}, {.codec = "mpeg2video", .container = "mpegts"}, In("input"));
+    const Video::SquareScene scene{.width = 128, .height = 96, .seconds = 30, .from = 6, .until = 29};
+    Video::WriteEncoded({scene}, {.codec = "mpeg2video", .container = "mpegts"}, In("input"));
     const Outcome run = MdscanInterrupted({"--clips", In("clips"), "--min-size", "0", "--block", "4", "--frames"},
                                           In("input"), In("pipe.ts"), 40);
     EXPECT_EQ(run.code, 1);
     ASSERT_EQ(run.lines.back()["type"], "event") << run.err;
-    ExpectClip(run.lines.back(), ReadPictures(In("input")), run.lines.back()["start"]);
+    ExpectClip(run.lines.back(), Video::ReadPictures(In("input")), run.lines.back()["start"]);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(In("clips")), {}), 1) << "more than the clip is left";
 }
 
 TEST_F(ClipsTest, InputsOfOneNameDoNotMeetAndResumingChangesNothing) {
     for (const char* folder : {"a", "b"}) {
         std::filesystem::create_directories(In(folder));
-        WriteEncoded({twoSquares[0]}, {.codec = "mpeg4", .container = "mp4"}, In(std::string(folder) + "/door.mp4"));
+        Video::WriteEncoded({twoSquares[0]}, {.codec = "mpeg4", .container = "mp4"}, In(std::string(folder) + "/door.mp4"));
     }
     const std::vector<std::string> command = {"-j",      "2",         "--min-size", "0",         "--block", "4",
                                               "--clips", In("clips"), "--resume",   In("state"), In("a"),   In("b")};
@@ -246,12 +252,12 @@ TEST_F(ClipsTest, InputsOfOneNameDoNotMeetAndResumingChangesNothing) {
     EXPECT_EQ(first.lines, again.lines);
     ASSERT_EQ(first.lines.size(), 4u) << first.err;
     EXPECT_NE(first.lines[0]["clip"], first.lines[2]["clip"]);
-    ExpectClip(first.lines[0], ReadPictures(In("a/door.mp4")), first.lines[0]["start"]);
-    ExpectClip(first.lines[2], ReadPictures(In("b/door.mp4")), first.lines[2]["start"]);
+    ExpectClip(first.lines[0], Video::ReadPictures(In("a/door.mp4")), first.lines[0]["start"]);
+    ExpectClip(first.lines[2], Video::ReadPictures(In("b/door.mp4")), first.lines[2]["start"]);
 }
 
 TEST_F(ClipsTest, AFullDiskIsNamed) {
-    WriteEncoded(twoSquares, {.codec = "rawvideo", .container = "avi"}, In("input"));
+    Video::WriteEncoded(twoSquares, {.codec = "rawvideo", .container = "avi"}, In("input"));
     const Outcome run =
         Mdscan({"--clips", In("clips"), "--min-size", "0", "--block", "4", In("input")}, {.largestFile = 50'000});
     EXPECT_EQ(run.code, 1);
@@ -263,8 +269,8 @@ TEST_F(ClipsTest, AFullDiskIsNamed) {
 int PacketsIn(const std::string& path) {
     AVFormatContext* opened = nullptr;
     EXPECT_EQ(avformat_open_input(&opened, ("file:" + path).c_str(), nullptr, nullptr), 0);
-    const InputPointer input(opened);
-    const PacketPointer packet = NewPacket();
+    const Video::InputPointer input(opened);
+    const Video::PacketPointer packet = Video::NewPacket();
     int count = 0;
     for (; av_read_frame(opened, packet.get()) >= 0; ++count) {
         av_packet_unref(packet.get());
@@ -274,21 +280,21 @@ int PacketsIn(const std::string& path) {
 
 // Twenty pictures, one a tenth of a second, a keyframe every five; with the twelfth packet, the stored format changes.
 TEST_F(ClipsTest, AStoredFormatThatChangesEndsTheClip) {
-    const InputPointer described(avformat_alloc_context());
+    const Video::InputPointer described(avformat_alloc_context());
     AVStream* stream = avformat_new_stream(described.get(), nullptr);
     stream->time_base = {1, 10};
     stream->codecpar->codec_type = AVMEDIA_TYPE_VIDEO;
     stream->codecpar->codec_id = AV_CODEC_ID_FFV1;
     std::filesystem::create_directories(In("clips"));
-    const FramePointer picture = NewFrame();
+    const Video::FramePointer picture = Video::NewFrame();
     picture->width = 64;
     picture->height = 48;
 
-    const Ticks tenth = oneSecond / 10;
-    Clips clips(In("clips"), "a.mkv", false, 0, tenth);
+    const Video::Ticks tenth = Video::oneSecond / 10;
+    Video::Clips clips(In("clips"), "a.mkv", false, 0, tenth);
     clips.OnStream(*stream);
     for (int i = 0; i < 20; ++i) {
-        const PacketPointer packet = NewPacket();
+        const Video::PacketPointer packet = Video::NewPacket();
         ASSERT_EQ(av_new_packet(packet.get(), 100), 0);
         std::fill_n(packet->data, packet->size, std::uint8_t{1});
         packet->flags = i % 5 == 0 ? AV_PKT_FLAG_KEY : 0;
@@ -299,21 +305,21 @@ TEST_F(ClipsTest, AStoredFormatThatChangesEndsTheClip) {
         clips.OnPacket(*packet, i);
         clips.OnPicture(*picture, i, i * tenth);
         if (i >= 6 && i != 17) {
-            clips.Follow(Span{(i < 17 ? 6 : 18) * tenth, i * tenth}, i < 17 ? 1 : 2);
+            clips.Follow(Video::Span{(i < 17 ? 6 : 18) * tenth, i * tenth}, i < 17 ? 1 : 2);
         } else if (i == 17) {
-            const std::optional<Clip> clip = clips.Finish({6 * tenth, 16 * tenth}, 1);
+            const std::optional<Video::Clip> clip = clips.Finish({6 * tenth, 16 * tenth}, 1);
             ASSERT_TRUE(clip);
             EXPECT_EQ(clip->start, 5 * tenth);
             EXPECT_EQ(PacketsIn(clip->path), 7) << "5 to 11";
         }
     }
-    const std::optional<Clip> second = clips.Finish({18 * tenth, 19 * tenth}, 2);
+    const std::optional<Video::Clip> second = clips.Finish({18 * tenth, 19 * tenth}, 2);
     ASSERT_TRUE(second);
     EXPECT_EQ(second->start, 15 * tenth);
     EXPECT_EQ(PacketsIn(second->path), 5);
 
     clips.OnStream(*stream);
-    const PacketPointer packet = NewPacket();
+    const Video::PacketPointer packet = Video::NewPacket();
     ASSERT_EQ(av_new_packet(packet.get(), 100), 0);
     clips.OnPacket(*packet, 20);
     clips.OnPicture(*picture, 20, 20 * tenth);

@@ -44,7 +44,7 @@ TEST_F(DamagedVideo, ARefusedVideoLeavesNoResultFiles) {
 }
 
 // Damage after the event: it is printed all the same, and the last line tells what was wrong and where.
-void ExpectDamage(const Outcome& run, const SquareScene& scene, const std::string& reason) {
+void ExpectDamage(const Outcome& run, const Video::SquareScene& scene, const std::string& reason) {
     EXPECT_EQ(run.code, 1);
     EXPECT_EQ(run.ErrorLines(), 1) << run.err;
     EXPECT_NE(run.err.find("damaged near "), std::string::npos) << run.err;
@@ -54,22 +54,22 @@ void ExpectDamage(const Outcome& run, const SquareScene& scene, const std::strin
 }
 
 TEST_F(DamagedVideo, ARawVideoCutWithinAPicture) {
-    const SquareScene scene;
+    const Video::SquareScene scene;
     const std::string clip = RawClip(scene);
     fs::resize_file(clip, fs::file_size(clip) - 5'000'000);  // 43 of 200 pictures
     ExpectDamage(Mdscan({clip}), scene, "damaged near 15.");
 }
 
 TEST_F(DamagedVideo, AnAviCutShort) {
-    const SquareScene scene;
-    WriteEncoded({scene}, {.codec = "mpeg4", .container = "avi"}, In("clip.avi"));
+    const Video::SquareScene scene;
+    Video::WriteEncoded({scene}, {.codec = "mpeg4", .container = "avi"}, In("clip.avi"));
     fs::resize_file(In("clip.avi"), fs::file_size(In("clip.avi")) * 3 / 4);
     ExpectDamage(Mdscan({In("clip.avi")}), scene, "incomplete packet");
 }
 
 TEST_F(DamagedVideo, AnAviCutBetweenTwoPictures) {
-    const SquareScene scene;
-    WriteEncoded({scene}, {.codec = "mpeg4", .container = "avi"}, In("clip.avi"));
+    const Video::SquareScene scene;
+    Video::WriteEncoded({scene}, {.codec = "mpeg4", .container = "avi"}, In("clip.avi"));
     const std::string content = Read("clip.avi");
     const std::size_t chunk = content.rfind("00dc", content.size() * 3 / 4);
     ASSERT_NE(chunk, std::string::npos);
@@ -78,28 +78,28 @@ TEST_F(DamagedVideo, AnAviCutBetweenTwoPictures) {
 }
 
 TEST_F(DamagedVideo, AMatroskaFileCutShort) {
-    const SquareScene scene;
-    WriteEncoded({scene}, {.codec = "mpeg4", .container = "matroska"}, In("clip.mkv"));
+    const Video::SquareScene scene;
+    Video::WriteEncoded({scene}, {.codec = "mpeg4", .container = "matroska"}, In("clip.mkv"));
     fs::resize_file(In("clip.mkv"), fs::file_size(In("clip.mkv")) * 3 / 4);
     ExpectDamage(Mdscan({In("clip.mkv")}), scene, "ended prematurely");
 }
 
 TEST_F(DamagedVideo, AnMp4CutShort) {
-    const SquareScene scene;
-    WriteEncoded({scene}, {.codec = "mpeg4", .container = "mp4", .headerFirst = true}, In("clip.mp4"));
+    const Video::SquareScene scene;
+    Video::WriteEncoded({scene}, {.codec = "mpeg4", .container = "mp4", .headerFirst = true}, In("clip.mp4"));
     fs::resize_file(In("clip.mp4"), fs::file_size(In("clip.mp4")) * 3 / 4);
     ExpectDamage(Mdscan({In("clip.mp4")}), scene, "incomplete packet");
 }
 
 TEST_F(DamagedVideo, AnMp4WithoutItsTables) {
-    WriteEncoded({SquareScene{.seconds = 2}}, {.codec = "mpeg4", .container = "mp4"}, In("clip.mp4"));
+    Video::WriteEncoded({Video::SquareScene{.seconds = 2}}, {.codec = "mpeg4", .container = "mp4"}, In("clip.mp4"));
     fs::resize_file(In("clip.mp4"), fs::file_size(In("clip.mp4")) * 3 / 4);
     ExpectRefusal(Mdscan({In("clip.mp4")}), "clip.mp4", "moov atom not found");
 }
 
 TEST_F(DamagedVideo, DamageInTheMiddleIsSteppedOver) {
-    const SquareScene scene{.from = 14, .until = 18};
-    WriteEncoded({scene}, {.codec = "mpeg4", .container = "mp4", .headerFirst = true}, In("clip.mp4"));
+    const Video::SquareScene scene{.from = 14, .until = 18};
+    Video::WriteEncoded({scene}, {.codec = "mpeg4", .container = "mp4", .headerFirst = true}, In("clip.mp4"));
     Damage("clip.mp4", fs::file_size(In("clip.mp4")) / 3, 20'000);
     const Outcome run = Mdscan({"--overlay", In("boxes.mp4"), In("clip.mp4")});
     EXPECT_EQ(run.code, 1);

@@ -7,23 +7,24 @@
 #include <utility>
 #include <vector>
 
-#include "Cadence.h"
-#include "Decoder.h"
 #include "ScanFixture.h"
+#include "video/media/Decoder.h"
+#include "video/time/Cadence.h"
+#include "video/time/TickTime.h"
 
 namespace Scan {
 namespace {
 
 struct Shown {
-    std::vector<Ticks> times;
+    std::vector<Video::Ticks> times;
     std::vector<std::int64_t> numbers;
     std::int64_t pictures;
-    Ticks end;
+    Video::Ticks end;
     int damages;
     std::int64_t calls;  // of Next that gave a picture
 };
 
-Shown ShownBy(Decoder& decoder, Cadence& cadence) {
+Shown ShownBy(Video::Decoder& decoder, Video::Cadence& cadence) {
     Shown shown{};
     while (decoder.Next()) {
         ++shown.calls;
@@ -41,21 +42,21 @@ Shown ShownBy(Decoder& decoder, Cadence& cadence) {
 class DecoderLeftOut : public ScanFixture {
 protected:
     // Ten seconds, 25 pictures a second.
-    void Write(const Encoding& encoding) const {
-        WriteEncoded({{.width = 64, .height = 48, .framesPerSecond = 25, .seconds = 10, .from = 2, .until = 8}}, encoding,
-                     Path());
+    void Write(const Video::Encoding& encoding) const {
+        Video::WriteEncoded({{.width = 64, .height = 48, .framesPerSecond = 25, .seconds = 10, .from = 2, .until = 8}},
+                            encoding, Path());
     }
     std::string Path() const { return In("clip"); }
 
     // How many pictures of the clip were not shown; what the scan sees is the same.
     std::int64_t LeftOutOf(double rate) const {
-        Decoder all(Path(), 1);
-        Cadence cadence(rate, all.NominalInterval());
+        Video::Decoder all(Path(), 1);
+        Video::Cadence cadence(rate, all.NominalInterval());
         const Shown expected = ShownBy(all, cadence);
 
-        Decoder some(Path(), 1);
-        Cadence sparing(rate, some.NominalInterval());
-        some.LeaveOutUnless([&](Ticks time) { return sparing.MayTake(time); });
+        Video::Decoder some(Path(), 1);
+        Video::Cadence sparing(rate, some.NominalInterval());
+        some.LeaveOutUnless([&](Video::Ticks time) { return sparing.MayTake(time); });
         const Shown seen = ShownBy(some, sparing);
         EXPECT_EQ(seen.times, expected.times);
         EXPECT_EQ(seen.numbers, expected.numbers);
@@ -71,7 +72,7 @@ TEST_F(DecoderLeftOut, TwoOfThreePicturesMayGo) {
     for (const auto& [codec, container] :
          {std::pair{"mpeg4", "mp4"}, std::pair{"mpeg4", "matroska"}, std::pair{"mpeg2video", "mpegts"},
           std::pair{"libx264", "mp4"}, std::pair{"libx264", "mpegts"}}) {
-        if (!HasEncoder(codec)) {
+        if (!Video::HasEncoder(codec)) {
             continue;
         }
         SCOPED_TRACE(std::string(codec) + " in " + container);

@@ -20,8 +20,8 @@ using nlohmann::json;
 class FastScan : public ScanFixture {
 protected:
     // Ten pictures a second; the square comes twice.
-    static std::vector<SquareScene> TwoVisits() {
-        const SquareScene visit{.width = 160, .height = 120, .seconds = 40, .from = 20, .until = 24};
+    static std::vector<Video::SquareScene> TwoVisits() {
+        const Video::SquareScene visit{.width = 160, .height = 120, .seconds = 40, .from = 20, .until = 24};
         return {visit, visit};
     }
 
@@ -56,8 +56,8 @@ protected:
 TEST_F(FastScan, FindsWhatAWholeScanFinds) {
     for (const auto& [container, bFrames] : {std::pair{"mp4", 0}, std::pair{"matroska", 2}, std::pair{"avi", 0}}) {
         SCOPED_TRACE(container);
-        WriteEncoded(TwoVisits(), {.codec = "mpeg4", .container = container, .groupSize = 20, .bFrames = bFrames},
-                     In("clip"));
+        Video::WriteEncoded(TwoVisits(), {.codec = "mpeg4", .container = container, .groupSize = 20, .bFrames = bFrames},
+                            In("clip"));
         const json file = ExpectTheSame();
         EXPECT_EQ(file["status"], "complete");
         EXPECT_NEAR(file["groups"].get<double>(), 40, 6);  // the encoder keeps to its own count with B pictures
@@ -69,14 +69,14 @@ TEST_F(FastScan, FindsWhatAWholeScanFinds) {
 }
 
 TEST_F(FastScan, OfCompletePicturesOnlyOneASecondIsLookedAt) {
-    WriteEncoded(TwoVisits(), {.codec = "mjpeg", .container = "matroska", .format = AV_PIX_FMT_YUVJ420P}, In("clip"));
+    Video::WriteEncoded(TwoVisits(), {.codec = "mjpeg", .container = "matroska", .format = AV_PIX_FMT_YUVJ420P}, In("clip"));
     const json file = ExpectTheSame();
     EXPECT_EQ(file["groups"], 80);
     EXPECT_LT(file["groups_decoded"], 30);
 }
 
 TEST_F(FastScan, KeyframesTooFarApartAreNotTrusted) {
-    WriteEncoded(TwoVisits(), {.codec = "mpeg4", .container = "mp4", .groupSize = 50}, In("clip"));
+    Video::WriteEncoded(TwoVisits(), {.codec = "mpeg4", .container = "mp4", .groupSize = 50}, In("clip"));
     const json file = ExpectTheSame();
     EXPECT_EQ(file["groups"], 16);
     EXPECT_EQ(file["groups_decoded"], 16);
@@ -88,8 +88,8 @@ TEST_F(FastScan, KeyframesTooFarApartAreNotTrusted) {
 
 TEST_F(FastScan, WhatMovesWithinOneGroupOnlyIsMissed) {
     // The price, as documented: here and gone between two keyframes.
-    const SquareScene brief{.width = 160, .height = 120, .seconds = 30, .from = 20.3, .until = 21.7};
-    WriteEncoded({brief}, {.codec = "mpeg4", .container = "mp4", .groupSize = 20}, In("clip"));
+    const Video::SquareScene brief{.width = 160, .height = 120, .seconds = 30, .from = 20.3, .until = 21.7};
+    Video::WriteEncoded({brief}, {.codec = "mpeg4", .container = "mp4", .groupSize = 20}, In("clip"));
     EXPECT_EQ(Scanned({}).size(), 2u);
     const std::vector<json> fast = Scanned({"--fast"}, 3);
     ASSERT_EQ(fast.size(), 1u);
@@ -97,7 +97,7 @@ TEST_F(FastScan, WhatMovesWithinOneGroupOnlyIsMissed) {
 }
 
 TEST_F(FastScan, JoinedRecordingsAreJudgedLikeSingleOnes) {
-    WriteEncoded({TwoVisits().front()}, {.codec = "mpeg2video", .container = "mpegts", .groupSize = 20}, In("one"));
+    Video::WriteEncoded({TwoVisits().front()}, {.codec = "mpeg2video", .container = "mpegts", .groupSize = 20}, In("one"));
     Write("clip", Read("one") + Read("one"));
     const json file = ExpectTheSame(1);  // the packet in which they join is damaged
     EXPECT_LT(file["groups_decoded"], 20);
@@ -106,8 +106,8 @@ TEST_F(FastScan, JoinedRecordingsAreJudgedLikeSingleOnes) {
 
 TEST_F(FastScan, NoGroupIsJudgedByPicturesWithinIt) {
     // The decoder still holds pictures when keyframes begin to be all that is looked at.
-    WriteEncoded({{.width = 160, .height = 120, .framesPerSecond = 12, .seconds = 20, .from = 1.6, .until = 4}},
-                 {.codec = "mpeg4", .container = "mp4", .groupSize = 12, .bFrames = 2}, In("clip"));
+    Video::WriteEncoded({{.width = 160, .height = 120, .framesPerSecond = 12, .seconds = 20, .from = 1.6, .until = 4}},
+                        {.codec = "mpeg4", .container = "mp4", .groupSize = 12, .bFrames = 2}, In("clip"));
     for (const char* rate : {"0", "6"}) {
         const std::vector<json> whole = Scanned({"--rate", rate}), fast = Scanned({"--rate", rate, "--fast"});
         ASSERT_EQ(fast.size(), 2u);
@@ -118,7 +118,7 @@ TEST_F(FastScan, NoGroupIsJudgedByPicturesWithinIt) {
 }
 
 TEST_F(FastScan, DamageIsSteppedOver) {
-    WriteEncoded(TwoVisits(), {.codec = "mpeg4", .container = "mpegts", .groupSize = 20}, In("clip"));
+    Video::WriteEncoded(TwoVisits(), {.codec = "mpeg4", .container = "mpegts", .groupSize = 20}, In("clip"));
     const std::uintmax_t size = std::filesystem::file_size(In("clip"));
     Damage("clip", size / 3, 2000);
     const std::vector<json> fast = Scanned({"--fast"}, 1);

@@ -1,6 +1,5 @@
 // Is no more kept than there is room for, and nothing lost that is not told?  A file stands for the source: it sends
 // everything at once, and ends.
-#include "LiveSource.h"
 
 #include <gtest/gtest.h>
 
@@ -13,6 +12,9 @@
 #include <vector>
 
 #include "ScanFixture.h"
+#include "video/media/Connection.h"
+#include "video/media/LiveSource.h"
+#include "video/time/TickTime.h"
 
 namespace Scan {
 namespace {
@@ -22,36 +24,36 @@ constexpr int pictures = 60, group = 12;
 class LiveSourceTest : public ScanFixture {
 protected:
     void SetUp() override {
-        const SquareScene scene{.width = 64, .height = 48, .seconds = pictures / 10.0, .from = 0, .until = 0};
-        WriteEncoded({scene}, {.codec = "mpeg4", .container = "matroska", .groupSize = group}, In("clip.mkv"));
+        const Video::SquareScene scene{.width = 64, .height = 48, .seconds = pictures / 10.0, .from = 0, .until = 0};
+        Video::WriteEncoded({scene}, {.codec = "mpeg4", .container = "matroska", .groupSize = group}, In("clip.mkv"));
     }
 
     std::string Url() const { return "file:" + In("clip.mkv"); }
 
-    std::unique_ptr<LiveSource> Open(const LiveLimits& limits) const {
-        auto patience = std::make_unique<Patience>();
-        Connection connection = FindVideo(OpenRemote(Url(), *patience, 0));
-        return std::make_unique<LiveSource>(Url(), limits, std::move(patience), std::move(connection));
+    std::unique_ptr<Video::LiveSource> Open(const Video::LiveLimits& limits) const {
+        auto patience = std::make_unique<Video::Patience>();
+        Video::Connection connection = Video::FindVideo(Video::OpenRemote(Url(), *patience, 0));
+        return std::make_unique<Video::LiveSource>(Url(), limits, std::move(patience), std::move(connection));
     }
 
-    static std::vector<LivePacket> All(LiveSource& source, std::size_t most = 1000) {
-        std::vector<LivePacket> all;
+    static std::vector<Video::LivePacket> All(Video::LiveSource& source, std::size_t most = 1000) {
+        std::vector<Video::LivePacket> all;
         while (all.size() < most && !source.IsOver()) {
-            if (std::optional<LivePacket> packet = source.Take(oneSecond / 100)) {
+            if (std::optional<Video::LivePacket> packet = source.Take(Video::oneSecond / 100)) {
                 all.push_back(std::move(*packet));
             }
         }
         return all;
     }
 
-    static bool IsComplete(const LivePacket& packet) { return (packet.packet->flags & AV_PKT_FLAG_KEY) != 0; }
+    static bool IsComplete(const Video::LivePacket& packet) { return (packet.packet->flags & AV_PKT_FLAG_KEY) != 0; }
 };
 
 TEST_F(LiveSourceTest, EverythingArrivesWhereThereIsRoom) {
-    const std::unique_ptr<LiveSource> source = Open({.reconnect = 0});
-    const std::vector<LivePacket> all = All(*source);
+    const std::unique_ptr<Video::LiveSource> source = Open({.reconnect = 0});
+    const std::vector<Video::LivePacket> all = All(*source);
     ASSERT_EQ(all.size(), static_cast<std::size_t>(pictures));
-    for (const LivePacket& packet : all) {
+    for (const Video::LivePacket& packet : all) {
         EXPECT_EQ(packet.hole, "");
     }
     EXPECT_EQ(source->Dropped(), 0);
@@ -60,16 +62,16 @@ TEST_F(LiveSourceTest, EverythingArrivesWhereThereIsRoom) {
 }
 
 TEST_F(LiveSourceTest, WithoutRoomItGoesOnWithACompletePicture) {
-    const std::vector<LivePacket> whole = All(*Open({.reconnect = 0}));
+    const std::vector<Video::LivePacket> whole = All(*Open({.reconnect = 0}));
     std::size_t room = 0;  // for a group and a half
     for (std::size_t i = 0; i < group + group / 2; ++i) {
         room += static_cast<std::size_t>(whole[i].packet->size);
     }
-    const std::unique_ptr<LiveSource> source = Open({.reconnect = 0, .mostBytes = room});
+    const std::unique_ptr<Video::LiveSource> source = Open({.reconnect = 0, .mostBytes = room});
     while (source->Trouble().empty() && source->Dropped() < pictures / 2) {  // nobody takes anything meanwhile
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    const std::vector<LivePacket> rest = All(*source);
+    const std::vector<Video::LivePacket> rest = All(*source);
     ASSERT_FALSE(rest.empty());
     EXPECT_GT(source->Dropped(), 0);
     EXPECT_EQ(static_cast<std::int64_t>(rest.size()) + source->Dropped(), pictures);
@@ -80,8 +82,8 @@ TEST_F(LiveSourceTest, WithoutRoomItGoesOnWithACompletePicture) {
 }
 
 TEST_F(LiveSourceTest, WhatBreaksIsConnectedAnew) {
-    const std::unique_ptr<LiveSource> source = Open({.reconnect = 60, .firstWait = oneSecond / 100});
-    const std::vector<LivePacket> twice = All(*source, 2 * pictures);
+    const std::unique_ptr<Video::LiveSource> source = Open({.reconnect = 60, .firstWait = Video::oneSecond / 100});
+    const std::vector<Video::LivePacket> twice = All(*source, 2 * pictures);
     ASSERT_EQ(twice.size(), 2u * pictures);
     for (std::size_t i = 0; i < twice.size(); ++i) {
         EXPECT_EQ(twice[i].hole, i == pictures ? "the connection ended" : "") << i;
@@ -91,12 +93,12 @@ TEST_F(LiveSourceTest, WhatBreaksIsConnectedAnew) {
 }
 
 TEST_F(LiveSourceTest, WhatStaysAwayIsTroubleUntilNobodyWantsIt) {
-    std::unique_ptr<LiveSource> source = Open({.reconnect = 60, .firstWait = oneSecond / 100});
+    std::unique_ptr<Video::LiveSource> source = Open({.reconnect = 60, .firstWait = Video::oneSecond / 100});
     All(*source, 1);
     std::filesystem::remove(In("clip.mkv"));
     const auto begin = std::chrono::steady_clock::now();
     while (source->Trouble().find("No such file") == std::string::npos) {
-        source->Take(oneSecond / 100);
+        source->Take(Video::oneSecond / 100);
         ASSERT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10)) << source->Trouble();
     }
     EXPECT_FALSE(source->IsOver());

@@ -1,19 +1,21 @@
 // Is this event the square of this scene?  Called by the tests of the built program through ScanFixture.h.
-#include "ScanFixture.h"
 
 #include <algorithm>
 #include <optional>
 
+#include "ScanFixture.h"
+#include "video/base/Box.h"
+
 namespace Scan {
 
-void ExpectTheSquare(const nlohmann::json& event, const SquareScene& scene, double offset) {
+void ExpectTheSquare(const nlohmann::json& event, const Video::SquareScene& scene, double offset) {
     constexpr double tolerance = 0.7;  // seconds: a few analysed frames
     const double start = event["start"], end = event["end"], peak = event["peak"];
     EXPECT_NEAR(start, offset + scene.from, tolerance);
     EXPECT_NEAR(end, offset + scene.until, tolerance);
     EXPECT_LE(start, peak);
     EXPECT_LE(peak, end);
-    const std::optional<Box> square = scene.SquareAt(peak - offset);
+    const std::optional<Video::Box> square = scene.SquareAt(peak - offset);
     ASSERT_TRUE(square) << event;
     ASSERT_FALSE(event["boxes"].empty());
     const nlohmann::json& box = event["boxes"][0];

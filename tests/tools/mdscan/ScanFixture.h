@@ -25,14 +25,14 @@ protected:
     }
 
     // The scene as a raw clip, made once per test.
-    std::string RawClip(const SquareScene& scene) const {
-        WriteY4m(scene, In("clip.y4m"));
+    std::string RawClip(const Video::SquareScene& scene) const {
+        Video::WriteY4m(scene, In("clip.y4m"));
         return In("clip.y4m");
     }
 };
 
 // The one event of a scene that begins `offset` seconds into the video: it starts and ends with the square, and its largest
 // box at the peak holds the square.
-void ExpectTheSquare(const nlohmann::json& event, const SquareScene& scene, double offset = 0);
+void ExpectTheSquare(const nlohmann::json& event, const Video::SquareScene& scene, double offset = 0);
 
 }  // namespace Scan

@@ -47,8 +47,8 @@ TEST_F(ScanResults, BadUsageIsExitCodeTwo) {
 }
 
 TEST_F(ScanResults, InterruptionKeepsWhatWasFound) {
-    const SquareScene scene;
-    WriteY4m(scene, In("clip.y4m"));
+    const Video::SquareScene scene;
+    Video::WriteY4m(scene, In("clip.y4m"));
     const Outcome run = MdscanInterrupted({"--frames", "--overlay", In("boxes.mp4")}, In("clip.y4m"), In("pipe"), 80);
     EXPECT_EQ(run.code, 1);
     EXPECT_EQ(run.ErrorLines(), 1) << run.err;

@@ -13,8 +13,11 @@
 #include <nlohmann/json.hpp>
 #include <png.h>
 
-#include "Decoder.h"
 #include "ScanFixture.h"
+#include "video/base/Box.h"
+#include "video/media/Decoder.h"
+#include "video/media/Libav.h"
+#include "video/time/TickTime.h"
 
 namespace Scan {
 namespace {
@@ -24,7 +27,7 @@ using nlohmann::json;
 class ScanTest : public ScanFixture {};
 
 TEST_F(ScanTest, FindsTheSquareAndNothingElse) {
-    const SquareScene scene;
+    const Video::SquareScene scene;
     const Outcome run = Mdscan({RawClip(scene)});
     EXPECT_EQ(run.code, 0) << run.err;
     ASSERT_EQ(run.lines.size(), 1u);
@@ -44,7 +47,7 @@ TEST_F(ScanTest, AStillSceneHasNoEvents) {
 }
 
 TEST_F(ScanTest, APipeIsAnInput) {
-    const SquareScene scene;
+    const Video::SquareScene scene;
     const Outcome run = MdscanFed({"-"}, RawClip(scene));
     EXPECT_EQ(run.code, 0) << run.err;
     ASSERT_EQ(run.lines.size(), 1u);
@@ -52,7 +55,7 @@ TEST_F(ScanTest, APipeIsAnInput) {
 }
 
 TEST_F(ScanTest, AnOutputFileHoldsTheLines) {
-    const SquareScene scene;
+    const Video::SquareScene scene;
     const std::string clip = RawClip(scene);
     const Outcome run = Mdscan({"-o", In("events.jsonl"), clip});
     EXPECT_EQ(run.code, 0) << run.err;
@@ -68,17 +71,17 @@ TEST_F(ScanTest, AnOutputFileHoldsTheLines) {
 }
 
 TEST_F(ScanTest, AnEventHasAThumbnailOfItsPeak) {
-    const SquareScene scene{.width = 640, .height = 480};
+    const Video::SquareScene scene{.width = 640, .height = 480};
     const Outcome run = Mdscan({"--thumbnails", In("small/pictures"), RawClip(scene)});
     EXPECT_EQ(run.code, 0) << run.err;
     ASSERT_EQ(run.lines.size(), 1u);
     EXPECT_EQ(run.lines[0]["thumbnail"], In("small/pictures/clip-1.jpg"));
-    Decoder decoder(In("small/pictures/clip-1.jpg"));
+    Video::Decoder decoder(In("small/pictures/clip-1.jpg"));
     ASSERT_TRUE(decoder.Next());
     const AVFrame& frame = decoder.Frame();
     ASSERT_EQ(frame.width, 480);
     ASSERT_EQ(frame.height, 360);
-    const std::optional<Box> square = scene.SquareAt(run.lines[0]["peak"]);
+    const std::optional<Video::Box> square = scene.SquareAt(run.lines[0]["peak"]);
     ASSERT_TRUE(square);
     const int y = (square->y + square->height / 2) * 3 / 4, x = std::clamp(square->x + square->width / 2, 8, 630) * 3 / 4;
     EXPECT_GT(frame.data[0][std::ptrdiff_t{y} * frame.linesize[0] + x], 170) << "the square at its place";
@@ -86,7 +89,7 @@ TEST_F(ScanTest, AnEventHasAThumbnailOfItsPeak) {
 }
 
 TEST_F(ScanTest, RollsAndTracksAreTold) {
-    const SquareScene scene;
+    const Video::SquareScene scene;
     const Outcome run = Mdscan({"--pre-roll", "2", "--post-roll", "3", "--track", RawClip(scene)});
     ASSERT_EQ(run.lines.size(), 1u);
     const json& event = run.lines[0];
@@ -120,7 +123,7 @@ TEST_F(ScanTest, ProgressForMachinesIsJson) {
 }
 
 TEST_F(ScanTest, FramesAreListedOnRequest) {
-    const SquareScene scene;
+    const Video::SquareScene scene;
     const Outcome run = Mdscan({"--frames", RawClip(scene)});
     EXPECT_EQ(run.code, 0) << run.err;
     std::vector<json> frames;
@@ -141,7 +144,7 @@ TEST_F(ScanTest, FramesAreListedOnRequest) {
 }
 
 TEST_F(ScanTest, RateZeroAnalysesEveryPicture) {
-    const SquareScene scene;
+    const Video::SquareScene scene;
     const Outcome run = Mdscan({"--rate", "0", RawClip(scene)});
     EXPECT_NE(run.err.find(" 200 analysed"), std::string::npos) << run.err;
     ASSERT_EQ(run.lines.size(), 1u);
@@ -149,7 +152,7 @@ TEST_F(ScanTest, RateZeroAnalysesEveryPicture) {
 }
 
 TEST_F(ScanTest, BlockSizeIsObeyed) {
-    const SquareScene scene;
+    const Video::SquareScene scene;
     const std::string clip = RawClip(scene);
     const Outcome run = Mdscan({"--block", "7", clip});
     EXPECT_NE(run.err.find(" on 46x35 blocks of 7 pixels"), std::string::npos) << run.err;
@@ -186,7 +189,7 @@ TEST_F(ScanTest, EventsBelowTheMinimumDurationAreDropped) {
 }
 
 TEST_F(ScanTest, TheBackgroundIsTheSceneWithoutTheSquare) {
-    const SquareScene scene;
+    const Video::SquareScene scene;
     const Outcome run = Mdscan({"--background", In("background.png"), RawClip(scene)});
     EXPECT_EQ(run.code, 0) << run.err;
     png_image image = {};
@@ -207,11 +210,11 @@ TEST_F(ScanTest, TheBackgroundIsTheSceneWithoutTheSquare) {
 }
 
 TEST_F(ScanTest, TheOverlayIsTheVideoWithBoxes) {
-    const SquareScene scene;
+    const Video::SquareScene scene;
     const Outcome run = Mdscan({"--overlay", In("boxes.mp4"), RawClip(scene)});
     EXPECT_EQ(run.code, 0) << run.err;
     EXPECT_EQ(FilesInFolder(), (std::vector<std::string>{"boxes.mp4", "clip.y4m"}));
-    Decoder decoder(In("boxes.mp4"));
+    Video::Decoder decoder(In("boxes.mp4"));
     int before = 0, during = 0, after = 0;  // pictures with something yellow
     int tinted = 0;                         // pictures with an orange square
     while (decoder.Next()) {
@@ -223,8 +226,8 @@ TEST_F(ScanTest, TheOverlayIsTheVideoWithBoxes) {
             const std::uint8_t* cb = frame.data[1] + std::ptrdiff_t{y} * frame.linesize[1];
             yellow = yellow || std::any_of(cb, cb + frame.width / 2, [](std::uint8_t value) { return value < 70; });
         }
-        const double time = ToSeconds(decoder.Time());
-        const Box square = scene.SquareAt(time).value_or(Box{});
+        const double time = Video::ToSeconds(decoder.Time());
+        const Video::Box square = scene.SquareAt(time).value_or(Video::Box{});
         const int x = std::clamp(square.x + square.width / 2, 0, 319) / 2, y = (square.y + square.height / 2) / 2;
         tinted += frame.data[2][std::ptrdiff_t{y} * frame.linesize[2] + x] > 140 ? 1 : 0;
         int light = 0;  // pixels of the caption
@@ -235,7 +238,7 @@ TEST_F(ScanTest, TheOverlayIsTheVideoWithBoxes) {
         (time < scene.from ? before : time < scene.until ? during : after) += yellow ? 1 : 0;
     }
     EXPECT_EQ(decoder.Pictures(), 200);
-    EXPECT_NEAR(ToSeconds(decoder.Time()), 19.9, 0.001);
+    EXPECT_NEAR(Video::ToSeconds(decoder.Time()), 19.9, 0.001);
     EXPECT_EQ(before, 0);
     EXPECT_GE(during, 34);  // of 40
     EXPECT_GE(tinted, 30);
@@ -253,11 +256,11 @@ class EveryKind : public ScanTest, public testing::WithParamInterface<Kind> {};
 
 TEST_P(EveryKind, HoldsTheSquare) {
     const Kind& kind = GetParam();
-    if (!HasEncoder(kind.codec)) {
+    if (!Video::HasEncoder(kind.codec)) {
         GTEST_SKIP() << "this FFmpeg cannot encode " << kind.codec;
     }
-    const SquareScene scene;
-    WriteEncoded({scene}, {.codec = kind.codec, .container = kind.container, .format = kind.format}, In("clip"));
+    const Video::SquareScene scene;
+    Video::WriteEncoded({scene}, {.codec = kind.codec, .container = kind.container, .format = kind.format}, In("clip"));
     const Outcome run = Mdscan({In("clip")});
     EXPECT_EQ(run.code, 0) << run.err;
     ASSERT_EQ(run.lines.size(), 1u) << run.err;
@@ -279,14 +282,15 @@ INSTANTIATE_TEST_SUITE_P(
     NameOf);
 
 TEST_F(ScanTest, AChangeOfSizeStartsAfresh) {
-    const SquareScene small, large{.width = 640, .height = 480};
-    WriteEncoded({small, large}, {.codec = "mjpeg", .container = "avi", .format = AV_PIX_FMT_YUVJ420P}, In("clip.avi"));
+    const Video::SquareScene small, large{.width = 640, .height = 480};
+    Video::WriteEncoded({small, large}, {.codec = "mjpeg", .container = "avi", .format = AV_PIX_FMT_YUVJ420P},
+                        In("clip.avi"));
     const Outcome run = Mdscan({"--overlay", In("boxes.mp4"), In("clip.avi")});
     EXPECT_EQ(run.code, 0) << run.err;
     ASSERT_EQ(run.lines.size(), 2u) << run.err;
     ExpectTheSquare(run.lines[0], small);
     ExpectTheSquare(run.lines[1], large, 20);
-    Decoder decoder(In("boxes.mp4"));
+    Video::Decoder decoder(In("boxes.mp4"));
     while (decoder.Next()) {
         ASSERT_EQ(decoder.Frame().width, 320);
     }
@@ -294,8 +298,10 @@ TEST_F(ScanTest, AChangeOfSizeStartsAfresh) {
 }
 
 TEST_F(ScanTest, AChangeOfSizeEndsTheRunningEvent) {
-    const SquareScene small{.seconds = 12}, large{.width = 640, .height = 480};  // the first is cut while the square moves
-    WriteEncoded({small, large}, {.codec = "mjpeg", .container = "avi", .format = AV_PIX_FMT_YUVJ420P}, In("clip.avi"));
+    const Video::SquareScene small{.seconds = 12},
+        large{.width = 640, .height = 480};  // the first is cut while the square moves
+    Video::WriteEncoded({small, large}, {.codec = "mjpeg", .container = "avi", .format = AV_PIX_FMT_YUVJ420P},
+                        In("clip.avi"));
     const Outcome run = Mdscan({"--merge-gap", "60", In("clip.avi")});
     EXPECT_EQ(run.code, 0) << run.err;
     ASSERT_EQ(run.lines.size(), 2u) << run.err;
@@ -303,10 +309,11 @@ TEST_F(ScanTest, AChangeOfSizeEndsTheRunningEvent) {
 }
 
 TEST_F(ScanTest, AChangeOfPixelFormatStartsAfresh) {
-    const SquareScene cut{.seconds = 12}, whole;
-    WriteEncoded({cut, whole},
-                 {.codec = "mjpeg", .container = "avi", .format = AV_PIX_FMT_YUVJ420P, .laterFormat = AV_PIX_FMT_YUVJ444P},
-                 In("clip.avi"));
+    const Video::SquareScene cut{.seconds = 12}, whole;
+    Video::WriteEncoded(
+        {cut, whole},
+        {.codec = "mjpeg", .container = "avi", .format = AV_PIX_FMT_YUVJ420P, .laterFormat = AV_PIX_FMT_YUVJ444P},
+        In("clip.avi"));
     const Outcome run = Mdscan({"--merge-gap", "60", In("clip.avi")});
     EXPECT_EQ(run.code, 0) << run.err;
     ASSERT_EQ(run.lines.size(), 2u) << run.err;
@@ -315,9 +322,9 @@ TEST_F(ScanTest, AChangeOfPixelFormatStartsAfresh) {
 }
 
 TEST_F(ScanTest, TimesCountFromTheStartOfTheFile) {
-    const SquareScene scene;
+    const Video::SquareScene scene;
     const auto anHourLater = [](int picture) { return picture + 36'000; };
-    WriteEncoded({scene}, {.codec = "mpeg2video", .container = "mpegts", .time = anHourLater}, In("clip.ts"));
+    Video::WriteEncoded({scene}, {.codec = "mpeg2video", .container = "mpegts", .time = anHourLater}, In("clip.ts"));
     const Outcome run = Mdscan({In("clip.ts")});
     EXPECT_EQ(run.code, 0) << run.err;
     ASSERT_EQ(run.lines.size(), 1u) << run.err;
@@ -325,8 +332,8 @@ TEST_F(ScanTest, TimesCountFromTheStartOfTheFile) {
 }
 
 TEST_F(ScanTest, TimeThatStartsAnewGoesOn) {
-    const SquareScene scene;
-    WriteEncoded({scene}, {.codec = "mpeg2video", .container = "mpegts"}, In("once.ts"));
+    const Video::SquareScene scene;
+    Video::WriteEncoded({scene}, {.codec = "mpeg2video", .container = "mpegts"}, In("once.ts"));
     const std::string once = Read("once.ts");
     Write("twice.ts", once + once);
     const Outcome run = Mdscan({"--frames", In("twice.ts")});
@@ -346,10 +353,10 @@ TEST_F(ScanTest, TimeThatStartsAnewGoesOn) {
 }
 
 TEST_F(ScanTest, IrregularTimesAreTheFilesOwn) {
-    const SquareScene scene;
+    const Video::SquareScene scene;
     // Ten pictures a second, the first eight seconds stretched to sixteen.
     const auto stretched = [](int picture) { return picture < 80 ? 2 * picture : picture + 80; };
-    WriteEncoded({scene}, {.codec = "ffv1", .container = "matroska", .time = stretched}, In("clip.mkv"));
+    Video::WriteEncoded({scene}, {.codec = "ffv1", .container = "matroska", .time = stretched}, In("clip.mkv"));
     const Outcome run = Mdscan({In("clip.mkv")});
     EXPECT_EQ(run.code, 0) << run.err;
     ASSERT_EQ(run.lines.size(), 1u) << run.err;

@@ -13,17 +13,18 @@ using namespace Scan;
 
 // A square crosses from `from` to `until`. created: time of day as the container holds it; empty: it does not.
 void Recording(const std::filesystem::path& path, double from, double until, const std::string& created) {
-    const SquareScene scene{.width = 160, .height = 120, .seconds = 8, .from = from, .until = until};
-    const char* codec = HasEncoder("libx264") ? "libx264" : "mpeg4";  // the former plays in browsers
-    WriteEncoded({scene}, {.codec = codec, .container = "mp4", .headerFirst = true, .created = created}, path.string());
+    const Video::SquareScene scene{.width = 160, .height = 120, .seconds = 8, .from = from, .until = until};
+    const char* codec = Video::HasEncoder("libx264") ? "libx264" : "mpeg4";  // the former plays in browsers
+    Video::WriteEncoded({scene}, {.codec = codec, .container = "mp4", .headerFirst = true, .created = created},
+                        path.string());
 }
 
 // What a live source sends: 25 pictures a second, a complete one every 0.4 s.
 void Broadcast(const std::filesystem::path& path, const char* codec, const char* container, double seconds, double from,
                double until) {
-    const SquareScene scene{
+    const Video::SquareScene scene{
         .width = 160, .height = 120, .framesPerSecond = 25, .seconds = seconds, .from = from, .until = until};
-    WriteEncoded({scene}, {.codec = codec, .container = container, .groupSize = 10}, path.string());
+    Video::WriteEncoded({scene}, {.codec = codec, .container = container, .groupSize = 10}, path.string());
 }
 
 }  // namespace

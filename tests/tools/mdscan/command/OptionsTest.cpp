@@ -1,0 +1,165 @@
+// Is the command line understood, and misunderstood loudly?
+#include "command/Options.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "video/time/WallClock.h"
+
+namespace Scan {
+namespace {
+
+Parsed Parse(const std::vector<std::string>& arguments) { return ParseOptions(arguments, "mdscan 9.8.7"); }
+
+TEST(Options, TheInputAloneIsEnough) {
+    const Parsed parsed = Parse({"clip.mp4"});
+    ASSERT_TRUE(parsed.options);
+    EXPECT_EQ(parsed.options->inputs, std::vector<std::string>{"clip.mp4"});
+    EXPECT_EQ(parsed.options->rate, 6);
+    EXPECT_EQ(parsed.options->blockSize, 0);
+    EXPECT_FALSE(parsed.options->shadows);
+    EXPECT_FALSE(parsed.options->frames);
+    EXPECT_TRUE(parsed.options->zones.empty());
+    EXPECT_TRUE(parsed.options->background.empty());
+    EXPECT_TRUE(parsed.options->overlay.empty());
+}
+
+TEST(Options, EveryOptionReachesItsField) {
+    const Parsed parsed = Parse({"--rate",
+                                 "0",
+                                 "--block",
+                                 "7",
+                                 "--shadows",
+                                 "--min-size",
+                                 "0.125",
+                                 "--merge-gap",
+                                 "3.5",
+                                 "--min-duration",
+                                 "0.25",
+                                 "--zone",
+                                 "0.1,0.2,0.3,0.4",
+                                 "--zone=0,0,1,1",
+                                 "--frames",
+                                 "--background",
+                                 "b.png",
+                                 "--overlay",
+                                 "o.mp4",
+                                 "-o",
+                                 "out.jsonl",
+                                 "--resume",
+                                 "state",
+                                 "-j",
+                                 "3",
+                                 "--pre-roll",
+                                 "1.5",
+                                 "--post-roll",
+                                 "2",
+                                 "--min-blocks",
+                                 "4",
+                                 "--track",
+                                 "--thumbnails",
+                                 "pictures",
+                                 "--clips",
+                                 "cut",
+                                 "--quiet",
+                                 "--progress",
+                                 "json",
+                                 "--start-time",
+                                 "2026-03-01T12:00:00Z",
+                                 "--reconnect",
+                                 "7.5",
+                                 "clip.mp4",
+                                 "-"});
+    ASSERT_TRUE(parsed.options) << parsed.text;
+    const Options& options = *parsed.options;
+    EXPECT_EQ(options.inputs, (std::vector<std::string>{"clip.mp4", "-"}));
+    EXPECT_EQ(options.rate, 0);
+    EXPECT_EQ(options.blockSize, 7);
+    EXPECT_TRUE(options.shadows);
+    EXPECT_EQ(options.minSize, 0.125);
+    EXPECT_EQ(options.mergeGap, 3.5);
+    EXPECT_EQ(options.minDuration, 0.25);
+    EXPECT_TRUE(options.frames);
+    EXPECT_EQ(options.background, "b.png");
+    EXPECT_EQ(options.overlay, "o.mp4");
+    EXPECT_EQ(options.output, "out.jsonl");
+    EXPECT_EQ(options.resume, "state");
+    EXPECT_EQ(options.jobs, 3);
+    EXPECT_TRUE(options.quiet);
+    EXPECT_EQ(options.progress, "json");
+    EXPECT_EQ(options.reconnect, 7.5);
+    EXPECT_EQ(options.startTime, Video::ParseWallTime("2026-03-01T12:00:00Z"));
+    EXPECT_EQ(options.preRoll, 1.5);
+    EXPECT_EQ(options.postRoll, 2);
+    EXPECT_EQ(options.minBlocks, 4);
+    EXPECT_TRUE(options.track);
+    EXPECT_EQ(options.thumbnails, "pictures");
+    EXPECT_EQ(options.clips, "cut");
+    ASSERT_EQ(options.zones.size(), 2u);
+    EXPECT_EQ(options.zones[0].x, 0.1);
+    EXPECT_EQ(options.zones[0].y, 0.2);
+    EXPECT_EQ(options.zones[0].width, 0.3);
+    EXPECT_EQ(options.zones[0].height, 0.4);
+    EXPECT_EQ(options.zones[1].width, 1);
+}
+
+TEST(Options, AZoneDoesNotSwallowTheInput) {
+    const Parsed parsed = Parse({"--zone", "0,0,1,1", "clip.mp4"});
+    ASSERT_TRUE(parsed.options) << parsed.text;
+    EXPECT_EQ(parsed.options->inputs, std::vector<std::string>{"clip.mp4"});
+}
+
+TEST(Options, AZoneThatEndsAtTheEdgeMayBeRounded) { EXPECT_TRUE(Parse({"clip.mp4", "--zone", "0.7,0.9,0.3,0.1"}).options); }
+
+TEST(Options, HelpAndVersionAreNoErrors) {
+    const Parsed help = Parse({"--help"});
+    EXPECT_FALSE(help.options);
+    EXPECT_EQ(help.exitCode, 0);
+    for (const char* word : {"--rate", "--block", "--shadows", "--min-size", "--merge-gap", "--min-duration", "--zone",
+                             "--frames", "--background", "--overlay", "--version", "Exit codes: 0", "1 an input",
+                             "2 bad usage", "3 no motion", "--quiet", "--progress", "--preview"}) {
+        EXPECT_NE(help.text.find(word), std::string::npos) << word;
+    }
+    int lines = 0;
+    std::istringstream text(help.text);
+    for (std::string line; std::getline(text, line); ++lines) {
+        EXPECT_LE(line.size(), 100u) << line;
+    }
+    EXPECT_LE(lines, 54) << "more than a screen";
+    const Parsed version = Parse({"--version"});
+    EXPECT_FALSE(version.options);
+    EXPECT_EQ(version.exitCode, 0);
+    EXPECT_EQ(version.text, "mdscan 9.8.7\n");
+}
+
+class BadUsage : public testing::TestWithParam<std::vector<std::string>> {};
+
+TEST_P(BadUsage, IsOneLineAndExitCodeTwo) {
+    const Parsed parsed = Parse(GetParam());
+    EXPECT_FALSE(parsed.options);
+    EXPECT_EQ(parsed.exitCode, 2);
+    EXPECT_EQ(std::count(parsed.text.begin(), parsed.text.end(), '\n'), 1) << parsed.text;
+    EXPECT_EQ(parsed.text.rfind("mdscan: ", 0), 0u) << parsed.text;
+}
+
+using Words = std::vector<std::string>;
+INSTANTIATE_TEST_SUITE_P(Options, BadUsage,
+                         testing::Values(Words{}, Words{"a.mp4", "-j", "-1"}, Words{"a.mp4", "--progress", "much"},
+                                         Words{"a.mp4", "--start-time", "noon"}, Words{"a.mp4", "--reconnect", "-1"},
+                                         Words{"a.mp4", "--min-blocks", "0"}, Words{"a.mp4", "--unknown"},
+                                         Words{"a.mp4", "--rate", "-1"}, Words{"a.mp4", "--rate", "fast"},
+                                         Words{"a.mp4", "--rate", "nan"}, Words{"a.mp4", "--rate", "inf"},
+                                         Words{"a.mp4", "--rate"}, Words{"a.mp4", "--block", "2.5"},
+                                         Words{"a.mp4", "--block", "-4"}, Words{"a.mp4", "--block", "65"},
+                                         Words{"a.mp4", "--min-size", "1.1"}, Words{"a.mp4", "--merge-gap", "-0.1"},
+                                         Words{"a.mp4", "--min-duration", "1e9"}, Words{"a.mp4", "--zone", "0,0,1"},
+                                         Words{"a.mp4", "--zone", "0,0,1,1,1"}, Words{"a.mp4", "--zone", "0,0,1,x"},
+                                         Words{"a.mp4", "--zone", "0,0,0,1"}, Words{"a.mp4", "--zone", "0.5,0,0.6,1"},
+                                         Words{"a.mp4", "--zone", "nan,0,1,1"}, Words{"a.mp4", "--zone", "-0.1,0,1,1"}));
+
+}  // namespace
+}  // namespace Scan

@@ -1,0 +1,93 @@
+// Is the page whole, does it hold what came, and can no name break out of its data?
+#include "results/HtmlPage.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "FolderFixture.h"
+#include "results/Camera.h"
+#include "results/Report.h"
+
+namespace Scan {
+namespace {
+
+using nlohmann::json;
+
+class HtmlPageTest : public Kit::FolderFixture {
+protected:
+    std::string Path() const { return In("page.html"); }
+
+    // The content of every block of a kind.
+    std::vector<json> Blocks(const std::string& kind) const {
+        const std::string page = Read("page.html");
+        const std::string opening = "<script type=\"application/json\" class=\"" + kind + "\">";
+        std::vector<json> blocks;
+        for (std::size_t at = 0; (at = page.find(opening, at)) != std::string::npos;) {
+            at += opening.size();
+            blocks.push_back(json::parse(page.substr(at, page.find("</script>", at) - at)));
+        }
+        return blocks;
+    }
+};
+
+const std::string event =
+    R"({"type":"event","file":"x","event":2,"start":4.5,"end":5.0,"boxes":[{"x":1},{"x":2}],"track":[1])";
+
+TEST_F(HtmlPageTest, HoldsWhatCame) {
+    HtmlPage page(Path(), {}, R"({"type":"scan","zones":["</script>"]})");
+    Write("a b.mp4", "x");
+    const std::string input = In("a b.mp4");
+    page.Attach({2, "AAAA"});
+    page.Take(input, R"({"type":"frame","frame":1})");
+    page.Take(input, event + "}");
+    page.Take(input, event + R"(,"clip":")" + In("c/d.mp4") + R"(","clip_start":4.0})");
+    page.Take(input, R"({"type":"gap","start":6.0,"end":7.0,"reason":"r"})");
+    page.Finish(input, {.health = Health::Damaged, .trouble = "why", .tally = {.length = 80'000'000}});
+    page.Finish("</script><script>alert(1)<!--", {});
+    CameraGrounds cameras;
+    cameras.Add("gate", {{.grid = {4, 2, 2, 2, 1}, .counts = {1, 2}}, {2, 1, {1, 1, 1, 2, 2, 2}}});
+    page.Keep(cameras);
+
+    EXPECT_EQ(Blocks("scan").at(0)["zones"][0], "</script>");
+    const std::vector<json> inputs = Blocks("input");
+    ASSERT_EQ(inputs.size(), 2u);
+    ASSERT_EQ(inputs[0]["lines"].size(), 3u) << "frames are no events";
+    EXPECT_EQ(inputs[0]["lines"][2]["reason"], "r");
+    const json inFile = inputs[0]["lines"][0], inClip = inputs[0]["lines"][1];
+    EXPECT_EQ(inFile["picture"], "AAAA");
+    EXPECT_EQ(inFile["link"], "a%20b.mp4");
+    EXPECT_EQ(inFile["at"], 4.5);
+    EXPECT_FALSE(inFile.contains("track"));
+    EXPECT_EQ(inFile["boxes"].size(), 1u);
+    EXPECT_FALSE(inClip.contains("picture")) << "its picture came once";
+    EXPECT_EQ(inClip["link"], "c/d.mp4");
+    EXPECT_EQ(inClip["at"], 0.5);
+    EXPECT_EQ(inputs[0]["status"], "damaged");
+    EXPECT_EQ(inputs[0]["reason"], "why");
+    EXPECT_EQ(inputs[0]["seconds"], 8.0);
+    EXPECT_EQ(inputs[1]["file"], "</script><script>alert(1)<!--");
+    EXPECT_EQ(inputs[1]["link"], "");
+    EXPECT_EQ(Blocks("camera").at(0)["camera"], "gate");
+    EXPECT_EQ(Blocks("camera").at(0)["heat"].get<std::string>().rfind("data:image/png;base64,", 0), 0u);
+    EXPECT_EQ(Blocks("end").at(0)["left_out"], 0);
+}
+
+TEST_F(HtmlPageTest, APageThatIsNotKeptIsNotThere) {
+    {
+        HtmlPage page(Path(), {}, "{}");
+        page.Finish("a.mp4", {});
+    }
+    EXPECT_TRUE(FilesInFolder().empty());
+}
+
+TEST(SafeInScript, NoElementBeginsInData) {
+    EXPECT_EQ(SafeInScript(R"(["</script>","<!--"])"), R"(["\u003c/script>","\u003c!--"])");
+    EXPECT_EQ(json::parse(SafeInScript(R"("a<b")")), "a<b");
+}
+
+}  // namespace
+}  // namespace Scan

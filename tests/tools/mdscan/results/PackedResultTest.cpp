@@ -1,0 +1,63 @@
+// Does a result arrive as it was sent?
+#include "results/PackedResult.h"
+
+#include <gtest/gtest.h>
+
+#include <exception>
+
+#include "results/Report.h"
+#include "video/base/Failure.h"
+#include "video/time/WallClock.h"
+
+namespace Scan {
+namespace {
+
+TEST(PackedResult, ArrivesWhole) {
+    const JobResult sent{.health = Health::Damaged,
+                         .code = Video::exitFailed,
+                         .trouble = "bad \"data\"\n",
+                         .tally = {.pictures = 5'000'000'000,
+                                   .analysed = 7,
+                                   .length = -3,
+                                   .elapsed = 0.1,
+                                   .events = 4,
+                                   .dropped = 2,
+                                   .gaps = 8,
+                                   .droppedPackets = 9,
+                                   .grid = {1, 2, 3, 4, 5}},
+                         .clock = Video::StartTime{17'723'448'000'000'001, Video::ClockSource::Container}};
+    const std::string text = Packed(sent);
+    EXPECT_EQ(text.find('\n'), std::string::npos) << "a message is one line";
+    const JobResult got = Unpacked(text);
+    EXPECT_EQ(got.health, sent.health);
+    EXPECT_EQ(got.code, sent.code);
+    EXPECT_EQ(got.trouble, sent.trouble);
+    EXPECT_EQ(got.tally.pictures, sent.tally.pictures);
+    EXPECT_EQ(got.tally.analysed, sent.tally.analysed);
+    EXPECT_EQ(got.tally.length, sent.tally.length);
+    EXPECT_EQ(got.tally.elapsed, sent.tally.elapsed);
+    EXPECT_EQ(got.tally.events, sent.tally.events);
+    EXPECT_EQ(got.tally.dropped, sent.tally.dropped);
+    EXPECT_EQ(got.tally.gaps, 8);
+    EXPECT_EQ(got.tally.droppedPackets, 9);
+    EXPECT_EQ(got.tally.grid.rows, 5);
+    ASSERT_TRUE(got.clock);
+    EXPECT_EQ(got.clock->at, sent.clock->at);
+    EXPECT_EQ(got.clock->source, Video::ClockSource::Container);
+    EXPECT_FALSE(Unpacked(Packed({})).clock);
+    EXPECT_EQ(Packed(got), text);
+}
+
+TEST(PackedResult, WhatIsNoResultIsRefused) {
+    EXPECT_THROW(Unpacked(""), std::exception);
+    EXPECT_THROW(Unpacked("{}"), std::exception);
+    std::string text = Packed({});
+    text.replace(text.find("\"health\":0"), 10, "\"health\":9");
+    EXPECT_THROW(Unpacked(text), std::exception);
+    text = Packed({.clock = Video::StartTime{0, Video::ClockSource::Given}});
+    text.replace(text.find("[0,0]"), 5, "[0,3]");
+    EXPECT_THROW(Unpacked(text), std::exception);
+}
+
+}  // namespace
+}  // namespace Scan

@@ -1,0 +1,159 @@
+// Are the printed lines what a reader of JSON expects?
+#include "results/Report.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "video/base/Box.h"
+#include "video/base/Clip.h"
+#include "video/base/Failure.h"
+#include "video/base/Findings.h"
+#include "video/base/Gap.h"
+#include "video/base/Tally.h"
+#include "video/time/WallClock.h"
+#include "video/watch/Events.h"
+
+namespace Scan {
+namespace {
+
+Video::Event AnEvent(std::size_t objects) {
+    Video::Event event{
+        .start = 12'345'678, .end = 98'765'432, .peak = 50'000'000, .frames = 17, .peakBlocks = 99, .objects = {}};
+    for (std::size_t i = 0; i < objects; ++i) {
+        event.objects.push_back({Video::Box{static_cast<int>(i), 2, 30, 40}, 5});
+    }
+    return event;
+}
+
+TEST(Report, AnEventLineHoldsAllFieldsInOrder) {
+    EXPECT_EQ(
+        EventLine("", 3, AnEvent(1), {.start = {10, true}, .end = {79, true}, .peak = {40, true}}),
+        R"({"type":"event","event":3,"start":1.235,"end":9.877,"peak":5.0,"start_frame":10,"end_frame":79,"peak_frame":40,)"
+        R"("frame_exact":true,"frames":17,"blocks":99,)"
+        R"("boxes":[{"x":0,"y":2,"w":30,"h":40,"blocks":5}]})");
+}
+
+TEST(Report, AnEventLineHoldsTheFirstBoxesOnly) {
+    const auto line = nlohmann::json::parse(EventLine("", 1, AnEvent(mostBoxesPerEvent + 3)));
+    ASSERT_EQ(line["boxes"].size(), mostBoxesPerEvent);
+    EXPECT_EQ(line["boxes"][0]["x"], 0);
+}
+
+TEST(Report, AFrameLineHoldsEveryObject) {
+    const Video::Findings frame{20'000'000, {{Video::Box{1, 2, 3, 4}, 5}, {Video::Box{6, 7, 8, 9}, 10}}};
+    EXPECT_EQ(FrameLine("", {51, false}, frame),
+              R"({"type":"frame","frame":51,"frame_exact":false,"time":2.0,"blocks":15,)"
+              R"("objects":[{"x":1,"y":2,"w":3,"h":4,"blocks":5},{"x":6,"y":7,"w":8,"h":9,"blocks":10}]})");
+    EXPECT_EQ(FrameLine("", {}, {0, {}}),
+              R"({"type":"frame","frame":0,"frame_exact":true,"time":0.0,"blocks":0,"objects":[]})");
+}
+
+TEST(Report, AnEventLineHoldsWhatIsAskedFor) {
+    Video::Event event = AnEvent(1);
+    event.zones = 0b101;
+    event.track = {{15'000'000, {1, 2, 3, 4}}};
+    EXPECT_EQ(
+        EventLine("", 3, event,
+                  {.zones = {"gate", "door", "road"},
+                   .thumbnail = "t/a-3.jpg",
+                   .clip = Video::Clip{"c/a-3.mp4", -8'000'000},
+                   .track = true}),
+        R"({"type":"event","event":3,"start":1.235,"end":9.877,"peak":5.0,"start_frame":0,"end_frame":0,"peak_frame":0,)"
+        R"("frame_exact":true,"frames":17,"blocks":99,"zones":["gate","road"],)"
+        R"("thumbnail":"t/a-3.jpg","clip":"c/a-3.mp4","clip_start":-0.8,"boxes":[{"x":0,"y":2,"w":30,"h":40,"blocks":5}],)"
+        R"("track":[{"time":1.5,"x":1,"y":2,"w":3,"h":4}]})");
+}
+
+TEST(Report, LinesNameTheirFileWhereThereAreSeveral) {
+    EXPECT_EQ(EventLine("a/b.mp4", 3, AnEvent(1)).rfind(R"({"type":"event","file":"a/b.mp4","event":3,)", 0), 0u);
+    EXPECT_EQ(FrameLine("a/b.mp4", {}, {0, {}}).rfind(R"({"type":"frame","file":"a/b.mp4","frame":0,)", 0), 0u);
+    EXPECT_NO_THROW(EventLine("no \xff text", 1, AnEvent(1)));
+}
+
+TEST(Report, AnEventLineTellsTheTimeOfDayWhereItIsKnown) {
+    const Video::WallTicks noon = Video::ParseWallTime("2026-03-01T12:00:00Z").value();
+    const auto line = nlohmann::json::parse(
+        EventLine("", 1, AnEvent(1), {.end = {79, false}, .clock = Video::StartTime{noon, Video::ClockSource::Given}}));
+    EXPECT_EQ(line["start_time"], "2026-03-01T12:00:01.235Z");
+    EXPECT_EQ(line["end_time"], "2026-03-01T12:00:09.877Z");
+    EXPECT_EQ(line["peak_time"], "2026-03-01T12:00:05.000Z");
+    EXPECT_EQ(line["frame_exact"], false) << "one of the three is not";
+    EXPECT_FALSE(nlohmann::json::parse(EventLine("", 1, AnEvent(1))).contains("start_time"));
+}
+
+TEST(Report, AGapLineTellsWhyThereIsNothing) {
+    const Video::Gap gap{12'345'678, 212'345'678, "the connection ended"};
+    EXPECT_EQ(GapLine("", gap, std::nullopt),
+              R"({"type":"gap","start":1.235,"end":21.235,"reason":"the connection ended"})");
+    EXPECT_EQ(GapLine("rtsp://a", gap, Video::StartTime{0, Video::ClockSource::Arrival}),
+              R"({"type":"gap","file":"rtsp://a","start":1.235,"end":21.235,"start_time":"1970-01-01T00:00:01.235Z",)"
+              R"("end_time":"1970-01-01T00:00:21.235Z","reason":"the connection ended"})");
+}
+
+TEST(Report, AFileLineTellsWhenItBegan) {
+    const JobResult result{
+        .clock = Video::StartTime{Video::ParseWallTime("2026-03-01T12:00:00Z").value(), Video::ClockSource::Container}};
+    EXPECT_EQ(
+        FileLine("a.mp4", result),
+        R"({"type":"file","file":"a.mp4","status":"complete","start_time":"2026-03-01T12:00:00.000Z","clock":"container",)"
+        R"("pictures":0,"seconds":0.0,"analysed":0,"events":0})");
+}
+
+TEST(Report, AFileLineTellsHowTheScanEnded) {
+    const Video::Tally tally{.pictures = 12, .analysed = 6, .length = 12'000'000, .elapsed = 1, .events = 2};
+    EXPECT_EQ(FileLine("a.mp4", {.tally = tally}),
+              R"({"type":"file","file":"a.mp4","status":"complete","pictures":12,"seconds":1.2,"analysed":6,"events":2})");
+    EXPECT_EQ(FileLine("a.mp4", {.health = Health::Damaged, .trouble = "why", .tally = tally}),
+              R"({"type":"file","file":"a.mp4","status":"damaged","reason":"why","pictures":12,"seconds":1.2,"analysed":6,)"
+              R"("events":2})");
+}
+
+TEST(Report, TheExitCodeTellsMotionNoneAndFailureApart) {
+    EXPECT_EQ(CodeOf({.tally = {.events = 1}}), Video::exitComplete);
+    EXPECT_EQ(CodeOf({}), Video::exitNothing);
+    EXPECT_EQ(CodeOf({.health = Health::Damaged, .tally = {.events = 1}}), Video::exitFailed);
+    EXPECT_EQ(CodeOf({.health = Health::Unwritten, .code = Video::exitUsage}), Video::exitUsage);
+}
+
+TEST(Report, TheTallyNamesWhatWasDone) {
+    Video::Tally tally{.pictures = 795,
+                       .analysed = 398,
+                       .length = 795'000'000,
+                       .elapsed = 2,
+                       .events = 1,
+                       .dropped = 0,
+                       .grid = {768, 576, 4, 192, 144}};
+    EXPECT_EQ(TallyText(tally), "795 pictures (79.5 s), 398 analysed on 192x144 blocks of 4 pixels; 1 event; "
+                                "took 2.0 s, 39.8 x real time");
+    tally.events = 2;
+    tally.dropped = 3;
+    EXPECT_NE(TallyText(tally).find("; 2 events (3 too short);"), std::string::npos);
+    tally.gaps = 1;
+    tally.droppedPackets = 12;
+    EXPECT_NE(TallyText(tally).find("; 1 gap; 12 packets dropped, the scan was too slow; took"), std::string::npos);
+}
+
+TEST(Report, ProgressTellsWhatIsLeft) {
+    const Video::Tally tally{.pictures = 1, .analysed = 1, .length = 600'000'000, .elapsed = 4, .events = 1};
+    EXPECT_EQ(ProgressText(0.25, 3725.4, tally), " 25 %  60.0 s  15.0 x  1 event  1:02:05 left");
+    EXPECT_EQ(ProgressText(0.25, -1, tally), " 25 %  60.0 s  15.0 x  1 event");
+    EXPECT_EQ(ProgressLine(0.25, 12, tally),
+              R"({"type":"progress","done":0.25,"seconds":60.0,"elapsed":4.0,"speed":15.0,"left":12.0,"events":1})");
+    EXPECT_NE(ProgressLine(0, -1, {}).find(R"("left":null)"), std::string::npos);
+}
+
+TEST(Report, AnEmptyTallyDividesByNothing) {
+    EXPECT_EQ(TallyText(Video::Tally{}), "0 pictures (0.0 s), 0 analysed; 0 events; took 0.0 s, 0.0 x real time");
+}
+
+TEST(Report, DamageNamesThePlaceAndTheCount) {
+    EXPECT_EQ(DamageText({1, "bad data", 124'000'000}), "damaged near 12.4 s: bad data");
+    EXPECT_EQ(DamageText({7, "bad data", 0}), "damaged near 0.0 s: bad data (first of 7 errors)");
+}
+
+}  // namespace
+}  // namespace Scan

@@ -1,0 +1,111 @@
+// Do table, heat maps and page hold the same whatever happens to a run, and appear whole or not at all?
+#include "run/RunResults.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "ScanFixture.h"
+#include "video/base/BgrPicture.h"
+#include "video/files/PngFile.h"
+
+namespace Scan {
+namespace {
+
+namespace fs = std::filesystem;
+using Names = std::vector<std::string>;
+
+class RunResultsTest : public ScanFixture {
+protected:
+    // Three recordings of two cameras, and one that is none.
+    void MakeFolder() const {
+        fs::create_directories(In("videos/gate"));
+        fs::create_directories(In("videos/yard"));
+        const Encoding avi{.codec = "mpeg4", .container = "avi"};
+        SquareScene scene{.width = 160, .height = 120, .seconds = 6, .from = 3, .until = 5};
+        WriteEncoded({scene}, avi, In("videos/gate/1.avi"));
+        scene.from = 3.5;
+        WriteEncoded({scene}, avi, In("videos/gate/2.avi"));
+        fs::copy_file(In("videos/gate/2.avi"), In("videos/yard/=1,\"2\".avi"));
+        Write("videos/yard/text.avi", "no video");
+    }
+
+    Names Arguments(const std::string& results, const Names& more) const {
+        Names arguments = {"--csv",     In(results + ".csv"), "--report", In(results + ".html"),
+                           "--heatmap", In(results),          "-o",       In(results + ".jsonl")};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        arguments.push_back(In("videos"));
+        return arguments;
+    }
+
+    std::string All(const std::string& results) const {
+        return Read(results + ".jsonl") + Read(results + ".csv") + Read(results + ".html") + Read(results + "/gate.png") +
+               Read(results + "/yard.png");
+    }
+};
+
+TEST_F(RunResultsTest, AreTheSameForEveryRun) {
+    MakeFolder();
+    EXPECT_EQ(Mdscan(Arguments("plain", {"--resume", In("state")})).code, 1);
+    EXPECT_EQ(Mdscan(Arguments("wide", {"-j", "3"})).code, 1);
+    fs::remove(In("videos/gate/1.avi"));  // cannot be scanned again, for one
+    fs::copy_file(In("videos/gate/2.avi"), In("videos/gate/1.avi"));
+    const Outcome changed = Mdscan(Arguments("changed", {"--resume", In("state")}));
+    EXPECT_NE(changed.err.find(", 3 known from before"), std::string::npos) << changed.err;
+    const Outcome resumed = Mdscan(Arguments("resumed", {"--resume", In("state")}));
+    EXPECT_NE(resumed.err.find(", 4 known from before"), std::string::npos) << resumed.err;
+    EXPECT_GT(Read("plain.html").size(), 20'000u);
+    EXPECT_EQ(All("wide"), All("plain"));
+    EXPECT_EQ(All("resumed"), All("changed"));
+    EXPECT_NE(All("changed"), All("plain"));
+    EXPECT_NE(Read("plain.html").find("\"picture\":\"/9j/"), std::string::npos) << "events have pictures";
+    const std::string table = Read("plain.csv");
+    EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), 4);
+    EXPECT_NE(table.find("/yard/=1,\"\"2\"\".avi\",1,"), std::string::npos) << table;
+}
+
+TEST_F(RunResultsTest, ASingleInputHasOneHeatMap) {
+    const std::string clip = RawClip({.width = 160, .height = 120, .seconds = 6, .from = 3, .until = 5});
+    const Outcome run = Mdscan({"--csv", In("t.csv"), "--report", In("p.html"), "--heatmap", In("h.png"), clip});
+    EXPECT_EQ(run.code, 0) << run.err;
+    EXPECT_EQ(FilesInFolder(), (Names{"clip.y4m", "h.png", "p.html", "t.csv"}));
+    const Video::BgrPicture picture = Video::ReadPngBytes(Read("h.png"));
+    ASSERT_EQ(picture.width, 160);
+    ASSERT_EQ(picture.height, 120);
+    const auto red = [&](int x, int y) { return picture.pixels[static_cast<std::size_t>(3 * (y * 160 + x) + 2)]; };
+    EXPECT_GT(red(80, 60), 2 * red(80, 10)) << "the square crosses the middle";
+    EXPECT_NE(Read("t.csv").find("\r\n" + clip + ",1,"), std::string::npos) << "rows name the file always";
+}
+
+TEST_F(RunResultsTest, AppearWholeOrNotAtAll) {
+    MakeFolder();
+    const Outcome full = Mdscan(Arguments("full", {}), {.largestFile = 12'000});
+    EXPECT_EQ(full.code, 1);
+    EXPECT_NE(full.err.find("mdscan: cannot write " + In("full.html") + ": "), std::string::npos) << full.err;
+    EXPECT_FALSE(fs::exists(In("full.html")));
+    for (const std::string& name : FilesInFolder()) {
+        EXPECT_EQ(name.find(".part"), std::string::npos) << name;
+    }
+}
+
+TEST_F(RunResultsTest, ImpossiblePlacesAreKnownBeforeTheScan) {
+    const std::string clip = RawClip({.seconds = 1});
+    for (const char* option : {"--csv", "--report", "--heatmap"}) {
+        const Outcome nowhere = Mdscan({option, In("missing/file"), clip});
+        EXPECT_EQ(nowhere.code, 1) << option;
+        EXPECT_EQ(nowhere.ErrorLines(), 1) << nowhere.err;
+        EXPECT_EQ(Mdscan({option, clip, clip}).code, 2) << option << " never replaces an input";
+    }
+    EXPECT_EQ(Mdscan({"--heatmap", clip, clip, In("other.y4m")}).code, 1) << "a folder is wanted";
+    const Outcome same = Mdscan({"--csv", In("same"), "--report", In("same"), clip});
+    EXPECT_EQ(same.code, 2);
+    EXPECT_NE(same.err.find("--csv and --report name the same file"), std::string::npos) << same.err;
+    EXPECT_EQ(Mdscan({"--background", In("same.png"), "--heatmap", In("same.png"), clip}).code, 2);
+    fs::copy_file(clip, In("other.y4m"));
+    EXPECT_EQ(Mdscan({"--background", In("one"), "--heatmap", In("./one"), clip, In("other.y4m")}).code, 3) << "one folder";
+}
+
+}  // namespace
+}  // namespace Scan

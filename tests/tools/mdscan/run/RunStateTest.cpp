@@ -1,0 +1,119 @@
+// Is a finished input known again, an unfinished or changed one not, and nobody else's file touched?
+#include "run/RunState.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "FolderFixture.h"
+#include "video/base/Failure.h"
+#include "video/pictures/FrameDrawing.h"
+
+namespace Scan {
+namespace {
+
+namespace fs = std::filesystem;
+
+class RunStateTest : public Kit::FolderFixture {
+protected:
+    void SetUp() override {
+        Write("one", "1");
+        Write("two\xff%", "2");
+    }
+
+    // Records both inputs.
+    void Video::Fill() const {
+        RunState state(In("state"), "run");
+        for (const char* name : {"one", "two\xff%"}) {
+            FinishedInput finished;
+            finished.result.trouble = name[0] == 'o' ? "one" : "two";
+            finished.lines = {"line 1", "line 2"};
+            finished.attachments = {"attachment"};
+            state.Add(In(name), IdentityOf(In(name)), finished);
+        }
+    }
+
+    Video::ExitCode Refusal(const std::string& run = "run") const {
+        try {
+            RunState state(In("state"), run);
+        } catch (const Video::Failure& failure) {
+            return failure.Code();
+        }
+        return Video::exitComplete;
+    }
+};
+
+TEST_F(RunStateTest, WhatIsFinishedIsKnownToTheNextRun) {
+    Video::Fill();
+    const RunState state(In("state"), "run");
+    const auto one = state.Find(In("one"));
+    ASSERT_TRUE(one);
+    EXPECT_EQ(one->trouble, "one");
+    EXPECT_EQ(state.Read(In("one")).result.trouble, "one");
+    EXPECT_EQ(state.Read(In("one")).lines, (std::vector<std::string>{"line 1", "line 2"}));
+    EXPECT_EQ(state.Read(In("one")).attachments, (std::vector<std::string>{"attachment"}));
+    EXPECT_EQ(state.Read(In("two\xff%")).result.trouble, "two");
+    ASSERT_TRUE(state.Find(In("two\xff%"))) << "names may hold any bytes";
+    EXPECT_FALSE(state.Find(In("three")));
+}
+
+TEST_F(RunStateTest, AChangedFileIsNotKnown) {
+    Video::Fill();
+    Write("one", "longer");
+    const RunState state(In("state"), "run");
+    EXPECT_FALSE(state.Find(In("one")));
+    EXPECT_TRUE(state.Find(In("two\xff%")));
+}
+
+TEST_F(RunStateTest, WhereverItIsCutItKnowsTheWholeLines) {
+    Video::Fill();
+    const std::string whole = Read("state");
+    const std::size_t header = whole.find('\n') + 1, first = whole.find('\n', header) + 1;
+    for (std::size_t size = 0; size <= whole.size(); size += size + 5 < whole.size() ? 5 : 1) {
+        Write("state", whole.substr(0, size));
+        RunState state(In("state"), "run");
+        ASSERT_EQ(state.Find(In("one")).has_value(), size >= first) << size;
+        ASSERT_EQ(state.Find(In("two\xff%")).has_value(), size == whole.size()) << size;
+        state.Add(In("two\xff%"), IdentityOf(In("two\xff%")), {});
+        state.Leave();
+        ASSERT_TRUE(RunState(In("state"), "run").Find(In("two\xff%"))) << "what follows a cut must be whole: " << size;
+    }
+}
+
+TEST_F(RunStateTest, AnotherRunsStateIsRefused) {
+    Video::Fill();
+    const std::string before = Read("state");
+    EXPECT_EQ(Refusal("other"), Video::exitUsage);
+    EXPECT_EQ(Read("state"), before);
+}
+
+TEST_F(RunStateTest, WhatIsNoStateIsRefusedAndLeftAlone) {
+    for (const char* content : {"no state", "no state\n", "{}\n", "\n", "[1]\n"}) {
+        Write("state", content);
+        EXPECT_EQ(Refusal(), Video::exitUsage) << content;
+        EXPECT_EQ(Read("state"), content);
+    }
+    fs::remove(In("state"));
+    fs::create_directory(In("state"));
+    EXPECT_EQ(Refusal(), Video::exitUsage);
+}
+
+TEST_F(RunStateTest, ADamagedLineIsNamed) {
+    Video::Fill();
+    Write("state", Read("state") + "{}\n");
+    try {
+        RunState state(In("state"), "run");
+        FAIL() << "accepted";
+    } catch (const Video::Failure& failure) {
+        EXPECT_NE(std::string(failure.what()).find("line 4 is damaged"), std::string::npos) << failure.what();
+    }
+}
+
+TEST_F(RunStateTest, AStateInUseIsRefused) {
+    const RunState state(In("state"), "run");
+    EXPECT_EQ(Refusal(), Video::exitFailed);
+}
+
+}  // namespace
+}  // namespace Scan

@@ -1,0 +1,48 @@
+// Is the picture in the file the picture that was given?
+#include "video/files/PngFile.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include <png.h>
+
+#include "FolderFixture.h"
+#include "video/base/BgrPicture.h"
+#include "video/files/AtomicFile.h"
+
+namespace Video {
+namespace {
+
+const BgrPicture twoByOne{2, 1, {1, 2, 3, 4, 5, 6}};
+
+TEST(PngFile, EnlargedRepeatsPixelsAndCutsTheRest) {
+    const BgrPicture large = Enlarged(twoByOne, 2, 3, 2);
+    EXPECT_EQ(large.width, 3);
+    EXPECT_EQ(large.height, 2);
+    EXPECT_EQ(large.pixels, (std::vector<std::uint8_t>{1, 2, 3, 1, 2, 3, 4, 5, 6, 1, 2, 3, 1, 2, 3, 4, 5, 6}));
+}
+
+class PngFileTest : public Kit::FolderFixture {};
+
+TEST_F(PngFileTest, WhatIsWrittenIsRead) {
+    const std::string path = In("two.png");
+    AtomicFile file(path, "");
+    WritePng(twoByOne, file);
+    file.Keep();
+
+    png_image image = {};
+    image.version = PNG_IMAGE_VERSION;
+    ASSERT_TRUE(png_image_begin_read_from_file(&image, path.c_str())) << image.message;
+    EXPECT_EQ(image.width, 2u);
+    EXPECT_EQ(image.height, 1u);
+    image.format = PNG_FORMAT_BGR;
+    std::vector<std::uint8_t> pixels(PNG_IMAGE_SIZE(image));
+    ASSERT_TRUE(png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr)) << image.message;
+    EXPECT_EQ(pixels, twoByOne.pixels);
+}
+
+}  // namespace
+}  // namespace Video

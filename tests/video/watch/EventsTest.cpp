@@ -1,0 +1,247 @@
+// Do frames become the right events?
+#include "video/watch/Events.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <optional>
+#include <utility>
+#include <vector>
+
+#include "video/base/Box.h"
+#include "video/base/Findings.h"
+#include "video/time/TickTime.h"
+
+namespace Video {
+namespace {
+
+constexpr EventRules rules{.mergeGap = 2 * oneSecond, .minDuration = 0, .longestGap = 10 * oneSecond};
+
+Findings Moving(Ticks time, int blocks = 1) { return {time, {{Box{blocks, 0, 8, 8}, blocks}}}; }
+
+Findings Still(Ticks time) { return {time, {}}; }
+
+// Feeds the frames, closes, and returns all events.
+std::vector<Event> EventsOf(const EventRules& chosen, const std::vector<Findings>& frames) {
+    EventLog log(chosen);
+    std::vector<Event> events;
+    const auto keep = [&](const std::optional<Event>& event) {
+        if (event) {
+            events.push_back(*event);
+        }
+    };
+    for (const Findings& frame : frames) {
+        keep(log.Add(frame));
+    }
+    keep(log.Close());
+    EXPECT_EQ(log.Count(), static_cast<int>(events.size()));
+    EXPECT_FALSE(log.Close().has_value()) << "closing twice must not repeat an event";
+    return events;
+}
+
+TEST(Events, NothingMovesNothingIsReported) {
+    EXPECT_TRUE(EventsOf(rules, {Still(0), Still(oneSecond), Still(9 * oneSecond)}).empty());
+}
+
+TEST(Events, StartAndEndAreTheFirstAndLastFrameThatMoved) {
+    const auto events = EventsOf(rules, {Still(0), Moving(10), Moving(20), Moving(30), Still(40)});
+    ASSERT_EQ(events.size(), 1u);
+    EXPECT_EQ(events[0].start, 10);
+    EXPECT_EQ(events[0].end, 30);
+    EXPECT_EQ(events[0].frames, 3);
+}
+
+TEST(Events, PeakIsTheFirstFrameWithTheMostMovingBlocks) {
+    const auto events = EventsOf(rules, {Moving(10, 3), Moving(20, 7), Moving(30, 7), Moving(40, 5)});
+    ASSERT_EQ(events.size(), 1u);
+    EXPECT_EQ(events[0].peak, 20);
+    EXPECT_EQ(events[0].peakBlocks, 7);
+    ASSERT_EQ(events[0].objects.size(), 1u);
+    EXPECT_EQ(events[0].objects[0].box.x, 7);
+}
+
+TEST(Events, BlocksOfAllObjectsCountTowardsThePeak) {
+    Findings pair{20, {{Box{1, 1, 1, 1}, 4}, {Box{2, 2, 2, 2}, 4}}};
+    const auto events = EventsOf(rules, {Moving(10, 7), pair, Moving(30, 7)});
+    ASSERT_EQ(events.size(), 1u);
+    EXPECT_EQ(events[0].peak, 20);
+    EXPECT_EQ(events[0].peakBlocks, 8);
+    EXPECT_EQ(events[0].objects.size(), 2u);
+}
+
+TEST(Events, AGapOfExactlyTheMergeGapJoins) {
+    EXPECT_EQ(EventsOf(rules, {Moving(0), Still(oneSecond), Still(2 * oneSecond), Moving(2 * oneSecond + 1)}).size(), 2u);
+    EXPECT_EQ(EventsOf(rules, {Moving(0), Still(oneSecond), Moving(2 * oneSecond)}).size(), 1u);
+    EXPECT_EQ(EventsOf(rules, {Moving(0), Still(2 * oneSecond), Still(2 * oneSecond + 1)}).size(), 1u);
+}
+
+TEST(Events, AnEventIsDeliveredAsSoonAsItIsOver) {
+    EventLog log(rules);
+    EXPECT_FALSE(log.Add(Moving(0)));
+    EXPECT_FALSE(log.Add(Still(2 * oneSecond)));
+    EXPECT_TRUE(log.Add(Still(2 * oneSecond + 1)));
+    EXPECT_FALSE(log.Add(Still(9 * oneSecond)));
+}
+
+TEST(Events, WithoutMergeGapNeighbouringFramesStillBelongTogether) {
+    const EventRules noGap{.mergeGap = 0, .minDuration = 0, .longestGap = oneSecond};
+    EXPECT_EQ(EventsOf(noGap, {Moving(0), Moving(10), Moving(20)}).size(), 1u);
+    EXPECT_EQ(EventsOf(noGap, {Moving(0), Still(10), Moving(20)}).size(), 2u);
+}
+
+TEST(Events, FramesFurtherApartThanTheLongestGapAreNeverOneEvent) {
+    EXPECT_EQ(EventsOf(rules, {Moving(0), Moving(10 * oneSecond)}).size(), 1u);
+    EXPECT_EQ(EventsOf(rules, {Moving(0), Moving(10 * oneSecond + 1)}).size(), 2u);
+}
+
+TEST(Events, ShortOnesAreDroppedAndCounted) {
+    const EventRules second{.mergeGap = oneSecond, .minDuration = oneSecond, .longestGap = 10 * oneSecond};
+    EventLog log(second);
+    log.Add(Moving(0));
+    log.Add(Moving(oneSecond - 1));
+    EXPECT_EQ(log.Count(), 0);
+    EXPECT_FALSE(log.Add(Still(3 * oneSecond)));
+    EXPECT_EQ(log.Dropped(), 1);
+    log.Add(Moving(4 * oneSecond));
+    log.Add(Moving(5 * oneSecond));
+    EXPECT_EQ(log.Count(), 1) << "long enough while it still runs";
+    const std::optional<Event> event = log.Close();
+    ASSERT_TRUE(event);
+    EXPECT_EQ(event->start, 4 * oneSecond);
+    EXPECT_EQ(log.Count(), 1);
+    EXPECT_EQ(log.Dropped(), 1);
+}
+
+EventRules WithRolls(Ticks pre, Ticks post) {
+    EventRules rolled = rules;
+    rolled.preRoll = pre;
+    rolled.postRoll = post;
+    return rolled;
+}
+
+TEST(Events, RollsWidenAnEventAsFarAsThereIsSomethingToSee) {
+    constexpr Ticks s = oneSecond;
+    const auto inside = EventsOf(WithRolls(s, 2 * s), {Still(0), Moving(5 * s), Still(9 * s), Still(12 * s)});
+    ASSERT_EQ(inside.size(), 1u);
+    EXPECT_EQ(inside[0].start, 4 * s);
+    EXPECT_EQ(inside[0].end, 7 * s);
+    EXPECT_EQ(inside[0].peak, 5 * s);
+    const auto edges = EventsOf(WithRolls(9 * s, 9 * s), {Still(3 * s), Moving(5 * s), Still(6 * s)});
+    ASSERT_EQ(edges.size(), 1u);
+    EXPECT_EQ(edges[0].start, 3 * s) << "the first frame";
+    EXPECT_EQ(edges[0].end, 6 * s) << "the last frame";
+    const auto holes = EventsOf(WithRolls(9 * s, 9 * s), {Moving(0), Still(s), Moving(50 * s), Still(51 * s)});
+    ASSERT_EQ(holes.size(), 2u);
+    EXPECT_EQ(holes[0].end, s) << "not into the hole";
+    EXPECT_EQ(holes[1].start, 50 * s) << "not into the hole";
+}
+
+TEST(Events, EventsWhoseRollsOverlapAreOne) {
+    constexpr Ticks s = oneSecond;
+    const std::vector<Findings> frames = {Moving(s), Still(2 * s), Still(5 * s), Moving(7 * s), Still(8 * s), Still(16 * s)};
+    EXPECT_EQ(EventsOf(rules, frames).size(), 2u);
+    EXPECT_EQ(EventsOf(WithRolls(3 * s, 3 * s), frames).size(), 1u);
+    const auto apart = EventsOf(WithRolls(2 * s, 3 * s), frames);
+    ASSERT_EQ(apart.size(), 2u);
+    EXPECT_LE(apart[0].end, apart[1].start);
+}
+
+TEST(Events, ADurationIsMeasuredWithoutRolls) {
+    EventRules second = WithRolls(oneSecond, oneSecond);
+    second.minDuration = oneSecond;
+    EXPECT_TRUE(EventsOf(second, {Still(0), Moving(2 * oneSecond), Still(9 * oneSecond)}).empty());
+}
+
+TEST(Events, FramesWithFewMovingBlocksAreStill) {
+    EventRules five = rules;
+    five.minBlocks = 5;
+    const auto events = EventsOf(five, {Moving(10, 4), Moving(20, 5), Moving(30, 9), Moving(40, 4)});
+    ASSERT_EQ(events.size(), 1u);
+    EXPECT_EQ(events[0].start, 20);
+    EXPECT_EQ(events[0].end, 30);
+    EXPECT_EQ(events[0].frames, 2);
+}
+
+TEST(Events, TheTrackIsTheLargestObjects) {
+    const Findings pair{20, {{Box{7, 1, 1, 1}, 4}, {Box{2, 2, 2, 2}, 3}}};
+    const auto events = EventsOf(rules, {Moving(10, 3), pair, Still(30), Moving(40, 5)});
+    ASSERT_EQ(events.size(), 1u);
+    ASSERT_EQ(events[0].track.size(), 3u);
+    EXPECT_EQ(events[0].track[1].time, 20);
+    EXPECT_EQ(events[0].track[1].box.x, 7);
+    EXPECT_EQ(events[0].track[2].box.x, 5);
+}
+
+TEST(Events, ALongTrackIsThinnedEvenly) {
+    for (const int length : {255, 256, 257, 512, 513, 514, 5000}) {
+        std::vector<Findings> frames;
+        for (int i = 0; i < length; ++i) {
+            frames.push_back(Moving(i));
+        }
+        const auto events = EventsOf(rules, frames);
+        ASSERT_EQ(events.size(), 1u);
+        const std::vector<TrackPoint>& track = events[0].track;
+        ASSERT_LE(track.size(), longestTrack) << length;
+        ASSERT_GE(2 * track.size() + 1, std::min<std::size_t>(longestTrack, static_cast<std::size_t>(length))) << length;
+        for (std::size_t i = 0; i < track.size(); ++i) {
+            ASSERT_EQ(track[i].time, static_cast<Ticks>(i) * events[0].trackStep) << length;
+        }
+    }
+}
+
+TEST(Events, ThePeakIsKnownWhenItIsThere) {
+    EventLog log(rules);
+    log.Add(Still(0));
+    EXPECT_FALSE(log.PeaksNow());
+    log.Add(Moving(1, 3));
+    EXPECT_TRUE(log.PeaksNow());
+    log.Add(Moving(2, 3));
+    EXPECT_FALSE(log.PeaksNow());
+    log.Add(Moving(3, 4));
+    EXPECT_TRUE(log.PeaksNow());
+    EXPECT_TRUE(log.Add(Moving(4 + 20 * oneSecond, 1))) << "one is over, the next begins";
+    EXPECT_TRUE(log.PeaksNow());
+}
+
+TEST(Events, TheRunningEventReachesAsFarAsItsRolls) {
+    EventLog log({.mergeGap = 2 * oneSecond,
+                  .minDuration = 0,
+                  .longestGap = 10 * oneSecond,
+                  .preRoll = 5 * oneSecond,
+                  .postRoll = oneSecond});
+    log.Add(Still(3 * oneSecond));
+    EXPECT_FALSE(log.Running());
+    log.Add(Moving(4 * oneSecond));
+    log.Add(Moving(6 * oneSecond));
+    log.Add(Still(7 * oneSecond));
+    ASSERT_TRUE(log.Running());
+    EXPECT_EQ(log.Running()->start, 3 * oneSecond) << "there was nothing before";
+    EXPECT_EQ(log.Running()->end, 7 * oneSecond);
+    log.Close();
+    EXPECT_FALSE(log.Running());
+}
+
+TEST(Events, ZonesAreThoseOfAllFrames) {
+    Findings first = Moving(10), second = Moving(20, 9);
+    first.objects[0].zones = 0b01;
+    second.objects[0].zones = 0b100;
+    const auto events = EventsOf(rules, {first, second});
+    ASSERT_EQ(events.size(), 1u);
+    EXPECT_EQ(events[0].zones, 0b101u);
+}
+
+TEST(Events, AfterCloseANewEventStarts) {
+    EventLog log(rules);
+    log.Add(Moving(0, 9));
+    ASSERT_TRUE(log.Close());
+    log.Add(Moving(1, 2));
+    const std::optional<Event> event = log.Close();
+    ASSERT_TRUE(event);
+    EXPECT_EQ(event->start, 1);
+    EXPECT_EQ(event->peakBlocks, 2);
+    EXPECT_EQ(event->frames, 1);
+}
+
+}  // namespace
+}  // namespace Video

@@ -1,0 +1,137 @@
+// Are zone files understood, and wrong ones refused with the place of the mistake?
+#include "video/zones/ZoneFile.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <png.h>
+
+#include "FolderFixture.h"
+#include "video/base/Failure.h"
+#include "video/zones/Zone.h"
+
+namespace Video {
+namespace {
+
+class ZoneFileTest : public Kit::FolderFixture {
+protected:
+    std::string File(const std::string& text) const {
+        Write("zones.json", text);
+        return In("zones.json");
+    }
+
+    void WriteMask(const std::string& name, const std::vector<std::uint8_t>& pixels) const {
+        png_image image = {};
+        image.version = PNG_IMAGE_VERSION;
+        image.width = 2;
+        image.height = static_cast<png_uint_32>(pixels.size() / 2);
+        image.format = PNG_FORMAT_GRAY;
+        ASSERT_TRUE(png_image_write_to_file(&image, In(name).c_str(), 0, pixels.data(), 0, nullptr)) << image.message;
+    }
+
+    // What is said of the file, without its name.
+    std::string Complaint(const std::string& text) const {
+        try {
+            ReadZoneFile(File(text));
+        } catch (const Failure& failure) {
+            EXPECT_EQ(failure.Code(), exitUsage);
+            const std::string said = failure.what(), start = In("zones.json") + ": ";
+            EXPECT_EQ(said.rfind(start, 0), 0u) << said;
+            EXPECT_EQ(said.find('\n'), std::string::npos) << said;
+            return said.substr(start.size());
+        }
+        return "";
+    }
+};
+
+TEST_F(ZoneFileTest, EveryFieldArrives) {
+    WriteMask("trees.png", {0, 255, 255, 0});
+    const std::vector<Zone> zones = ReadZoneFile(File(R"({"zones": [
+        {"name": "gate", "polygon": [[0.1, 0.2], [0.4, 0.2], [0.4, 1]], "min_size": 0.05},
+        {"name": "trees", "mask": "trees.png", "exclude": true}]})"));
+    ASSERT_EQ(zones.size(), 2u);
+    EXPECT_EQ(zones[0].name, "gate");
+    EXPECT_FALSE(zones[0].exclude);
+    EXPECT_EQ(zones[0].minSize, 0.05);
+    ASSERT_EQ(zones[0].polygon.size(), 3u);
+    EXPECT_EQ(zones[0].polygon[2].x, 0.4);
+    EXPECT_EQ(zones[0].polygon[2].y, 1);
+    EXPECT_TRUE(zones[1].exclude);
+    EXPECT_FALSE(zones[1].minSize);
+    EXPECT_TRUE(zones[1].polygon.empty());
+    EXPECT_EQ(zones[1].mask.width, 2);
+    EXPECT_EQ(zones[1].mask.pixels, (std::vector<std::uint8_t>{0, 255, 255, 0}));
+}
+
+std::string WithZone(const std::string& fields) {
+    return R"({"zones":[{"name":"ok","polygon":[[0,0],[1,0],[0,1]]},{)" + fields + "}]}";
+}
+
+std::string WithPolygon(const std::string& corners) { return WithZone(R"("name":"a","polygon":[)" + corners + "]"); }
+
+TEST_F(ZoneFileTest, AMistakeIsNamedWithItsPlace) {
+    const std::vector<std::pair<std::string, std::string>> mistakes = {
+        {"", "line 1, column 1: is not JSON here"},
+        {"{\n  \"zones\": [\n    {]\n", "line 3, column 6: is not JSON here"},
+        {"[]", "must be an object with \"zones\""},
+        {"{}", "zones: must be a list of zones"},
+        {R"({"zones":[]})", "zones: must be a list of zones"},
+        {R"({"zones":[1]})", "zones[0]: must be an object"},
+        {R"({"zone":[]})", "unknown key \"zone\", known are zones"},
+        {R"({"zones":[{"name":"a","name":"b"}]})", "\"name\" is given twice in one object"},
+        {WithZone(R"("polygon":[[0,0],[1,0],[0,1]])"), "zones[1].name: must be a text that is not empty"},
+        {WithZone(R"("name":"","polygon":[[0,0],[1,0],[0,1]])"), "zones[1].name: must be a text that is not empty"},
+        {WithZone(R"("name":"ok","polygon":[[0,0],[1,0],[0,1]])"), "zones[1].name: there is another zone \"ok\""},
+        {WithZone(R"("name":"a")"), "zones[1]: must have either \"polygon\" or \"mask\""},
+        {WithZone(R"("name":"a","mask":"m.png","polygon":[])"), "zones[1]: must have either \"polygon\" or \"mask\""},
+        {WithZone(R"("name":"a","color":"red")"),
+         "zones[1]: unknown key \"color\", known are exclude, mask, min_size, name, polygon"},
+        {WithZone(R"("name":"a","exclude":1,"polygon":[[0,0],[1,0],[0,1]])"), "zones[1].exclude: must be true or false"},
+        {WithZone(R"("name":"a","min_size":1.5,"polygon":[[0,0],[1,0],[0,1]])"),
+         "zones[1].min_size: 1.5 lies outside 0 to 1"},
+        {WithZone(R"("name":"a","mask":"no.png")"), "zones[1].mask: " + In("no.png") + ": cannot be used as a mask: "},
+        {WithPolygon(""), "zones[1].polygon: must be a list of at least three corners [x, y]"},
+        {WithPolygon("[0,0],[1,1]"), "zones[1].polygon: must be a list of at least three corners [x, y]"},
+        {WithPolygon("[0,0],[1,1,0],[0,1]"), "zones[1].polygon[1]: must be a corner [x, y]"},
+        {WithPolygon("[0,0],[1,1],[0,1.2]"), "zones[1].polygon[2][1]: 1.2 lies outside 0 to 1"},
+        {WithPolygon("[0,0],[1,1],[-0.5,1]"), "zones[1].polygon[2][0]: -0.5 lies outside 0 to 1"},
+        {WithPolygon("[0,0],[1,\"1\"],[0,1]"), "zones[1].polygon[1][1]: must be a number from 0 to 1"},
+        {WithPolygon("[0,0],[1,1],[1,0],[0,1]"),
+         "zones[1].polygon: the line from [0] to [1] crosses the one from [2] to [3]"},
+        {WithPolygon("[0,0],[0.5,0.5],[1,1]"), "zones[1].polygon: encloses nothing"},
+        {WithPolygon("[0,0],[1,1],[1,1],[0,1]"), "zones[1].polygon: corners [1] and [2] are the same"},
+    };
+    for (const auto& [text, complaint] : mistakes) {
+        const std::string said = Complaint(text);
+        EXPECT_EQ(said.rfind(complaint, 0), 0u) << text << "\n  " << said;
+    }
+}
+
+TEST_F(ZoneFileTest, AMissingFileIsNamed) {
+    EXPECT_THROW(ReadZoneFile(In("missing.json")), Failure);
+    EXPECT_THROW(ReadZoneFile(Folder()), Failure);
+}
+
+TEST_F(ZoneFileTest, AMaskWithoutAnythingBrightIsAMistake) {
+    WriteMask("dark.png", {0, 100, 127, 0});
+    EXPECT_THROW(ReadMask(In("dark.png")), Failure);
+}
+
+TEST(Polygon, SoundOnesHaveNoTrouble) {
+    EXPECT_EQ(PolygonTrouble({{0, 0}, {1, 0}, {1, 1}, {0, 1}}), "");
+    EXPECT_EQ(PolygonTrouble({{0, 0}, {0.5, 0}, {1, 0}, {1, 1}, {0, 1}}), "") << "a corner on a straight line";
+    EXPECT_EQ(PolygonTrouble({{0, 0}, {1, 0}, {0.2, 0.2}, {0, 1}}), "") << "not convex";
+}
+
+TEST(Polygon, OnesThatTouchThemselvesAreRefused) {
+    EXPECT_NE(PolygonTrouble({{0, 0}, {1, 0}, {0.5, 0.5}, {1, 1}, {0, 1}, {0.5, 0.5}}), "") << "a corner met twice";
+    EXPECT_NE(PolygonTrouble({{0, 0}, {1, 0}, {1, 1}, {0.5, 0}, {0, 1}}), "") << "a corner on another line";
+    EXPECT_NE(PolygonTrouble({{0, 0}, {1, 0}, {0.5, 0}, {0, 1}}), "") << "a line that runs back";
+}
+
+}  // namespace
+}  // namespace Video

@@ -1,0 +1,149 @@
+// How are zones drawn over a frame?  Called by main through ZonePreview.h.
+#include "ask/ZonePreview.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "command/Options.h"
+#include "results/ScanLine.h"
+#include "video/base/BgrPicture.h"
+#include "video/base/Failure.h"
+#include "video/base/PictureGrid.h"
+#include "video/files/AtomicFile.h"
+#include "video/files/PngFile.h"
+#include "video/media/Decoder.h"
+#include "video/media/Libav.h"
+#include "video/watch/Watcher.h"
+#include "video/zones/Zone.h"
+#include "video/zones/ZoneMask.h"
+
+namespace Scan {
+
+namespace {
+
+struct Color {
+    const char* name;  // as printed
+    std::array<int, 3> bgr;
+};
+
+// Told apart by people who do not tell red from green.
+constexpr std::array<Color, 6> colors = {{{"yellow", {66, 228, 240}},
+                                          {"sky blue", {233, 180, 86}},
+                                          {"orange", {0, 159, 230}},
+                                          {"bluish green", {115, 158, 0}},
+                                          {"pink", {167, 121, 204}},
+                                          {"blue", {178, 114, 0}}}};
+constexpr Color excludedColor = {"black", {0, 0, 0}};
+
+Video::BgrPicture Coloured(const AVFrame& frame) {
+    Video::BgrPicture picture{frame.width, frame.height, {}};
+    const int stride = 3 * frame.width;
+    picture.pixels.resize(static_cast<std::size_t>(stride) * static_cast<std::size_t>(frame.height));
+    const Video::ScalerPointer scaler(sws_getContext(frame.width, frame.height, Video::PlainFormat(frame.format),
+                                                     frame.width, frame.height, AV_PIX_FMT_BGR24, SWS_BILINEAR, nullptr,
+                                                     nullptr, nullptr));
+    if (!scaler) {
+        throw Video::Failure(Video::exitFailed, "the video's pixel format cannot be converted");
+    }
+    // The scaler may write whole vectors at the end of a row: into rows of its own.
+    const int roomy = (stride + 127) / 64 * 64;
+    std::vector<std::uint8_t> rows(static_cast<std::size_t>(roomy) * static_cast<std::size_t>(frame.height) + 64);
+    std::uint8_t* const planes[4] = {rows.data(), nullptr, nullptr, nullptr};
+    const int strides[4] = {roomy, 0, 0, 0};
+    sws_scale(scaler.get(), frame.data, frame.linesize, 0, frame.height, planes, strides);
+    for (int y = 0; y < frame.height; ++y) {
+        std::copy_n(rows.data() + std::ptrdiff_t{y} * roomy, stride, picture.pixels.data() + std::ptrdiff_t{y} * stride);
+    }
+    return picture;
+}
+
+void Paint(Video::BgrPicture& picture, int x, int y, const Color& color, int percent) {
+    if (x < 0 || y < 0 || x >= picture.width || y >= picture.height) {
+        return;
+    }
+    std::uint8_t* pixel = picture.pixels.data() + 3 * (std::ptrdiff_t{y} * picture.width + x);
+    for (std::size_t i = 0; i < 3; ++i) {
+        pixel[i] = static_cast<std::uint8_t>((pixel[i] * (100 - percent) + color.bgr[i] * percent) / 100);
+    }
+}
+
+// The blocks that the detector is given, tinted.
+void PaintBlocks(Video::BgrPicture& picture, const std::vector<std::uint8_t>& mask, const Video::PictureGrid& grid,
+                 const Color& color) {
+    constexpr int tint = 35;  // percent
+    for (int y = 0; y < picture.height; ++y) {
+        for (int x = 0; x < picture.width; ++x) {
+            const int block = y / grid.blockSize * grid.columns + x / grid.blockSize;
+            if (mask[static_cast<std::size_t>(block)] != 0) {
+                Paint(picture, x, y, color, tint);
+            }
+        }
+    }
+}
+
+void PaintOutline(Video::BgrPicture& picture, const std::vector<Video::Point>& polygon, const Color& color) {
+    for (std::size_t i = 0; i < polygon.size(); ++i) {
+        const Video::Point a = polygon[i], b = polygon[(i + 1) % polygon.size()];
+        const double across = (b.x - a.x) * picture.width, down = (b.y - a.y) * picture.height;
+        const int steps = 1 + static_cast<int>(std::max(std::abs(across), std::abs(down)));
+        for (int step = 0; step <= steps; ++step) {
+            const int x = static_cast<int>(a.x * picture.width + across * step / steps);
+            const int y = static_cast<int>(a.y * picture.height + down * step / steps);
+            for (int thick = 0; thick < 4; ++thick) {
+                Paint(picture, x + thick % 2, y + thick / 2, color, 100);
+            }
+        }
+    }
+}
+
+}  // namespace
+
+int ShowZones(const Options& options) {
+    if (options.inputs.size() != 1) {
+        throw Video::Failure(Video::exitUsage, "mdscan zones wants a single video");
+    }
+    const std::string& input = options.inputs.front();
+    Video::Decoder decoder(input);
+    if (!decoder.Next()) {
+        throw Video::Failure(Video::exitFailed, input + ": no picture could be decoded");
+    }
+    const AVFrame& frame = decoder.Frame();
+    const Video::PictureGrid grid = Video::GridOf(frame.width, frame.height, options.blockSize);
+    const std::vector<std::uint8_t> excluded = Video::ExcludedBlocks(options.allZones, grid);
+    Video::BgrPicture picture = options.preview.empty() ? Video::BgrPicture{} : Coloured(frame);
+    std::printf("%s\n", ScanLine(options).c_str());
+    std::size_t next = 0;
+    for (const Video::Zone& zone : options.allZones) {
+        const Color& color = zone.exclude ? excludedColor : colors[next++ % colors.size()];
+        const std::vector<std::uint8_t> mask =
+            zone.exclude ? Video::ZoneMask(zone, grid) : Video::WatchedBlocks(zone, excluded, grid);
+        const auto blocks = std::count(mask.begin(), mask.end(), std::uint8_t{1});
+        const double share = static_cast<double>(blocks) / static_cast<double>(mask.size());
+        nlohmann::ordered_json line = {{"type", "zone"},
+                                       {"zone", zone.name},
+                                       {"exclude", zone.exclude},
+                                       {"blocks", blocks},
+                                       {"share", std::round(1e3 * share) / 1e3}};
+        if (!options.preview.empty()) {
+            line["color"] = color.name;
+            PaintBlocks(picture, mask, grid, color);
+            PaintOutline(picture, zone.polygon, color);
+        }
+        std::printf("%s\n", line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace).c_str());
+    }
+    if (!options.preview.empty()) {
+        Video::AtomicFile file(options.preview, input);
+        Video::WritePng(picture, file);
+        file.Keep();
+    }
+    return Video::exitComplete;
+}
+
+}  // namespace Scan

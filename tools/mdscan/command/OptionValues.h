@@ -1,0 +1,22 @@
+// What may an option's words look like that are not plain numbers?  Moments, places and rectangles in the picture; called
+// by Options.
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string>
+
+#include "video/zones/ZoneMask.h"
+
+namespace Scan {
+
+// "12.5", "1:02" or "1:02:03.5" in seconds. Absent: something else.
+std::optional<double> ReadTime(const std::string& text);
+
+// "40,22": two whole numbers from 0. Absent: something else.
+std::optional<std::array<int, 2>> ReadPlace(const std::string& text);
+
+// "0,0.5,1,0.5": x, y, width and height with all of it inside the picture. Absent: something else.
+std::optional<Video::RelativeZone> ReadZone(const std::string& text);
+
+}  // namespace Scan

@@ -1,0 +1,31 @@
+// Which inputs show the same place?  Recorders keep a folder per camera: a file's camera is the folder that holds it,
+// anything else is a camera of its own. Used for heat maps and pages.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "results/Attachment.h"
+
+namespace Scan {
+
+// The folder as the input names it, "." for none; of a stream, a device or the standard input: the input itself.
+std::string CameraOf(const std::string& input);
+
+// "front-door.png": after the last part of the camera's name; with a mark of the whole name where two would be the same.
+// One per camera, in order.
+std::vector<std::string> PictureNames(const std::vector<std::string>& cameras);
+
+// What was learned of each camera from all of its inputs, in the order of their coming.
+class CameraGrounds {
+public:
+    void Add(const std::string& camera, const GroundPicture& ground);
+
+    const std::map<std::string, GroundPicture>& All() const { return _grounds; }
+
+private:
+    std::map<std::string, GroundPicture> _grounds;
+};
+
+}  // namespace Scan

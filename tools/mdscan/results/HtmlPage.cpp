@@ -1,0 +1,146 @@
+// What is written into the page, in which order?  Called by RunResults through HtmlPage.h. The page's own parts, in page/,
+// are compiled in by way of PageText.h.
+#include "results/HtmlPage.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include <nlohmann/json.hpp>
+
+#include "results/Attachment.h"
+#include "results/Camera.h"
+#include "results/PageLink.h"
+#include "results/PageText.h"
+#include "results/Report.h"
+#include "video/base/BgrPicture.h"
+#include "video/base/PictureGrid.h"
+#include "video/files/PngFile.h"
+#include "video/time/TickTime.h"
+#include "video/time/WallClock.h"
+#include "video/watch/HeatMap.h"
+
+namespace Scan {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr std::size_t mostPictureBytes = 64 << 20;  // in one page; browsers get slow beyond that
+constexpr int widestHeatPicture = 640;              // pixels
+
+std::string Dumped(const Json& json) { return SafeInScript(json.dump(-1, ' ', false, Json::error_handler_t::replace)); }
+
+std::string Block(const char* kind, const std::string& json) {
+    return std::string("<script type=\"application/json\" class=\"") + kind + "\">" + json + "</script>\n";
+}
+
+bool IsFile(const std::string& input) {
+    std::error_code ignored;
+    return input != "-" && std::filesystem::is_regular_file(input, ignored);
+}
+
+std::string PngAddress(const Video::BgrPicture& picture) {
+    return "data:image/png;base64," + Base64(Video::PngBytes(picture));
+}
+
+// Where to look at an event: in its clip, else in the recording.
+void AddLink(Json& event, const std::string& page, const std::string& input) {
+    const double start = event.at("start").get<double>();
+    if (event.contains("clip")) {
+        event["link"] = LinkFrom(page, event["clip"].get<std::string>());
+        event["at"] = std::round(1000 * std::max(0.0, start - event.value("clip_start", 0.0))) / 1000;
+    } else if (IsFile(input)) {
+        event["link"] = LinkFrom(page, input);
+        event["at"] = start;
+    }
+}
+
+}  // namespace
+
+std::string SafeInScript(std::string json) {
+    for (std::size_t i = 0; (i = json.find('<', i)) != std::string::npos;) {
+        json.replace(i, 1, "\\u003c");  // stands only within strings
+    }
+    return json;
+}
+
+HtmlPage::HtmlPage(const std::string& path, const std::vector<std::string>& inputs, const std::string& scan)
+    : _text(path, inputs) {
+    _text.Write(std::string(pageHead) + "<style>\n" + pageStyle + "</style>\n</head>\n" + pageBody);
+    _text.Write(Block("scan", SafeInScript(scan)));
+}
+
+// The block of an input begins with its lines, for these come first.
+void HtmlPage::Open() {
+    if (!std::exchange(_open, true)) {
+        _first = true;
+        _text.Write("<script type=\"application/json\" class=\"input\">{\"lines\":[");
+    }
+}
+
+void HtmlPage::Take(const std::string& input, const std::string& line) {
+    const bool isEvent = line.starts_with(R"({"type":"event")");
+    if (!isEvent && !line.starts_with(R"({"type":"gap")")) {
+        return;
+    }
+    Json shown = Json::parse(line);
+    shown.erase("file");
+    if (isEvent) {
+        shown.erase("track");
+        if (shown["boxes"].size() > 1) {
+            shown["boxes"].erase(shown["boxes"].begin() + 1, shown["boxes"].end());
+        }
+        AddLink(shown, _text.Path(), input);
+        if (const auto picture = _pictures.extract(shown.at("event").get<int>())) {
+            shown["picture"] = picture.mapped();
+        }
+    }
+    Open();
+    _text.Write((std::exchange(_first, false) ? "\n" : ",\n") + Dumped(shown));
+}
+
+void HtmlPage::Attach(const EventPicture& picture) {
+    if (_pictureBytes + picture.jpeg.size() > mostPictureBytes) {
+        ++_leftOut;
+        return;
+    }
+    _pictureBytes += picture.jpeg.size();
+    _pictures[picture.event] = picture.jpeg;
+}
+
+void HtmlPage::Finish(const std::string& input, const JobResult& result) {
+    Open();
+    Json end = {{"file", input},
+                {"camera", CameraOf(input)},
+                {"link", IsFile(input) ? LinkFrom(_text.Path(), input) : ""},
+                {"status", NameOf(result.health)},
+                {"reason", result.trouble},
+                {"seconds", Video::PrintedSeconds(result.tally.length)}};
+    if (result.clock) {
+        end["start_time"] = Video::WallTimeText(result.clock->at);
+    }
+    _text.Write("],\n" + Dumped(end).substr(1) + "</script>\n");
+    _open = false;
+    _pictures.clear();
+}
+
+void HtmlPage::Keep(const CameraGrounds& cameras) {
+    for (const auto& [camera, ground] : cameras.All()) {
+        const Video::PictureGrid& grid = ground.heat.grid;
+        const int shrink = (grid.pictureWidth + widestHeatPicture - 1) / widestHeatPicture;
+        _text.Write(Block("camera", Dumped({{"camera", camera},
+                                            {"width", grid.pictureWidth},
+                                            {"height", grid.pictureHeight},
+                                            {"heat", PngAddress(Video::HeatPicture(ground.heat, ground.background, shrink))},
+                                            {"background", PngAddress(Video::GreyWhereUnknown(ground.background))}})));
+    }
+    _text.Write(Block("end", Json{{"left_out", _leftOut}}.dump()));
+    _text.Write(std::string("<script>\n\"use strict\";\n") + pageScript + "</script>\n</body>\n</html>\n");
+    _text.Keep();
+}
+
+}  // namespace Scan

@@ -1,0 +1,49 @@
+// How does a run become one page to look at?  Everything is in the file: no network, no other file but the recordings and
+// clips that it links to. RunResults owns one when asked to.
+//
+// The page is written while results come in; what is kept in memory does not grow with them.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "results/Attachment.h"
+#include "results/Camera.h"
+#include "results/Report.h"
+#include "video/files/AtomicText.h"
+
+namespace Scan {
+
+inline constexpr int widestPagePicture = 256;  // pixels; of an event
+
+class HtmlPage {
+public:
+    // inputs: files that must not be replaced. scan: the first line of the results. Throws Failure.
+    HtmlPage(const std::string& path, const std::vector<std::string>& inputs, const std::string& scan);
+
+    // Of one input at a time, each ended by Finish. A picture comes before the line of its event. Throw OutputFailure.
+    void Take(const std::string& input, const std::string& line);
+    void Attach(const EventPicture& picture);
+    void Finish(const std::string& input, const JobResult& result);
+
+    // Completes the page and gives it its name. Throws OutputFailure.
+    void Keep(const CameraGrounds& cameras);
+
+private:
+    void Open();
+
+    Video::AtomicText _text;
+    bool _open = false;                    // within the block of an input
+    bool _first = true;                    // nothing was written into it
+    std::map<int, std::string> _pictures;  // base64, by number of the event; of lines still to come
+    std::size_t _pictureBytes = 0;         // in the page so far
+    std::int64_t _leftOut = 0;             // pictures for which there was no room
+};
+
+// JSON that may stand within a script element, whatever names it holds.
+std::string SafeInScript(std::string json);
+
+}  // namespace Scan

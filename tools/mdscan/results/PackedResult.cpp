@@ -1,0 +1,74 @@
+// Which fields does a travelling result have?  Called by Worker and RunState through PackedResult.h.
+#include "results/PackedResult.h"
+
+#include <stdexcept>
+
+#include <nlohmann/json.hpp>
+
+#include "results/Report.h"
+#include "video/base/Failure.h"
+#include "video/base/PictureGrid.h"
+#include "video/base/Tally.h"
+#include "video/time/TickTime.h"
+#include "video/time/WallClock.h"
+
+namespace Scan {
+
+using Json = nlohmann::ordered_json;
+
+std::string Packed(const JobResult& result) {
+    const Video::Tally& tally = result.tally;
+    const Video::PictureGrid& grid = tally.grid;
+    Json packed = {{"health", static_cast<int>(result.health)},
+                   {"code", static_cast<int>(result.code)},
+                   {"trouble", result.trouble},
+                   {"pictures", tally.pictures},
+                   {"analysed", tally.analysed},
+                   {"length", tally.length},
+                   {"elapsed", tally.elapsed},
+                   {"events", tally.events},
+                   {"dropped", tally.dropped},
+                   {"gaps", tally.gaps},
+                   {"droppedPackets", tally.droppedPackets},
+                   {"groups", {tally.groups.groups, tally.groups.decoded, tally.groups.tooLong, tally.groups.longest}},
+                   {"grid", {grid.pictureWidth, grid.pictureHeight, grid.blockSize, grid.columns, grid.rows}}};
+    if (result.clock) {
+        packed["clock"] = {result.clock->at, static_cast<int>(result.clock->source)};
+    }
+    return packed.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+JobResult Unpacked(const std::string& text) {
+    const Json packed = Json::parse(text);
+    const auto number = [&](const char* name) { return packed.at(name).get<int>(); };
+    const auto side = [&](std::size_t index) { return packed.at("grid").at(index).get<int>(); };
+    const int health = number("health");
+    if (health < 0 || health > static_cast<int>(Health::Unwritten)) {
+        throw std::out_of_range("health");
+    }
+    std::optional<Video::StartTime> clock;
+    if (packed.contains("clock")) {
+        const int source = packed["clock"].at(1).get<int>();
+        if (source < 0 || source > static_cast<int>(Video::ClockSource::Arrival)) {
+            throw std::out_of_range("clock");
+        }
+        clock = {packed["clock"].at(0).get<Video::WallTicks>(), static_cast<Video::ClockSource>(source)};
+    }
+    return {.health = static_cast<Health>(health),
+            .code = static_cast<Video::ExitCode>(number("code")),
+            .trouble = packed.at("trouble").get<std::string>(),
+            .tally = {.pictures = packed.at("pictures").get<std::int64_t>(),
+                      .analysed = packed.at("analysed").get<std::int64_t>(),
+                      .length = packed.at("length").get<Video::Ticks>(),
+                      .elapsed = packed.at("elapsed").get<double>(),
+                      .events = number("events"),
+                      .dropped = number("dropped"),
+                      .gaps = number("gaps"),
+                      .droppedPackets = packed.at("droppedPackets").get<std::int64_t>(),
+                      .groups = {packed.at("groups").at(0).get<int>(), packed.at("groups").at(1).get<int>(),
+                                 packed.at("groups").at(2).get<int>(), packed.at("groups").at(3).get<Video::Ticks>()},
+                      .grid = {side(0), side(1), side(2), side(3), side(4)}},
+            .clock = clock};
+}
+
+}  // namespace Scan

@@ -1,0 +1,17 @@
+// How are these results to be read?  The first line of every output: version of the lines, and the settings that decide what
+// is found; called by main and ZonePreview.
+#pragma once
+
+#include <string>
+
+#include "command/Options.h"
+
+namespace Scan {
+
+// Grows when a field changes its meaning or goes; new fields do not count.
+inline constexpr int schemaVersion = 1;
+
+// One line of JSON without its end. The same for every -j, and for a run that was interrupted and resumed.
+std::string ScanLine(const Options& options);
+
+}  // namespace Scan

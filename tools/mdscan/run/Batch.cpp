@@ -1,0 +1,262 @@
+// How is a run with many inputs conducted?  Called by main through Batch.h.
+#include "run/Batch.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <utility>
+
+#include <poll.h>
+
+#include "command/Inputs.h"
+#include "command/Options.h"
+#include "results/Report.h"
+#include "results/Spool.h"
+#include "run/RunResults.h"
+#include "run/RunState.h"
+#include "run/Worker.h"
+#include "video/base/Failure.h"
+#include "video/base/Interruption.h"
+#include "video/base/LiveName.h"
+#include "video/base/Tally.h"
+
+namespace Scan {
+
+namespace {
+
+constexpr int pollInterval = 250;  // milliseconds; how late an interruption may be noticed
+
+std::string Count(std::size_t count, const char* what) { return std::to_string(count) + " " + what; }
+
+}  // namespace
+
+Batch::Batch(const Options& options, const InputList& list, RunResults& results, RunState* state, Progress& progress)
+    : _options(options),
+      _passedOver(list.passedOver),
+      _results(results),
+      _state(state),
+      _progress(progress),
+      _jobs(static_cast<std::size_t>(options.jobs)) {
+    for (const Input& input : list.inputs) {
+        Item item;
+        item.input = input;
+        item.weight = static_cast<double>(std::max<std::int64_t>(1, IdentityOf(input.path).size));
+        _items.push_back(std::move(item));
+    }
+}
+
+int Batch::Run() {
+    Recall();
+    PrintInOrder();
+    while (_head < _items.size()) {
+        if (Video::Interrupted() && !std::exchange(_leaving, true)) {
+            for (const Item& item : _items) {
+                if (item.worker) {
+                    item.worker->Interrupt();
+                }
+            }
+        }
+        Start();
+        if (_running + _live == 0) {
+            break;  // interrupted
+        }
+        Listen();
+        PrintInOrder();
+        ShowProgress();
+    }
+    return Conclude();
+}
+
+// What is known without a scan.
+void Batch::Recall() {
+    for (Item& item : _items) {
+        if (!item.input.trouble.empty()) {
+            item.result = JobResult{
+                .health = Health::Unreadable, .code = Video::exitFailed, .trouble = item.input.trouble, .tally = {}};
+        } else if (std::optional<JobResult> finished = _state ? _state->Find(item.input.path) : std::nullopt) {
+            item.result = std::move(finished);
+            item.recalled = true;
+            ++_recalled;
+            _recalledLength += item.result->tally.length;
+        }
+    }
+}
+
+void Batch::Start() {
+    for (; !_leaving && _running < _jobs && _next < _items.size(); ++_next) {
+        Item& item = _items[_next];
+        if (!item.result) {
+            item.identity = IdentityOf(item.input.path);
+            item.worker = std::make_unique<Worker>(_options, item.input.path, _state);
+            ++_running;
+        }
+    }
+}
+
+void Batch::Listen() {
+    std::vector<pollfd> pipes;
+    std::vector<Item*> speakers;
+    for (std::size_t i = _head; i < _next; ++i) {
+        if (_items[i].worker) {
+            pipes.push_back({_items[i].worker->Pipe(), POLLIN, 0});
+            speakers.push_back(&_items[i]);
+        }
+    }
+    if (poll(pipes.data(), pipes.size(), pollInterval) <= 0) {
+        return;
+    }
+    for (std::size_t i = 0; i < pipes.size(); ++i) {
+        if (pipes[i].revents == 0) {
+            continue;
+        }
+        Item& item = *speakers[i];
+        const bool goesOn = item.worker->Read();
+        if (item.worker->IsLive() && !std::exchange(item.isLive, true)) {
+            --_running;
+            ++_live;
+        }
+        for (std::string& line : item.worker->TakeLines()) {
+            item.lines.push_back(std::move(line));
+        }
+        for (const std::string& text : item.worker->TakeAttachments()) {
+            item.attachments.push_back(_spool.Add(text));
+        }
+        if (!goesOn) {
+            const std::unique_ptr<Worker> worker = std::move(item.worker);
+            --(item.isLive ? _live : _running);
+            const JobResult& result = worker->Result();
+            const bool lasting =
+                result.health != Health::Interrupted && result.health != Health::Unwritten && !worker->WasKilled();
+            if (_state && lasting && item.identity != Identity{}) {  // of what is no file, nobody knows whether it changed
+                _state->Add(item.input.path, item.identity, FinishedOf(item, result));
+            }
+            Finish(item, result);
+        }
+    }
+}
+
+void Batch::Finish(Item& item, JobResult result) {
+    if (result.health == Health::Unwritten) {
+        throw Video::OutputFailure(result.code, result.trouble);
+    }
+    item.result = std::move(result);
+}
+
+FinishedInput Batch::FinishedOf(const Item& item, const JobResult& result) {
+    FinishedInput finished{result, item.lines};
+    for (const Spool::Place& place : item.attachments) {
+        finished.attachments.push_back(_spool.Get(place));
+    }
+    return finished;
+}
+
+void Batch::PrintInOrder() {
+    const bool mayMix = _options.report.empty();  // a page shows one input after another
+    bool isTurn = true;                           // nothing before is still to come
+    for (std::size_t i = _head; i < _items.size(); ++i) {
+        Item& item = _items[i];
+        if (item.isClosed || !(isTurn || (item.isLive && mayMix))) {
+            continue;
+        }
+        if (item.printed < item.lines.size() || item.result) {
+            _progress.Clear();  // both may go to the same terminal
+        }
+        HandOn(item);
+        if (item.isLive) {
+            item.lines.clear();  // there is no end to them
+            item.printed = 0;
+        }
+        if (item.result) {
+            _results.Finish(item.input.path, *item.result);
+            item.lines = {};
+            item.printed = 0;
+            item.attachments = {};
+            item.attached = 0;
+            item.isClosed = true;
+        }
+        isTurn = isTurn && (item.isClosed || (item.isLive && mayMix));
+    }
+    while (_head < _items.size() && _items[_head].isClosed) {
+        ++_head;
+    }
+}
+
+// What has come of this item since the last call; an event's picture goes before its line.
+void Batch::HandOn(Item& item) {
+    if (item.recalled) {
+        const FinishedInput finished = _state->Read(item.input.path);
+        for (const std::string& text : finished.attachments) {
+            _results.Attach(item.input.path, text);
+        }
+        for (const std::string& line : finished.lines) {
+            _results.Line(item.input.path, line);
+        }
+        return;
+    }
+    for (; item.attached < item.attachments.size(); ++item.attached) {
+        _results.Attach(item.input.path, _spool.Get(item.attachments[item.attached]));
+    }
+    for (; item.printed < item.lines.size(); ++item.printed) {
+        _results.Line(item.input.path, item.lines[item.printed]);
+    }
+}
+
+void Batch::ShowProgress() {
+    double all = 0, done = 0;
+    for (const Item& item : _items) {
+        all += item.weight;
+        done += item.weight * (item.result ? 1 : item.worker ? item.worker->Done() : 0);
+    }
+    Video::Tally fresh = Sum();
+    fresh.length -= _recalledLength;
+    _progress.Show(done / all, fresh);
+}
+
+Video::Tally Batch::Sum() const {
+    Video::Tally sum;
+    for (const Item& item : _items) {
+        if (item.result || item.worker) {
+            const Video::Tally& tally = item.result ? item.result->tally : item.worker->SoFar();
+            sum.pictures += tally.pictures;
+            sum.analysed += tally.analysed;
+            sum.length += tally.length;
+            sum.events += tally.events;
+            sum.dropped += tally.dropped;
+        }
+    }
+    sum.elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - _begin).count();
+    return sum;
+}
+
+// Names what went wrong, sums up, chooses the exit code.
+int Batch::Conclude() {
+    _progress.Clear();
+    std::size_t finished = 0, moving = 0, failed = 0;
+    for (const Item& item : _items) {
+        if (!item.result) {
+            continue;
+        }
+        ++finished;
+        moving += item.result->tally.events > 0 ? 1 : 0;
+        if (item.result->health != Health::Whole) {
+            ++failed;
+            PrintLastLine(Video::ShownName(item.input.path), ResultText(*item.result));
+        }
+    }
+    const bool cut = finished < _items.size();
+    const Video::Tally sum = Sum();
+    std::string text = Count(_items.size(), _items.size() == 1 ? "input" : "inputs");
+    text += cut ? ", interrupted after " + std::to_string(finished) : "";
+    text += ": " + Count(moving, "with motion") + ", " + Count(failed, "failed");
+    text += _recalled > 0 ? ", " + Count(static_cast<std::size_t>(_recalled), "known from before") : "";
+    text += _passedOver > 0 ? "; " + Count(static_cast<std::size_t>(_passedOver), "other files passed over") : "";
+    if (!_options.quiet) {
+        PrintLastLine("", text + "; " + SumText(sum, _recalledLength));
+    }
+    if (failed > 0 || cut) {
+        return Video::exitFailed;
+    }
+    return moving > 0 ? Video::exitComplete : Video::exitNothing;
+}
+
+}  // namespace Scan

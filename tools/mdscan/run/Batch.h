@@ -1,0 +1,77 @@
+// How are many inputs scanned in one run?  A few at a time, results in the order of the inputs, whatever is broken named in
+// the end; main makes one when the user names several inputs or wants to resume.
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "command/Inputs.h"
+#include "command/Options.h"
+#include "results/Report.h"
+#include "results/Spool.h"
+#include "run/RunResults.h"
+#include "run/RunState.h"
+#include "run/Worker.h"
+#include "video/base/Tally.h"
+#include "video/time/TickTime.h"
+
+namespace Scan {
+
+class Batch {
+public:
+    // state: null, or what was finished before. All must outlive the batch.
+    Batch(const Options& options, const InputList& list, RunResults& results, RunState* state, Progress& progress);
+
+    // Returns the exit code; everything has been said by then. Throws OutputFailure when a result cannot be written.
+    int Run();
+
+private:
+    // One input on its way from the list to the results.
+    struct Item {
+        Input input;
+        double weight = 1;               // share of the work, in bytes
+        Identity identity = {};          // when its scan began
+        std::unique_ptr<Worker> worker;  // while it is scanned
+        std::optional<JobResult> result;
+        bool recalled = false;           // from the state, where its results are
+        std::vector<std::string> lines;  // of its results
+        std::size_t printed = 0;         // of them
+        std::vector<Spool::Place> attachments;
+        std::size_t attached = 0;  // of them
+        bool isLive = false;       // its lines wait for nobody, and it takes nobody's place
+        bool isClosed = false;     // all is printed
+    };
+
+    void Recall();
+    void Start();
+    void Listen();
+    void Finish(Item& item, JobResult result);
+    void PrintInOrder();
+    void HandOn(Item& item);
+    FinishedInput FinishedOf(const Item& item, const JobResult& result);
+    void ShowProgress();
+    Video::Tally Sum() const;
+    int Conclude();
+
+    const Options& _options;
+    const int _passedOver;
+    RunResults& _results;
+    Spool _spool;
+    RunState* _state;
+    Progress& _progress;
+    const std::chrono::steady_clock::time_point _begin = std::chrono::steady_clock::now();
+    std::vector<Item> _items;
+    std::size_t _next = 0;             // item to start
+    std::size_t _head = 0;             // first item that is not closed
+    std::size_t _jobs;                 // at a time
+    std::size_t _running = 0;          // of those
+    std::size_t _live = 0;             // scans of live sources, beside them
+    int _recalled = 0;                 // items that an earlier run had finished
+    Video::Ticks _recalledLength = 0;  // of their videos
+    bool _leaving = false;             // interrupted, children have been told
+};
+
+}  // namespace Scan

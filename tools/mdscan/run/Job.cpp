@@ -1,0 +1,284 @@
+// How does one video become results?  Called by main and Worker through Job.h.
+#include "run/Job.h"
+
+#include <algorithm>
+#include <exception>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include "command/Options.h"
+#include "results/Attachment.h"
+#include "results/HtmlPage.h"
+#include "results/Report.h"
+#include "video/base/BgrPicture.h"
+#include "video/base/Failure.h"
+#include "video/base/Findings.h"
+#include "video/base/Gap.h"
+#include "video/base/Interruption.h"
+#include "video/base/PictureGrid.h"
+#include "video/base/Tally.h"
+#include "video/files/AtomicFile.h"
+#include "video/files/OutputPath.h"
+#include "video/files/PngFile.h"
+#include "video/media/Libav.h"
+#include "video/pictures/Thumbnail.h"
+#include "video/time/PictureNumbers.h"
+#include "video/time/TickTime.h"
+#include "video/time/WallClock.h"
+#include "video/watch/Events.h"
+#include "video/watch/HeatMap.h"
+#include "video/watch/KeyframeScout.h"
+#include "video/watch/Watcher.h"
+#include "video/zones/Zone.h"
+
+namespace Scan {
+
+namespace {
+
+// Analysed frames further apart than this many periods have a hole between them: no event reaches across.
+constexpr int periodsWithoutFrame = 10;
+
+// A pipe or a live source cannot; numbered pictures have no file of their name.
+bool CanBeReadTwice(const std::string& input) {
+    std::error_code error;
+    return std::filesystem::is_regular_file(input, error);
+}
+
+JobResult ResultOf(const Video::Failure& failure, Health health) {
+    const bool unwritten = dynamic_cast<const Video::OutputFailure*>(&failure) != nullptr;
+    return {
+        .health = unwritten ? Health::Unwritten : health, .code = failure.Code(), .trouble = failure.what(), .tally = {}};
+}
+
+}  // namespace
+
+Job::Job(const Options& options, const std::string& input, const std::string& name, JobListener& listener)
+    : _options(options),
+      _input(input),
+      _name(name),
+      _listener(listener),
+      _decoder(input, options.decoderThreads, options.reconnect),
+      _cadence(options.rate, _decoder.NominalInterval()),
+      _rules{.framesPerSecond = 1 / Video::ToSeconds(_decoder.NominalInterval()),
+             .shadows = options.shadows,
+             .minSize = options.minSize,
+             .zones = options.allZones,
+             .heat = !options.heatmap.empty() || !options.report.empty()},
+      _longestGap(std::max({Video::FromSeconds(options.mergeGap), periodsWithoutFrame * _cadence.Period(),
+                            options.fast ? 2 * Video::KeyframeScout::longestHonest : 0})),
+      _events({.mergeGap = Video::FromSeconds(options.mergeGap),
+               .minDuration = Video::FromSeconds(options.minDuration),
+               .longestGap = _longestGap,
+               .preRoll = Video::FromSeconds(options.preRoll),
+               .postRoll = Video::FromSeconds(options.postRoll),
+               .minBlocks = options.minBlocks}) {
+    if (options.overlay.empty() && options.clips.empty()) {  // one shows every picture, the other wants the time of each
+        _decoder.LeaveOutUnless([this](Video::Ticks time) { return _cadence.MayTake(time); });
+    }
+    if (options.fast) {
+        _scout.emplace(input, options.decoderThreads, options.blockSize, options.rate, _rules);
+        _decoder.ShowInstead([this](Video::Ticks time) { return _scout->At(time); });
+    }
+    const auto placeOf = [&](const std::string& path, const char* ending) {  // one of several inputs: a folder is given
+        return name.empty() ? path : Video::OutputPath(path, input, true, ending);
+    };
+    if (!options.background.empty()) {
+        _background.emplace(placeOf(options.background, ".png"), input);
+    }
+    if (!options.overlay.empty()) {
+        _overlay.emplace(placeOf(options.overlay, ".mp4"), input, _decoder.NominalInterval(), _decoder.SampleAspect(),
+                         Video::WatchedNames(options.allZones));
+    }
+    if (!options.clips.empty()) {
+        _clips.emplace(options.clips, input, !name.empty(), Video::FromSeconds(options.preRoll), _decoder.NominalInterval());
+        _decoder.Tell(*_clips);
+    }
+}
+
+JobResult Job::Run() {
+    JobResult result;
+    const auto attempt = [&](const auto& step) {
+        try {
+            step();
+        } catch (const Video::Failure& failure) {
+            result = result.health == Health::Whole ? ResultOf(failure, Health::Damaged) : result;
+        }
+    };
+    attempt([&] { Scan(); });
+    attempt([&] { PrintGap(_decoder.TakeGap()); });  // the source is gone
+    attempt([&] { PrintEvent(_events.Close()); });   // what was found before a failure counts
+    attempt([&] { AttachGround(); });
+    if (result.health == Health::Whole) {
+        attempt([&] { CompleteFiles(); });  // those of a damaged video are complete as far as it goes
+    }
+    if (result.health == Health::Whole && !_decoder.GaveUp().empty()) {
+        result.health = Health::Damaged;
+        result.trouble = _decoder.GaveUp();
+    } else if (result.health == Health::Whole && Video::Interrupted() &&
+               !_decoder.IsLive()) {  // a live source has no other end
+        result.health = Health::Interrupted;
+        result.trouble = "interrupted";
+    } else if (result.health == Health::Whole && _decoder.Found().count > 0) {
+        result.health = _decoder.Pictures() > 0 ? Health::Damaged : Health::Unreadable;
+        result.trouble = DamageText(_decoder.Found());
+    }
+    result.tally = Sum();
+    result.clock = Clock();
+    return result;
+}
+
+void Job::Scan() {
+    if (_decoder.IsLive()) {
+        _listener.OnLive();
+    }
+    while (!Video::Interrupted() && !_listener.HasEnough() && _decoder.Next()) {
+        PrintGap(_decoder.TakeGap());
+        const AVFrame& frame = _decoder.Frame();
+        if (_clips) {
+            _clips->OnPicture(frame, _decoder.Packet(), _decoder.Time());
+        }
+        if (_cadence.Takes(_decoder.Time())) {
+            Analyse(frame, _decoder.Time());
+        }
+        if (_overlay) {
+            _overlay->Write(frame, _decoder.Time(), _marking);
+        }
+        _listener.OnPicture(_decoder.Progress(), Sum());
+    }
+}
+
+void Job::Analyse(const AVFrame& frame, Video::Ticks time) {
+    _picture.Take(frame);
+    const Host::PictureFormat& format = _picture.Format();
+    if (!_watcher || !_watcher->Suits(format)) {
+        const Video::PictureGrid grid = Video::GridOf(format.width, format.height, _options.blockSize);
+        PrintEvent(_events.Close());  // the new pictures cannot be compared with the old ones
+        _heat.Add(_watcher ? _watcher->Heat() : Video::HeatMap{});
+        _watcher.emplace(format, grid, _rules);
+    }
+    Video::Findings findings = _watcher->Watch(_picture.View(), time);
+    ++_analysed;
+    if (_options.frames) {
+        _listener.OnLine(FrameLine(_name, NumberAt(time), findings));
+    }
+    PrintEvent(_events.Add(findings));
+    if (_clips) {
+        _clips->Follow(_events.Running(), _printed + 1);
+    }
+    _listener.OnFrame(*_watcher, findings, NumberAt(time));
+    if ((!_options.thumbnails.empty() || !_options.report.empty()) && _events.PeaksNow()) {
+        _peak.reset(av_frame_clone(&frame));  // shares the picture
+    }
+    if (_overlay) {
+        _marking = {std::move(findings.objects), _watcher->Marks(), _watcher->Grid(), Clock()};
+    }
+}
+
+void Job::PrintEvent(const std::optional<Video::Event>& event) {
+    if (!event) {
+        return;
+    }
+    ++_printed;
+    _listener.OnEvent(*event);
+    EventExtras extras{.start = NumberAt(event->start),
+                       .end = NumberAt(event->end),
+                       .peak = NumberAt(event->peak),
+                       .clock = Clock(),
+                       .zones = Video::WatchedNames(_options.allZones),
+                       .track = _options.track};
+    if (_peak && !_options.report.empty()) {
+        AttachPicture();
+    }
+    if (_peak && !_options.thumbnails.empty()) {
+        extras.thumbnail = Video::OutputPath(_options.thumbnails, _input, !_name.empty(), _printed, ".jpg");
+        Video::AtomicFile file(extras.thumbnail, _input);
+        Video::WriteThumbnail(*_peak, file);
+        file.Keep();  // before the line that names it
+    }
+    _peak.reset();
+    if (_clips) {
+        extras.clip = _clips->Finish({event->start, event->end}, _printed);
+    }
+    _listener.OnLine(EventLine(_name, _printed, *event, extras));
+}
+
+void Job::AttachPicture() {
+    const std::string jpeg = Video::JpegOf(*_peak, widestPagePicture);
+    if (jpeg.empty()) {
+        throw Video::OutputFailure(Video::exitFailed,
+                                   "cannot write " + _options.report + ": FFmpeg cannot make a JPEG of a picture");
+    }
+    _listener.OnAttachment(AttachedText({.event = EventPicture{_printed, Base64(jpeg)}}));
+}
+
+void Job::AttachGround() {
+    if (_rules.heat && _watcher) {
+        _heat.Add(_watcher->Heat());
+        _listener.OnAttachment(AttachedText({.ground = GroundPicture{_heat, _watcher->Background()}}));
+    }
+}
+
+void Job::PrintGap(const std::optional<Video::Gap>& gap) {
+    if (!gap) {
+        return;
+    }
+    ++_gaps;
+    if (gap->end - gap->start > _longestGap) {
+        PrintEvent(_events.Close());
+    }
+    _listener.OnLine(GapLine(_name, *gap, Clock()));
+}
+
+void Job::CompleteFiles() {
+    if (_overlay) {
+        _overlay->Finish();
+    }
+    if (_background && _watcher) {
+        const Video::PictureGrid& grid = _watcher->Grid();
+        Video::WritePng(Video::Enlarged(_watcher->Background(), grid.blockSize, grid.pictureWidth, grid.pictureHeight),
+                        *_background);
+        _background->Keep();
+    }
+}
+
+std::optional<Video::StartTime> Job::Clock() const {
+    return _options.startTime ? Video::StartTime{*_options.startTime, Video::ClockSource::Given} : _decoder.Started();
+}
+
+Video::PictureNumber Job::NumberAt(Video::Ticks time) const {
+    return {_decoder.Numbers().At(time), _decoder.Numbers().IsExact(time)};
+}
+
+Video::Tally Job::Sum() const {
+    Video::Tally tally;
+    tally.pictures = _decoder.Pictures();
+    tally.analysed = _analysed;
+    tally.length = tally.pictures > 0 ? _decoder.Time() + _decoder.NominalInterval() : 0;
+    tally.groups = _scout ? _scout->Groups() : Video::GroupTally{};
+    tally.elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - _begin).count();
+    tally.events = _events.Count();
+    tally.dropped = _events.Dropped();
+    tally.gaps = _gaps;
+    tally.droppedPackets = _decoder.DroppedPackets();
+    tally.grid = _watcher ? _watcher->Grid() : Video::PictureGrid{};
+    return tally;
+}
+
+JobResult RunJob(const Options& options, const std::string& input, const std::string& name, JobListener& listener) {
+    try {
+        if (options.fast && !CanBeReadTwice(input)) {
+            throw Video::Failure(Video::exitUsage, "--fast wants a file, which can be read twice");
+        }
+        return Job(options, input, name, listener).Run();
+    } catch (const Video::Failure& failure) {
+        if (Video::Interrupted() && failure.Code() == Video::exitFailed) {  // while it was opened
+            return {.health = Health::Interrupted, .code = Video::exitFailed, .trouble = "interrupted", .tally = {}};
+        }
+        return ResultOf(failure, Health::Unreadable);
+    } catch (const std::exception& error) {  // no memory
+        return {.health = Health::Unreadable, .code = Video::exitFailed, .trouble = error.what(), .tally = {}};
+    }
+}
+
+}  // namespace Scan

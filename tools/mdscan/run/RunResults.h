@@ -1,0 +1,46 @@
+// Where does what a run finds go?  Lines, table, page and heat maps come from here, in the order of the inputs; main makes
+// one, a single scan or Batch feeds it.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "command/Options.h"
+#include "results/Camera.h"
+#include "results/CsvTable.h"
+#include "results/HtmlPage.h"
+#include "results/Report.h"
+#include "results/ResultLines.h"
+#include "video/files/AtomicFile.h"
+
+namespace Scan {
+
+class RunResults {
+public:
+    // Makes every place for a result, so that an impossible one is known before the scan, and prints the first line.
+    // several: lines name their file, heat maps go into a folder. Throws Failure.
+    RunResults(const Options& options, const std::vector<std::string>& inputs, bool several);
+
+    // Of one input after another, each ended by Finish. Throw OutputFailure.
+    void Line(const std::string& input, const std::string& line);
+    void Attach(const std::string& input, const std::string& text);  // as AttachedText made it
+    void Finish(const std::string& input, const JobResult& result);
+
+    // Completes all files; without it none remains. Throws OutputFailure.
+    void Keep();
+
+private:
+    void KeepHeat();
+
+    const Options& _options;
+    const std::vector<std::string> _inputs;
+    const bool _several;
+    ResultLines _lines;
+    std::optional<CsvTable> _table;
+    std::optional<HtmlPage> _page;
+    std::optional<Video::AtomicFile> _heat;  // of a single input
+    CameraGrounds _cameras;
+};
+
+}  // namespace Scan

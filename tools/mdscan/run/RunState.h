@@ -1,0 +1,75 @@
+// Which inputs were finished by an earlier run, and with what results?  A file that grows by one line per finished input;
+// Batch asks before it scans and tells after.
+//
+// A line is appended by one call. A run that is killed leaves whole lines, or at worst a last one that lacks its end: that
+// one is cut off and its input scanned again.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+#include "results/Report.h"
+
+namespace Scan {
+
+// What a file was like when its scan began; a file that has changed since is scanned again.
+struct Identity {
+    std::int64_t size = -1;    // bytes; -1: there is no such plain file
+    std::int64_t changed = 0;  // nanoseconds since 1970
+
+    friend bool operator==(const Identity&, const Identity&) = default;
+};
+
+Identity IdentityOf(const std::string& path);
+
+struct FinishedInput {
+    JobResult result;
+    std::vector<std::string> lines;             // of its results
+    std::vector<std::string> attachments = {};  // to them
+};
+
+class RunState {
+public:
+    // run: what decides the results, apart from the inputs. A state made by another run is refused, so is a file that is no
+    // state and a state in use. Throws Failure.
+    RunState(const std::string& path, const std::string& run);
+    ~RunState();
+    RunState(const RunState&) = delete;
+    RunState& operator=(const RunState&) = delete;
+
+    // Absent: it has to be scanned.
+    std::optional<JobResult> Find(const std::string& input) const;
+
+    // All of an input that was found. Throws Failure.
+    FinishedInput Read(const std::string& input) const;
+
+    // Throws OutputFailure.
+    void Add(const std::string& input, const Identity& identity, const FinishedInput& finished);
+
+    // In a child process: lets go of the file, which stays in use by the parent.
+    void Leave();
+
+private:
+    // Lines may hold much: they stay in the file until they are read.
+    struct Entry {
+        Identity identity;
+        JobResult result;
+        off_t offset;      // bytes; of its line
+        std::size_t size;  // bytes
+    };
+
+    void Load(const std::string& run);
+    void TakeLine(const std::string& line, int number, off_t offset, const std::string& header);
+    void Append(const std::string& line);
+
+    std::string _path;
+    int _file = -1;                         // descriptor
+    std::map<std::string, Entry> _entries;  // by input
+};
+
+}  // namespace Scan

@@ -1,0 +1,179 @@
+// What do parent and child say to each other?  Called by Batch through Worker.h.
+//
+// The child writes messages into a pipe, one a line: L and a line of results, A and an attachment, V that the input is a
+// live source, P and numbers on its progress, E and its packed result. A child that dies sends no E.
+#include "run/Worker.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <utility>
+
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "command/Options.h"
+#include "results/PackedResult.h"
+#include "results/Report.h"
+#include "run/Job.h"
+#include "run/RunState.h"
+#include "video/base/Failure.h"
+#include "video/base/LiveName.h"
+#include "video/base/Tally.h"
+
+namespace Scan {
+
+namespace {
+
+class Speaker : public JobListener {
+public:
+    explicit Speaker(int pipe) : _pipe(pipe) {}
+
+    void Say(char kind, const std::string& text) {
+        const std::string message = kind + text + "\n";
+        for (std::size_t done = 0; done < message.size();) {
+            const ssize_t written = write(_pipe, message.data() + done, message.size() - done);
+            if (written < 0 && errno != EINTR) {
+                _exit(Video::exitFailed);  // nobody listens any more
+            }
+            done += static_cast<std::size_t>(std::max<ssize_t>(written, 0));
+        }
+    }
+
+    void OnLine(const std::string& line) override { Say('L', line); }
+    void OnAttachment(const std::string& text) override { Say('A', text); }
+    void OnLive() override { Say('V', ""); }
+
+    void OnPicture(double done, const Video::Tally& tally) override {
+        if (tally.elapsed < _lastSaid + sayingInterval) {
+            return;
+        }
+        _lastSaid = tally.elapsed;
+        std::array<char, 128> text = {};
+        std::snprintf(text.data(), text.size(), "%.6f %lld %lld %d", done, static_cast<long long>(tally.pictures),
+                      static_cast<long long>(tally.length), tally.events);
+        Say('P', text.data());
+    }
+
+private:
+    static constexpr double sayingInterval = 0.2;  // seconds
+
+    int _pipe;
+    double _lastSaid = 0;  // seconds into the scan
+};
+
+[[noreturn]] void Work(const Options& options, const std::string& input, int pipe) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);  // without its parent nobody needs it
+    setpgid(0, 0);                     // the keyboard interrupts the parent, which tells its children
+    Speaker speaker(pipe);
+    const JobResult result = RunJob(options, input, Video::ShownName(input), speaker);
+    speaker.Say('E', Packed(result));
+    std::exit(0);
+}
+
+}  // namespace
+
+Worker::Worker(const Options& options, const std::string& input, RunState* state) {
+    std::array<int, 2> ends = {};
+    if (pipe(ends.data()) != 0) {
+        throw Video::OutputFailure(Video::exitFailed, std::string("cannot start a scan: ") + std::strerror(errno));
+    }
+    std::fflush(nullptr);  // or the child would print it again
+    _process = fork();
+    if (_process < 0) {
+        const int error = errno;
+        close(ends[0]);
+        close(ends[1]);
+        throw Video::OutputFailure(Video::exitFailed, std::string("cannot start a scan: ") + std::strerror(error));
+    }
+    if (_process == 0) {
+        close(ends[0]);
+        if (state) {
+            state->Leave();
+        }
+        Work(options, input, ends[1]);
+    }
+    close(ends[1]);
+    _pipe = ends[0];
+}
+
+Worker::~Worker() {
+    if (_process > 0) {
+        kill(_process, SIGKILL);
+        Bury();
+    }
+}
+
+void Worker::Interrupt() const {
+    if (_process > 0) {
+        kill(_process, SIGTERM);
+    }
+}
+
+bool Worker::Read() {
+    std::array<char, 1 << 16> part;
+    const ssize_t got = read(_pipe, part.data(), part.size());
+    if (got < 0 && errno == EINTR) {
+        return true;
+    }
+    if (got <= 0) {
+        Bury();
+        return false;
+    }
+    _unread.append(part.data(), static_cast<std::size_t>(got));
+    std::size_t begin = 0;
+    for (std::size_t end = 0; (end = _unread.find('\n', begin)) != std::string::npos; begin = end + 1) {
+        Understand(_unread.substr(begin, end - begin));
+    }
+    _unread.erase(0, begin);
+    return true;
+}
+
+void Worker::Understand(const std::string& message) {
+    const std::string text = message.substr(std::min<std::size_t>(1, message.size()));
+    switch (message.empty() ? '\0' : message.front()) {
+        case 'V': _isLive = true; break;
+        case 'L': _lines.push_back(text); break;
+        case 'A': _attachments.push_back(text); break;
+        case 'E': _result = Unpacked(text); break;
+        default: {
+            long long pictures = 0, length = 0;
+            if (std::sscanf(text.c_str(), "%lf %lld %lld %d", &_done, &pictures, &length, &_tally.events) == 4) {
+                _tally.pictures = pictures;
+                _tally.length = length;
+            }
+        }
+    }
+}
+
+// The child has closed its end: how did it go?
+void Worker::Bury() {
+    int status = 0;
+    while (waitpid(_process, &status, 0) < 0 && errno == EINTR) {
+    }
+    _process = -1;
+    close(std::exchange(_pipe, -1));
+    if (_result) {
+        _tally = _result->tally;
+        return;
+    }
+    const int signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    _wasKilled = signal == SIGKILL || signal == SIGTERM || signal == SIGINT || signal == 0;
+    const std::string end =
+        signal != 0 ? std::string("by signal ") + std::to_string(signal) + ", " + strsignal(signal) : "without a result";
+    _result = JobResult{
+        .health = Health::Unreadable, .code = Video::exitFailed, .trouble = "its scan was ended " + end, .tally = _tally};
+}
+
+std::vector<std::string> Worker::TakeLines() { return std::exchange(_lines, {}); }
+
+std::vector<std::string> Worker::TakeAttachments() { return std::exchange(_attachments, {}); }
+
+}  // namespace Scan

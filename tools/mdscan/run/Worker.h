@@ -1,0 +1,65 @@
+// How is one input scanned beside others?  In a process of its own, so that whatever a broken file does to a decoder, the
+// run goes on; Batch keeps a few at work.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+#include "command/Options.h"
+#include "results/Report.h"
+#include "run/RunState.h"
+#include "video/base/Tally.h"
+
+namespace Scan {
+
+class RunState;
+
+class Worker {
+public:
+    // Starts the scan. The calling process must have one thread only. state: null, or left alone by the child.
+    // Throws Failure when there can be no further process.
+    Worker(const Options& options, const std::string& input, RunState* state);
+
+    // Ends a scan that is still under way at once.
+    ~Worker();
+    Worker(const Worker&) = delete;
+    Worker& operator=(const Worker&) = delete;
+
+    int Pipe() const { return _pipe; }  // readable when there is news
+
+    // Takes in what has come. False once the scan is over, after which there is a result.
+    bool Read();
+
+    // Lets the scan end in good order.
+    void Interrupt() const;
+
+    std::vector<std::string> TakeLines();        // of results, those since the last call
+    std::vector<std::string> TakeAttachments();  // likewise, as AttachedText made them
+    bool IsLive() const { return _isLive; }      // as far as is known
+    double Done() const { return _done; }        // 0 to 1
+    const Video::Tally& SoFar() const { return _tally; }
+    const JobResult& Result() const { return *_result; }
+
+    // Was the process ended from outside? Then its result says nothing about the input.
+    bool WasKilled() const { return _wasKilled; }
+
+private:
+    void Understand(const std::string& message);
+    void Bury();
+
+    pid_t _process = -1;
+    int _pipe = -1;
+    std::string _unread;  // an incomplete message
+    std::vector<std::string> _lines;
+    std::vector<std::string> _attachments;
+    bool _isLive = false;
+    double _done = 0;
+    Video::Tally _tally;
+    std::optional<JobResult> _result;
+    bool _wasKilled = false;
+};
+
+}  // namespace Scan

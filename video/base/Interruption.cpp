@@ -1,0 +1,29 @@
+// How is an interruption remembered?  Called through Interruption.h.
+#include "video/base/Interruption.h"
+
+#include <atomic>
+#include <csignal>
+
+namespace Video {
+
+namespace {
+
+std::atomic<bool> interrupted = false;
+static_assert(std::atomic<bool>::is_always_lock_free);  // written by a signal handler
+
+void Interrupt(int) { interrupted = true; }
+
+}  // namespace
+
+void LeaveOrderly() {
+    struct sigaction once = {};
+    once.sa_handler = Interrupt;
+    once.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
+    sigaction(SIGINT, &once, nullptr);
+    sigaction(SIGTERM, &once, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+bool Interrupted() { return interrupted; }
+
+}  // namespace Video

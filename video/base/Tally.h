@@ -1,0 +1,33 @@
+// What does a scan amount to?
+#pragma once
+
+#include <cstdint>
+
+#include "video/base/PictureGrid.h"
+#include "video/time/TickTime.h"
+
+namespace Video {
+
+// What became of the groups of pictures of an input.
+struct GroupTally {
+    int groups = 0;     // 0: the input was not taken apart
+    int decoded = 0;    // whole; of the others, the first picture only
+    int tooLong = 0;    // decoded because of their length alone
+    Ticks longest = 0;  // from the start of a group to the start of the next one
+};
+
+// What a scan amounts to.
+struct Tally {
+    std::int64_t pictures = 0;  // decoded
+    std::int64_t analysed = 0;
+    Ticks length = 0;    // time of the last picture
+    double elapsed = 0;  // seconds that the scan took
+    int events = 0;
+    int dropped = 0;                  // too short
+    int gaps = 0;                     // of a live source
+    std::int64_t droppedPackets = 0;  // of a live source, because the scan was too slow
+    GroupTally groups = {};           // with --fast
+    PictureGrid grid = {};            // of the last picture analysed
+};
+
+}  // namespace Video

@@ -1,0 +1,47 @@
+// How does a result come into being all at once?  Called by main and Overlay through AtomicFile.h.
+#include "video/files/AtomicFile.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <system_error>
+
+#include <unistd.h>
+
+#include "video/base/Failure.h"
+
+namespace Video {
+
+AtomicFile::AtomicFile(std::string path, const std::string& input) : AtomicFile(std::move(path), std::vector{input}) {}
+
+AtomicFile::AtomicFile(std::string path, const std::vector<std::string>& inputs) : _path(std::move(path)) {
+    namespace fs = std::filesystem;
+    std::error_code ignored;
+    if (fs::exists(_path, ignored) && !fs::is_regular_file(_path, ignored)) {
+        throw OutputFailure(exitUsage, "cannot write " + _path + ": is not a plain file");
+    }
+    for (const std::string& input : inputs) {
+        if (fs::equivalent(_path, input, ignored)) {
+            throw OutputFailure(exitUsage, "cannot write " + _path + ": is the input");
+        }
+    }
+    _passing = _path + "." + std::to_string(getpid()) + ".part";
+    if (!std::ofstream(_passing, std::ios::binary)) {
+        throw OutputFailure(exitFailed, "cannot write " + _path + ": " + std::strerror(errno));
+    }
+}
+
+AtomicFile::~AtomicFile() {
+    std::error_code ignored;
+    std::filesystem::remove(_passing, ignored);  // after Keep there is nothing of that name
+}
+
+void AtomicFile::Keep() {
+    if (std::rename(_passing.c_str(), _path.c_str()) != 0) {
+        throw OutputFailure(exitFailed, "cannot write " + _path + ": " + std::strerror(errno));
+    }
+}
+
+}  // namespace Video

@@ -1,0 +1,34 @@
+// How is a pipe read that may stall?  Hands FFmpeg what comes, and ends as soon as its patience does; reading as such would
+// go on until the other side says something.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "video/media/Connection.h"
+
+namespace Video {
+
+class PipeReader {
+public:
+    // "-": the standard input, otherwise the path of a named pipe. patience must outlive the reader. Throws Failure.
+    PipeReader(const std::string& path, const Patience& patience);
+    ~PipeReader();
+    PipeReader(const PipeReader&) = delete;
+    PipeReader& operator=(const PipeReader&) = delete;
+
+    // Is it one?
+    static bool Reads(const std::string& path);
+
+    AVIOContext* Context() const { return _context; }
+
+private:
+    int Read(unsigned char* to, int size) const;
+
+    const Patience& _patience;
+    int _file;    // descriptor
+    bool _owned;  // closed by this
+    AVIOContext* _context;
+};
+
+}  // namespace Video

@@ -1,0 +1,66 @@
+// Are the boxes where the movement is?  Writes the video with what was found drawn into it, for people to look at; Job feeds
+// it every decoded picture.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "video/base/BlockMark.h"
+#include "video/base/Findings.h"
+#include "video/base/PictureGrid.h"
+#include "video/files/AtomicFile.h"
+#include "video/media/Libav.h"
+#include "video/time/TickTime.h"
+#include "video/time/WallClock.h"
+
+namespace Video {
+
+// What was found in the newest analysed frame.
+struct Marking {
+    std::vector<MovingObject> objects = {};
+    std::vector<BlockMark> blocks = {};   // [block]; empty: none is marked
+    PictureGrid grid = {};                // of the blocks
+    std::optional<StartTime> clock = {};  // wall clock at time 0, where it is known
+};
+
+// "12.3 s  2 objects", "12.3 s  2026-03-01T12:00:12.300Z  1 object"; the line at the top of every picture.
+std::string Caption(Ticks time, const Marking& marking);
+
+// Names of the zones that an object touches.
+std::string ZoneText(const MovingObject& object, const std::vector<std::string>& zones);
+
+class Overlay {
+public:
+    // The video gets the size of the first picture; later ones of other sizes are scaled to it. zones: names of those that
+    // are watched. Throws Failure.
+    Overlay(const std::string& path, const std::string& input, Ticks nominalInterval, AVRational sampleAspect,
+            std::vector<std::string> zones);
+
+    // Times must rise. Throws Failure when the picture cannot be written.
+    void Write(const AVFrame& picture, Ticks time, const Marking& marking);
+
+    // Completes the file and gives it its name; without it no file remains. Nothing was written: none is made.
+    void Finish();
+
+private:
+    void Open(const AVFrame& first);
+    void Prepare(const AVFrame& picture);
+    void Draw(const AVFrame& picture, Ticks time, const Marking& marking);
+    void Encode(const AVFrame* frame);
+    void Check(int result) const;
+
+    AtomicFile _file;
+    Ticks _interval;  // ticks
+    AVRational _sampleAspect;
+    std::vector<std::string> _zones;
+    OutputPointer _output;
+    AVStream* _stream = nullptr;  // owned by _output
+    CodecPointer _codec;
+    ScalerPointer _scaler;
+    FramePointer _canvas;  // what is encoded
+    PacketPointer _packet = NewPacket();
+};
+
+}  // namespace Video

@@ -1,0 +1,85 @@
+// When did something move, and where?  Joins what was found in single frames into events; used by main.
+//
+// Pure: values in, values out. No file, no detector.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "video/base/Box.h"
+#include "video/base/Findings.h"
+#include "video/time/TickTime.h"
+
+namespace Video {
+
+struct Span {
+    Ticks start;
+    Ticks end;
+};
+
+// Where the largest object was at one time.
+struct TrackPoint {
+    Ticks time;
+    Box box;  // pixels
+};
+
+inline constexpr std::size_t longestTrack = 256;  // points
+
+struct Event {
+    Ticks start;                         // first frame that moved, less the pre-roll
+    Ticks end;                           // last frame that moved, and the post-roll
+    Ticks peak;                          // the frame with the most moving blocks, the first of equals
+    int frames;                          // analysed frames that moved
+    int peakBlocks;                      // moving blocks at the peak
+    std::vector<MovingObject> objects;   // at the peak, largest first
+    std::uint64_t zones = 0;             // that its objects touched, as in MovingObject
+    std::vector<TrackPoint> track = {};  // of the frames that moved; of long events, every second, fourth, ...
+    int trackStep = 1;                   // frames that moved from one point to the next
+};
+
+struct EventRules {
+    Ticks mergeGap;      // an event ends when frames without an object lie between and span more than this
+    Ticks minDuration;   // shorter ones, end - start, are dropped
+    Ticks longestGap;    // two frames further apart are never one event: what lay between was not recorded
+    Ticks preRoll = 0;   // added before and after an event, as far as there was something to see; events that would
+    Ticks postRoll = 0;  // overlap then are one
+    int minBlocks = 1;   // a frame with fewer moving blocks does not count as one that moved
+};
+
+class EventLog {
+public:
+    explicit EventLog(const EventRules& rules);
+
+    // Takes the next frame, later than the one before. Returns the event that this frame proves to be over, if it counts.
+    std::optional<Event> Add(const Findings& frame);
+
+    // Is the frame that was taken last the peak of the running event so far?
+    bool PeaksNow() const { return _running && _lastFrame == _running->peak; }
+
+    // From where to where the running event reaches so far, rolls included; absent: none is running.
+    std::optional<Span> Running() const;
+
+    // Ends the running event: the stream is over, or its picture has changed beyond comparison.
+    std::optional<Event> Close();
+
+    // Events so far, the running one included as soon as it counts.
+    int Count() const;
+
+    int Dropped() const { return _dropped; }  // events that were too short
+
+private:
+    std::optional<Event> Finish(Ticks lastSeen);
+    void Extend(const Findings& frame, int blocks);
+    bool Counts(const Event& event) const { return event.end - event.start >= _rules.minDuration; }
+
+    EventRules _rules;
+    std::optional<Event> _running;
+    std::optional<Ticks> _lastFrame;  // absent: nothing seen yet, or nothing that counts any more
+    Ticks _firstSeen = 0;             // first frame since then
+    bool _stillInBetween = false;     // the last frame had no object
+    int _finished = 0;
+    int _dropped = 0;
+};
+
+}  // namespace Video

@@ -1,0 +1,84 @@
+// Between which complete pictures may something have moved?  Runs ahead of a scan, decodes nothing but the first picture of
+// every group, and says which groups are worth decoding. Job asks it for every group.
+//
+// The scout has a detector of its own, which sees one picture per group. A group is passed by when nothing moves in its
+// first picture nor in that of the next group, and the two are close enough for hardly anything to come and go between them.
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <string>
+
+#include "video/base/Tally.h"
+#include "video/media/Decoder.h"
+#include "video/media/Libav.h"
+#include "video/media/PlainPicture.h"
+#include "video/time/Cadence.h"
+#include "video/time/TickTime.h"
+#include "video/watch/Watcher.h"
+
+namespace Video {
+
+class KeyframeScout {
+public:
+    // Groups longer than this are decoded: who crosses a picture takes about as long.
+    static constexpr Ticks longestHonest = 4 * oneSecond;
+
+    // Opens the input a second time. threads, blockSize, rate: as for the scan. Throws Failure.
+    KeyframeScout(const std::string& input, int threads, int blockSize, double rate, WatchRules rules);
+
+    // As StandIn says. Times must be those of the groups' first pictures, in order. May throw Failure.
+    FramePointer At(Ticks time);
+
+    const GroupTally& Groups() const { return _tally; }
+
+private:
+    // A time of the file, told apart from equal ones before and after joined recordings. In order.
+    struct Place {
+        int falls;   // of the file's times before this one
+        Ticks time;  // ticks of the file
+
+        auto operator<=>(const Place&) const = default;
+    };
+
+    class Axis {
+    public:
+        // Of the next time, in the order of the file.
+        Place Next(Ticks time) {
+            _falls += _newest && time < *_newest;
+            _newest = time;
+            return {_falls, time};
+        }
+
+    private:
+        int _falls = 0;
+        std::optional<Ticks> _newest;
+    };
+
+    struct Key {
+        Place place;
+        FramePointer picture;
+        bool quiet;  // the detector knew enough, and found nothing
+    };
+
+    bool Begin();
+    bool Advance();
+    bool IsQuiet(const AVFrame& frame);
+
+    Decoder _decoder;
+    Cadence _cadence;  // until the detector is ready
+    const int _blockSize;
+    const WatchRules _rules;
+    PlainPicture _picture;
+    std::optional<Watcher> _watcher;
+    bool _begun = false;
+    std::int64_t _firstPacket = 0;  // since only starts of groups are decoded
+    Axis _ofKeys;
+    Axis _ofQuestions;      // times asked for
+    std::deque<Key> _keys;  // from the group asked for on
+    GroupTally _tally;
+};
+
+}  // namespace Video

@@ -1,0 +1,93 @@
+// What moves in this picture?  One detector for pictures of one size and layout: reduces a picture to blocks, feeds the
+// detector, reads its objects back. main makes a new one when the picture changes, which starts learning afresh.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "BlockReducer.h"
+#include "coreMD.hpp"
+#include "video/base/BgrPicture.h"
+#include "video/base/BlockMark.h"
+#include "video/base/Box.h"
+#include "video/base/Findings.h"
+#include "video/base/PictureGrid.h"
+#include "video/time/TickTime.h"
+#include "video/watch/HeatMap.h"
+#include "video/zones/Zone.h"
+
+namespace Video {
+
+struct WatchRules {
+    double framesPerSecond;   // of the video
+    bool shadows;             // drop them
+    double minSize;           // smallest object, as a fraction of the picture's width and height
+    std::vector<Zone> zones;  // none to watch: the whole picture, without what is excluded
+    bool heat = false;        // count how often each block moves
+};
+
+// A zone to watch on the grid.
+struct WatchedZone {
+    std::string name;                // empty: the whole picture
+    std::vector<std::uint8_t> mask;  // [block] 1 where it is watched
+    float minSize;                   // smallest object, as a fraction of the grid's width and height
+};
+
+// wish: block size in pixels, 0: chosen. Throws Failure when the grid has more blocks than the detector can label.
+PictureGrid GridOf(int pictureWidth, int pictureHeight, int wish);
+
+// An object's box in pixels, within the picture.
+Box PixelBox(const coremd::Box& blocks, const PictureGrid& grid);
+
+class Watcher {
+public:
+    // picture: its block size is taken from the grid.
+    Watcher(const Host::PictureFormat& picture, const PictureGrid& grid, const WatchRules& rules);
+
+    // A picture of the size and layout that the watcher was made for, at a time later than the one before.
+    Findings Watch(const Host::PictureView& picture, Ticks time);
+
+    // The background learned so far, one pixel per block; magenta where it is not known. Precondition: Watch was called.
+    BgrPicture Background();
+
+    // [block] What the newest picture's blocks are, within what is watched. Shadows are told where they are dropped.
+    // Precondition: Watch was called.
+    std::vector<BlockMark> Marks();
+
+    // Empty where it is not counted.
+    const HeatMap& Heat() const { return _heat; }
+    // Was it made for such pictures?
+    bool Suits(const Host::PictureFormat& picture) const;
+
+    // Has it seen enough to find anything?
+    bool IsReady() { return _detector.Summary().isReady; }
+
+    const PictureGrid& Grid() const { return _grid; }
+    const std::vector<WatchedZone>& Watched() const { return _watched; }
+    const std::vector<std::uint8_t>& Excluded() const { return _excluded; }  // [block] 1: not watched, whatever zones say
+
+    // For a look at what the last Watch left in it. Its frames and zones are the watcher's business.
+    coremd::Detector& Detector() { return _detector; }
+
+private:
+    void AddZones();
+    std::uint64_t ZonesOf(const coremd::Object& object) const;
+    void CountBlocks(const coremd::Object& object);
+
+    PictureGrid _grid;
+    Host::PixelFormat _layout;
+    WatchRules _rules;
+    Host::BlockReducer _reducer;
+    coremd::Detector _detector;
+    std::vector<WatchedZone> _watched;         // as many as the detector has
+    std::vector<std::uint8_t> _excluded;       // [block]
+    std::vector<std::uint8_t> _isWatched;      // [block] 1 where it lies in any zone
+    std::vector<std::uint64_t> _zonesOfBlock;  // [block] bit i: it lies in the i-th watched zone; empty without zones
+    HeatMap _heat;
+    std::vector<std::uint32_t> _countedAt;  // [block] last picture in which it was counted: zones may overlap
+    std::uint32_t _pictures = 0;
+};
+
+}  // namespace Video

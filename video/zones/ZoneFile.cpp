@@ -1,0 +1,242 @@
+// How are zone files and masks read and doubted?  Called by main through ZoneFile.h.
+#include "video/zones/ZoneFile.h"
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <sstream>
+
+#include <nlohmann/json.hpp>
+#include <png.h>
+
+#include "video/base/Failure.h"
+#include "video/zones/Zone.h"
+
+namespace Video {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr png_uint_32 largestMask = 16'384;  // pixels across or down
+
+// Twice the area of the triangle; the sign tells on which side of a-b the third point lies.
+double Side(Point a, Point b, Point c) { return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x); }
+
+bool Within(double value, double a, double b) { return value >= std::min(a, b) && value <= std::max(a, b); }
+
+bool OnLine(Point a, Point b, Point c) { return Side(a, b, c) == 0 && Within(c.x, a.x, b.x) && Within(c.y, a.y, b.y); }
+
+// Crossing or touching.
+bool Meet(Point a, Point b, Point c, Point d) {
+    const bool apart = (Side(a, b, c) > 0) == (Side(a, b, d) > 0) || (Side(c, d, a) > 0) == (Side(c, d, b) > 0);
+    const bool straight = Side(a, b, c) == 0 || Side(a, b, d) == 0 || Side(c, d, a) == 0 || Side(c, d, b) == 0;
+    return (!apart && !straight) || OnLine(a, b, c) || OnLine(a, b, d) || OnLine(c, d, a) || OnLine(c, d, b);
+}
+
+// "zones[3]"
+std::string At(const std::string& list, std::size_t index) {
+    std::string place = list;
+    return place.append("[").append(std::to_string(index)).append("]");
+}
+
+class Reader {
+public:
+    explicit Reader(const std::string& path) : _path(path) {}
+
+    std::vector<Zone> Read() {
+        std::ifstream file(_path, std::ios::binary);
+        std::error_code ignored;
+        if (!file || std::filesystem::is_directory(_path, ignored)) {
+            Fail("", "cannot be read");
+        }
+        const std::string text{std::istreambuf_iterator<char>(file), {}};
+        const Json root = Parse(text);
+        Expect(root.is_object(), "", "must be an object with \"zones\"");
+        CheckKeys(root, "", {"zones"});
+        Expect(root.contains("zones") && root["zones"].is_array() && !root["zones"].empty(), "zones",
+               "must be a list of zones");
+        std::vector<Zone> zones;
+        std::set<std::string> names;
+        for (std::size_t i = 0; i < root["zones"].size(); ++i) {
+            const std::string place = At("zones", i);
+            zones.push_back(ReadZone(root["zones"][i], place));
+            Expect(names.insert(zones.back().name).second, place + ".name",
+                   "there is another zone \"" + zones.back().name + "\"");
+        }
+        return zones;
+    }
+
+private:
+    [[noreturn]] void Fail(const std::string& place, const std::string& what) const {
+        throw Failure(exitUsage, _path + ": " + (place.empty() ? "" : place + ": ") + what);
+    }
+
+    void Expect(bool good, const std::string& place, const std::string& what) const {
+        if (!good) {
+            Fail(place, what);
+        }
+    }
+
+    Json Parse(const std::string& text) const {
+        std::vector<std::set<std::string>> keys;  // of the objects that are open
+        std::string doubled;
+        const auto watch = [&](int, Json::parse_event_t event, const Json& value) {
+            if (event == Json::parse_event_t::object_start) {
+                keys.emplace_back();
+            } else if (event == Json::parse_event_t::object_end) {
+                keys.pop_back();
+            } else if (event == Json::parse_event_t::key && !keys.back().insert(value.get<std::string>()).second &&
+                       doubled.empty()) {
+                doubled = value.get<std::string>();
+            }
+            return true;
+        };
+        try {
+            Json root = Json::parse(text, watch);
+            Expect(doubled.empty(), "", "\"" + doubled + "\" is given twice in one object");
+            return root;
+        } catch (const Json::parse_error& error) {
+            Fail(PlaceOf(text, error.byte), "is not JSON here");
+        }
+    }
+
+    // byte: from 1.
+    static std::string PlaceOf(const std::string& text, std::size_t byte) {
+        const std::size_t before = std::min(byte > 0 ? byte - 1 : 0, text.size());
+        const auto line = 1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(before), '\n');
+        const std::size_t newline = before > 0 ? text.rfind('\n', before - 1) : std::string::npos;
+        const std::size_t column = newline == std::string::npos ? before + 1 : before - newline;
+        return "line " + std::to_string(line) + ", column " + std::to_string(column);
+    }
+
+    void CheckKeys(const Json& object, const std::string& place, const std::set<std::string>& known) const {
+        for (const auto& item : object.items()) {
+            if (!known.contains(item.key())) {
+                std::string all;
+                for (const std::string& key : known) {
+                    all += (all.empty() ? "" : ", ") + key;
+                }
+                Fail(place, "unknown key \"" + item.key() + "\", known are " + all);
+            }
+        }
+    }
+
+    Zone ReadZone(const Json& json, const std::string& place) const {
+        Expect(json.is_object(), place, "must be an object");
+        CheckKeys(json, place, {"name", "polygon", "mask", "exclude", "min_size"});
+        Zone zone;
+        const bool named = json.contains("name") && json["name"].is_string() && !json["name"].get<std::string>().empty();
+        Expect(named, place + ".name", "must be a text that is not empty");
+        zone.name = json["name"].get<std::string>();
+        if (json.contains("exclude")) {
+            Expect(json["exclude"].is_boolean(), place + ".exclude", "must be true or false");
+            zone.exclude = json["exclude"].get<bool>();
+        }
+        if (json.contains("min_size")) {
+            zone.minSize = Fraction(json["min_size"], place + ".min_size");
+            Expect(!zone.exclude, place + ".min_size", "has no meaning where \"exclude\" is true");
+        }
+        Expect(json.contains("polygon") != json.contains("mask"), place, "must have either \"polygon\" or \"mask\"");
+        if (json.contains("mask")) {
+            Expect(json["mask"].is_string(), place + ".mask", "must be the name of a PNG file");
+            const std::filesystem::path folder = std::filesystem::path(_path).parent_path();
+            try {
+                zone.mask = ReadMask((folder / json["mask"].get<std::string>()).string());
+            } catch (const Failure& failure) {
+                Fail(place + ".mask", failure.what());
+            }
+        } else {
+            zone.polygon = ReadPolygon(json["polygon"], place + ".polygon");
+        }
+        return zone;
+    }
+
+    double Fraction(const Json& json, const std::string& place) const {
+        Expect(json.is_number(), place, "must be a number from 0 to 1");
+        const double value = json.get<double>();
+        std::ostringstream shown;
+        shown << value;
+        Expect(value >= 0 && value <= 1, place, shown.str() + " lies outside 0 to 1");
+        return value;
+    }
+
+    std::vector<Point> ReadPolygon(const Json& json, const std::string& place) const {
+        Expect(json.is_array() && json.size() >= 3, place, "must be a list of at least three corners [x, y]");
+        std::vector<Point> polygon;
+        for (std::size_t i = 0; i < json.size(); ++i) {
+            const std::string corner = At(place, i);
+            Expect(json[i].is_array() && json[i].size() == 2, corner, "must be a corner [x, y]");
+            polygon.push_back({Fraction(json[i][0], corner + "[0]"), Fraction(json[i][1], corner + "[1]")});
+        }
+        const std::string trouble = PolygonTrouble(polygon);
+        Expect(trouble.empty(), place, trouble);
+        return polygon;
+    }
+
+    const std::string _path;
+};
+
+}  // namespace
+
+std::vector<Zone> ReadZoneFile(const std::string& path) { return Reader(path).Read(); }
+
+GreyPicture ReadMask(const std::string& path) {
+    png_image image = {};
+    image.version = PNG_IMAGE_VERSION;
+    const auto fail = [&](const std::string& why) {
+        png_image_free(&image);
+        throw Failure(exitUsage, path + ": cannot be used as a mask: " + why);
+    };
+    if (!png_image_begin_read_from_file(&image, path.c_str())) {
+        fail(image.message);
+    }
+    if (image.width > largestMask || image.height > largestMask) {
+        fail("is larger than " + std::to_string(largestMask) + " pixels");
+    }
+    image.format = PNG_FORMAT_GRAY;
+    GreyPicture mask{static_cast<int>(image.width), static_cast<int>(image.height), {}};
+    mask.pixels.assign(PNG_IMAGE_SIZE(image), 0);  // what is transparent stays black
+    if (!png_image_finish_read(&image, nullptr, mask.pixels.data(), 0, nullptr)) {
+        fail(image.message);
+    }
+    if (std::none_of(mask.pixels.begin(), mask.pixels.end(), [](std::uint8_t value) { return value >= 128; })) {
+        fail("nothing in it is bright");
+    }
+    return mask;
+}
+
+std::string PolygonTrouble(const std::vector<Point>& polygon) {
+    const std::size_t corners = polygon.size();
+    const auto corner = [&](std::size_t i) { return polygon[i % corners]; };
+    const auto named = [&](std::size_t i) { return At("", i) + " to " + At("", (i + 1) % corners); };
+    double area = 0;
+    for (std::size_t i = 0; i < corners; ++i) {
+        if (corner(i).x == corner(i + 1).x && corner(i).y == corner(i + 1).y) {
+            return "corners " + At("", i) + " and " + At("", (i + 1) % corners) + " are the same";
+        }
+        area += corner(i).x * corner(i + 1).y - corner(i + 1).x * corner(i).y;
+    }
+    for (std::size_t i = 0; i < corners; ++i) {
+        // The next line begins where this one ends; it must not run back over it.
+        if (OnLine(corner(i), corner(i + 1), corner(i + 2)) || OnLine(corner(i + 1), corner(i + 2), corner(i))) {
+            const bool back = (corner(i + 1).x - corner(i).x) * (corner(i + 2).x - corner(i + 1).x) +
+                                  (corner(i + 1).y - corner(i).y) * (corner(i + 2).y - corner(i + 1).y) <
+                              0;
+            if (back) {
+                return std::abs(area) < 1e-12 ? "encloses nothing" : "the line from " + named(i) + " runs back over itself";
+            }
+        }
+        for (std::size_t k = i + 2; k < corners; ++k) {
+            if ((k + 1) % corners != i && Meet(corner(i), corner(i + 1), corner(k), corner(k + 1))) {
+                return "the line from " + named(i) + " crosses the one from " + named(k);
+            }
+        }
+    }
+    return std::abs(area) < 1e-12 ? "encloses nothing" : "";
+}
+
+}  // namespace Video

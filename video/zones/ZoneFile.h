@@ -1,0 +1,24 @@
+// Which zones does this file describe?  Reads zones.json and mask pictures, and says where the mistake is in a wrong one;
+// called by main before anything is scanned.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "video/zones/Zone.h"
+
+namespace Video {
+
+// {"zones": [{"name": "gate", "polygon": [[0.1, 0.2], [0.4, 0.2], [0.4, 0.9]], "exclude": false, "min_size": 0.05},
+//            {"name": "trees", "mask": "trees.png", "exclude": true}]}
+// polygon or mask, at least three corners from 0 to 1 that enclose something without crossing themselves; masks are looked
+// for beside the file. Throws Failure (exitUsage): one line with the place of the first mistake.
+std::vector<Zone> ReadZoneFile(const std::string& path);
+
+// A PNG file of any size. Throws Failure (exitUsage).
+GreyPicture ReadMask(const std::string& path);
+
+// Empty when the polygon encloses something and does not cross itself, otherwise what is wrong.
+std::string PolygonTrouble(const std::vector<Point>& polygon);
+
+}  // namespace Video
