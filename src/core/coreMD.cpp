@@ -58,13 +58,13 @@ int32_t h33(DetectorHandle* handle, uint8_t* image, int32_t* mask) {
     return GetDetector(handle)->GetBackground(image, mask);
 }
 
-// Deliberate: 1 turns the limit off (CoreTest, H35SenseIsInverted).
+// Deliberate: 1 turns the limit off (CoreTest, H35SenseIsInverted), and what is stored is the byte itself, not 0 or 1.
 void h35(DetectorHandle* handle, int32_t value) {
-    GetDetector(handle)->_limitObjectsToMask = static_cast<uint8_t>(static_cast<uint32_t>(value) ^ 1u) != 0;
+    GetDetector(handle)->_limitObjectsToMask = static_cast<uint8_t>(static_cast<uint32_t>(value) ^ 1u);
 }
 
 void h36(DetectorHandle* handle, int32_t value) {
-    GetDetector(handle)->_longBackgroundTimes = static_cast<uint8_t>(static_cast<uint32_t>(value)) != 0;
+    GetDetector(handle)->_longBackgroundTimes = static_cast<uint8_t>(static_cast<uint32_t>(value));
 }
 
 void* h20(const void* source, void* destination, int32_t length) {

@@ -91,7 +91,7 @@ void MotionDetector::UpdateChunk(BlockRange range, bool mayLearn) {
                                   .quiet = noChangesToPutBackgroundTimeInTimeSpan,
                                   .sampleAge = noChangesToFastSegmentTimeSpan,
                                   .refreshInterval = updateBgrInterval,
-                                  .isSlow = _longBackgroundTimes},
+                                  .isSlow = _longBackgroundTimes != 0},
                                  averageThreshold, range);
     Kernels::ForgetBackground({.backgroundTime = _backgroundTime, .isBackground = _isBackground, .noiseLevel = _noiseLevel},
                               _currentTime, resetBackgroundTime, defaultNoiseLevel, range);

@@ -204,11 +204,12 @@ public:
     MotionObjectPool _zonePool;         // objects of the zone being processed
     MotionObjectPool _mergedPool;       // objects of all zones
     MDZoneList _zones;
-    int _h264FrameCounter;      // stays 0: only times limit the I-frame machine
-    bool _processZones;         // Detect processes and merges the zones
-    bool _solveForeground;      // Detect fills _foregroundMask
-    bool _limitObjectsToMask;   // an object's box spans its _isMotionPixel blocks only
-    bool _longBackgroundTimes;  // slower confirmation and refresh
+    int _h264FrameCounter;  // stays 0: only times limit the I-frame machine
+    bool _processZones;     // Detect processes and merges the zones
+    bool _solveForeground;  // Detect fills _foregroundMask
+    // Bytes as h35 and h36 leave them: non-zero is on, and a bool could not hold every one of them.
+    unsigned char _limitObjectsToMask;   // an object's box spans its _isMotionPixel blocks only
+    unsigned char _longBackgroundTimes;  // slower confirmation and refresh
 
 private:
     MD_INTERNAL BlockRange AllBlocks() const { return {0, static_cast<std::size_t>(blockCount)}; }

@@ -109,10 +109,11 @@ TEST(CoreTest, H35LooksAtTheLowByte) {
         const bool wasOn = value % 2 == 0;  // from either side
         h35(handle, wasOn ? 0 : 1);
         h35(handle, value);
-        EXPECT_EQ(detector._limitObjectsToMask, ((value % 256) + 256) % 256 != 1) << value;
+        EXPECT_EQ(detector._limitObjectsToMask != 0, ((value % 256) + 256) % 256 != 1) << value;
+        EXPECT_EQ(detector._limitObjectsToMask, static_cast<unsigned char>(value ^ 1)) << value;  // the byte itself
     }
     h35(handle, 2);
-    EXPECT_TRUE(detector._limitObjectsToMask);
+    EXPECT_EQ(detector._limitObjectsToMask, 3);
     h35(handle, 257);
     EXPECT_FALSE(detector._limitObjectsToMask);
     h35(handle, 256);
@@ -130,7 +131,8 @@ TEST(CoreTest, H36LooksAtTheLowByte) {
     for (int value = -600; value <= 600; ++value) {
         h36(handle, value % 2);
         h36(handle, value);
-        EXPECT_EQ(detector._longBackgroundTimes, value % 256 != 0) << value;
+        EXPECT_EQ(detector._longBackgroundTimes != 0, value % 256 != 0) << value;
+        EXPECT_EQ(detector._longBackgroundTimes, static_cast<unsigned char>(value)) << value;  // the byte itself
     }
     h36(handle, 1);
     EXPECT_TRUE(detector._longBackgroundTimes);

@@ -120,7 +120,7 @@ TEST_F(BuffersTest, ConstructedDetectorHasDefaultsAndNoBuffers) {
     for (const bool flag :
          {detector._extraFlag1, detector._isIFrame, detector._passThroughFlag, detector._detectShadow, detector._extraFlag2,
           detector._mpeg4IFrameOverride, detector._isMPEG4, detector._h264PartlyIsOptimized, detector._h264PartlyIsIFrame,
-          detector._solveForeground, detector._longBackgroundTimes})
+          detector._solveForeground, detector._longBackgroundTimes != 0})
         EXPECT_FALSE(flag);
     EXPECT_TRUE(detector._processZones);
     EXPECT_TRUE(detector._limitObjectsToMask);
