@@ -5,8 +5,8 @@ set(coreMD_staged_include ${PROJECT_BINARY_DIR}/include)
 set(coreMD_class_headers
     detector/BackgroundStorage.h detector/MotionDetector.h
     statistics/FrameStatistics.h statistics/H264PartlyStatistic.h
-    utils/Assert.h utils/Blocks.h utils/Buffers.h utils/CellBox.h utils/Utils.h utils/Visibility.h
-    zones/CellArena.h zones/MDZone.h zones/MotionObject.h zones/ObjectMerger.h)
+    utils/Blocks.h utils/BufferSlot.h utils/CellBox.h utils/Utils.h utils/Visibility.h
+    zones/CellArena.h zones/MDZone.h zones/MotionObject.h)
 set(coreMD_host_headers BlockReducer.h kernels/BlockMean.h)
 
 function(stage_header source name)

@@ -3,6 +3,7 @@
 
 #include "detector/MotionDetector.h"
 #include "utils/Assert.h"
+#include "utils/Buffers.h"
 
 namespace MD {
 

@@ -7,7 +7,9 @@
 #include "detector/MotionDetector.h"
 #include "detector/kernels/Segmentation.h"
 #include "utils/Assert.h"
+#include "utils/Buffers.h"
 #include "utils/Ticks.h"
+#include "zones/ObjectMerger.h"
 
 namespace MD {
 namespace {
@@ -53,6 +55,7 @@ MotionDetector::MotionDetector()
       _longBackgroundTimes(0),
       _foregroundGroupCount(0),
       _isUniformMaskClear(false),
+      _merger(std::make_unique<ObjectMerger>()),
       _shadowRowFirst(0),
       _shadowRowLast(0) {
     const long rn = std::rand();

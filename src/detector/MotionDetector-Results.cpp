@@ -2,6 +2,7 @@
 #include "detector/MotionDetector.h"
 #include "utils/Assert.h"
 #include "utils/Utils.h"
+#include "zones/ObjectMerger.h"
 
 namespace MD {
 namespace {
@@ -63,7 +64,7 @@ int MotionDetector::GetNextMotionObject(MDObjectInfo* out) {
 }
 
 void MotionDetector::MergeMDZonesResult() {
-    _merger.Merge(_mergedPool);
+    _merger->Merge(_mergedPool);
     ResolveMotionObjectsMapIndex(_mergedPool, -1);
 }
 

@@ -12,14 +12,14 @@
 #include "statistics/FrameStatistics.h"
 #include "statistics/H264PartlyStatistic.h"
 #include "utils/Blocks.h"
-#include "utils/Buffers.h"
+#include "utils/BufferSlot.h"
 #include "utils/Visibility.h"
 #include "zones/MDZone.h"
 #include "zones/MotionObject.h"
-#include "zones/ObjectMerger.h"
 
 namespace MD {
 
+class ObjectMerger;
 namespace Kernels {
 struct BlockGroup;
 struct ObjectBlocks;
@@ -235,7 +235,7 @@ private:
     std::unique_ptr<Kernels::BlockGroup[]> _foregroundGroups;  // groups of blocks with foreground, in raster order
     std::ptrdiff_t _foregroundGroupCount;
     bool _isUniformMaskClear;  // by this pass over the zones
-    ObjectMerger _merger;
+    std::unique_ptr<ObjectMerger> _merger;
     int _shadowRowFirst;  // rows first to last - 1 of the shadow planes may hold more than zeros
     int _shadowRowLast;
 };

@@ -6,6 +6,8 @@
 #include <new>
 
 #include "statistics/kernels/WindowSums.h"
+#include "utils/Assert.h"
+#include "utils/Buffers.h"
 #include "utils/Utils.h"
 
 namespace MD {
@@ -73,6 +75,10 @@ void FrameStatistics::AllocateBuffers(int blockCount) {
 
 void FrameStatistics::ReleaseBuffers() {
     for (int i = 0; i < AllBuffersCount; ++i) _buffers[i].release(_buffers[i].member);
+}
+
+void FrameStatistics::EndAtNegativePlace() {
+    __assert_fail("n>=0", "MotionDetector.h", 90, "int MD::FrameStatistics::QueuePos(int)");
 }
 
 void FrameStatistics::ShiftToNewFrame() {

@@ -2,10 +2,11 @@
 // Fed by the detector once a frame; read by background, foreground, shadow, segmentation and difference state.
 #pragma once
 
+#include <cstddef>
+
 #include "coreMD.h"
-#include "utils/Assert.h"
 #include "utils/Blocks.h"
-#include "utils/Buffers.h"
+#include "utils/BufferSlot.h"
 #include "utils/Visibility.h"
 
 namespace MD {
@@ -35,11 +36,6 @@ public:
     void ShiftToNewFrame();
     void Update(bool isH264Partly);  // true: only the first window is kept current, the extremes only widen
 
-    // Update in two halves, for a caller that has more to ask of every block while it is in cache: BeginUpdate does all
-    // but the standard step and says whether that is due; StepStandard then takes every block once.
-    MD_INTERNAL bool BeginUpdate(bool isH264Partly);
-    MD_INTERNAL void StepStandard(BlockRange range);
-
     // [block] each: diff = a - b, diffSquare = a * a - b * b.
     void CalculateFrameDiff(unsigned char* a, unsigned char* b, float* diff, float* diffSquare);
     void UpdateH264();
@@ -53,7 +49,7 @@ public:
 
     // Slot of the ring n places after the newest frame's; n >= 0. The frame of age k is in slot QueuePos(11 - k).
     MD_INTERNAL int QueuePos(int n) {
-        MD_ASSERT_AT(n >= 0, "n>=0", "MotionDetector.h", 90, "int MD::FrameStatistics::QueuePos(int)");
+        if (n < 0) EndAtNegativePlace();
         return static_cast<int>((static_cast<unsigned>(_position) + static_cast<unsigned>(n)) % ringLength);
     }
     // The three planes of the frame of that age, 0 to 10: Y at 0, Cb at _secondPlaneOffset, Cr at _thirdPlaneOffset.
@@ -84,7 +80,16 @@ public:
     Utils::BufferSlot* _buffers;   // AllBuffersCount entries
 
 private:
+    friend class MotionDetector;
+
     static constexpr unsigned ringLength = 11;
+
+    [[noreturn]] static void EndAtNegativePlace();  // fatal "n>=0"; exported for hosts that call QueuePos
+
+    // Update in two halves, for the detector, which has more to ask of every block while it is in cache: BeginUpdate does
+    // all but the standard step and says whether that is due; StepStandard then takes every block once.
+    MD_INTERNAL bool BeginUpdate(bool isH264Partly);
+    MD_INTERNAL void StepStandard(BlockRange range);
 
     // The frame of age `start` enters a window, the frame of age `end` + 1 leaves it.
     MD_INTERNAL void StepWindow(float* sum, float* squareSum, int start, int end, BlockRange range);

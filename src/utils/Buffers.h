@@ -9,6 +9,7 @@
 #include <type_traits>
 
 #include "utils/Assert.h"
+#include "utils/BufferSlot.h"
 
 namespace Utils {
 
@@ -49,15 +50,9 @@ void SafeReleaseBuff(T** ptr) {
     *ptr = nullptr;
 }
 
-// One entry of a buffer table: the address of a pointer member, with the function that knows its type.
-struct BufferSlot {
-    void* member;                   // T**
-    void (*release)(void* member);  // frees the buffer that *member points to and sets *member to null
-
-    template <class T>
-    static BufferSlot For(T** member) {
-        return {member, [](void* typeless) { SafeReleaseBuff(static_cast<T**>(typeless)); }};
-    }
-};
+template <class T>
+BufferSlot BufferSlot::For(T** member) {
+    return {member, [](void* typeless) { SafeReleaseBuff(static_cast<T**>(typeless)); }};
+}
 
 }  // namespace Utils

@@ -9,9 +9,10 @@ count=0
 while read -r header; do
     name=${header//\//_}
     printf '#include <%s>\n#include <%s>\n' "$header" "$header" >"$directory/$name.cpp"
+    printf '#if defined(NDEBUG) != defined(HOST_IS_SILENT)\n#error "decides about NDEBUG"\n#endif\n' >>"$directory/$name.cpp"
     count=$((count + 1))
 done < <(cd "$prefix/include" && find . -name '*.h' -o -name '*.hpp' | sed 's|^\./||')
-((count >= 18)) || fail "$count headers only"
+((count >= 16)) || fail "$count headers only"
 cp "$directory/coreMD.h.cpp" "$directory/coreMD.c"
 
 check() { "$@" "${warnings[@]}" -I"$prefix/include" -fsyntax-only || fail "$*"; }
@@ -25,6 +26,7 @@ for compilers_of in "gcc g++" "clang clang++"; do
     check "$c" -std=c11 "$directory/coreMD.c"
     check "$cxx" -std=c++17 "$directory/coreMD.h.cpp"
     check "$cxx" -std=c++20 "$directory"/*.cpp
+    check "$cxx" -std=c++20 -DNDEBUG -DHOST_IS_SILENT "$directory"/*.cpp
     compilers=$((compilers + 1))
 done
 ((compilers > 0)) || fail "no compiler"
@@ -59,3 +61,7 @@ sed '/namespace MD/d' "$prefix/include/coreMD/utils/Blocks.h" >"$directory/open/
 sed 's/#include <coreMD.h>//' "$prefix/include/coreMD/zones/MDZone.h" >"$directory/broken.h"
 printf '#include "broken.h"\n' >"$directory/broken.cpp"
 says "does not name a type" "$CXX" -std=c++20 -I"$prefix/include" -fsyntax-only "$directory/broken.cpp"
+
+# And one that takes NDEBUG away.
+printf '#undef NDEBUG\n#include "%s"\n' "$directory/coreMD.h.cpp" >"$directory/broken.cpp"
+says "decides about NDEBUG" "$CXX" -std=c++20 -DNDEBUG -DHOST_IS_SILENT -I"$prefix/include" -fsyntax-only "$directory/broken.cpp"
