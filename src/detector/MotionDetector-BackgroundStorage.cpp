@@ -2,40 +2,23 @@
 #include <memory>
 
 #include "detector/MotionDetector.h"
+#include "detector/SnapshotArrays.h"
 #include "utils/Assert.h"
 #include "utils/Buffers.h"
 
 namespace MD {
 
 BackgroundStorage* MotionDetector::AllocateBackgroundStorage() {
-    using Utils::AllocBuff;
     auto res = std::make_unique<BackgroundStorage>();
-    AllocBuff(&res->_sampleValue, blockCount);
-    AllocBuff(&res->_backgroundY, blockCount);
-    AllocBuff(&res->_backgroundCb, blockCount);
-    AllocBuff(&res->_backgroundCr, blockCount);
-    AllocBuff(&res->_isBackground, blockCount);
-    AllocBuff(&res->_isStable, blockCount);
-    AllocBuff(&res->_noiseLevel, blockCount);
-    AllocBuff(&res->_backgroundTime, blockCount);
-    AllocBuff(&res->_sampleTime, blockCount);
+    ForEachSnapshotArray([&](auto array) { Utils::AllocBuff(&((*res).*array.saved), blockCount); });
     assert(!res->mask);
     return res.release();
 }
 
 void MotionDetector::FillBackgroundStorage(BackgroundStorage* storage, unsigned char* mask, int maskWidthStep) {
-    using Utils::CopyBuff;
     assert(mask);
     assert(maskWidthStep >= blockCountX);
-    CopyBuff(_sampleValue, storage->_sampleValue, blockCount);
-    CopyBuff(_backgroundY, storage->_backgroundY, blockCount);
-    CopyBuff(_backgroundCb, storage->_backgroundCb, blockCount);
-    CopyBuff(_backgroundCr, storage->_backgroundCr, blockCount);
-    CopyBuff(_isBackground, storage->_isBackground, blockCount);
-    CopyBuff(_isStable, storage->_isStable, blockCount);
-    CopyBuff(_noiseLevel, storage->_noiseLevel, blockCount);
-    CopyBuff(_backgroundTime, storage->_backgroundTime, blockCount);
-    CopyBuff(_sampleTime, storage->_sampleTime, blockCount);
+    ForEachSnapshotArray([&](auto array) { Utils::CopyBuff(this->*array.live, storage->*array.saved, blockCount); });
 
     const std::int64_t maskSize = static_cast<std::int64_t>(maskWidthStep) * blockCountY;
     if (storage->maskWidthStep != maskWidthStep) {
@@ -44,7 +27,7 @@ void MotionDetector::FillBackgroundStorage(BackgroundStorage* storage, unsigned 
         Utils::AllocBuff(&storage->mask, maskSize);
         storage->maskWidthStep = maskWidthStep;
     }
-    CopyBuff(mask, storage->mask, maskSize);
+    Utils::CopyBuff(mask, storage->mask, maskSize);
 }
 
 void MotionDetector::RestoreBackground(BackgroundStorage* storage) {

@@ -1,8 +1,11 @@
 // How does a detector come to its settings and buffers?  Construction, (re)allocation, the copy of a frame, frame skipping.
 #include <algorithm>
 #include <cstdlib>
+#include <functional>
+#include <iterator>
 #include <limits>
 #include <new>
+#include <variant>
 
 #include "detector/MotionDetector.h"
 #include "detector/kernels/Segmentation.h"
@@ -24,6 +27,52 @@ int StartPhase(int rn) {
 
 // Products of the host's integers wrap instead of overflowing.
 int WrappingProduct(int a, int b) { return static_cast<int>(static_cast<std::uint32_t>(a) * static_cast<std::uint32_t>(b)); }
+
+// Every buffer, in the order in which they are made: the one list. [block] each, but for the copy of the picture.
+using BufferMember =
+    std::variant<short * MotionDetector::*, unsigned short * MotionDetector::*, unsigned char * MotionDetector::*,
+                 float * MotionDetector::*, std::int64_t * MotionDetector::*>;
+constexpr BufferMember buffers[] = {
+    &MotionDetector::_zoneResultMap,
+    &MotionDetector::_noiseLevel,
+    &MotionDetector::_backgroundY,
+    &MotionDetector::_backgroundCb,
+    &MotionDetector::_backgroundCr,
+    &MotionDetector::_sampleValue,
+    &MotionDetector::_isStable,
+    &MotionDetector::_isBackground,
+    &MotionDetector::_notBackground,
+    &MotionDetector::_isObject,
+    &MotionDetector::_isMotionPixel,
+    &MotionDetector::_lastChangeTime,
+    &MotionDetector::_backgroundTime,
+    &MotionDetector::_sampleTime,
+    &MotionDetector::_bgr24Copy,
+    &MotionDetector::_backgroundLogGradientX,
+    &MotionDetector::_backgroundLogGradientY,
+    &MotionDetector::_currentLogGradientX,
+    &MotionDetector::_currentLogGradientY,
+    &MotionDetector::_shadowGradientSum,
+    &MotionDetector::_shadowSpare0,
+    &MotionDetector::_shadowSpare1,
+    &MotionDetector::_shadowSpare2,
+    &MotionDetector::_shadowSpare3,
+    &MotionDetector::_shadowChromaSum,
+    &MotionDetector::_shadowCbDifference,
+    &MotionDetector::_shadowCrDifference,
+    &MotionDetector::_shadowSearchMask,
+    &MotionDetector::_foregroundMask,
+    &MotionDetector::_objectsMap,
+    &MotionDetector::_movingPixelX,
+    &MotionDetector::_movingPixelY,
+    &MotionDetector::_objectPixelX,
+    &MotionDetector::_objectPixelY,
+    &MotionDetector::_uniformMask,
+    &MotionDetector::_neighbourhoodMask,
+    &MotionDetector::_finalPixelX,
+    &MotionDetector::_finalPixelY,
+};
+static_assert(std::size(buffers) == MotionDetector::AllBuffersCount);
 
 }  // namespace
 
@@ -74,56 +123,15 @@ MotionDetector::~MotionDetector() {
 }
 
 void MotionDetector::InitBuffers() {
-    using Utils::BufferSlot;
-    _buffers = new BufferSlot[AllBuffersCount]{BufferSlot::For(&_movingPixelX),
-                                               BufferSlot::For(&_movingPixelY),
-                                               BufferSlot::For(&_objectPixelX),
-                                               BufferSlot::For(&_objectPixelY),
-                                               BufferSlot::For(&_noiseLevel),
-                                               BufferSlot::For(&_isStable),
-                                               BufferSlot::For(&_bgr24Copy),
-                                               BufferSlot::For(&_backgroundY),
-                                               BufferSlot::For(&_backgroundCb),
-                                               BufferSlot::For(&_backgroundCr),
-                                               BufferSlot::For(&_isBackground),
-                                               BufferSlot::For(&_notBackground),
-                                               BufferSlot::For(&_lastChangeTime),
-                                               BufferSlot::For(&_backgroundTime),
-                                               BufferSlot::For(&_sampleTime),
-                                               BufferSlot::For(&_sampleValue),
-                                               BufferSlot::For(&_isObject),
-                                               BufferSlot::For(&_isMotionPixel),
-                                               BufferSlot::For(&_zoneResultMap),
-                                               BufferSlot::For(&_backgroundLogGradientX),
-                                               BufferSlot::For(&_backgroundLogGradientY),
-                                               BufferSlot::For(&_currentLogGradientX),
-                                               BufferSlot::For(&_currentLogGradientY),
-                                               BufferSlot::For(&_shadowGradientSum),
-                                               BufferSlot::For(&_shadowSpare0),
-                                               BufferSlot::For(&_shadowSpare1),
-                                               BufferSlot::For(&_shadowSpare2),
-                                               BufferSlot::For(&_shadowSpare3),
-                                               BufferSlot::For(&_shadowChromaSum),
-                                               BufferSlot::For(&_shadowCbDifference),
-                                               BufferSlot::For(&_shadowCrDifference),
-                                               BufferSlot::For(&_shadowSearchMask),
-                                               BufferSlot::For(&_foregroundMask),
-                                               BufferSlot::For(&_objectsMap),
-                                               BufferSlot::For(&_uniformMask),
-                                               BufferSlot::For(&_neighbourhoodMask),
-                                               BufferSlot::For(&_finalPixelX),
-                                               BufferSlot::For(&_finalPixelY)};
-    _movingPixelX = _movingPixelY = _objectPixelX = _objectPixelY = nullptr;
-    _noiseLevel = _sampleValue = nullptr;
-    _isStable = _bgr24Copy = _backgroundY = _backgroundCb = _backgroundCr = _isBackground = _notBackground = nullptr;
-    _lastChangeTime = _backgroundTime = _sampleTime = nullptr;
-    _isObject = _isMotionPixel = _zoneResultMap = nullptr;
-    _backgroundLogGradientX = _backgroundLogGradientY = _currentLogGradientX = _currentLogGradientY = nullptr;
-    _shadowGradientSum = _shadowSpare0 = _shadowSpare1 = _shadowSpare2 = _shadowSpare3 = nullptr;
-    _shadowChromaSum = _shadowCbDifference = _shadowCrDifference = nullptr;
-    _shadowSearchMask = _foregroundMask = _uniformMask = _neighbourhoodMask = nullptr;
-    _objectsMap = nullptr;
-    _finalPixelX = _finalPixelY = nullptr;
+    _buffers = new Utils::BufferSlot[AllBuffersCount];
+    Utils::BufferSlot* slot = _buffers;
+    const auto enter = [&](auto member) {
+        this->*member = nullptr;
+        *slot++ = Utils::BufferSlot::For(&(this->*member));
+    };
+    for (const BufferMember buffer : buffers) std::visit(enter, buffer);
+    // The table stands in the order of the members.
+    std::sort(_buffers, slot, [](const auto& a, const auto& b) { return std::less<>()(a.member, b.member); });
 }
 
 void MotionDetector::AllocateBuffers(DetectionInfo* info) {
@@ -137,9 +145,6 @@ void MotionDetector::AllocateBuffers(DetectionInfo* info) {
 }
 
 void MotionDetector::MakeBuffers(DetectionInfo* info) {
-    using Utils::AllocBuff;
-    using Utils::AllocBuffWithValue;
-
     _nextMotionObject = nullptr;  // the pools are about to destroy what it points to
     _zonePool.Inic(info->width, info->height);
     _mergedPool.Inic(info->width, info->height);
@@ -148,51 +153,19 @@ void MotionDetector::MakeBuffers(DetectionInfo* info) {
     const std::int64_t product = static_cast<std::int64_t>(blockCountX) * blockCountY;
     if (product > std::numeric_limits<int>::max()) throw std::bad_array_new_length();  // beyond what Detect lets through
     blockCount = static_cast<int>(product);
-
-    AllocBuff(&_zoneResultMap, blockCount);
-    AllocBuffWithValue(&_noiseLevel, blockCount, float{defaultNoiseLevel});
-    AllocBuff(&_backgroundY, blockCount);
-    AllocBuff(&_backgroundCb, blockCount);
-    AllocBuff(&_backgroundCr, blockCount);
-    AllocBuff(&_sampleValue, blockCount);
-    AllocBuff(&_isStable, blockCount);
-    AllocBuff(&_isBackground, blockCount);
-    AllocBuff(&_notBackground, blockCount);
-    AllocBuff(&_isObject, blockCount);
-    AllocBuff(&_isMotionPixel, blockCount);
-    AllocBuffWithValue(&_lastChangeTime, blockCount, info->timestamp);
-    AllocBuffWithValue(&_backgroundTime, blockCount, info->timestamp);
-    AllocBuffWithValue(&_sampleTime, blockCount, info->timestamp);
-
     _bgr24Stride = info->bgr24stride;
     _bgr24Size = WrappingProduct(info->bgr24stride, blockCountY);
-    AllocBuff(&_bgr24Copy, std::max(_bgr24Size, 0));  // nobody reads it: no stride shall end the process
 
-    _frameStatistics.AllocateBuffers(blockCount);
-
-    AllocBuff(&_backgroundLogGradientX, blockCount);
-    AllocBuff(&_backgroundLogGradientY, blockCount);
-    AllocBuff(&_currentLogGradientX, blockCount);
-    AllocBuff(&_currentLogGradientY, blockCount);
-    AllocBuff(&_shadowGradientSum, blockCount);
-    AllocBuff(&_shadowSpare0, blockCount);
-    AllocBuff(&_shadowSpare1, blockCount);
-    AllocBuff(&_shadowSpare2, blockCount);
-    AllocBuff(&_shadowSpare3, blockCount);
-    AllocBuff(&_shadowChromaSum, blockCount);
-    AllocBuff(&_shadowCbDifference, blockCount);
-    AllocBuff(&_shadowCrDifference, blockCount);
-    AllocBuff(&_shadowSearchMask, blockCount);
-    AllocBuff(&_foregroundMask, blockCount);
-    AllocBuff(&_objectsMap, blockCount);
-    AllocBuff(&_movingPixelX, blockCount);
-    AllocBuff(&_movingPixelY, blockCount);
-    AllocBuff(&_objectPixelX, blockCount);
-    AllocBuff(&_objectPixelY, blockCount);
-    AllocBuff(&_uniformMask, blockCount);
-    AllocBuff(&_neighbourhoodMask, blockCount);
-    AllocBuff(&_finalPixelX, blockCount);
-    AllocBuff(&_finalPixelY, blockCount);
+    for (const BufferMember buffer : buffers) {
+        const bool isPicture = buffer == BufferMember(&MotionDetector::_bgr24Copy);
+        // Nobody reads the picture: no stride shall end the process.
+        const std::int64_t count = isPicture ? std::max(_bgr24Size, 0) : blockCount;
+        std::visit([&](auto member) { Utils::AllocBuff(&(this->*member), count); }, buffer);
+        if (isPicture) _frameStatistics.AllocateBuffers(blockCount);
+    }
+    std::fill_n(_noiseLevel, blockCount, float{defaultNoiseLevel});
+    for (std::int64_t* times : {_lastChangeTime, _backgroundTime, _sampleTime})
+        std::fill_n(times, blockCount, std::int64_t{info->timestamp});
     _foregroundGroups.reset(new Kernels::BlockGroup[static_cast<std::size_t>(Kernels::CountBlockGroups(BlockGrid()))]);
 
     MDZone* const first = _zones._first;

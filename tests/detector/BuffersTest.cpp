@@ -140,6 +140,13 @@ TEST_F(BuffersTest, TableHoldsEveryBufferMemberOnce) {
     EXPECT_EQ(listed, BufferMembers());
 }
 
+TEST_F(BuffersTest, TableStandsInTheOrderOfTheMembers) {
+    EXPECT_EQ(detector._buffers[0].member, &detector._movingPixelX);
+    EXPECT_EQ(detector._buffers[37].member, &detector._finalPixelY);
+    for (int i = 1; i < MotionDetector::AllBuffersCount; ++i)
+        EXPECT_LT(detector._buffers[i - 1].member, detector._buffers[i].member) << i;
+}
+
 TEST_F(BuffersTest, ReleaseNullsEveryMemberAndAllocationMayFollow) {
     Frame frame(4, 3);
     AddFullZone();
