@@ -9,13 +9,25 @@
 
 using MD::MotionDetector;
 
+namespace {
+
+constexpr char getDetector[] = "MD::MotionDetector* GetDetector(void**)";  // asks the questions, as hosts know them
+
 // The host's variable points to a heap cell, the cell to the detector: the variable never changes while it lives.
-MotionDetector* GetDetector(void** ptr) {
-    assert(ptr);
-    assert(*ptr);
+MotionDetector* Behind(void** ptr) {
+    MD_ASSERT_AT(ptr, "ptr", __FILE__, __LINE__, getDetector);
+    MD_ASSERT_AT(*ptr, "*ptr", __FILE__, __LINE__, getDetector);
     MotionDetector* const res = *static_cast<MotionDetector**>(*ptr);
-    assert(res);
+    MD_ASSERT_AT(res, "res", __FILE__, __LINE__, getDetector);
     return res;
+}
+
+}  // namespace
+
+MotionDetector* GetDetector(void** ptr) {
+    MotionDetector* const detector = Behind(ptr);
+    detector->_isOutOfReach = false;  // from now on the host may write what it likes
+    return detector;
 }
 
 int32_t h15(DetectorHandle* ptr) {
@@ -23,7 +35,7 @@ int32_t h15(DetectorHandle* ptr) {
     assert(!*ptr);
     auto detector = std::make_unique<MotionDetector>();
     *ptr = new MotionDetector*(detector.get());
-    static_cast<void>(detector.release());
+    detector.release()->_isOutOfReach = true;
     return 0;
 }
 
@@ -37,34 +49,32 @@ void h14(DetectorHandle* handle) {
 }
 
 int32_t h12(DetectorHandle* handle, MDZoneInfo* zone) {
-    GetDetector(handle)->AddMDZone(zone);
+    Behind(handle)->AddMDZone(zone);
     return 0;
 }
 
 int32_t h11(DetectorHandle* handle) {
-    GetDetector(handle)->RemoveAllZones();
+    Behind(handle)->RemoveAllZones();
     return 0;
 }
 
-void h13(DetectorHandle* handle, DetectionInfo* info) { GetDetector(handle)->Detect(info, true); }
+void h13(DetectorHandle* handle, DetectionInfo* info) { Behind(handle)->Detect(info, true); }
 
-int32_t h17(DetectorHandle* handle, MDResultInfo* result) { return GetDetector(handle)->GetResultInfo(result); }
+int32_t h17(DetectorHandle* handle, MDResultInfo* result) { return Behind(handle)->GetResultInfo(result); }
 
-int32_t h19(DetectorHandle* handle, MDZoneDetectionInfo* result) { return GetDetector(handle)->GetNextMDZoneResult(result); }
+int32_t h19(DetectorHandle* handle, MDZoneDetectionInfo* result) { return Behind(handle)->GetNextMDZoneResult(result); }
 
-int32_t h18(DetectorHandle* handle, MDObjectInfo* object) { return GetDetector(handle)->GetNextMotionObject(object); }
+int32_t h18(DetectorHandle* handle, MDObjectInfo* object) { return Behind(handle)->GetNextMotionObject(object); }
 
-int32_t h33(DetectorHandle* handle, uint8_t* image, int32_t* mask) {
-    return GetDetector(handle)->GetBackground(image, mask);
-}
+int32_t h33(DetectorHandle* handle, uint8_t* image, int32_t* mask) { return Behind(handle)->GetBackground(image, mask); }
 
 // Deliberate: 1 turns the limit off (CoreTest, H35SenseIsInverted), and what is stored is the byte itself, not 0 or 1.
 void h35(DetectorHandle* handle, int32_t value) {
-    GetDetector(handle)->_limitObjectsToMask = static_cast<uint8_t>(static_cast<uint32_t>(value) ^ 1u);
+    Behind(handle)->_limitObjectsToMask = static_cast<uint8_t>(static_cast<uint32_t>(value) ^ 1u);
 }
 
 void h36(DetectorHandle* handle, int32_t value) {
-    GetDetector(handle)->_longBackgroundTimes = static_cast<uint8_t>(static_cast<uint32_t>(value));
+    Behind(handle)->_longBackgroundTimes = static_cast<uint8_t>(static_cast<uint32_t>(value));
 }
 
 void* h20(const void* source, void* destination, int32_t length) {

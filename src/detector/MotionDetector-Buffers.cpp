@@ -105,6 +105,7 @@ MotionDetector::MotionDetector()
       _foregroundGroupCount(0),
       _isUniformMaskClear(false),
       _merger(std::make_unique<ObjectMerger>()),
+      _isOutOfReach(false),
       _shadowRowFirst(0),
       _shadowRowLast(0) {
     const long rn = std::rand();

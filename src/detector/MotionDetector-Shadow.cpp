@@ -8,16 +8,19 @@
 
 namespace MD {
 
-void MotionDetector::DetectShadow(DetectionInfo*) {
-    if (!_frameStatistics._isFilled || _h264PartlyIsOptimized) return;
-    // Deliberate: the work planes are the detector's own; they are zero but for the rows of the last examination, and only
-    // those are cleared (ShadowTest, EveryExaminationStartsFromZeros).
-    const std::ptrdiff_t dirtyStart = static_cast<std::ptrdiff_t>(_shadowRowFirst) * blockCountX;
-    const int dirtyLength = (_shadowRowLast - _shadowRowFirst) * blockCountX;
+// Whatever they held. Of a detector that nobody reached since it was made, that is known: zeros but for the rows of the last
+// examination (ShadowReachTest, PlanesOfADetectorOutOfReachAreClearedToo).
+void MotionDetector::ClearShadowPlanes() {
+    const int first = _isOutOfReach ? _shadowRowFirst : 0, last = _isOutOfReach ? _shadowRowLast : blockCountY;
+    const std::ptrdiff_t start = static_cast<std::ptrdiff_t>(first) * blockCountX;
     for (float* plane : {_backgroundLogGradientX, _backgroundLogGradientY, _currentLogGradientX, _currentLogGradientY,
                          _shadowGradientSum, _shadowCbDifference, _shadowCrDifference, _shadowChromaSum})
-        Utils::ImageClear(plane + dirtyStart, dirtyLength);
+        Utils::ImageClear(plane + start, (last - first) * blockCountX);
+}
 
+void MotionDetector::DetectShadow(DetectionInfo*) {
+    if (!_frameStatistics._isFilled || _h264PartlyIsOptimized) return;
+    ClearShadowPlanes();
     const unsigned char* const frame = _frameStatistics.FrameOfAge(0);
     const Kernels::RowRange searched = Kernels::MarkShadowSearch(_isObject, _zoneResultMap, _shadowSearchMask, BlockGrid());
     _shadowRowFirst = searched.first;

@@ -212,6 +212,9 @@ public:
     unsigned char _longBackgroundTimes;  // slower confirmation and refresh
 
 private:
+    friend int32_t(::h15)(DetectorHandle*);
+    friend MotionDetector*(::GetDetector)(void**);
+
     MD_INTERNAL BlockRange AllBlocks() const { return {0, static_cast<std::size_t>(blockCount)}; }
     MD_INTERNAL Grid BlockGrid() const { return {blockCountX, blockCountY}; }
 
@@ -224,6 +227,7 @@ private:
     MD_INTERNAL void EnterNextSkipPhase();
     MD_INTERNAL void UpdateBlocks(BlockRange range, bool mayLearn);
     MD_INTERNAL void UpdateChunk(BlockRange range, bool mayLearn);
+    MD_INTERNAL void ClearShadowPlanes();
     MD_INTERNAL void ProcessZones();
     MD_INTERNAL void ProcessZone();
     MD_INTERNAL void StartLabels();
@@ -236,6 +240,7 @@ private:
     std::ptrdiff_t _foregroundGroupCount;
     bool _isUniformMaskClear;  // by this pass over the zones
     std::unique_ptr<ObjectMerger> _merger;
+    bool _isOutOfReach;   // of hosts: they know the handle only, and write to none of the members
     int _shadowRowFirst;  // rows first to last - 1 of the shadow planes may hold more than zeros
     int _shadowRowLast;
 };
