@@ -1,16 +1,21 @@
-# Which text is compiled into mdscan for its pages?  All files of page/, the scripts one after another.
-function(mdscan_read_page name)
-    set(text "")
-    foreach(file IN LISTS ARGN)
-        file(READ ${CMAKE_CURRENT_SOURCE_DIR}/page/${file} content)
-        string(APPEND text "${content}")
-        set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/page/${file})
+# Which text is compiled into mdscan for its pages?  Head, style and body of web/report/, and the bundle of its modules.
+# Included, it makes a rule for PageText.cpp; run by that rule, with a FOLDER, a SCRIPT and an OUTPUT, it writes it.
+if(CMAKE_SCRIPT_MODE_FILE)
+    foreach(part head.html style.css body.html)
+        get_filename_component(name ${part} NAME_WE)
+        file(READ ${FOLDER}/${part} ${name})
     endforeach()
-    set(${name} "${text}" PARENT_SCOPE)
-endfunction()
+    file(READ ${SCRIPT} script)
+    configure_file(${CMAKE_CURRENT_LIST_DIR}/PageText.cpp.in ${OUTPUT} @ONLY)
+    file(TOUCH ${OUTPUT})                                    # also where nothing of it has changed
+    return()
+endif()
 
-mdscan_read_page(head head.html)
-mdscan_read_page(style style.css)
-mdscan_read_page(body body.html)
-mdscan_read_page(script data.js timeline.js list.js player.js page.js)
-configure_file(PageText.cpp.in ${CMAKE_CURRENT_BINARY_DIR}/PageText.cpp @ONLY)
+include(${PROJECT_SOURCE_DIR}/web/Bundle.cmake)
+web_bundle(${MDSCAN_ESBUILD} ${CMAKE_CURRENT_BINARY_DIR}/report.js report/main.js ${web_report_modules})
+add_custom_command(OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/PageText.cpp
+    COMMAND ${CMAKE_COMMAND} -DFOLDER=${web_folder}/report -DSCRIPT=${CMAKE_CURRENT_BINARY_DIR}/report.js
+            -DOUTPUT=${CMAKE_CURRENT_BINARY_DIR}/PageText.cpp -P ${CMAKE_CURRENT_LIST_FILE}
+    DEPENDS ${CMAKE_CURRENT_LIST_FILE} ${CMAKE_CURRENT_LIST_DIR}/PageText.cpp.in ${CMAKE_CURRENT_BINARY_DIR}/report.js
+            ${web_folder}/report/head.html ${web_folder}/report/style.css ${web_folder}/report/body.html
+    VERBATIM)

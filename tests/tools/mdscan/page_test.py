@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Does the page of --report work in a browser, and does it keep to itself?  Acts as a viewer does: the page's script shares
-nothing with others.
+"""Does the page of --report work in a browser, and does it keep to itself?  Acts as a viewer does: the page's script
+shares nothing with others.
 
     page_test.py MDSCAN MAKE_CLIPS FOOTAGE
 
@@ -375,6 +375,14 @@ class PageTest(unittest.TestCase):
         self.open(page)
         self.assertIn("0:01.0 to 1:02.5: no <i>answer</i>", self.one("#problems").text)
         self.assertEqual(self.one("#count").text, "4 of 4 events")
+
+    def test_the_script_shares_nothing(self):
+        self.open(self.page)
+        empty = self.page.with_name("empty.html")
+        empty.write_text(re.sub(r"<script>.*</script>", "", self.page.read_text(), flags=re.DOTALL))
+        names = self.script("Object.getOwnPropertyNames(window).sort()")
+        self.open(empty)
+        self.assertEqual(names, self.script("Object.getOwnPropertyNames(window).sort()"))
 
     def test_themes(self):
         self.open(self.page)

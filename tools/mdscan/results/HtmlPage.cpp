@@ -1,5 +1,4 @@
-// What is written into the page, in which order?  Called by RunResults through HtmlPage.h. The page's own parts, in page/,
-// are compiled in by way of PageText.h.
+// What is written into the page, in which order?  The page's own parts, in web/, are compiled in by way of PageText.h.
 #include "results/HtmlPage.h"
 
 #include <algorithm>

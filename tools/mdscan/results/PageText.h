@@ -1,4 +1,4 @@
-// What does every page consist of?  The files of page/, compiled in; written by CMake into PageText.cpp, used by HtmlPage.
+// What does every page consist of?  web/report/ and the bundle of its script, compiled in; CMake writes PageText.cpp.
 #pragma once
 
 namespace Scan {

@@ -1,0 +1,41 @@
+# How do a page's modules become one script?  esbuild, which asks no network, writes it when a module has changed.
+set(web_folder ${CMAKE_CURRENT_LIST_DIR})
+set(web_report_modules
+    colours.js
+    elements.js
+    filters.js
+    list.js
+    marks.js
+    model/choice.js
+    model/recordings.js
+    model/rows.js
+    model/span.js
+    model/state.js
+    player.js
+    report/blocks.js
+    report/cameras.js
+    report/keys.js
+    report/main.js
+    report/problems.js
+    report/summary.js
+    texts.js
+    theme.js
+    timeline/axis.js
+    timeline/bar.js
+    timeline/columns.js
+    timeline/drawing.js
+    timeline/geometry.js
+    timeline/timeline.js)
+
+# web_bundle(ESBUILD OUTPUT ENTRY MODULE...): a rule for OUTPUT, of ENTRY and what it imports, which must be these modules.
+function(web_bundle esbuild output entry)
+    list(TRANSFORM ARGN PREPEND ${web_folder}/ OUTPUT_VARIABLE sources)
+    add_custom_command(OUTPUT ${output}
+        COMMAND ${esbuild} ${entry} --bundle --format=iife --charset=utf8 --log-level=warning
+                --outfile=${output} --metafile=${output}.json
+        COMMAND ${CMAKE_COMMAND} "-DBUNDLE=${output}" "-DMODULES=${ARGN}" -P ${web_folder}/CheckBundle.cmake
+        DEPENDS ${sources} ${web_folder}/package.json ${web_folder}/CheckBundle.cmake
+        WORKING_DIRECTORY ${web_folder}                      # names modules as they are listed
+        COMMENT "Bundling ${entry}"
+        VERBATIM)
+endfunction()

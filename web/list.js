@@ -1,0 +1,77 @@
+// Which events are there?  A list in #list shows those that fit into its window, however many there are.
+import { byId, make, pictureAddress } from "./elements.js";
+import { addZoneMarks } from "./marks.js";
+import { pick, picked, shown, when } from "./model/state.js";
+import { baseName, eventTime, lengthText } from "./texts.js";
+
+const list = byId("list"), tall = byId("tall"), eventHeight = 84;
+const cells = new Map();                                     // by place in the list: what is in the document
+
+function showChoice() {
+  tall.style.height = shown.length * eventHeight + "px";
+  tall.textContent = "";
+  cells.clear();
+  list.scrollTop = 0;
+  showPicked();
+}
+
+function pictureOf(event) {
+  if (!event.picture) {
+    return make("div", "", "blank");
+  }
+  const picture = make("img");
+  picture.alt = "";
+  picture.src = pictureAddress(event.picture);
+  return picture;
+}
+
+function cellOf(place) {
+  const event = shown[place], cell = make("div", "", "event");
+  cell.style.top = place * eventHeight + "px";
+  cell.setAttribute("role", "option");
+  cell.setAttribute("aria-selected", event === picked);
+  const text = make("div"), name = make("span", baseName(event.input.file), "name"), zones = make("span");
+  name.append(make("small", " \u00b7 " + event.input.camera));
+  text.append(make("b", eventTime(event) + "  \u00b7  " + lengthText(event.length)), name, zones);
+  addZoneMarks(event.zones || [], zones);
+  cell.title = event.input.file;
+  cell.append(pictureOf(event), text);
+  cell.addEventListener("click", () => pick(event, true));
+  return cell;
+}
+
+function fill() {
+  const first = Math.max(0, Math.floor(list.scrollTop / eventHeight) - 4);
+  const last = Math.min(shown.length - 1, Math.ceil((list.scrollTop + list.clientHeight) / eventHeight) + 4);
+  for (const [place, cell] of cells) {
+    if (place < first || place > last) {
+      cell.remove();
+      cells.delete(place);
+    }
+  }
+  for (let place = first; place <= last; ++place) {
+    if (!cells.has(place)) {
+      const cell = cellOf(place);
+      cells.set(place, cell);
+      tall.append(cell);
+    }
+  }
+}
+
+function showPicked() {
+  const place = shown.indexOf(picked), top = place * eventHeight, bottom = top + eventHeight;
+  if (place >= 0 && (top < list.scrollTop || bottom > list.scrollTop + list.clientHeight)) {
+    list.scrollTop = top - (list.clientHeight - eventHeight) / 2;
+  }
+  for (const [at, cell] of cells) {
+    cell.setAttribute("aria-selected", at === place);
+  }
+  fill();
+}
+
+export function startList() {
+  when("shown", showChoice);
+  when("picked", showPicked);
+  list.addEventListener("scroll", fill);
+  new ResizeObserver(fill).observe(list);
+}

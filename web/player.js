@@ -1,0 +1,101 @@
+// What was it?  #player plays the picked event from its first second, in its clip or in the recording.
+import { byId, make, pictureAddress } from "./elements.js";
+import { addZoneMarks } from "./marks.js";
+import { picked, shown, step, when } from "./model/state.js";
+import { baseName, eventTime, lengthText, secondsText } from "./texts.js";
+
+const video = byId("video");
+
+function play() {
+  video.play().catch(() => {});                              // what goes wrong is told by "error"
+}
+
+function addFact(name, ...values) {
+  const value = make("dd");
+  value.append(...values);
+  byId("facts").append(make("dt", name), value);
+}
+
+function showFacts() {
+  byId("pickedname").textContent = baseName(picked.input.file) + ", event " + picked.event;
+  byId("facts").textContent = "";
+  const within = picked.input.begin === null ? "" : " (" + secondsText(picked.start, true) + " into the file)";
+  addFact("begins", eventTime(picked) + within);
+  addFact("lasts", lengthText(picked.length) + ", most at " + secondsText(picked.peak, true));
+  if (picked.zones) {
+    const zones = make("span");
+    addZoneMarks(picked.zones, zones);
+    addFact("zones", zones);
+  }
+  const box = picked.boxes[0];
+  addFact("largest", box.w + " \u00d7 " + box.h + " pixels at " + box.x + ", " + box.y + "; " +
+          picked.blocks + " blocks in all");
+  addFact("file", picked.input.file);
+}
+
+function load(playing) {
+  const open = byId("open");
+  byId("unplayable").hidden = true;
+  video.hidden = !picked.link;
+  open.hidden = !picked.link;
+  showStill(!picked.link);
+  if (!picked.link) {
+    video.removeAttribute("src");
+    return;
+  }
+  const address = picked.link + "#t=" + picked.at;
+  open.href = address;
+  open.textContent = "Open " + (picked.clip ? "the clip" : "the file") + " at " + secondsText(picked.at, true);
+  if (picked.picture) {
+    video.poster = pictureAddress(picked.picture);
+  } else {
+    video.removeAttribute("poster");
+  }
+  video.src = address;
+  if (playing) {
+    play();
+  }
+}
+
+function showStill(on) {
+  const still = byId("still");
+  still.hidden = !on || !picked.picture;
+  if (!still.hidden) {
+    still.src = pictureAddress(picked.picture);
+  }
+}
+
+function allowSteps() {
+  const place = shown.indexOf(picked);
+  byId("previous").disabled = place <= 0;
+  byId("next").disabled = place + 1 >= shown.length;
+}
+
+function showPicked(playing) {
+  byId("nothing").hidden = true;
+  byId("picked").hidden = false;
+  showFacts();
+  load(playing);
+  allowSteps();
+}
+
+// Plays or pauses, where something is loaded.
+export function togglePlay() {
+  if (video.getAttribute("src")) {
+    video.paused ? play() : video.pause();
+  }
+}
+
+export function startPlayer() {
+  when("picked", showPicked);
+  when("shown", allowSteps);
+  byId("previous").addEventListener("click", () => step(-1));
+  byId("next").addEventListener("click", () => step(1));
+  video.addEventListener("error", () => {
+    if (video.getAttribute("src")) {
+      video.hidden = true;
+      byId("unplayable").hidden = false;
+      showStill(true);
+    }
+  });
+}

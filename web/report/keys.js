@@ -1,0 +1,37 @@
+// What do keys do?  What #keys says.
+import { byId } from "../elements.js";
+import { clearFilters } from "../filters.js";
+import { pan, picked, showAll, step, zoom } from "../model/state.js";
+import { togglePlay } from "../player.js";
+
+function toggleHelp() {
+  byId("keys").hidden = !byId("keys").hidden;
+  byId("help").setAttribute("aria-expanded", !byId("keys").hidden);
+}
+
+const acts = {
+  j: () => step(1), k: () => step(-1), ArrowDown: () => step(1), ArrowUp: () => step(-1),
+  ArrowLeft: () => pan(-0.2), ArrowRight: () => pan(0.2), "+": () => zoom(0.5), "=": () => zoom(0.5), "-": () => zoom(2),
+  0: showAll, "/": () => byId("text").focus(), "?": toggleHelp, Escape: clearFilters,
+  Enter: () => { if (!picked) { step(1); } }, " ": togglePlay,
+};
+
+function act(press) {
+  const field = press.target.closest("input, select"), pressable = press.target.closest("button, a, video");
+  if (field && press.key === "Escape") {
+    field.blur();
+    return;
+  }
+  const wanted = acts[press.key];
+  if (!wanted || field || press.ctrlKey || press.altKey || press.metaKey || (pressable && /^(Enter| )$/.test(press.key)) ||
+      (press.target === byId("video") && press.key.startsWith("Arrow"))) {
+    return;
+  }
+  press.preventDefault();
+  wanted();
+}
+
+export function startKeys() {
+  document.addEventListener("keydown", act);
+  byId("help").addEventListener("click", toggleHelp);
+}

@@ -1,0 +1,29 @@
+// What is the page of --report made of, and where does it begin?
+import { applyFilters, startFilters } from "../filters.js";
+import { startList } from "../list.js";
+import { allHaveClock } from "../model/recordings.js";
+import { inputs, open, setClock } from "../model/state.js";
+import { startPlayer } from "../player.js";
+import { startTheme } from "../theme.js";
+import { startBar } from "../timeline/bar.js";
+import { startTimeline } from "../timeline/timeline.js";
+import { takeBlocks } from "./blocks.js";
+import { showCameras } from "./cameras.js";
+import { startKeys } from "./keys.js";
+import { showProblems } from "./problems.js";
+import { showSettings, showSummary } from "./summary.js";
+
+open(takeBlocks("scan")[0], takeBlocks("input"));
+startTheme();                                                // hears of a new one first: others read their colours then
+showSummary(takeBlocks("end")[0].left_out);
+showSettings();
+showCameras(takeBlocks("camera"));
+showProblems();
+startFilters();
+startPlayer();
+startList();
+startTimeline();
+startBar();
+startKeys();
+setClock(allHaveClock(inputs));
+applyFilters();                                              // a browser may have kept what its fields held
