@@ -1,0 +1,67 @@
+// Do imports run down only, and never in a circle?  From a page to its parts, to the model, to texts and colours.
+import assert from "node:assert";
+import { readdirSync, readFileSync } from "node:fs";
+import path from "node:path";
+import test from "node:test";
+import { fileURLToPath } from "node:url";
+
+const web = fileURLToPath(new URL("../../web", import.meta.url));
+const base = ["colours.js", "elements.js", "texts.js"];
+
+function modulesIn(folder) {
+  return readdirSync(path.join(web, folder), { withFileTypes: true }).flatMap((entry) => {
+    const name = path.join(folder, entry.name);
+    return entry.isDirectory() ? modulesIn(name) : name.endsWith(".js") ? [name] : [];
+  });
+}
+
+const imports = new Map(modulesIn("").map((module) => {
+  const text = readFileSync(path.join(web, module), "utf8");
+  const found = [...text.matchAll(/^import .* from "(\..*)";$/gm)];
+  return [module, found.map((one) => path.join(path.dirname(module), one[1]))];
+}));
+
+function levelOf(module) {
+  return module.startsWith("report/") ? 3 : base.includes(module) ? 0 : module.startsWith("model/") ? 1 : 2;
+}
+
+function circleFrom(module, way = []) {
+  return way.includes(module) ? [...way, module].join(" > ")
+    : imports.get(module).map((next) => circleFrom(next, [...way, module])).find(Boolean);
+}
+
+test("every import is found here", () => {
+  assert.ok(imports.size > 20);
+  for (const [module, wanted] of imports) {
+    const text = readFileSync(path.join(web, module), "utf8");
+    assert.equal((text.match(/\bimport\b/g) || []).length, wanted.length, module);
+    assert.match(text, /^\/\/ .*\?/, module + " opens with its question");
+  }
+});
+
+test("no import leads up", () => {
+  for (const [module, wanted] of imports) {
+    for (const other of wanted) {
+      assert.ok(levelOf(other) <= levelOf(module), module + " imports " + other);
+    }
+  }
+});
+
+test("no imports form a circle", () => {
+  for (const module of imports.keys()) {
+    assert.equal(circleFrom(module), undefined);
+  }
+});
+
+test("every module is part of a page", () => {
+  const reached = new Set();
+  const reach = (module) => { if (!reached.has(module)) { reached.add(module); imports.get(module).forEach(reach); } };
+  reach("report/main.js");
+  assert.deepEqual([...imports.keys()].filter((module) => !reached.has(module)), []);
+});
+
+test("nothing reaches for the window", () => {
+  for (const module of imports.keys()) {
+    assert.doesNotMatch(readFileSync(path.join(web, module), "utf8"), /\b(window|globalThis)\b[.[]/, module);
+  }
+});

@@ -1,0 +1,36 @@
+// Is every event told apart from gaps, and does every input get the time it begins?
+import assert from "node:assert";
+import test from "node:test";
+
+import { allHaveClock, recordingsOf, someHaveClock } from "../../../web/model/recordings.js";
+
+const moved = { type: "event", start: 4, end: 6.5, zones: ["Gate"] };
+const input = (fields, ...lines) => ({ file: "Yard/a.mp4", seconds: 10, lines, ...fields });
+
+test("events and gaps keep the order of their lines and know their input", () => {
+  const one = input({}, { type: "gap", start: 1, end: 2 }, { ...moved });
+  const other = input({ file: "b.mp4" }, { ...moved, zones: undefined });
+  const { events, gaps } = recordingsOf(["Gate"], [one, other]);
+  assert.deepEqual(events.map((event) => event.input.file), ["Yard/a.mp4", "b.mp4"]);
+  assert.equal(gaps[0].input, one);
+  assert.equal(events[0].length, 2.5);
+  assert.deepEqual(events.map((event) => event.colours), [2, 1]);
+  assert.deepEqual(events.map((event) => event.searched), ["yard/a.mp4\ngate", "b.mp4"]);
+  assert.equal(one.lines, null);
+});
+
+test("an input begins when it says so, else by its first dated event", () => {
+  const dated = { ...moved, start_time: "2026-03-01T00:00:10Z" };
+  const inputs = [input({ start_time: "2026-02-01T00:00:00Z" }, { ...dated }),
+                  input({}, { ...moved }, { ...dated, start: 8 }), input({}, { ...moved })];
+  recordingsOf([], inputs);
+  assert.deepEqual(inputs.map((one) => one.begin), [Date.UTC(2026, 1, 1) / 1000, Date.UTC(2026, 2, 1) / 1000 + 2, null]);
+});
+
+test("what could not be read needs no clock", () => {
+  const dated = { begin: 5, seconds: 1 }, undated = { begin: null, seconds: 1 }, unread = { begin: null, seconds: 0 };
+  for (const [inputs, some, all] of [[[], false, false], [[unread], false, false], [[undated], false, false],
+    [[dated, undated], true, false], [[dated, unread], true, true]]) {
+    assert.deepEqual([someHaveClock(inputs), allHaveClock(inputs)], [some, all]);
+  }
+});

@@ -1,0 +1,46 @@
+// Do times, lengths and names read as they should, in the viewer's zone?
+import assert from "node:assert";
+import test from "node:test";
+
+import { baseName, clockText, countText, dateText, eventTime, lengthText, secondsText } from "../../web/texts.js";
+
+process.env.TZ = "Asia/Kolkata";                             // half past five hours ahead
+const at = (text) => Date.parse(text) / 1000;
+
+test("seconds become minutes, then hours; tenths are cut, never rounded up", () => {
+  for (const [seconds, plain, precise] of [[0, "0:00", "0:00.0"], [9.99, "0:09", "0:09.9"], [59.96, "0:59", "0:59.9"],
+    [60, "1:00", "1:00.0"], [75.25, "1:15", "1:15.2"], [3599.99, "59:59", "59:59.9"], [3600, "1:00:00", "1:00:00"],
+    [7275.5, "2:01:15", "2:01:15"], [360000, "100:00:00", "100:00:00"]]) {
+    assert.equal(secondsText(seconds, false), plain);
+    assert.equal(secondsText(seconds, true), precise);
+  }
+});
+
+test("a length is in seconds below a minute", () => {
+  assert.equal(lengthText(0.04), "0.0 s");
+  assert.equal(lengthText(59.9), "59.9 s");
+  assert.equal(lengthText(60), "1:00 min");
+});
+
+test("the clock is the viewer's", () => {
+  assert.equal(clockText(at("2026-03-01T18:29:59.750Z"), true), "23:59:59.7");
+  assert.equal(dateText(at("2026-03-01T18:29:59Z")), "2026-03-01");
+  assert.equal(clockText(at("2026-03-01T18:30:00Z")), "00:00:00");
+  assert.equal(dateText(at("2026-03-01T18:30:00Z")), "2026-03-02");
+});
+
+test("an event has its time of day where there is one", () => {
+  assert.equal(eventTime({ start: 75.25, input: { begin: null } }), "1:15.2");
+  assert.equal(eventTime({ start: 75.25, input: { begin: at("2026-03-01T00:00:00Z") } }), "2026-03-01 05:31:15");
+});
+
+test("one is no plural", () => {
+  assert.deepEqual([0, 1, 2].map((number) => countText(number, "event")), ["0 events", "1 event", "2 events"]);
+});
+
+test("a name is what comes last, a camera's address included", () => {
+  for (const [path, name] of [["a/b.mp4", "b.mp4"], ["b.mp4", "b.mp4"], ["a/b/", "b/"], ["/", "/"],
+    ["rtsp://host/gate", "gate"]]) {
+    assert.equal(baseName(path), name);
+  }
+});
