@@ -9,7 +9,7 @@
 
 namespace {
 
-using namespace Scan;
+using namespace Video;
 
 // A square crosses from `from` to `until`. created: time of day as the container holds it; empty: it does not.
 void Recording(const std::filesystem::path& path, double from, double until, const std::string& created) {
