@@ -22,7 +22,7 @@ extern "C" {
 #include "video/media/Libav.h"
 #include "video/media/PlainPicture.h"
 #include "video/files/PngFile.h"
-#include "results/Report.h"
+#include "results/JsonLines.h"
 #include "video/watch/Watcher.h"
 
 namespace {

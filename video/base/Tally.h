@@ -30,4 +30,7 @@ struct Tally {
     PictureGrid grid = {};            // of the last picture analysed
 };
 
+// Seconds of video in a second of scanning.
+inline double SpeedOf(const Tally& tally) { return tally.elapsed > 0 ? ToSeconds(tally.length) / tally.elapsed : 0; }
+
 }  // namespace Video

@@ -3,7 +3,6 @@
 #pragma once
 
 #include "command/Options.h"
-#include "results/Report.h"
 
 namespace Scan {
 

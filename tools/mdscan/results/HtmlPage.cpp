@@ -14,7 +14,7 @@
 #include "results/Camera.h"
 #include "results/PageLink.h"
 #include "results/PageText.h"
-#include "results/Report.h"
+#include "results/JobResult.h"
 #include "video/base/BgrPicture.h"
 #include "video/base/PictureGrid.h"
 #include "video/files/PngFile.h"

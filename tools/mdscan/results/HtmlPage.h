@@ -12,7 +12,7 @@
 
 #include "results/Attachment.h"
 #include "results/Camera.h"
-#include "results/Report.h"
+#include "results/JobResult.h"
 #include "video/files/AtomicText.h"
 
 namespace Scan {

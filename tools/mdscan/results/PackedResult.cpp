@@ -5,7 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "results/Report.h"
+#include "results/JobResult.h"
 #include "video/base/Failure.h"
 #include "video/base/PictureGrid.h"
 #include "video/base/Tally.h"

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "results/Report.h"
+#include "results/JobResult.h"
 
 namespace Scan {
 

@@ -10,7 +10,8 @@
 
 #include "command/Inputs.h"
 #include "command/Options.h"
-#include "results/Report.h"
+#include "results/JobResult.h"
+#include "results/Progress.h"
 #include "results/Spool.h"
 #include "run/RunResults.h"
 #include "run/RunState.h"

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "command/Options.h"
-#include "results/Report.h"
+#include "results/JobResult.h"
 #include "video/base/Findings.h"
 #include "video/base/Gap.h"
 #include "video/base/Tally.h"

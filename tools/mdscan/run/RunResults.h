@@ -10,7 +10,7 @@
 #include "results/Camera.h"
 #include "results/CsvTable.h"
 #include "results/HtmlPage.h"
-#include "results/Report.h"
+#include "results/JobResult.h"
 #include "results/ResultLines.h"
 #include "video/files/AtomicFile.h"
 

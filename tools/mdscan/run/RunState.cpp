@@ -17,7 +17,7 @@
 #include <nlohmann/json.hpp>
 
 #include "results/PackedResult.h"
-#include "results/Report.h"
+#include "results/JobResult.h"
 #include "video/base/Failure.h"
 
 namespace Scan {

@@ -13,7 +13,7 @@
 
 #include <sys/types.h>
 
-#include "results/Report.h"
+#include "results/JobResult.h"
 
 namespace Scan {
 

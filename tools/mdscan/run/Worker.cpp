@@ -21,7 +21,7 @@
 
 #include "command/Options.h"
 #include "results/PackedResult.h"
-#include "results/Report.h"
+#include "results/JobResult.h"
 #include "run/Job.h"
 #include "run/RunState.h"
 #include "video/base/Failure.h"

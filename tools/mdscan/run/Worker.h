@@ -9,7 +9,7 @@
 #include <sys/types.h>
 
 #include "command/Options.h"
-#include "results/Report.h"
+#include "results/JobResult.h"
 #include "run/RunState.h"
 #include "video/base/Tally.h"
 

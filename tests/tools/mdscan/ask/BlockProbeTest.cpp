@@ -14,7 +14,7 @@
 
 #include "ScanFixture.h"
 #include "command/Options.h"
-#include "results/Report.h"
+#include "results/JobResult.h"
 #include "run/Job.h"
 #include "video/base/Box.h"
 #include "video/base/Findings.h"

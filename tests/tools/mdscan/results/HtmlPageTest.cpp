@@ -10,7 +10,7 @@
 
 #include "FolderFixture.h"
 #include "results/Camera.h"
-#include "results/Report.h"
+#include "results/JobResult.h"
 
 namespace Scan {
 namespace {

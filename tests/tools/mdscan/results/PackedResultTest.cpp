@@ -5,7 +5,7 @@
 
 #include <exception>
 
-#include "results/Report.h"
+#include "results/JobResult.h"
 #include "video/base/Failure.h"
 #include "video/time/WallClock.h"
 

@@ -1,5 +1,5 @@
 // Are the printed lines what a reader of JSON expects?
-#include "results/Report.h"
+#include "results/JsonLines.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,6 @@
 
 #include "video/base/Box.h"
 #include "video/base/Clip.h"
-#include "video/base/Failure.h"
 #include "video/base/Findings.h"
 #include "video/base/Gap.h"
 #include "video/base/Tally.h"
@@ -29,7 +28,7 @@ Video::Event AnEvent(std::size_t objects) {
     return event;
 }
 
-TEST(Report, AnEventLineHoldsAllFieldsInOrder) {
+TEST(JsonLines, AnEventLineHoldsAllFieldsInOrder) {
     EXPECT_EQ(
         EventLine("", 3, AnEvent(1), {.start = {10, true}, .end = {79, true}, .peak = {40, true}}),
         R"({"type":"event","event":3,"start":1.235,"end":9.877,"peak":5.0,"start_frame":10,"end_frame":79,"peak_frame":40,)"
@@ -37,13 +36,13 @@ TEST(Report, AnEventLineHoldsAllFieldsInOrder) {
         R"("boxes":[{"x":0,"y":2,"w":30,"h":40,"blocks":5}]})");
 }
 
-TEST(Report, AnEventLineHoldsTheFirstBoxesOnly) {
+TEST(JsonLines, AnEventLineHoldsTheFirstBoxesOnly) {
     const auto line = nlohmann::json::parse(EventLine("", 1, AnEvent(mostBoxesPerEvent + 3)));
     ASSERT_EQ(line["boxes"].size(), mostBoxesPerEvent);
     EXPECT_EQ(line["boxes"][0]["x"], 0);
 }
 
-TEST(Report, AFrameLineHoldsEveryObject) {
+TEST(JsonLines, AFrameLineHoldsEveryObject) {
     const Video::Findings frame{20'000'000, {{Video::Box{1, 2, 3, 4}, 5}, {Video::Box{6, 7, 8, 9}, 10}}};
     EXPECT_EQ(FrameLine("", {51, false}, frame),
               R"({"type":"frame","frame":51,"frame_exact":false,"time":2.0,"blocks":15,)"
@@ -52,7 +51,7 @@ TEST(Report, AFrameLineHoldsEveryObject) {
               R"({"type":"frame","frame":0,"frame_exact":true,"time":0.0,"blocks":0,"objects":[]})");
 }
 
-TEST(Report, AnEventLineHoldsWhatIsAskedFor) {
+TEST(JsonLines, AnEventLineHoldsWhatIsAskedFor) {
     Video::Event event = AnEvent(1);
     event.zones = 0b101;
     event.track = {{15'000'000, {1, 2, 3, 4}}};
@@ -68,13 +67,13 @@ TEST(Report, AnEventLineHoldsWhatIsAskedFor) {
         R"("track":[{"time":1.5,"x":1,"y":2,"w":3,"h":4}]})");
 }
 
-TEST(Report, LinesNameTheirFileWhereThereAreSeveral) {
+TEST(JsonLines, LinesNameTheirFileWhereThereAreSeveral) {
     EXPECT_EQ(EventLine("a/b.mp4", 3, AnEvent(1)).rfind(R"({"type":"event","file":"a/b.mp4","event":3,)", 0), 0u);
     EXPECT_EQ(FrameLine("a/b.mp4", {}, {0, {}}).rfind(R"({"type":"frame","file":"a/b.mp4","frame":0,)", 0), 0u);
     EXPECT_NO_THROW(EventLine("no \xff text", 1, AnEvent(1)));
 }
 
-TEST(Report, AnEventLineTellsTheTimeOfDayWhereItIsKnown) {
+TEST(JsonLines, AnEventLineTellsTheTimeOfDayWhereItIsKnown) {
     const Video::WallTicks noon = Video::ParseWallTime("2026-03-01T12:00:00Z").value();
     const auto line = nlohmann::json::parse(
         EventLine("", 1, AnEvent(1), {.end = {79, false}, .clock = Video::StartTime{noon, Video::ClockSource::Given}}));
@@ -85,7 +84,7 @@ TEST(Report, AnEventLineTellsTheTimeOfDayWhereItIsKnown) {
     EXPECT_FALSE(nlohmann::json::parse(EventLine("", 1, AnEvent(1))).contains("start_time"));
 }
 
-TEST(Report, AGapLineTellsWhyThereIsNothing) {
+TEST(JsonLines, AGapLineTellsWhyThereIsNothing) {
     const Video::Gap gap{12'345'678, 212'345'678, "the connection ended"};
     EXPECT_EQ(GapLine("", gap, std::nullopt),
               R"({"type":"gap","start":1.235,"end":21.235,"reason":"the connection ended"})");
@@ -94,7 +93,7 @@ TEST(Report, AGapLineTellsWhyThereIsNothing) {
               R"("end_time":"1970-01-01T00:00:21.235Z","reason":"the connection ended"})");
 }
 
-TEST(Report, AFileLineTellsWhenItBegan) {
+TEST(JsonLines, AFileLineTellsWhenItBegan) {
     const JobResult result{
         .clock = Video::StartTime{Video::ParseWallTime("2026-03-01T12:00:00Z").value(), Video::ClockSource::Container}};
     EXPECT_EQ(
@@ -103,56 +102,13 @@ TEST(Report, AFileLineTellsWhenItBegan) {
         R"("pictures":0,"seconds":0.0,"analysed":0,"events":0})");
 }
 
-TEST(Report, AFileLineTellsHowTheScanEnded) {
+TEST(JsonLines, AFileLineTellsHowTheScanEnded) {
     const Video::Tally tally{.pictures = 12, .analysed = 6, .length = 12'000'000, .elapsed = 1, .events = 2};
     EXPECT_EQ(FileLine("a.mp4", {.tally = tally}),
               R"({"type":"file","file":"a.mp4","status":"complete","pictures":12,"seconds":1.2,"analysed":6,"events":2})");
     EXPECT_EQ(FileLine("a.mp4", {.health = Health::Damaged, .trouble = "why", .tally = tally}),
               R"({"type":"file","file":"a.mp4","status":"damaged","reason":"why","pictures":12,"seconds":1.2,"analysed":6,)"
               R"("events":2})");
-}
-
-TEST(Report, TheExitCodeTellsMotionNoneAndFailureApart) {
-    EXPECT_EQ(CodeOf({.tally = {.events = 1}}), Video::exitComplete);
-    EXPECT_EQ(CodeOf({}), Video::exitNothing);
-    EXPECT_EQ(CodeOf({.health = Health::Damaged, .tally = {.events = 1}}), Video::exitFailed);
-    EXPECT_EQ(CodeOf({.health = Health::Unwritten, .code = Video::exitUsage}), Video::exitUsage);
-}
-
-TEST(Report, TheTallyNamesWhatWasDone) {
-    Video::Tally tally{.pictures = 795,
-                       .analysed = 398,
-                       .length = 795'000'000,
-                       .elapsed = 2,
-                       .events = 1,
-                       .dropped = 0,
-                       .grid = {768, 576, 4, 192, 144}};
-    EXPECT_EQ(TallyText(tally), "795 pictures (79.5 s), 398 analysed on 192x144 blocks of 4 pixels; 1 event; "
-                                "took 2.0 s, 39.8 x real time");
-    tally.events = 2;
-    tally.dropped = 3;
-    EXPECT_NE(TallyText(tally).find("; 2 events (3 too short);"), std::string::npos);
-    tally.gaps = 1;
-    tally.droppedPackets = 12;
-    EXPECT_NE(TallyText(tally).find("; 1 gap; 12 packets dropped, the scan was too slow; took"), std::string::npos);
-}
-
-TEST(Report, ProgressTellsWhatIsLeft) {
-    const Video::Tally tally{.pictures = 1, .analysed = 1, .length = 600'000'000, .elapsed = 4, .events = 1};
-    EXPECT_EQ(ProgressText(0.25, 3725.4, tally), " 25 %  60.0 s  15.0 x  1 event  1:02:05 left");
-    EXPECT_EQ(ProgressText(0.25, -1, tally), " 25 %  60.0 s  15.0 x  1 event");
-    EXPECT_EQ(ProgressLine(0.25, 12, tally),
-              R"({"type":"progress","done":0.25,"seconds":60.0,"elapsed":4.0,"speed":15.0,"left":12.0,"events":1})");
-    EXPECT_NE(ProgressLine(0, -1, {}).find(R"("left":null)"), std::string::npos);
-}
-
-TEST(Report, AnEmptyTallyDividesByNothing) {
-    EXPECT_EQ(TallyText(Video::Tally{}), "0 pictures (0.0 s), 0 analysed; 0 events; took 0.0 s, 0.0 x real time");
-}
-
-TEST(Report, DamageNamesThePlaceAndTheCount) {
-    EXPECT_EQ(DamageText({1, "bad data", 124'000'000}), "damaged near 12.4 s: bad data");
-    EXPECT_EQ(DamageText({7, "bad data", 0}), "damaged near 0.0 s: bad data (first of 7 errors)");
 }
 
 }  // namespace

@@ -1,0 +1,26 @@
+// What is an end called, and which exit code does it make?
+#include "results/JobResult.h"
+
+#include "video/base/Failure.h"
+
+namespace Scan {
+
+const char* NameOf(Health health) {
+    switch (health) {
+        case Health::Whole: return "complete";
+        case Health::Damaged: return "damaged";
+        case Health::Unreadable: return "unreadable";
+        case Health::Interrupted: return "interrupted";
+        case Health::Unwritten: return "unwritten";
+    }
+    return "";
+}
+
+Video::ExitCode CodeOf(const JobResult& result) {
+    if (result.health != Health::Whole) {
+        return result.code == Video::exitComplete ? Video::exitFailed : result.code;
+    }
+    return result.tally.events > 0 ? Video::exitComplete : Video::exitNothing;
+}
+
+}  // namespace Scan

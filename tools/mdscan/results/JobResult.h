@@ -1,0 +1,35 @@
+// How did the scan of one input end?
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "video/base/Failure.h"
+#include "video/base/Tally.h"
+#include "video/time/WallClock.h"
+
+namespace Scan {
+
+enum class Health {
+    Whole,        // scanned from start to end
+    Damaged,      // scanned as far as it goes
+    Unreadable,   // not scanned at all
+    Interrupted,  // scanned until the user had enough
+    Unwritten     // a result could not be written
+};
+
+struct JobResult {
+    Health health = Health::Whole;
+    Video::ExitCode code = Video::exitComplete;  // when a failure named one
+    std::string trouble = "";                    // one line; empty where Whole
+    Video::Tally tally = {};
+    std::optional<Video::StartTime> clock = {};  // absent: not known
+};
+
+// "complete", "damaged", "unreadable", "interrupted"; what a file's line calls it.
+const char* NameOf(Health health);
+
+// Exit code for a scan of this one input.
+Video::ExitCode CodeOf(const JobResult& result);
+
+}  // namespace Scan

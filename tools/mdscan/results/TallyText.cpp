@@ -1,0 +1,87 @@
+// How are counts and lengths worded?
+#include "results/TallyText.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+#include "results/JobResult.h"
+#include "video/base/Damage.h"
+#include "video/base/Tally.h"
+#include "video/time/TickTime.h"
+
+namespace Scan {
+
+namespace {
+
+template <typename... Values>
+std::string Text(const char* format, Values... values) {
+    std::array<char, 256> line = {};
+    std::snprintf(line.data(), line.size(), format, values...);
+    return line.data();
+}
+
+}  // namespace
+
+std::string ResultText(const JobResult& result) {
+    if (result.tally.elapsed == 0) {
+        return result.trouble;  // it was not even opened
+    }
+    return (result.trouble.empty() ? "" : result.trouble + "; ") + TallyText(result.tally);
+}
+
+std::string TallyText(const Video::Tally& tally) {
+    std::string text = Text("%lld pictures (%.1f s), %lld analysed", static_cast<long long>(tally.pictures),
+                            Video::ToSeconds(tally.length), static_cast<long long>(tally.analysed));
+    if (tally.analysed > 0) {
+        text += Text(" on %dx%d blocks of %d pixels", tally.grid.columns, tally.grid.rows, tally.grid.blockSize);
+    }
+    if (tally.groups.groups > 0) {
+        text += Text("; decoded %d of %d groups", tally.groups.decoded, tally.groups.groups);
+        if (tally.groups.tooLong > 0) {
+            text += Text(", %d because keyframes lie up to %.1f s apart", tally.groups.tooLong,
+                         Video::ToSeconds(tally.groups.longest));
+        }
+    }
+    text += Text("; %d event%s", tally.events, tally.events == 1 ? "" : "s");
+    if (tally.dropped > 0) {
+        text += Text(" (%d too short)", tally.dropped);
+    }
+    if (tally.gaps > 0) {
+        text += Text("; %d gap%s", tally.gaps, tally.gaps == 1 ? "" : "s");
+    }
+    if (tally.droppedPackets > 0) {
+        text += Text("; %lld packets dropped, the scan was too slow", static_cast<long long>(tally.droppedPackets));
+    }
+    return text + Text("; took %.1f s, %.1f x real time", tally.elapsed, Video::SpeedOf(tally));
+}
+
+std::string SumText(const Video::Tally& tally, Video::Ticks recalled) {
+    const double speed = tally.elapsed > 0 ? Video::ToSeconds(tally.length - recalled) / tally.elapsed : 0;
+    return Text("%d event%s in %.1f s of video; took %.1f s, %.1f x real time", tally.events, tally.events == 1 ? "" : "s",
+                Video::ToSeconds(tally.length), tally.elapsed, speed);
+}
+
+void PrintLastLine(const std::string& subject, const std::string& text) {
+    std::string line = "mdscan: " + (subject.empty() ? text : subject + ": " + text);
+    std::replace_if(
+        line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
+    std::fprintf(stderr, "%s\n", line.c_str());
+}
+
+std::string ProgressText(double done, double left, const Video::Tally& tally) {
+    std::string text = Text("%3.0f %%  %.1f s  %.1f x  %d event%s", done * 100, Video::ToSeconds(tally.length),
+                            Video::SpeedOf(tally), tally.events, tally.events == 1 ? "" : "s");
+    if (left >= 0) {
+        const auto seconds = static_cast<long long>(left + 0.5);
+        text += Text("  %lld:%02lld:%02lld left", seconds / 3600, seconds / 60 % 60, seconds % 60);
+    }
+    return text;
+}
+
+std::string DamageText(const Video::Damage& damage) {
+    const std::string more = damage.count > 1 ? Text(" (first of %d errors)", damage.count) : "";
+    return Text("damaged near %.1f s: ", Video::ToSeconds(damage.time)) + damage.what + more;
+}
+
+}  // namespace Scan
