@@ -1,4 +1,4 @@
-// How does a live source become a row of pictures?  Members of Decoder: packets come from LiveSource, times from LiveClock,
+// How does a live source become a row of pictures?  Members of Decoder: packets come from LiveReader, times from LiveClock,
 // and where packets are missing, the decoder begins anew.
 #include <algorithm>
 #include <chrono>
@@ -10,7 +10,7 @@
 #include "video/media/Connection.h"
 #include "video/media/Decoder.h"
 #include "video/media/Libav.h"
-#include "video/media/LiveSource.h"
+#include "video/media/LiveReader.h"
 #include "video/time/TickTime.h"
 #include "video/time/WallClock.h"
 

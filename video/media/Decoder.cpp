@@ -25,11 +25,11 @@ extern "C" {
 #include "video/base/Interruption.h"
 #include "video/base/LiveName.h"
 #include "video/media/Connection.h"
-#include "video/media/LeftOut.h"
+#include "video/media/NonReferenceDiscard.h"
 #include "video/media/Libav.h"
-#include "video/media/LiveSource.h"
+#include "video/media/LiveReader.h"
 #include "video/media/PacketListener.h"
-#include "video/media/PictureGroups.h"
+#include "video/time/GopStarts.h"
 #include "video/media/PipeReader.h"
 #include "video/time/TickTime.h"
 #include "video/time/WallClock.h"
@@ -138,7 +138,7 @@ void Decoder::OpenRemoteInput(const std::string& url) {
     }
     Connection connection = FindVideo(std::move(input));
     _facts = connection.facts;
-    _live = std::make_unique<LiveSource>(url, limits, std::move(_patience), std::move(connection));
+    _live = std::make_unique<LiveReader>(url, limits, std::move(_patience), std::move(connection));
 }
 
 // Of a download, as long as FFmpeg may try to take it up again.
@@ -184,7 +184,7 @@ void Decoder::OpenCodec() {
 }
 
 // Whether a picture is referred to is for the decoder to know; these tell it truly, whatever the encoder.
-void Decoder::LeaveOutUnless(LeftOut::Needed needed) {
+void Decoder::LeaveOutUnless(NonReferenceDiscard::Needed needed) {
     if (_live) {  // may stall or break at any time
         return;
     }
@@ -193,7 +193,7 @@ void Decoder::LeaveOutUnless(LeftOut::Needed needed) {
     const bool tells = codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_MPEG4 || codec == AV_CODEC_ID_MPEG2VIDEO ||
                        codec == AV_CODEC_ID_MPEG1VIDEO;
     if (tells && (order == AV_FIELD_PROGRESSIVE || order == AV_FIELD_UNKNOWN)) {  // a packet may hold a single field
-        _leftOut.emplace(std::move(needed));
+        _discard.emplace(std::move(needed));
     }
 }
 
@@ -242,8 +242,8 @@ bool Decoder::Next() {
             return true;
         }
     }
-    if (_leftOut) {
-        CountLeftOut(_leftOut->Rest());
+    if (_discard) {
+        CountLeftOut(_discard->DiscardedAtEnd());
     }
     _time = std::max(_time, _reached);
     CheckEnd();
@@ -292,7 +292,7 @@ void Decoder::Feed() {
 // Does the packet belong to what is not decoded?  Asks for every group that begins.
 bool Decoder::IsPassedBy(const AVPacket& packet, std::int64_t number) {
     const std::optional<Ticks> time = TicksOf(packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts, _facts->timeBase);
-    const bool begins = (packet.flags & AV_PKT_FLAG_KEY) != 0 && time && _groups.Begins(*time);
+    const bool begins = (packet.flags & AV_PKT_FLAG_KEY) != 0 && time && _gops.Begins(*time);
     if (begins && _standIn) {
         _instead = _standIn(*time);
         _unanchored = _unanchored || (_passing && !_instead);
@@ -318,10 +318,10 @@ void Decoder::ChooseDiscard(const AVPacket& packet) {
     const bool cutAway = (packet.flags & AV_PKT_FLAG_DISCARD) != 0;  // by a list of edits: never shown, never counted
     const std::optional<Ticks> decoded = TicksOf(packet.dts, _facts->timeBase);
     bool may = false;
-    if (_leftOut && (cutAway || _unanchored)) {  // which ones will be asked for, the first one shown tells
-        _leftOut->Pass(decoded);
-    } else if (_leftOut) {
-        may = _leftOut->May(TicksOf(packet.pts, _facts->timeBase), decoded, _later);
+    if (_discard && (cutAway || _unanchored)) {  // which ones will be asked for, the first one shown tells
+        _discard->Pass(decoded);
+    } else if (_discard) {
+        may = _discard->MayDiscard(TicksOf(packet.pts, _facts->timeBase), decoded, _later);
     }
     _codec->skip_frame = may ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
 }
@@ -332,8 +332,8 @@ void Decoder::Send(const AVPacket& packet) {
     }
     const std::int64_t number = _packets++;
     if (!_live && IsPassedBy(packet, number)) {
-        if (_leftOut) {
-            _leftOut->Pass(TicksOf(packet.dts, _facts->timeBase));
+        if (_discard) {
+            _discard->Pass(TicksOf(packet.dts, _facts->timeBase));
         }
         return;
     }
@@ -374,8 +374,8 @@ void Decoder::AcceptFrame() {
     _failuresInARow = 0;
     _unanchored = _unanchored && _passing;
     const std::optional<Ticks> presented = Presented();
-    if (_leftOut && presented) {
-        CountLeftOut(_leftOut->Before(*presented));
+    if (_discard && presented) {
+        CountLeftOut(_discard->DiscardedBefore(*presented));
     }
     if (_live) {
         AcceptLiveFrame();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -10,11 +11,11 @@
 #include "video/base/Damage.h"
 #include "video/base/Gap.h"
 #include "video/media/Connection.h"
-#include "video/media/LeftOut.h"
+#include "video/media/NonReferenceDiscard.h"
 #include "video/media/Libav.h"
-#include "video/media/LiveSource.h"
+#include "video/media/LiveReader.h"
 #include "video/media/PacketListener.h"
-#include "video/media/PictureGroups.h"
+#include "video/time/GopStarts.h"
 #include "video/media/PipeReader.h"
 #include "video/time/Clock.h"
 #include "video/time/LiveClock.h"
@@ -23,6 +24,9 @@
 #include "video/time/WallClock.h"
 
 namespace Video {
+
+// The picture to show instead of the GOP that begins at this time of the file; null: the GOP is to be decoded.
+using StandIn = std::function<FramePointer(Ticks time)>;
 
 class Decoder {
 public:
@@ -44,7 +48,7 @@ public:
 
     // From now on, pictures that are not needed and that no other picture refers to may be left out of Next; all else is as
     // if they had been shown. Where that is not known beforehand, nothing is left out.
-    void LeaveOutUnless(LeftOut::Needed needed);
+    void LeaveOutUnless(NonReferenceDiscard::Needed needed);
 
     // From now on, the stream is taken apart into groups: of each, Next gives all pictures or the one to show instead.
     // Numbers become approximate.
@@ -128,8 +132,8 @@ private:
     std::optional<StartTime> _started;
     Ticks _time = 0;   // ticks
     Ticks _later = 0;  // ticks; _time of the newest picture, behind the file's time of it
-    std::optional<LeftOut> _leftOut;
-    PictureGroups _groups;
+    std::optional<NonReferenceDiscard> _discard;
+    GopStarts _gops;
     bool _startsOnly = false;    // of every group, the first picture is decoded
     StandIn _standIn;            // null: all groups are decoded
     FramePointer _instead;       // to be shown as soon as the decoder has no older picture
@@ -147,7 +151,7 @@ private:
     Damage _damage;
 
     // Of live sources.
-    std::unique_ptr<LiveSource> _live;
+    std::unique_ptr<LiveReader> _live;
     std::optional<LiveClock> _liveClock;
     std::optional<LivePacket> _pending;  // the first behind a hole, until the decoder is empty
     std::optional<Ticks> _liveOrigin;    // ticks of the steady clock; when the first packet came

@@ -18,6 +18,7 @@
 #include "video/media/Decoder.h"
 #include "video/media/Libav.h"
 #include "video/time/TickTime.h"
+#include "video/time/WallClock.h"
 
 namespace Scan {
 namespace {
@@ -361,6 +362,31 @@ TEST_F(ScanTest, IrregularTimesAreTheFilesOwn) {
     EXPECT_EQ(run.code, 0) << run.err;
     ASSERT_EQ(run.lines.size(), 1u) << run.err;
     ExpectTheSquare(run.lines[0], scene, 8);
+}
+
+TEST_F(ScanTest, TheProgramTellsSecondsTimesOfDayAndNumbers) {
+    const Video::SquareScene scene{.width = 160, .height = 120, .seconds = 6, .from = 3, .until = 4.8};
+    Video::WriteEncoded({scene}, {.codec = "mpeg4", .container = "mp4", .bFrames = 2, .created = "2019-05-04T08:00:00Z"},
+                        In("clip.mp4"));
+    const auto check = [](const json& event, const std::string& start) {
+        const Video::WallTicks zero = Video::ParseWallTime(start).value();
+        for (const std::string place : {"start", "end", "peak"}) {
+            const double seconds = event[place];
+            const std::int64_t number = event[place + "_frame"];
+            EXPECT_EQ(event[place + "_time"], Video::WallTimeText(zero + Video::FromSeconds(seconds)));
+            EXPECT_NEAR(seconds * 10, static_cast<double>(number), 0.001);
+        }
+        EXPECT_EQ(event["frame_exact"], true);
+    };
+    const Outcome several = Mdscan({In(""), "--pre-roll", "1"});
+    ASSERT_EQ(several.lines.size(), 2u) << several.err;
+    check(several.lines[0], "2019-05-04T08:00:00Z");
+    EXPECT_EQ(several.lines[1]["start_time"], "2019-05-04T08:00:00.000Z");
+    EXPECT_EQ(several.lines[1]["clock"], "container");
+    const Outcome given = Mdscan({In("clip.mp4"), "--start-time", "2021-01-01T01:00:00+01:00"});
+    ASSERT_EQ(given.lines.size(), 1u) << given.err;
+    check(given.lines[0], "2021-01-01T00:00:00Z");
+    EXPECT_EQ(Mdscan({In(""), "--start-time", "2021-01-01T00:00:00Z"}).code, 2) << "not of several";
 }
 
 }  // namespace

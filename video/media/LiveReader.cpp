@@ -1,8 +1,8 @@
-// How is a live source read?  Called by Decoder through LiveSource.h.
+// How is a live source read?
 //
 // The thread blocks in FFmpeg, whose waiting ends by Patience. Looking up a name cannot be interrupted at all: a thread that
 // is still at it when the source is no longer wanted is left to itself; what it shares stays until it has noticed.
-#include "video/media/LiveSource.h"
+#include "video/media/LiveReader.h"
 
 #include <algorithm>
 #include <chrono>
@@ -24,7 +24,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr Ticks longestGroup = 10 * oneSecond;              // without a complete picture: the source has none
+constexpr Ticks longestGop = 10 * oneSecond;                // without a keyframe: the source marks none
 constexpr auto cameraPause = std::chrono::milliseconds(5);  // between two questions to a camera
 constexpr auto longestFarewell = std::chrono::seconds(1);
 
@@ -42,7 +42,7 @@ std::string ReasonOf(int error) {
 
 }  // namespace
 
-struct LiveSource::Shared {
+struct LiveReader::Shared {
     std::string url;
     LiveLimits limits;
     std::unique_ptr<Patience> patience;
@@ -67,12 +67,12 @@ struct LiveSource::Shared {
 };
 
 // False: no longer wanted.
-bool LiveSource::Shared::Sleep(Ticks duration) {
+bool LiveReader::Shared::Sleep(Ticks duration) {
     std::unique_lock lock(mutex);
     return !changed.wait_for(lock, Duration(duration), [&] { return unwanted; });
 }
 
-void LiveSource::Shared::Run(Connection connection) {
+void LiveReader::Shared::Run(Connection connection) {
     for (;;) {
         const std::string reason = ReadAll(connection);
         connection = {};
@@ -98,7 +98,7 @@ void LiveSource::Shared::Run(Connection connection) {
     changed.notify_all();
 }
 
-std::optional<Connection> LiveSource::Shared::ConnectAnew() {
+std::optional<Connection> LiveReader::Shared::ConnectAnew() {
     for (Ticks wait = limits.firstWait; Sleep(wait); wait = std::min(2 * wait, limits.longestWait)) {
         try {
             patience->Allow(limits.silence);
@@ -112,11 +112,11 @@ std::optional<Connection> LiveSource::Shared::ConnectAnew() {
 }
 
 // Until it breaks; returns why.
-std::string LiveSource::Shared::ReadAll(Connection& connection) {
+std::string LiveReader::Shared::ReadAll(Connection& connection) {
     const Ticks opened = SteadyTicks(connection.opened), looked = Now();
     const AVRational timeBase = connection.stream->time_base;
     std::optional<Ticks> firstStamp;
-    bool complete = false;  // there was a complete picture
+    bool begun = false;  // there was a keyframe
     Ticks lastData = looked;
     for (;;) {
         LivePacket next{NewPacket(), 0, connection.facts};
@@ -140,8 +140,8 @@ std::string LiveSource::Shared::ReadAll(Connection& connection) {
         firstStamp = firstStamp ? firstStamp : stamped;
         const bool buffered = now - looked < oneSecond / 10 && stamped;
         next.arrival = buffered ? std::clamp(opened + (*stamped - *firstStamp), opened, now) : now;
-        complete = complete || (next.packet->flags & AV_PKT_FLAG_KEY) != 0 || now - opened > longestGroup;
-        if (complete) {
+        begun = begun || (next.packet->flags & AV_PKT_FLAG_KEY) != 0 || now - opened > longestGop;
+        if (begun) {
             Accept(std::move(next));
         }
         const std::lock_guard lock(mutex);
@@ -151,7 +151,7 @@ std::string LiveSource::Shared::ReadAll(Connection& connection) {
     }
 }
 
-void LiveSource::Shared::Accept(LivePacket packet) {
+void LiveReader::Shared::Accept(LivePacket packet) {
     const std::lock_guard lock(mutex);
     const auto size = static_cast<std::size_t>(std::max(0, packet.packet->size));
     const bool late = !queue.empty() && packet.arrival - queue.front().arrival > limits.mostDelay;
@@ -165,8 +165,8 @@ void LiveSource::Shared::Accept(LivePacket packet) {
         queue.clear();
         bytes = 0;
     }
-    const bool complete = (packet.packet->flags & AV_PKT_FLAG_KEY) != 0 || packet.arrival - droppingSince > longestGroup;
-    if (droppedInARow > 0 && !complete) {
+    const bool begins = (packet.packet->flags & AV_PKT_FLAG_KEY) != 0 || packet.arrival - droppingSince > longestGop;
+    if (droppedInARow > 0 && !begins) {
         ++droppedInARow;
         ++dropped;
         return;
@@ -183,7 +183,7 @@ void LiveSource::Shared::Accept(LivePacket packet) {
     changed.notify_all();
 }
 
-LiveSource::LiveSource(const std::string& url, const LiveLimits& limits, std::unique_ptr<Patience> patience,
+LiveReader::LiveReader(const std::string& url, const LiveLimits& limits, std::unique_ptr<Patience> patience,
                        Connection first)
     : _shared(std::make_shared<Shared>()) {
     _shared->url = url;
@@ -193,7 +193,7 @@ LiveSource::LiveSource(const std::string& url, const LiveLimits& limits, std::un
     reader.detach();
 }
 
-LiveSource::~LiveSource() {
+LiveReader::~LiveReader() {
     std::unique_lock lock(_shared->mutex);
     _shared->unwanted = true;
     _shared->patience->End();
@@ -201,7 +201,7 @@ LiveSource::~LiveSource() {
     _shared->changed.wait_for(lock, longestFarewell, [&] { return _shared->over; });
 }
 
-std::optional<LivePacket> LiveSource::Take(Ticks longest) {
+std::optional<LivePacket> LiveReader::Take(Ticks longest) {
     std::unique_lock lock(_shared->mutex);
     _shared->changed.wait_for(lock, Duration(longest), [&] { return !_shared->queue.empty() || _shared->over; });
     if (_shared->queue.empty()) {
@@ -213,17 +213,17 @@ std::optional<LivePacket> LiveSource::Take(Ticks longest) {
     return packet;
 }
 
-bool LiveSource::IsOver() const {
+bool LiveReader::IsOver() const {
     const std::lock_guard lock(_shared->mutex);
     return _shared->over && _shared->queue.empty();
 }
 
-std::string LiveSource::Trouble() const {
+std::string LiveReader::Trouble() const {
     const std::lock_guard lock(_shared->mutex);
     return _shared->queue.empty() ? _shared->trouble : "";
 }
 
-std::int64_t LiveSource::Dropped() const {
+std::int64_t LiveReader::Dropped() const {
     const std::lock_guard lock(_shared->mutex);
     return _shared->dropped;
 }

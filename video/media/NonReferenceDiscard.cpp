@@ -1,5 +1,5 @@
-// When is it safe not to decode?  Called by Decoder through LeftOut.h.
-#include "video/media/LeftOut.h"
+// When is it safe not to decode a picture, and which were not?
+#include "video/media/NonReferenceDiscard.h"
 
 #include <cstdlib>
 
@@ -14,7 +14,7 @@ constexpr Ticks roundings = 4;     // a distance may differ by 1 part of so many
 
 }  // namespace
 
-bool LeftOut::IsEven(std::optional<Ticks> decoded) {
+bool NonReferenceDiscard::IsEven(std::optional<Ticks> decoded) {
     const Ticks distance = decoded && _lastDecoded ? *decoded - *_lastDecoded : 0;
     const bool even = distance > 0 && std::abs(distance - _distance) < distance / roundings;
     _lastDecoded = decoded;
@@ -23,7 +23,7 @@ bool LeftOut::IsEven(std::optional<Ticks> decoded) {
     return _evenInARow >= evenForAWhile;
 }
 
-bool LeftOut::May(std::optional<Ticks> presented, std::optional<Ticks> decoded, Ticks later) {
+bool NonReferenceDiscard::MayDiscard(std::optional<Ticks> presented, std::optional<Ticks> decoded, Ticks later) {
     if (!IsEven(decoded) || !presented || _needed(*presented + later)) {
         return false;
     }
@@ -31,15 +31,15 @@ bool LeftOut::May(std::optional<Ticks> presented, std::optional<Ticks> decoded, 
     return true;
 }
 
-std::vector<Ticks> LeftOut::Before(Ticks presented) {
+std::vector<Ticks> NonReferenceDiscard::DiscardedBefore(Ticks presented) {
     const auto shown = _pending.lower_bound(presented);
-    const std::vector<Ticks> passed(_pending.begin(), shown);
+    const std::vector<Ticks> discarded(_pending.begin(), shown);
     _pending.erase(_pending.begin(), shown);
     _pending.erase(presented);  // others do refer to this one
-    return passed;
+    return discarded;
 }
 
-std::vector<Ticks> LeftOut::Rest() {
+std::vector<Ticks> NonReferenceDiscard::DiscardedAtEnd() {
     const std::vector<Ticks> rest(_pending.begin(), _pending.end());
     _pending.clear();
     return rest;

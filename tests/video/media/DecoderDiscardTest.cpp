@@ -1,4 +1,4 @@
-// Are pictures that nobody needs left out, and is all else as if they had been decoded?
+// Are pictures that nobody needs discarded, and is all else as if they had been decoded?
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -7,24 +7,24 @@
 #include <utility>
 #include <vector>
 
-#include "ScanFixture.h"
+#include "ClipFixture.h"
 #include "video/media/Decoder.h"
 #include "video/time/Cadence.h"
 #include "video/time/TickTime.h"
 
-namespace Scan {
+namespace Video {
 namespace {
 
 struct Shown {
-    std::vector<Video::Ticks> times;
+    std::vector<Ticks> times;
     std::vector<std::int64_t> numbers;
     std::int64_t pictures;
-    Video::Ticks end;
+    Ticks end;
     int damages;
     std::int64_t calls;  // of Next that gave a picture
 };
 
-Shown ShownBy(Video::Decoder& decoder, Video::Cadence& cadence) {
+Shown ShownBy(Decoder& decoder, Cadence& cadence) {
     Shown shown{};
     while (decoder.Next()) {
         ++shown.calls;
@@ -39,24 +39,24 @@ Shown ShownBy(Video::Decoder& decoder, Video::Cadence& cadence) {
     return shown;
 }
 
-class DecoderLeftOut : public ScanFixture {
+class DecoderDiscard : public ClipFixture {
 protected:
     // Ten seconds, 25 pictures a second.
-    void Write(const Video::Encoding& encoding) const {
-        Video::WriteEncoded({{.width = 64, .height = 48, .framesPerSecond = 25, .seconds = 10, .from = 2, .until = 8}},
-                            encoding, Path());
+    void Write(const Encoding& encoding) const {
+        WriteEncoded({{.width = 64, .height = 48, .framesPerSecond = 25, .seconds = 10, .from = 2, .until = 8}}, encoding,
+                     Path());
     }
     std::string Path() const { return In("clip"); }
 
     // How many pictures of the clip were not shown; what the scan sees is the same.
-    std::int64_t LeftOutOf(double rate) const {
-        Video::Decoder all(Path(), 1);
-        Video::Cadence cadence(rate, all.NominalInterval());
+    std::int64_t DiscardedOf(double rate) const {
+        Decoder all(Path(), 1);
+        Cadence cadence(rate, all.NominalInterval());
         const Shown expected = ShownBy(all, cadence);
 
-        Video::Decoder some(Path(), 1);
-        Video::Cadence sparing(rate, some.NominalInterval());
-        some.LeaveOutUnless([&](Video::Ticks time) { return sparing.MayTake(time); });
+        Decoder some(Path(), 1);
+        Cadence sparing(rate, some.NominalInterval());
+        some.LeaveOutUnless([&](Ticks time) { return sparing.MayTake(time); });
         const Shown seen = ShownBy(some, sparing);
         EXPECT_EQ(seen.times, expected.times);
         EXPECT_EQ(seen.numbers, expected.numbers);
@@ -68,43 +68,43 @@ protected:
     }
 };
 
-TEST_F(DecoderLeftOut, TwoOfThreePicturesMayGo) {
+TEST_F(DecoderDiscard, TwoOfThreePicturesMayGo) {
     for (const auto& [codec, container] :
          {std::pair{"mpeg4", "mp4"}, std::pair{"mpeg4", "matroska"}, std::pair{"mpeg2video", "mpegts"},
           std::pair{"libx264", "mp4"}, std::pair{"libx264", "mpegts"}}) {
-        if (!Video::HasEncoder(codec)) {
+        if (!HasEncoder(codec)) {
             continue;
         }
         SCOPED_TRACE(std::string(codec) + " in " + container);
         Write({.codec = codec, .container = container, .bFrames = 2});
-        EXPECT_GT(LeftOutOf(6), codec == std::string("libx264") ? 20 : 80);  // of 250; x264 chooses for itself
+        EXPECT_GT(DiscardedOf(6), codec == std::string("libx264") ? 20 : 80);  // of 250; x264 chooses for itself
     }
 }
 
-TEST_F(DecoderLeftOut, NothingIsWhereEveryPictureIsAnalysed) {
+TEST_F(DecoderDiscard, NothingIsWhereEveryPictureIsAnalysed) {
     Write({.codec = "mpeg4", .container = "mp4", .bFrames = 2});
-    EXPECT_EQ(LeftOutOf(0), 0);
-    EXPECT_EQ(LeftOutOf(25), 0);
+    EXPECT_EQ(DiscardedOf(0), 0);
+    EXPECT_EQ(DiscardedOf(25), 0);
 }
 
-TEST_F(DecoderLeftOut, NothingIsWhereAllAreReferredTo) {
+TEST_F(DecoderDiscard, NothingIsWhereAllAreReferredTo) {
     Write({.codec = "mpeg4", .container = "mp4", .bFrames = 0});
-    EXPECT_EQ(LeftOutOf(6), 0);
+    EXPECT_EQ(DiscardedOf(6), 0);
 }
 
-TEST_F(DecoderLeftOut, UnevenPicturesAreAllDecoded) {
+TEST_F(DecoderDiscard, UnevenPicturesAreAllDecoded) {
     Write({.codec = "mpeg4", .container = "matroska", .bFrames = 2, .time = [](int picture) {
                return picture + picture / 5;
            }});
-    EXPECT_EQ(LeftOutOf(6), 0);
+    EXPECT_EQ(DiscardedOf(6), 0);
 }
 
-TEST_F(DecoderLeftOut, AHoleInTheMiddleChangesNothing) {
+TEST_F(DecoderDiscard, AHoleInTheMiddleChangesNothing) {
     Write({.codec = "mpeg4", .container = "mp4", .bFrames = 2, .time = [](int picture) {
                return picture < 120 ? picture : picture + 13;
            }});
-    EXPECT_GT(LeftOutOf(6), 40);
+    EXPECT_GT(DiscardedOf(6), 40);
 }
 
 }  // namespace
-}  // namespace Scan
+}  // namespace Video

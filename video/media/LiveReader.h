@@ -1,6 +1,5 @@
 // What does a source send that does not wait for us?  Reads it in a thread of its own, connects anew when it breaks, and
-// keeps a few seconds of packets at most: when the scan cannot keep up, it goes on with the next complete picture. Decoder
-// takes the packets.
+// keeps a few seconds of packets at most: when the scan cannot keep up, it goes on with the next keyframe.
 #pragma once
 
 #include <memory>
@@ -29,15 +28,15 @@ struct LivePacket {
     std::string hole = "";                     // why packets before it are missing; empty: they are not
 };
 
-class LiveSource {
+class LiveReader {
 public:
     // first: a connection that was made with that patience.
-    LiveSource(const std::string& url, const LiveLimits& limits, std::unique_ptr<Patience> patience, Connection first);
+    LiveReader(const std::string& url, const LiveLimits& limits, std::unique_ptr<Patience> patience, Connection first);
 
     // Takes about a second at most.
-    ~LiveSource();
-    LiveSource(const LiveSource&) = delete;
-    LiveSource& operator=(const LiveSource&) = delete;
+    ~LiveReader();
+    LiveReader(const LiveReader&) = delete;
+    LiveReader& operator=(const LiveReader&) = delete;
 
     // The next packet; null when none came in time, or none will.
     std::optional<LivePacket> Take(Ticks longest);

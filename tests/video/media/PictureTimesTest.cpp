@@ -9,15 +9,15 @@
 #include <utility>
 #include <vector>
 
-#include "ScanFixture.h"
+#include "ClipFixture.h"
 #include "video/media/Decoder.h"
 #include "video/time/TickTime.h"
 #include "video/time/WallClock.h"
 
-namespace Scan {
+namespace Video {
 namespace {
 
-constexpr Video::Ticks tolerance = Video::oneSecond / 1000;  // Matroska counts milliseconds
+constexpr Ticks tolerance = oneSecond / 1000;  // Matroska counts milliseconds
 
 struct Shown {
     std::vector<double> times;  // seconds
@@ -26,14 +26,14 @@ struct Shown {
 };
 
 Shown ShownBy(const std::string& path) {
-    Video::Decoder decoder(path, 1);
+    Decoder decoder(path, 1);
     Shown shown;
-    std::vector<Video::Ticks> times;
+    std::vector<Ticks> times;
     while (decoder.Next()) {
         times.push_back(decoder.Time());
-        shown.times.push_back(Video::ToSeconds(decoder.Time()));
+        shown.times.push_back(ToSeconds(decoder.Time()));
     }
-    for (const Video::Ticks time : times) {  // asked afterwards: later pictures must not change it
+    for (const Ticks time : times) {  // asked afterwards: later pictures must not change it
         shown.numbers.push_back(decoder.Numbers().At(time));
         shown.exact.push_back(decoder.Numbers().IsExact(time));
     }
@@ -41,12 +41,12 @@ Shown ShownBy(const std::string& path) {
 }
 
 // Twenty pictures, ten a second.
-Video::SquareScene Tiny() { return {.width = 64, .height = 48, .seconds = 2, .from = 0, .until = 2}; }
+SquareScene Tiny() { return {.width = 64, .height = 48, .seconds = 2, .from = 0, .until = 2}; }
 
-class PictureTimes : public ScanFixture {
+class PictureTimes : public ClipFixture {
 protected:
-    std::string Clip(const Video::Encoding& encoding) const {
-        Video::WriteEncoded({Tiny()}, encoding, In("clip"));
+    std::string Clip(const Encoding& encoding) const {
+        WriteEncoded({Tiny()}, encoding, In("clip"));
         return In("clip");
     }
 };
@@ -56,7 +56,7 @@ void ExpectAllAt(const Shown& shown, int pictures, const std::function<double(in
     ASSERT_EQ(shown.times.size(), static_cast<std::size_t>(pictures));
     for (int i = 0; i < pictures; ++i) {
         const auto place = static_cast<std::size_t>(i);
-        EXPECT_NEAR(shown.times[place], tenths(i) / 10, Video::ToSeconds(tolerance)) << "picture " << i;
+        EXPECT_NEAR(shown.times[place], tenths(i) / 10, ToSeconds(tolerance)) << "picture " << i;
         EXPECT_EQ(shown.numbers[place], i);
         EXPECT_TRUE(shown.exact[place]) << "picture " << i;
     }
@@ -122,7 +122,7 @@ TEST_F(PictureTimes, JoinedRecordingsGoOn) {
     const Shown shown = ShownBy(In("twice.ts"));
     ASSERT_EQ(shown.times.size(), 40u);
     for (std::size_t i = 0; i < 40; ++i) {
-        EXPECT_NEAR(shown.times[i], static_cast<double>(i) / 10, Video::ToSeconds(tolerance));
+        EXPECT_NEAR(shown.times[i], static_cast<double>(i) / 10, ToSeconds(tolerance));
         EXPECT_EQ(shown.numbers[i], static_cast<std::int64_t>(i));
     }
     EXPECT_TRUE(shown.exact[15]);
@@ -130,9 +130,9 @@ TEST_F(PictureTimes, JoinedRecordingsGoOn) {
 }
 
 TEST_F(PictureTimes, BehindDamageNumbersAreApproximate) {
-    Video::SquareScene scene = Tiny();
+    SquareScene scene = Tiny();
     scene.seconds = 10;
-    Video::WriteEncoded({scene}, {.codec = "mpeg2video", .container = "mpegts", .groupSize = 5}, In("clip"));
+    WriteEncoded({scene}, {.codec = "mpeg2video", .container = "mpegts", .groupSize = 5}, In("clip"));
     Damage("clip", std::filesystem::file_size(In("clip")) / 2, 3000);
     const Shown shown = ShownBy(In("clip"));
     ASSERT_GT(shown.times.size(), 60u);
@@ -146,50 +146,23 @@ TEST_F(PictureTimes, BehindDamageNumbersAreApproximate) {
 }
 
 TEST_F(PictureTimes, TheContainerSaysWhenItBegan) {
-    const Video::Decoder decoder(Clip({.codec = "mpeg4", .container = "mp4", .created = "2019-05-04T08:00:00Z"}), 1);
+    const Decoder decoder(Clip({.codec = "mpeg4", .container = "mp4", .created = "2019-05-04T08:00:00Z"}), 1);
     ASSERT_TRUE(decoder.Started());
-    EXPECT_EQ(Video::WallTimeText(decoder.Started()->at), "2019-05-04T08:00:00.000Z");
-    EXPECT_EQ(decoder.Started()->source, Video::ClockSource::Container);
-    const Video::Decoder matroska(Clip({.codec = "ffv1", .container = "matroska", .created = "2019-05-04T08:00:00Z"}), 1);
+    EXPECT_EQ(WallTimeText(decoder.Started()->at), "2019-05-04T08:00:00.000Z");
+    EXPECT_EQ(decoder.Started()->source, ClockSource::Container);
+    const Decoder matroska(Clip({.codec = "ffv1", .container = "matroska", .created = "2019-05-04T08:00:00Z"}), 1);
     EXPECT_TRUE(matroska.Started());
 }
 
 TEST_F(PictureTimes, UnlikelyStartsAreNotTold) {
     for (const char* created : {"", "1970-01-01T00:00:01Z", "2100-01-01T00:00:00Z"}) {
-        EXPECT_FALSE(Video::Decoder(Clip({.codec = "mpeg4", .container = "mp4", .created = created}), 1).Started())
-            << created;
+        EXPECT_FALSE(Decoder(Clip({.codec = "mpeg4", .container = "mp4", .created = created}), 1).Started()) << created;
     }
-    Video::SquareScene longer = Tiny();
+    SquareScene longer = Tiny();
     longer.seconds = 30;
-    Video::WriteEncoded({longer}, {.codec = "mpeg4", .container = "mp4", .created = Video::WallTimeText(Video::WallNow())},
-                        In("end.mp4"));
-    EXPECT_FALSE(Video::Decoder(In("end.mp4"), 1).Started()) << "half a minute cannot have been recorded since";
-}
-
-TEST_F(PictureTimes, TheProgramTellsSecondsTimesOfDayAndNumbers) {
-    const Video::SquareScene scene{.width = 160, .height = 120, .seconds = 6, .from = 3, .until = 4.8};
-    Video::WriteEncoded({scene}, {.codec = "mpeg4", .container = "mp4", .bFrames = 2, .created = "2019-05-04T08:00:00Z"},
-                        In("clip.mp4"));
-    const auto check = [](const nlohmann::json& event, const std::string& start) {
-        const Video::WallTicks zero = Video::ParseWallTime(start).value();
-        for (const std::string place : {"start", "end", "peak"}) {
-            const double seconds = event[place];
-            const std::int64_t number = event[place + "_frame"];
-            EXPECT_EQ(event[place + "_time"], Video::WallTimeText(zero + Video::FromSeconds(seconds)));
-            EXPECT_NEAR(seconds * 10, static_cast<double>(number), 0.001);
-        }
-        EXPECT_EQ(event["frame_exact"], true);
-    };
-    const Outcome several = Mdscan({In(""), "--pre-roll", "1"});
-    ASSERT_EQ(several.lines.size(), 2u) << several.err;
-    check(several.lines[0], "2019-05-04T08:00:00Z");
-    EXPECT_EQ(several.lines[1]["start_time"], "2019-05-04T08:00:00.000Z");
-    EXPECT_EQ(several.lines[1]["clock"], "container");
-    const Outcome given = Mdscan({In("clip.mp4"), "--start-time", "2021-01-01T01:00:00+01:00"});
-    ASSERT_EQ(given.lines.size(), 1u) << given.err;
-    check(given.lines[0], "2021-01-01T00:00:00Z");
-    EXPECT_EQ(Mdscan({In(""), "--start-time", "2021-01-01T00:00:00Z"}).code, 2) << "not of several";
+    WriteEncoded({longer}, {.codec = "mpeg4", .container = "mp4", .created = WallTimeText(WallNow())}, In("end.mp4"));
+    EXPECT_FALSE(Decoder(In("end.mp4"), 1).Started()) << "half a minute cannot have been recorded since";
 }
 
 }  // namespace
-}  // namespace Scan
+}  // namespace Video

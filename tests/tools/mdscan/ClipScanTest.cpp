@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,11 +12,7 @@
 
 #include "ScanFixture.h"
 #include "StoredPictures.h"
-#include "video/base/Clip.h"
 #include "video/media/Libav.h"
-#include "video/pictures/Clips.h"
-#include "video/time/TickTime.h"
-#include "video/watch/Events.h"
 
 namespace Scan {
 namespace {
@@ -28,7 +23,7 @@ using nlohmann::json;
 const std::vector<Video::SquareScene> twoSquares = {{.width = 128, .height = 96, .seconds = 7, .from = 4, .until = 5.5},
                                                     {.width = 128, .height = 96, .seconds = 5, .from = 2.5, .until = 4}};
 
-class ClipsTest : public ScanFixture {
+class ClipScanTest : public ScanFixture {
 protected:
     Outcome Cut(const std::string& input, std::vector<std::string> options = {}) const {
         options.insert(options.end(), {"--clips", In("clips"), "--min-size", "0", "--block", "4", In(input)});
@@ -72,7 +67,7 @@ struct Kind {
     AVPixelFormat format = AV_PIX_FMT_YUV420P;
 };
 
-class EveryKindOfClip : public ClipsTest, public testing::WithParamInterface<Kind> {};
+class EveryKindOfClip : public ClipScanTest, public testing::WithParamInterface<Kind> {};
 
 TEST_P(EveryKindOfClip, IsTheInputFromAKeyframeOn) {
     const Kind& kind = GetParam();
@@ -100,9 +95,8 @@ std::string NameOf(const testing::TestParamInfo<Kind>& kind) {
     return std::string(kind.param.codec) + "_" + kind.param.container + "_" + std::to_string(kind.index);
 }
 
-// Groups of 50 reach from one event into the other. MPEG-2's groups are open: pictures behind a keyframe lean on the group
-// before.
-INSTANTIATE_TEST_SUITE_P(ClipsTest, EveryKindOfClip,
+// GOPs of 50 reach from one event into the other. MPEG-2's are open: pictures behind a keyframe lean on the GOP before.
+INSTANTIATE_TEST_SUITE_P(ClipScanTest, EveryKindOfClip,
                          testing::Values(Kind{"mpeg4", "mp4", ".mp4", 12, 0}, Kind{"mpeg4", "avi", ".mp4", 50, 0},
                                          Kind{"mpeg4", "avi", ".mp4", 12, 2}, Kind{"mpeg2video", "mpegts", ".mp4", 12, 2},
                                          Kind{"mpeg2video", "matroska", ".mp4", 50, 2},
@@ -112,9 +106,9 @@ INSTANTIATE_TEST_SUITE_P(ClipsTest, EveryKindOfClip,
                                          Kind{"libx264", "mpegts", ".mp4", 12, 2}),
                          NameOf);
 
-class ClipsOfAFastScan : public ClipsTest, public testing::WithParamInterface<Kind> {};
+class ClipsOfAFastScan : public ClipScanTest, public testing::WithParamInterface<Kind> {};
 
-// The rolls reach into groups that --fast passes by: of their packets, the first one's picture alone has been seen.
+// The rolls reach into GOPs that --fast skips: of their packets, the first one's picture alone has been seen.
 TEST_P(ClipsOfAFastScan, HoldWhatWasNotDecoded) {
     const Kind& kind = GetParam();
     if (!Video::HasEncoder(kind.codec)) {
@@ -141,13 +135,13 @@ TEST_P(ClipsOfAFastScan, HoldWhatWasNotDecoded) {
     EXPECT_LT(file["groups_decoded"], groups) << "and some of these lie at the beginning of the file";
 }
 
-INSTANTIATE_TEST_SUITE_P(ClipsTest, ClipsOfAFastScan,
+INSTANTIATE_TEST_SUITE_P(ClipScanTest, ClipsOfAFastScan,
                          testing::Values(Kind{"mpeg4", "mp4", ".mp4", 20, 0}, Kind{"mpeg4", "avi", ".mp4", 20, 0},
                                          Kind{"mpeg4", "matroska", ".mp4", 20, 2},
                                          Kind{"mpeg2video", "mpegts", ".mp4", 20, 2}, Kind{"libx264", "mp4", ".mp4", 20, 3}),
                          NameOf);
 
-TEST_F(ClipsTest, IrregularTimesAreKept) {
+TEST_F(ClipScanTest, IrregularTimesAreKept) {
     const auto time = [](int frame) { return std::int64_t{frame} * 10 + frame % 3 * 3; };
     std::vector<Video::SquareScene> scenes = twoSquares;
     for (Video::SquareScene& scene : scenes) {
@@ -165,7 +159,7 @@ TEST_F(ClipsTest, IrregularTimesAreKept) {
     }
 }
 
-TEST_F(ClipsTest, EventsAtBothEndsOfTheInputHaveClips) {
+TEST_F(ClipScanTest, EventsAtBothEndsOfTheInputHaveClips) {
     Video::WriteEncoded({{.width = 128, .height = 96, .seconds = 12, .from = 0, .until = 3},
                          {.width = 128, .height = 96, .seconds = 2, .from = 0, .until = 2}},
                         {.codec = "mpeg4", .container = "mp4", .groupSize = 25}, In("input"));
@@ -178,7 +172,7 @@ TEST_F(ClipsTest, EventsAtBothEndsOfTheInputHaveClips) {
     EXPECT_EQ(run.lines[1]["end"], 13.9);
 }
 
-TEST_F(ClipsTest, RotationAndAspectAreKept) {
+TEST_F(ClipScanTest, RotationAndAspectAreKept) {
     Video::WriteEncoded(twoSquares, {.codec = "mpeg4", .container = "mp4", .sampleAspect = {4, 3}, .rotation = 90},
                         In("input"));
     const Video::StoredPictures source = Video::ReadPictures(In("input"));
@@ -192,7 +186,7 @@ TEST_F(ClipsTest, RotationAndAspectAreKept) {
     }
 }
 
-TEST_F(ClipsTest, AChangeOfSizeEndsAClip) {
+TEST_F(ClipScanTest, AChangeOfSizeEndsAClip) {
     Video::SquareScene large = twoSquares[0];
     large.width = 256;
     large.height = 192;
@@ -208,7 +202,7 @@ TEST_F(ClipsTest, AChangeOfSizeEndsAClip) {
     EXPECT_EQ(Video::ReadPictures(run.lines[1]["clip"]).headerWidth, 256);
 }
 
-TEST_F(ClipsTest, APipeIsCutAsAFileIs) {
+TEST_F(ClipScanTest, APipeIsCutAsAFileIs) {
     Video::WriteEncoded(twoSquares, {.codec = "mpeg2video", .container = "mpegts", .bFrames = 2}, In("input"));
     const Outcome file = Cut("input", {"--merge-gap", "1"});
     ASSERT_EQ(file.lines.size(), 2u) << file.err;
@@ -222,7 +216,7 @@ TEST_F(ClipsTest, APipeIsCutAsAFileIs) {
     EXPECT_EQ(Read("clips/stdin-1.mp4"), content);
 }
 
-TEST_F(ClipsTest, ADroppedEventLeavesNoClip) {
+TEST_F(ClipScanTest, ADroppedEventLeavesNoClip) {
     Video::WriteEncoded(twoSquares, {.codec = "mpeg4", .container = "mp4"}, In("input"));
     const Outcome run = Cut("input", {"--merge-gap", "1", "--min-duration", "10"});
     EXPECT_EQ(run.code, 3) << run.err;
@@ -230,7 +224,7 @@ TEST_F(ClipsTest, ADroppedEventLeavesNoClip) {
     EXPECT_TRUE(std::filesystem::is_empty(In("clips")));
 }
 
-TEST_F(ClipsTest, AnInterruptionCompletesTheClip) {
+TEST_F(ClipScanTest, AnInterruptionCompletesTheClip) {
     const Video::SquareScene scene{.width = 128, .height = 96, .seconds = 30, .from = 6, .until = 29};
     Video::WriteEncoded({scene}, {.codec = "mpeg2video", .container = "mpegts"}, In("input"));
     const Outcome run = MdscanInterrupted({"--clips", In("clips"), "--min-size", "0", "--block", "4", "--frames"},
@@ -241,7 +235,7 @@ TEST_F(ClipsTest, AnInterruptionCompletesTheClip) {
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(In("clips")), {}), 1) << "more than the clip is left";
 }
 
-TEST_F(ClipsTest, InputsOfOneNameDoNotMeetAndResumingChangesNothing) {
+TEST_F(ClipScanTest, InputsOfOneNameDoNotMeetAndResumingChangesNothing) {
     for (const char* folder : {"a", "b"}) {
         std::filesystem::create_directories(In(folder));
         Video::WriteEncoded({twoSquares[0]}, {.codec = "mpeg4", .container = "mp4"}, In(std::string(folder) + "/door.mp4"));
@@ -256,7 +250,7 @@ TEST_F(ClipsTest, InputsOfOneNameDoNotMeetAndResumingChangesNothing) {
     ExpectClip(first.lines[2], Video::ReadPictures(In("b/door.mp4")), first.lines[2]["start"]);
 }
 
-TEST_F(ClipsTest, AFullDiskIsNamed) {
+TEST_F(ClipScanTest, AFullDiskIsNamed) {
     Video::WriteEncoded(twoSquares, {.codec = "rawvideo", .container = "avi"}, In("input"));
     const Outcome run =
         Mdscan({"--clips", In("clips"), "--min-size", "0", "--block", "4", In("input")}, {.largestFile = 50'000});
@@ -264,66 +258,6 @@ TEST_F(ClipsTest, AFullDiskIsNamed) {
     EXPECT_NE(run.err.find("cannot write " + In("clips/input-1.mkv")), std::string::npos) << run.err;
     EXPECT_EQ(run.ErrorLines(), 1) << run.err;
     EXPECT_TRUE(std::filesystem::is_empty(In("clips")));
-}
-
-int PacketsIn(const std::string& path) {
-    AVFormatContext* opened = nullptr;
-    EXPECT_EQ(avformat_open_input(&opened, ("file:" + path).c_str(), nullptr, nullptr), 0);
-    const Video::InputPointer input(opened);
-    const Video::PacketPointer packet = Video::NewPacket();
-    int count = 0;
-    for (; av_read_frame(opened, packet.get()) >= 0; ++count) {
-        av_packet_unref(packet.get());
-    }
-    return count;
-}
-
-// Twenty pictures, one a tenth of a second, a keyframe every five; with the twelfth packet, the stored format changes.
-TEST_F(ClipsTest, AStoredFormatThatChangesEndsTheClip) {
-    const Video::InputPointer described(avformat_alloc_context());
-    AVStream* stream = avformat_new_stream(described.get(), nullptr);
-    stream->time_base = {1, 10};
-    stream->codecpar->codec_type = AVMEDIA_TYPE_VIDEO;
-    stream->codecpar->codec_id = AV_CODEC_ID_FFV1;
-    std::filesystem::create_directories(In("clips"));
-    const Video::FramePointer picture = Video::NewFrame();
-    picture->width = 64;
-    picture->height = 48;
-
-    const Video::Ticks tenth = Video::oneSecond / 10;
-    Video::Clips clips(In("clips"), "a.mkv", false, 0, tenth);
-    clips.OnStream(*stream);
-    for (int i = 0; i < 20; ++i) {
-        const Video::PacketPointer packet = Video::NewPacket();
-        ASSERT_EQ(av_new_packet(packet.get(), 100), 0);
-        std::fill_n(packet->data, packet->size, std::uint8_t{1});
-        packet->flags = i % 5 == 0 ? AV_PKT_FLAG_KEY : 0;
-        packet->pts = packet->dts = i;
-        if (i == 12) {
-            *av_packet_new_side_data(packet.get(), AV_PKT_DATA_NEW_EXTRADATA, 1) = 1;
-        }
-        clips.OnPacket(*packet, i);
-        clips.OnPicture(*picture, i, i * tenth);
-        if (i >= 6 && i != 17) {
-            clips.Follow(Video::Span{(i < 17 ? 6 : 18) * tenth, i * tenth}, i < 17 ? 1 : 2);
-        } else if (i == 17) {
-            const std::optional<Video::Clip> clip = clips.Finish({6 * tenth, 16 * tenth}, 1);
-            ASSERT_TRUE(clip);
-            EXPECT_EQ(clip->start, 5 * tenth);
-            EXPECT_EQ(PacketsIn(clip->path), 7) << "5 to 11";
-        }
-    }
-    const std::optional<Video::Clip> second = clips.Finish({18 * tenth, 19 * tenth}, 2);
-    ASSERT_TRUE(second);
-    EXPECT_EQ(second->start, 15 * tenth);
-    EXPECT_EQ(PacketsIn(second->path), 5);
-
-    clips.OnStream(*stream);
-    const Video::PacketPointer packet = Video::NewPacket();
-    ASSERT_EQ(av_new_packet(packet.get(), 100), 0);
-    clips.OnPacket(*packet, 20);
-    clips.OnPicture(*picture, 20, 20 * tenth);
-    EXPECT_FALSE(clips.Finish({20 * tenth, 20 * tenth}, 3)) << "there is no keyframe";
 }
 
 }  // namespace
