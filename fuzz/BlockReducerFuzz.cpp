@@ -99,8 +99,8 @@ private:
 };
 
 // BT.601; the reducer's whole numbers stay within one level of it.
-void ClaimColor(const std::uint8_t* bgr, int y, int cb, int cr, Host::ColorRange range) {
-    const bool isFull = range == Host::ColorRange::Full;
+void ClaimColour(const std::uint8_t* bgr, int y, int cb, int cr, Host::ColourRange range) {
+    const bool isFull = range == Host::ColourRange::Full;
     const double luma = isFull ? y : (y - 16) * 255.0 / 219, scale = isFull ? 1 : 255.0 / 224;
     const double blue = luma + 1.772 * scale * (cb - 128), red = luma + 1.402 * scale * (cr - 128);
     const double green = luma - 0.344136 * scale * (cb - 128) - 0.714136 * scale * (cr - 128);
@@ -109,7 +109,7 @@ void ClaimColor(const std::uint8_t* bgr, int y, int cb, int cr, Host::ColorRange
     FUZZ_CLAIM(std::abs(std::clamp(red, 0.0, 255.0) - bgr[2]) <= 1);
 }
 
-void ClaimReduced(const Host::BlockReducer& reducer, const Picture& picture, Host::ColorRange range) {
+void ClaimReduced(const Host::BlockReducer& reducer, const Picture& picture, Host::ColourRange range) {
     const std::size_t blockCount = static_cast<std::size_t>(reducer.BlockCount());
     for (int row = 0; row < reducer.Rows(); ++row)
         for (int column = 0; column < reducer.Columns(); ++column) {
@@ -120,7 +120,7 @@ void ClaimReduced(const Host::BlockReducer& reducer, const Picture& picture, Hos
                 FUZZ_CLAIM(reduced[component] == picture.Mean(component, column, row));
             }
             const std::uint8_t* const pixels = reducer.Bgr() + row * static_cast<std::ptrdiff_t>(reducer.BgrStride());
-            ClaimColor(pixels + 3 * static_cast<std::ptrdiff_t>(column), reduced[0], reduced[1], reduced[2], range);
+            ClaimColour(pixels + 3 * static_cast<std::ptrdiff_t>(column), reduced[0], reduced[1], reduced[2], range);
         }
 }
 
@@ -136,7 +136,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     format.height = bytes.Between(1, 200);
     format.blockSize = bytes.Between(1, 64);
     const std::uint8_t shape = bytes.Byte();
-    format.range = shape & 1 ? Host::ColorRange::Full : Host::ColorRange::Limited;
+    format.range = shape & 1 ? Host::ColourRange::Full : Host::ColourRange::Limited;
     if (shape == 254) format.width = std::min(format.width * 47, Host::largestGridSize);    // wide and low
     if (shape == 255) format.height = std::min(format.height * 47, Host::largestGridSize);  // narrow and high
     if (shape == 254) format.height = 1 + format.height % 5;

@@ -5,7 +5,7 @@
 #include <cassert>
 #include <utility>
 
-#include "kernels/BlockColor.h"
+#include "kernels/BlockColour.h"
 
 namespace Host {
 namespace {
@@ -81,9 +81,9 @@ void BlockReducer::Reduce(const PictureView& picture) {
 }
 
 void BlockReducer::PaintBgr() {
-    Kernels::ColorBlocks(PlaneOfBlocks(0), PlaneOfBlocks(1), PlaneOfBlocks(2),
-                         _format.range == ColorRange::Full ? Kernels::fullRangeMatrix : Kernels::limitedRangeMatrix,
-                         _bgr.data(), _blockCount);
+    Kernels::ColourBlocks(PlaneOfBlocks(0), PlaneOfBlocks(1), PlaneOfBlocks(2),
+                          _format.range == ColourRange::Full ? Kernels::fullRangeMatrix : Kernels::limitedRangeMatrix,
+                          _bgr.data(), _blockCount);
 }
 
 void BlockReducer::ReducePlane(const PictureView& picture, std::size_t plane, const PlaneLayout& layout) {

@@ -28,7 +28,7 @@ enum class PixelFormat {
 };
 
 // What black and white are.  Matters to the BGR picture only: the means are the decoder's own values.
-enum class ColorRange {
+enum class ColourRange {
     Full,    // luma 0..255
     Limited  // luma 16..235, chroma 16..240: the usual video range
 };
@@ -38,7 +38,7 @@ struct PictureFormat {
     int height = 0;  // pixels, at least 1
     PixelFormat format = PixelFormat::Yuv420;
     int blockSize = 0;  // pixels along one side of a block, 1..64
-    ColorRange range = ColorRange::Limited;
+    ColourRange range = ColourRange::Limited;
 };
 
 // A decoded picture, borrowed.  As many planes count as the format has.

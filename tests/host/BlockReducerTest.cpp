@@ -12,10 +12,10 @@
 #include <vector>
 
 #include "GuardedBlocks.h"
-#include "kernels/BlockColor.h"
+#include "kernels/BlockColour.h"
 
 using Host::BlockReducer;
-using Host::ColorRange;
+using Host::ColourRange;
 using Host::PictureFormat;
 using Host::PictureView;
 using Host::PixelFormat;
@@ -226,7 +226,7 @@ TEST(BlockReducer, ComparisonNoticesPlantedFaults) {
 
 TEST(BlockReducer, BgrPictureShowsTheMeansInTheirRange) {
     std::mt19937 random(6);
-    for (const ColorRange range : {ColorRange::Full, ColorRange::Limited}) {
+    for (const ColourRange range : {ColourRange::Full, ColourRange::Limited}) {
         const PictureFormat size = {
             .width = 50, .height = 30, .format = PixelFormat::Yuv444, .blockSize = 4, .range = range};
         const Picture picture(size, 0, false, Filling::Random, GuardedSide::End, random);
@@ -236,7 +236,7 @@ TEST(BlockReducer, BgrPictureShowsTheMeansInTheirRange) {
                                 [](std::uint8_t value) { return value == 0; }));  // nobody asked for it yet
         reducer.PaintBgr();
         EXPECT_FALSE(FirstDifference(picture, reducer));  // the means are the decoder's own values in either range
-        const auto& matrix = range == ColorRange::Full ? Host::Kernels::fullRangeMatrix : Host::Kernels::limitedRangeMatrix;
+        const auto& matrix = range == ColourRange::Full ? Host::Kernels::fullRangeMatrix : Host::Kernels::limitedRangeMatrix;
         ASSERT_EQ(reducer.BgrStride(), 3 * 13);
         for (int row = 0; row < reducer.Rows(); ++row)
             for (int column = 0; column < reducer.Columns(); ++column) {

@@ -10,22 +10,22 @@ constexpr int gap = 4;  // pixels
 
 }  // namespace
 
-Panel::Panel(int width, int height, Color color)
+Panel::Panel(int width, int height, Colour colour)
     : _picture{width, height,
                std::vector<std::uint8_t>(3 * static_cast<std::size_t>(width) * static_cast<std::size_t>(height))} {
     for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x) Set(x, y, color);
+        for (int x = 0; x < width; ++x) Set(x, y, colour);
 }
 
-void Panel::Set(int x, int y, Color color) {
+void Panel::Set(int x, int y, Colour colour) {
     if (x < 0 || y < 0 || x >= Width() || y >= Height()) return;
     std::uint8_t* const pixel = _picture.pixels.data() + 3 * (static_cast<std::ptrdiff_t>(y) * Width() + x);
-    pixel[0] = color.blue;
-    pixel[1] = color.green;
-    pixel[2] = color.red;
+    pixel[0] = colour.blue;
+    pixel[1] = colour.green;
+    pixel[2] = colour.red;
 }
 
-Color Panel::Get(int x, int y) const {
+Colour Panel::Get(int x, int y) const {
     const std::uint8_t* const pixel = _picture.pixels.data() + 3 * (static_cast<std::ptrdiff_t>(y) * Width() + x);
     return {pixel[0], pixel[1], pixel[2]};
 }
@@ -47,10 +47,10 @@ Panel Panel::Enlarged(int factor, bool withLines) const {
     return large;
 }
 
-void Panel::DrawBox(Part outer, Color color) {
+void Panel::DrawBox(Part outer, Colour colour) {
     const int right = outer.left + outer.width - 1, bottom = outer.top + outer.height - 1;
-    for (int x = outer.left; x <= right; ++x) Set(x, outer.top, color), Set(x, bottom, color);
-    for (int y = outer.top; y <= bottom; ++y) Set(outer.left, y, color), Set(right, y, color);
+    for (int x = outer.left; x <= right; ++x) Set(x, outer.top, colour), Set(x, bottom, colour);
+    for (int y = outer.top; y <= bottom; ++y) Set(outer.left, y, colour), Set(right, y, colour);
 }
 
 void Panel::Paste(const Panel& panel, int left, int top) {

@@ -8,11 +8,11 @@
 
 namespace Figure {
 
-struct Color {
+struct Colour {
     std::uint8_t blue, green, red;
 };
 
-inline constexpr Color paper{255, 255, 255}, dark{48, 48, 48}, bright{235, 235, 235}, shadowed{200, 120, 40},
+inline constexpr Colour paper{255, 255, 255}, dark{48, 48, 48}, bright{235, 235, 235}, shadowed{200, 120, 40},
     line{110, 110, 110}, marked{40, 40, 230};
 
 // A part of a grid, in blocks or pixels, ends excluded.
@@ -23,20 +23,20 @@ struct Part {
 // A picture of one pixel per block, or of whatever else is shown.
 class Panel {
 public:
-    Panel(int width, int height, Color color = paper);
+    Panel(int width, int height, Colour colour = paper);
 
     int Width() const { return _picture.width; }
     int Height() const { return _picture.height; }
     const Video::BgrPicture& Picture() const { return _picture; }
 
     // Outside the panel nothing is drawn.
-    void Set(int x, int y, Color color);
-    Color Get(int x, int y) const;  // within the panel
+    void Set(int x, int y, Colour colour);
+    Colour Get(int x, int y) const;  // within the panel
 
     Panel Cut(Part part) const;
     // Every pixel becomes a square of `factor` pixels; with lines, its left and upper edge are drawn.
     Panel Enlarged(int factor, bool withLines = false) const;
-    void DrawBox(Part outer, Color color);  // its outline, one pixel wide
+    void DrawBox(Part outer, Colour colour);  // its outline, one pixel wide
     void Paste(const Panel& panel, int left, int top);
 
 private:

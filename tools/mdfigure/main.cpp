@@ -22,7 +22,7 @@
 
 namespace {
 
-using Figure::Color;
+using Figure::Colour;
 using Figure::Panel;
 
 // The scene of samples/crossing.mp4, before encoding.
@@ -89,9 +89,9 @@ public:
 
     Panel Background() { return FromBgr(_detector.Background().bgr); }
 
-    // color(value) of every block of a plane.
-    template <class Value, class ColorOf>
-    Panel FromPlane(const Value* plane, ColorOf colorOf) const {
+    // colour(value) of every block of a plane.
+    template <class Value, class ColourOf>
+    Panel FromPlane(const Value* plane, ColourOf colorOf) const {
         Panel panel(Columns(), Rows());
         for (int y = 0, i = 0; y < Rows(); ++y)
             for (int x = 0; x < Columns(); ++x, ++i) panel.Set(x, y, colorOf(plane[i]));
@@ -124,11 +124,11 @@ private:
     coremd::Detector _withShadows;
 };
 
-Color MaskColor(int value) { return value ? Figure::bright : Figure::dark; }
+Colour MaskColour(int value) { return value ? Figure::bright : Figure::dark; }
 
-Color GreyColor(std::uint8_t luma) { return {luma, luma, luma}; }
+Colour GreyColour(std::uint8_t luma) { return {luma, luma, luma}; }
 
-Color StateColor(std::uint8_t state) { return state == coremd::StateShadow ? Figure::shadowed : MaskColor(state); }
+Colour StateColour(std::uint8_t state) { return state == coremd::StateShadow ? Figure::shadowed : MaskColour(state); }
 
 // A part of a picture as it was decoded, and as the detector sees it.
 Panel DrawGrid(Watcher& watcher) {
@@ -148,9 +148,9 @@ Panel DrawAges(Watcher& watcher) {
         const MD::FrameStatistics& s = classes._frameStatistics;
         const unsigned char* const luma =
             s._frames + static_cast<std::ptrdiff_t>((s._position + 11 - age) % 11) * s._frameSize;
-        panels.push_back(watcher.FromPlane(luma, GreyColor).Cut(vanPart).Enlarged(4));
+        panels.push_back(watcher.FromPlane(luma, GreyColour).Cut(vanPart).Enlarged(4));
     }
-    panels.push_back(watcher.FromPlane(classes._isMotionPixel, MaskColor).Cut(vanPart).Enlarged(4));
+    panels.push_back(watcher.FromPlane(classes._isMotionPixel, MaskColour).Cut(vanPart).Enlarged(4));
     return Figure::Arrange(panels, 5);
 }
 
@@ -160,7 +160,7 @@ Panel DrawMasks(Watcher& watcher) {
     coremd::Detector& detector = watcher.Detector();
     MD::MotionDetector& classes = detector.Classes();
     constexpr int factor = 2;
-    Panel objects = watcher.FromPlane(classes._objectsMap, MaskColor).Enlarged(factor);
+    Panel objects = watcher.FromPlane(classes._objectsMap, MaskColour).Enlarged(factor);
     for (const coremd::Object& object : detector.Objects()) {
         const coremd::Box box = object.Bounds();
         objects.DrawBox({.left = factor * box.left - 1,
@@ -172,10 +172,10 @@ Panel DrawMasks(Watcher& watcher) {
     const unsigned char* const states = watcher.WithShadows().Classes()._zoneResultMap;
     const std::vector<Panel> panels{watcher.Blocks().Enlarged(factor),
                                     watcher.Background().Enlarged(factor),
-                                    watcher.FromPlane(classes._isMotionPixel, MaskColor).Enlarged(factor),
-                                    watcher.FromPlane(classes._isObject, MaskColor).Enlarged(factor),
+                                    watcher.FromPlane(classes._isMotionPixel, MaskColour).Enlarged(factor),
+                                    watcher.FromPlane(classes._isObject, MaskColour).Enlarged(factor),
                                     objects,
-                                    watcher.FromPlane(states, StateColor).Enlarged(factor)};
+                                    watcher.FromPlane(states, StateColour).Enlarged(factor)};
     return Figure::Arrange(panels, 3);
 }
 

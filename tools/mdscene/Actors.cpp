@@ -23,19 +23,19 @@ constexpr double shadowRight = 0.5, shadowDown = 0.17;
 
 constexpr double outside = 0.5;  // heights beyond the picture's edge, enough for the longest car with its shadow
 
-constexpr Color jackets[] = {ColorOfRgb(38, 52, 92),    ColorOfRgb(140, 40, 36), ColorOfRgb(40, 44, 42),
-                             ColorOfRgb(206, 198, 176), ColorOfRgb(44, 96, 66),  ColorOfRgb(196, 152, 44)};
-constexpr Color trousers[] = {ColorOfRgb(34, 38, 52), ColorOfRgb(62, 58, 54), ColorOfRgb(44, 62, 96),
-                              ColorOfRgb(24, 24, 26)};
-constexpr Color skins[] = {ColorOfRgb(208, 160, 132), ColorOfRgb(168, 118, 90), ColorOfRgb(104, 72, 56)};
-constexpr Color hairs[] = {ColorOfRgb(36, 28, 24), ColorOfRgb(96, 66, 40), ColorOfRgb(150, 140, 130)};
-constexpr Color bodies[] = {ColorOfRgb(168, 30, 32), ColorOfRgb(206, 208, 210), ColorOfRgb(34, 54, 104),
-                            ColorOfRgb(40, 42, 46),  ColorOfRgb(116, 126, 130), ColorOfRgb(40, 88, 62)};
-constexpr Color glassOfCars = ColorOfRgb(36, 44, 52), tyre = ColorOfRgb(24, 24, 25), hub = ColorOfRgb(142, 144, 146);
+constexpr Colour jackets[] = {ColourOfRgb(38, 52, 92),    ColourOfRgb(140, 40, 36), ColourOfRgb(40, 44, 42),
+                              ColourOfRgb(206, 198, 176), ColourOfRgb(44, 96, 66),  ColourOfRgb(196, 152, 44)};
+constexpr Colour trousers[] = {ColourOfRgb(34, 38, 52), ColourOfRgb(62, 58, 54), ColourOfRgb(44, 62, 96),
+                               ColourOfRgb(24, 24, 26)};
+constexpr Colour skins[] = {ColourOfRgb(208, 160, 132), ColourOfRgb(168, 118, 90), ColourOfRgb(104, 72, 56)};
+constexpr Colour hairs[] = {ColourOfRgb(36, 28, 24), ColourOfRgb(96, 66, 40), ColourOfRgb(150, 140, 130)};
+constexpr Colour bodies[] = {ColourOfRgb(168, 30, 32), ColourOfRgb(206, 208, 210), ColourOfRgb(34, 54, 104),
+                             ColourOfRgb(40, 42, 46),  ColourOfRgb(116, 126, 130), ColourOfRgb(40, 88, 62)};
+constexpr Colour glassOfCars = ColourOfRgb(36, 44, 52), tyre = ColourOfRgb(24, 24, 25), hub = ColourOfRgb(142, 144, 146);
 
 template <std::size_t count>
-Color AnyOf(const Color (&colors)[count], Random& random) {
-    return colors[random.Below(count)];
+Colour AnyOf(const Colour (&colours)[count], Random& random) {
+    return colours[random.Below(count)];
 }
 
 double Length(Point from, Point to) {
@@ -127,25 +127,25 @@ Shape ShadowOf(const Body& body, double left, double right, double up, double ra
     return {.corners = {a, b, {b.x + dx, b.y + dy}, {a.x + dx, a.y + dy}}, .radius = radius * body.metre};
 }
 
-void AddLimb(Figure& figure, const Body& body, Point from, Point joint, Point to, double radius, Color color) {
-    figure.parts.push_back({body.Outline({from, joint}, radius), color, color});
-    figure.parts.push_back({body.Outline({joint, to}, radius * 0.85), color, color});
+void AddLimb(Figure& figure, const Body& body, Point from, Point joint, Point to, double radius, Colour colour) {
+    figure.parts.push_back({body.Outline({from, joint}, radius), colour, colour});
+    figure.parts.push_back({body.Outline({joint, to}, radius * 0.85), colour, colour});
 }
 
 void DrawPerson(Figure& figure, const Body& body, const Actor& person, double metresWalked) {
     constexpr double stride = 1.45;  // metres of a double step
     const double cycle = metresWalked / stride, swing = Swing(cycle), rise = 0.02 * Swing(2 * cycle + 0.25);
     const Point hip = {0, 0.86 + rise}, shoulder = {0.02, 1.42 + rise}, head = {0.05, 1.62 + rise};
-    const Color shoe = ColorOfRgb(26, 24, 24), farSide = Scaled(person.lower, 0.75f), farArm = Scaled(person.upper, 0.7f);
-    const auto leg = [&](double phase, Color color) {
+    const Colour shoe = ColourOfRgb(26, 24, 24), farSide = Scaled(person.lower, 0.75f), farArm = Scaled(person.upper, 0.7f);
+    const auto leg = [&](double phase, Colour colour) {
         const double forward = Swing(phase), lift = std::max(0.0, 0.10 * Swing(phase + 0.25));
         const Point foot = {0.30 * forward, 0.07 + lift}, knee = {0.15 * forward + 0.06, 0.46 + lift / 2};
-        AddLimb(figure, body, hip, knee, foot, 0.085, color);
+        AddLimb(figure, body, hip, knee, foot, 0.085, colour);
         figure.parts.push_back({body.Outline({foot, {foot.x + 0.15, foot.y - 0.02}}, 0.05), shoe, shoe});
     };
-    const auto arm = [&](double forward, Color color) {
+    const auto arm = [&](double forward, Colour colour) {
         const Point hand = {0.24 * forward + 0.05, 0.86 + rise}, elbow = {0.10 * forward - 0.02, 1.14 + rise};
-        AddLimb(figure, body, shoulder, elbow, hand, 0.055, color);
+        AddLimb(figure, body, shoulder, elbow, hand, 0.055, colour);
         figure.parts.push_back({body.Outline({hand}, 0.05), person.skin, person.skin});
     };
     arm(swing, farArm);
@@ -162,8 +162,8 @@ void DrawPerson(Figure& figure, const Body& body, const Actor& person, double me
 }
 
 void DrawCar(Figure& figure, const Body& body, const Actor& car) {
-    const Color light = Scaled(car.upper, 1.18f), dark = Scaled(car.upper, 0.72f), black = Scaled(tyre, 0.8f);
-    const auto add = [&](std::initializer_list<Point> metres, double radius, Color top, Color bottom) {
+    const Colour light = Scaled(car.upper, 1.18f), dark = Scaled(car.upper, 0.72f), black = Scaled(tyre, 0.8f);
+    const auto add = [&](std::initializer_list<Point> metres, double radius, Colour top, Colour bottom) {
         figure.parts.push_back({body.Outline(metres, radius), top, bottom});
     };
     // Side view around the middle; the front is on the right.
@@ -183,8 +183,8 @@ void DrawCar(Figure& figure, const Body& body, const Actor& car) {
         add({{axle, 0.32}}, 0.31, tyre, tyre);
         add({{axle, 0.32}}, 0.18, hub, Scaled(hub, 0.8f));
     }
-    add({{1.95, 0.68}, {2.05, 0.64}}, 0.06, ColorOfRgb(236, 234, 214), ColorOfRgb(216, 214, 196));
-    add({{-2.04, 0.72}, {-2.0, 0.8}}, 0.055, ColorOfRgb(176, 24, 22), ColorOfRgb(140, 20, 20));
+    add({{1.95, 0.68}, {2.05, 0.64}}, 0.06, ColourOfRgb(236, 234, 214), ColourOfRgb(216, 214, 196));
+    add({{-2.04, 0.72}, {-2.0, 0.8}}, 0.055, ColourOfRgb(176, 24, 22), ColourOfRgb(140, 20, 20));
     figure.shadow = ShadowOf(body, -1.95, 1.95, car.isVan ? 1.6 : 1.15, 0.1);
 }
 

@@ -22,10 +22,10 @@ struct Actor {
     std::vector<Waypoint> path;  // at least two; outside the picture at both ends
     double pace = 1;             // metres per second where the path begins; persons swing their legs to it
     double size = 1;             // of the usual height
-    Color upper = {};            // jacket, or body of the car
-    Color lower = {};            // trousers
-    Color skin = {};
-    Color hair = {};
+    Colour upper = {};           // jacket, or body of the car
+    Colour lower = {};           // trousers
+    Colour skin = {};
+    Colour hair = {};
     bool isVan = false;
 
     double Start() const { return path.front().seconds; }
@@ -35,8 +35,8 @@ struct Actor {
 // A piece of an actor; the colour changes evenly from its top to its bottom.
 struct Part {
     Shape shape;
-    Color top;
-    Color bottom;
+    Colour top;
+    Colour bottom;
 };
 
 // An actor at one moment, in pixels.

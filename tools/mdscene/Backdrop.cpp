@@ -14,11 +14,11 @@ constexpr double skyline = 0.07, plinthTop = 0.40, frontBottom = 0.435;
 constexpr double centreLine = 0.77;  // of the road
 constexpr double treeFoot = 0.485, crownMiddle = 0.215, crownRadius = 0.15;
 
-constexpr Color sky = ColorOfRgb(196, 208, 222), plaster = ColorOfRgb(176, 158, 134), brick = ColorOfRgb(132, 92, 78);
-constexpr Color glass = ColorOfRgb(52, 62, 74), frame = ColorOfRgb(206, 204, 196), wood = ColorOfRgb(84, 60, 46);
-constexpr Color lawn = ColorOfRgb(84, 108, 58), slab = ColorOfRgb(158, 154, 148), kerb = ColorOfRgb(182, 180, 174);
-constexpr Color asphalt = ColorOfRgb(92, 92, 96), paint = ColorOfRgb(204, 204, 198), metal = ColorOfRgb(70, 76, 78);
-constexpr Color leaf = ColorOfRgb(62, 92, 40), bark = ColorOfRgb(82, 66, 52);
+constexpr Colour sky = ColourOfRgb(196, 208, 222), plaster = ColourOfRgb(176, 158, 134), brick = ColourOfRgb(132, 92, 78);
+constexpr Colour glass = ColourOfRgb(52, 62, 74), frame = ColourOfRgb(206, 204, 196), wood = ColourOfRgb(84, 60, 46);
+constexpr Colour lawn = ColourOfRgb(84, 108, 58), slab = ColourOfRgb(158, 154, 148), kerb = ColourOfRgb(182, 180, 174);
+constexpr Colour asphalt = ColourOfRgb(92, 92, 96), paint = ColourOfRgb(204, 204, 198), metal = ColourOfRgb(70, 76, 78);
+constexpr Colour leaf = ColourOfRgb(62, 92, 40), bark = ColourOfRgb(82, 66, 52);
 
 // Saw tooth: how far along its cell is a value?  0..1
 double PartOf(double value, double cell) {
@@ -29,9 +29,9 @@ double PartOf(double value, double cell) {
 bool IsBetween(double value, double low, double high) { return value >= low && value < high; }
 
 // Uneven brightness: coarse stains and fine grain.
-Color Rough(Color color, std::uint64_t seed, double x, double y, double stains, double grain) {
+Colour Rough(Colour colour, std::uint64_t seed, double x, double y, double stains, double grain) {
     const double coarse = Landscape(seed, x * 14, y * 26) - 0.5, fine = Landscape(seed + 1, x * 260, y * 260) - 0.5;
-    return Scaled(color, static_cast<float>(1 + stains * coarse + grain * fine));
+    return Scaled(colour, static_cast<float>(1 + stains * coarse + grain * fine));
 }
 
 double Squared(double value) { return value * value; }
@@ -47,11 +47,11 @@ Backdrop::Backdrop(int width, int height, std::uint64_t seed, double wind)
     constexpr int raster = 3;  // samples per pixel and direction
     for (int y = 0; y < height; ++y)
         for (int x = 0; x < width; ++x) {
-            Color sum = {0, 0, 0};
+            Colour sum = {0, 0, 0};
             for (int sample = 0; sample < raster * raster; ++sample) {
-                const Color color = ColorAt((x + (sample % raster + 0.5) / raster) / height,
-                                            (y + (sample / raster + 0.5) / raster) / height);
-                sum = {sum.y + color.y, sum.cb + color.cb, sum.cr + color.cr};
+                const Colour colour = ColourAt((x + (sample % raster + 0.5) / raster) / height,
+                                               (y + (sample / raster + 0.5) / raster) / height);
+                sum = {sum.y + colour.y, sum.cb + colour.cb, sum.cr + colour.cr};
             }
             constexpr float share = 1.0f / (raster * raster);
             _still.pixels[_still.IndexOf(x, y)] = {sum.y * share, sum.cb * share, sum.cr * share};
@@ -65,13 +65,13 @@ Backdrop::Backdrop(int width, int height, std::uint64_t seed, double wind)
         for (int x = _treeBox.left; x < _treeBox.right; ++x) _tree.push_back(TreeAt((x + 0.5) / height, (y + 0.5) / height));
 }
 
-Color Backdrop::ColorAt(double x, double y) const {
+Colour Backdrop::ColourAt(double x, double y) const {
     const double lampX = _width * 0.74;
     if (IsBetween(y, 0.13, 0.5) && IsBetween(x, lampX, lampX + 0.009)) return Scaled(metal, 1.2f);
     if (IsBetween(y, 0.115, 0.135) && IsBetween(x, lampX - 0.05, lampX + 0.012)) return metal;
     if (y < skyline) return Rough(sky, _seed, x * 0.3, y * 0.2, 0.10, 0);
     if (y < frontBottom) return FrontAt(x, y);
-    Color ground = GroundAt(x, y);
+    Colour ground = GroundAt(x, y);
     // The tree's own shadow, with light between the leaves.
     const double fromShadow = Squared((x - _treeX - 0.12) / 0.19) + Squared((y - 0.545) / 0.05);
     const double leaves = 0.35 + 0.65 * Landscape(_seed + 9, x * 40, y * 90);
@@ -80,13 +80,13 @@ Color Backdrop::ColorAt(double x, double y) const {
     return ground;
 }
 
-Color Backdrop::FrontAt(double x, double y) const {
+Colour Backdrop::FrontAt(double x, double y) const {
     if (y < skyline + 0.012) return Scaled(brick, 0.6f);  // eaves
     if (y >= plinthTop) return Rough(brick, _seed + 10, x, y, 0.2, 0.15);
 
     const double house = std::floor(x / 0.74), within = x - house * 0.74;
-    const Color wall = Scaled(Mix(plaster, brick, static_cast<float>(Landscape(_seed + 11, house, 0) * 0.7)),
-                              static_cast<float>(0.85 + 0.25 * Landscape(_seed + 12, house, 0)));
+    const Colour wall = Scaled(Mix(plaster, brick, static_cast<float>(Landscape(_seed + 11, house, 0) * 0.7)),
+                               static_cast<float>(0.85 + 0.25 * Landscape(_seed + 12, house, 0)));
     if (within < 0.008) return Scaled(wall, 0.7f);  // gap between houses
 
     const bool isDoor = IsBetween(within, 0.6, 0.685) && y > 0.268;
@@ -109,7 +109,7 @@ Color Backdrop::FrontAt(double x, double y) const {
     return Rough(wall, _seed + 15, x, y, 0.16, 0.12);
 }
 
-Color Backdrop::GroundAt(double x, double y) const {
+Colour Backdrop::GroundAt(double x, double y) const {
     const double fromMiddle = x - _width / 2;  // lines towards the horizon meet above the picture's middle
     if (y < farPavementTop) return Rough(lawn, _seed + 20, x * 2, y * 3, 0.35, 0.5);
     if (y < farPavementBottom || y >= nearPavementTop) {
@@ -117,7 +117,7 @@ Color Backdrop::GroundAt(double x, double y) const {
         const double column = std::floor(across), row = std::floor(along);
         const bool isJoint = across - column < 0.035 || along - row < 0.05;
         const double shade = 0.95 + 0.1 * Landscape(_seed + 21, column * 3, row * 3);  // every slab has its own
-        const Color stone = Scaled(slab, static_cast<float>(shade));
+        const Colour stone = Scaled(slab, static_cast<float>(shade));
         return isJoint ? Scaled(stone, 0.82f) : Rough(stone, _seed + 22, x, y, 0.12, 0.14);
     }
     if (y < roadTop || y >= roadBottom) return Scaled(kerb, y < roadTop + (roadTop - farPavementBottom) / 2 ? 1.0f : 0.9f);
@@ -171,11 +171,11 @@ void Backdrop::PaintTree(double seconds, Canvas& canvas) const {
                 return _tree[static_cast<std::size_t>((row + dy) * width + column + dx)];
             };
             const auto blend = [](const TreePixel& a, const TreePixel& b, float share) {
-                return TreePixel{Mix(a.color, b.color, share), a.cover + (b.cover - a.cover) * share};
+                return TreePixel{Mix(a.colour, b.colour, share), a.cover + (b.cover - a.cover) * share};
             };
             const TreePixel tree = blend(blend(at(0, 0), at(1, 0), partX), blend(at(0, 1), at(1, 1), partX), partY);
-            Color& pixel = canvas.pixels[canvas.IndexOf(x + _treeBox.left, y + _treeBox.top)];
-            pixel = Mix(pixel, tree.color, tree.cover);
+            Colour& pixel = canvas.pixels[canvas.IndexOf(x + _treeBox.left, y + _treeBox.top)];
+            pixel = Mix(pixel, tree.colour, tree.cover);
         }
 }
 

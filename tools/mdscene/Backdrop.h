@@ -27,13 +27,13 @@ public:
 
 private:
     struct TreePixel {
-        Color color;
+        Colour colour;
         float cover;  // 0..1
     };
 
-    Color ColorAt(double x, double y) const;
-    Color FrontAt(double x, double y) const;
-    Color GroundAt(double x, double y) const;
+    Colour ColourAt(double x, double y) const;
+    Colour FrontAt(double x, double y) const;
+    Colour GroundAt(double x, double y) const;
     TreePixel TreeAt(double x, double y) const;
     void PaintTree(double seconds, Canvas& canvas) const;
 

@@ -51,7 +51,7 @@ void PaintShadow(const Figure& figure, Canvas& canvas, Frame& frame, PixelBox& t
             const float strength = shadowStrength * static_cast<float>(CoverageOf(figure.shadow, x, y, softness));
             if (strength <= 0) continue;
             const std::size_t index = canvas.IndexOf(x, y);
-            const Color lit = canvas.pixels[index];
+            const Colour lit = canvas.pixels[index];
             // Shadows are lit by the sky alone: darker, a little duller.
             canvas.pixels[index] = Mix(Scaled(lit, 1 - strength), {Scaled(lit, 1 - strength).y, 128, 128}, strength * 0.3f);
             frame.mask[index] = maskShadow;
@@ -59,7 +59,7 @@ void PaintShadow(const Figure& figure, Canvas& canvas, Frame& frame, PixelBox& t
         }
 }
 
-Color ColorOfRow(const Part& part, const PixelBox& reach, int y) {
+Colour ColourOfRow(const Part& part, const PixelBox& reach, int y) {
     const float share = static_cast<float>(y - reach.top) / static_cast<float>(std::max(1, reach.bottom - reach.top - 1));
     return Mix(part.top, part.bottom, share);
 }
@@ -69,12 +69,12 @@ void PaintParts(const Figure& figure, Canvas& canvas, std::vector<float>& cover,
     for (const Part& part : figure.parts) {
         const PixelBox reach = ReachOf(part.shape, 1, canvas);
         for (int y = reach.top; y < reach.bottom; ++y) {
-            const Color color = ColorOfRow(part, reach, y);
+            const Colour colour = ColourOfRow(part, reach, y);
             for (int x = reach.left; x < reach.right; ++x) {
                 const float share = static_cast<float>(CoverageOf(part.shape, x, y, 1));
                 if (share <= 0) continue;
                 const std::size_t index = canvas.IndexOf(x, y);
-                canvas.pixels[index] = Mix(canvas.pixels[index], color, share);
+                canvas.pixels[index] = Mix(canvas.pixels[index], colour, share);
                 cover[index] = 1 - (1 - cover[index]) * (1 - share);
                 touched.Add(x, y);
             }

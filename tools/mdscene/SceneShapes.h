@@ -21,24 +21,26 @@ struct PixelBox {
 };
 
 // Video levels: luma 16..235, chroma around 128.
-struct Color {
+struct Colour {
     float y;
     float cb;
     float cr;
 };
 
-constexpr Color ColorOfRgb(int red, int green, int blue) {
+constexpr Colour ColourOfRgb(int red, int green, int blue) {
     const double r = red, g = green, b = blue;
     return {static_cast<float>(16 + 0.257 * r + 0.504 * g + 0.098 * b),
             static_cast<float>(128 - 0.148 * r - 0.291 * g + 0.439 * b),
             static_cast<float>(128 + 0.439 * r - 0.368 * g - 0.071 * b)};
 }
 
-constexpr Color Mix(Color from, Color to, float share) {
+constexpr Colour Mix(Colour from, Colour to, float share) {
     return {from.y + (to.y - from.y) * share, from.cb + (to.cb - from.cb) * share, from.cr + (to.cr - from.cr) * share};
 }
 
-constexpr Color Scaled(Color color, float brightness) { return {16 + (color.y - 16) * brightness, color.cb, color.cr}; }
+constexpr Colour Scaled(Colour colour, float brightness) {
+    return {16 + (colour.y - 16) * brightness, colour.cb, colour.cr};
+}
 
 // A picture in the making: one colour per pixel, row after row.
 struct Canvas {
@@ -53,7 +55,7 @@ struct Canvas {
 
     int width;
     int height;
-    std::vector<Color> pixels;
+    std::vector<Colour> pixels;
 };
 
 // All points within `radius` of the convex outline: one corner is a disc, two a capsule, more (in either turning

@@ -1,4 +1,4 @@
-// What is one block of the newest analysed frame?  Watcher tells, Overlay tints.
+// What is one block of the newest analysed frame?
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// How is an interruption remembered?  Called through Interruption.h.
+// How is an interruption remembered?
 #include "video/base/Interruption.h"
 
 #include <atomic>

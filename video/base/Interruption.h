@@ -1,4 +1,4 @@
-// Has the user had enough?  SIGINT and SIGTERM as a question that loops ask; used by main, Job and Batch.
+// Has the user had enough?  SIGINT and SIGTERM as a question that loops ask.
 #pragma once
 
 namespace Video {

@@ -1,4 +1,4 @@
-// Which protocols are known?  Called through LiveName.h.
+// Which protocols are known?
 #include "video/base/LiveName.h"
 
 #include <algorithm>

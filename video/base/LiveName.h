@@ -1,5 +1,4 @@
-// Does this name stand for a source on the network or a camera rather than a file?  Asked by Inputs, Decoder and whoever
-// prints names.
+// Does this name stand for a source on the network or a camera rather than a file?
 #pragma once
 
 #include <string>

@@ -8,7 +8,7 @@
 
 namespace Video {
 
-// What became of the groups of pictures of an input.
+// What became of the GOPs of an input.
 struct GroupTally {
     int groups = 0;     // 0: the input was not taken apart
     int decoded = 0;    // whole; of the others, the first picture only

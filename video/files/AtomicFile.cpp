@@ -1,4 +1,4 @@
-// How does a result come into being all at once?  Called by main and Overlay through AtomicFile.h.
+// How does a result come into being all at once?
 #include "video/files/AtomicFile.h"
 
 #include <cerrno>

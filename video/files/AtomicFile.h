@@ -1,5 +1,4 @@
-// Where does a result go while it is written?  Beside its place, under a passing name; the real name stands for a whole
-// file. Overlay, Job and main own one per file that the user asked for.
+// Where does a file go while it is written?  Beside its place, under a passing name; the real name stands for a whole file.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// Where does a growing text go until it is whole?  Called by ResultLines, CsvTable and HtmlPage through AtomicText.h.
+// Where does a growing text go until it is whole?
 #include "video/files/AtomicText.h"
 
 #include <cerrno>

@@ -1,4 +1,4 @@
-// How is a text of unknown length written, whole or not at all?  Results that grow while the scan runs: lines, table, page.
+// How is a text of unknown length written, whole or not at all?
 #pragma once
 
 #include <cstdio>

@@ -1,4 +1,4 @@
-// How does an input's name become that of a result?  Called through ResultName.h.
+// How does an input's name become that of a result?
 #include "video/files/OutputPath.h"
 
 #include <algorithm>

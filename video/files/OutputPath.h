@@ -1,4 +1,4 @@
-// What is a file called that belongs to an input, or to one of its events?  Thumbnails, clips, backgrounds and overlays are.
+// What is a file called that belongs to an input, or to one of its events?
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// How is a PNG file written?  Called by main through PngFile.h.
+// How is a PNG file written?
 #include "video/files/PngFile.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// How does a picture become a PNG file?  Used for the learned background, zones, heat maps and pages.
+// How does a picture become a PNG file?
 #pragma once
 
 #include <cstdint>

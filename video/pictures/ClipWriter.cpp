@@ -1,4 +1,4 @@
-// How is a container filled with packets of another?  Called by Clips through ClipWriter.h.
+// How is a container filled with packets of another?
 //
 // A packet's time is that of its picture as the scanner tells it, so that files with missing, doubled and broken times make
 // sound clips, and a time within the clip is the event's less the clip's start.

@@ -1,5 +1,4 @@
-// How do stored packets become a video of their own?  Writes one file without decoding or encoding anything; Clips makes one
-// per event.
+// How do stored packets become a video of their own?  Writes one file without decoding or encoding anything.
 #pragma once
 
 #include <cstdint>

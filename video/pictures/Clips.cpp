@@ -1,4 +1,4 @@
-// When does a clip begin, grow and end?  Called by Job and Decoder through Clips.h.
+// When does a clip begin, grow and end?
 //
 // An event shows itself when its first pictures have passed: packets are kept from a keyframe on that lies the pre-roll
 // back. Those of a running event are written at once, up to where it is known to reach: a long event needs no more memory

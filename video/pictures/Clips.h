@@ -1,5 +1,4 @@
-// What does an event look like in the video itself?  Cuts a clip of every event out of the stored packets while they pass
-// by; Job tells it of pictures and events, Decoder of packets.
+// What does an event look like in the video itself?  Cuts a clip of every event out of the stored packets while they come.
 #pragma once
 
 #include <cstdint>

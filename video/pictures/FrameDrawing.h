@@ -1,4 +1,4 @@
-// How is something drawn into a decoded picture?  Boxes, tints and labels in frames of YUV 4:2:0; Overlay draws with it.
+// How is something drawn into a decoded picture?  Boxes, tints and labels in frames of YUV 4:2:0.
 //
 // All of it takes pixels of the picture; what lies outside is cut off.
 #pragma once
@@ -11,14 +11,14 @@
 
 namespace Video {
 
-struct Color {
+struct Colour {
     std::uint8_t y, cb, cr;
 };
 
-void Fill(AVFrame& frame, const Box& box, Color color);
+void Fill(AVFrame& frame, const Box& box, Colour colour);
 
 // Mixes the colour into what is there. percent: of the colour.
-void Tint(AVFrame& frame, const Box& box, Color color, int percent);
+void Tint(AVFrame& frame, const Box& box, Colour colour, int percent);
 
 // The outline of a box.
 void DrawBox(AVFrame& frame, const Box& box);

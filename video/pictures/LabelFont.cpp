@@ -1,4 +1,4 @@
-// Which dots make a letter?  Called by Label through LabelFont.h.
+// Which dots make a letter?
 //
 // Eight rows of five dots from top to bottom; the last one is for what reaches below the line.
 #include "video/pictures/LabelFont.h"

@@ -1,4 +1,4 @@
-// What do letters look like in a picture of few dots?  A font of its own, so that labels need no file; Label draws with it.
+// What do letters look like in a picture of few dots?  A font of its own, so that labels need no file.
 #pragma once
 
 namespace Video {

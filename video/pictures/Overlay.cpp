@@ -1,4 +1,4 @@
-// How is the video with what was found written?  Called by main through Overlay.h.
+// How is the video with what was found written?
 #include "video/pictures/Overlay.h"
 
 #include <algorithm>
@@ -31,8 +31,8 @@ namespace {
 // Fine enough for every usual frame rate, coarse enough for MPEG-4, which counts in 16 bits.
 constexpr AVRational timeBase = {1, 60000};
 
-constexpr Color objectTint = {160, 60, 190};  // orange: blocks that move
-constexpr Color shadowTint = {90, 190, 90};   // blue: blocks that are only darker
+constexpr Colour objectTint = {160, 60, 190};  // orange: blocks that move
+constexpr Colour shadowTint = {90, 190, 90};   // blue: blocks that are only darker
 constexpr int tintPercent = 40;
 
 Box Scaled(const Box& box, const AVFrame& from, const AVFrame& to) {

@@ -1,5 +1,4 @@
-// Are the boxes where the movement is?  Writes the video with what was found drawn into it, for people to look at; Job feeds
-// it every decoded picture.
+// Are the boxes where the movement is?  Writes the video with what was found drawn into it, for people to look at.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// How are packets kept, dated and let go?  Called by Clips through PacketRing.h.
+// How are packets kept, dated and let go?
 #include "video/pictures/PacketRing.h"
 
 #include <algorithm>

@@ -1,5 +1,4 @@
-// Which stored packets may a clip still need?  Those from a keyframe on, each with the time of its picture; Clips fills it
-// from what Decoder reads and decodes.
+// Which stored packets may a clip still need?  Those from a keyframe on, each with the time of its picture.
 //
 // Packets come in the order of decoding, pictures later and in the order of showing: a packet is settled once its picture
 // has come, or so many later ones that it will not.

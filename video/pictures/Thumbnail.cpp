@@ -1,4 +1,4 @@
-// How does a frame become a small JPEG file?  Called by Job through Thumbnail.h.
+// How does a frame become a small JPEG file?
 #include "video/pictures/Thumbnail.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// What did an event look like at its peak?  A small JPEG of one frame; Job writes one per event when asked to.
+// What did an event look like at its peak?  A small JPEG of one frame.
 #pragma once
 
 #include "video/files/AtomicFile.h"

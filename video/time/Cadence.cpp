@@ -1,4 +1,4 @@
-// How are pictures picked at an even distance?  Called by main through Cadence.h.
+// How are pictures picked at an even distance?
 #include "video/time/Cadence.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// Which pictures does the detector get to see?  Picks them out of the stream at the rate of analysis; used by main.
+// Which pictures does the detector get to see?  Picks them out of the stream at the rate of analysis.
 //
 // The change test looks 1, 2 and 4 analysed frames back, so the rate of analysis decides how slow a movement may be to
 // count. Pictures are picked at even distances wherever the stream has them: with 10 pictures a second and a rate of 6,

@@ -1,4 +1,4 @@
-// How are broken presentation times mended?  Called by Decoder through Clock.h.
+// How are broken presentation times mended?
 #include "video/time/Clock.h"
 
 #include <utility>

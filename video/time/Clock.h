@@ -1,7 +1,7 @@
 // What time is it in this picture?  Turns presentation times as the file gives them into times that only move forward.
 //
 // The detector forgets all it has learned when time runs backwards, and files give times that are missing, doubled, out of
-// order, or start anew where two recordings were joined. Decoder calls Next once per picture, in the order of output.
+// order, or start anew where two recordings were joined. Next is called once per picture, in presentation order.
 #pragma once
 
 #include <optional>

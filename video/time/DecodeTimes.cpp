@@ -1,4 +1,4 @@
-// How are decoding times chosen?  Called by ClipWriter through DecodeTimes.h.
+// How are decoding times chosen?
 //
 // The times at which pictures are shown, put in order and moved back by the delay, are as even as the video itself. Where
 // the stated delay is too short for that, the earliest picture that is still to come sets the limit.

@@ -1,5 +1,5 @@
 // When must a picture be decoded so that it can be shown in time?  Containers want a decoding time for every packet; made
-// from the times at which pictures are shown, given in the order of decoding. ClipWriter asks.
+// from the times at which pictures are shown, given in the order of decoding.
 //
 // Pure: values in, values out.
 #pragma once

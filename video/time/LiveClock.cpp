@@ -1,4 +1,4 @@
-// How are stamps and arrivals brought together?  Called by Decoder through LiveClock.h.
+// How are stamps and arrivals brought together?
 #include "video/time/LiveClock.h"
 
 #include <algorithm>

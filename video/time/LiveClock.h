@@ -1,5 +1,5 @@
 // What time is it in this picture of a live source?  Its own stamps tell how far pictures lie apart; when every connection
-// began is told by this machine's clock, for stamps may start anew with each. Decoder calls Next once per picture.
+// began is told by this machine's clock, for stamps may start anew with each. Next is called once per picture.
 //
 // Pure: the arrival times are handed in.
 #pragma once

@@ -1,4 +1,4 @@
-// How are pictures counted by their times?  Called through PictureNumbers.h.
+// How are pictures counted by their times?
 #include "video/time/PictureNumbers.h"
 
 #include <algorithm>

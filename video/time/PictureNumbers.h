@@ -1,4 +1,4 @@
-// Which picture of the input was shown at this time?  Decoder tells every picture; Job asks for the ends of events.
+// Which picture of the input was shown at this time?
 //
 // Pictures at an even distance are one run, however many they are: memory grows with the irregularities only. Live sources
 // may have them for months, so the count is given up when there are a million.

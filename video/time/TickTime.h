@@ -1,4 +1,4 @@
-// How are seconds and ticks converted?  The words for time that the whole scanner shares.
+// How are seconds and ticks converted?  The words for time that all share.
 #pragma once
 
 #include <cmath>

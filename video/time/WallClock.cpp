@@ -1,4 +1,4 @@
-// How are days counted?  Called by Options, Decoder, Job and Report through WallClock.h.
+// How are days counted?
 #include "video/time/WallClock.h"
 
 #include <array>

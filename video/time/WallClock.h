@@ -1,5 +1,5 @@
 // What time of day was it?  Reads and prints wall-clock times, and judges whether a file's word on its own start is to be
-// believed; used by Options, Decoder, Job and Report.
+// believed.
 #pragma once
 
 #include <optional>

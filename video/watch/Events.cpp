@@ -1,4 +1,4 @@
-// How do frames become events?  Called by Job through Events.h.
+// How do frames become events?
 #include "video/watch/Events.h"
 
 #include <algorithm>

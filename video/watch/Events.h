@@ -1,4 +1,4 @@
-// When did something move, and where?  Joins what was found in single frames into events; used by main.
+// When did something move, and where?  Joins what was found in single frames into events.
 //
 // Pure: values in, values out. No file, no detector.
 #pragma once

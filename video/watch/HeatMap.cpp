@@ -1,4 +1,4 @@
-// How do counts add up, and how are they painted?  Called by Watcher, Job and CameraGrounds through HeatMap.h.
+// How do counts add up, and how are they painted?
 #include "video/watch/HeatMap.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// How often did each block move?  Counted by Watcher, added up by Job over one input and by CameraGrounds over many.
+// How often did each block move?
 //
 // Pure: no file, no detector.
 #pragma once

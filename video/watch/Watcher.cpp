@@ -1,4 +1,4 @@
-// How is the detector driven?  Called by main through Watcher.h.
+// How is the detector driven?
 #include "video/watch/Watcher.h"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
 // What moves in this picture?  One detector for pictures of one size and layout: reduces a picture to blocks, feeds the
-// detector, reads its objects back. main makes a new one when the picture changes, which starts learning afresh.
+// detector, reads its objects back. A picture of another size or layout needs a new one, which starts learning afresh.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,4 @@
-// What is a zone?  A named part of the picture in relative coordinates, so that it survives a change of resolution. Options
-// and ZoneFile make them, ZoneMask lays them onto a grid.
+// What is a zone?  A named part of the picture in relative coordinates, so that it survives a change of resolution.
 #pragma once
 
 #include <cstddef>

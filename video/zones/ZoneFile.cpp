@@ -1,4 +1,4 @@
-// How are zone files and masks read and doubted?  Called by main through ZoneFile.h.
+// How are zone files and masks read and doubted?
 #include "video/zones/ZoneFile.h"
 
 #include <algorithm>

@@ -1,5 +1,4 @@
-// Which zones does this file describe?  Reads zones.json and mask pictures, and says where the mistake is in a wrong one;
-// called by main before anything is scanned.
+// Which zones does this file describe?  Reads zones.json and mask pictures, and says where the mistake is in a wrong one.
 #pragma once
 
 #include <string>

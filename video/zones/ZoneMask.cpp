@@ -1,4 +1,4 @@
-// How is a zone laid onto the grid?  Called by Watcher and ZonePreview through ZoneMask.h.
+// How is a zone laid onto the grid?
 #include "video/zones/ZoneMask.h"
 
 #include <algorithm>

@@ -1,5 +1,4 @@
-// Which blocks belong to a zone?  A polygon or mask relative to the picture becomes a mask on the grid; used by Watcher and
-// ZonePreview.
+// Which blocks belong to a zone?  A polygon or mask relative to the picture becomes a mask on the grid.
 #pragma once
 
 #include <cstdint>

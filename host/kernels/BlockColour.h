@@ -8,10 +8,10 @@
 namespace Host::Kernels {
 
 // The conversion's factors, 13 fractional bits: as many as leave the largest of them, and every byte with an offset, within
-// 16 bits, so that the products vectorise.  Within one grey level of the exact conversion (BlockColorTest).
+// 16 bits, so that the products vectorise.  Within one grey level of the exact conversion (BlockColourTest).
 inline constexpr int colorFractionBits = 13;
 
-struct ColorMatrix {
+struct ColourMatrix {
     std::int16_t black;        // luma of black, a whole number
     std::int16_t luma;         // scale of luma above black
     std::int16_t redFromCr;    // contributions of chroma above 128
@@ -21,7 +21,7 @@ struct ColorMatrix {
 };
 
 // lumaRange, chromaRange: how many steps lie between black and white, and between a colour's extremes.
-constexpr ColorMatrix MatrixOfRange(std::int16_t black, double lumaRange, double chromaRange) {
+constexpr ColourMatrix MatrixOfRange(std::int16_t black, double lumaRange, double chromaRange) {
     const auto fixed = [](double factor) {
         return static_cast<std::int16_t>(factor * (1 << colorFractionBits) + (factor < 0 ? -0.5 : 0.5));
     };
@@ -34,8 +34,8 @@ constexpr ColorMatrix MatrixOfRange(std::int16_t black, double lumaRange, double
             .blueFromCb = fixed(1.772 * chroma)};
 }
 
-inline constexpr ColorMatrix fullRangeMatrix = MatrixOfRange(0, 255, 255);
-inline constexpr ColorMatrix limitedRangeMatrix = MatrixOfRange(16, 219, 224);  // luma 16..235, chroma 16..240
+inline constexpr ColourMatrix fullRangeMatrix = MatrixOfRange(0, 255, 255);
+inline constexpr ColourMatrix limitedRangeMatrix = MatrixOfRange(16, 219, 224);  // luma 16..235, chroma 16..240
 static_assert(fullRangeMatrix.luma == 8192 && fullRangeMatrix.redFromCr == 11485 && fullRangeMatrix.blueFromCb == 14516);
 static_assert(limitedRangeMatrix.luma == 9539 && limitedRangeMatrix.redFromCr == 13075);
 
@@ -51,7 +51,7 @@ constexpr std::uint8_t ByteOfFixed(int value) {  // rounded to nearest, held wit
 }
 
 // One block.
-constexpr BgrPixel BgrOfYcbcr(std::uint8_t y, std::uint8_t cb, std::uint8_t cr, const ColorMatrix& matrix) {
+constexpr BgrPixel BgrOfYcbcr(std::uint8_t y, std::uint8_t cb, std::uint8_t cr, const ColourMatrix& matrix) {
     const auto yOffset = static_cast<std::int16_t>(y - matrix.black);
     const auto cbOffset = static_cast<std::int16_t>(cb - 128), crOffset = static_cast<std::int16_t>(cr - 128);
     const int luma = yOffset * matrix.luma;
@@ -61,7 +61,7 @@ constexpr BgrPixel BgrOfYcbcr(std::uint8_t y, std::uint8_t cb, std::uint8_t cr, 
 }
 
 // bgr[3 * i .. 3 * i + 2] = BgrOfYcbcr(y[i], cb[i], cr[i], matrix), i < count.  bgr overlaps none of the planes.
-void ColorBlocks(const std::uint8_t* y, const std::uint8_t* cb, const std::uint8_t* cr, const ColorMatrix& matrix,
-                 std::uint8_t* bgr, std::size_t count);
+void ColourBlocks(const std::uint8_t* y, const std::uint8_t* cb, const std::uint8_t* cr, const ColourMatrix& matrix,
+                  std::uint8_t* bgr, std::size_t count);
 
 }  // namespace Host::Kernels

@@ -1,5 +1,5 @@
 // Is the BGR picture the BT.601 picture of its planes?
-#include "kernels/BlockColor.h"
+#include "kernels/BlockColour.h"
 
 #include <gtest/gtest.h>
 
@@ -20,7 +20,7 @@ namespace {
 constexpr std::uint8_t Byte(int value) { return static_cast<std::uint8_t>(value); }
 
 // Largest difference of a channel from the conversion in double, over all 2^24 blocks.
-double LargestError(const ColorMatrix& matrix, double black, double lumaRange, double chromaRange) {
+double LargestError(const ColourMatrix& matrix, double black, double lumaRange, double chromaRange) {
     double largest = 0;
     const auto note = [&](double exact, std::uint8_t channel) {
         largest = std::max(largest, std::abs(std::clamp(exact, 0.0, 255.0) - channel));
@@ -40,20 +40,20 @@ double LargestError(const ColorMatrix& matrix, double black, double lumaRange, d
 
 }  // namespace
 
-TEST(BlockColor, FullRangeIsWithinOneStepOfTheExactConversion) {
+TEST(BlockColour, FullRangeIsWithinOneStepOfTheExactConversion) {
     EXPECT_LT(LargestError(fullRangeMatrix, 0, 255, 255), 0.55);  // half a step of rounding and a little of the factors
 }
 
-TEST(BlockColor, LimitedRangeIsWithinOneStepOfTheExactConversion) {
+TEST(BlockColour, LimitedRangeIsWithinOneStepOfTheExactConversion) {
     EXPECT_LT(LargestError(limitedRangeMatrix, 16, 219, 224), 0.55);
 }
 
-TEST(BlockColor, RangesAreToldApart) {
+TEST(BlockColour, RangesAreToldApart) {
     EXPECT_GT(LargestError(fullRangeMatrix, 16, 219, 224), 10);
     EXPECT_GT(LargestError(limitedRangeMatrix, 0, 255, 255), 10);
 }
 
-TEST(BlockColor, GreyStaysGreyAndReachesBothEnds) {
+TEST(BlockColour, GreyStaysGreyAndReachesBothEnds) {
     for (int y = 0; y < 256; ++y) {
         const BgrPixel full = BgrOfYcbcr(Byte(y), 128, 128, fullRangeMatrix);
         EXPECT_EQ(full.blue, y);
@@ -67,28 +67,28 @@ TEST(BlockColor, GreyStaysGreyAndReachesBothEnds) {
     }
 }
 
-TEST(BlockColor, ChannelsAreInTheOrderBlueGreenRed) {
+TEST(BlockColour, ChannelsAreInTheOrderBlueGreenRed) {
     const std::uint8_t y = 80, neutral = 128, strong = 255;
     std::uint8_t blueish[3], reddish[3];
-    ColorBlocks(&y, &strong, &neutral, fullRangeMatrix, blueish, 1);
-    ColorBlocks(&y, &neutral, &strong, fullRangeMatrix, reddish, 1);
+    ColourBlocks(&y, &strong, &neutral, fullRangeMatrix, blueish, 1);
+    ColourBlocks(&y, &neutral, &strong, fullRangeMatrix, reddish, 1);
     EXPECT_GT(blueish[0], 250);
     EXPECT_EQ(blueish[2], 80);
     EXPECT_GT(reddish[2], 250);
     EXPECT_EQ(reddish[0], 80);
 }
 
-TEST(BlockColor, LoopEqualsTheRule) {
+TEST(BlockColour, LoopEqualsTheRule) {
     std::mt19937 random(1);
     std::vector<std::size_t> lengths = {255, 256, 257, 511, 512, 513, 1000};  // around the batches
     for (std::size_t length = 0; length <= 67; ++length) lengths.push_back(length);
     for (const GuardedSide side : {GuardedSide::End, GuardedSide::Front})
-        for (const ColorMatrix& matrix : {fullRangeMatrix, limitedRangeMatrix})
+        for (const ColourMatrix& matrix : {fullRangeMatrix, limitedRangeMatrix})
             for (const std::size_t length : lengths) {
                 GuardedBlocks<std::uint8_t> y(length, side), cb(length, side), cr(length, side), bgr(3 * length, side);
                 for (GuardedBlocks<std::uint8_t>* plane : {&y, &cb, &cr})
                     for (std::uint8_t& value : *plane) value = static_cast<std::uint8_t>(random());
-                ColorBlocks(y.data(), cb.data(), cr.data(), matrix, bgr.data(), length);
+                ColourBlocks(y.data(), cb.data(), cr.data(), matrix, bgr.data(), length);
                 for (std::size_t i = 0; i < length; ++i) {
                     const BgrPixel pixel = BgrOfYcbcr(y[i], cb[i], cr[i], matrix);
                     ASSERT_EQ(bgr[3 * i], pixel.blue);

@@ -1,5 +1,5 @@
-// How is a plane of blocks coloured?  See BlockColor.h.
-#include "kernels/BlockColor.h"
+// How is a plane of blocks coloured?  See BlockColour.h.
+#include "kernels/BlockColour.h"
 
 #include <algorithm>
 
@@ -12,14 +12,14 @@ namespace {
 // baseline x86-64 as storing every third byte straight away.
 constexpr std::size_t batchSize = 256;
 
-struct BatchOfColors {
+struct BatchOfColours {
     std::uint8_t blue[batchSize];
     std::uint8_t green[batchSize];
     std::uint8_t red[batchSize];
 };
 
-void Convert(const std::uint8_t* y, const std::uint8_t* cb, const std::uint8_t* cr, ColorMatrix matrix, BatchOfColors& batch,
-             std::size_t count) {
+void Convert(const std::uint8_t* y, const std::uint8_t* cb, const std::uint8_t* cr, ColourMatrix matrix,
+             BatchOfColours& batch, std::size_t count) {
     std::uint8_t* const blue = batch.blue;
     std::uint8_t* const green = batch.green;
     std::uint8_t* const red = batch.red;
@@ -33,7 +33,7 @@ void Convert(const std::uint8_t* y, const std::uint8_t* cb, const std::uint8_t* 
 }
 
 // Not marked: baseline x86-64 has no byte shuffle, and this loop stays scalar there.
-void Interleave(const BatchOfColors& batch, std::uint8_t* bgr, std::size_t count) {
+void Interleave(const BatchOfColours& batch, std::uint8_t* bgr, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
         bgr[3 * i] = batch.blue[i];
         bgr[3 * i + 1] = batch.green[i];
@@ -43,9 +43,9 @@ void Interleave(const BatchOfColors& batch, std::uint8_t* bgr, std::size_t count
 
 }  // namespace
 
-void ColorBlocks(const std::uint8_t* y, const std::uint8_t* cb, const std::uint8_t* cr, const ColorMatrix& matrix,
-                 std::uint8_t* bgr, std::size_t count) {
-    BatchOfColors batch;
+void ColourBlocks(const std::uint8_t* y, const std::uint8_t* cb, const std::uint8_t* cr, const ColourMatrix& matrix,
+                  std::uint8_t* bgr, std::size_t count) {
+    BatchOfColours batch;
     for (std::size_t first = 0; first < count; first += batchSize) {
         const std::size_t length = std::min(batchSize, count - first);
         Convert(y + first, cb + first, cr + first, matrix, batch, length);
