@@ -24,9 +24,12 @@ namespace MD {
 struct BlockRange {
     std::size_t first;
     std::size_t last;
+
+    constexpr std::size_t Count() const { return last - first; }
 };
 
-// Kernels ask their questions chunk by chunk: most chunks have nothing to write, and what they read stays in cache.
+// Kernels ask their questions chunk by chunk: most chunks have nothing to write, and what they read stays in cache. Whoever
+// works on a chunk sees it alone: planes From() its first block on, notes on the stack, both indexed 0 to count - 1.
 inline constexpr std::size_t chunkLength = 256;
 
 // Pieces of a chunk, where few of its blocks are meant: most pieces have nothing to ask.

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "utils/Blocks.h"
+#include "utils/Ticks.h"
 
 namespace MD::Kernels {
 
@@ -63,6 +64,83 @@ constexpr std::uint8_t LargestDifference(std::uint8_t age0, std::uint8_t age1, s
 // Partly decoded H.264: five times the population variance of the five newest I-frames.
 constexpr float IFrameDispersion(float sum, float squareSum) { return squareSum - sum * (sum * 0.2f); }
 
+// ---- What one block learns ----------------------------------------------------------------------------------------
+
+struct LearningTimes {  // ticks, all limits exclusive
+    std::int64_t now;
+    std::int64_t quiet;            // without change for longer: may become background
+    std::int64_t sampleAge;        // a sample older than this is renewed
+    std::int64_t refreshInterval;  // slow learning: background older than this is refreshed
+    bool isSlow;
+};
+
+struct SeenBlock {
+    bool isStable;
+    float mean;                   // grey levels, of ten frames
+    std::uint8_t cb;              // of the newest frame
+    std::uint8_t cr;              // likewise
+    std::int64_t lastChangeTime;  // ticks
+};
+
+struct KnownBlock {
+    bool isBackground;
+    std::uint8_t y;  // of the background, as the next two
+    std::uint8_t cb;
+    std::uint8_t cr;
+    std::int64_t backgroundTime;  // ticks; last set or refreshed
+    std::int64_t sampleTime;      // ticks
+    float sampleValue;            // grey levels: the mean of that time
+
+    constexpr bool operator==(const KnownBlock&) const = default;
+};
+
+constexpr bool IsOlder(std::int64_t time, std::int64_t now, std::int64_t limit) {
+    return Utils::ElapsedTicks(now, time) > limit;  // strict
+}
+
+constexpr std::uint8_t LumaOfMean(float mean) { return static_cast<std::uint8_t>(static_cast<int>(mean + 0.5f)); }
+
+constexpr KnownBlock WithSample(KnownBlock known, const SeenBlock& seen, std::int64_t now) {
+    known.sampleTime = now;
+    known.sampleValue = seen.mean;
+    return known;
+}
+
+constexpr KnownBlock WithBackground(KnownBlock known, const SeenBlock& seen, std::int64_t now) {
+    known.backgroundTime = now;
+    known.y = LumaOfMean(seen.mean);
+    known.cb = seen.cb;
+    known.cr = seen.cr;
+    return known;
+}
+
+// A block that was quiet for long becomes background when it agrees with a sample of its past that is not too old.
+constexpr KnownBlock LearnedByCandidate(KnownBlock known, const SeenBlock& seen, const LearningTimes& times,
+                                        float meanLimit) {
+    const bool isSampleDue = IsOlder(known.sampleTime, times.now, times.sampleAge);
+    if (IsOlder(seen.lastChangeTime, times.now, times.quiet)) {
+        // Deliberate: one tick below the limit of quiet (LearningKernelTest, SampleOfFiveSecondsIsReplaced).
+        if (IsOlder(known.sampleTime, times.now, times.quiet - 1)) return WithSample(known, seen, times.now);
+        if (IsWithin(seen.mean, known.sampleValue, meanLimit)) {
+            known = WithBackground(known, seen, times.now);
+            known.isBackground = true;
+        }
+    }
+    return isSampleDue ? WithSample(known, seen, times.now) : known;
+}
+
+// Background that the scene agrees with is refreshed. Learning fast, known blocks are candidates as unknown ones are, so
+// that a settled scene replaces what was known; learning slowly, they only renew their sample.
+constexpr KnownBlock Learned(KnownBlock known, const SeenBlock& seen, const LearningTimes& times, float meanLimit) {
+    if (!seen.isStable) return known;
+    const bool isRefreshed = known.isBackground && IsWithin(known.y, seen.mean, meanLimit) &&
+                             (!times.isSlow || IsOlder(known.backgroundTime, times.now, times.refreshInterval));
+    const bool isCandidate = !times.isSlow || !known.isBackground;
+    if (isRefreshed) known = WithBackground(known, seen, times.now);
+    if (isCandidate) return LearnedByCandidate(known, seen, times, meanLimit);
+    return IsOlder(known.sampleTime, times.now, times.sampleAge) ? WithSample(known, seen, times.now) : known;
+}
+
 // ---- Loops over blocks ---------------------------------------------------------------------------------------------
 
 struct WindowSums {          // [block] each
@@ -102,6 +180,11 @@ struct ChangeBlocks {
     const float* noiseLevel;
     std::uint8_t* isMotionPixel;
     std::int64_t* lastChangeTime;
+
+    ChangeBlocks From(std::size_t first) const {
+        return {age0 + first,       age1 + first,          age2 + first,          age4 + first,
+                noiseLevel + first, isMotionPixel + first, lastChangeTime + first};
+    }
 };
 void MarkChanges(ChangeBlocks b, std::int64_t now, BlockRange range);
 
@@ -120,23 +203,26 @@ struct LearningBlocks {
     std::int64_t* backgroundTime;
     std::int64_t* sampleTime;
     float* sampleValue;
+
+    LearningBlocks From(std::size_t first) const {
+        return {
+            firstSum + first,       secondSum + first,    cb + first,          cr + first,           isStable + first,
+            lastChangeTime + first, isBackground + first, backgroundY + first, backgroundCb + first, backgroundCr + first,
+            backgroundTime + first, sampleTime + first,   sampleValue + first};
+    }
 };
 
-struct LearningTimes {  // ticks, all limits exclusive
-    std::int64_t now;
-    std::int64_t quiet;            // without change for longer: may become background
-    std::int64_t sampleAge;        // a sample older than this is renewed
-    std::int64_t refreshInterval;  // slow learning: background older than this is refreshed
-    bool isSlow;
-};
-
-// Stable blocks refresh their background, or confirm it by a sample of their own past.
+// Every block as Learned() says.
 void LearnBackground(LearningBlocks b, LearningTimes times, float meanLimit, BlockRange range);
 
 struct ForgettingBlocks {
     const std::int64_t* backgroundTime;
     std::uint8_t* isBackground;
     float* noiseLevel;
+
+    ForgettingBlocks From(std::size_t first) const {
+        return {backgroundTime + first, isBackground + first, noiseLevel + first};
+    }
 };
 // Blocks not refreshed for longer than `limit` ticks lose their background and, with it, what is known of their noise.
 void ForgetBackground(ForgettingBlocks b, std::int64_t now, std::int64_t limit, float defaultNoiseLevel, BlockRange range);

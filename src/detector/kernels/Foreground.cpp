@@ -9,32 +9,34 @@ namespace {
 
 // distance[j] = |plane - known or other|, isKnown[j] {0,255}.
 void Measure(const std::uint8_t* plane, const std::uint8_t* known, const std::uint8_t* other, const std::uint8_t* isKnown,
-             std::uint8_t* distance, BlockRange chunk) {
+             std::uint8_t* distance, std::size_t count) {
     MD_INDEPENDENT_BLOCKS
-    for (std::size_t i = chunk.first; i < chunk.last; ++i) {
-        const std::uint8_t mark = isKnown[i - chunk.first];
-        const std::uint8_t reference = static_cast<std::uint8_t>((mark & known[i]) | (~mark & other[i]));
-        distance[i - chunk.first] = ByteDistance(plane[i], reference);
+    for (std::size_t j = 0; j < count; ++j) {
+        const std::uint8_t mark = isKnown[j];
+        const std::uint8_t reference = static_cast<std::uint8_t>((mark & known[j]) | (~mark & other[j]));
+        distance[j] = ByteDistance(plane[j], reference);
+    }
+}
+
+// Bytes are compared as bytes, noise levels as floats: a loop for each.
+void MarkChunk(ForegroundBlocks b, int chromaLimit, std::size_t count) {
+    std::uint8_t isKnown[chunkLength], luma[chunkLength], cb[chunkLength], cr[chunkLength];
+    for (std::size_t j = 0; j < count; ++j) isKnown[j] = b.isBackground[j] ? 255 : 0;
+    Measure(b.current.y, b.background.y, b.previous.y, isKnown, luma, count);
+    Measure(b.current.cb, b.background.cb, b.previous.cb, isKnown, cb, count);
+    Measure(b.current.cr, b.background.cr, b.previous.cr, isKnown, cr, count);
+    MD_INDEPENDENT_BLOCKS
+    for (std::size_t j = 0; j < count; ++j) {
+        const bool lumaDiffers = LumaDiffers(luma[j], b.noiseLevel[j]);
+        const bool chromaDiffers = ChromaDiffers(cb[j], cr[j], chromaLimit);
+        b.isObject[j] = (lumaDiffers | chromaDiffers) ? 255 : 0;
     }
 }
 
 }  // namespace
 
-// Bytes are compared as bytes, noise levels as floats: a loop for each, chunk by chunk.
 void MarkForeground(ForegroundBlocks b, int chromaLimit, BlockRange range) {
-    ForEachChunk(range, [=](BlockRange chunk) {
-        std::uint8_t isKnown[chunkLength], luma[chunkLength], cb[chunkLength], cr[chunkLength];
-        for (std::size_t i = chunk.first; i < chunk.last; ++i) isKnown[i - chunk.first] = b.isBackground[i] ? 255 : 0;
-        Measure(b.current.y, b.background.y, b.previous.y, isKnown, luma, chunk);
-        Measure(b.current.cb, b.background.cb, b.previous.cb, isKnown, cb, chunk);
-        Measure(b.current.cr, b.background.cr, b.previous.cr, isKnown, cr, chunk);
-        MD_INDEPENDENT_BLOCKS
-        for (std::size_t i = chunk.first; i < chunk.last; ++i) {
-            const bool lumaDiffers = LumaDiffers(luma[i - chunk.first], b.noiseLevel[i]);
-            const bool chromaDiffers = ChromaDiffers(cb[i - chunk.first], cr[i - chunk.first], chromaLimit);
-            b.isObject[i] = (lumaDiffers | chromaDiffers) ? 255 : 0;
-        }
-    });
+    ForEachChunk(range, [=](BlockRange chunk) { MarkChunk(b.From(chunk.first), chromaLimit, chunk.Count()); });
 }
 
 // Without background the reference luma stands for the previous frame; chroma, compared with itself, never differs.

@@ -2,6 +2,7 @@
 // Called by MotionDetector-Foreground.cpp. Blocks never read each other; every comparison is strict.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "utils/Blocks.h"
@@ -41,6 +42,8 @@ struct Planes {  // [block] each
     const std::uint8_t* y;
     const std::uint8_t* cb;
     const std::uint8_t* cr;
+
+    Planes From(std::size_t first) const { return {y + first, cb + first, cr + first}; }
 };
 
 // All three planes against the background, or against the previous frame where there is none.
@@ -51,6 +54,11 @@ struct ForegroundBlocks {
     const std::uint8_t* isBackground;
     const float* noiseLevel;
     std::uint8_t* isObject;
+
+    ForegroundBlocks From(std::size_t first) const {
+        return {current.From(first),  previous.From(first), background.From(first),
+                isBackground + first, noiseLevel + first,   isObject + first};
+    }
 };
 void MarkForeground(ForegroundBlocks b, int chromaLimit, BlockRange range);
 

@@ -65,14 +65,16 @@ void MeasureCells(const ShadowDecisionBlocks b, std::ptrdiff_t row, std::ptrdiff
     if (row < 0 || row >= grid.rows - 1) return;
     const std::ptrdiff_t first = std::max<std::ptrdiff_t>(x - 1, 0),
                          last = std::min<std::ptrdiff_t>(x + count, grid.columns - 1);
-    const std::ptrdiff_t i = row * grid.columns + first;
+    const std::ptrdiff_t at = row * grid.columns + first;
+    const float *const backgroundX = b.backgroundGradientX + at, *const currentX = b.currentGradientX + at;
+    const float *const backgroundY = b.backgroundGradientY + at, *const currentY = b.currentGradientY + at;
+    const float *const cb = b.cbDifference + at, *const cr = b.crDifference + at;
     float* const gradient = cells.gradient + (first - (x - 1));
     float* const chroma = cells.chroma + (first - (x - 1));
     MD_INDEPENDENT_BLOCKS
     for (std::ptrdiff_t j = 0; j < last - first; ++j) {
-        gradient[j] = std::fabs(b.backgroundGradientX[i + j] - b.currentGradientX[i + j]) +
-                      std::fabs(b.backgroundGradientY[i + j] - b.currentGradientY[i + j]);
-        chroma[j] = b.cbDifference[i + j] + b.crDifference[i + j];
+        gradient[j] = std::fabs(backgroundX[j] - currentX[j]) + std::fabs(backgroundY[j] - currentY[j]);
+        chroma[j] = cb[j] + cr[j];
     }
 }
 
@@ -80,16 +82,19 @@ void MeasureCells(const ShadowDecisionBlocks b, std::ptrdiff_t row, std::ptrdiff
 // the block itself (ShadowTest, WindowOfInnerBlockIsItsUpperLeftSquare). Sums go row by row; an excluded cell adds 0.
 void DecideChunk(const ShadowDecisionBlocks b, float shadowThreshold, std::ptrdiff_t y, std::ptrdiff_t x,
                  std::ptrdiff_t count, Grid grid) {
-    const std::ptrdiff_t i = y * grid.columns + x;
+    const std::ptrdiff_t first = y * grid.columns + x;
+    const std::uint8_t* const isBackground = b.isBackground + first;
+    std::uint8_t *const zoneResultMap = b.zoneResultMap + first, *const isObject = b.isObject + first;
     std::uint8_t isExamined[columnsAtOnce], isShadow[columnsAtOnce];
     MD_INDEPENDENT_BLOCKS
     for (std::ptrdiff_t j = 0; j < count; ++j) {
-        const std::uint8_t motion = b.zoneResultMap[i + j] == 1 ? 255 : 0, known = b.isBackground[i + j] ? 255 : 0;
-        b.isObject[i + j] = motion;
+        const std::uint8_t motion = zoneResultMap[j] == 1 ? 255 : 0, known = isBackground[j] ? 255 : 0;
+        isObject[j] = motion;
         isExamined[j] = motion & known;
     }
     if (!IsAnySet(isExamined, static_cast<std::size_t>(count))) return;
 
+    float *const gradientSum = b.gradientSum + first, *const chromaSum = b.chromaSum + first;
     CellChanges above, own;
     MeasureCells(b, y - 1, x, count, grid, above);
     MeasureCells(b, y, x, count, grid, own);
@@ -97,16 +102,16 @@ void DecideChunk(const ShadowDecisionBlocks b, float shadowThreshold, std::ptrdi
     for (std::ptrdiff_t j = 0; j < count; ++j) {
         const float gradient = above.gradient[j] + above.gradient[j + 1] + own.gradient[j] + own.gradient[j + 1];
         const float chroma = above.chroma[j] + above.chroma[j + 1] + own.chroma[j] + own.chroma[j + 1];
-        const float keptGradient = b.gradientSum[i + j], keptChroma = b.chromaSum[i + j];
+        const float keptGradient = gradientSum[j], keptChroma = chromaSum[j];
         const bool isLow = ShadowScore(gradient, chroma) < shadowThreshold;  // scores are never negative
-        b.gradientSum[i + j] = isExamined[j] ? gradient : keptGradient;
-        b.chromaSum[i + j] = isExamined[j] ? chroma : keptChroma;
+        gradientSum[j] = isExamined[j] ? gradient : keptGradient;
+        chromaSum[j] = isExamined[j] ? chroma : keptChroma;
         isShadow[j] = isLow ? isExamined[j] : std::uint8_t{0};
     }
     MD_INDEPENDENT_BLOCKS
     for (std::ptrdiff_t j = 0; j < count; ++j) {
-        b.isObject[i + j] &= static_cast<std::uint8_t>(~isShadow[j]);
-        b.zoneResultMap[i + j] = isShadow[j] ? 2 : b.zoneResultMap[i + j];
+        isObject[j] &= static_cast<std::uint8_t>(~isShadow[j]);
+        zoneResultMap[j] = isShadow[j] ? 2 : zoneResultMap[j];
     }
 }
 
@@ -144,32 +149,32 @@ void MeasureShadowFeatures(ShadowFeatureBlocks b, Grid grid) {
         // The upper of the two rows that are compared: the block's own, in the last row the one before.
         const std::ptrdiff_t upper = y < grid.rows - 1 ? 0 : -columns;
         ForEachPartOfRow(grid.columns, [=](std::ptrdiff_t x, std::ptrdiff_t count) {
-            const std::ptrdiff_t i = y * columns + x;
+            const ShadowFeatureBlocks c = b.From(static_cast<std::size_t>(y * columns + x));
             std::uint8_t isMarked[columnsAtOnce];
             MD_INDEPENDENT_BLOCKS
             for (std::ptrdiff_t j = 0; j < count; ++j) {
-                const bool isKnown = b.isBackground[i + j] != 0, isSearched = b.searchMask[i + j] != 0;
+                const bool isKnown = c.isBackground[j] != 0, isSearched = c.searchMask[j] != 0;
                 isMarked[j] = (isKnown & isSearched) ? 255 : 0;
             }
             if (!IsAnySet(isMarked, static_cast<std::size_t>(count))) return;
 
             // A grid of one column or row has no neighbour there, and no window reads it.
             const std::ptrdiff_t withRight = std::min(count, columns - 1 - x);
-            StoreGradients(b.backgroundY + i, b.backgroundY + i + 1, isMarked, b.backgroundGradientX + i, withRight);
-            StoreGradients(b.currentY + i, b.currentY + i + 1, isMarked, b.currentGradientX + i, withRight);
+            StoreGradients(c.backgroundY, c.backgroundY + 1, isMarked, c.backgroundGradientX, withRight);
+            StoreGradients(c.currentY, c.currentY + 1, isMarked, c.currentGradientX, withRight);
             if (withRight < count && columns > 1) {
-                const std::ptrdiff_t last = i + count - 1;
-                StoreGradients(b.backgroundY + last - 1, b.backgroundY + last, isMarked + count - 1,
-                               b.backgroundGradientX + last, 1);
-                StoreGradients(b.currentY + last - 1, b.currentY + last, isMarked + count - 1, b.currentGradientX + last, 1);
+                const ShadowFeatureBlocks last = c.From(static_cast<std::size_t>(withRight));
+                const std::uint8_t* const isLastMarked = isMarked + withRight;
+                StoreGradients(last.backgroundY - 1, last.backgroundY, isLastMarked, last.backgroundGradientX, 1);
+                StoreGradients(last.currentY - 1, last.currentY, isLastMarked, last.currentGradientX, 1);
             }
             if (grid.rows > 1) {
-                const std::ptrdiff_t from = i + upper, to = from + columns;
-                StoreGradients(b.backgroundY + from, b.backgroundY + to, isMarked, b.backgroundGradientY + i, count);
-                StoreGradients(b.currentY + from, b.currentY + to, isMarked, b.currentGradientY + i, count);
+                const std::ptrdiff_t lower = upper + columns;
+                StoreGradients(c.backgroundY + upper, c.backgroundY + lower, isMarked, c.backgroundGradientY, count);
+                StoreGradients(c.currentY + upper, c.currentY + lower, isMarked, c.currentGradientY, count);
             }
-            StoreChromaChanges(b.currentCb + i, b.backgroundCb + i, isMarked, b.cbDifference + i, count);
-            StoreChromaChanges(b.currentCr + i, b.backgroundCr + i, isMarked, b.crDifference + i, count);
+            StoreChromaChanges(c.currentCb, c.backgroundCb, isMarked, c.cbDifference, count);
+            StoreChromaChanges(c.currentCr, c.backgroundCr, isMarked, c.crDifference, count);
         });
     }
 }

@@ -2,6 +2,7 @@
 // Rules for one block and loops over a grid. Called by MotionDetector-Shadow.cpp.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "utils/Blocks.h"
@@ -49,6 +50,14 @@ struct ShadowFeatureBlocks {
     float* currentGradientY;
     float* cbDifference;
     float* crDifference;
+
+    ShadowFeatureBlocks From(std::size_t first) const {
+        return {searchMask + first,          isBackground + first,     backgroundY + first,
+                backgroundCb + first,        backgroundCr + first,     currentY + first,
+                currentCb + first,           currentCr + first,        backgroundGradientX + first,
+                backgroundGradientY + first, currentGradientX + first, currentGradientY + first,
+                cbDifference + first,        crDifference + first};
+    }
 };
 void MeasureShadowFeatures(ShadowFeatureBlocks b, Grid grid);
 
