@@ -19,9 +19,9 @@ awk -v dir="$patches" '/^fault / { file = sprintf("%s/%03d-%s", dir, ++count, $2
 (cd "$tree" && cmake --preset faults -B "$work/build") >"$work/log"
 
 # From the quickest to the slowest.
-tests=(BackgroundKernelTest LearningKernelTest ForegroundKernelTest DiffStateKernelTest SegmentationKernelTest
-       ObjectTrimmingKernelTest UtilsTest UtilsPicturesTest FrameStatisticsTest H264PartlyStatisticTest MDZoneTest
-       MotionObjectTest MotionObjectPoolTest CoreTest CallingOrderTest
+tests=(BackgroundKernelTest LearningKernelTest ForegroundKernelTest DiffStateKernelTest WindowSumsKernelTest
+       SegmentationKernelTest ObjectTrimmingKernelTest UtilsTest UtilsPicturesTest FrameStatisticsTest
+       H264PartlyStatisticTest MDZoneTest MotionObjectTest MotionObjectPoolTest CoreTest CallingOrderTest
        $(cd "$root/tests/detector" && printf '%s\n' *Test.cpp | sed 's/\.cpp$//')
        ShadowKernelTest ObjectMergerTest FrameStatisticsModelTest PipelineTest PipelineMPEG4Test PipelinePartlyTest
        PipelineShadowTest GoldenTest DifferentialTest)

@@ -1,18 +1,22 @@
-// On which arrays must a loop give what its rule gives?  All lengths from 0 to 67, odd starts, low, high and random blocks,
-// the last (or first) block beside an unreadable page.  Used by the kernel tests:
+// On which arrays must a loop give what its rule gives?  All lengths from 0 to 67 and those around the borders of one and
+// two chunks, odd starts, low, high and random blocks, the last (or first) block beside an unreadable page:
 //
-//     KernelPlane<std::uint8_t> luma, isObject;
-//     ForEachKernelCase([&](const KernelCase& c) {
-//         luma.Fill(c, 0, 255, [&] { return random.Byte(); });
-//         std::vector<std::uint8_t> expected = isObject.Copy(c);       // then the rule, for c.first to c.last - 1
-//         MarkSomething(luma.At(c), isObject.At(c), c.Range());
-//         differing += !isObject.Equals(c, expected);                  // every block of the array, outside the range too
-//     });
+//     testing::AssertionResult MarkingEquals(Rule rule) {
+//         KernelPlane<std::uint8_t> luma, isObject;
+//         KernelComparison comparison;
+//         ForEachKernelCase([&](const KernelCase& c) {
+//             luma.Fill(c, 0, 255, [&] { return random.Byte(); });
+//             std::vector<std::uint8_t> expected = isObject.Copy(c);     // then the rule, for c.first to c.last - 1
+//             MarkSomething(luma.At(c), isObject.At(c), c.Range());
+//             comparison.Compare(c, "isObject", isObject, expected);     // every block of the array, outside the range too
+//         });
+//         return comparison.Result();
+//     }
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+#include <string>
 #include <vector>
 
 #include "GuardedBlocks.h"
@@ -21,6 +25,8 @@
 namespace Kit {
 
 enum class Level { Low, High, Random };
+
+inline const char* NameOf(Level level) { return level == Level::Low ? "low" : level == Level::High ? "high" : "random"; }
 
 struct KernelCase {
     std::size_t size;   // blocks of every array
@@ -31,18 +37,24 @@ struct KernelCase {
     std::uint64_t seed;
 
     MD::BlockRange Range() const { return {first, last}; }
+    std::string Text() const {
+        return std::string("case ") + NameOf(level) + ", length " + std::to_string(last - first) + ", start " +
+               std::to_string(first);
+    }
 };
 
-inline constexpr std::size_t longestKernelRange = 67;
+inline constexpr std::size_t longestShortRange = 67;                           // every length up to here
+inline constexpr std::size_t chunkBorders[] = {255, 256, 257, 511, 512, 513};  // and these
+static_assert(chunkBorders[1] == MD::chunkLength && chunkBorders[4] == 2 * MD::chunkLength);
 inline constexpr std::size_t kernelStarts[] = {0, 1, 3};
 inline constexpr std::size_t kernelSlack = 5;  // blocks behind the range, where the page is not there
-inline constexpr std::size_t kernelCapacity = 3 + longestKernelRange + kernelSlack;
+inline constexpr std::size_t kernelCapacity = 3 + 513 + kernelSlack;
 
 // visit(const KernelCase&)
 template <class Visit>
 void ForEachKernelCase(Visit visit) {
     std::uint64_t seed = 1;
-    for (std::size_t length = 0; length <= longestKernelRange; ++length)
+    const auto visitLength = [&](std::size_t length) {
         for (const std::size_t first : kernelStarts)
             for (const GuardedSide side : {GuardedSide::End, GuardedSide::Front})
                 for (const Level level : {Level::Low, Level::High, Level::Random}) {
@@ -50,6 +62,9 @@ void ForEachKernelCase(Visit visit) {
                     const std::size_t size = side == GuardedSide::End ? last : last + kernelSlack;
                     visit(KernelCase{size, first, last, level, side, seed++});
                 }
+    };
+    for (std::size_t length = 0; length <= longestShortRange; ++length) visitLength(length);
+    for (const std::size_t length : chunkBorders) visitLength(length);
 }
 
 // One array of blocks for all cases: placed so that it ends (or starts) at the unreadable page whatever its size.
@@ -75,9 +90,6 @@ public:
     }
 
     std::vector<T> Copy(const KernelCase& c) { return std::vector<T>(At(c), At(c) + c.size); }
-    bool Equals(const KernelCase& c, const std::vector<T>& expected) {  // as bytes
-        return expected.size() == c.size && (c.size == 0 || std::memcmp(At(c), expected.data(), c.size * sizeof(T)) == 0);
-    }
 
 private:
     GuardedBlocks<T> _beforePage;

@@ -11,12 +11,14 @@
 #include <gtest/gtest.h>
 
 #include "KernelCases.h"
+#include "KernelComparison.h"
 #include "SeededRandom.h"
 #include "WindowSumsOfBlocks.h"
 
 using namespace MD::Kernels;
 using Kit::ForEachKernelCase;
 using Kit::KernelCase;
+using Kit::KernelComparison;
 using Kit::KernelPlane;
 using Kit::SeededRandom;
 using MD::ByteDistance;
@@ -71,10 +73,10 @@ BlockSums At(WindowSumsOfBlocks& sums, const KernelCase& c, std::size_t i) {
 }
 
 template <class Rule>
-int DifferingStabilityCases(Rule rule) {
+testing::AssertionResult StabilityLoopEquals(Rule rule) {
     WindowSumsOfBlocks sums;
     KernelPlane<std::uint8_t> isStable;
-    int differing = 0;
+    KernelComparison comparison;
     ForEachKernelCase([&](const KernelCase& c) {
         SeededRandom random(c.seed);
         sums.Fill(c, random);
@@ -82,17 +84,17 @@ int DifferingStabilityCases(Rule rule) {
         std::vector<std::uint8_t> expected = isStable.Copy(c);
         for (std::size_t i = c.first; i < c.last; ++i) expected[i] = rule(At(sums, c, i)) ? 255 : 0;
         JudgeStability(sums.At(c), limits, isStable.At(c), c.Range());
-        differing += !isStable.Equals(c, expected);
+        comparison.Compare(c, "isStable", isStable, expected);
     });
-    return differing;
+    return comparison.Result();
 }
 
 template <class Rule>
-int DifferingDispersionNoiseCases(Rule rule) {
+testing::AssertionResult DispersionNoiseLoopEquals(Rule rule) {
     WindowSumsOfBlocks sums;
     KernelPlane<std::uint8_t> isStable;
     KernelPlane<float> noise;
-    int differing = 0;
+    KernelComparison comparison;
     ForEachKernelCase([&](const KernelCase& c) {
         SeededRandom random(c.seed);
         sums.Fill(c, random);
@@ -102,17 +104,17 @@ int DifferingDispersionNoiseCases(Rule rule) {
         for (std::size_t i = c.first; i < c.last; ++i)
             if (isStable(c, i)) expected[i] = rule(At(sums, c, i));
         LearnNoiseFromDispersions(sums.At(c), isStable.At(c), noise.At(c), c.Range());
-        differing += !noise.Equals(c, expected);
+        comparison.Compare(c, "noiseLevel", noise, expected);
     });
-    return differing;
+    return comparison.Result();
 }
 
 // rule(smallest, largest)
 template <class Rule>
-int DifferingExtremesNoiseCases(Rule rule) {
+testing::AssertionResult ExtremesNoiseLoopEquals(Rule rule) {
     KernelPlane<std::uint8_t> isStable, smallest, largest;
     KernelPlane<float> noise;
-    int differing = 0;
+    KernelComparison comparison;
     ForEachKernelCase([&](const KernelCase& c) {
         SeededRandom random(c.seed);
         isStable.Fill(c, 0, 255, [&] { return static_cast<std::uint8_t>(random.OneIn(2) ? 255 : 0); });
@@ -128,9 +130,9 @@ int DifferingExtremesNoiseCases(Rule rule) {
                                 .offset = 12.0f,
                                 .noiseLevel = noise.At(c)},
                                c.Range());
-        differing += !noise.Equals(c, expected);
+        comparison.Compare(c, "noiseLevel", noise, expected);
     });
-    return differing;
+    return comparison.Result();
 }
 
 float ExtremesNoiseRule(int smallest, int largest) { return static_cast<float>((largest - smallest) * 1.5 + 12.0); }
@@ -148,13 +150,13 @@ bool ChangeRule(const Ages& a) {
 }
 
 template <class Rule>
-int DifferingChangeCases(Rule rule) {
+testing::AssertionResult ChangeLoopEquals(Rule rule) {
     constexpr std::int64_t now = 9000000000000000000;
     constexpr float levels[] = {10.0f, 12.0f, 13.5f, 20.0f, 30.0f, 21.0f, 394.5f};
     KernelPlane<std::uint8_t> age0, age1, age2, age4, isMotionPixel;
     KernelPlane<float> noise;
     KernelPlane<std::int64_t> lastChangeTime;
-    int differing = 0;
+    KernelComparison comparison;
     ForEachKernelCase([&](const KernelCase& c) {
         SeededRandom random(c.seed);
         age0.Fill(c, 0, 255, [&] { return static_cast<std::uint8_t>(random.Between(90, 110)); });
@@ -180,9 +182,10 @@ int DifferingChangeCases(Rule rule) {
                      .isMotionPixel = isMotionPixel.At(c),
                      .lastChangeTime = lastChangeTime.At(c)},
                     now, c.Range());
-        differing += !isMotionPixel.Equals(c, marks) || !lastChangeTime.Equals(c, times);
+        comparison.Compare(c, "isMotionPixel", isMotionPixel, marks);
+        comparison.Compare(c, "lastChangeTime", lastChangeTime, times);
     });
-    return differing;
+    return comparison.Result();
 }
 
 }  // namespace
@@ -360,38 +363,33 @@ TEST(BackgroundKernel, IFrameDispersionIsFiveTimesTheVariance) {
     }
 }
 
-TEST(BackgroundKernel, StabilityLoopEqualsRule) { EXPECT_EQ(DifferingStabilityCases(StabilityRule), 0); }
-TEST(BackgroundKernel, ExtremesNoiseLoopEqualsRule) { EXPECT_EQ(DifferingExtremesNoiseCases(ExtremesNoiseRule), 0); }
-TEST(BackgroundKernel, DispersionsNoiseLoopEqualsRule) { EXPECT_EQ(DifferingDispersionNoiseCases(DispersionNoiseRule), 0); }
-TEST(BackgroundKernel, ChangeLoopEqualsRule) { EXPECT_EQ(DifferingChangeCases(ChangeRule), 0); }
+TEST(BackgroundKernel, StabilityLoopEqualsRule) { EXPECT_TRUE(StabilityLoopEquals(StabilityRule)); }
+TEST(BackgroundKernel, ExtremesNoiseLoopEqualsRule) { EXPECT_TRUE(ExtremesNoiseLoopEquals(ExtremesNoiseRule)); }
+TEST(BackgroundKernel, DispersionsNoiseLoopEqualsRule) { EXPECT_TRUE(DispersionNoiseLoopEquals(DispersionNoiseRule)); }
+TEST(BackgroundKernel, ChangeLoopEqualsRule) { EXPECT_TRUE(ChangeLoopEquals(ChangeRule)); }
 
 TEST(BackgroundKernel, ComparisonNoticesPlantedFaults) {
-    EXPECT_GT(DifferingStabilityCases([](BlockSums s) {  // sums that differ by exactly 5 taken for unstable
-                  return StabilityRule(s) && std::fabs(s.first - s.second) != 5.0f;
-              }),
-              0);
-    EXPECT_GT(DifferingStabilityCases([](BlockSums s) {
-                  s.centerSquare = s.firstSquare;  // the spread of the center window forgotten
-                  s.center = s.first;
-                  return StabilityRule(s);
-              }),
-              0);
-    EXPECT_GT(DifferingExtremesNoiseCases([](int a, int b) { return std::nextafter(ExtremesNoiseRule(a, b), 0.0f); }), 0);
-    EXPECT_GT(DifferingDispersionNoiseCases([](const BlockSums& s) {  // the same mathematics in double precision
-                  const double first = (s.firstSquare - s.first * s.first / 5.0) / 4.0;
-                  const double second = (s.secondSquare - s.second * s.second / 5.0) / 4.0;
-                  const double r = std::sqrt((first + second) / 2.0);
-                  return static_cast<float>(r < 2.0 ? 10.0 : r * 3.0 + 4.0);
-              }),
-              0);
-    EXPECT_GT(DifferingChangeCases([](Ages a) {
-                  a.age4 = a.age0;  // age 4 forgotten
-                  return ChangeRule(a);
-              }),
-              0);
-    EXPECT_GT(DifferingChangeCases([](Ages a) {
-                  a.noise = std::nextafter(std::nextafter(a.noise, 0.0f), 0.0f);  // as if "equal" were a change
-                  return ChangeRule(a);
-              }),
-              0);
+    EXPECT_FALSE(StabilityLoopEquals([](BlockSums s) {  // sums that differ by exactly 5 taken for unstable
+        return StabilityRule(s) && std::fabs(s.first - s.second) != 5.0f;
+    }));
+    EXPECT_FALSE(StabilityLoopEquals([](BlockSums s) {
+        s.centerSquare = s.firstSquare;  // the spread of the center window forgotten
+        s.center = s.first;
+        return StabilityRule(s);
+    }));
+    EXPECT_FALSE(ExtremesNoiseLoopEquals([](int a, int b) { return std::nextafter(ExtremesNoiseRule(a, b), 0.0f); }));
+    EXPECT_FALSE(DispersionNoiseLoopEquals([](const BlockSums& s) {  // the same mathematics in double precision
+        const double first = (s.firstSquare - s.first * s.first / 5.0) / 4.0;
+        const double second = (s.secondSquare - s.second * s.second / 5.0) / 4.0;
+        const double r = std::sqrt((first + second) / 2.0);
+        return static_cast<float>(r < 2.0 ? 10.0 : r * 3.0 + 4.0);
+    }));
+    EXPECT_FALSE(ChangeLoopEquals([](Ages a) {
+        a.age4 = a.age0;  // age 4 forgotten
+        return ChangeRule(a);
+    }));
+    EXPECT_FALSE(ChangeLoopEquals([](Ages a) {
+        a.noise = std::nextafter(std::nextafter(a.noise, 0.0f), 0.0f);  // as if "equal" were a change
+        return ChangeRule(a);
+    }));
 }

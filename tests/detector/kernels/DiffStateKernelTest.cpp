@@ -8,11 +8,13 @@
 #include <gtest/gtest.h>
 
 #include "KernelCases.h"
+#include "KernelComparison.h"
 #include "SeededRandom.h"
 
 using namespace MD::Kernels;
 using Kit::ForEachKernelCase;
 using Kit::KernelCase;
+using Kit::KernelComparison;
 using Kit::KernelPlane;
 using Kit::SeededRandom;
 
@@ -39,10 +41,10 @@ int Variation(Ring& ring, const KernelCase& c, std::size_t block, int lastAge) {
 
 // isCounted(mask byte); the ages up to `lastAge` take part.
 template <class IsCounted>
-int DifferingCases(IsCounted isCounted, int lastAge) {
+testing::AssertionResult LoopEquals(IsCounted isCounted, int lastAge) {
     Ring ring;
     KernelPlane<std::uint8_t> isSelected;
-    int differing = 0;
+    KernelComparison comparison;
     ForEachKernelCase([&](const KernelCase& c) {
         SeededRandom random(c.seed);
         for (KernelPlane<std::uint8_t>& plane : ring.ofAge) plane.Fill(c, 0, 255, [&] { return random.Byte(); });
@@ -56,9 +58,10 @@ int DifferingCases(IsCounted isCounted, int lastAge) {
         }
         const RowVariation row =
             ring.Measure(c, isSelected, static_cast<std::ptrdiff_t>(c.first), static_cast<std::ptrdiff_t>(c.last));
-        differing += row.sum != sum || row.count != count;
+        comparison.CompareValue(c, "sum", row.sum, sum);
+        comparison.CompareValue(c, "count", row.count, count);
     });
-    return differing;
+    return comparison.Result();
 }
 
 constexpr KernelCase oneBlock{1, 0, 1, Kit::Level::Random, Kit::GuardedSide::End, 0};
@@ -66,12 +69,12 @@ constexpr KernelCase oneBlock{1, 0, 1, Kit::Level::Random, Kit::GuardedSide::End
 }  // namespace
 
 TEST(DiffStateKernel, LoopEqualsRule) {
-    EXPECT_EQ(DifferingCases([](std::uint8_t mask) { return mask != 0; }, 10), 0);
+    EXPECT_TRUE(LoopEquals([](std::uint8_t mask) { return mask != 0; }, 10));
 }
 
 TEST(DiffStateKernel, ComparisonNoticesPlantedFaults) {
-    EXPECT_GT(DifferingCases([](std::uint8_t mask) { return mask == 255; }, 10), 0);  // only full mask bytes count
-    EXPECT_GT(DifferingCases([](std::uint8_t mask) { return mask != 0; }, 9), 0);     // the oldest frame forgotten
+    EXPECT_FALSE(LoopEquals([](std::uint8_t mask) { return mask == 255; }, 10));  // only full mask bytes count
+    EXPECT_FALSE(LoopEquals([](std::uint8_t mask) { return mask != 0; }, 9));     // the oldest frame forgotten
 }
 
 TEST(DiffStateKernel, EveryStepBetweenTwoBytesCounts) {

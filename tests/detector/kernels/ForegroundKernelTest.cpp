@@ -9,11 +9,13 @@
 #include <gtest/gtest.h>
 
 #include "KernelCases.h"
+#include "KernelComparison.h"
 #include "SeededRandom.h"
 
 using namespace MD::Kernels;
 using Kit::ForEachKernelCase;
 using Kit::KernelCase;
+using Kit::KernelComparison;
 using Kit::KernelPlane;
 using Kit::SeededRandom;
 using MD::ByteDistance;
@@ -123,11 +125,11 @@ struct StandardArrays {
     }
 };
 
-// In how many cases does the loop leave other bytes than the rule?
+// Does the loop leave the bytes that the rule gives?
 template <class Rule>
-int DifferingStandardCases(Rule rule) {
+testing::AssertionResult StandardLoopEquals(Rule rule) {
     StandardArrays a;
-    int differing = 0;
+    KernelComparison comparison;
     ForEachKernelCase([&](const KernelCase& c) {
         a.Fill(c);
         std::vector<std::uint8_t> expected = a.isObject.Copy(c);
@@ -139,15 +141,15 @@ int DifferingStandardCases(Rule rule) {
                         .noiseLevel = a.noise.At(c),
                         .isObject = a.isObject.At(c)},
                        chromaLimit, c.Range());
-        differing += !a.isObject.Equals(c, expected);
+        comparison.Compare(c, "isObject", a.isObject, expected);
     });
-    return differing;
+    return comparison.Result();
 }
 
 template <class Rule>
-int DifferingMPEG4Cases(Rule rule) {
+testing::AssertionResult MPEG4LoopEquals(Rule rule) {
     StandardArrays a;
-    int differing = 0;
+    KernelComparison comparison;
     ForEachKernelCase([&](const KernelCase& c) {
         a.Fill(c);
         std::vector<std::uint8_t> objects = a.isObject.Copy(c), motion = a.isMotionPixel.Copy(c);
@@ -160,16 +162,17 @@ int DifferingMPEG4Cases(Rule rule) {
                              .isObject = a.isObject.At(c),
                              .isMotionPixel = a.isMotionPixel.At(c)},
                             chromaLimit, c.Range());
-        differing += !a.isObject.Equals(c, objects) || !a.isMotionPixel.Equals(c, motion);
+        comparison.Compare(c, "isObject", a.isObject, objects);
+        comparison.Compare(c, "isMotionPixel", a.isMotionPixel, motion);
     });
-    return differing;
+    return comparison.Result();
 }
 
 // rule(luma, previous, background, isKnown)
 template <class Rule>
-int DifferingIFrameCases(Rule rule) {
+testing::AssertionResult IFrameLoopEquals(Rule rule) {
     StandardArrays a;
-    int differing = 0;
+    KernelComparison comparison;
     ForEachKernelCase([&](const KernelCase& c) {
         a.Fill(c);
         std::vector<std::uint8_t> objects = a.isObject.Copy(c), motion = a.isMotionPixel.Copy(c);
@@ -184,16 +187,17 @@ int DifferingIFrameCases(Rule rule) {
                               .isObject = a.isObject.At(c),
                               .isMotionPixel = a.isMotionPixel.At(c)},
                              toBackground, toFrame, brightness, c.Range());
-        differing += !a.isObject.Equals(c, objects) || !a.isMotionPixel.Equals(c, motion);
+        comparison.Compare(c, "isObject", a.isObject, objects);
+        comparison.Compare(c, "isMotionPixel", a.isMotionPixel, motion);
     });
-    return differing;
+    return comparison.Result();
 }
 
 // rule(luma, reference)
 template <class Rule>
-int DifferingPFrameCases(Rule rule) {
+testing::AssertionResult PFrameLoopEquals(Rule rule) {
     StandardArrays a;
-    int differing = 0;
+    KernelComparison comparison;
     ForEachKernelCase([&](const KernelCase& c) {
         a.Fill(c);
         std::vector<std::uint8_t> objects = a.isObject.Copy(c), motion = a.isMotionPixel.Copy(c);
@@ -208,9 +212,11 @@ int DifferingPFrameCases(Rule rule) {
                                                 .isObject = a.isObject.At(c),
                                                 .isMotionPixel = a.isMotionPixel.At(c)},
                                                toFrame, brightness, c.Range());
-        differing += count != expectedCount || !a.isObject.Equals(c, objects) || !a.isMotionPixel.Equals(c, motion);
+        comparison.CompareValue(c, "count", count, expectedCount);
+        comparison.Compare(c, "isObject", a.isObject, objects);
+        comparison.Compare(c, "isMotionPixel", a.isMotionPixel, motion);
     });
-    return differing;
+    return comparison.Result();
 }
 
 bool IFrameRule(int luma, int previous, int background, bool isKnown) {
@@ -260,31 +266,27 @@ TEST(ForegroundKernel, PartlyDecodedLumaDecidesByTheReference) {
     EXPECT_TRUE(DiffersPartly(206, 190, toFrame, brightness));
 }
 
-TEST(ForegroundKernel, StandardLoopEqualsRule) { EXPECT_EQ(DifferingStandardCases(StandardRule), 0); }
-TEST(ForegroundKernel, MPEG4LoopEqualsRule) { EXPECT_EQ(DifferingMPEG4Cases(MPEG4Rule), 0); }
-TEST(ForegroundKernel, IFrameLoopEqualsRule) { EXPECT_EQ(DifferingIFrameCases(IFrameRule), 0); }
+TEST(ForegroundKernel, StandardLoopEqualsRule) { EXPECT_TRUE(StandardLoopEquals(StandardRule)); }
+TEST(ForegroundKernel, MPEG4LoopEqualsRule) { EXPECT_TRUE(MPEG4LoopEquals(MPEG4Rule)); }
+TEST(ForegroundKernel, IFrameLoopEqualsRule) { EXPECT_TRUE(IFrameLoopEquals(IFrameRule)); }
 TEST(ForegroundKernel, PFrameLoopEqualsRule) {
-    EXPECT_EQ(DifferingPFrameCases([](int luma, int reference) { return DiffersByTable(luma, reference, smallestToFrame); }),
-              0);
+    EXPECT_TRUE(PFrameLoopEquals([](int luma, int reference) { return DiffersByTable(luma, reference, smallestToFrame); }));
 }
 
 // The blocks above are near enough to the limits that each of these small faults shows.
 TEST(ForegroundKernel, ComparisonNoticesPlantedFaults) {
-    EXPECT_GT(DifferingStandardCases([](Block b) {
-                  b.noise = std::nextafter(b.noise, 0.0f);  // as if "equal" were foreground
-                  return StandardRule(b);
-              }),
-              0);
-    EXPECT_GT(DifferingStandardCases([](Block b) {
-                  b.cr = b.backgroundCr;
-                  b.earlierCr = b.backgroundCr;  // Cr forgotten
-                  return StandardRule(b);
-              }),
-              0);
-    EXPECT_GT(DifferingMPEG4Cases(StandardRule), 0);  // chroma tested where there is no background
-    EXPECT_GT(DifferingIFrameCases([](int luma, int previous, int background, bool) {
-                  return IFrameRule(luma, previous, background, true);  // the background everywhere
-              }),
-              0);
-    EXPECT_GT(DifferingPFrameCases([](int luma, int reference) { return std::abs(luma - reference) >= 16; }), 0);
+    EXPECT_FALSE(StandardLoopEquals([](Block b) {
+        b.noise = std::nextafter(b.noise, 0.0f);  // as if "equal" were foreground
+        return StandardRule(b);
+    }));
+    EXPECT_FALSE(StandardLoopEquals([](Block b) {
+        b.cr = b.backgroundCr;
+        b.earlierCr = b.backgroundCr;  // Cr forgotten
+        return StandardRule(b);
+    }));
+    EXPECT_FALSE(MPEG4LoopEquals(StandardRule));  // chroma tested where there is no background
+    EXPECT_FALSE(IFrameLoopEquals([](int luma, int previous, int background, bool) {
+        return IFrameRule(luma, previous, background, true);  // the background everywhere
+    }));
+    EXPECT_FALSE(PFrameLoopEquals([](int luma, int reference) { return std::abs(luma - reference) >= 16; }));
 }

@@ -10,12 +10,14 @@
 #include <gtest/gtest.h>
 
 #include "GuardedBlocks.h"
+#include "KernelComparison.h"
 #include "SeededRandom.h"
 #include "detector/kernels/Segmentation.h"
 
 using namespace MD::Kernels;
 using Kit::GuardedBlocks;
 using Kit::GuardedSide;
+using Kit::KernelComparison;
 using Kit::SeededRandom;
 using MD::CellBox;
 using MD::Grid;
@@ -114,8 +116,10 @@ int RefineSlowly(Object& o, float limit, int few) {
     return newlySet;
 }
 
-std::vector<std::pair<int, int>> CollectSlowly(Object& o) {
-    std::vector<std::pair<int, int>> survivors;
+using Survivors = std::vector<std::pair<int, int>>;
+
+Survivors CollectSlowly(Object& o) {
+    Survivors survivors;
     for (std::size_t i = 0; i < o.Count(); ++i) {
         std::uint16_t& value = o.map[o.At(i)];
         if (value != label && value != tagged) {
@@ -130,9 +134,11 @@ std::vector<std::pair<int, int>> CollectSlowly(Object& o) {
     return survivors;
 }
 
+Kit::GridCase CaseOf(Grid grid) { return {.columns = grid.columns, .rows = grid.rows, .fill = "random"}; }
+
 // The refinement and the collection of its survivors, on guarded arrays, against the slow form with these constants.
-int DifferingRefinements(float limit, int few) {
-    int differing = 0;
+testing::AssertionResult RefinementEquals(float limit, int few) {
+    KernelComparison comparison;
     ForEachObject([&](Object& o, SeededRandom& random) {
         const GuardedSide side = random.OneIn(2) ? GuardedSide::End : GuardedSide::Front;
         GuardedBlocks<std::uint16_t> map(std::span<const std::uint16_t>(o.map), side);
@@ -153,27 +159,28 @@ int DifferingRefinements(float limit, int few) {
             tagged, o.grid);
         const int newlySetSlowly = RefineSlowly(o, limit, few);
         const auto survivors = CollectSlowly(o);
-        bool isEqual = newlySet == newlySetSlowly && count == static_cast<int>(survivors.size()) &&
-                       std::equal(map.begin(), map.end(), o.map.begin()) &&
-                       std::equal(uniform.begin(), uniform.end(), o.uniformMask.begin());
-        for (std::size_t i = 0; isEqual && i < survivors.size(); ++i)
-            isEqual = survivors[i] == std::pair<int, int>(xs[i], ys[i]);
+        Survivors collected;
+        for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) collected.push_back({xs[i], ys[i]});
+        const Kit::GridCase c = CaseOf(o.grid);
+        comparison.CompareValue(c, "newlySet", newlySet, newlySetSlowly);
+        comparison.Compare(c, "survivors", collected, survivors);
+        comparison.Compare(c, "objectsMap", map.data(), o.map.data(), o.map.size());
+        comparison.Compare(c, "uniformMask", uniform.data(), o.uniformMask.data(), o.uniformMask.size());
         EXPECT_TRUE(map.SlackIsIntact() && uniform.SlackIsIntact() && square.SlackIsIntact() && xs.SlackIsIntact() &&
                     ys.SlackIsIntact());
-        differing += !isEqual;
     });
-    return differing;
+    return comparison.Result();
 }
 
 }  // namespace
 
-TEST(ObjectTrimmingKernel, RefinementEqualsRule) { EXPECT_EQ(DifferingRefinements(15.0f, 2), 0); }
+TEST(ObjectTrimmingKernel, RefinementEqualsRule) { EXPECT_TRUE(RefinementEquals(15.0f, 2)); }
 
 TEST(ObjectTrimmingKernel, ComparisonNoticesPlantedFaults) {
-    EXPECT_GT(DifferingRefinements(14.0f, 2), 0);
-    EXPECT_GT(DifferingRefinements(16.0f, 2), 0);
-    EXPECT_GT(DifferingRefinements(15.0f, 1), 0);
-    EXPECT_GT(DifferingRefinements(15.0f, 3), 0);
+    EXPECT_FALSE(RefinementEquals(14.0f, 2));
+    EXPECT_FALSE(RefinementEquals(16.0f, 2));
+    EXPECT_FALSE(RefinementEquals(15.0f, 1));
+    EXPECT_FALSE(RefinementEquals(15.0f, 3));
 }
 
 // Three marked blocks in a row that differ alike from the background are uniform: they leave the object. With two they stay.
@@ -256,7 +263,8 @@ TEST(ObjectTrimmingKernel, BoxEqualsRule) {
 }
 
 TEST(ObjectTrimmingKernel, TrimmingClearsBothMapsOutsideTheBox) {
-    ForEachObject([](Object& o, SeededRandom& random) {
+    KernelComparison comparison;
+    ForEachObject([&](Object& o, SeededRandom& random) {
         const int left = random.Between(0, o.grid.columns - 1), top = random.Between(0, o.grid.rows - 1);
         const CellBox box{left, random.Between(left, o.grid.columns - 1), top, random.Between(top, o.grid.rows - 1)};
         Labels map = o.map;
@@ -270,14 +278,17 @@ TEST(ObjectTrimmingKernel, TrimmingClearsBothMapsOutsideTheBox) {
         }
         GuardedBlocks<std::uint16_t> guardedMap{std::span<const std::uint16_t>(o.map)};
         GuardedBlocks<std::uint8_t> guardedZone{std::span<const std::uint8_t>(o.zoneResultMap)};
-        ASSERT_EQ(TrimObject(o.Blocks(), box, guardedMap.data(), guardedZone.data(), o.grid), outside);
-        ASSERT_TRUE(std::equal(map.begin(), map.end(), guardedMap.begin()));
-        ASSERT_TRUE(std::equal(zoneResultMap.begin(), zoneResultMap.end(), guardedZone.begin()));
+        const int trimmed = TrimObject(o.Blocks(), box, guardedMap.data(), guardedZone.data(), o.grid);
+        comparison.CompareValue(CaseOf(o.grid), "trimmed", trimmed, outside);
+        comparison.Compare(CaseOf(o.grid), "objectsMap", guardedMap.data(), map.data(), map.size());
+        comparison.Compare(CaseOf(o.grid), "zoneResultMap", guardedZone.data(), zoneResultMap.data(), zoneResultMap.size());
     });
+    EXPECT_TRUE(comparison.Result());
 }
 
 TEST(ObjectTrimmingKernel, DiscardingAndRelabellingTouchTheObjectOnly) {
-    ForEachObject([](Object& o, SeededRandom&) {
+    KernelComparison comparison;
+    ForEachObject([&](Object& o, SeededRandom&) {
         Labels map = o.map, relabelled = o.map;
         Bytes zoneResultMap = o.zoneResultMap;
         for (std::size_t i = 0; i < o.Count(); ++i) {
@@ -286,11 +297,12 @@ TEST(ObjectTrimmingKernel, DiscardingAndRelabellingTouchTheObjectOnly) {
         }
         Labels written = o.map;
         RelabelObject(o.Blocks(), written.data(), 32767, o.grid);
-        ASSERT_EQ(written, relabelled);
+        comparison.Compare(CaseOf(o.grid), "relabelled objectsMap", written, relabelled);
         DiscardObject(o.Blocks(), o.map.data(), o.zoneResultMap.data(), o.grid);
-        ASSERT_EQ(o.map, map);
-        ASSERT_EQ(o.zoneResultMap, zoneResultMap);
+        comparison.Compare(CaseOf(o.grid), "discarded objectsMap", o.map, map);
+        comparison.Compare(CaseOf(o.grid), "zoneResultMap", o.zoneResultMap, zoneResultMap);
     });
+    EXPECT_TRUE(comparison.Result());
 }
 
 TEST(ObjectTrimmingKernelDeathTest, BlockOutsideTheGridStops) {

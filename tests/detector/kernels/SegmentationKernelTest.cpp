@@ -14,12 +14,14 @@
 #include <gtest/gtest.h>
 
 #include "GuardedBlocks.h"
+#include "KernelComparison.h"
 #include "SeededRandom.h"
 #include "detector/kernels/Segmentation.h"
 
 using namespace MD::Kernels;
 using Kit::GuardedBlocks;
 using Kit::GuardedSide;
+using Kit::KernelComparison;
 using Kit::SeededRandom;
 using MD::Grid;
 
@@ -134,8 +136,15 @@ void ForEachMask(Visit visit) {
             for (const int percent : {0, 100, 5, 10, 15, 20, 30, 50, 80}) visit(grid, DrawMask(grid, percent, random), side);
 }
 
-int DifferingGroupings(Shape shape) {
-    int differing = 0;
+Kit::GridCase CaseOf(Grid grid, const std::vector<std::uint8_t>& mask) {
+    const auto isMoving = [](std::uint8_t block) { return block != 0; };
+    const bool isFull = std::all_of(mask.begin(), mask.end(), isMoving),
+               isEmpty = std::none_of(mask.begin(), mask.end(), isMoving);
+    return {.columns = grid.columns, .rows = grid.rows, .fill = isEmpty ? "low" : isFull ? "high" : "random"};
+}
+
+testing::AssertionResult GroupingEquals(Shape shape) {
+    KernelComparison comparison;
     ForEachMask([&](Grid grid, const std::vector<std::uint8_t>& mask, GuardedSide side) {
         const Cells cells = MovingCells(mask, grid);
         Arrays a(grid, side);
@@ -144,13 +153,14 @@ int DifferingGroupings(Shape shape) {
         for (const Cell seed : cells)
             if (a.map[IndexOf(seed, grid)] == unassignedBlock) a.Grow(seed, ++label, grid);
         EXPECT_TRUE(a.SlackIsIntact());
-        differing += Labels(a.map.begin(), a.map.end()) != LabelsByUnion(cells, grid, shape);
+        comparison.Compare(CaseOf(grid, mask), "objectsMap", Labels(a.map.begin(), a.map.end()),
+                           LabelsByUnion(cells, grid, shape));
     });
-    return differing;
+    return comparison.Result();
 }
 
-int DifferingOrders(Shape shape) {
-    int differing = 0;
+testing::AssertionResult GrowthEquals(Shape shape) {
+    KernelComparison comparison;
     SeededRandom random(12);
     ForEachMask([&](Grid grid, const std::vector<std::uint8_t>& mask, GuardedSide side) {
         const Cells cells = MovingCells(mask, grid);
@@ -158,10 +168,11 @@ int DifferingOrders(Shape shape) {
         const Cell seed = cells[static_cast<std::size_t>(random.Between(0, static_cast<int>(cells.size()) - 1))];
         Arrays a(grid, side);
         for (const Cell cell : cells) a.map[IndexOf(cell, grid)] = unassignedBlock;
-        differing += a.Grow(seed, 7, grid) != GrowSlowly({cells.begin(), cells.end()}, seed, grid, shape);
+        comparison.Compare(CaseOf(grid, mask), "grown cells", a.Grow(seed, 7, grid),
+                           GrowSlowly({cells.begin(), cells.end()}, seed, grid, shape));
         EXPECT_TRUE(a.SlackIsIntact());
     });
-    return differing;
+    return comparison.Result();
 }
 
 // Number of objects among blocks of one row of text each: '#' moves.
@@ -181,14 +192,14 @@ int ObjectsOf(const std::vector<const char*>& rows) {
 
 }  // namespace
 
-TEST(SegmentationKernel, GroupsEqualUnionOverDiamonds) { EXPECT_EQ(DifferingGroupings({}), 0); }
-TEST(SegmentationKernel, ObjectGrowsBreadthFirst) { EXPECT_EQ(DifferingOrders({}), 0); }
+TEST(SegmentationKernel, GroupsEqualUnionOverDiamonds) { EXPECT_TRUE(GroupingEquals({})); }
+TEST(SegmentationKernel, ObjectGrowsBreadthFirst) { EXPECT_TRUE(GrowthEquals({})); }
 
 TEST(SegmentationKernel, ComparisonNoticesPlantedFaults) {
     for (const Shape shape : {Shape{.sideways = 1, .upwards = 1}, Shape{.sideways = 3, .upwards = 1},
                               Shape{.sideways = 2, .upwards = 0}, Shape{.sideways = 2, .upwards = 2}}) {
-        EXPECT_GT(DifferingGroupings(shape), 0) << shape.sideways << ' ' << shape.upwards;
-        EXPECT_GT(DifferingOrders(shape), 0) << shape.sideways << ' ' << shape.upwards;
+        EXPECT_FALSE(GroupingEquals(shape)) << shape.sideways << ' ' << shape.upwards;
+        EXPECT_FALSE(GrowthEquals(shape)) << shape.sideways << ' ' << shape.upwards;
     }
 }
 
@@ -246,6 +257,7 @@ Cells Starts(const BlockGroup* groups, std::ptrdiff_t count) {
 
 TEST(SegmentationKernel, CollectingEqualsRule) {
     SeededRandom random(13);
+    KernelComparison comparison;
     ForEachMask([&](Grid grid, const std::vector<std::uint8_t>& isObject, GuardedSide side) {
         std::vector<std::uint8_t> isInZone = DrawMask(grid, random.Between(0, 1) * 60 + 40, random);
         for (std::uint8_t& block : isInZone) block &= 1;
@@ -256,7 +268,7 @@ TEST(SegmentationKernel, CollectingEqualsRule) {
             objects(std::span<const std::uint8_t>(isObject), side);
         std::vector<BlockGroup> groups(static_cast<std::size_t>(CountBlockGroups(grid)));
         const std::ptrdiff_t groupCount = FindForegroundGroups(objects.data(), groups.data(), grid);
-        ASSERT_EQ(Starts(groups.data(), groupCount), GroupStarts(isObject, grid));
+        comparison.Compare(CaseOf(grid, isObject), "groups", Starts(groups.data(), groupCount), GroupStarts(isObject, grid));
         const int count = CollectMovingBlocks({.groups = groups.data(),
                                                .groupCount = groupCount,
                                                .isInZone = zone.data(),
@@ -271,10 +283,11 @@ TEST(SegmentationKernel, CollectingEqualsRule) {
             if (!isInZone[i]) isMoving[i] = 0;
             if (isMoving[i]) expected[i] = unassignedBlock;
         }
-        ASSERT_EQ(a.Collected(count), MovingCells(isMoving, grid));
-        ASSERT_EQ(Labels(a.map.begin(), a.map.end()), expected);
+        comparison.Compare(CaseOf(grid, isObject), "collected cells", a.Collected(count), MovingCells(isMoving, grid));
+        comparison.Compare(CaseOf(grid, isObject), "objectsMap", Labels(a.map.begin(), a.map.end()), expected);
         ASSERT_TRUE(a.SlackIsIntact());
     });
+    EXPECT_TRUE(comparison.Result());
 }
 
 TEST(SegmentationKernel, AnyNonZeroByteMoves) {
