@@ -59,7 +59,7 @@ std::vector<LabelledPicture> ReadLabelledVideo(const std::string& folder, int bl
     std::ifstream region(folder + "/temporalROI.txt");
     int first = 0, last = 0;
     if (!(region >> first >> last)) {
-        throw Video::Failure(Video::exitFailed, folder + ": no temporalROI.txt");
+        throw Video::Failure(Video::Concern::Input, folder + ": no temporalROI.txt");
     }
     int number = std::filesystem::exists(folder + "/groundtruth/gt000000.png") ? 0 : 1;
     Video::Decoder pictures(Pattern(folder, "input/in", ".jpg"), 1), labels(Pattern(folder, "groundtruth/gt", ".png"), 1);
@@ -68,8 +68,8 @@ std::vector<LabelledPicture> ReadLabelledVideo(const std::string& folder, int bl
     for (; pictures.Next(); ++number) {
         if (!labels.Next() || labels.Frame().width != pictures.Frame().width ||
             labels.Frame().height != pictures.Frame().height || !IsGrey(labels.Frame())) {
-            throw Video::Failure(Video::exitFailed, folder + ": labels of picture " + std::to_string(number) +
-                                                        " are missing or of another kind");
+            throw Video::Failure(Video::Concern::Input, folder + ": labels of picture " + std::to_string(number) +
+                                                            " are missing or of another kind");
         }
         plain.Take(pictures.Frame());
         Host::PictureFormat format = plain.Format();

@@ -2,10 +2,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
-#include <filesystem>
 #include <optional>
 #include <string>
-#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -29,6 +27,7 @@
 #include "video/base/Interruption.h"
 #include "video/base/LiveName.h"
 #include "video/base/Tally.h"
+#include "video/files/Folder.h"
 #include "video/media/Libav.h"
 #include "video/zones/Zone.h"
 #include "video/zones/ZoneFile.h"
@@ -89,19 +88,9 @@ int ScanOne(const Options& options, const std::string& input) {
     return CodeOf(result);
 }
 
-// Also where it is there already.
-void MakeFolder(const std::string& path) {
-    std::error_code error;
-    std::filesystem::create_directories(path, error);
-    if (error || !std::filesystem::is_directory(path, error)) {
-        throw Video::Failure(Video::exitFailed,
-                             "cannot write into " + path + ": " + (error ? error.message() : "is not a folder"));
-    }
-}
-
 int ScanMany(Options options, const InputList& list) {
     if (options.startTime && list.several) {
-        throw Video::Failure(Video::exitUsage, "--start-time wants a single input");
+        throw Video::Failure(Video::Concern::Usage, "--start-time wants a single input");
     }
     const int processors = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
     options.jobs = options.jobs > 0 ? options.jobs : processors;
@@ -116,7 +105,7 @@ int ScanMany(Options options, const InputList& list) {
     }
     for (const std::string& folder : {options.background, options.overlay}) {
         if (!folder.empty()) {
-            MakeFolder(folder);
+            Video::MakeFolder(folder);
         }
     }
     RunResults results(options, paths, true);
@@ -139,7 +128,7 @@ std::vector<Video::Zone> AllZones(const Options& options) {
         zones.push_back(Video::RectangleZone("zone " + std::to_string(i + 1), options.zones[i]));
     }
     if (Video::WatchedNames(zones).size() > Video::mostZones) {
-        throw Video::Failure(Video::exitUsage, "more than " + std::to_string(Video::mostZones) + " zones to watch");
+        throw Video::Failure(Video::Concern::Usage, "more than " + std::to_string(Video::mostZones) + " zones to watch");
     }
     return zones;
 }
@@ -164,7 +153,7 @@ int Main(const std::vector<std::string>& arguments) {
         }
         for (const std::string& folder : {options.thumbnails, options.clips}) {
             if (!folder.empty()) {
-                MakeFolder(folder);
+                Video::MakeFolder(folder);
             }
         }
         const InputList list = FindInputs(options.inputs);

@@ -1,4 +1,5 @@
-// How does a scan end badly?  The exit codes, and the exceptions that carry a message to whoever prints it.
+// What went wrong, and what does that mean for the rest?  The exception that carries a message to whoever prints it, and the
+// exit codes.
 #pragma once
 
 #include <stdexcept>
@@ -13,19 +14,28 @@ enum ExitCode {
     exitNothing = 3  // every input scanned, no motion found
 };
 
-class Failure : public std::runtime_error {
-public:
-    Failure(ExitCode code, const std::string& message) : std::runtime_error(message), _code(code) {}
-    ExitCode Code() const { return _code; }
-
-private:
-    ExitCode _code;
+// What a failure concerns; all else follows from it.
+enum class Concern {
+    Usage,   // what the user asked for cannot be
+    Input,   // the video cannot be read, or no further
+    Output,  // what the run writes cannot be written
+    Place,   // it must not be written where the user wants it
+    System   // the machine denies what every scan needs
 };
 
-// A result cannot be written: the next input would meet the same.
-class OutputFailure : public Failure {
+class Failure : public std::runtime_error {
 public:
-    using Failure::Failure;
+    Failure(Concern concern, const std::string& message) : std::runtime_error(message), _concern(concern) {}
+
+    Concern Concerns() const { return _concern; }
+
+    ExitCode Code() const { return _concern == Concern::Usage || _concern == Concern::Place ? exitUsage : exitFailed; }
+
+    // Would the next input meet the same?
+    bool EndsRun() const { return _concern != Concern::Usage && _concern != Concern::Input; }
+
+private:
+    Concern _concern;
 };
 
 }  // namespace Video

@@ -20,16 +20,16 @@ AtomicFile::AtomicFile(std::string path, const std::vector<std::string>& inputs)
     namespace fs = std::filesystem;
     std::error_code ignored;
     if (fs::exists(_path, ignored) && !fs::is_regular_file(_path, ignored)) {
-        throw OutputFailure(exitUsage, "cannot write " + _path + ": is not a plain file");
+        throw Failure(Concern::Place, "cannot write " + _path + ": is not a plain file");
     }
     for (const std::string& input : inputs) {
         if (fs::equivalent(_path, input, ignored)) {
-            throw OutputFailure(exitUsage, "cannot write " + _path + ": is the input");
+            throw Failure(Concern::Place, "cannot write " + _path + ": is the input");
         }
     }
     _passing = _path + "." + std::to_string(getpid()) + ".part";
     if (!std::ofstream(_passing, std::ios::binary)) {
-        throw OutputFailure(exitFailed, "cannot write " + _path + ": " + std::strerror(errno));
+        throw Failure(Concern::Output, "cannot write " + _path + ": " + std::strerror(errno));
     }
 }
 
@@ -40,7 +40,7 @@ AtomicFile::~AtomicFile() {
 
 void AtomicFile::Keep() {
     if (std::rename(_passing.c_str(), _path.c_str()) != 0) {
-        throw OutputFailure(exitFailed, "cannot write " + _path + ": " + std::strerror(errno));
+        throw Failure(Concern::Output, "cannot write " + _path + ": " + std::strerror(errno));
     }
 }
 

@@ -22,7 +22,7 @@ AtomicText::~AtomicText() {
 
 void AtomicText::Check(bool good) const {
     if (!good) {
-        throw OutputFailure(exitFailed, "cannot write " + Path() + ": " + std::strerror(errno));
+        throw Failure(Concern::Output, "cannot write " + Path() + ": " + std::strerror(errno));
     }
 }
 

@@ -19,10 +19,10 @@ public:
 
     const std::string& Path() const { return _place.Path(); }
 
-    // Under the file's passing name. Throws OutputFailure.
+    // Under the file's passing name. Throws Failure.
     void Write(const std::string& text);
 
-    // Completes the file and gives it its name; without it no file remains. Once is enough. Throws OutputFailure.
+    // Completes the file and gives it its name; without it no file remains. Once is enough. Throws Failure.
     void Keep();
 
 private:

@@ -29,7 +29,7 @@ png_image HeaderOf(const BgrPicture& picture) {
 void WritePng(const BgrPicture& picture, const AtomicFile& file) {
     png_image image = HeaderOf(picture);
     if (!png_image_write_to_file(&image, file.PassingPath().c_str(), 0, picture.pixels.data(), 0, nullptr)) {
-        throw OutputFailure(exitFailed, "cannot write " + file.Path() + ": " + image.message);
+        throw Failure(Concern::Output, "cannot write " + file.Path() + ": " + image.message);
     }
 }
 

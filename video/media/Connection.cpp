@@ -92,7 +92,7 @@ const AVInputFormat* CameraFormat(const std::string& url) {
 #endif
     const AVInputFormat* format = av_find_input_format("v4l2");
     if (!format) {
-        throw Failure(exitFailed, "cannot open: is a camera, and this mdscan was built without libavdevice");
+        throw Failure(Concern::Input, "cannot open: is a camera, and this mdscan was built without libavdevice");
     }
     return format;
 }
@@ -152,7 +152,7 @@ InputPointer OpenRemote(const std::string& url, Patience& patience, double recon
     TakeComplaint();
     AVFormatContext* opened = input.release();  // freed by FFmpeg where it fails
     if (const int error = avformat_open_input(&opened, url.c_str(), format, settings.Address()); error < 0) {
-        throw Failure(exitFailed, "cannot open: " + Explained(error == AVERROR_EXIT ? "no answer" : ErrorText(error)));
+        throw Failure(Concern::Input, "cannot open: " + Explained(error == AVERROR_EXIT ? "no answer" : ErrorText(error)));
     }
     return InputPointer(opened);
 }
@@ -161,15 +161,15 @@ Connection FindVideo(InputPointer input) {
     Connection connection;
     connection.opened = std::chrono::steady_clock::now();
     if (const int error = avformat_find_stream_info(input.get(), nullptr); error < 0) {
-        throw Failure(exitFailed, "cannot read: " + Explained(ErrorText(error)));
+        throw Failure(Concern::Input, "cannot read: " + Explained(ErrorText(error)));
     }
     const AVCodec* codec = nullptr;
     const int index = av_find_best_stream(input.get(), AVMEDIA_TYPE_VIDEO, -1, -1, &codec, 0);
     if (index == AVERROR_DECODER_NOT_FOUND) {
-        throw Failure(exitFailed, "there is no decoder for its video");
+        throw Failure(Concern::Input, "there is no decoder for its video");
     }
     if (index < 0 || (input->streams[index]->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) {
-        throw Failure(exitFailed, "contains no video");
+        throw Failure(Concern::Input, "contains no video");
     }
     for (unsigned i = 0; i < input->nb_streams; ++i) {
         input->streams[i]->discard = i == static_cast<unsigned>(index) ? AVDISCARD_DEFAULT : AVDISCARD_ALL;

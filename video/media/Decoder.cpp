@@ -106,7 +106,7 @@ Decoder::~Decoder() = default;
 
 InputPointer Decoder::OpenFile(const std::string& path) {
     if (const std::string obstacle = Obstacle(path); !obstacle.empty() && !IsPattern(path)) {
-        throw Failure(exitFailed, "cannot open: " + obstacle);
+        throw Failure(Concern::Input, "cannot open: " + obstacle);
     }
     TakeComplaint();
     InputPointer input = NewInput(*_patience);
@@ -116,11 +116,11 @@ InputPointer Decoder::OpenFile(const std::string& path) {
     }
     AVFormatContext* opened = input.release();  // freed by FFmpeg where it fails
     if (const int error = avformat_open_input(&opened, UrlOf(path).c_str(), nullptr, nullptr); error < 0) {
-        throw Failure(exitFailed, "cannot open: " + Explained(ErrorText(error)));
+        throw Failure(Concern::Input, "cannot open: " + Explained(ErrorText(error)));
     }
     input.reset(opened);
     if (std::string_view(input->iformat->name) == "tty") {  // would draw any text as a picture
-        throw Failure(exitFailed, "cannot open: is text, not video");
+        throw Failure(Concern::Input, "cannot open: is text, not video");
     }
     return input;
 }
@@ -178,7 +178,7 @@ void Decoder::OpenCodec() {
         error = avcodec_open2(_codec.get(), codec, nullptr);
     }
     if (error < 0) {
-        throw Failure(exitFailed, "cannot decode: " + Explained(ErrorText(error)));
+        throw Failure(Concern::Input, "cannot decode: " + Explained(ErrorText(error)));
     }
     _draining = false;
 }

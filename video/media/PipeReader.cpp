@@ -38,7 +38,7 @@ PipeReader::PipeReader(const std::string& path, const Patience& patience)
       _file(path == standardInput ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)),
       _owned(path != standardInput) {
     if (_file < 0) {
-        throw Failure(exitFailed, std::string("cannot open: ") + std::strerror(errno));
+        throw Failure(Concern::Input, std::string("cannot open: ") + std::strerror(errno));
     }
     auto* const buffer = static_cast<unsigned char*>(av_malloc(bufferSize));
     _context = buffer ? avio_alloc_context(

@@ -39,7 +39,7 @@ const AVFrame& PlainPicture::Converted(const AVFrame& frame) {
     _scaler.reset(sws_getCachedContext(_scaler.release(), frame.width, frame.height, format, frame.width, frame.height,
                                        AV_PIX_FMT_YUV420P, SWS_FAST_BILINEAR, nullptr, nullptr, nullptr));
     if (!_scaler) {
-        throw Failure(exitFailed, "the video's pixel format cannot be converted");
+        throw Failure(Concern::Input, "the video's pixel format cannot be converted");
     }
     if (!_copy || _copy->width != frame.width || _copy->height != frame.height) {
         _copy = NewFrame();
@@ -47,7 +47,7 @@ const AVFrame& PlainPicture::Converted(const AVFrame& frame) {
         _copy->height = frame.height;
         _copy->format = AV_PIX_FMT_YUV420P;
         if (const int error = av_frame_get_buffer(_copy.get(), 0); error < 0) {
-            throw Failure(exitFailed, "no memory for a picture: " + ErrorText(error));
+            throw Failure(Concern::Input, "no memory for a picture: " + ErrorText(error));
         }
     }
     sws_scale(_scaler.get(), frame.data, frame.linesize, 0, frame.height, _copy->data, _copy->linesize);

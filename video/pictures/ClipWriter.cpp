@@ -86,8 +86,9 @@ void StoredVideo::Check() const {
     const std::string complaint = TakeComplaint();
     if (result < 0) {
         const std::string why = complaint.empty() ? ErrorText(result) : complaint;
-        throw Failure(exitFailed, std::string("cannot cut clips: its video (") + avcodec_get_name(_parameters->codec_id) +
-                                      ") fits neither MP4 nor Matroska: " + why);
+        throw Failure(Concern::Input, std::string("cannot cut clips: its video (") +
+                                          avcodec_get_name(_parameters->codec_id) +
+                                          ") fits neither MP4 nor Matroska: " + why);
     }
 }
 
@@ -148,7 +149,7 @@ ClipWriter::ClipWriter(const std::string& path, const std::string& input, const 
 
 void ClipWriter::Check(int result) const {
     if (result < 0) {
-        throw OutputFailure(exitFailed, "cannot write " + _file.Path() + ": " + ErrorText(result));
+        throw Failure(Concern::Output, "cannot write " + _file.Path() + ": " + ErrorText(result));
     }
 }
 

@@ -74,13 +74,13 @@ Overlay::Overlay(const std::string& path, const std::string& input, Ticks nomina
                  std::vector<std::string> zones)
     : _file(path, input), _interval(nominalInterval), _sampleAspect(sampleAspect), _zones(std::move(zones)) {
     if (!Encoder()) {
-        throw OutputFailure(exitFailed, "cannot write " + path + ": FFmpeg has no encoder for it");
+        throw Failure(Concern::Output, "cannot write " + path + ": FFmpeg has no encoder for it");
     }
 }
 
 void Overlay::Check(int result) const {
     if (result < 0) {
-        throw OutputFailure(exitFailed, "cannot write " + _file.Path() + ": " + ErrorText(result));
+        throw Failure(Concern::Output, "cannot write " + _file.Path() + ": " + ErrorText(result));
     }
 }
 

@@ -62,13 +62,13 @@ std::string JpegOf(const AVFrame& frame, int widest) {
 void WriteThumbnail(const AVFrame& frame, const AtomicFile& file) {
     const std::string jpeg = JpegOf(frame, widestThumbnail);
     if (jpeg.empty()) {
-        throw OutputFailure(exitFailed, "cannot write " + file.Path() + ": FFmpeg cannot make a JPEG of it");
+        throw Failure(Concern::Output, "cannot write " + file.Path() + ": FFmpeg cannot make a JPEG of it");
     }
     std::ofstream out(file.PassingPath(), std::ios::binary);
     out.write(jpeg.data(), static_cast<std::streamsize>(jpeg.size()));
     out.close();
     if (!out) {
-        throw OutputFailure(exitFailed, "cannot write " + file.Path());
+        throw Failure(Concern::Output, "cannot write " + file.Path());
     }
 }
 

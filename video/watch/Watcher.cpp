@@ -43,9 +43,9 @@ PictureGrid GridOf(int pictureWidth, int pictureHeight, int wish) {
     const int rows = Host::BlocksAcross(pictureHeight, size);
     const bool fits = columns <= Host::largestGridSize && rows <= Host::largestGridSize;
     if (!fits || std::int64_t{columns} * rows > mostBlocks) {
-        throw Failure(wish > 0 ? exitUsage : exitFailed, "a picture of " + std::to_string(pictureWidth) + "x" +
-                                                             std::to_string(pictureHeight) + " has too many blocks of " +
-                                                             std::to_string(size) + " pixels");
+        throw Failure(wish > 0 ? Concern::Usage : Concern::Input,
+                      "a picture of " + std::to_string(pictureWidth) + "x" + std::to_string(pictureHeight) +
+                          " has too many blocks of " + std::to_string(size) + " pixels");
     }
     return {pictureWidth, pictureHeight, size, columns, rows};
 }

@@ -72,7 +72,7 @@ public:
 
 private:
     [[noreturn]] void Fail(const std::string& place, const std::string& what) const {
-        throw Failure(exitUsage, _path + ": " + (place.empty() ? "" : place + ": ") + what);
+        throw Failure(Concern::Usage, _path + ": " + (place.empty() ? "" : place + ": ") + what);
     }
 
     void Expect(bool good, const std::string& place, const std::string& what) const {
@@ -189,7 +189,7 @@ GreyPicture ReadMask(const std::string& path) {
     image.version = PNG_IMAGE_VERSION;
     const auto fail = [&](const std::string& why) {
         png_image_free(&image);
-        throw Failure(exitUsage, path + ": cannot be used as a mask: " + why);
+        throw Failure(Concern::Usage, path + ": cannot be used as a mask: " + why);
     };
     if (!png_image_begin_read_from_file(&image, path.c_str())) {
         fail(image.message);

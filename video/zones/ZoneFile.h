@@ -11,10 +11,10 @@ namespace Video {
 // {"zones": [{"name": "gate", "polygon": [[0.1, 0.2], [0.4, 0.2], [0.4, 0.9]], "exclude": false, "min_size": 0.05},
 //            {"name": "trees", "mask": "trees.png", "exclude": true}]}
 // polygon or mask, at least three corners from 0 to 1 that enclose something without crossing themselves; masks are looked
-// for beside the file. Throws Failure (exitUsage): one line with the place of the first mistake.
+// for beside the file. Throws Failure: one line with the place of the first mistake.
 std::vector<Zone> ReadZoneFile(const std::string& path);
 
-// A PNG file of any size. Throws Failure (exitUsage).
+// A PNG file of any size. Throws Failure.
 GreyPicture ReadMask(const std::string& path);
 
 // Empty when the polygon encloses something and does not cross itself, otherwise what is wrong.

@@ -50,7 +50,9 @@ public:
 
     void OnLine(const std::string&) override {}
     void OnAttachment(const std::string&) override {}
-    void OnLive() override { throw Video::Failure(Video::exitUsage, "mdscan explain wants a recording, not a live source"); }
+    void OnLive() override {
+        throw Video::Failure(Video::Concern::Usage, "mdscan explain wants a recording, not a live source");
+    }
     void OnPicture(double done, const Video::Tally& tally) override { _progress.Show(done, tally); }
 
     // Every event, whatever its length: see Explain.
@@ -83,24 +85,26 @@ public:
     // tally: of the whole scan. Throws Failure where the question has no answer.
     const Explanation& Answer(const Video::Tally& tally) const {
         if (!_isOver && _explanation.asked >= tally.length) {
-            throw Video::Failure(Video::exitUsage, "--at must lie within the video, from 0 to " + Seconds(tally.length) +
-                                                       " s, not " + Seconds(_explanation.asked));
+            throw Video::Failure(Video::Concern::Usage, "--at must lie within the video, from 0 to " +
+                                                            Seconds(tally.length) + " s, not " +
+                                                            Seconds(_explanation.asked));
         }
         if (!_hasSeen) {
-            throw Video::Failure(Video::exitUsage, "no picture was analysed up to " + Seconds(_explanation.asked) + " s");
+            throw Video::Failure(Video::Concern::Usage,
+                                 "no picture was analysed up to " + Seconds(_explanation.asked) + " s");
         }
         const Video::PictureGrid& grid = _explanation.facts.grid;
         const auto range = [](int columns, int rows) {
             return "0,0 to " + std::to_string(columns - 1) + "," + std::to_string(rows - 1);
         };
         if (!_isInside && _options.question.pixel) {
-            throw Video::Failure(Video::exitUsage, "--pixel must lie within the picture, from " +
-                                                       range(grid.pictureWidth, grid.pictureHeight));
+            throw Video::Failure(Video::Concern::Usage, "--pixel must lie within the picture, from " +
+                                                            range(grid.pictureWidth, grid.pictureHeight));
         }
         if (!_isInside) {
-            throw Video::Failure(Video::exitUsage, "--block must lie within the grid, from " +
-                                                       range(grid.columns, grid.rows) + " for blocks of " +
-                                                       std::to_string(grid.blockSize) + " pixels");
+            throw Video::Failure(Video::Concern::Usage, "--block must lie within the grid, from " +
+                                                            range(grid.columns, grid.rows) + " for blocks of " +
+                                                            std::to_string(grid.blockSize) + " pixels");
         }
         return _explanation;
     }
@@ -137,10 +141,10 @@ private:
 
 int Explain(const Options& options, Progress& progress) {
     if (options.inputs.size() != 1) {
-        throw Video::Failure(Video::exitUsage, "mdscan explain wants a single video");
+        throw Video::Failure(Video::Concern::Usage, "mdscan explain wants a single video");
     }
     if (coremd::LibraryVersion() != coremd::headerVersion) {
-        throw Video::Failure(Video::exitFailed,
+        throw Video::Failure(Video::Concern::System,
                              "mdscan explain needs the very version of coreMD that it was built for, see mdscan --version");
     }
     const std::string& input = options.inputs.front();
@@ -151,24 +155,22 @@ int Explain(const Options& options, Progress& progress) {
     const std::string shown = Video::ShownName(input);
     progress.Clear();
     if (result.health == Health::Unreadable || result.health == Health::Interrupted || result.tally.pictures == 0) {
-        throw Video::Failure(result.code == Video::exitComplete ? Video::exitFailed : result.code,
-                             shown + ": " + result.trouble);
+        throw FailureOf(result, shown + ": ");
     }
     Explanation explanation;
     try {
         explanation = witness.Answer(result.tally);
     } catch (const Video::Failure& failure) {
-        throw Video::Failure(failure.Code(),
+        throw Video::Failure(failure.Concerns(),
                              shown + ": " + failure.what() + (result.trouble.empty() ? "" : "; " + result.trouble));
     }
     explanation.file = shown;
     const std::string text = options.question.json ? ExplanationLine(explanation) + "\n" : ExplanationText(explanation);
     if (std::fputs(text.c_str(), stdout) < 0 || std::fflush(stdout) != 0) {
-        throw Video::Failure(Video::exitFailed, "cannot print the explanation");
+        throw Video::Failure(Video::Concern::Output, "cannot print the explanation");
     }
     if (result.health != Health::Whole) {
-        throw Video::Failure(result.code == Video::exitComplete ? Video::exitFailed : result.code,
-                             shown + ": " + result.trouble);
+        throw FailureOf(result, shown + ": ");
     }
     return Video::exitComplete;
 }

@@ -50,7 +50,7 @@ Video::BgrPicture Coloured(const AVFrame& frame) {
                                                      frame.width, frame.height, AV_PIX_FMT_BGR24, SWS_BILINEAR, nullptr,
                                                      nullptr, nullptr));
     if (!scaler) {
-        throw Video::Failure(Video::exitFailed, "the video's pixel format cannot be converted");
+        throw Video::Failure(Video::Concern::Input, "the video's pixel format cannot be converted");
     }
     // The scaler may write whole vectors at the end of a row: into rows of its own.
     const int roomy = (stride + 127) / 64 * 64;
@@ -107,12 +107,12 @@ void PaintOutline(Video::BgrPicture& picture, const std::vector<Video::Point>& p
 
 int ShowZones(const Options& options) {
     if (options.inputs.size() != 1) {
-        throw Video::Failure(Video::exitUsage, "mdscan zones wants a single video");
+        throw Video::Failure(Video::Concern::Usage, "mdscan zones wants a single video");
     }
     const std::string& input = options.inputs.front();
     Video::Decoder decoder(input);
     if (!decoder.Next()) {
-        throw Video::Failure(Video::exitFailed, input + ": no picture could be decoded");
+        throw Video::Failure(Video::Concern::Input, input + ": no picture could be decoded");
     }
     const AVFrame& frame = decoder.Frame();
     const Video::PictureGrid grid = Video::GridOf(frame.width, frame.height, options.blockSize);

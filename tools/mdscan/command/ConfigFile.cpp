@@ -63,7 +63,7 @@ std::vector<Setting> ReadSettings(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     std::error_code ignored;
     if (!file || fs::is_directory(path, ignored)) {
-        throw Video::Failure(Video::exitUsage, path + ": cannot be read");
+        throw Video::Failure(Video::Concern::Usage, path + ": cannot be read");
     }
     std::vector<Setting> settings;
     int number = 0;
@@ -71,7 +71,7 @@ std::vector<Setting> ReadSettings(const std::string& path) {
         ++number;
         const auto expect = [&](bool good, const std::string& what) {
             if (!good) {
-                throw Video::Failure(Video::exitUsage, PlaceInConfig(path, number, what));
+                throw Video::Failure(Video::Concern::Usage, PlaceInConfig(path, number, what));
             }
         };
         const std::string line = Trimmed(WithoutComment(whole));

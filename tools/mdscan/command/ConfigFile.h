@@ -16,7 +16,7 @@ struct Setting {
     std::string value;  // as it would stand on the command line
 };
 
-// The file's settings in order, whatever their names are. Throws Failure (exitUsage): one line with file and line.
+// The file's settings in order, whatever their names are. Throws Failure: one line with file and line.
 std::vector<Setting> ReadSettings(const std::string& path);
 
 // "file: line 3: what": how all complaints about a configuration file begin.

@@ -298,7 +298,7 @@ std::string WithoutDashes(const std::string& complaint, const std::string& name)
 std::string WordOf(const Setting& setting, const std::string& path) {
     const auto expect = [&](bool good, const std::string& what) {
         if (!good) {
-            throw Video::Failure(Video::exitUsage, PlaceInConfig(path, setting.line, what));
+            throw Video::Failure(Video::Concern::Usage, PlaceInConfig(path, setting.line, what));
         }
     };
     Options trial;
@@ -328,9 +328,9 @@ std::vector<std::string> WordsOfFile(const std::string& path, const CLI::App& gi
         const CLI::Option* option = given.get_option_no_throw("--" + setting.name);
         const auto [earlier, isNew] = lines.try_emplace(setting.name, setting.line);
         if (!isNew && !(option && option->get_expected_max() > 1)) {
-            throw Video::Failure(Video::exitUsage, PlaceInConfig(path, setting.line,
-                                                                 setting.name + " is given twice, first in line " +
-                                                                     std::to_string(earlier->second)));
+            throw Video::Failure(Video::Concern::Usage, PlaceInConfig(path, setting.line,
+                                                                      setting.name + " is given twice, first in line " +
+                                                                          std::to_string(earlier->second)));
         }
         if (option && (option->count() == 0 || setting.name == "block")) {  // the last --block wins, see TakeIn
             words.push_back(word);
@@ -361,7 +361,7 @@ void RefuseSameFileTwice(const Options& options, bool several) {
         const auto& [name, path] = places[i];
         const auto [other, isNew] = taken.try_emplace(std::filesystem::path(path).lexically_normal(), i);
         if (!path.empty() && !isNew && !(several && other->second >= firstFolder)) {
-            throw Video::Failure(Video::exitUsage,
+            throw Video::Failure(Video::Concern::Usage,
                                  std::string(places[other->second].first) + " and " + name + " name the same file");
         }
     }

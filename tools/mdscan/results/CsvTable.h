@@ -13,10 +13,10 @@ public:
     // inputs: files that must not be replaced. Throws Failure.
     CsvTable(const std::string& path, const std::vector<std::string>& inputs);
 
-    // Any line of results of this input; those that are no events are passed over. Throws OutputFailure.
+    // Any line of results of this input; those that are no events are passed over. Throws Failure.
     void Take(const std::string& input, const std::string& line);
 
-    // Throws OutputFailure.
+    // Throws Failure.
     void Keep();
 
 private:

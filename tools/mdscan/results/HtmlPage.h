@@ -24,12 +24,12 @@ public:
     // inputs: files that must not be replaced. scan: the first line of the results. Throws Failure.
     HtmlPage(const std::string& path, const std::vector<std::string>& inputs, const std::string& scan);
 
-    // Of one input at a time, each ended by Finish. A picture comes before the line of its event. Throw OutputFailure.
+    // Of one input at a time, each ended by Finish. A picture comes before the line of its event. Throw Failure.
     void Take(const std::string& input, const std::string& line);
     void Attach(const EventPicture& picture);
     void Finish(const std::string& input, const JobResult& result);
 
-    // Completes the page and gives it its name. Throws OutputFailure.
+    // Completes the page and gives it its name. Throws Failure.
     void Keep(const CameraGrounds& cameras);
 
 private:

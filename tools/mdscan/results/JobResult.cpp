@@ -23,4 +23,12 @@ Video::ExitCode CodeOf(const JobResult& result) {
     return result.tally.events > 0 ? Video::exitComplete : Video::exitNothing;
 }
 
+Video::Failure FailureOf(const JobResult& result, const std::string& before) {
+    const bool isTheUsers = result.code == Video::exitUsage;
+    const Video::Concern concern = result.health == Health::Unwritten
+                                       ? (isTheUsers ? Video::Concern::Place : Video::Concern::Output)
+                                       : (isTheUsers ? Video::Concern::Usage : Video::Concern::Input);
+    return {concern, before + result.trouble};
+}
+
 }  // namespace Scan

@@ -32,4 +32,7 @@ const char* NameOf(Health health);
 // Exit code for a scan of this one input.
 Video::ExitCode CodeOf(const JobResult& result);
 
+// For whoever cannot go on after a result that is not Whole: says and means what ended it. before: stands before its words.
+Video::Failure FailureOf(const JobResult& result, const std::string& before = "");
+
 }  // namespace Scan

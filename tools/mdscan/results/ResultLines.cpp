@@ -19,7 +19,7 @@ void ResultLines::Print(const std::string& line) {
     if (_text) {
         _text->Write(line + "\n");
     } else if (std::printf("%s\n", line.c_str()) < 0 || std::fflush(stdout) != 0) {
-        throw Video::OutputFailure(Video::exitFailed, std::string("cannot print results: ") + std::strerror(errno));
+        throw Video::Failure(Video::Concern::Output, std::string("cannot print results: ") + std::strerror(errno));
     }
 }
 

@@ -15,10 +15,10 @@ public:
     // path: empty for standard output. inputs: files that must not be replaced. Throws Failure.
     ResultLines(const std::string& path, const std::vector<std::string>& inputs);
 
-    // One line, given without its end; on standard output it is there at once. Throws OutputFailure.
+    // One line, given without its end; on standard output it is there at once. Throws Failure.
     void Print(const std::string& line);
 
-    // Completes the file and gives it its name; without it no file remains. Throws OutputFailure.
+    // Completes the file and gives it its name; without it no file remains. Throws Failure.
     void Keep();
 
 private:

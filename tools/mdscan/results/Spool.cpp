@@ -20,7 +20,7 @@ Spool::~Spool() {
 
 void Spool::Check(bool good) const {
     if (!good) {
-        throw Video::OutputFailure(Video::exitFailed, std::string("cannot use a temporary file: ") + std::strerror(errno));
+        throw Video::Failure(Video::Concern::System, std::string("cannot use a temporary file: ") + std::strerror(errno));
     }
 }
 

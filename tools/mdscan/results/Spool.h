@@ -20,7 +20,7 @@ public:
     Spool(const Spool&) = delete;
     Spool& operator=(const Spool&) = delete;
 
-    // Both throw OutputFailure.
+    // Both throw Failure.
     Place Add(const std::string& text);
     std::string Get(const Place& place);
 

@@ -139,7 +139,7 @@ void Batch::Listen() {
 
 void Batch::Finish(Item& item, JobResult result) {
     if (result.health == Health::Unwritten) {
-        throw Video::OutputFailure(result.code, result.trouble);
+        throw FailureOf(result);
     }
     item.result = std::move(result);
 }

@@ -26,7 +26,7 @@ public:
     // state: null, or what was finished before. All must outlive the batch.
     Batch(const Options& options, const InputList& list, RunResults& results, RunState* state, Progress& progress);
 
-    // Returns the exit code; everything has been said by then. Throws OutputFailure when a result cannot be written.
+    // Returns the exit code; everything has been said by then. Throws Failure when a result cannot be written.
     int Run();
 
 private:

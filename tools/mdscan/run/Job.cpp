@@ -48,9 +48,10 @@ bool CanBeReadTwice(const std::string& input) {
 }
 
 JobResult ResultOf(const Video::Failure& failure, Health health) {
-    const bool unwritten = dynamic_cast<const Video::OutputFailure*>(&failure) != nullptr;
-    return {
-        .health = unwritten ? Health::Unwritten : health, .code = failure.Code(), .trouble = failure.what(), .tally = {}};
+    return {.health = failure.EndsRun() ? Health::Unwritten : health,
+            .code = failure.Code(),
+            .trouble = failure.what(),
+            .tally = {}};
 }
 
 }  // namespace
@@ -208,8 +209,8 @@ void Job::PrintEvent(const std::optional<Video::Event>& event) {
 void Job::AttachPicture() {
     const std::string jpeg = Video::JpegOf(*_peak, widestPagePicture);
     if (jpeg.empty()) {
-        throw Video::OutputFailure(Video::exitFailed,
-                                   "cannot write " + _options.report + ": FFmpeg cannot make a JPEG of a picture");
+        throw Video::Failure(Video::Concern::Output,
+                             "cannot write " + _options.report + ": FFmpeg cannot make a JPEG of a picture");
     }
     _listener.OnAttachment(AttachedText({.event = EventPicture{_printed, Base64(jpeg)}}));
 }
@@ -270,7 +271,7 @@ Video::Tally Job::Sum() const {
 JobResult RunJob(const Options& options, const std::string& input, const std::string& name, JobListener& listener) {
     try {
         if (options.fast && !CanBeReadTwice(input)) {
-            throw Video::Failure(Video::exitUsage, "--fast wants a file, which can be read twice");
+            throw Video::Failure(Video::Concern::Usage, "--fast wants a file, which can be read twice");
         }
         return Job(options, input, name, listener).Run();
     } catch (const Video::Failure& failure) {

@@ -2,7 +2,6 @@
 #include "run/RunResults.h"
 
 #include <filesystem>
-#include <system_error>
 
 #include "command/Options.h"
 #include "results/Attachment.h"
@@ -10,9 +9,9 @@
 #include "results/JobResult.h"
 #include "results/JsonLines.h"
 #include "results/ScanLine.h"
-#include "video/base/Failure.h"
 #include "video/base/LiveName.h"
 #include "video/files/AtomicFile.h"
+#include "video/files/Folder.h"
 #include "video/files/PngFile.h"
 #include "video/watch/HeatMap.h"
 
@@ -29,12 +28,7 @@ RunResults::RunResults(const Options& options, const std::vector<std::string>& i
         _page.emplace(options.report, inputs, ScanLine(options));
     }
     if (!options.heatmap.empty() && several) {
-        std::error_code error;
-        fs::create_directories(options.heatmap, error);
-        if (error || !fs::is_directory(options.heatmap, error)) {
-            throw Video::OutputFailure(Video::exitFailed, "cannot write into " + options.heatmap + ": " +
-                                                              (error ? error.message() : "is not a folder"));
-        }
+        Video::MakeFolder(options.heatmap);
     } else if (!options.heatmap.empty()) {
         _heat.emplace(options.heatmap, inputs);
     }

@@ -22,12 +22,12 @@ public:
     // several: lines name their file, heat maps go into a folder. Throws Failure.
     RunResults(const Options& options, const std::vector<std::string>& inputs, bool several);
 
-    // Of one input after another, each ended by Finish. Throw OutputFailure.
+    // Of one input after another, each ended by Finish. Throw Failure.
     void Line(const std::string& input, const std::string& line);
     void Attach(const std::string& input, const std::string& text);  // as AttachedText made it
     void Finish(const std::string& input, const JobResult& result);
 
-    // Completes all files; without it none remains. Throws OutputFailure.
+    // Completes all files; without it none remains. Throws Failure.
     void Keep();
 
 private:

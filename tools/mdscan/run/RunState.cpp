@@ -77,15 +77,15 @@ Identity IdentityOf(const std::string& path) {
 RunState::RunState(const std::string& path, const std::string& run) : _path(path) {
     struct stat status = {};
     if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
-        throw Video::Failure(Video::exitUsage, "cannot resume from " + path + ": is not a plain file");
+        throw Video::Failure(Video::Concern::Usage, "cannot resume from " + path + ": is not a plain file");
     }
     _file = open(path.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
     if (_file < 0) {
-        throw Video::Failure(Video::exitFailed, "cannot open " + path + ": " + std::strerror(errno));
+        throw Video::Failure(Video::Concern::Output, "cannot open " + path + ": " + std::strerror(errno));
     }
     try {
         if (!Lock(_file)) {
-            throw Video::Failure(Video::exitFailed, "cannot resume from " + path + ": another run is using it");
+            throw Video::Failure(Video::Concern::Output, "cannot resume from " + path + ": another run is using it");
         }
         Load(run);
     } catch (...) {
@@ -121,10 +121,10 @@ void RunState::Load(const std::string& run) {
     }
     const bool fresh = number == 0 && header.starts_with(unread);  // or killed at once
     if (number == 0 && !fresh) {
-        throw Video::Failure(Video::exitUsage, "cannot resume from " + _path + ": is not a state of mdscan");
+        throw Video::Failure(Video::Concern::Usage, "cannot resume from " + _path + ": is not a state of mdscan");
     }
     if (!unread.empty() && ftruncate(_file, whole) != 0) {
-        throw Video::OutputFailure(Video::exitFailed, "cannot write " + _path + ": " + std::strerror(errno));
+        throw Video::Failure(Video::Concern::Output, "cannot write " + _path + ": " + std::strerror(errno));
     }
     if (fresh) {
         Append(header);
@@ -135,10 +135,10 @@ void RunState::TakeLine(const std::string& line, int number, off_t offset, const
     const Json record = Json::parse(line, nullptr, false);
     if (number == 1) {
         if (!record.is_object() || !record.contains("mdscan-state")) {
-            throw Video::Failure(Video::exitUsage, "cannot resume from " + _path + ": is not a state of mdscan");
+            throw Video::Failure(Video::Concern::Usage, "cannot resume from " + _path + ": is not a state of mdscan");
         }
         if (line + "\n" != header) {
-            throw Video::Failure(Video::exitUsage,
+            throw Video::Failure(Video::Concern::Usage,
                                  "cannot resume from " + _path + ": was made with other options or another version");
         }
         return;
@@ -151,7 +151,7 @@ void RunState::TakeLine(const std::string& line, int number, off_t offset, const
                                         offset,
                                         line.size()});
     } catch (const std::exception&) {
-        throw Video::Failure(Video::exitFailed,
+        throw Video::Failure(Video::Concern::Output,
                              "cannot resume from " + _path + ": line " + std::to_string(number) + " is damaged");
     }
 }
@@ -168,7 +168,7 @@ FinishedInput RunState::Read(const std::string& input) const {
     const ssize_t got = pread(_file, line.data(), line.size(), entry.offset);
     const Json record = Json::parse(line, nullptr, false);
     if (got != static_cast<ssize_t>(line.size()) || record.is_discarded()) {
-        throw Video::Failure(Video::exitFailed, "cannot resume from " + _path + ": has changed since this run began");
+        throw Video::Failure(Video::Concern::Output, "cannot resume from " + _path + ": has changed since this run began");
     }
     return FinishedOf(record);
 }
@@ -189,7 +189,7 @@ void RunState::Append(const std::string& line) {
     for (std::size_t done = 0; done < line.size();) {
         const ssize_t written = write(_file, line.data() + done, line.size() - done);
         if (written < 0 && errno != EINTR) {
-            throw Video::OutputFailure(Video::exitFailed, "cannot write " + _path + ": " + std::strerror(errno));
+            throw Video::Failure(Video::Concern::Output, "cannot write " + _path + ": " + std::strerror(errno));
         }
         done += static_cast<std::size_t>(std::max<ssize_t>(written, 0));
     }

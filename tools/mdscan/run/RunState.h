@@ -48,7 +48,7 @@ public:
     // All of an input that was found. Throws Failure.
     FinishedInput Read(const std::string& input) const;
 
-    // Throws OutputFailure.
+    // Throws Failure.
     void Add(const std::string& input, const Identity& identity, const FinishedInput& finished);
 
     // In a child process: lets go of the file, which stays in use by the parent.

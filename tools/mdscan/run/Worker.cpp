@@ -83,7 +83,7 @@ private:
 Worker::Worker(const Options& options, const std::string& input, RunState* state) {
     std::array<int, 2> ends = {};
     if (pipe(ends.data()) != 0) {
-        throw Video::OutputFailure(Video::exitFailed, std::string("cannot start a scan: ") + std::strerror(errno));
+        throw Video::Failure(Video::Concern::System, std::string("cannot start a scan: ") + std::strerror(errno));
     }
     std::fflush(nullptr);  // or the child would print it again
     _process = fork();
@@ -91,7 +91,7 @@ Worker::Worker(const Options& options, const std::string& input, RunState* state
         const int error = errno;
         close(ends[0]);
         close(ends[1]);
-        throw Video::OutputFailure(Video::exitFailed, std::string("cannot start a scan: ") + std::strerror(error));
+        throw Video::Failure(Video::Concern::System, std::string("cannot start a scan: ") + std::strerror(error));
     }
     if (_process == 0) {
         close(ends[0]);

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "video/base/Failure.h"
 
 namespace Scan {
@@ -13,6 +15,18 @@ TEST(JobResult, TheExitCodeTellsMotionNoneAndFailureApart) {
     EXPECT_EQ(CodeOf({}), Video::exitNothing);
     EXPECT_EQ(CodeOf({.health = Health::Damaged, .tally = {.events = 1}}), Video::exitFailed);
     EXPECT_EQ(CodeOf({.health = Health::Unwritten, .code = Video::exitUsage}), Video::exitUsage);
+}
+
+TEST(JobResult, ABadOneMeansWhatEndedIt) {
+    const auto concern = [](Health health, Video::ExitCode code) {
+        return FailureOf({.health = health, .code = code}).Concerns();
+    };
+    EXPECT_EQ(concern(Health::Unreadable, Video::exitFailed), Video::Concern::Input);
+    EXPECT_EQ(concern(Health::Damaged, Video::exitComplete), Video::Concern::Input) << "no failure named a code";
+    EXPECT_EQ(concern(Health::Unreadable, Video::exitUsage), Video::Concern::Usage);
+    EXPECT_EQ(concern(Health::Unwritten, Video::exitFailed), Video::Concern::Output);
+    EXPECT_EQ(concern(Health::Unwritten, Video::exitUsage), Video::Concern::Place);
+    EXPECT_EQ(FailureOf({.health = Health::Damaged, .trouble = "why"}, "a.mp4: ").what(), std::string("a.mp4: why"));
 }
 
 }  // namespace
