@@ -147,8 +147,10 @@ TEST_F(BlockProbe, AgreesWithTheScanOfASquare) {
 TEST_F(BlockProbe, AgreesAtEveryRate) {
     Options options;
     options.rate = 0;
-    const SquareScene small{.width = 160, .height = 120, .seconds = 14}, large{.width = 320, .height = 240, .seconds = 3};
-    WriteEncoded({small, large}, {.codec = "mjpeg", .container = "avi", .format = AV_PIX_FMT_YUVJ420P}, In("grows.avi"));
+    const Video::SquareScene small{.width = 160, .height = 120, .seconds = 14},
+        large{.width = 320, .height = 240, .seconds = 3};
+    Video::WriteEncoded({small, large}, {.codec = "mjpeg", .container = "avi", .format = AV_PIX_FMT_YUVJ420P},
+                        In("grows.avi"));
     Examiner examiner(997);
     const JobResult result = RunJob(options, In("grows.avi"), "", examiner);
     ASSERT_EQ(result.health, Health::Whole) << result.trouble;

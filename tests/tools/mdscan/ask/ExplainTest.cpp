@@ -21,7 +21,7 @@ using nlohmann::json;
 using Words = std::vector<std::string>;
 
 // A square of 12 pixels crosses from 9 to 13 s; blocks of a pixel, unless told otherwise.
-constexpr SquareScene small{.width = 80, .height = 60, .seconds = 14};
+constexpr Video::SquareScene small{.width = 80, .height = 60, .seconds = 14};
 
 class ExplainTest : public ScanFixture {
 protected:

@@ -25,7 +25,7 @@ protected:
 };
 
 TEST_F(ZonePreview, EventsNameTheZonesThatTheyTouched) {
-    const SquareScene scene;
+    const Video::SquareScene scene;
     const Outcome run = Mdscan({"--zones", In("zones.json"), RawClip(scene)});
     EXPECT_EQ(run.code, 0) << run.err;
     ASSERT_EQ(run.lines.size(), 1u);

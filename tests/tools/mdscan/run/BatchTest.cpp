@@ -26,7 +26,7 @@ using nlohmann::json;
 using Names = std::vector<std::string>;
 
 // Six seconds with a square that crosses after three or a little later.
-SquareScene Small(int variant = 0) {
+Video::SquareScene Small(int variant = 0) {
     return {.width = 160, .height = 120, .seconds = 6, .from = 3 + 0.1 * (variant % 5), .until = 4.8 + 0.1 * (variant % 5)};
 }
 
@@ -41,32 +41,32 @@ protected:
             expected[name] = status;
             return "videos/" + name;
         };
-        const Encoding mp4{.codec = "mpeg4", .container = "mp4", .headerFirst = true};
-        const Encoding avi{.codec = "mpeg4", .container = "avi"};
-        const Encoding mkv{.codec = "ffv1", .container = "matroska"};
+        const Video::Encoding mp4{.codec = "mpeg4", .container = "mp4", .headerFirst = true};
+        const Video::Encoding avi{.codec = "mpeg4", .container = "avi"};
+        const Video::Encoding mkv{.codec = "ffv1", .container = "matroska"};
 
-        WriteEncoded({Small()}, mp4, In("whole.mp4"));
-        WriteEncoded({Small()}, avi, In("whole.avi"));
+        Video::WriteEncoded({Small()}, mp4, In("whole.mp4"));
+        Video::WriteEncoded({Small()}, avi, In("whole.avi"));
         const std::string mp4Bytes = Read("whole.mp4"), aviBytes = Read("whole.avi");
-        WriteEncoded({Small(3)}, mp4, In("later.mp4"));
+        Video::WriteEncoded({Small(3)}, mp4, In("later.mp4"));
         const std::string laterBytes = Read("later.mp4");
         for (int i = 0; i < 12; ++i) {
             const std::string name = (i % 2 == 0 ? "deep/whole" : "whole") + std::to_string(i) + ".mp4";
             Write(place(name, "complete"), i % 3 == 0 ? laterBytes : mp4Bytes);
         }
         // Unusual, but sound.
-        Encoding tenBits = mkv, uneven = mkv;
+        Video::Encoding tenBits = mkv, uneven = mkv;
         tenBits.format = AV_PIX_FMT_YUV420P10LE;
         uneven.time = [](int picture) { return picture < 20 ? 2 * picture : picture + 20; };
-        WriteEncoded({Small()}, tenBits, In(place("tenbits.mkv", "complete")));
-        WriteEncoded({Small()}, uneven, In(place("uneven.mkv", "complete")));
-        SquareScene odd = Small(), large = Small();
+        Video::WriteEncoded({Small()}, tenBits, In(place("tenbits.mkv", "complete")));
+        Video::WriteEncoded({Small()}, uneven, In(place("uneven.mkv", "complete")));
+        Video::SquareScene odd = Small(), large = Small();
         odd.width = 161, odd.height = 121;
         large.width = 320, large.height = 240;
-        WriteEncoded({odd}, {.codec = "ffv1", .container = "matroska", .format = AV_PIX_FMT_YUV444P},
-                     In(place("odd.mkv", "complete")));
-        WriteEncoded({Small(), large}, {.codec = "mjpeg", .container = "avi", .format = AV_PIX_FMT_YUVJ420P},
-                     In(place("grows.avi", "complete")));
+        Video::WriteEncoded({odd}, {.codec = "ffv1", .container = "matroska", .format = AV_PIX_FMT_YUV444P},
+                            In(place("odd.mkv", "complete")));
+        Video::WriteEncoded({Small(), large}, {.codec = "mjpeg", .container = "avi", .format = AV_PIX_FMT_YUVJ420P},
+                            In(place("grows.avi", "complete")));
         std::string rotated = mp4Bytes;
         const std::size_t matrix = rotated.find("tkhd") + 4 + 40;
         rotated.replace(matrix, 36,
@@ -91,7 +91,7 @@ protected:
         Write(place("text.mp4", "unreadable"), "This is a text.\nIt has two lines.\n");
         Write(place("noise.avi", "unreadable"), std::string(30'000, '\0'));
         Damage("videos/noise.avi", 0, 30'000);
-        WriteEncoded({Small()}, {.codec = "mpeg4", .container = "mp4"}, In("tablesLast.mp4"));
+        Video::WriteEncoded({Small()}, {.codec = "mpeg4", .container = "mp4"}, In("tablesLast.mp4"));
         Write(place("tables.mp4", "unreadable"), Read("tablesLast.mp4").substr(0, fs::file_size(In("tablesLast.mp4")) / 2));
         Write(place("sound.avi", "unreadable"),
               std::string("RIFF\x24\x40\0\0WAVEfmt \x10\0\0\0\1\0\1\0\x40\x1f\0\0\x80\x3e\0\0\2\0\x10\0data\0\x40\0\0", 44) +
@@ -194,10 +194,10 @@ TEST_F(BatchTest, InterruptedAndResumedItIsTheSame) {
 }
 
 TEST_F(BatchTest, ExitCodesTellMotionNoneAndFailureApart) {
-    WriteEncoded({Small()}, {.codec = "mpeg4", .container = "avi"}, In("videos/moves.avi"));
-    SquareScene still = Small();
+    Video::WriteEncoded({Small()}, {.codec = "mpeg4", .container = "avi"}, In("videos/moves.avi"));
+    Video::SquareScene still = Small();
     still.until = still.from;
-    WriteEncoded({still}, {.codec = "mpeg4", .container = "avi"}, In("videos/still.avi"));
+    Video::WriteEncoded({still}, {.codec = "mpeg4", .container = "avi"}, In("videos/still.avi"));
     EXPECT_EQ(Mdscan({In("videos/still.avi"), In("videos/moves.avi")}).code, 0);
     EXPECT_EQ(Mdscan({In("videos/s*")}).code, 3);
     EXPECT_EQ(Mdscan({In("videos/s*"), In("missing.mp4")}).code, 1);
@@ -205,7 +205,7 @@ TEST_F(BatchTest, ExitCodesTellMotionNoneAndFailureApart) {
 }
 
 TEST_F(BatchTest, TheFirstLineNamesAllSettings) {
-    WriteEncoded({Small()}, {.codec = "mpeg4", .container = "avi"}, In("videos/a.avi"));
+    Video::WriteEncoded({Small()}, {.codec = "mpeg4", .container = "avi"}, In("videos/a.avi"));
     Write("zones.json", R"({"zones": [{"name": "a", "polygon": [[0, 0], [1, 0], [1, 1]]},
                                       {"name": "b", "polygon": [[0, 0], [0.1, 0], [0, 0.1]], "exclude": true}]})");
     Names arguments = {"--rate",
@@ -239,7 +239,7 @@ TEST_F(BatchTest, TheFirstLineNamesAllSettings) {
 }
 
 TEST_F(BatchTest, AChangedFileIsScannedAgain) {
-    WriteEncoded({Small()}, {.codec = "mpeg4", .container = "avi"}, In("videos/a.avi"));
+    Video::WriteEncoded({Small()}, {.codec = "mpeg4", .container = "avi"}, In("videos/a.avi"));
     const Names arguments = {"--resume", In("state"), In("videos")};
     EXPECT_EQ(Mdscan(arguments).code, 0);
     Write("videos/a.avi", "no longer a video");
@@ -250,7 +250,7 @@ TEST_F(BatchTest, AChangedFileIsScannedAgain) {
 TEST_F(BatchTest, BackgroundsAndOverlaysOfManyFillFolders) {
     for (const char* name : {"videos/a/door.avi", "videos/b/door.avi"}) {
         fs::create_directories(fs::path(In(name)).parent_path());
-        WriteEncoded({Small()}, {.codec = "mpeg4", .container = "avi"}, In(name));
+        Video::WriteEncoded({Small()}, {.codec = "mpeg4", .container = "avi"}, In(name));
     }
     const Names arguments = {"-j", "2", "--background", In("grounds"), "--overlay", In("drawn"), In("videos")};
     EXPECT_EQ(Mdscan(arguments).code, 0);
@@ -274,7 +274,7 @@ TEST_F(BatchTest, BackgroundsAndOverlaysOfManyFillFolders) {
 }
 
 TEST_F(BatchTest, AFullOutputEndsTheRun) {
-    WriteEncoded({Small()}, {.codec = "mpeg4", .container = "avi"}, In("videos/a.avi"));
+    Video::WriteEncoded({Small()}, {.codec = "mpeg4", .container = "avi"}, In("videos/a.avi"));
     const Outcome run = Mdscan({In("videos")}, {.output = "/dev/full"});
     EXPECT_EQ(run.code, 1);
     EXPECT_EQ(run.ErrorLines(), 1) << run.err;

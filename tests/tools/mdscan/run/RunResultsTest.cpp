@@ -23,11 +23,11 @@ protected:
     void MakeFolder() const {
         fs::create_directories(In("videos/gate"));
         fs::create_directories(In("videos/yard"));
-        const Encoding avi{.codec = "mpeg4", .container = "avi"};
-        SquareScene scene{.width = 160, .height = 120, .seconds = 6, .from = 3, .until = 5};
-        WriteEncoded({scene}, avi, In("videos/gate/1.avi"));
+        const Video::Encoding avi{.codec = "mpeg4", .container = "avi"};
+        Video::SquareScene scene{.width = 160, .height = 120, .seconds = 6, .from = 3, .until = 5};
+        Video::WriteEncoded({scene}, avi, In("videos/gate/1.avi"));
         scene.from = 3.5;
-        WriteEncoded({scene}, avi, In("videos/gate/2.avi"));
+        Video::WriteEncoded({scene}, avi, In("videos/gate/2.avi"));
         fs::copy_file(In("videos/gate/2.avi"), In("videos/yard/=1,\"2\".avi"));
         Write("videos/yard/text.avi", "no video");
     }

@@ -23,7 +23,7 @@ protected:
     }
 
     // Records both inputs.
-    void Video::Fill() const {
+    void Fill() const {
         RunState state(In("state"), "run");
         for (const char* name : {"one", "two\xff%"}) {
             FinishedInput finished;
@@ -45,7 +45,7 @@ protected:
 };
 
 TEST_F(RunStateTest, WhatIsFinishedIsKnownToTheNextRun) {
-    Video::Fill();
+    Fill();
     const RunState state(In("state"), "run");
     const auto one = state.Find(In("one"));
     ASSERT_TRUE(one);
@@ -59,7 +59,7 @@ TEST_F(RunStateTest, WhatIsFinishedIsKnownToTheNextRun) {
 }
 
 TEST_F(RunStateTest, AChangedFileIsNotKnown) {
-    Video::Fill();
+    Fill();
     Write("one", "longer");
     const RunState state(In("state"), "run");
     EXPECT_FALSE(state.Find(In("one")));
@@ -67,7 +67,7 @@ TEST_F(RunStateTest, AChangedFileIsNotKnown) {
 }
 
 TEST_F(RunStateTest, WhereverItIsCutItKnowsTheWholeLines) {
-    Video::Fill();
+    Fill();
     const std::string whole = Read("state");
     const std::size_t header = whole.find('\n') + 1, first = whole.find('\n', header) + 1;
     for (std::size_t size = 0; size <= whole.size(); size += size + 5 < whole.size() ? 5 : 1) {
@@ -82,7 +82,7 @@ TEST_F(RunStateTest, WhereverItIsCutItKnowsTheWholeLines) {
 }
 
 TEST_F(RunStateTest, AnotherRunsStateIsRefused) {
-    Video::Fill();
+    Fill();
     const std::string before = Read("state");
     EXPECT_EQ(Refusal("other"), Video::exitUsage);
     EXPECT_EQ(Read("state"), before);
@@ -100,7 +100,7 @@ TEST_F(RunStateTest, WhatIsNoStateIsRefusedAndLeftAlone) {
 }
 
 TEST_F(RunStateTest, ADamagedLineIsNamed) {
-    Video::Fill();
+    Fill();
     Write("state", Read("state") + "{}\n");
     try {
         RunState state(In("state"), "run");
