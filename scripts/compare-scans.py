@@ -139,7 +139,8 @@ def main():
     unknown = set(given.only or ()) - set(chosen)
     if unknown or given.list:
         shutil.rmtree(work / "inputs" if given.work else work)
-        sys.exit(f"no such option set: {', '.join(sorted(unknown))}; --list names them" if unknown else print(*chosen, sep="\n"))
+        sys.exit(f"no such option set: {', '.join(sorted(unknown))}; --list names them" if unknown
+                 else print(*chosen, sep="\n"))
     Camera.start(inputs.raw.read_bytes(), cases.CAMERA_SECONDS)
     comparer = Comparer(given.old.resolve(), given.new.resolve(), work, masker)
     with concurrent.futures.ThreadPoolExecutor(2) as pool:

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# What does a machine have on which nothing was installed yet?  Makes such a system in a folder: the same Debian as here, from
-# where this machine gets its own packages, and able to get more from there. Needs root and debootstrap.
+# What does a machine have on which nothing was installed yet?  Makes such a system in a folder: the same Debian as here,
+# from where this machine gets its own packages, and able to get more from there. Needs root and debootstrap.
 #
 #     scripts/make-root.sh FOLDER [PACKAGE...]         PACKAGE: what it has beyond the least that Debian can be
 set -euo pipefail
@@ -21,7 +21,8 @@ rm -rf --one-file-system "$system"
 mkdir -p "$system"
 packages=$(IFS=, && echo "ca-certificates${*:+,$*}")
 log=$system.log
-debootstrap --variant=minbase --include="$packages" "$suite" "$system" "$mirror" >"$log" 2>&1 || { cat "$log" >&2; fail debootstrap; }
+debootstrap --variant=minbase --include="$packages" "$suite" "$system" "$mirror" >"$log" 2>&1 ||
+    { cat "$log" >&2; fail debootstrap; }
 
 # Packages come the same way as here: sources, proxies, certificates, how apt asks for them. Downloads are not kept.
 echo "$sources" >"$system/etc/apt/sources.list"

@@ -64,4 +64,5 @@ says "does not name a type" "$CXX" -std=c++20 -I"$prefix/include" -fsyntax-only 
 
 # And one that takes NDEBUG away.
 printf '#undef NDEBUG\n#include "%s"\n' "$directory/coreMD.h.cpp" >"$directory/broken.cpp"
-says "decides about NDEBUG" "$CXX" -std=c++20 -DNDEBUG -DHOST_IS_SILENT -I"$prefix/include" -fsyntax-only "$directory/broken.cpp"
+says "decides about NDEBUG" "$CXX" -std=c++20 -DNDEBUG -DHOST_IS_SILENT -I"$prefix/include" -fsyntax-only \
+    "$directory/broken.cpp"

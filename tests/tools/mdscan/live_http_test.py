@@ -101,7 +101,8 @@ class LiveHttpTest(unittest.TestCase):
         self.assertTrue(any(event["end"] <= gap["start"] for event in events), scan.lines)
         self.assertTrue(any(event["start"] >= gap["end"] for event in events), "the running one is told: %s" % scan.lines)
         self.assertTrue(all(event["frame_exact"] == (event["end"] <= gap["start"]) for event in events), events)
-        self.assertEqual(len({event["clip"] for event in events if pathlib.Path(event["clip"]).stat().st_size > 1000}), len(events))
+        clips = {event["clip"] for event in events if pathlib.Path(event["clip"]).stat().st_size > 1000}
+        self.assertEqual(len(clips), len(events))
         now = time.time()
         for line in gaps + events:
             start = time.mktime(time.strptime(line["start_time"][:19], "%Y-%m-%dT%H:%M:%S")) - time.timezone
@@ -161,7 +162,8 @@ class LiveHttpTest(unittest.TestCase):
         self.assertIn("cannot open: Connection refused", scan.said)
 
     def test_a_stalled_pipe_is_left_at_the_first_signal(self):
-        process = subprocess.Popen([MDSCAN, "-"], stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        process = subprocess.Popen([MDSCAN, "-"], stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                   text=True)
         process.stdout.readline()  # it is about to read
         time.sleep(0.3)
         begin = time.monotonic()
