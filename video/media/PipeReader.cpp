@@ -23,7 +23,6 @@ namespace {
 
 constexpr int bufferSize = 1 << 15;  // bytes
 constexpr int pollInterval = 100;    // milliseconds; how late the end of patience may be noticed
-constexpr const char* standardInput = "-";
 
 }  // namespace
 

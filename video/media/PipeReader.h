@@ -23,6 +23,8 @@ public:
     AVIOContext* Context() const { return _context; }
 
 private:
+    static constexpr const char* standardInput = "-";
+
     int Read(unsigned char* to, int size) const;
 
     const Patience& _patience;

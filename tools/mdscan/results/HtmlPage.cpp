@@ -31,7 +31,9 @@ using Json = nlohmann::ordered_json;
 constexpr std::size_t mostPictureBytes = 64 << 20;  // in one page; browsers get slow beyond that
 constexpr int widestHeatPicture = 640;              // pixels
 
-std::string Dumped(const Json& json) { return SafeInScript(json.dump(-1, ' ', false, Json::error_handler_t::replace)); }
+std::string DumpedForScript(const Json& json) {
+    return SafeInScript(json.dump(-1, ' ', false, Json::error_handler_t::replace));
+}
 
 std::string Block(const char* kind, const std::string& json) {
     return std::string("<script type=\"application/json\" class=\"") + kind + "\">" + json + "</script>\n";
@@ -99,7 +101,7 @@ void HtmlPage::Take(const std::string& input, const std::string& line) {
         }
     }
     Open();
-    _text.Write((std::exchange(_first, false) ? "\n" : ",\n") + Dumped(shown));
+    _text.Write((std::exchange(_first, false) ? "\n" : ",\n") + DumpedForScript(shown));
 }
 
 void HtmlPage::Attach(const EventPicture& picture) {
@@ -122,7 +124,7 @@ void HtmlPage::Finish(const std::string& input, const JobResult& result) {
     if (result.clock) {
         end["start_time"] = Video::WallTimeText(result.clock->at);
     }
-    _text.Write("],\n" + Dumped(end).substr(1) + "</script>\n");
+    _text.Write("],\n" + DumpedForScript(end).substr(1) + "</script>\n");
     _open = false;
     _pictures.clear();
 }
@@ -131,11 +133,12 @@ void HtmlPage::Keep(const CameraGrounds& cameras) {
     for (const auto& [camera, ground] : cameras.All()) {
         const Video::PictureGrid& grid = ground.heat.grid;
         const int shrink = (grid.pictureWidth + widestHeatPicture - 1) / widestHeatPicture;
-        _text.Write(Block("camera", Dumped({{"camera", camera},
-                                            {"width", grid.pictureWidth},
-                                            {"height", grid.pictureHeight},
-                                            {"heat", PngAddress(Video::HeatPicture(ground.heat, ground.background, shrink))},
-                                            {"background", PngAddress(Video::GreyWhereUnknown(ground.background))}})));
+        _text.Write(Block("camera",
+                          DumpedForScript({{"camera", camera},
+                                           {"width", grid.pictureWidth},
+                                           {"height", grid.pictureHeight},
+                                           {"heat", PngAddress(Video::HeatPicture(ground.heat, ground.background, shrink))},
+                                           {"background", PngAddress(Video::GreyWhereUnknown(ground.background))}})));
     }
     _text.Write(Block("end", Json{{"left_out", _leftOut}}.dump()));
     _text.Write(std::string("<script>\n\"use strict\";\n") + pageScript + "</script>\n</body>\n</html>\n");

@@ -9,8 +9,9 @@
 
 namespace Scan {
 
+using Json = nlohmann::ordered_json;
+
 std::string ScanLine(const Options& options) {
-    using Json = nlohmann::ordered_json;
     const auto [major, minor, patch] = coremd::LibraryVersion();
     Json line = {{"type", "scan"},
                  {"schema", schemaVersion},
