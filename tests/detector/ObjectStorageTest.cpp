@@ -46,9 +46,14 @@ protected:
         return blocks;
     }
 
-    // Every entry that the object's length promises.
-    static void WriteEverything(MotionObject& object, short value) {
-        for (int i = 0; i < object._realBufferLenght; ++i) object.motionX[i] = object.motionY[i] = value;
+    // Every entry that the object's length promises, none of them two at once.
+    static void WriteEverything(MotionObject& object) {
+        for (int i = 0; i < object._realBufferLenght; ++i) object.motionX[i] = static_cast<short>(i);
+        for (int i = 0; i < object._realBufferLenght; ++i) object.motionY[i] = static_cast<short>(-i);
+        for (int i = 0; i < object._realBufferLenght; ++i) {
+            EXPECT_EQ(object.motionX[i], i);
+            EXPECT_EQ(object.motionY[i], -i);
+        }
     }
 };
 
@@ -61,11 +66,11 @@ TEST_F(ObjectStorageTest, LengthIsThatOfTheGridAndGrowthStaysInside) {
     const Blocks first = BlocksOf(*objects[0]), last = BlocksOf(*objects[2]);
     EXPECT_EQ(objects[1]->_realBufferLenght, blockCount);
     while (objects[1]->objectPixelsCount + 1 < blockCount) objects[1]->AddPixel(5, 5);
-    WriteEverything(*objects[1], -1);
+    WriteEverything(*objects[1]);
     EXPECT_EQ(BlocksOf(*objects[0]), first);
     EXPECT_EQ(BlocksOf(*objects[2]), last);
     objects[0]->CopyMotionPixels(objects[2]);
-    WriteEverything(*objects[0], -2);
+    WriteEverything(*objects[0]);
     EXPECT_EQ(BlocksOf(*objects[2]), last);
 }
 
@@ -86,7 +91,7 @@ TEST_F(ObjectStorageTest, RemovedObjectStaysWhereItIsAndOutlivesItsPool) {
     detector._zonePool.Release();
     EXPECT_EQ(BlocksOf(*object), blocks);
     object->AddPixel(9, 9);
-    WriteEverything(*object, -1);
+    WriteEverything(*object);
 }
 
 TEST_F(ObjectStorageTest, ClearedObjectsStayWhereTheyAreAndAreWholeWhenTakenAgain) {
@@ -104,7 +109,7 @@ TEST_F(ObjectStorageTest, ClearedObjectsStayWhereTheyAreAndAreWholeWhenTakenAgai
     EXPECT_EQ(Objects(), objects);
     for (MotionObject* object : objects) EXPECT_EQ(object->_realBufferLenght, blockCount);
     const Blocks first = BlocksOf(*objects[0]), last = BlocksOf(*objects[2]);
-    WriteEverything(*objects[1], -1);
+    WriteEverything(*objects[1]);
     EXPECT_EQ(BlocksOf(*objects[0]), first);
     EXPECT_EQ(BlocksOf(*objects[2]), last);
 }
@@ -118,7 +123,7 @@ TEST_F(ObjectStorageTest, CopyOfAnObjectOfTheDetectorIsWhole) {
     const Blocks second = BlocksOf(*pool._busyList._last);
     EXPECT_EQ(copy._realBufferLenght, blockCount);
     EXPECT_EQ(BlocksOf(copy), BlocksOf(*Objects()[0]));
-    WriteEverything(copy, -1);
+    WriteEverything(copy);
     EXPECT_EQ(BlocksOf(*pool._busyList._last), second);
 }
 
@@ -136,7 +141,7 @@ TEST_F(ObjectStorageTest, MergedObjectsOfAHostAreWhole) {
     ASSERT_EQ(ObjectsOf(pool._busyList).size(), 2u);
     EXPECT_EQ(object->motionX, xs);
     EXPECT_EQ(BlocksOf(*object), (Blocks{{0, 0}, {1, 1}}));
-    WriteEverything(*object, -1);
+    WriteEverything(*object);
     EXPECT_EQ(BlocksOf(*pool._busyList._last), (Blocks{{20, 9}}));
 
     // Two of one entry each grow to twice what they hold.
@@ -146,6 +151,6 @@ TEST_F(ObjectStorageTest, MergedObjectsOfAHostAreWhole) {
     pool._busyList._last->minY = pool._busyList._last->maxY = 9;
     detector.MergeMDZonesResult();
     EXPECT_EQ(pool._busyList._first->_realBufferLenght, 4);
-    WriteEverything(*pool._busyList._first, -1);
+    WriteEverything(*pool._busyList._first);
     EXPECT_EQ(BlocksOf(*pool._busyList._last), (Blocks{{20, 9}}));
 }
