@@ -37,7 +37,7 @@ TIMEFORMAT='%R %U %S'
 WRAPPER
 chmod +x "$system/usr/local/bin/apt-get"
 git -c safe.directory="$root" -C "$root" bundle create -q "$system/root/coreMD.bundle" HEAD
-inside git clone -q /root/coreMD.bundle /root/coreMD
+inside git -c advice.detachedHead=false clone -q /root/coreMD.bundle /root/coreMD
 head=$(git -c safe.directory="$root" -C "$root" log -1 --format='%h %s')
 echo "check-fresh: $(chroot "$system" dpkg-query -W | wc -l) packages; a clone of $head"
 
