@@ -20,6 +20,7 @@ extern "C" {
 #include "video/base/Failure.h"
 #include "FuzzTarget.h"
 #include "video/media/Libav.h"
+#include "video/media/PacketSource.h"
 #include "video/media/PlainPicture.h"
 #include "video/files/PngFile.h"
 #include "results/JsonLines.h"
@@ -61,7 +62,7 @@ void ClaimOneLine(const std::string& text) {
 class FuzzedScan {
 public:
     explicit FuzzedScan(const std::string& path)
-        : _decoder(path),
+        : _decoder(Video::OpenSource(path)),
           _cadence(0, _decoder.NominalInterval()),
           _events({.mergeGap = Video::oneSecond, .minDuration = 0, .longestGap = 10 * _cadence.Period()}) {
         FUZZ_CLAIM(_decoder.NominalInterval() >= 1);

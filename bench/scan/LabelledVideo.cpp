@@ -6,6 +6,7 @@
 #include <fstream>
 
 #include "video/media/Decoder.h"
+#include "video/media/PacketSource.h"
 #include "video/base/Failure.h"
 #include "video/media/PlainPicture.h"
 
@@ -62,7 +63,8 @@ std::vector<LabelledPicture> ReadLabelledVideo(const std::string& folder, int bl
         throw Video::Failure(Video::Concern::Input, folder + ": no temporalROI.txt");
     }
     int number = std::filesystem::exists(folder + "/groundtruth/gt000000.png") ? 0 : 1;
-    Video::Decoder pictures(Pattern(folder, "input/in", ".jpg"), 1), labels(Pattern(folder, "groundtruth/gt", ".png"), 1);
+    Video::Decoder pictures(Video::OpenSource(Pattern(folder, "input/in", ".jpg")), 1);
+    Video::Decoder labels(Video::OpenSource(Pattern(folder, "groundtruth/gt", ".png")), 1);
     Video::PlainPicture plain;
     std::vector<LabelledPicture> video;
     for (; pictures.Next(); ++number) {

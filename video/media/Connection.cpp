@@ -1,5 +1,4 @@
-// What does FFmpeg have to be told before it opens something, and which of its streams is looked at?  Called by Decoder and
-// LiveSource through Connection.h.
+// What does FFmpeg have to be told before it opens something, and which of its streams is looked at?
 #include "video/media/Connection.h"
 
 #include <algorithm>
@@ -118,9 +117,7 @@ Ticks SteadyTicks(SteadyTime time) {
     return std::chrono::duration_cast<HundredNanoseconds>(time.time_since_epoch()).count();
 }
 
-bool Patience::IsOver() const {
-    return _ended || Interrupted() || (_deadline != forever && SteadyTicks(std::chrono::steady_clock::now()) > _deadline);
-}
+bool Patience::IsOver() const { return _ended || Interrupted() || (_deadline != forever && SteadyNow() > _deadline); }
 
 AVIOInterruptCB Patience::Callback() {
     return {[](void* self) { return static_cast<const Patience*>(self)->IsOver() ? 1 : 0; }, this};

@@ -1,5 +1,5 @@
-// How is an input opened that may never answer?  One AVFormatContext whose waiting ends when it must; Decoder opens files
-// and finished downloads with it, LiveSource every connection to a live source.
+// How is an input opened that may never answer?  One AVFormatContext whose waiting ends when it must, and the video
+// in it.
 #pragma once
 
 #include <atomic>
@@ -17,12 +17,13 @@ using SteadyTime = std::chrono::steady_clock::time_point;
 
 // Ticks of the steady clock.
 Ticks SteadyTicks(SteadyTime time);
+inline Ticks SteadyNow() { return SteadyTicks(std::chrono::steady_clock::now()); }
 
 // Tells FFmpeg when to stop waiting: at a deadline, if there is one, when the user has had enough, or when nobody wants the
 // data any more. May be told so by another thread.
 class Patience {
 public:
-    void Allow(Ticks duration) { _deadline = SteadyTicks(std::chrono::steady_clock::now()) + duration; }
+    void Allow(Ticks duration) { _deadline = SteadyNow() + duration; }
     void End() { _ended = true; }
     bool IsOver() const;
 

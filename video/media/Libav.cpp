@@ -1,4 +1,4 @@
-// How is FFmpeg kept quiet and its memory safe?  Called by Decoder, PlainPicture, Overlay and main through Libav.h.
+// How is FFmpeg kept quiet and its memory safe?
 #include "video/media/Libav.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// Who frees what FFmpeg allocates, and what did it complain about?  Shared by Decoder, PlainPicture and Overlay.
+// Who frees what FFmpeg allocates, and what did it complain about?
 #pragma once
 
 #include <cstdint>

@@ -15,20 +15,15 @@
 #include "video/base/Interruption.h"
 #include "video/media/Connection.h"
 #include "video/media/Libav.h"
-#include "video/time/Clock.h"
 #include "video/time/TickTime.h"
 
 namespace Video {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr Ticks longestGop = 10 * oneSecond;                // without a keyframe: the source marks none
 constexpr auto cameraPause = std::chrono::milliseconds(5);  // between two questions to a camera
 constexpr auto longestFarewell = std::chrono::seconds(1);
-
-Ticks Now() { return SteadyTicks(Clock::now()); }
 
 auto Duration(Ticks ticks) { return std::chrono::microseconds(ticks / 10); }
 
@@ -113,7 +108,7 @@ std::optional<Connection> LiveReader::Shared::ConnectAnew() {
 
 // Until it breaks; returns why.
 std::string LiveReader::Shared::ReadAll(Connection& connection) {
-    const Ticks opened = SteadyTicks(connection.opened), looked = Now();
+    const Ticks opened = SteadyTicks(connection.opened), looked = SteadyNow();
     const AVRational timeBase = connection.stream->time_base;
     std::optional<Ticks> firstStamp;
     bool begun = false;  // there was a keyframe
@@ -122,7 +117,7 @@ std::string LiveReader::Shared::ReadAll(Connection& connection) {
         LivePacket next{NewPacket(), 0, connection.facts};
         patience->Allow(limits.silence);
         const int result = av_read_frame(connection.input.get(), next.packet.get());
-        const Ticks now = Now();
+        const Ticks now = SteadyNow();
         if (result == AVERROR(EAGAIN) && now - lastData < limits.silence && Sleep(0)) {
             std::this_thread::sleep_for(cameraPause);
             continue;

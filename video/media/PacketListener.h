@@ -1,4 +1,4 @@
-// Who wants to see the video as it is stored?  Decoder tells what it reads before it decodes it; Clips listens.
+// Who wants to see the video as it is stored?  Every packet, before it is decoded.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// How long does one wait for a pipe?  Called by Decoder through PipeReader.h.
+// How long does one wait for a pipe?
 #include "video/media/PipeReader.h"
 
 #include <cerrno>

@@ -11,7 +11,9 @@ namespace Video {
 
 class PipeReader {
 public:
-    // "-": the standard input, otherwise the path of a named pipe. patience must outlive the reader. Throws Failure.
+    static constexpr const char* standardInput = "-";
+
+    // path: of a named pipe, or standardInput. patience must outlive the reader. Throws Failure.
     PipeReader(const std::string& path, const Patience& patience);
     ~PipeReader();
     PipeReader(const PipeReader&) = delete;
@@ -23,8 +25,6 @@ public:
     AVIOContext* Context() const { return _context; }
 
 private:
-    static constexpr const char* standardInput = "-";
-
     int Read(unsigned char* to, int size) const;
 
     const Patience& _patience;

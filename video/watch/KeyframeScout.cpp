@@ -1,4 +1,4 @@
-// How is a group judged by its first picture?  Called by Job through KeyframeScout.h.
+// How is a GOP judged by its first picture?
 #include "video/watch/KeyframeScout.h"
 
 #include <algorithm>
@@ -7,13 +7,14 @@
 #include "video/base/Findings.h"
 #include "video/base/Interruption.h"
 #include "video/media/Libav.h"
+#include "video/media/PacketSource.h"
 #include "video/time/TickTime.h"
 #include "video/watch/Watcher.h"
 
 namespace Video {
 
 KeyframeScout::KeyframeScout(const std::string& input, int threads, int blockSize, double rate, WatchRules rules)
-    : _decoder(input, threads),
+    : _decoder(OpenSource(input), threads, {.keyframesOnly = [this] { return _begun; }}),
       _cadence(rate, _decoder.NominalInterval()),
       _blockSize(blockSize),
       _rules(std::move(rules)) {}
@@ -29,7 +30,6 @@ bool KeyframeScout::Begin() {
             IsQuiet(_decoder.Frame());
         }
     }
-    _decoder.ShowGroupStarts();
     _firstPacket = _decoder.PacketsRead();
     return true;
 }

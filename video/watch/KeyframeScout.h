@@ -1,8 +1,8 @@
-// Between which complete pictures may something have moved?  Runs ahead of a scan, decodes nothing but the first picture of
-// every group, and says which groups are worth decoding. Job asks it for every group.
+// Between which keyframes may something have moved?  Runs ahead of a scan, decodes nothing but the first picture of every
+// GOP, and says which GOPs are worth decoding.
 //
-// The scout has a detector of its own, which sees one picture per group. A group is passed by when nothing moves in its
-// first picture nor in that of the next group, and the two are close enough for hardly anything to come and go between them.
+// The scout has a detector of its own, which sees one picture per GOP. A GOP is skipped when nothing moves in its first
+// picture nor in that of the next GOP, and the two are close enough for hardly anything to come and go between them.
 #pragma once
 
 #include <compare>
@@ -23,13 +23,15 @@ namespace Video {
 
 class KeyframeScout {
 public:
-    // Groups longer than this are decoded: who crosses a picture takes about as long.
+    // GOPs longer than this are decoded: who crosses a picture takes about as long.
     static constexpr Ticks longestHonest = 4 * oneSecond;
 
     // Opens the input a second time. threads, blockSize, rate: as for the scan. Throws Failure.
     KeyframeScout(const std::string& input, int threads, int blockSize, double rate, WatchRules rules);
+    KeyframeScout(const KeyframeScout&) = delete;
+    KeyframeScout& operator=(const KeyframeScout&) = delete;
 
-    // As StandIn says. Times must be those of the groups' first pictures, in order. May throw Failure.
+    // As StandIn says. Times must be those of the GOPs' first pictures, in order. May throw Failure.
     FramePointer At(Ticks time);
 
     const GroupTally& Groups() const { return _tally; }
@@ -73,11 +75,11 @@ private:
     const WatchRules _rules;
     PlainPicture _picture;
     std::optional<Watcher> _watcher;
-    bool _begun = false;
-    std::int64_t _firstPacket = 0;  // since only starts of groups are decoded
+    bool _begun = false;            // the detector is ready: from here on, keyframes are enough
+    std::int64_t _firstPacket = 0;  // since then
     Axis _ofKeys;
     Axis _ofQuestions;      // times asked for
-    std::deque<Key> _keys;  // from the group asked for on
+    std::deque<Key> _keys;  // from the GOP asked for on
     GroupTally _tally;
 };
 

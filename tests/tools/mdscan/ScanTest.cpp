@@ -17,6 +17,7 @@
 #include "video/base/Box.h"
 #include "video/media/Decoder.h"
 #include "video/media/Libav.h"
+#include "video/media/PacketSource.h"
 #include "video/time/TickTime.h"
 #include "video/time/WallClock.h"
 
@@ -77,7 +78,7 @@ TEST_F(ScanTest, AnEventHasAThumbnailOfItsPeak) {
     EXPECT_EQ(run.code, 0) << run.err;
     ASSERT_EQ(run.lines.size(), 1u);
     EXPECT_EQ(run.lines[0]["thumbnail"], In("small/pictures/clip-1.jpg"));
-    Video::Decoder decoder(In("small/pictures/clip-1.jpg"));
+    Video::Decoder decoder(Video::OpenSource(In("small/pictures/clip-1.jpg")));
     ASSERT_TRUE(decoder.Next());
     const AVFrame& frame = decoder.Frame();
     ASSERT_EQ(frame.width, 480);
@@ -215,7 +216,7 @@ TEST_F(ScanTest, TheOverlayIsTheVideoWithBoxes) {
     const Outcome run = Mdscan({"--overlay", In("boxes.mp4"), RawClip(scene)});
     EXPECT_EQ(run.code, 0) << run.err;
     EXPECT_EQ(FilesInFolder(), (std::vector<std::string>{"boxes.mp4", "clip.y4m"}));
-    Video::Decoder decoder(In("boxes.mp4"));
+    Video::Decoder decoder(Video::OpenSource(In("boxes.mp4")));
     int before = 0, during = 0, after = 0;  // pictures with something yellow
     int tinted = 0;                         // pictures with an orange square
     while (decoder.Next()) {
@@ -291,7 +292,7 @@ TEST_F(ScanTest, AChangeOfSizeStartsAfresh) {
     ASSERT_EQ(run.lines.size(), 2u) << run.err;
     ExpectTheSquare(run.lines[0], small);
     ExpectTheSquare(run.lines[1], large, 20);
-    Video::Decoder decoder(In("boxes.mp4"));
+    Video::Decoder decoder(Video::OpenSource(In("boxes.mp4")));
     while (decoder.Next()) {
         ASSERT_EQ(decoder.Frame().width, 320);
     }

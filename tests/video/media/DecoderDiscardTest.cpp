@@ -9,6 +9,7 @@
 
 #include "ClipFixture.h"
 #include "video/media/Decoder.h"
+#include "video/media/PacketSource.h"
 #include "video/time/Cadence.h"
 #include "video/time/TickTime.h"
 
@@ -50,13 +51,12 @@ protected:
 
     // How many pictures of the clip were not shown; what the scan sees is the same.
     std::int64_t DiscardedOf(double rate) const {
-        Decoder all(Path(), 1);
+        Decoder all(OpenSource(Path()), 1);
         Cadence cadence(rate, all.NominalInterval());
         const Shown expected = ShownBy(all, cadence);
 
-        Decoder some(Path(), 1);
-        Cadence sparing(rate, some.NominalInterval());
-        some.LeaveOutUnless([&](Ticks time) { return sparing.MayTake(time); });
+        Cadence sparing(rate, all.NominalInterval());
+        Decoder some(OpenSource(Path()), 1, {.needed = [&](Ticks time) { return sparing.MayTake(time); }});
         const Shown seen = ShownBy(some, sparing);
         EXPECT_EQ(seen.times, expected.times);
         EXPECT_EQ(seen.numbers, expected.numbers);

@@ -11,6 +11,7 @@
 
 #include "ClipFixture.h"
 #include "video/media/Decoder.h"
+#include "video/media/PacketSource.h"
 #include "video/time/TickTime.h"
 #include "video/time/WallClock.h"
 
@@ -26,7 +27,7 @@ struct Shown {
 };
 
 Shown ShownBy(const std::string& path) {
-    Decoder decoder(path, 1);
+    Decoder decoder(OpenSource(path), 1);
     Shown shown;
     std::vector<Ticks> times;
     while (decoder.Next()) {
@@ -146,22 +147,23 @@ TEST_F(PictureTimes, BehindDamageNumbersAreApproximate) {
 }
 
 TEST_F(PictureTimes, TheContainerSaysWhenItBegan) {
-    const Decoder decoder(Clip({.codec = "mpeg4", .container = "mp4", .created = "2019-05-04T08:00:00Z"}), 1);
+    const Decoder decoder(OpenSource(Clip({.codec = "mpeg4", .container = "mp4", .created = "2019-05-04T08:00:00Z"})), 1);
     ASSERT_TRUE(decoder.Started());
     EXPECT_EQ(WallTimeText(decoder.Started()->at), "2019-05-04T08:00:00.000Z");
     EXPECT_EQ(decoder.Started()->source, ClockSource::Container);
-    const Decoder matroska(Clip({.codec = "ffv1", .container = "matroska", .created = "2019-05-04T08:00:00Z"}), 1);
+    const Decoder matroska(OpenSource(Clip({.codec = "ffv1", .container = "matroska", .created = "2019-05-04T08:00:00Z"})),
+                           1);
     EXPECT_TRUE(matroska.Started());
 }
 
 TEST_F(PictureTimes, UnlikelyStartsAreNotTold) {
     for (const char* created : {"", "1970-01-01T00:00:01Z", "2100-01-01T00:00:00Z"}) {
-        EXPECT_FALSE(Decoder(Clip({.codec = "mpeg4", .container = "mp4", .created = created}), 1).Started()) << created;
+        EXPECT_FALSE(OpenSource(Clip({.codec = "mpeg4", .container = "mp4", .created = created}))->Started()) << created;
     }
     SquareScene longer = Tiny();
     longer.seconds = 30;
     WriteEncoded({longer}, {.codec = "mpeg4", .container = "mp4", .created = WallTimeText(WallNow())}, In("end.mp4"));
-    EXPECT_FALSE(Decoder(In("end.mp4"), 1).Started()) << "half a minute cannot have been recorded since";
+    EXPECT_FALSE(OpenSource(In("end.mp4"))->Started()) << "half a minute cannot have been recorded since";
 }
 
 }  // namespace

@@ -19,6 +19,7 @@
 #include "video/files/AtomicFile.h"
 #include "video/files/PngFile.h"
 #include "video/media/Decoder.h"
+#include "video/media/PacketSource.h"
 #include "video/media/Libav.h"
 #include "video/watch/Watcher.h"
 #include "video/zones/Zone.h"
@@ -110,7 +111,7 @@ int ShowZones(const Options& options) {
         throw Video::Failure(Video::Concern::Usage, "mdscan zones wants a single video");
     }
     const std::string& input = options.inputs.front();
-    Video::Decoder decoder(input);
+    Video::Decoder decoder(Video::OpenSource(input));
     if (!decoder.Next()) {
         throw Video::Failure(Video::Concern::Input, input + ": no picture could be decoded");
     }

@@ -24,6 +24,8 @@
 #include "video/files/OutputPath.h"
 #include "video/files/PngFile.h"
 #include "video/media/Libav.h"
+#include "video/media/PacketSource.h"
+#include "video/media/PictureSelection.h"
 #include "video/pictures/Thumbnail.h"
 #include "video/time/PictureNumbers.h"
 #include "video/time/TickTime.h"
@@ -61,7 +63,7 @@ Job::Job(const Options& options, const std::string& input, const std::string& na
       _input(input),
       _name(name),
       _listener(listener),
-      _decoder(input, options.decoderThreads, options.reconnect),
+      _decoder(Video::OpenSource(input, options.reconnect), options.decoderThreads, Selection()),
       _cadence(options.rate, _decoder.NominalInterval()),
       _rules{.framesPerSecond = 1 / Video::ToSeconds(_decoder.NominalInterval()),
              .shadows = options.shadows,
@@ -76,12 +78,8 @@ Job::Job(const Options& options, const std::string& input, const std::string& na
                .preRoll = Video::FromSeconds(options.preRoll),
                .postRoll = Video::FromSeconds(options.postRoll),
                .minBlocks = options.minBlocks}) {
-    if (options.overlay.empty() && options.clips.empty()) {  // one shows every picture, the other wants the time of each
-        _decoder.LeaveOutUnless([this](Video::Ticks time) { return _cadence.MayTake(time); });
-    }
     if (options.fast) {
         _scout.emplace(input, options.decoderThreads, options.blockSize, options.rate, _rules);
-        _decoder.ShowInstead([this](Video::Ticks time) { return _scout->At(time); });
     }
     const auto placeOf = [&](const std::string& path, const char* ending) {  // one of several inputs: a folder is given
         return name.empty() ? path : Video::OutputPath(path, input, true, ending);
@@ -97,6 +95,17 @@ Job::Job(const Options& options, const std::string& input, const std::string& na
         _clips.emplace(options.clips, input, !name.empty(), Video::FromSeconds(options.preRoll), _decoder.NominalInterval());
         _decoder.Tell(*_clips);
     }
+}
+
+Video::SelectionRules Job::Selection() {
+    Video::SelectionRules rules;
+    if (_options.overlay.empty() && _options.clips.empty()) {  // one shows every picture, the other wants the time of each
+        rules.needed = [this](Video::Ticks time) { return _cadence.MayTake(time); };
+    }
+    if (_options.fast) {
+        rules.standIn = [this](Video::Ticks time) { return _scout->At(time); };
+    }
+    return rules;
 }
 
 JobResult Job::Run() {

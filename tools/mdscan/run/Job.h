@@ -15,6 +15,7 @@
 #include "video/files/AtomicFile.h"
 #include "video/media/Decoder.h"
 #include "video/media/Libav.h"
+#include "video/media/PictureSelection.h"
 #include "video/media/PlainPicture.h"
 #include "video/pictures/Clips.h"
 #include "video/pictures/Overlay.h"
@@ -58,6 +59,7 @@ public:
     JobResult Run();
 
 private:
+    Video::SelectionRules Selection();
     void Scan();
     void Analyse(const AVFrame& frame, Video::Ticks time);
     void PrintEvent(const std::optional<Video::Event>& event);
@@ -75,7 +77,7 @@ private:
     JobListener& _listener;
     const std::chrono::steady_clock::time_point _begin = std::chrono::steady_clock::now();
     Video::Decoder _decoder;
-    std::optional<Video::KeyframeScout> _scout;  // where groups may be passed by
+    std::optional<Video::KeyframeScout> _scout;  // where GOPs may be skipped
     Video::Cadence _cadence;
     const Video::WatchRules _rules;
     const Video::Ticks _longestGap;  // between two analysed frames of one event
