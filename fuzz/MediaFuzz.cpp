@@ -24,6 +24,7 @@ extern "C" {
 #include "video/media/PlainPicture.h"
 #include "video/files/PngFile.h"
 #include "results/JsonLines.h"
+#include "results/Records.h"
 #include "video/watch/Watcher.h"
 
 namespace {
@@ -103,7 +104,8 @@ private:
         }
         const Video::Findings findings = _watcher->Watch(_picture.View(), time);
         for (const Video::MovingObject& object : findings.objects) ClaimInPicture(object.box);
-        ClaimOneLine(Scan::FrameLine("", {_decoder.Numbers().At(time), _decoder.Numbers().IsExact(time)}, findings));
+        ClaimOneLine(
+            Scan::LineOf(Scan::RecordOf("", {_decoder.Numbers().At(time), _decoder.Numbers().IsExact(time)}, findings)));
         Report(_events.Add(findings));
     }
 
@@ -121,7 +123,7 @@ private:
     void Report(const std::optional<Video::Event>& event) {
         if (!event) return;
         FUZZ_CLAIM(event->start <= event->peak && event->peak <= event->end && event->frames > 0);
-        ClaimOneLine(Scan::EventLine("clip", ++_printed, *event, {.zones = {"middle"}, .track = true}));
+        ClaimOneLine(Scan::LineOf(Scan::RecordOf("clip", ++_printed, *event, {.zones = {"middle"}, .track = true})));
     }
 
     void Draw() {

@@ -17,6 +17,8 @@
 #include "command/Versions.h"
 #include "results/JobResult.h"
 #include "results/Progress.h"
+#include "results/Records.h"
+#include "results/ScanPictures.h"
 #include "results/TallyText.h"
 #include "run/Batch.h"
 #include "run/Job.h"
@@ -42,11 +44,11 @@ class Printer : public JobListener {
 public:
     Printer(RunResults& results, const std::string& input, Progress& progress)
         : _results(results), _input(input), _progress(progress) {}
-    void OnLine(const std::string& line) override {
+    void OnRecord(const Record& record) override {
         _progress.Clear();  // both may go to the same terminal
-        _results.Line(_input, line);
+        _results.Take(_input, record);
     }
-    void OnAttachment(const std::string& text) override { _results.Attach(_input, text); }
+    void OnScanPicture(const ScanPicture& picture) override { _results.Take(_input, picture); }
     void OnPicture(double done, const Video::Tally& tally) override { _progress.Show(done, tally); }
 
 private:

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 
 #include "video/time/TickTime.h"
@@ -169,6 +170,24 @@ std::string WallTimeText(WallTicks time) {
                   static_cast<int>(ofDay.hours().count()), static_cast<int>(ofDay.minutes().count()),
                   static_cast<int>(ofDay.seconds().count()), static_cast<int>(ofDay.subseconds().count()));
     return text.data();
+}
+
+std::optional<WallTicks> WallTimeOf(const std::string& text) {
+    constexpr int furthestYear = 25'000;  // that ticks count to, and more
+    int year = 0, hour = 0, minute = 0, second = 0, millisecond = 0;
+    unsigned month = 0, day = 0;
+    if (std::sscanf(text.c_str(), "%d-%2u-%2uT%2d:%2d:%2d.%3dZ", &year, &month, &day, &hour, &minute, &second,
+                    &millisecond) != 7 ||
+        std::abs(year) > furthestYear) {
+        return std::nullopt;
+    }
+    const std::chrono::year_month_day date{std::chrono::year(year), std::chrono::month(month), std::chrono::day(day)};
+    if (!date.ok()) {
+        return std::nullopt;
+    }
+    const WallTicks time =
+        StartOfDay(date) + ((hour * 60 + minute) * Ticks{60} + second) * oneSecond + millisecond * oneMillisecond;
+    return WallTimeText(time) == text ? std::optional(time) : std::nullopt;
 }
 
 WallTicks WallNow() {

@@ -34,6 +34,9 @@ std::optional<WallTicks> ParseWallTime(const std::string& text);
 // "2026-03-01T11:00:00.500Z", milliseconds rounded. Precondition: a year from 0 to 9999.
 std::string WallTimeText(WallTicks time);
 
+// When a text of WallTimeText says, whatever the year. Absent: it is no such text.
+std::optional<WallTicks> WallTimeOf(const std::string& text);
+
 // Now, by the system's clock.
 WallTicks WallNow();
 

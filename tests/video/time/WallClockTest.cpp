@@ -58,6 +58,18 @@ TEST(WallClock, PrintsMilliseconds) {
     EXPECT_EQ(WallTimeText(-oneSecond), "1969-12-31T23:59:59.000Z");
 }
 
+TEST(WallClock, WhatWasPrintedIsReadAgain) {
+    for (const WallTicks time : {WallTicks{0}, WallTicks{-oneSecond}, WallTicks{17'723'448'000'010'000},
+                                 WallTicks{-700'000'000'000'000'000}, WallTicks{2'600'000'000'000'000'000}}) {
+        EXPECT_EQ(WallTimeOf(WallTimeText(time)), time) << WallTimeText(time);
+    }
+    for (const char* text :
+         {"", "now", "2026-03-01", "2026-02-29T12:00:00.000Z", "2026-03-01T24:00:00.000Z", "2026-03-01T12:00:00.000",
+          "2026-03-01T12:00:00.000Z ", "26-3-1T12:0:0.0Z", "99999-03-01T12:00:00.000Z"}) {
+        EXPECT_FALSE(WallTimeOf(text)) << text;
+    }
+}
+
 TEST(WallClock, WhatIsPrintedIsReadBack) {
     for (Ticks day = -30'000; day < 60'000; day += 17) {  // 1887 to 2134
         const WallTicks time = day * oneDay + (day * 7919 % 86'400) * oneSecond + 1'230'000;

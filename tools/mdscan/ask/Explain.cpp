@@ -14,6 +14,8 @@
 #include "command/Options.h"
 #include "results/JobResult.h"
 #include "results/Progress.h"
+#include "results/Records.h"
+#include "results/ScanPictures.h"
 #include "run/Job.h"
 #include "video/base/Failure.h"
 #include "video/base/Findings.h"
@@ -48,8 +50,8 @@ public:
         _explanation.minDuration = options.minDuration;
     }
 
-    void OnLine(const std::string&) override {}
-    void OnAttachment(const std::string&) override {}
+    void OnRecord(const Record&) override {}
+    void OnScanPicture(const ScanPicture&) override {}
     void OnLive() override {
         throw Video::Failure(Video::Concern::Usage, "mdscan explain wants a recording, not a live source");
     }

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include "results/Attachment.h"
+#include "results/ScanPictures.h"
 #include "video/files/OutputPath.h"
 #include "video/watch/HeatMap.h"
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "results/Attachment.h"
+#include "results/ScanPictures.h"
 
 namespace Scan {
 

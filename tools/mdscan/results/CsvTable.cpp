@@ -1,16 +1,19 @@
-// Which columns has the table, and how are cells quoted?  Called by RunResults through CsvTable.h.
+// Which columns has the table, and how are cells quoted?
 #include "results/CsvTable.h"
 
 #include <array>
 #include <cstring>
+#include <variant>
 
-#include <nlohmann/json.hpp>
+#include "results/JsonLines.h"
+#include "results/Records.h"
+#include "video/base/Box.h"
+#include "video/time/TickTime.h"
+#include "video/time/WallClock.h"
 
 namespace Scan {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 // Named as the fields of an event. Cells are empty where an event lacks the field; x, y, w, h are those of the first box.
 constexpr std::array columns = {"file",     "event",     "start",       "end",       "peak",       "start_time",
@@ -18,19 +21,47 @@ constexpr std::array columns = {"file",     "event",     "start",       "end",  
                                 "frames",   "blocks",    "zones",       "x",         "y",          "w",
                                 "h",        "thumbnail", "clip",        "clip_start"};
 
-std::string TextOf(const Json& value) {
-    if (value.is_string()) {
-        return CsvCell(value.get<std::string>());
+using Cells = std::array<std::string, columns.size()>;
+
+std::string Joined(const std::vector<std::string>& names) {
+    std::string text;
+    for (const std::string& name : names) {
+        text += text.empty() ? "" : ";";
+        text += ToldName(name);
     }
-    if (value.is_array()) {
-        std::string names;
-        for (const Json& name : value) {
-            names += names.empty() ? "" : ";";
-            names += name.get<std::string>();
-        }
-        return CsvCell(names);
-    }
-    return value.dump();  // numbers as the lines have them
+    return text;
+}
+
+Cells CellsOf(const std::string& file, const EventRecord& event) {
+    const bool hasBox = !event.boxes.empty();
+    const Video::Box box = hasBox ? event.boxes.front().box : Video::Box{};
+    const auto number = [](std::int64_t value) { return std::to_string(value); };
+    const auto side = [&](int pixels) { return hasBox ? std::to_string(pixels) : ""; };
+    const auto wall = [&](Video::WallTicks EventRecord::WallTimes::*time) {
+        return event.wall ? CsvCell(Video::WallTimeText((*event.wall).*time)) : "";
+    };
+    return {CsvCell(ToldName(file)),
+            number(event.number),
+            ToldSeconds(event.start),
+            ToldSeconds(event.end),
+            ToldSeconds(event.peak),
+            wall(&EventRecord::WallTimes::start),
+            wall(&EventRecord::WallTimes::end),
+            wall(&EventRecord::WallTimes::peak),
+            number(event.startFrame),
+            number(event.endFrame),
+            number(event.peakFrame),
+            event.frameExact ? "true" : "false",
+            number(event.frames),
+            number(event.blocks),
+            CsvCell(event.zones ? Joined(*event.zones) : ""),
+            side(box.x),
+            side(box.y),
+            side(box.width),
+            side(box.height),
+            CsvCell(ToldName(event.thumbnail)),
+            CsvCell(event.clip ? ToldName(event.clip->path) : ""),
+            event.clip ? ToldSeconds(event.clip->start) : ""};
 }
 
 }  // namespace
@@ -61,31 +92,23 @@ std::string CsvHead() {
     return row + "\r\n";
 }
 
-std::string CsvRow(const std::string& input, const std::string& line) {
-    Json event = Json::parse(line);
-    if (!event.contains("file")) {
-        event["file"] = Json::parse(Json(input).dump(-1, ' ', false, Json::error_handler_t::replace));
-    }
-    if (event.contains("boxes") && !event["boxes"].empty()) {
-        for (const char* side : {"x", "y", "w", "h"}) {
-            event[side] = event["boxes"][0][side];
-        }
-    }
+std::string CsvRow(const std::string& input, const EventRecord& event) {
     std::string row;
-    for (const char* column : columns) {
-        row += column == columns.front() ? "" : ",";
-        row += event.contains(column) ? TextOf(event[column]) : "";
+    for (const std::string& cell : CellsOf(event.file.empty() ? input : event.file, event)) {
+        row += cell;
+        row += ',';
     }
-    return row + "\r\n";
+    row.back() = '\r';  // of the end
+    return row + "\n";
 }
 
 CsvTable::CsvTable(const std::string& path, const std::vector<std::string>& inputs) : _text(path, inputs) {
     _text.Write(CsvHead());
 }
 
-void CsvTable::Take(const std::string& input, const std::string& line) {
-    if (line.starts_with(R"({"type":"event")")) {
-        _text.Write(CsvRow(input, line));
+void CsvTable::Take(const std::string& input, const Record& record) {
+    if (const auto* event = std::get_if<EventRecord>(&record)) {
+        _text.Write(CsvRow(input, *event));
     }
 }
 

@@ -1,9 +1,10 @@
-// How do events look in a spreadsheet?  One row per event, made from the lines of results; RunResults owns one if asked to.
+// How do events look in a spreadsheet?  One row each.
 #pragma once
 
 #include <string>
 #include <vector>
 
+#include "results/Records.h"
 #include "video/files/AtomicText.h"
 
 namespace Scan {
@@ -13,8 +14,8 @@ public:
     // inputs: files that must not be replaced. Throws Failure.
     CsvTable(const std::string& path, const std::vector<std::string>& inputs);
 
-    // Any line of results of this input; those that are no events are passed over. Throws Failure.
-    void Take(const std::string& input, const std::string& line);
+    // Any record of this input; those that are no events are passed over. Throws Failure.
+    void Take(const std::string& input, const Record& record);
 
     // Throws Failure.
     void Keep();
@@ -23,8 +24,8 @@ private:
     Video::AtomicText _text;
 };
 
-// One row with its end, of an event's line; also the one with the columns' names.
-std::string CsvRow(const std::string& input, const std::string& line);
+// One row with its end; also the one with the columns' names. input: named where the event names no file.
+std::string CsvRow(const std::string& input, const EventRecord& event);
 std::string CsvHead();
 
 // A text as a cell: quoted where RFC 4180 wants it. An apostrophe stands before what a spreadsheet would take for a formula.

@@ -7,14 +7,19 @@
 #include <filesystem>
 #include <system_error>
 #include <utility>
+#include <variant>
 
 #include <nlohmann/json.hpp>
 
-#include "results/Attachment.h"
 #include "results/Camera.h"
+#include "results/JobResult.h"
+#include "results/JsonLines.h"
 #include "results/PageLink.h"
 #include "results/PageText.h"
-#include "results/JobResult.h"
+#include "results/PictureLines.h"
+#include "results/RecordJson.h"
+#include "results/Records.h"
+#include "results/ScanPictures.h"
 #include "video/base/BgrPicture.h"
 #include "video/base/PictureGrid.h"
 #include "video/files/PngFile.h"
@@ -49,15 +54,28 @@ std::string PngAddress(const Video::BgrPicture& picture) {
 }
 
 // Where to look at an event: in its clip, else in the recording.
-void AddLink(Json& event, const std::string& page, const std::string& input) {
-    const double start = event.at("start").get<double>();
-    if (event.contains("clip")) {
-        event["link"] = LinkFrom(page, event["clip"].get<std::string>());
-        event["at"] = std::round(1000 * std::max(0.0, start - event.value("clip_start", 0.0))) / 1000;
+void AddLink(Json& shown, const EventRecord& event, const std::string& page, const std::string& input) {
+    const double start = Video::PrintedSeconds(event.start);
+    if (event.clip) {
+        shown["link"] = LinkFrom(page, ToldName(event.clip->path));
+        shown["at"] = std::round(1000 * std::max(0.0, start - Video::PrintedSeconds(event.clip->start))) / 1000;
     } else if (IsFile(input)) {
-        event["link"] = LinkFrom(page, input);
-        event["at"] = start;
+        shown["link"] = LinkFrom(page, input);
+        shown["at"] = start;
     }
+}
+
+// What the page shows of an event: its largest box only, no track; the file is said once.
+Json Shown(EventRecord event) {
+    event.file.clear();
+    event.track.reset();
+    event.boxes.resize(std::min<std::size_t>(1, event.boxes.size()));
+    return JsonOf(event);
+}
+
+Json Shown(GapRecord gap) {
+    gap.file.clear();
+    return JsonOf(gap);
 }
 
 }  // namespace
@@ -83,34 +101,32 @@ void HtmlPage::Open() {
     }
 }
 
-void HtmlPage::Take(const std::string& input, const std::string& line) {
-    const bool isEvent = line.starts_with(R"({"type":"event")");
-    if (!isEvent && !line.starts_with(R"({"type":"gap")")) {
-        return;
-    }
-    Json shown = Json::parse(line);
-    shown.erase("file");
-    if (isEvent) {
-        shown.erase("track");
-        if (shown["boxes"].size() > 1) {
-            shown["boxes"].erase(shown["boxes"].begin() + 1, shown["boxes"].end());
-        }
-        AddLink(shown, _text.Path(), input);
-        if (const auto picture = _pictures.extract(shown.at("event").get<int>())) {
+void HtmlPage::Take(const std::string& input, const Record& record) {
+    if (const auto* event = std::get_if<EventRecord>(&record)) {
+        Json shown = Shown(*event);
+        AddLink(shown, *event, _text.Path(), input);
+        if (const auto picture = _pictures.extract(event->number)) {
             shown["picture"] = picture.mapped();
         }
+        Write(shown);
+    } else if (const auto* gap = std::get_if<GapRecord>(&record)) {
+        Write(Shown(*gap));
     }
+}
+
+void HtmlPage::Write(const Json& shown) {
     Open();
     _text.Write((std::exchange(_first, false) ? "\n" : ",\n") + DumpedForScript(shown));
 }
 
-void HtmlPage::Attach(const EventPicture& picture) {
-    if (_pictureBytes + picture.jpeg.size() > mostPictureBytes) {
+void HtmlPage::Take(const EventPicture& picture) {
+    std::string jpeg = Base64(picture.jpeg);
+    if (_pictureBytes + jpeg.size() > mostPictureBytes) {
         ++_leftOut;
         return;
     }
-    _pictureBytes += picture.jpeg.size();
-    _pictures[picture.event] = picture.jpeg;
+    _pictureBytes += jpeg.size();
+    _pictures[picture.event] = std::move(jpeg);
 }
 
 void HtmlPage::Finish(const std::string& input, const JobResult& result) {

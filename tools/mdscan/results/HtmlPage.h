@@ -1,5 +1,5 @@
 // How does a run become one page to look at?  Everything is in the file: no network, no other file but the recordings and
-// clips that it links to. RunResults owns one when asked to.
+// clips that it links to.
 //
 // The page is written while results come in; what is kept in memory does not grow with them.
 #pragma once
@@ -10,9 +10,12 @@
 #include <string>
 #include <vector>
 
-#include "results/Attachment.h"
+#include <nlohmann/json_fwd.hpp>
+
 #include "results/Camera.h"
 #include "results/JobResult.h"
+#include "results/Records.h"
+#include "results/ScanPictures.h"
 #include "video/files/AtomicText.h"
 
 namespace Scan {
@@ -24,9 +27,10 @@ public:
     // inputs: files that must not be replaced. scan: the first line of the results. Throws Failure.
     HtmlPage(const std::string& path, const std::vector<std::string>& inputs, const std::string& scan);
 
-    // Of one input at a time, each ended by Finish. A picture comes before the line of its event. Throw Failure.
-    void Take(const std::string& input, const std::string& line);
-    void Attach(const EventPicture& picture);
+    // Of one input at a time, each ended by Finish. A picture comes before the record of its event; other records than of
+    // events and gaps are passed over. Throw Failure.
+    void Take(const std::string& input, const Record& record);
+    void Take(const EventPicture& picture);
     void Finish(const std::string& input, const JobResult& result);
 
     // Completes the page and gives it its name. Throws Failure.
@@ -34,11 +38,12 @@ public:
 
 private:
     void Open();
+    void Write(const nlohmann::ordered_json& shown);
 
     Video::AtomicText _text;
     bool _open = false;                    // within the block of an input
     bool _first = true;                    // nothing was written into it
-    std::map<int, std::string> _pictures;  // base64, by number of the event; of lines still to come
+    std::map<int, std::string> _pictures;  // base64, by number of the event; of events still to come
     std::size_t _pictureBytes = 0;         // in the page so far
     std::int64_t _leftOut = 0;             // pictures for which there was no room
 };

@@ -1,10 +1,13 @@
-// How are lines of results written?  Called by main and Batch through ResultLines.h.
+// How are lines of results written?
 #include "results/ResultLines.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
+#include "results/JobResult.h"
+#include "results/JsonLines.h"
+#include "results/Records.h"
 #include "video/base/Failure.h"
 
 namespace Scan {
@@ -22,6 +25,12 @@ void ResultLines::Print(const std::string& line) {
         throw Video::Failure(Video::Concern::Output, std::string("cannot print results: ") + std::strerror(errno));
     }
 }
+
+void ResultLines::Begin(const std::string& scan) { Print(scan); }
+
+void ResultLines::Take(const Record& record) { Print(LineOf(record)); }
+
+void ResultLines::Finish(const std::string& file, const JobResult& result) { Print(FileLine(file, result)); }
 
 void ResultLines::Keep() {
     if (_text) {

@@ -11,7 +11,10 @@
 #include "command/Inputs.h"
 #include "command/Options.h"
 #include "results/JobResult.h"
+#include "results/PictureLines.h"
 #include "results/Progress.h"
+#include "results/Records.h"
+#include "results/ScanPictures.h"
 #include "results/TallyText.h"
 #include "results/Spool.h"
 #include "run/RunResults.h"
@@ -49,7 +52,7 @@ Batch::Batch(const Options& options, const InputList& list, RunResults& results,
 
 int Batch::Run() {
     Recall();
-    PrintInOrder();
+    TellInOrder();
     while (_head < _items.size()) {
         if (Video::Interrupted() && !std::exchange(_leaving, true)) {
             for (const Item& item : _items) {
@@ -63,7 +66,7 @@ int Batch::Run() {
             break;  // interrupted
         }
         Listen();
-        PrintInOrder();
+        TellInOrder();
         ShowProgress();
     }
     return Conclude();
@@ -117,11 +120,11 @@ void Batch::Listen() {
             --_running;
             ++_live;
         }
-        for (std::string& line : item.worker->TakeLines()) {
-            item.lines.push_back(std::move(line));
+        for (Record& record : item.worker->TakeRecords()) {
+            item.records.push_back(std::move(record));
         }
-        for (const std::string& text : item.worker->TakeAttachments()) {
-            item.attachments.push_back(_spool.Add(text));
+        for (const ScanPicture& picture : item.worker->TakePictures()) {
+            item.pictures.push_back(_spool.Add(LineOf(picture)));
         }
         if (!goesOn) {
             const std::unique_ptr<Worker> worker = std::move(item.worker);
@@ -145,14 +148,14 @@ void Batch::Finish(Item& item, JobResult result) {
 }
 
 FinishedInput Batch::FinishedOf(const Item& item, const JobResult& result) {
-    FinishedInput finished{result, item.lines};
-    for (const Spool::Place& place : item.attachments) {
-        finished.attachments.push_back(_spool.Get(place));
+    FinishedInput finished{result, item.records};
+    for (const Spool::Place& place : item.pictures) {
+        finished.pictures.push_back(PictureOf(_spool.Get(place)));
     }
     return finished;
 }
 
-void Batch::PrintInOrder() {
+void Batch::TellInOrder() {
     const bool mayMix = _options.report.empty();  // a page shows one input after another
     bool isTurn = true;                           // nothing before is still to come
     for (std::size_t i = _head; i < _items.size(); ++i) {
@@ -160,20 +163,20 @@ void Batch::PrintInOrder() {
         if (item.isClosed || !(isTurn || (item.isLive && mayMix))) {
             continue;
         }
-        if (item.printed < item.lines.size() || item.result) {
+        if (item.told < item.records.size() || item.result) {
             _progress.Clear();  // both may go to the same terminal
         }
         HandOn(item);
         if (item.isLive) {
-            item.lines.clear();  // there is no end to them
-            item.printed = 0;
+            item.records.clear();  // there is no end to them
+            item.told = 0;
         }
         if (item.result) {
             _results.Finish(item.input.path, *item.result);
-            item.lines = {};
-            item.printed = 0;
-            item.attachments = {};
-            item.attached = 0;
+            item.records = {};
+            item.told = 0;
+            item.pictures = {};
+            item.shown = 0;
             item.isClosed = true;
         }
         isTurn = isTurn && (item.isClosed || (item.isLive && mayMix));
@@ -183,23 +186,23 @@ void Batch::PrintInOrder() {
     }
 }
 
-// What has come of this item since the last call; an event's picture goes before its line.
+// What has come of this item since the last call; an event's picture goes before its record.
 void Batch::HandOn(Item& item) {
     if (item.recalled) {
         const FinishedInput finished = _state->Read(item.input.path);
-        for (const std::string& text : finished.attachments) {
-            _results.Attach(item.input.path, text);
+        for (const ScanPicture& picture : finished.pictures) {
+            _results.Take(item.input.path, picture);
         }
-        for (const std::string& line : finished.lines) {
-            _results.Line(item.input.path, line);
+        for (const Record& record : finished.records) {
+            _results.Take(item.input.path, record);
         }
         return;
     }
-    for (; item.attached < item.attachments.size(); ++item.attached) {
-        _results.Attach(item.input.path, _spool.Get(item.attachments[item.attached]));
+    for (; item.shown < item.pictures.size(); ++item.shown) {
+        _results.Take(item.input.path, PictureOf(_spool.Get(item.pictures[item.shown])));
     }
-    for (; item.printed < item.lines.size(); ++item.printed) {
-        _results.Line(item.input.path, item.lines[item.printed]);
+    for (; item.told < item.records.size(); ++item.told) {
+        _results.Take(item.input.path, item.records[item.told]);
     }
 }
 

@@ -12,6 +12,7 @@
 #include "command/Options.h"
 #include "results/JobResult.h"
 #include "results/Progress.h"
+#include "results/Records.h"
 #include "results/Spool.h"
 #include "run/RunResults.h"
 #include "run/RunState.h"
@@ -37,20 +38,20 @@ private:
         Identity identity = {};          // when its scan began
         std::unique_ptr<Worker> worker;  // while it is scanned
         std::optional<JobResult> result;
-        bool recalled = false;           // from the state, where its results are
-        std::vector<std::string> lines;  // of its results
-        std::size_t printed = 0;         // of them
-        std::vector<Spool::Place> attachments;
-        std::size_t attached = 0;  // of them
-        bool isLive = false;       // its lines wait for nobody, and it takes nobody's place
-        bool isClosed = false;     // all is printed
+        bool recalled = false;  // from the state, where its results are
+        std::vector<Record> records;
+        std::size_t told = 0;                // of them
+        std::vector<Spool::Place> pictures;  // lines of them
+        std::size_t shown = 0;               // of them
+        bool isLive = false;                 // its records wait for nobody, and it takes nobody's place
+        bool isClosed = false;               // all is told
     };
 
     void Recall();
     void Start();
     void Listen();
     void Finish(Item& item, JobResult result);
-    void PrintInOrder();
+    void TellInOrder();
     void HandOn(Item& item);
     FinishedInput FinishedOf(const Item& item, const JobResult& result);
     void ShowProgress();

@@ -8,10 +8,10 @@
 #include <utility>
 
 #include "command/Options.h"
-#include "results/Attachment.h"
 #include "results/HtmlPage.h"
 #include "results/JobResult.h"
-#include "results/JsonLines.h"
+#include "results/Records.h"
+#include "results/ScanPictures.h"
 #include "results/TallyText.h"
 #include "video/base/BgrPicture.h"
 #include "video/base/Failure.h"
@@ -118,9 +118,9 @@ JobResult Job::Run() {
         }
     };
     attempt([&] { Scan(); });
-    attempt([&] { PrintGap(_decoder.TakeGap()); });  // the source is gone
-    attempt([&] { PrintEvent(_events.Close()); });   // what was found before a failure counts
-    attempt([&] { AttachGround(); });
+    attempt([&] { TellGap(_decoder.TakeGap()); });  // the source is gone
+    attempt([&] { TellEvent(_events.Close()); });   // what was found before a failure counts
+    attempt([&] { TellGround(); });
     if (result.health == Health::Whole) {
         attempt([&] { CompleteFiles(); });  // those of a damaged video are complete as far as it goes
     }
@@ -145,7 +145,7 @@ void Job::Scan() {
         _listener.OnLive();
     }
     while (!Video::Interrupted() && !_listener.HasEnough() && _decoder.Next()) {
-        PrintGap(_decoder.TakeGap());
+        TellGap(_decoder.TakeGap());
         const AVFrame& frame = _decoder.Frame();
         if (_clips) {
             _clips->OnPicture(frame, _decoder.Packet(), _decoder.Time());
@@ -165,18 +165,18 @@ void Job::Analyse(const AVFrame& frame, Video::Ticks time) {
     const Host::PictureFormat& format = _picture.Format();
     if (!_watcher || !_watcher->Suits(format)) {
         const Video::PictureGrid grid = Video::GridOf(format.width, format.height, _options.blockSize);
-        PrintEvent(_events.Close());  // the new pictures cannot be compared with the old ones
+        TellEvent(_events.Close());  // the new pictures cannot be compared with the old ones
         _heat.Add(_watcher ? _watcher->Heat() : Video::HeatMap{});
         _watcher.emplace(format, grid, _rules);
     }
     Video::Findings findings = _watcher->Watch(_picture.View(), time);
     ++_analysed;
     if (_options.frames) {
-        _listener.OnLine(FrameLine(_name, NumberAt(time), findings));
+        _listener.OnRecord(RecordOf(_name, NumberAt(time), findings));
     }
-    PrintEvent(_events.Add(findings));
+    TellEvent(_events.Add(findings));
     if (_clips) {
-        _clips->Follow(_events.Running(), _printed + 1);
+        _clips->Follow(_events.Running(), _told + 1);
     }
     _listener.OnFrame(*_watcher, findings, NumberAt(time));
     if ((!_options.thumbnails.empty() || !_options.report.empty()) && _events.PeaksNow()) {
@@ -187,11 +187,11 @@ void Job::Analyse(const AVFrame& frame, Video::Ticks time) {
     }
 }
 
-void Job::PrintEvent(const std::optional<Video::Event>& event) {
+void Job::TellEvent(const std::optional<Video::Event>& event) {
     if (!event) {
         return;
     }
-    ++_printed;
+    ++_told;
     _listener.OnEvent(*event);
     EventExtras extras{.start = NumberAt(event->start),
                        .end = NumberAt(event->end),
@@ -200,46 +200,46 @@ void Job::PrintEvent(const std::optional<Video::Event>& event) {
                        .zones = Video::WatchedNames(_options.allZones),
                        .track = _options.track};
     if (_peak && !_options.report.empty()) {
-        AttachPicture();
+        TellPicture();
     }
     if (_peak && !_options.thumbnails.empty()) {
-        extras.thumbnail = Video::OutputPath(_options.thumbnails, _input, !_name.empty(), _printed, ".jpg");
+        extras.thumbnail = Video::OutputPath(_options.thumbnails, _input, !_name.empty(), _told, ".jpg");
         Video::AtomicFile file(extras.thumbnail, _input);
         Video::WriteThumbnail(*_peak, file);
-        file.Keep();  // before the line that names it
+        file.Keep();  // before the record that names it
     }
     _peak.reset();
     if (_clips) {
-        extras.clip = _clips->Finish({event->start, event->end}, _printed);
+        extras.clip = _clips->Finish({event->start, event->end}, _told);
     }
-    _listener.OnLine(EventLine(_name, _printed, *event, extras));
+    _listener.OnRecord(RecordOf(_name, _told, *event, extras));
 }
 
-void Job::AttachPicture() {
+void Job::TellPicture() {
     const std::string jpeg = Video::JpegOf(*_peak, widestPagePicture);
     if (jpeg.empty()) {
         throw Video::Failure(Video::Concern::Output,
                              "cannot write " + _options.report + ": FFmpeg cannot make a JPEG of a picture");
     }
-    _listener.OnAttachment(AttachedText({.event = EventPicture{_printed, Base64(jpeg)}}));
+    _listener.OnScanPicture(EventPicture{_told, jpeg});
 }
 
-void Job::AttachGround() {
+void Job::TellGround() {
     if (_rules.heat && _watcher) {
         _heat.Add(_watcher->Heat());
-        _listener.OnAttachment(AttachedText({.ground = GroundPicture{_heat, _watcher->Background()}}));
+        _listener.OnScanPicture(GroundPicture{_heat, _watcher->Background()});
     }
 }
 
-void Job::PrintGap(const std::optional<Video::Gap>& gap) {
+void Job::TellGap(const std::optional<Video::Gap>& gap) {
     if (!gap) {
         return;
     }
     ++_gaps;
     if (gap->end - gap->start > _longestGap) {
-        PrintEvent(_events.Close());
+        TellEvent(_events.Close());
     }
-    _listener.OnLine(GapLine(_name, *gap, Clock()));
+    _listener.OnRecord(RecordOf(_name, *gap, Clock()));
 }
 
 void Job::CompleteFiles() {

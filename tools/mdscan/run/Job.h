@@ -9,6 +9,8 @@
 
 #include "command/Options.h"
 #include "results/JobResult.h"
+#include "results/Records.h"
+#include "results/ScanPictures.h"
 #include "video/base/Findings.h"
 #include "video/base/Gap.h"
 #include "video/base/Tally.h"
@@ -33,15 +35,15 @@ namespace Scan {
 class JobListener {
 public:
     virtual ~JobListener() = default;
-    // One line of results, without its end. May throw Failure, which ends the job.
-    virtual void OnLine(const std::string& line) = 0;
-    // One line as AttachedText makes it: what pictures and pages need, where the options ask for any.
-    virtual void OnAttachment(const std::string& text) = 0;
+    // May throw Failure, which ends the job.
+    virtual void OnRecord(const Record& record) = 0;
+    // Where the options ask for any; before the record of its event.
+    virtual void OnScanPicture(const ScanPicture& picture) = 0;
     // Before all others, where the input is a live source.
     virtual void OnLive() {}
     // Once per picture. done: 0 to 1.
     virtual void OnPicture(double done, const Video::Tally& tally) = 0;
-    // An event is over; before its line.
+    // An event is over; before its record.
     virtual void OnEvent(const Video::Event&) {}
     // Once per analysed frame, after events that it ended. May throw Failure.
     virtual void OnFrame(Video::Watcher&, const Video::Findings&, const Video::PictureNumber&) {}
@@ -51,7 +53,7 @@ public:
 
 class Job {
 public:
-    // options and listener must outlive the job. name: what result lines call the input; empty: nothing.
+    // options and listener must outlive the job. name: what records call the input; empty: nothing.
     // Throws Failure when there is nothing to scan or no place for a result.
     Job(const Options& options, const std::string& input, const std::string& name, JobListener& listener);
 
@@ -62,13 +64,13 @@ private:
     Video::SelectionRules Selection();
     void Scan();
     void Analyse(const AVFrame& frame, Video::Ticks time);
-    void PrintEvent(const std::optional<Video::Event>& event);
-    void PrintGap(const std::optional<Video::Gap>& gap);
+    void TellEvent(const std::optional<Video::Event>& event);
+    void TellGap(const std::optional<Video::Gap>& gap);
     void CompleteFiles();
     std::optional<Video::StartTime> Clock() const;
     Video::PictureNumber NumberAt(Video::Ticks time) const;
-    void AttachPicture();
-    void AttachGround();
+    void TellPicture();
+    void TellGround();
     Video::Tally Sum() const;
 
     const Options& _options;
@@ -86,7 +88,7 @@ private:
     std::optional<Video::Watcher> _watcher;
     Video::Marking _marking;     // of the newest analysed frame, for the overlay
     std::int64_t _analysed = 0;  // frames
-    int _printed = 0;            // events
+    int _told = 0;               // events
     int _gaps = 0;
     Video::FramePointer _peak;  // of the running event, where pictures of it are wanted
     Video::HeatMap _heat;       // of pictures of earlier sizes

@@ -2,13 +2,14 @@
 #include "run/RunResults.h"
 
 #include <filesystem>
+#include <variant>
 
 #include "command/Options.h"
-#include "results/Attachment.h"
 #include "results/Camera.h"
 #include "results/JobResult.h"
-#include "results/JsonLines.h"
+#include "results/Records.h"
 #include "results/ScanLine.h"
+#include "results/ScanPictures.h"
 #include "video/base/LiveName.h"
 #include "video/files/AtomicFile.h"
 #include "video/files/Folder.h"
@@ -32,32 +33,30 @@ RunResults::RunResults(const Options& options, const std::vector<std::string>& i
     } else if (!options.heatmap.empty()) {
         _heat.emplace(options.heatmap, inputs);
     }
-    _lines.Print(ScanLine(options));
+    _lines.Begin(ScanLine(options));
 }
 
-void RunResults::Line(const std::string& input, const std::string& line) {
-    _lines.Print(line);
+void RunResults::Take(const std::string& input, const Record& record) {
+    _lines.Take(record);
     if (_table) {
-        _table->Take(Video::ShownName(input), line);
+        _table->Take(Video::ShownName(input), record);
     }
     if (_page) {
-        _page->Take(Video::ShownName(input), line);
+        _page->Take(Video::ShownName(input), record);
     }
 }
 
-void RunResults::Attach(const std::string& input, const std::string& text) {
-    const Attachment attachment = AttachmentOf(text);
-    if (attachment.event && _page) {
-        _page->Attach(*attachment.event);
-    }
-    if (attachment.ground) {
-        _cameras.Add(CameraOf(Video::ShownName(input)), *attachment.ground);
+void RunResults::Take(const std::string& input, const ScanPicture& picture) {
+    if (const auto* ground = std::get_if<GroundPicture>(&picture)) {
+        _cameras.Add(CameraOf(Video::ShownName(input)), *ground);
+    } else if (_page) {
+        _page->Take(std::get<EventPicture>(picture));
     }
 }
 
 void RunResults::Finish(const std::string& input, const JobResult& result) {
     if (_several) {
-        _lines.Print(FileLine(Video::ShownName(input), result));
+        _lines.Finish(Video::ShownName(input), result);
     }
     if (_page) {
         _page->Finish(Video::ShownName(input), result);

@@ -11,7 +11,9 @@
 #include "results/CsvTable.h"
 #include "results/HtmlPage.h"
 #include "results/JobResult.h"
+#include "results/Records.h"
 #include "results/ResultLines.h"
+#include "results/ScanPictures.h"
 #include "video/files/AtomicFile.h"
 
 namespace Scan {
@@ -23,8 +25,8 @@ public:
     RunResults(const Options& options, const std::vector<std::string>& inputs, bool several);
 
     // Of one input after another, each ended by Finish. Throw Failure.
-    void Line(const std::string& input, const std::string& line);
-    void Attach(const std::string& input, const std::string& text);  // as AttachedText made it
+    void Take(const std::string& input, const Record& record);
+    void Take(const std::string& input, const ScanPicture& picture);  // before the record of its event
     void Finish(const std::string& input, const JobResult& result);
 
     // Completes all files; without it none remains. Throws Failure.

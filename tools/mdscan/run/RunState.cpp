@@ -16,8 +16,12 @@
 
 #include <nlohmann/json.hpp>
 
-#include "results/PackedResult.h"
 #include "results/JobResult.h"
+#include "results/JsonLines.h"
+#include "results/PackedResult.h"
+#include "results/PictureLines.h"
+#include "results/Records.h"
+#include "results/ScanPictures.h"
 #include "video/base/Failure.h"
 
 namespace Scan {
@@ -58,10 +62,23 @@ bool Lock(int file) {
     return false;
 }
 
-// Throws std::exception.
-FinishedInput FinishedOf(const Json& record) {
-    return {Unpacked(record.at("result").get<std::string>()), record.at("lines").get<std::vector<std::string>>(),
-            record.value("attachments", std::vector<std::string>())};
+// Of what the file holds of an input. All throw std::exception.
+JobResult ResultOf(const Json& line) { return Unpacked(line.at("result").get<std::string>()); }
+
+std::vector<Record> RecordsOf(const Json& line) {
+    std::vector<Record> records;
+    for (const Json& record : line.at("lines")) {
+        records.push_back(RecordOf(record.get<std::string>()));
+    }
+    return records;
+}
+
+std::vector<ScanPicture> PicturesOf(const Json& line) {
+    std::vector<ScanPicture> pictures;
+    for (const Json& picture : line.value("attachments", Json::array())) {
+        pictures.push_back(PictureOf(picture.get<std::string>()));
+    }
+    return pictures;
 }
 
 }  // namespace
@@ -144,10 +161,10 @@ void RunState::TakeLine(const std::string& line, int number, off_t offset, const
         return;
     }
     try {
-        FinishedOf(record);  // all of it is well
+        RecordsOf(record);  // they are well
         _entries.insert_or_assign(record.at("file").get<std::string>(),
                                   Entry{{record.at("size").get<std::int64_t>(), record.at("changed").get<std::int64_t>()},
-                                        Unpacked(record.at("result").get<std::string>()),
+                                        ResultOf(record),
                                         offset,
                                         line.size()});
     } catch (const std::exception&) {
@@ -170,7 +187,12 @@ FinishedInput RunState::Read(const std::string& input) const {
     if (got != static_cast<ssize_t>(line.size()) || record.is_discarded()) {
         throw Video::Failure(Video::Concern::Output, "cannot resume from " + _path + ": has changed since this run began");
     }
-    return FinishedOf(record);
+    try {
+        return {ResultOf(record), RecordsOf(record), PicturesOf(record)};
+    } catch (const std::exception&) {
+        throw Video::Failure(Video::Concern::Output,
+                             "cannot resume from " + _path + ": what it holds of " + input + " is damaged");
+    }
 }
 
 void RunState::Add(const std::string& input, const Identity& identity, const FinishedInput& finished) {
@@ -178,9 +200,12 @@ void RunState::Add(const std::string& input, const Identity& identity, const Fin
                    {"size", identity.size},
                    {"changed", identity.changed},
                    {"result", Packed(finished.result)},
-                   {"lines", finished.lines}};
-    if (!finished.attachments.empty()) {
-        record["attachments"] = finished.attachments;
+                   {"lines", Json::array()}};
+    for (const Record& told : finished.records) {
+        record["lines"].push_back(LineOf(told));
+    }
+    for (const ScanPicture& picture : finished.pictures) {
+        record["attachments"].push_back(LineOf(picture));
     }
     Append(record.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
 }

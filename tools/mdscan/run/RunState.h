@@ -14,6 +14,8 @@
 #include <sys/types.h>
 
 #include "results/JobResult.h"
+#include "results/Records.h"
+#include "results/ScanPictures.h"
 
 namespace Scan {
 
@@ -29,8 +31,8 @@ Identity IdentityOf(const std::string& path);
 
 struct FinishedInput {
     JobResult result;
-    std::vector<std::string> lines;             // of its results
-    std::vector<std::string> attachments = {};  // to them
+    std::vector<Record> records;
+    std::vector<ScanPicture> pictures = {};
 };
 
 class RunState {

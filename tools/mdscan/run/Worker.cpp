@@ -1,7 +1,7 @@
 // What do parent and child say to each other?  Called by Batch through Worker.h.
 //
-// The child writes messages into a pipe, one a line: L and a line of results, A and an attachment, V that the input is a
-// live source, P and numbers on its progress, E and its packed result. A child that dies sends no E.
+// The child writes messages into a pipe, one a line: L and a record, A and a picture, V that the input is a live
+// source, P and numbers on its progress, E and its packed result. A child that dies sends no E.
 #include "run/Worker.h"
 
 #include <algorithm>
@@ -22,6 +22,10 @@
 #include "command/Options.h"
 #include "results/PackedResult.h"
 #include "results/JobResult.h"
+#include "results/JsonLines.h"
+#include "results/PictureLines.h"
+#include "results/Records.h"
+#include "results/ScanPictures.h"
 #include "run/Job.h"
 #include "run/RunState.h"
 #include "video/base/Failure.h"
@@ -47,8 +51,8 @@ public:
         }
     }
 
-    void OnLine(const std::string& line) override { Say('L', line); }
-    void OnAttachment(const std::string& text) override { Say('A', text); }
+    void OnRecord(const Record& record) override { Say('L', LineOf(record)); }
+    void OnScanPicture(const ScanPicture& picture) override { Say('A', LineOf(picture)); }
     void OnLive() override { Say('V', ""); }
 
     void OnPicture(double done, const Video::Tally& tally) override {
@@ -140,8 +144,8 @@ void Worker::Understand(const std::string& message) {
     const std::string text = message.substr(std::min<std::size_t>(1, message.size()));
     switch (message.empty() ? '\0' : message.front()) {
         case 'V': _isLive = true; break;
-        case 'L': _lines.push_back(text); break;
-        case 'A': _attachments.push_back(text); break;
+        case 'L': _records.push_back(RecordOf(text)); break;
+        case 'A': _pictures.push_back(PictureOf(text)); break;
         case 'E': _result = Unpacked(text); break;
         default: {
             long long pictures = 0, length = 0;
@@ -172,8 +176,8 @@ void Worker::Bury() {
         .health = Health::Unreadable, .code = Video::exitFailed, .trouble = "its scan was ended " + end, .tally = _tally};
 }
 
-std::vector<std::string> Worker::TakeLines() { return std::exchange(_lines, {}); }
+std::vector<Record> Worker::TakeRecords() { return std::exchange(_records, {}); }
 
-std::vector<std::string> Worker::TakeAttachments() { return std::exchange(_attachments, {}); }
+std::vector<ScanPicture> Worker::TakePictures() { return std::exchange(_pictures, {}); }
 
 }  // namespace Scan

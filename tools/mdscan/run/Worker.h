@@ -10,6 +10,8 @@
 
 #include "command/Options.h"
 #include "results/JobResult.h"
+#include "results/Records.h"
+#include "results/ScanPictures.h"
 #include "run/RunState.h"
 #include "video/base/Tally.h"
 
@@ -36,10 +38,10 @@ public:
     // Lets the scan end in good order.
     void Interrupt() const;
 
-    std::vector<std::string> TakeLines();        // of results, those since the last call
-    std::vector<std::string> TakeAttachments();  // likewise, as AttachedText made them
-    bool IsLive() const { return _isLive; }      // as far as is known
-    double Done() const { return _done; }        // 0 to 1
+    std::vector<Record> TakeRecords();        // those since the last call
+    std::vector<ScanPicture> TakePictures();  // likewise
+    bool IsLive() const { return _isLive; }   // as far as is known
+    double Done() const { return _done; }     // 0 to 1
     const Video::Tally& SoFar() const { return _tally; }
     const JobResult& Result() const { return *_result; }
 
@@ -53,8 +55,8 @@ private:
     pid_t _process = -1;
     int _pipe = -1;
     std::string _unread;  // an incomplete message
-    std::vector<std::string> _lines;
-    std::vector<std::string> _attachments;
+    std::vector<Record> _records;
+    std::vector<ScanPicture> _pictures;
     bool _isLive = false;
     double _done = 0;
     Video::Tally _tally;

@@ -15,6 +15,8 @@
 #include "ScanFixture.h"
 #include "command/Options.h"
 #include "results/JobResult.h"
+#include "results/Records.h"
+#include "results/ScanPictures.h"
 #include "run/Job.h"
 #include "video/base/Box.h"
 #include "video/base/Findings.h"
@@ -35,8 +37,8 @@ class Examiner : public JobListener {
 public:
     explicit Examiner(int step) : _step(step) {}
 
-    void OnLine(const std::string&) override {}
-    void OnAttachment(const std::string&) override {}
+    void OnRecord(const Record&) override {}
+    void OnScanPicture(const ScanPicture&) override {}
     void OnPicture(double, const Video::Tally&) override {}
 
     void OnFrame(Video::Watcher& watcher, const Video::Findings& findings, const Video::PictureNumber&) override {

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "results/ScanPictures.h"
 #include "video/watch/HeatMap.h"
 
 namespace Scan {

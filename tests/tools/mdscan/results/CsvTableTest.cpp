@@ -1,10 +1,13 @@
-// Does a reader of RFC 4180 get back what an event's line says, and no spreadsheet a formula?
+// Does a reader of RFC 4180 get back what an event's record says, and no spreadsheet a formula?
 #include "results/CsvTable.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <string>
+
+#include "results/Records.h"
+#include "video/base/Clip.h"
 
 namespace Scan {
 namespace {
@@ -25,26 +28,43 @@ TEST(CsvTable, NoTextIsAFormula) {
     EXPECT_EQ(CsvCell("a=b"), "a=b");
 }
 
-TEST(CsvTable, ARowHoldsTheFieldsOfTheLine) {
-    const std::string row =
-        CsvRow("front door,1.mp4",
-               R"({"type":"event","event":3,"start":1.25,"end":9.0,"peak":5.0,"start_frame":12,)"
-               R"("end_frame":90,"peak_frame":50,"frame_exact":true,"frames":17,"blocks":99,"zones":["gate","a;b"],)"
-               R"("boxes":[{"x":1,"y":2,"w":30,"h":40,"blocks":5},{"x":9,"y":9,"w":9,"h":9,"blocks":1}]})");
+TEST(CsvTable, ARowHoldsTheFieldsOfTheRecord) {
+    const EventRecord event{.number = 3,
+                            .start = 12'500'000,
+                            .end = 90'000'000,
+                            .peak = 50'000'000,
+                            .startFrame = 12,
+                            .endFrame = 90,
+                            .peakFrame = 50,
+                            .frames = 17,
+                            .blocks = 99,
+                            .zones = {{"gate", "a;b"}},
+                            .boxes = {{{1, 2, 30, 40}, 5}, {{9, 9, 9, 9}, 1}}};
+    const std::string row = CsvRow("front door,1.mp4", event);
     EXPECT_EQ(row, "\"front door,1.mp4\",3,1.25,9.0,5.0,,,,12,90,50,true,17,99,gate;a;b,1,2,30,40,,,\r\n");
     const auto commas = [](const std::string& text) { return std::count(text.begin(), text.end(), ','); };
     EXPECT_EQ(commas(row), commas(CsvHead()) + 1) << "one more, within quotes";
     EXPECT_EQ(CsvHead().rfind("file,event,start,end,peak,", 0), 0u);
 }
 
-TEST(CsvTable, TheFileIsTheLinesWhereItNamesOne) {
-    const std::string line =
-        R"({"type":"event","file":"b.mp4","event":1,"thumbnail":"-p/b-1.jpg","clip":"c,1.mp4","clip_start":4.5})";
-    EXPECT_EQ(CsvRow("a.mp4", line), "b.mp4,1,,,,,,,,,,,,,,,,,,'-p/b-1.jpg,\"c,1.mp4\",4.5\r\n");
+TEST(CsvTable, TheFileIsTheRecordsWhereItNamesOne) {
+    const EventRecord event{.file = "b.mp4",
+                            .number = 1,
+                            .wall = EventRecord::WallTimes{0, 10'000, 20'000},
+                            .frameExact = false,
+                            .thumbnail = "-p/b-1.jpg",
+                            .clip = Video::Clip{"c,1.mp4", 45'000'000}};
+    EXPECT_EQ(CsvRow("a.mp4", event),
+              "b.mp4,1,0.0,0.0,0.0,1970-01-01T00:00:00.000Z,1970-01-01T00:00:00.001Z,1970-01-01T00:00:00.002Z,0,0,0,false,"
+              "0,0,,,,,,'-p/b-1.jpg,\"c,1.mp4\",4.5\r\n");
 }
 
 TEST(CsvTable, NamesMayHoldAnyBytes) {
-    EXPECT_EQ(CsvRow("no \xff text", R"({"type":"event","event":1})").rfind("no \xef\xbf\xbd text,1,", 0), 0u);
+    EXPECT_EQ(CsvRow("no \xff text", {.number = 1}).rfind("no \xef\xbf\xbd text,1,", 0), 0u);
+    EXPECT_NE(CsvRow("a", {.thumbnail = "no \xff text", .clip = Video::Clip{"nor \xff this", 0}})
+                  .find(",no \xef\xbf\xbd text,nor \xef\xbf\xbd this,"),
+              std::string::npos)
+        << "as lines have them";
 }
 
 }  // namespace

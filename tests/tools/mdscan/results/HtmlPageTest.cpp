@@ -11,6 +11,8 @@
 #include "FolderFixture.h"
 #include "results/Camera.h"
 #include "results/JobResult.h"
+#include "results/Records.h"
+#include "video/base/Clip.h"
 
 namespace Scan {
 namespace {
@@ -34,18 +36,24 @@ protected:
     }
 };
 
-const std::string event =
-    R"({"type":"event","file":"x","event":2,"start":4.5,"end":5.0,"boxes":[{"x":1},{"x":2}],"track":[1])";
+const EventRecord event{.file = "x",
+                        .number = 2,
+                        .start = 45'000'000,
+                        .end = 50'000'000,
+                        .boxes = {{{1, 0, 1, 1}, 1}, {{2, 0, 1, 1}, 1}},
+                        .track = {{{45'000'000, {1, 0, 1, 1}}}}};
 
 TEST_F(HtmlPageTest, HoldsWhatCame) {
     HtmlPage page(Path(), {}, R"({"type":"scan","zones":["</script>"]})");
     Write("a b.mp4", "x");
     const std::string input = In("a b.mp4");
-    page.Attach({2, "AAAA"});
-    page.Take(input, R"({"type":"frame","frame":1})");
-    page.Take(input, event + "}");
-    page.Take(input, event + R"(,"clip":")" + In("c/d.mp4") + R"(","clip_start":4.0})");
-    page.Take(input, R"({"type":"gap","start":6.0,"end":7.0,"reason":"r"})");
+    page.Take({2, std::string(3, '\0')});
+    page.Take(input, FrameRecord{.picture = {1, true}});
+    page.Take(input, event);
+    EventRecord inAClip = event;
+    inAClip.clip = Video::Clip{In("c/d.mp4"), 40'000'000};
+    page.Take(input, inAClip);
+    page.Take(input, GapRecord{.file = "x", .start = 60'000'000, .end = 70'000'000, .reason = "r"});
     page.Finish(input, {.health = Health::Damaged, .trouble = "why", .tally = {.length = 80'000'000}});
     page.Finish("</script><script>alert(1)<!--", {});
     CameraGrounds cameras;
@@ -57,6 +65,9 @@ TEST_F(HtmlPageTest, HoldsWhatCame) {
     ASSERT_EQ(inputs.size(), 2u);
     ASSERT_EQ(inputs[0]["lines"].size(), 3u) << "frames are no events";
     EXPECT_EQ(inputs[0]["lines"][2]["reason"], "r");
+    for (const json& line : inputs[0]["lines"]) {
+        EXPECT_FALSE(line.contains("file")) << "it stands once, at the end";
+    }
     const json inFile = inputs[0]["lines"][0], inClip = inputs[0]["lines"][1];
     EXPECT_EQ(inFile["picture"], "AAAA");
     EXPECT_EQ(inFile["link"], "a%20b.mp4");

@@ -8,11 +8,14 @@
 
 #include <nlohmann/json.hpp>
 
+#include "results/JobResult.h"
+#include "results/Records.h"
 #include "video/base/Box.h"
 #include "video/base/Clip.h"
 #include "video/base/Findings.h"
 #include "video/base/Gap.h"
 #include "video/base/Tally.h"
+#include "video/time/PictureNumbers.h"
 #include "video/time/WallClock.h"
 #include "video/watch/Events.h"
 
@@ -30,24 +33,24 @@ Video::Event AnEvent(std::size_t objects) {
 
 TEST(JsonLines, AnEventLineHoldsAllFieldsInOrder) {
     EXPECT_EQ(
-        EventLine("", 3, AnEvent(1), {.start = {10, true}, .end = {79, true}, .peak = {40, true}}),
+        LineOf(RecordOf("", 3, AnEvent(1), {.start = {10, true}, .end = {79, true}, .peak = {40, true}})),
         R"({"type":"event","event":3,"start":1.235,"end":9.877,"peak":5.0,"start_frame":10,"end_frame":79,"peak_frame":40,)"
         R"("frame_exact":true,"frames":17,"blocks":99,)"
         R"("boxes":[{"x":0,"y":2,"w":30,"h":40,"blocks":5}]})");
 }
 
 TEST(JsonLines, AnEventLineHoldsTheFirstBoxesOnly) {
-    const auto line = nlohmann::json::parse(EventLine("", 1, AnEvent(mostBoxesPerEvent + 3)));
+    const auto line = nlohmann::json::parse(LineOf(RecordOf("", 1, AnEvent(mostBoxesPerEvent + 3))));
     ASSERT_EQ(line["boxes"].size(), mostBoxesPerEvent);
     EXPECT_EQ(line["boxes"][0]["x"], 0);
 }
 
 TEST(JsonLines, AFrameLineHoldsEveryObject) {
     const Video::Findings frame{20'000'000, {{Video::Box{1, 2, 3, 4}, 5}, {Video::Box{6, 7, 8, 9}, 10}}};
-    EXPECT_EQ(FrameLine("", {51, false}, frame),
+    EXPECT_EQ(LineOf(RecordOf("", {51, false}, frame)),
               R"({"type":"frame","frame":51,"frame_exact":false,"time":2.0,"blocks":15,)"
               R"("objects":[{"x":1,"y":2,"w":3,"h":4,"blocks":5},{"x":6,"y":7,"w":8,"h":9,"blocks":10}]})");
-    EXPECT_EQ(FrameLine("", {}, {0, {}}),
+    EXPECT_EQ(LineOf(RecordOf("", Video::PictureNumber{}, Video::Findings{0, {}})),
               R"({"type":"frame","frame":0,"frame_exact":true,"time":0.0,"blocks":0,"objects":[]})");
 }
 
@@ -56,11 +59,11 @@ TEST(JsonLines, AnEventLineHoldsWhatIsAskedFor) {
     event.zones = 0b101;
     event.track = {{15'000'000, {1, 2, 3, 4}}};
     EXPECT_EQ(
-        EventLine("", 3, event,
-                  {.zones = {"gate", "door", "road"},
-                   .thumbnail = "t/a-3.jpg",
-                   .clip = Video::Clip{"c/a-3.mp4", -8'000'000},
-                   .track = true}),
+        LineOf(RecordOf("", 3, event,
+                        {.zones = {"gate", "door", "road"},
+                         .thumbnail = "t/a-3.jpg",
+                         .clip = Video::Clip{"c/a-3.mp4", -8'000'000},
+                         .track = true})),
         R"({"type":"event","event":3,"start":1.235,"end":9.877,"peak":5.0,"start_frame":0,"end_frame":0,"peak_frame":0,)"
         R"("frame_exact":true,"frames":17,"blocks":99,"zones":["gate","road"],)"
         R"("thumbnail":"t/a-3.jpg","clip":"c/a-3.mp4","clip_start":-0.8,"boxes":[{"x":0,"y":2,"w":30,"h":40,"blocks":5}],)"
@@ -68,27 +71,29 @@ TEST(JsonLines, AnEventLineHoldsWhatIsAskedFor) {
 }
 
 TEST(JsonLines, LinesNameTheirFileWhereThereAreSeveral) {
-    EXPECT_EQ(EventLine("a/b.mp4", 3, AnEvent(1)).rfind(R"({"type":"event","file":"a/b.mp4","event":3,)", 0), 0u);
-    EXPECT_EQ(FrameLine("a/b.mp4", {}, {0, {}}).rfind(R"({"type":"frame","file":"a/b.mp4","frame":0,)", 0), 0u);
-    EXPECT_NO_THROW(EventLine("no \xff text", 1, AnEvent(1)));
+    EXPECT_EQ(LineOf(RecordOf("a/b.mp4", 3, AnEvent(1))).rfind(R"({"type":"event","file":"a/b.mp4","event":3,)", 0), 0u);
+    EXPECT_EQ(LineOf(RecordOf("a/b.mp4", Video::PictureNumber{}, Video::Findings{0, {}}))
+                  .rfind(R"({"type":"frame","file":"a/b.mp4","frame":0,)", 0),
+              0u);
+    EXPECT_NO_THROW(LineOf(RecordOf("no \xff text", 1, AnEvent(1))));
 }
 
 TEST(JsonLines, AnEventLineTellsTheTimeOfDayWhereItIsKnown) {
     const Video::WallTicks noon = Video::ParseWallTime("2026-03-01T12:00:00Z").value();
-    const auto line = nlohmann::json::parse(
-        EventLine("", 1, AnEvent(1), {.end = {79, false}, .clock = Video::StartTime{noon, Video::ClockSource::Given}}));
+    const auto line = nlohmann::json::parse(LineOf(
+        RecordOf("", 1, AnEvent(1), {.end = {79, false}, .clock = Video::StartTime{noon, Video::ClockSource::Given}})));
     EXPECT_EQ(line["start_time"], "2026-03-01T12:00:01.235Z");
     EXPECT_EQ(line["end_time"], "2026-03-01T12:00:09.877Z");
     EXPECT_EQ(line["peak_time"], "2026-03-01T12:00:05.000Z");
     EXPECT_EQ(line["frame_exact"], false) << "one of the three is not";
-    EXPECT_FALSE(nlohmann::json::parse(EventLine("", 1, AnEvent(1))).contains("start_time"));
+    EXPECT_FALSE(nlohmann::json::parse(LineOf(RecordOf("", 1, AnEvent(1)))).contains("start_time"));
 }
 
 TEST(JsonLines, AGapLineTellsWhyThereIsNothing) {
     const Video::Gap gap{12'345'678, 212'345'678, "the connection ended"};
-    EXPECT_EQ(GapLine("", gap, std::nullopt),
+    EXPECT_EQ(LineOf(RecordOf("", gap, std::nullopt)),
               R"({"type":"gap","start":1.235,"end":21.235,"reason":"the connection ended"})");
-    EXPECT_EQ(GapLine("rtsp://a", gap, Video::StartTime{0, Video::ClockSource::Arrival}),
+    EXPECT_EQ(LineOf(RecordOf("rtsp://a", gap, Video::StartTime{0, Video::ClockSource::Arrival})),
               R"({"type":"gap","file":"rtsp://a","start":1.235,"end":21.235,"start_time":"1970-01-01T00:00:01.235Z",)"
               R"("end_time":"1970-01-01T00:00:21.235Z","reason":"the connection ended"})");
 }

@@ -5,8 +5,12 @@
 
 #include <filesystem>
 #include <string>
+#include <variant>
+#include <vector>
 
 #include "FolderFixture.h"
+#include "results/Records.h"
+#include "results/ScanPictures.h"
 #include "video/base/Failure.h"
 #include "video/pictures/FrameDrawing.h"
 
@@ -28,8 +32,8 @@ protected:
         for (const char* name : {"one", "two\xff%"}) {
             FinishedInput finished;
             finished.result.trouble = name[0] == 'o' ? "one" : "two";
-            finished.lines = {"line 1", "line 2"};
-            finished.attachments = {"attachment"};
+            finished.records = {EventRecord{.file = name, .number = 1}, GapRecord{.reason = "why"}};
+            finished.pictures = {EventPicture{1, "jpeg"}};
             state.Add(In(name), IdentityOf(In(name)), finished);
         }
     }
@@ -51,8 +55,12 @@ TEST_F(RunStateTest, WhatIsFinishedIsKnownToTheNextRun) {
     ASSERT_TRUE(one);
     EXPECT_EQ(one->trouble, "one");
     EXPECT_EQ(state.Read(In("one")).result.trouble, "one");
-    EXPECT_EQ(state.Read(In("one")).lines, (std::vector<std::string>{"line 1", "line 2"}));
-    EXPECT_EQ(state.Read(In("one")).attachments, (std::vector<std::string>{"attachment"}));
+    const FinishedInput read = state.Read(In("one"));
+    ASSERT_EQ(read.records.size(), 2u);
+    EXPECT_EQ(std::get<EventRecord>(read.records[0]).file, "one");
+    EXPECT_EQ(std::get<GapRecord>(read.records[1]).reason, "why");
+    ASSERT_EQ(read.pictures.size(), 1u);
+    EXPECT_EQ(std::get<EventPicture>(read.pictures[0]).jpeg, "jpeg");
     EXPECT_EQ(state.Read(In("two\xff%")).result.trouble, "two");
     ASSERT_TRUE(state.Find(In("two\xff%"))) << "names may hold any bytes";
     EXPECT_FALSE(state.Find(In("three")));

@@ -1,9 +1,11 @@
-// How do attachments become text, and back?  Called by Job, RunResults and HtmlPage through Attachment.h.
-#include "results/Attachment.h"
+// How do pictures become text, and back?
+#include "results/PictureLines.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <stdexcept>
+#include <utility>
+#include <variant>
 #include <vector>
 
 extern "C" {
@@ -12,6 +14,8 @@ extern "C" {
 
 #include <nlohmann/json.hpp>
 
+#include "results/ScanPictures.h"
+#include "video/base/BgrPicture.h"
 #include "video/base/PictureGrid.h"
 #include "video/files/PngFile.h"
 
@@ -62,6 +66,16 @@ std::vector<std::uint32_t> Unrolled(const Json& runs, std::size_t size) {
     return counts;
 }
 
+Json JsonOf(const EventPicture& picture) { return {{"event", picture.event}, {"jpeg", Base64(picture.jpeg)}}; }
+
+Json JsonOf(const GroundPicture& picture) {
+    const Video::PictureGrid& grid = picture.heat.grid;
+    const Video::BgrPicture& background = picture.background;
+    return {{"grid", {grid.pictureWidth, grid.pictureHeight, grid.blockSize, grid.columns, grid.rows}},
+            {"heat", Runs(picture.heat.counts)},
+            {"background", background.pixels.empty() ? "" : Base64(Video::PngBytes(background))}};
+}
+
 }  // namespace
 
 std::string Base64(const std::string& bytes) {
@@ -72,25 +86,14 @@ std::string Base64(const std::string& bytes) {
     return text;
 }
 
-std::string AttachedText(const Attachment& attachment) {
-    Json text;
-    if (attachment.event) {
-        text = {{"event", attachment.event->event}, {"jpeg", attachment.event->jpeg}};
-    } else if (attachment.ground) {
-        const Video::PictureGrid& grid = attachment.ground->heat.grid;
-        text = {
-            {"grid", {grid.pictureWidth, grid.pictureHeight, grid.blockSize, grid.columns, grid.rows}},
-            {"heat", Runs(attachment.ground->heat.counts)},
-            {"background",
-             attachment.ground->background.pixels.empty() ? "" : Base64(Video::PngBytes(attachment.ground->background))}};
-    }
-    return text.dump();
+std::string LineOf(const ScanPicture& picture) {
+    return std::visit([](const auto& kind) { return JsonOf(kind).dump(); }, picture);
 }
 
-Attachment AttachmentOf(const std::string& text) {
-    const Json parsed = Json::parse(text);
+ScanPicture PictureOf(const std::string& line) {
+    const Json parsed = Json::parse(line);
     if (parsed.contains("event")) {
-        return {.event = EventPicture{parsed.at("event").get<int>(), parsed.at("jpeg").get<std::string>()}};
+        return EventPicture{parsed.at("event").get<int>(), Unbase64(parsed.at("jpeg").get<std::string>())};
     }
     const auto side = [&](std::size_t index) {
         const int value = parsed.at("grid").at(index).get<int>();
@@ -102,7 +105,7 @@ Attachment AttachmentOf(const std::string& text) {
     if (const auto background = parsed.at("background").get<std::string>(); !background.empty()) {
         ground.background = Video::ReadPngBytes(Unbase64(background));
     }
-    return {.ground = std::move(ground)};
+    return ground;
 }
 
 }  // namespace Scan

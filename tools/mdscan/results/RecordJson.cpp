@@ -1,0 +1,196 @@
+// Which fields has a record, and what are they called?
+#include "results/RecordJson.h"
+
+#include <cmath>
+#include <stdexcept>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "results/Records.h"
+#include "video/base/Box.h"
+#include "video/base/Clip.h"
+#include "video/time/TickTime.h"
+#include "video/time/WallClock.h"
+#include "video/watch/Events.h"
+
+namespace Scan {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr double mostSeconds = 9e11;  // that a tick count holds
+
+Json Beginning(const char* type, const std::string& file) {
+    Json json = {{"type", type}};
+    if (!file.empty()) {
+        json["file"] = file;
+    }
+    return json;
+}
+
+Json JsonOf(const std::vector<BoxRecord>& boxes) {
+    Json json = Json::array();
+    for (const auto& [box, blocks] : boxes) {
+        json.push_back({{"x", box.x}, {"y", box.y}, {"w", box.width}, {"h", box.height}, {"blocks", blocks}});
+    }
+    return json;
+}
+
+Json JsonOf(const std::vector<Video::TrackPoint>& track) {
+    Json json = Json::array();
+    for (const auto& [time, box] : track) {
+        json.push_back(
+            {{"time", Video::PrintedSeconds(time)}, {"x", box.x}, {"y", box.y}, {"w", box.width}, {"h", box.height}});
+    }
+    return json;
+}
+
+std::string FileOf(const Json& json) { return json.value("file", std::string()); }
+
+Video::Ticks TicksOf(const Json& json, const char* name) {
+    const double seconds = json.at(name).get<double>();
+    return std::abs(seconds) < mostSeconds ? Video::FromSeconds(seconds) : throw std::out_of_range(name);
+}
+
+Video::WallTicks WallTicksOf(const Json& json, const char* name) {
+    return Video::WallTimeOf(json.at(name).get<std::string>()).value();
+}
+
+Video::Box BoxOf(const Json& json) {
+    return {json.at("x").get<int>(), json.at("y").get<int>(), json.at("w").get<int>(), json.at("h").get<int>()};
+}
+
+std::vector<BoxRecord> BoxesOf(const Json& json) {
+    std::vector<BoxRecord> boxes;
+    for (const Json& box : json) {
+        boxes.push_back({BoxOf(box), box.at("blocks").get<int>()});
+    }
+    return boxes;
+}
+
+EventRecord EventOf(const Json& json) {
+    EventRecord event{.file = FileOf(json),
+                      .number = json.at("event").get<int>(),
+                      .start = TicksOf(json, "start"),
+                      .end = TicksOf(json, "end"),
+                      .peak = TicksOf(json, "peak"),
+                      .startFrame = json.at("start_frame").get<std::int64_t>(),
+                      .endFrame = json.at("end_frame").get<std::int64_t>(),
+                      .peakFrame = json.at("peak_frame").get<std::int64_t>(),
+                      .frameExact = json.at("frame_exact").get<bool>(),
+                      .frames = json.at("frames").get<int>(),
+                      .blocks = json.at("blocks").get<int>(),
+                      .thumbnail = json.value("thumbnail", std::string()),
+                      .boxes = BoxesOf(json.at("boxes"))};
+    if (json.contains("start_time")) {
+        event.wall = {WallTicksOf(json, "start_time"), WallTicksOf(json, "end_time"), WallTicksOf(json, "peak_time")};
+    }
+    if (json.contains("zones")) {
+        event.zones = json["zones"].get<std::vector<std::string>>();
+    }
+    if (json.contains("clip")) {
+        event.clip = Video::Clip{json["clip"].get<std::string>(), TicksOf(json, "clip_start")};
+    }
+    if (json.contains("track")) {
+        event.track.emplace();
+        for (const Json& point : json["track"]) {
+            event.track->push_back({TicksOf(point, "time"), BoxOf(point)});
+        }
+    }
+    return event;
+}
+
+FrameRecord FrameOf(const Json& json) {
+    return {FileOf(json),
+            {json.at("frame").get<std::int64_t>(), json.at("frame_exact").get<bool>()},
+            TicksOf(json, "time"),
+            BoxesOf(json.at("objects"))};
+}
+
+GapRecord GapOf(const Json& json) {
+    GapRecord gap{.file = FileOf(json),
+                  .start = TicksOf(json, "start"),
+                  .end = TicksOf(json, "end"),
+                  .reason = json.at("reason").get<std::string>()};
+    if (json.contains("start_time")) {
+        gap.wall = {WallTicksOf(json, "start_time"), WallTicksOf(json, "end_time")};
+    }
+    return gap;
+}
+
+}  // namespace
+
+Json JsonOf(const EventRecord& event) {
+    Json json = Beginning("event", event.file);
+    json["event"] = event.number;
+    json["start"] = Video::PrintedSeconds(event.start);
+    json["end"] = Video::PrintedSeconds(event.end);
+    json["peak"] = Video::PrintedSeconds(event.peak);
+    if (event.wall) {
+        json["start_time"] = Video::WallTimeText(event.wall->start);
+        json["end_time"] = Video::WallTimeText(event.wall->end);
+        json["peak_time"] = Video::WallTimeText(event.wall->peak);
+    }
+    json["start_frame"] = event.startFrame;
+    json["end_frame"] = event.endFrame;
+    json["peak_frame"] = event.peakFrame;
+    json["frame_exact"] = event.frameExact;
+    json["frames"] = event.frames;
+    json["blocks"] = event.blocks;
+    if (event.zones) {
+        json["zones"] = *event.zones;
+    }
+    if (!event.thumbnail.empty()) {
+        json["thumbnail"] = event.thumbnail;
+    }
+    if (event.clip) {
+        json["clip"] = event.clip->path;
+        json["clip_start"] = Video::PrintedSeconds(event.clip->start);
+    }
+    json["boxes"] = JsonOf(event.boxes);
+    if (event.track) {
+        json["track"] = JsonOf(*event.track);
+    }
+    return json;
+}
+
+Json JsonOf(const FrameRecord& frame) {
+    int blocks = 0;
+    for (const BoxRecord& object : frame.objects) {
+        blocks += object.blocks;
+    }
+    Json json = Beginning("frame", frame.file);
+    json["frame"] = frame.picture.number;
+    json["frame_exact"] = frame.picture.exact;
+    json["time"] = Video::PrintedSeconds(frame.time);
+    json["blocks"] = blocks;
+    json["objects"] = JsonOf(frame.objects);
+    return json;
+}
+
+Json JsonOf(const GapRecord& gap) {
+    Json json = Beginning("gap", gap.file);
+    json["start"] = Video::PrintedSeconds(gap.start);
+    json["end"] = Video::PrintedSeconds(gap.end);
+    if (gap.wall) {
+        json["start_time"] = Video::WallTimeText(gap.wall->start);
+        json["end_time"] = Video::WallTimeText(gap.wall->end);
+    }
+    json["reason"] = gap.reason;
+    return json;
+}
+
+Record RecordOf(const Json& json) {
+    const auto type = json.at("type").get<std::string>();
+    if (type == "event") {
+        return EventOf(json);
+    }
+    if (type == "frame") {
+        return FrameOf(json);
+    }
+    return type == "gap" ? GapOf(json) : throw std::invalid_argument(type);
+}
+
+}  // namespace Scan
