@@ -8,6 +8,9 @@ set(coreMD_class_headers
     utils/Blocks.h utils/BufferSlot.h utils/CellBox.h utils/Utils.h utils/Visibility.h
     zones/CellArena.h zones/MDZone.h zones/MotionObject.h)
 set(coreMD_host_headers BlockReducer.h kernels/BlockMean.h)
+# Rules for one block: the scanner explains blocks by the very ones that the library asks. Not installed.
+set(coreMD_rule_headers
+    detector/kernels/Background.h detector/kernels/Foreground.h detector/kernels/Shadow.h utils/Ticks.h)
 
 function(stage_header source name)
     set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${source})
@@ -21,6 +24,9 @@ set(coreMD_staged_headers)
 foreach(header IN LISTS coreMD_class_headers)
     stage_header(${PROJECT_SOURCE_DIR}/src/${header} ${header})
     list(APPEND coreMD_staged_headers coreMD/${header})
+endforeach()
+foreach(header IN LISTS coreMD_rule_headers)
+    stage_header(${PROJECT_SOURCE_DIR}/src/${header} ${header})
 endforeach()
 foreach(header IN LISTS coreMD_host_headers)
     stage_header(${PROJECT_SOURCE_DIR}/host/${header} host/${header})

@@ -5,9 +5,11 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 
 #include <coreMD/detector/MotionDetector.h>
+#include <coreMD/detector/kernels/Background.h>
+#include <coreMD/detector/kernels/Foreground.h>
+#include <coreMD/detector/kernels/Shadow.h>
 
 #include "video/base/Findings.h"
 #include "video/base/PictureGrid.h"
@@ -20,17 +22,11 @@ namespace {
 using Mask = std::vector<std::uint8_t>;
 using MD::FrameStatistics;
 using MD::MotionDetector;
+namespace Rules = MD::Kernels;
 
 constexpr int framesKept = 11;
 
-// "One frame, step by step", 5: the limit of change in terms of the noise level.
-float ChangeLimit(float noise) { return static_cast<float>(noise * 0.7); }
-
-// Likewise, the sample variance of five frames.
-float Dispersion(float sum, float squareSum) { return (squareSum - sum * sum * 0.2f) * 0.25f; }
-
-// 7: the score of a shadow.
-float ShadowScore(float gradientSum, float chromaSum) { return 75.0f * gradientSum + 150.0f * chromaSum; }
+std::uint8_t Distance(int a, int b) { return MD::ByteDistance(static_cast<std::uint8_t>(a), static_cast<std::uint8_t>(b)); }
 
 class Prober {
 public:
@@ -94,8 +90,9 @@ private:
         const Levels& reference = _facts.reference;
         _facts.noise = static_cast<double>(_detector._noiseLevel[_index]);
         _facts.chromaLimit = MotionDetector::cbAndCrThreshold;
-        _facts.foreground = std::abs(now.y - reference.y) > _facts.noise ||
-                            std::max(std::abs(now.cb - reference.cb), std::abs(now.cr - reference.cr)) > _facts.chromaLimit;
+        _facts.foreground = Rules::LumaDiffers(Distance(now.y, reference.y), _detector._noiseLevel[_index]) ||
+                            Rules::ChromaDiffers(Distance(now.cb, reference.cb), Distance(now.cr, reference.cr),
+                                                 MotionDetector::cbAndCrThreshold);
         _facts.backgroundAge = _detector._currentTime - _detector._backgroundTime[_index];
         _facts.sampleAge = _detector._currentTime - _detector._sampleTime[_index];
         _facts.sample = static_cast<double>(_detector._sampleValue[_index]);
@@ -108,7 +105,7 @@ private:
                                                  s._secondPartSquareSum[_index]};
         for (std::size_t i = 0; i < sums.size(); ++i) {
             _facts.means[i] = static_cast<double>(sums[i]) / 5;
-            _facts.dispersions[i] = static_cast<double>(Dispersion(sums[i], squareSums[i]));
+            _facts.dispersions[i] = static_cast<double>(Rules::Dispersion(sums[i], squareSums[i]));
         }
         for (int age = 0; age < framesKept; ++age) {
             _facts.history.push_back(FrameOfAge(age).y);
@@ -116,7 +113,7 @@ private:
         _facts.taught = _detector._lastFrameTime == _detector._currentTime;
         _facts.stable = _detector._isStable[_index] != 0;
         _facts.changed = _detector._isMotionPixel[_index] != 0;
-        _facts.changeLimit = static_cast<double>(ChangeLimit(_detector._noiseLevel[_index]));
+        _facts.changeLimit = static_cast<double>(Rules::ChangeLimit(_detector._noiseLevel[_index]));
         _facts.sinceChange = _detector._currentTime - _detector._lastChangeTime[_index];
     }
 
@@ -124,8 +121,8 @@ private:
         _facts.shadowsDropped = _detector._detectShadow;
         _facts.shadowLimit = static_cast<double>(MotionDetector::ShadowThreashold);
         if (_facts.shadowsDropped && _facts.foreground && _facts.known) {
-            _facts.shadowScore =
-                static_cast<double>(ShadowScore(_detector._shadowGradientSum[_index], _detector._shadowChromaSum[_index]));
+            _facts.shadowScore = static_cast<double>(
+                Rules::ShadowScore(_detector._shadowGradientSum[_index], _detector._shadowChromaSum[_index]));
         }
     }
 

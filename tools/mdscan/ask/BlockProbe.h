@@ -1,5 +1,5 @@
 // What does the detector know of one block, and what became of it?  Read from the detector's own arrays after a frame; where
-// it keeps nothing, as of objects that were dropped, worked out by the rules of docs/pipeline.md. Called by Explain.
+// it keeps nothing, worked out by its own rules for one block, for dropped objects by those of docs/pipeline.md.
 #pragma once
 
 #include <array>
