@@ -33,14 +33,14 @@ bool NonReferenceDiscard::MayDiscard(std::optional<Ticks> presented, std::option
 
 std::vector<Ticks> NonReferenceDiscard::DiscardedBefore(Ticks presented) {
     const auto shown = _pending.lower_bound(presented);
-    const std::vector<Ticks> discarded(_pending.begin(), shown);
+    std::vector<Ticks> discarded(_pending.begin(), shown);
     _pending.erase(_pending.begin(), shown);
     _pending.erase(presented);  // others do refer to this one
     return discarded;
 }
 
 std::vector<Ticks> NonReferenceDiscard::DiscardedAtEnd() {
-    const std::vector<Ticks> rest(_pending.begin(), _pending.end());
+    std::vector<Ticks> rest(_pending.begin(), _pending.end());
     _pending.clear();
     return rest;
 }

@@ -14,7 +14,7 @@ namespace Video {
 
 namespace {
 
-constexpr Ticks oneDay = 24 * 3600 * oneSecond;
+constexpr Ticks oneDay = oneSecond * 24 * 3600;
 constexpr Ticks oneMillisecond = oneSecond / 1000;
 
 constexpr Ticks StartOfDay(std::chrono::year_month_day day) {
@@ -149,7 +149,7 @@ std::optional<WallTicks> ParseWallTime(const std::string& text) {
         if (hours < 0 || hours > 23 || minutes < 0 || minutes > 59) {
             return std::nullopt;
         }
-        offset = sign * (hours * 60 + minutes) * 60 * oneSecond;
+        offset = oneSecond * 60 * sign * (60 * hours + minutes);
     }
     if (!reader.AtEnd()) {
         return std::nullopt;

@@ -127,6 +127,7 @@ BgrPicture HeatPicture(const HeatMap& map, const BgrPicture& background, int shr
     const auto index = [&](int column, int row) { return static_cast<std::size_t>(row * grid.columns + column); };
     const float blockSize = static_cast<float>(grid.blockSize) / static_cast<float>(shrink);
     std::vector<Place> across;
+    across.reserve(static_cast<std::size_t>(picture.width));
     for (int x = 0; x < picture.width; ++x) {
         across.push_back(PlaceOf(static_cast<float>(x), blockSize, grid.columns));
     }
