@@ -13,18 +13,19 @@ extern "C" {
 #include <libavutil/mem.h>
 }
 
-#include "video/time/Cadence.h"
 #include "Claim.h"
-#include "video/media/Decoder.h"
-#include "video/watch/Events.h"
-#include "video/base/Failure.h"
 #include "FuzzTarget.h"
+#include "results/JsonLines.h"
+#include "results/Records.h"
+#include "results/TallyText.h"
+#include "video/base/Failure.h"
+#include "video/files/PngFile.h"
+#include "video/media/Decoder.h"
 #include "video/media/Libav.h"
 #include "video/media/PacketSource.h"
 #include "video/media/PlainPicture.h"
-#include "video/files/PngFile.h"
-#include "results/JsonLines.h"
-#include "results/Records.h"
+#include "video/time/Cadence.h"
+#include "video/watch/Events.h"
 #include "video/watch/Watcher.h"
 
 namespace {
