@@ -1,4 +1,4 @@
-// How is a moment of a scan looked into?  Called by main through Explain.h.
+// How is a moment of a scan looked into?
 //
 // The scan is the very one that prints events, with a listener: what it explains is what a scan finds.
 #include "ask/Explain.h"
@@ -11,12 +11,14 @@
 
 #include "ask/BlockProbe.h"
 #include "ask/Explanation.h"
-#include "command/Options.h"
+#include "ask/Question.h"
 #include "results/JobResult.h"
 #include "results/Progress.h"
 #include "results/Records.h"
 #include "results/ScanPictures.h"
 #include "run/Job.h"
+#include "settings/JobSettings.h"
+#include "settings/ScanSettings.h"
 #include "video/base/Failure.h"
 #include "video/base/Findings.h"
 #include "video/base/LiveName.h"
@@ -44,10 +46,11 @@ constexpr Video::Ticks halfMillisecond =
 // that this frame belongs to.
 class Witness : public JobListener {
 public:
-    Witness(const Options& options, Progress& progress) : _options(options), _progress(progress) {
-        _explanation.asked = Video::FromSeconds(options.question.at);
-        _explanation.minBlocks = options.minBlocks;
-        _explanation.minDuration = options.minDuration;
+    Witness(const ScanSettings& settings, const Question& question, Progress& progress)
+        : _settings(settings), _question(question), _progress(progress) {
+        _explanation.asked = Video::FromSeconds(question.at);
+        _explanation.minBlocks = settings.minBlocks;
+        _explanation.minDuration = settings.minDuration;
     }
 
     void OnRecord(const Record&) override {}
@@ -63,7 +66,7 @@ public:
             return;
         }
         EventFate fate = *std::exchange(_running, std::nullopt);
-        fate.counts = fate.end - fate.start >= Video::FromSeconds(_options.minDuration);
+        fate.counts = fate.end - fate.start >= Video::FromSeconds(_settings.minDuration);
         fate.number = fate.counts ? ++_counted : 0;
         if (std::exchange(_isFollowed, false)) {
             _explanation.event = fate;
@@ -71,7 +74,7 @@ public:
     }
 
     void OnFrame(Video::Watcher& watcher, const Video::Findings& findings, const Video::PictureNumber& picture) override {
-        const bool moves = !findings.objects.empty() && Video::MovingBlocks(findings) >= _options.minBlocks;
+        const bool moves = !findings.objects.empty() && Video::MovingBlocks(findings) >= _settings.minBlocks;
         _isOver = findings.time > _explanation.asked + halfMillisecond;
         if (!_isOver) {
             Look(watcher, findings, picture);
@@ -99,7 +102,7 @@ public:
         const auto range = [](int columns, int rows) {
             return "0,0 to " + std::to_string(columns - 1) + "," + std::to_string(rows - 1);
         };
-        if (!_isInside && _options.question.pixel) {
+        if (!_isInside && _question.pixel) {
             throw Video::Failure(Video::Concern::Usage, "--pixel must lie within the picture, from " +
                                                             range(grid.pictureWidth, grid.pictureHeight));
         }
@@ -114,10 +117,9 @@ public:
 private:
     void Look(Video::Watcher& watcher, const Video::Findings& findings, const Video::PictureNumber& picture) {
         const Video::PictureGrid& grid = watcher.Grid();
-        const Question& question = _options.question;
-        const auto [x, y] = question.pixel ? *question.pixel : *question.block;
-        const bool isInPicture = !question.pixel || (x < grid.pictureWidth && y < grid.pictureHeight);
-        const int size = question.pixel ? grid.blockSize : 1;
+        const auto [x, y] = _question.pixel ? *_question.pixel : *_question.block;
+        const bool isInPicture = !_question.pixel || (x < grid.pictureWidth && y < grid.pictureHeight);
+        const int size = _question.pixel ? grid.blockSize : 1;
         const std::optional<BlockFacts> facts = Probe(watcher, {x / size, y / size});
         _hasSeen = true;
         _isInside = isInPicture && facts;
@@ -128,7 +130,8 @@ private:
         _explanation.event.reset();
     }
 
-    const Options& _options;
+    const ScanSettings& _settings;
+    const Question& _question;
     Progress& _progress;
     Explanation _explanation;
     std::optional<EventFate> _running;  // the event under way
@@ -141,18 +144,19 @@ private:
 
 }  // namespace
 
-int Explain(const Options& options, Progress& progress) {
-    if (options.inputs.size() != 1) {
+int Explain(const std::vector<std::string>& inputs, const ScanSettings& settings, const Question& question,
+            Progress& progress) {
+    if (inputs.size() != 1) {
         throw Video::Failure(Video::Concern::Usage, "mdscan explain wants a single video");
     }
     if (coremd::LibraryVersion() != coremd::headerVersion) {
         throw Video::Failure(Video::Concern::System,
                              "mdscan explain needs the very version of coreMD that it was built for, see mdscan --version");
     }
-    const std::string& input = options.inputs.front();
-    Options whole = options;
-    whole.minDuration = 0;  // short events are told apart here, not dropped on the way
-    Witness witness(options, progress);
+    const std::string& input = inputs.front();
+    JobSettings whole{.scan = settings};
+    whole.scan.minDuration = 0;  // short events are told apart here, not dropped on the way
+    Witness witness(settings, question, progress);
     const JobResult result = RunJob(whole, input, "", witness);
     const std::string shown = Video::ShownName(input);
     progress.Clear();
@@ -167,7 +171,7 @@ int Explain(const Options& options, Progress& progress) {
                              shown + ": " + failure.what() + (result.trouble.empty() ? "" : "; " + result.trouble));
     }
     explanation.file = shown;
-    const std::string text = options.question.json ? ExplanationLine(explanation) + "\n" : ExplanationText(explanation);
+    const std::string text = question.json ? ExplanationLine(explanation) + "\n" : ExplanationText(explanation);
     if (std::fputs(text.c_str(), stdout) < 0 || std::fflush(stdout) != 0) {
         throw Video::Failure(Video::Concern::Output, "cannot print the explanation");
     }

@@ -1,4 +1,4 @@
-// How are zones drawn over a frame?  Called by main through ZonePreview.h.
+// How are zones drawn over a frame?
 #include "ask/ZonePreview.h"
 
 #include <algorithm>
@@ -11,8 +11,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "command/Options.h"
 #include "results/ScanLine.h"
+#include "settings/ScanSettings.h"
 #include "video/base/BgrPicture.h"
 #include "video/base/Failure.h"
 #include "video/base/PictureGrid.h"
@@ -106,22 +106,22 @@ void PaintOutline(Video::BgrPicture& picture, const std::vector<Video::Point>& p
 
 }  // namespace
 
-int ShowZones(const Options& options) {
-    if (options.inputs.size() != 1) {
+int ShowZones(const std::vector<std::string>& inputs, const ScanSettings& settings, const std::string& preview) {
+    if (inputs.size() != 1) {
         throw Video::Failure(Video::Concern::Usage, "mdscan zones wants a single video");
     }
-    const std::string& input = options.inputs.front();
+    const std::string& input = inputs.front();
     Video::Decoder decoder(Video::OpenSource(input));
     if (!decoder.Next()) {
         throw Video::Failure(Video::Concern::Input, input + ": no picture could be decoded");
     }
     const AVFrame& frame = decoder.Frame();
-    const Video::PictureGrid grid = Video::GridOf(frame.width, frame.height, options.blockSize);
-    const std::vector<std::uint8_t> excluded = Video::ExcludedBlocks(options.allZones, grid);
-    Video::BgrPicture picture = options.preview.empty() ? Video::BgrPicture{} : Coloured(frame);
-    std::printf("%s\n", ScanLine(options).c_str());
+    const Video::PictureGrid grid = Video::GridOf(frame.width, frame.height, settings.blockSize);
+    const std::vector<std::uint8_t> excluded = Video::ExcludedBlocks(settings.zones, grid);
+    Video::BgrPicture picture = preview.empty() ? Video::BgrPicture{} : Coloured(frame);
+    std::printf("%s\n", ScanLine(settings).c_str());
     std::size_t next = 0;
-    for (const Video::Zone& zone : options.allZones) {
+    for (const Video::Zone& zone : settings.zones) {
         const Color& color = zone.exclude ? excludedColor : colors[next++ % colors.size()];
         const std::vector<std::uint8_t> mask =
             zone.exclude ? Video::ZoneMask(zone, grid) : Video::WatchedBlocks(zone, excluded, grid);
@@ -132,15 +132,15 @@ int ShowZones(const Options& options) {
                                        {"exclude", zone.exclude},
                                        {"blocks", blocks},
                                        {"share", std::round(1e3 * share) / 1e3}};
-        if (!options.preview.empty()) {
+        if (!preview.empty()) {
             line["color"] = color.name;
             PaintBlocks(picture, mask, grid, color);
             PaintOutline(picture, zone.polygon, color);
         }
         std::printf("%s\n", line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace).c_str());
     }
-    if (!options.preview.empty()) {
-        Video::AtomicFile file(options.preview, input);
+    if (!preview.empty()) {
+        Video::AtomicFile file(preview, input);
         Video::WritePng(picture, file);
         file.Keep();
     }

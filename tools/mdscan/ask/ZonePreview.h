@@ -1,12 +1,15 @@
-// Where in the picture do the zones lie?  `mdscan zones`: checks them, says what they cover, draws them over a frame; called
-// by main.
+// Where in the picture do the zones lie?  `mdscan zones`: checks them, says what they cover, draws them over a frame.
 #pragma once
 
-#include "command/Options.h"
+#include <string>
+#include <vector>
+
+#include "settings/ScanSettings.h"
 
 namespace Scan {
 
-// Uses input, zones, block size and preview of the options. Prints a line per zone. Returns the exit code. Throws Failure.
-int ShowZones(const Options& options);
+// Prints a line per zone. inputs: one, or it is refused. preview: file for a picture; empty: none. Returns the exit code.
+// Throws Failure.
+int ShowZones(const std::vector<std::string>& inputs, const ScanSettings& settings, const std::string& preview);
 
 }  // namespace Scan

@@ -1,4 +1,4 @@
-// What does a configuration file say?  Lines of "name = value" whose names are those of the options; called by Options.
+// What does a configuration file say?  Lines of "name = value" whose names are those of the options.
 #pragma once
 
 #include <string>

@@ -4,9 +4,12 @@
 #include <cmath>
 #include <cstdio>
 
+#include <unistd.h>
+
 #include <nlohmann/json.hpp>
 
 #include "results/TallyText.h"
+#include "settings/RunSettings.h"
 #include "video/base/Tally.h"
 #include "video/time/TickTime.h"
 
@@ -19,6 +22,16 @@ constexpr double jsonInterval = 1;       // seconds
 constexpr double leastGain = 0.005;      // of the whole; less does not tell how long the rest will take
 
 }  // namespace
+
+ProgressStyle StyleOf(const RunSettings& settings) {
+    if (settings.quiet || settings.progress == "none") {
+        return ProgressStyle::None;
+    }
+    if (settings.progress == "json") {
+        return ProgressStyle::Json;
+    }
+    return isatty(STDERR_FILENO) != 0 ? ProgressStyle::Line : ProgressStyle::None;
+}
 
 std::string ProgressLine(double done, double left, const Video::Tally& tally) {
     const auto rounded = [](double value) { return std::round(value * 1000) / 1000; };

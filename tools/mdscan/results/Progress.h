@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "settings/RunSettings.h"
 #include "video/base/Tally.h"
 
 namespace Scan {
@@ -31,6 +32,9 @@ private:
     double _firstDone = -1;    // what was done when it began: a resumed run does not begin at 0
     double _firstElapsed = 0;  // seconds into the scan
 };
+
+// As the user wants it, told where he looks on.
+ProgressStyle StyleOf(const RunSettings& settings);
 
 // One line of JSON, without its end. left: seconds; negative: not known.
 std::string ProgressLine(double done, double left, const Video::Tally& tally);

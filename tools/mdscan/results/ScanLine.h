@@ -1,10 +1,10 @@
 // How are these results to be read?  The first line of every output: version of the lines, and the settings that decide what
-// is found; called by main and ZonePreview.
+// is found.
 #pragma once
 
 #include <string>
 
-#include "command/Options.h"
+#include "settings/ScanSettings.h"
 
 namespace Scan {
 
@@ -12,6 +12,6 @@ namespace Scan {
 inline constexpr int schemaVersion = 1;
 
 // One line of JSON without its end. The same for every -j, and for a run that was interrupted and resumed.
-std::string ScanLine(const Options& options);
+std::string ScanLine(const ScanSettings& settings);
 
 }  // namespace Scan

@@ -8,8 +8,6 @@
 
 #include <poll.h>
 
-#include "command/Inputs.h"
-#include "command/Options.h"
 #include "results/JobResult.h"
 #include "results/PictureLines.h"
 #include "results/Progress.h"
@@ -17,9 +15,12 @@
 #include "results/ScanPictures.h"
 #include "results/TallyText.h"
 #include "results/Spool.h"
+#include "run/Inputs.h"
 #include "run/RunResults.h"
 #include "run/RunState.h"
 #include "run/Worker.h"
+#include "settings/JobSettings.h"
+#include "settings/RunSettings.h"
 #include "video/base/Failure.h"
 #include "video/base/Interruption.h"
 #include "video/base/LiveName.h"
@@ -35,13 +36,15 @@ std::string Count(std::size_t count, const char* what) { return std::to_string(c
 
 }  // namespace
 
-Batch::Batch(const Options& options, const InputList& list, RunResults& results, RunState* state, Progress& progress)
-    : _options(options),
+Batch::Batch(const JobSettings& settings, const RunSettings& run, const InputList& list, RunResults& results,
+             RunState* state, Progress& progress)
+    : _settings(settings),
+      _quiet(run.quiet),
       _passedOver(list.passedOver),
       _results(results),
       _state(state),
       _progress(progress),
-      _jobs(static_cast<std::size_t>(options.jobs)) {
+      _jobs(static_cast<std::size_t>(run.jobs)) {
     for (const Input& input : list.inputs) {
         Item item;
         item.input = input;
@@ -92,7 +95,7 @@ void Batch::Start() {
         Item& item = _items[_next];
         if (!item.result) {
             item.identity = IdentityOf(item.input.path);
-            item.worker = std::make_unique<Worker>(_options, item.input.path, _state);
+            item.worker = std::make_unique<Worker>(_settings, item.input.path, _state);
             ++_running;
         }
     }
@@ -156,8 +159,8 @@ FinishedInput Batch::FinishedOf(const Item& item, const JobResult& result) {
 }
 
 void Batch::TellInOrder() {
-    const bool mayMix = _options.report.empty();  // a page shows one input after another
-    bool isTurn = true;                           // nothing before is still to come
+    const bool mayMix = _settings.files.report.empty();  // a page shows one input after another
+    bool isTurn = true;                                  // nothing before is still to come
     for (std::size_t i = _head; i < _items.size(); ++i) {
         Item& item = _items[i];
         if (item.isClosed || !(isTurn || (item.isLive && mayMix))) {
@@ -255,7 +258,7 @@ int Batch::Conclude() {
     text += ": " + Count(moving, "with motion") + ", " + Count(failed, "failed");
     text += _recalled > 0 ? ", " + Count(static_cast<std::size_t>(_recalled), "known from before") : "";
     text += _passedOver > 0 ? "; " + Count(static_cast<std::size_t>(_passedOver), "other files passed over") : "";
-    if (!_options.quiet) {
+    if (!_quiet) {
         PrintLastLine("", text + "; " + SumText(sum, _recalledLength));
     }
     if (failed > 0 || cut) {

@@ -8,15 +8,16 @@
 #include <string>
 #include <vector>
 
-#include "command/Inputs.h"
-#include "command/Options.h"
 #include "results/JobResult.h"
 #include "results/Progress.h"
 #include "results/Records.h"
 #include "results/Spool.h"
+#include "run/Inputs.h"
 #include "run/RunResults.h"
 #include "run/RunState.h"
 #include "run/Worker.h"
+#include "settings/JobSettings.h"
+#include "settings/RunSettings.h"
 #include "video/base/Tally.h"
 #include "video/time/TickTime.h"
 
@@ -24,8 +25,9 @@ namespace Scan {
 
 class Batch {
 public:
-    // state: null, or what was finished before. All must outlive the batch.
-    Batch(const Options& options, const InputList& list, RunResults& results, RunState* state, Progress& progress);
+    // run: with a number of jobs from 1. state: null, or what was finished before. All must outlive the batch.
+    Batch(const JobSettings& settings, const RunSettings& run, const InputList& list, RunResults& results, RunState* state,
+          Progress& progress);
 
     // Returns the exit code; everything has been said by then. Throws Failure when a result cannot be written.
     int Run();
@@ -58,7 +60,8 @@ private:
     Video::Tally Sum() const;
     int Conclude();
 
-    const Options& _options;
+    const JobSettings& _settings;
+    const bool _quiet;
     const int _passedOver;
     RunResults& _results;
     Spool _spool;

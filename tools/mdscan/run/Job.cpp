@@ -7,12 +7,13 @@
 #include <system_error>
 #include <utility>
 
-#include "command/Options.h"
 #include "results/HtmlPage.h"
 #include "results/JobResult.h"
 #include "results/Records.h"
 #include "results/ScanPictures.h"
 #include "results/TallyText.h"
+#include "settings/JobSettings.h"
+#include "settings/ScanSettings.h"
 #include "video/base/BgrPicture.h"
 #include "video/base/Failure.h"
 #include "video/base/Findings.h"
@@ -58,51 +59,53 @@ JobResult ResultOf(const Video::Failure& failure, Health health) {
 
 }  // namespace
 
-Job::Job(const Options& options, const std::string& input, const std::string& name, JobListener& listener)
-    : _options(options),
+Job::Job(const JobSettings& settings, const std::string& input, const std::string& name, JobListener& listener)
+    : _settings(settings.scan),
+      _files(settings.files),
       _input(input),
       _name(name),
       _listener(listener),
-      _decoder(Video::OpenSource(input, options.reconnect), options.decoderThreads, Selection()),
-      _cadence(options.rate, _decoder.NominalInterval()),
+      _decoder(Video::OpenSource(input, settings.reconnect), settings.decoderThreads, Selection()),
+      _cadence(settings.scan.rate, _decoder.NominalInterval()),
       _rules{.framesPerSecond = 1 / Video::ToSeconds(_decoder.NominalInterval()),
-             .shadows = options.shadows,
-             .minSize = options.minSize,
-             .zones = options.allZones,
-             .heat = !options.heatmap.empty() || !options.report.empty()},
-      _longestGap(std::max({Video::FromSeconds(options.mergeGap), periodsWithoutFrame * _cadence.Period(),
-                            options.fast ? 2 * Video::KeyframeScout::longestHonest : 0})),
-      _events({.mergeGap = Video::FromSeconds(options.mergeGap),
-               .minDuration = Video::FromSeconds(options.minDuration),
+             .shadows = settings.scan.shadows,
+             .minSize = settings.scan.minSize,
+             .zones = settings.scan.zones,
+             .heat = settings.files.heatmap || !settings.files.report.empty()},
+      _longestGap(std::max({Video::FromSeconds(settings.scan.mergeGap), periodsWithoutFrame * _cadence.Period(),
+                            settings.scan.fast ? 2 * Video::KeyframeScout::longestHonest : 0})),
+      _events({.mergeGap = Video::FromSeconds(settings.scan.mergeGap),
+               .minDuration = Video::FromSeconds(settings.scan.minDuration),
                .longestGap = _longestGap,
-               .preRoll = Video::FromSeconds(options.preRoll),
-               .postRoll = Video::FromSeconds(options.postRoll),
-               .minBlocks = options.minBlocks}) {
-    if (options.fast) {
-        _scout.emplace(input, options.decoderThreads, options.blockSize, options.rate, _rules);
+               .preRoll = Video::FromSeconds(settings.scan.preRoll),
+               .postRoll = Video::FromSeconds(settings.scan.postRoll),
+               .minBlocks = settings.scan.minBlocks}) {
+    if (settings.scan.fast) {
+        _scout.emplace(input, settings.decoderThreads, settings.scan.blockSize, settings.scan.rate, _rules);
     }
     const auto placeOf = [&](const std::string& path, const char* ending) {  // one of several inputs: a folder is given
         return name.empty() ? path : Video::OutputPath(path, input, true, ending);
     };
-    if (!options.background.empty()) {
-        _background.emplace(placeOf(options.background, ".png"), input);
+    if (!settings.files.background.empty()) {
+        _background.emplace(placeOf(settings.files.background, ".png"), input);
     }
-    if (!options.overlay.empty()) {
-        _overlay.emplace(placeOf(options.overlay, ".mp4"), input, _decoder.NominalInterval(), _decoder.SampleAspect(),
-                         Video::WatchedNames(options.allZones));
+    if (!settings.files.overlay.empty()) {
+        _overlay.emplace(placeOf(settings.files.overlay, ".mp4"), input, _decoder.NominalInterval(), _decoder.SampleAspect(),
+                         Video::WatchedNames(settings.scan.zones));
     }
-    if (!options.clips.empty()) {
-        _clips.emplace(options.clips, input, !name.empty(), Video::FromSeconds(options.preRoll), _decoder.NominalInterval());
+    if (!settings.files.clips.empty()) {
+        _clips.emplace(settings.files.clips, input, !name.empty(), Video::FromSeconds(settings.scan.preRoll),
+                       _decoder.NominalInterval());
         _decoder.Tell(*_clips);
     }
 }
 
 Video::SelectionRules Job::Selection() {
     Video::SelectionRules rules;
-    if (_options.overlay.empty() && _options.clips.empty()) {  // one shows every picture, the other wants the time of each
+    if (_files.overlay.empty() && _files.clips.empty()) {  // one shows every picture, the other wants the time of each
         rules.needed = [this](Video::Ticks time) { return _cadence.MayTake(time); };
     }
-    if (_options.fast) {
+    if (_settings.fast) {
         rules.standIn = [this](Video::Ticks time) { return _scout->At(time); };
     }
     return rules;
@@ -164,14 +167,14 @@ void Job::Analyse(const AVFrame& frame, Video::Ticks time) {
     _picture.Take(frame);
     const Host::PictureFormat& format = _picture.Format();
     if (!_watcher || !_watcher->Suits(format)) {
-        const Video::PictureGrid grid = Video::GridOf(format.width, format.height, _options.blockSize);
+        const Video::PictureGrid grid = Video::GridOf(format.width, format.height, _settings.blockSize);
         TellEvent(_events.Close());  // the new pictures cannot be compared with the old ones
         _heat.Add(_watcher ? _watcher->Heat() : Video::HeatMap{});
         _watcher.emplace(format, grid, _rules);
     }
     Video::Findings findings = _watcher->Watch(_picture.View(), time);
     ++_analysed;
-    if (_options.frames) {
+    if (_settings.frames) {
         _listener.OnRecord(RecordOf(_name, NumberAt(time), findings));
     }
     TellEvent(_events.Add(findings));
@@ -179,7 +182,7 @@ void Job::Analyse(const AVFrame& frame, Video::Ticks time) {
         _clips->Follow(_events.Running(), _told + 1);
     }
     _listener.OnFrame(*_watcher, findings, NumberAt(time));
-    if ((!_options.thumbnails.empty() || !_options.report.empty()) && _events.PeaksNow()) {
+    if ((!_files.thumbnails.empty() || !_files.report.empty()) && _events.PeaksNow()) {
         _peak.reset(av_frame_clone(&frame));  // shares the picture
     }
     if (_overlay) {
@@ -197,13 +200,13 @@ void Job::TellEvent(const std::optional<Video::Event>& event) {
                        .end = NumberAt(event->end),
                        .peak = NumberAt(event->peak),
                        .clock = Clock(),
-                       .zones = Video::WatchedNames(_options.allZones),
-                       .track = _options.track};
-    if (_peak && !_options.report.empty()) {
+                       .zones = Video::WatchedNames(_settings.zones),
+                       .track = _settings.track};
+    if (_peak && !_files.report.empty()) {
         TellPicture();
     }
-    if (_peak && !_options.thumbnails.empty()) {
-        extras.thumbnail = Video::OutputPath(_options.thumbnails, _input, !_name.empty(), _told, ".jpg");
+    if (_peak && !_files.thumbnails.empty()) {
+        extras.thumbnail = Video::OutputPath(_files.thumbnails, _input, !_name.empty(), _told, ".jpg");
         Video::AtomicFile file(extras.thumbnail, _input);
         Video::WriteThumbnail(*_peak, file);
         file.Keep();  // before the record that names it
@@ -219,7 +222,7 @@ void Job::TellPicture() {
     const std::string jpeg = Video::JpegOf(*_peak, widestPagePicture);
     if (jpeg.empty()) {
         throw Video::Failure(Video::Concern::Output,
-                             "cannot write " + _options.report + ": FFmpeg cannot make a JPEG of a picture");
+                             "cannot write " + _files.report + ": FFmpeg cannot make a JPEG of a picture");
     }
     _listener.OnScanPicture(EventPicture{_told, jpeg});
 }
@@ -255,7 +258,7 @@ void Job::CompleteFiles() {
 }
 
 std::optional<Video::StartTime> Job::Clock() const {
-    return _options.startTime ? Video::StartTime{*_options.startTime, Video::ClockSource::Given} : _decoder.Started();
+    return _settings.startTime ? Video::StartTime{*_settings.startTime, Video::ClockSource::Given} : _decoder.Started();
 }
 
 Video::PictureNumber Job::NumberAt(Video::Ticks time) const {
@@ -277,12 +280,12 @@ Video::Tally Job::Sum() const {
     return tally;
 }
 
-JobResult RunJob(const Options& options, const std::string& input, const std::string& name, JobListener& listener) {
+JobResult RunJob(const JobSettings& settings, const std::string& input, const std::string& name, JobListener& listener) {
     try {
-        if (options.fast && !CanBeReadTwice(input)) {
+        if (settings.scan.fast && !CanBeReadTwice(input)) {
             throw Video::Failure(Video::Concern::Usage, "--fast wants a file, which can be read twice");
         }
-        return Job(options, input, name, listener).Run();
+        return Job(settings, input, name, listener).Run();
     } catch (const Video::Failure& failure) {
         if (Video::Interrupted() && failure.Code() == Video::exitFailed) {  // while it was opened
             return {.health = Health::Interrupted, .code = Video::exitFailed, .trouble = "interrupted", .tally = {}};

@@ -7,10 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "command/Options.h"
 #include "results/JobResult.h"
 #include "results/Records.h"
 #include "results/ScanPictures.h"
+#include "settings/JobSettings.h"
+#include "settings/ScanSettings.h"
 #include "video/base/Findings.h"
 #include "video/base/Gap.h"
 #include "video/base/Tally.h"
@@ -37,7 +38,7 @@ public:
     virtual ~JobListener() = default;
     // May throw Failure, which ends the job.
     virtual void OnRecord(const Record& record) = 0;
-    // Where the options ask for any; before the record of its event.
+    // Where the settings ask for any; before the record of its event.
     virtual void OnScanPicture(const ScanPicture& picture) = 0;
     // Before all others, where the input is a live source.
     virtual void OnLive() {}
@@ -53,9 +54,9 @@ public:
 
 class Job {
 public:
-    // options and listener must outlive the job. name: what records call the input; empty: nothing.
+    // settings and listener must outlive the job. name: what records call the input; empty: nothing.
     // Throws Failure when there is nothing to scan or no place for a result.
-    Job(const Options& options, const std::string& input, const std::string& name, JobListener& listener);
+    Job(const JobSettings& settings, const std::string& input, const std::string& name, JobListener& listener);
 
     // Does not throw Failure; what went wrong is in the result.
     JobResult Run();
@@ -73,7 +74,8 @@ private:
     void TellGround();
     Video::Tally Sum() const;
 
-    const Options& _options;
+    const ScanSettings& _settings;
+    const JobFiles& _files;
     const std::string _input;
     const std::string _name;
     JobListener& _listener;
@@ -98,6 +100,6 @@ private:
 };
 
 // Makes a job and runs it. An input that cannot be opened is a result, too.
-JobResult RunJob(const Options& options, const std::string& input, const std::string& name, JobListener& listener);
+JobResult RunJob(const JobSettings& settings, const std::string& input, const std::string& name, JobListener& listener);
 
 }  // namespace Scan

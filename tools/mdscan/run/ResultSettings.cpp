@@ -1,27 +1,28 @@
-// How are the settings of a result written down?  Called by main through ResultSettings.h.
+// How are the settings of a result written down?
 #include "run/ResultSettings.h"
 
 #include <cstdint>
 #include <sstream>
 
-#include "command/Options.h"
+#include "settings/JobSettings.h"
+#include "settings/ScanSettings.h"
 #include "video/zones/Zone.h"
 
 namespace Scan {
 
-std::string ResultSettings(const Options& options) {
+std::string ResultSettings(const ScanSettings& scan, const JobFiles& files) {
     std::ostringstream text;
     text.precision(17);
-    text << "rate " << options.rate << " fast " << options.fast << " block " << options.blockSize << " shadows "
-         << options.shadows << " min-size " << options.minSize << " merge-gap " << options.mergeGap << " min-duration "
-         << options.minDuration << " frames " << options.frames << " rolls " << options.preRoll << " " << options.postRoll
-         << " min-blocks " << options.minBlocks << " track " << options.track << " thumbnails \"" << options.thumbnails
-         << "\" clips \"" << options.clips << "\" background \"" << options.background << "\" overlay \"" << options.overlay
-         << "\" heatmap " << !options.heatmap.empty() << " report " << !options.report.empty();
-    if (options.startTime) {
-        text << " start-time " << *options.startTime;
+    text << "rate " << scan.rate << " fast " << scan.fast << " block " << scan.blockSize << " shadows " << scan.shadows
+         << " min-size " << scan.minSize << " merge-gap " << scan.mergeGap << " min-duration " << scan.minDuration
+         << " frames " << scan.frames << " rolls " << scan.preRoll << " " << scan.postRoll << " min-blocks "
+         << scan.minBlocks << " track " << scan.track << " thumbnails \"" << files.thumbnails << "\" clips \"" << files.clips
+         << "\" background \"" << files.background << "\" overlay \"" << files.overlay << "\" heatmap " << files.heatmap
+         << " report " << !files.report.empty();
+    if (scan.startTime) {
+        text << " start-time " << *scan.startTime;
     }
-    for (const Video::Zone& zone : options.allZones) {
+    for (const Video::Zone& zone : scan.zones) {
         text << " zone \"" << zone.name << "\" " << zone.exclude << " " << zone.minSize.value_or(-1);
         for (const Video::Point& corner : zone.polygon) {
             text << " " << corner.x << "," << corner.y;

@@ -1,14 +1,15 @@
 // Which settings decide the results of an input, apart from itself?  A run may skip what an earlier one with the same
-// settings finished: main gives them to RunState.
+// settings finished.
 #pragma once
 
 #include <string>
 
-#include "command/Options.h"
+#include "settings/JobSettings.h"
+#include "settings/ScanSettings.h"
 
 namespace Scan {
 
 // One line.
-std::string ResultSettings(const Options& options);
+std::string ResultSettings(const ScanSettings& scan, const JobFiles& files);
 
 }  // namespace Scan

@@ -1,15 +1,14 @@
-// How are results handed on?  Called by main and Batch through RunResults.h.
+// How are results handed on?
 #include "run/RunResults.h"
 
 #include <filesystem>
 #include <variant>
 
-#include "command/Options.h"
 #include "results/Camera.h"
 #include "results/JobResult.h"
 #include "results/Records.h"
-#include "results/ScanLine.h"
 #include "results/ScanPictures.h"
+#include "settings/OutputSettings.h"
 #include "video/base/LiveName.h"
 #include "video/files/AtomicFile.h"
 #include "video/files/Folder.h"
@@ -20,20 +19,21 @@ namespace Scan {
 
 namespace fs = std::filesystem;
 
-RunResults::RunResults(const Options& options, const std::vector<std::string>& inputs, bool several)
-    : _options(options), _inputs(inputs), _several(several), _lines(options.output, inputs) {
-    if (!options.csv.empty()) {
-        _table.emplace(options.csv, inputs);
+RunResults::RunResults(const OutputSettings& outputs, const std::string& scan, const std::vector<std::string>& inputs,
+                       bool several)
+    : _heatFolder(several ? outputs.heatmap : ""), _inputs(inputs), _several(several), _lines(outputs.lines, inputs) {
+    if (!outputs.csv.empty()) {
+        _table.emplace(outputs.csv, inputs);
     }
-    if (!options.report.empty()) {
-        _page.emplace(options.report, inputs, ScanLine(options));
+    if (!outputs.report.empty()) {
+        _page.emplace(outputs.report, inputs, scan);
     }
-    if (!options.heatmap.empty() && several) {
-        Video::MakeFolder(options.heatmap);
-    } else if (!options.heatmap.empty()) {
-        _heat.emplace(options.heatmap, inputs);
+    if (!_heatFolder.empty()) {
+        Video::MakeFolder(_heatFolder);
+    } else if (!outputs.heatmap.empty()) {
+        _heat.emplace(outputs.heatmap, inputs);
     }
-    _lines.Begin(ScanLine(options));
+    _lines.Begin(scan);
 }
 
 void RunResults::Take(const std::string& input, const Record& record) {
@@ -69,7 +69,7 @@ void RunResults::KeepHeat() {
         Video::WritePng(Video::HeatPicture(ground.heat, ground.background), *_heat);
         _heat->Keep();
     }
-    if (_heat || _options.heatmap.empty()) {
+    if (_heatFolder.empty()) {
         return;
     }
     std::vector<std::string> cameras;
@@ -79,7 +79,7 @@ void RunResults::KeepHeat() {
     const std::vector<std::string> names = PictureNames(cameras);
     for (std::size_t i = 0; i < cameras.size(); ++i) {
         const GroundPicture& ground = _cameras.All().at(cameras[i]);
-        Video::AtomicFile file((fs::path(_options.heatmap) / names[i]).string(), _inputs);
+        Video::AtomicFile file((fs::path(_heatFolder) / names[i]).string(), _inputs);
         Video::WritePng(Video::HeatPicture(ground.heat, ground.background), file);
         file.Keep();
     }

@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "command/Options.h"
 #include "results/Camera.h"
 #include "results/CsvTable.h"
 #include "results/HtmlPage.h"
@@ -14,6 +13,7 @@
 #include "results/Records.h"
 #include "results/ResultLines.h"
 #include "results/ScanPictures.h"
+#include "settings/OutputSettings.h"
 #include "video/files/AtomicFile.h"
 
 namespace Scan {
@@ -21,8 +21,8 @@ namespace Scan {
 class RunResults {
 public:
     // Makes every place for a result, so that an impossible one is known before the scan, and prints the first line.
-    // several: lines name their file, heat maps go into a folder. Throws Failure.
-    RunResults(const Options& options, const std::vector<std::string>& inputs, bool several);
+    // scan: that line. several: lines name their file, heat maps go into a folder. Throws Failure.
+    RunResults(const OutputSettings& outputs, const std::string& scan, const std::vector<std::string>& inputs, bool several);
 
     // Of one input after another, each ended by Finish. Throw Failure.
     void Take(const std::string& input, const Record& record);
@@ -35,7 +35,7 @@ public:
 private:
     void KeepHeat();
 
-    const Options& _options;
+    const std::string _heatFolder;  // of several inputs; empty: none
     const std::vector<std::string> _inputs;
     const bool _several;
     ResultLines _lines;

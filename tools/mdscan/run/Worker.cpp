@@ -19,7 +19,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "command/Options.h"
 #include "results/PackedResult.h"
 #include "results/JobResult.h"
 #include "results/JsonLines.h"
@@ -28,6 +27,7 @@
 #include "results/ScanPictures.h"
 #include "run/Job.h"
 #include "run/RunState.h"
+#include "settings/JobSettings.h"
 #include "video/base/Failure.h"
 #include "video/base/LiveName.h"
 #include "video/base/Tally.h"
@@ -73,18 +73,18 @@ private:
     double _lastSaid = 0;  // seconds into the scan
 };
 
-[[noreturn]] void Work(const Options& options, const std::string& input, int pipe) {
+[[noreturn]] void Work(const JobSettings& settings, const std::string& input, int pipe) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);  // without its parent nobody needs it
     setpgid(0, 0);                     // the keyboard interrupts the parent, which tells its children
     Speaker speaker(pipe);
-    const JobResult result = RunJob(options, input, Video::ShownName(input), speaker);
+    const JobResult result = RunJob(settings, input, Video::ShownName(input), speaker);
     speaker.Say('E', Packed(result));
     std::exit(0);
 }
 
 }  // namespace
 
-Worker::Worker(const Options& options, const std::string& input, RunState* state) {
+Worker::Worker(const JobSettings& settings, const std::string& input, RunState* state) {
     std::array<int, 2> ends = {};
     if (pipe(ends.data()) != 0) {
         throw Video::Failure(Video::Concern::System, std::string("cannot start a scan: ") + std::strerror(errno));
@@ -102,7 +102,7 @@ Worker::Worker(const Options& options, const std::string& input, RunState* state
         if (state) {
             state->Leave();
         }
-        Work(options, input, ends[1]);
+        Work(settings, input, ends[1]);
     }
     close(ends[1]);
     _pipe = ends[0];

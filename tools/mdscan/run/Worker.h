@@ -8,11 +8,11 @@
 
 #include <sys/types.h>
 
-#include "command/Options.h"
 #include "results/JobResult.h"
 #include "results/Records.h"
 #include "results/ScanPictures.h"
 #include "run/RunState.h"
+#include "settings/JobSettings.h"
 #include "video/base/Tally.h"
 
 namespace Scan {
@@ -23,7 +23,7 @@ class Worker {
 public:
     // Starts the scan. The calling process must have one thread only. state: null, or left alone by the child.
     // Throws Failure when there can be no further process.
-    Worker(const Options& options, const std::string& input, RunState* state);
+    Worker(const JobSettings& settings, const std::string& input, RunState* state);
 
     // Ends a scan that is still under way at once.
     ~Worker();

@@ -13,11 +13,11 @@
 #include <coreMD/detector/MotionDetector.h>
 
 #include "ScanFixture.h"
-#include "command/Options.h"
 #include "results/JobResult.h"
 #include "results/Records.h"
 #include "results/ScanPictures.h"
 #include "run/Job.h"
+#include "settings/JobSettings.h"
 #include "video/base/Box.h"
 #include "video/base/Findings.h"
 #include "video/base/PictureGrid.h"
@@ -131,10 +131,10 @@ protected:
 
 TEST_F(BlockProbe, AgreesWithTheScanOfASquare) {
     for (const bool zones : {false, true}) {
-        Options options;
-        options.allZones = zones ? Zones() : std::vector<Video::Zone>();
+        JobSettings settings;
+        settings.scan.zones = zones ? Zones() : std::vector<Video::Zone>();
         Examiner examiner(97);
-        const JobResult result = RunJob(options, RawClip({.width = 160, .height = 120, .seconds = 16}), "", examiner);
+        const JobResult result = RunJob(settings, RawClip({.width = 160, .height = 120, .seconds = 16}), "", examiner);
         ASSERT_EQ(result.health, Health::Whole) << result.trouble;
         EXPECT_GT(examiner.Count(Verdict::NotReady), 100);
         EXPECT_GT(examiner.Count(Verdict::Still), 1000);
@@ -147,14 +147,14 @@ TEST_F(BlockProbe, AgreesWithTheScanOfASquare) {
 
 // Frames that teach nothing, and those of a picture that changes its size.
 TEST_F(BlockProbe, AgreesAtEveryRate) {
-    Options options;
-    options.rate = 0;
+    JobSettings settings;
+    settings.scan.rate = 0;
     const Video::SquareScene small{.width = 160, .height = 120, .seconds = 14},
         large{.width = 320, .height = 240, .seconds = 3};
     Video::WriteEncoded({small, large}, {.codec = "mjpeg", .container = "avi", .format = AV_PIX_FMT_YUVJ420P},
                         In("grows.avi"));
     Examiner examiner(997);
-    const JobResult result = RunJob(options, In("grows.avi"), "", examiner);
+    const JobResult result = RunJob(settings, In("grows.avi"), "", examiner);
     ASSERT_EQ(result.health, Health::Whole) << result.trouble;
     EXPECT_GT(examiner.Count(Verdict::Motion), 5);
 }
@@ -162,11 +162,11 @@ TEST_F(BlockProbe, AgreesAtEveryRate) {
 // A street with people, vans and their shadows.
 TEST_F(BlockProbe, AgreesOnAStreet) {
     for (const bool shadows : {false, true}) {
-        Options options;
-        options.shadows = shadows;
-        options.minSize = 0.06;
+        JobSettings settings;
+        settings.scan.shadows = shadows;
+        settings.scan.minSize = 0.06;
         Examiner examiner(61);
-        const JobResult result = RunJob(options, SAMPLE_CLIP, "", examiner);
+        const JobResult result = RunJob(settings, SAMPLE_CLIP, "", examiner);
         ASSERT_EQ(result.health, Health::Whole) << result.trouble;
         EXPECT_EQ(examiner.Count(Verdict::Shadow) > 20, shadows);
         EXPECT_GT(examiner.Count(Verdict::Small), 5);

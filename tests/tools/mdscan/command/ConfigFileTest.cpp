@@ -13,6 +13,7 @@
 #include "ScanFixture.h"
 #include "command/Options.h"
 #include "run/ResultSettings.h"
+#include "settings/JobSettings.h"
 
 namespace Scan {
 namespace {
@@ -37,6 +38,10 @@ protected:
     }
 };
 
+std::string SettingsOf(const Parsed& parsed) {
+    return ResultSettings(parsed.options->scan, FilesOf(parsed.options->outputs));
+}
+
 std::string Template() { return ParseOptions({"--write-config"}, "").text; }
 
 TEST_F(ConfigFile, SetsWhatTheCommandLineLeavesOpen) {
@@ -46,13 +51,13 @@ TEST_F(ConfigFile, SetsWhatTheCommandLineLeavesOpen) {
                   {"clip.mp4", "--min-size", "0.2"});
     ASSERT_TRUE(parsed.options) << parsed.text;
     const Options& options = *parsed.options;
-    EXPECT_EQ(options.rate, 12);
-    EXPECT_TRUE(options.shadows);
-    EXPECT_FALSE(options.frames);
-    EXPECT_EQ(options.zones.size(), 2u);
-    EXPECT_EQ(options.minSize, 0.2) << "the command line wins";
-    EXPECT_EQ(options.thumbnails, "a # b");
-    EXPECT_EQ(options.output, "a b.jsonl");
+    EXPECT_EQ(options.scan.rate, 12);
+    EXPECT_TRUE(options.scan.shadows);
+    EXPECT_FALSE(options.scan.frames);
+    EXPECT_EQ(options.zones.rectangles.size(), 2u);
+    EXPECT_EQ(options.scan.minSize, 0.2) << "the command line wins";
+    EXPECT_EQ(options.outputs.thumbnails, "a # b");
+    EXPECT_EQ(options.outputs.lines, "a b.jsonl");
     EXPECT_EQ(options.inputs, std::vector<std::string>{"clip.mp4"});
 }
 
@@ -60,9 +65,9 @@ TEST_F(ConfigFile, TheCommandLineTakesFlagsAndZonesBack) {
     const Parsed parsed = ParseWith("shadows = true\nzone = 0,0,0.5,1\nzone = 0.5,0,0.5,1\n",
                                     {"clip.mp4", "--shadows=false", "--zone", "0,0,1,1"});
     ASSERT_TRUE(parsed.options) << parsed.text;
-    EXPECT_FALSE(parsed.options->shadows);
-    ASSERT_EQ(parsed.options->zones.size(), 1u);
-    EXPECT_EQ(parsed.options->zones[0].width, 1);
+    EXPECT_FALSE(parsed.options->scan.shadows);
+    ASSERT_EQ(parsed.options->zones.rectangles.size(), 1u);
+    EXPECT_EQ(parsed.options->zones.rectangles[0].width, 1);
 }
 
 TEST_F(ConfigFile, MistakesAreNamedWithTheirLine) {
@@ -98,7 +103,7 @@ TEST_F(ConfigFile, TheTemplateHoldsTheDefaults) {
     const std::string text = Template();
     const Parsed usual = ParseOptions({"clip.mp4"}, ""), commented = ParseWith(text);
     ASSERT_TRUE(commented.options) << commented.text;
-    EXPECT_EQ(ResultSettings(*commented.options), ResultSettings(*usual.options));
+    EXPECT_EQ(SettingsOf(commented), SettingsOf(usual));
     const std::regex placeholder("#[a-z-]+ = [A-Z]");  // nothing is the default
     std::string used;
     int names = 0;
@@ -113,9 +118,9 @@ TEST_F(ConfigFile, TheTemplateHoldsTheDefaults) {
     EXPECT_GE(names, 12);
     const Parsed all = ParseWith(used);
     ASSERT_TRUE(all.options) << all.text;
-    EXPECT_EQ(ResultSettings(*all.options), ResultSettings(*usual.options));
-    EXPECT_EQ(all.options->jobs, usual.options->jobs);
-    EXPECT_EQ(all.options->progress, usual.options->progress);
+    EXPECT_EQ(SettingsOf(all), SettingsOf(usual));
+    EXPECT_EQ(all.options->run.jobs, usual.options->run.jobs);
+    EXPECT_EQ(all.options->run.progress, usual.options->run.progress);
 }
 
 TEST_F(ConfigFile, TheTemplateHasEveryOptionOfTheHelp) {

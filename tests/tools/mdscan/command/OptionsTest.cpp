@@ -19,13 +19,13 @@ TEST(Options, TheInputAloneIsEnough) {
     const Parsed parsed = Parse({"clip.mp4"});
     ASSERT_TRUE(parsed.options);
     EXPECT_EQ(parsed.options->inputs, std::vector<std::string>{"clip.mp4"});
-    EXPECT_EQ(parsed.options->rate, 6);
-    EXPECT_EQ(parsed.options->blockSize, 0);
-    EXPECT_FALSE(parsed.options->shadows);
-    EXPECT_FALSE(parsed.options->frames);
-    EXPECT_TRUE(parsed.options->zones.empty());
-    EXPECT_TRUE(parsed.options->background.empty());
-    EXPECT_TRUE(parsed.options->overlay.empty());
+    EXPECT_EQ(parsed.options->scan.rate, 6);
+    EXPECT_EQ(parsed.options->scan.blockSize, 0);
+    EXPECT_FALSE(parsed.options->scan.shadows);
+    EXPECT_FALSE(parsed.options->scan.frames);
+    EXPECT_TRUE(parsed.options->zones.rectangles.empty());
+    EXPECT_TRUE(parsed.options->outputs.background.empty());
+    EXPECT_TRUE(parsed.options->outputs.overlay.empty());
 }
 
 TEST(Options, EveryOptionReachesItsField) {
@@ -77,34 +77,34 @@ TEST(Options, EveryOptionReachesItsField) {
     ASSERT_TRUE(parsed.options) << parsed.text;
     const Options& options = *parsed.options;
     EXPECT_EQ(options.inputs, (std::vector<std::string>{"clip.mp4", "-"}));
-    EXPECT_EQ(options.rate, 0);
-    EXPECT_EQ(options.blockSize, 7);
-    EXPECT_TRUE(options.shadows);
-    EXPECT_EQ(options.minSize, 0.125);
-    EXPECT_EQ(options.mergeGap, 3.5);
-    EXPECT_EQ(options.minDuration, 0.25);
-    EXPECT_TRUE(options.frames);
-    EXPECT_EQ(options.background, "b.png");
-    EXPECT_EQ(options.overlay, "o.mp4");
-    EXPECT_EQ(options.output, "out.jsonl");
-    EXPECT_EQ(options.resume, "state");
-    EXPECT_EQ(options.jobs, 3);
-    EXPECT_TRUE(options.quiet);
-    EXPECT_EQ(options.progress, "json");
-    EXPECT_EQ(options.reconnect, 7.5);
-    EXPECT_EQ(options.startTime, Video::ParseWallTime("2026-03-01T12:00:00Z"));
-    EXPECT_EQ(options.preRoll, 1.5);
-    EXPECT_EQ(options.postRoll, 2);
-    EXPECT_EQ(options.minBlocks, 4);
-    EXPECT_TRUE(options.track);
-    EXPECT_EQ(options.thumbnails, "pictures");
-    EXPECT_EQ(options.clips, "cut");
-    ASSERT_EQ(options.zones.size(), 2u);
-    EXPECT_EQ(options.zones[0].x, 0.1);
-    EXPECT_EQ(options.zones[0].y, 0.2);
-    EXPECT_EQ(options.zones[0].width, 0.3);
-    EXPECT_EQ(options.zones[0].height, 0.4);
-    EXPECT_EQ(options.zones[1].width, 1);
+    EXPECT_EQ(options.scan.rate, 0);
+    EXPECT_EQ(options.scan.blockSize, 7);
+    EXPECT_TRUE(options.scan.shadows);
+    EXPECT_EQ(options.scan.minSize, 0.125);
+    EXPECT_EQ(options.scan.mergeGap, 3.5);
+    EXPECT_EQ(options.scan.minDuration, 0.25);
+    EXPECT_TRUE(options.scan.frames);
+    EXPECT_EQ(options.outputs.background, "b.png");
+    EXPECT_EQ(options.outputs.overlay, "o.mp4");
+    EXPECT_EQ(options.outputs.lines, "out.jsonl");
+    EXPECT_EQ(options.run.resume, "state");
+    EXPECT_EQ(options.run.jobs, 3);
+    EXPECT_TRUE(options.run.quiet);
+    EXPECT_EQ(options.run.progress, "json");
+    EXPECT_EQ(options.run.reconnect, 7.5);
+    EXPECT_EQ(options.scan.startTime, Video::ParseWallTime("2026-03-01T12:00:00Z"));
+    EXPECT_EQ(options.scan.preRoll, 1.5);
+    EXPECT_EQ(options.scan.postRoll, 2);
+    EXPECT_EQ(options.scan.minBlocks, 4);
+    EXPECT_TRUE(options.scan.track);
+    EXPECT_EQ(options.outputs.thumbnails, "pictures");
+    EXPECT_EQ(options.outputs.clips, "cut");
+    ASSERT_EQ(options.zones.rectangles.size(), 2u);
+    EXPECT_EQ(options.zones.rectangles[0].x, 0.1);
+    EXPECT_EQ(options.zones.rectangles[0].y, 0.2);
+    EXPECT_EQ(options.zones.rectangles[0].width, 0.3);
+    EXPECT_EQ(options.zones.rectangles[0].height, 0.4);
+    EXPECT_EQ(options.zones.rectangles[1].width, 1);
 }
 
 TEST(Options, AZoneDoesNotSwallowTheInput) {

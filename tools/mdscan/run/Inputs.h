@@ -1,5 +1,5 @@
-// Which videos does the command line name?  Files, folders with everything below them, patterns and the standard input
-// become one list; main asks once.
+// Which videos do these names mean?  Files, folders with everything below them, patterns and the standard input become one
+// list.
 #pragma once
 
 #include <string>

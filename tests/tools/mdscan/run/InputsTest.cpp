@@ -1,5 +1,5 @@
 // Does the command line name the videos that a user means?
-#include "command/Inputs.h"
+#include "run/Inputs.h"
 
 #include <gtest/gtest.h>
 

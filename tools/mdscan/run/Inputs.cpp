@@ -1,5 +1,5 @@
-// How are folders and patterns looked through?  Called by main through Inputs.h.
-#include "command/Inputs.h"
+// How are folders and patterns looked through?
+#include "run/Inputs.h"
 
 #include <algorithm>
 #include <array>

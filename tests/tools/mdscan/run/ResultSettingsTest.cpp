@@ -1,0 +1,49 @@
+// Does a state made before still say what was asked for?
+#include "run/ResultSettings.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "settings/JobSettings.h"
+#include "settings/OutputSettings.h"
+#include "settings/ScanSettings.h"
+
+namespace Scan {
+namespace {
+
+// Stored in states: with another text, every state is refused.
+TEST(ResultSettings, KeepTheirText) {
+    EXPECT_EQ(
+        ResultSettings({}, {}),
+        "rate 6 fast 0 block 0 shadows 0 min-size 0.029999999999999999 merge-gap 2 min-duration 0.5 frames 0 rolls 0 0 "
+        "min-blocks 1 track 0 thumbnails \"\" clips \"\" background \"\" overlay \"\" heatmap 0 report 0");
+    ScanSettings scan;
+    scan.startTime = 17;
+    scan.zones = {{.name = "gate", .polygon = {{0, 0}, {0.5, 0}, {0.5, 1}}}};
+    const OutputSettings outputs{.lines = "l",
+                                 .csv = "t",
+                                 .report = "p",
+                                 .heatmap = "h",
+                                 .thumbnails = "a",
+                                 .clips = "b",
+                                 .background = "c",
+                                 .overlay = "d"};
+    const std::string all = ResultSettings(scan, FilesOf(outputs));
+    EXPECT_EQ(
+        all.substr(all.find(" thumbnails")),
+        " thumbnails \"a\" clips \"b\" background \"c\" overlay \"d\" heatmap 1 report 1 start-time 17 zone \"gate\" 0 "
+        "-1 0,0 0.5,0 0.5,1 mask 0x0 14695981039346656037");
+}
+
+// Results go into them as they come; which file it is decides nothing about an input.
+TEST(ResultSettings, LeaveOutWhereARunWrites) {
+    OutputSettings one, other;
+    one.lines = one.csv = one.report = one.heatmap = "one";
+    other.lines = other.csv = other.report = other.heatmap = "other";
+    EXPECT_EQ(ResultSettings({}, FilesOf(one)), ResultSettings({}, FilesOf(other)));
+    EXPECT_NE(ResultSettings({}, FilesOf(one)), ResultSettings({}, FilesOf(OutputSettings{})));
+}
+
+}  // namespace
+}  // namespace Scan

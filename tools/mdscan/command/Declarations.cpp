@@ -1,0 +1,295 @@
+// How is each option declared?
+#include "command/Declarations.h"
+
+#include <array>
+#include <cstdlib>
+#include <optional>
+#include <sstream>
+
+#include <CLI/CLI.hpp>
+
+#include "ask/Question.h"
+#include "command/OptionValues.h"
+#include "command/Options.h"
+#include "settings/OutputSettings.h"
+#include "settings/ScanSettings.h"
+#include "video/time/WallClock.h"
+
+namespace Scan {
+
+namespace {
+
+constexpr double longestTime = 1e6;   // seconds; eleven days
+constexpr double highestRate = 1000;  // pictures per second
+constexpr int mostJobs = 256;
+constexpr int mostMovingBlocks = 1'000'000;
+constexpr int largestBlock = 64;  // pixels; as much as the block reducer sums
+
+constexpr const char* about =
+    "Finds motion in videos, prints when and where as JSON lines; mdscan explain tells why, or why not.";
+constexpr const char* aboutExplain = "Tells why a block was motion at a moment of a video, or why it was not.";
+
+// Headings of the help, each with an example.
+constexpr const char* inputGroup = "Inputs, as in: mdscan -j 2 --resume march.state -o march.jsonl recordings/2026-03";
+constexpr const char* motionGroup = "What counts, as in: mdscan --shadows --min-size 0.1 --merge-gap 5 garden.mp4";
+constexpr const char* zoneGroup =
+    "Where, as in: mdscan --zone 0,0.5,1,0.5 street.mp4; mdscan zones --preview p.png street.mp4";
+constexpr const char* whyGroup = "Why, as in: mdscan explain street.mp4 --at 1:02.5 --block 40,22";
+constexpr const char* resultGroup = "Results, as in: mdscan --thumbnails pictures --overlay boxes.mp4 door.mp4";
+
+constexpr const char* footer =
+    "Prints one JSON object per event; man mdscan explains it, zone files and all else.\n"
+    "Exit codes: 0 motion found; 1 an input failed, in part or whole; 2 bad usage; 3 no motion found.\n";
+
+constexpr const char* explainFooter =
+    "Explains the scan with the same options: the picture analysed last by then, and the event that it belongs to.\n"
+    "Exit codes: 0 explained; 1 the video failed, in part or whole; 2 bad usage.\n";
+
+// A number within bounds; NaN is in no bounds.
+CLI::Validator Within(double low, double high) {
+    std::ostringstream range;
+    range << low << " to " << high;
+    return CLI::Validator(
+        [low, high, text = range.str()](std::string& value) {
+            char* end = nullptr;
+            const double number = std::strtod(value.c_str(), &end);
+            const bool inside = end != value.c_str() && *end == '\0' && number >= low && number <= high;
+            return inside ? std::string() : "must be a number from " + text + ", not " + value;
+        },
+        "");
+}
+
+// What `read` makes a value of. what: what the text must be else.
+template <typename Value>
+CLI::Validator Reads(std::optional<Value> (*read)(const std::string&), const char* what) {
+    return CLI::Validator(
+        [read, what](std::string& value) {
+            return read(value) ? std::string() : "must be " + std::string(what) + ", not " + value;
+        },
+        "");
+}
+
+CLI::Validator IsZone() { return Reads(&ReadZone, "x,y,w,h, each from 0 to 1 and inside the picture"); }
+CLI::Validator IsTime() { return Reads(&Video::ParseWallTime, "a time like 2026-03-01T12:00:00Z"); }
+CLI::Validator IsMoment() { return Reads(&ReadTime, "seconds or hh:mm:ss"); }
+CLI::Validator IsPlace() { return Reads(&ReadPlace, "x,y, two whole numbers from 0"); }
+
+CLI::Validator IsStyle() {
+    return CLI::Validator(
+        [](std::string& value) {
+            const bool known = value == "auto" || value == "json" || value == "none";
+            return known ? std::string() : "must be auto, json or none, not " + value;
+        },
+        "");
+}
+
+// Of explain's --block: a place, or a size as everywhere else.
+CLI::Validator IsPlaceOrSize() {
+    return CLI::Validator(
+        [](std::string& value) {
+            return value.find(',') == std::string::npos ? Within(0, largestBlock)(value) : IsPlace()(value);
+        },
+        "");
+}
+
+// About the program itself, and where else it finds options.
+void DeclareProgram(CLI::App& app, Options& options, const std::string& version) {
+    app.option_defaults()->group(inputGroup);
+    app.set_help_flag("-h,--help", "Print this help and leave")->group(inputGroup);
+    app.set_version_flag("--version", version, "Print versions and leave")->group(inputGroup);
+    app.add_option("--config", options.config, "Read options from there, not from ~/.config/mdscan.conf")
+        ->type_name("FILE")
+        ->default_str("")
+        ->configurable(false);
+    app.add_flag_callback(
+           "--write-config", [] { throw CallForTemplate(); }, "Print a configuration file with every option and leave")
+        ->configurable(false);
+}
+
+void DeclareInputs(CLI::App& app, Options& options) {
+    app.option_defaults()->group(inputGroup);
+    app.add_option("input", options.inputs, "Video files, folders, patterns, rtsp:// and the like, /dev/videoN, or -")
+        ->required()
+        ->type_name("FILE")
+        ->default_str("")
+        ->configurable(false);
+    app.add_option("-j,--jobs", options.run.jobs, "Inputs scanned at a time; 0: one per processor")
+        ->check(Within(0, mostJobs))
+        ->type_name("N");
+    app.add_option("--resume", options.run.resume, "Remember finished inputs there; skip those that it knows")
+        ->type_name("STATE")
+        ->default_str("");
+    app.add_flag("-q,--quiet", options.run.quiet, "Say nothing but what went wrong");
+    app.add_option("--progress", options.run.progress, "auto: on a terminal; json: lines for machines; none")
+        ->check(IsStyle())
+        ->type_name("STYLE");
+    app.add_option_function<std::string>(
+           "--start-time", [&options](const std::string& text) { options.scan.startTime = Video::ParseWallTime(text); },
+           "Time of day at the start of the one input, like 2026-03-01T12:00:00Z")
+        ->check(IsTime())
+        ->type_name("TIME")
+        ->default_str("")
+        ->configurable(false);
+    app.add_option("--reconnect", options.run.reconnect, "Seconds without a picture after which a live source is given up")
+        ->check(Within(0, longestTime))
+        ->type_name("S");
+}
+
+void DeclareMotion(CLI::App& app, ScanSettings& settings) {
+    app.option_defaults()->group(motionGroup);
+    app.add_option("--rate", settings.rate, "Pictures analysed per second; 0: every picture")
+        ->check(Within(0, highestRate))
+        ->type_name("N");
+    app.add_flag("--fast", settings.fast, "Decode keyframes, and all else only where these show motion");
+    app.add_option("--block", settings.blockSize, "Block size in pixels, up to 64; 0: gives 80 to 160 columns")
+        ->check(Within(0, largestBlock))
+        ->type_name("N");
+    app.add_flag("--shadows", settings.shadows, "Drop what only darkens the background");
+    app.add_option("--min-size", settings.minSize, "Smallest object, as a fraction of picture width and height")
+        ->check(Within(0, 1))
+        ->type_name("F");
+    app.add_option("--min-blocks", settings.minBlocks, "Moving blocks below which a frame counts as still")
+        ->check(Within(1, mostMovingBlocks))
+        ->type_name("N");
+    app.add_option("--merge-gap", settings.mergeGap, "Seconds without an object that end an event")
+        ->check(Within(0, longestTime))
+        ->type_name("S");
+    app.add_option("--min-duration", settings.minDuration, "Seconds below which an event is dropped")
+        ->check(Within(0, longestTime))
+        ->type_name("S");
+    app.add_option("--pre-roll", settings.preRoll, "Seconds added before an event")
+        ->check(Within(0, longestTime))
+        ->type_name("S");
+    app.add_option("--post-roll", settings.postRoll, "Seconds added after it; events that then overlap are one")
+        ->check(Within(0, longestTime))
+        ->type_name("S");
+}
+
+void DeclareZones(CLI::App& app, Options& options, Words& words) {
+    app.option_defaults()->group(zoneGroup);
+    app.add_option("--zone", words.zones, "Only within this rectangle, in fractions of the picture; repeatable")
+        ->check(IsZone())
+        ->type_name("X,Y,W,H")
+        ->allow_extra_args(false)
+        ->default_str("");
+    app.add_option("--zones", options.zones.file, "Only within the zones of this file; events name them")
+        ->type_name("FILE.json")
+        ->default_str("");
+    app.add_option("--mask", options.zones.mask, "Only where this picture is bright")
+        ->type_name("FILE.png")
+        ->default_str("");
+    app.add_option("--preview", options.preview, "With mdscan zones: draw the zones over the first picture")
+        ->type_name("FILE.png")
+        ->default_str("")
+        ->configurable(false);
+}
+
+void DeclareResults(CLI::App& app, OutputSettings& outputs, ScanSettings& settings) {
+    app.option_defaults()->group(resultGroup);
+    app.add_option("-o,--output", outputs.lines, "Write the result lines there instead of printing them")
+        ->type_name("FILE.jsonl")
+        ->default_str("");
+    app.add_option("--csv", outputs.csv, "Also write the events as a table")->type_name("FILE.csv")->default_str("");
+    app.add_option("--report", outputs.report, "Write a page with timeline, pictures and filters")
+        ->type_name("FILE.html")
+        ->default_str("");
+    app.add_flag("--frames", settings.frames, "Also a line per analysed frame with its objects");
+    app.add_flag("--track", settings.track, "Also where the largest object went during an event");
+    app.add_option("--thumbnails", outputs.thumbnails, "Write a small picture of every event at its peak there")
+        ->type_name("DIR")
+        ->default_str("");
+    app.add_option("--clips", outputs.clips, "Write the video of every event there, as it is stored")
+        ->type_name("DIR")
+        ->default_str("");
+    app.add_option("--background", outputs.background, "Write the learned background; of several inputs, a folder of them")
+        ->type_name("FILE.png")
+        ->default_str("");
+    app.add_option("--heatmap", outputs.heatmap, "Write where it moved; of several inputs, a folder of them")
+        ->type_name("FILE.png")
+        ->default_str("");
+    app.add_option("--overlay", outputs.overlay, "Write the video with boxes, blocks, times and zones drawn")
+        ->type_name("FILE.mp4")
+        ->default_str("");
+}
+
+// Explain scans, and writes no results: it knows what decides what is found, and its question.
+void TurnIntoExplain(CLI::App& app) {
+    app.name("mdscan explain");
+    app.description(aboutExplain);
+    app.footer(explainFooter);
+    app.get_option("input")->description("The video");
+    for (CLI::Option* option : app.get_options()) {
+        bool isOfScan = option->get_group() == resultGroup;
+        for (const char* name :
+             {"--write-config", "--jobs", "--resume", "--start-time", "--reconnect", "--preview", "--block"}) {
+            isOfScan = isOfScan || option->check_name(name);
+        }
+        if (isOfScan) {
+            app.remove_option(option);
+        }
+    }
+}
+
+void DeclareQuestion(CLI::App& app, Question& question, Words& words) {
+    app.option_defaults()->group(whyGroup);
+    app.add_option("--at", words.at, "The moment in question, in seconds or as hh:mm:ss")
+        ->required()
+        ->check(IsMoment())
+        ->type_name("TIME")
+        ->default_str("");
+    app.add_option("--block", words.blocks, "Column and row of the block; a single number is the block size")
+        ->check(IsPlaceOrSize())
+        ->type_name("X,Y")
+        ->allow_extra_args(false)
+        ->default_str("");
+    app.add_option("--pixel", words.pixel, "Instead of it, a pixel of the block")
+        ->check(IsPlace())
+        ->type_name("X,Y")
+        ->default_str("");
+    app.add_flag("--json", question.json, "Answer with one JSON object");
+}
+
+}  // namespace
+
+void Declare(CLI::App& app, Options& options, Words& words, const std::string& version) {
+    app.name("mdscan");
+    app.description(about);
+    app.footer(footer);
+    app.option_defaults()->always_capture_default();
+    app.get_formatter()->column_width(28);
+    DeclareProgram(app, options, version);
+    DeclareInputs(app, options);
+    DeclareMotion(app, options.scan);
+    DeclareZones(app, options, words);
+    DeclareResults(app, options.outputs, options.scan);
+    if (options.explain) {
+        TurnIntoExplain(app);
+        DeclareQuestion(app, options.question, words);
+    }
+}
+
+std::string TakeIn(const Words& words, Options& options) {
+    for (const std::string& zone : words.zones) {
+        options.zones.rectangles.push_back(ReadZone(zone).value());
+    }
+    if (!options.explain) {
+        return options.showZones || options.preview.empty() ? "" : "--preview belongs to \"mdscan zones\"";
+    }
+    Question& question = options.question;
+    question.at = ReadTime(words.at).value();
+    for (const std::string& block : words.blocks) {
+        if (const std::optional<std::array<int, 2>> place = ReadPlace(block)) {
+            if (question.block) {
+                return "--block names two blocks";
+            }
+            question.block = place;
+        } else {
+            options.scan.blockSize = static_cast<int>(std::strtod(block.c_str(), nullptr));
+        }
+    }
+    question.pixel = words.pixel.empty() ? std::nullopt : ReadPlace(words.pixel);
+    const bool asksOnce = question.block.has_value() != question.pixel.has_value();
+    return asksOnce ? "" : "mdscan explain wants either --block X,Y or --pixel X,Y";
+}
+
+}  // namespace Scan

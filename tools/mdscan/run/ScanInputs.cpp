@@ -1,0 +1,138 @@
+// How is a run conducted?
+#include "run/ScanInputs.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <filesystem>
+#include <iterator>
+#include <map>
+#include <optional>
+#include <thread>
+#include <utility>
+
+#include "results/JobResult.h"
+#include "results/Progress.h"
+#include "results/Records.h"
+#include "results/ScanLine.h"
+#include "results/ScanPictures.h"
+#include "results/TallyText.h"
+#include "run/Batch.h"
+#include "run/Inputs.h"
+#include "run/Job.h"
+#include "run/ResultSettings.h"
+#include "run/RunResults.h"
+#include "run/RunState.h"
+#include "settings/JobSettings.h"
+#include "video/base/Failure.h"
+#include "video/base/LiveName.h"
+#include "video/base/Tally.h"
+#include "video/files/Folder.h"
+
+namespace Scan {
+
+namespace {
+
+// Hands on what the one scan finds.
+class Teller : public JobListener {
+public:
+    Teller(RunResults& results, const std::string& input, Progress& progress)
+        : _results(results), _input(input), _progress(progress) {}
+    void OnRecord(const Record& record) override {
+        _progress.Clear();  // both may go to the same terminal
+        _results.Take(_input, record);
+    }
+    void OnScanPicture(const ScanPicture& picture) override { _results.Take(_input, picture); }
+    void OnPicture(double done, const Video::Tally& tally) override { _progress.Show(done, tally); }
+
+private:
+    RunResults& _results;
+    const std::string& _input;
+    Progress& _progress;
+};
+
+// several: of several inputs, some results are folders.
+void RefuseSameFileTwice(const OutputSettings& outputs, const std::string& resume, bool several) {
+    const std::pair<const char*, const std::string&> places[] = {
+        {"--output", outputs.lines},   {"--csv", outputs.csv},         {"--report", outputs.report},
+        {"--resume", resume},          {"--heatmap", outputs.heatmap}, {"--background", outputs.background},
+        {"--overlay", outputs.overlay}};
+    constexpr std::size_t firstFolder = 4;  // of several inputs, these are folders that may be one
+    std::map<std::filesystem::path, std::size_t> taken;
+    for (std::size_t i = 0; i < std::size(places); ++i) {
+        const auto& [name, path] = places[i];
+        const auto [other, isNew] = taken.try_emplace(std::filesystem::path(path).lexically_normal(), i);
+        if (!path.empty() && !isNew && !(several && other->second >= firstFolder)) {
+            throw Video::Failure(Video::Concern::Usage,
+                                 std::string(places[other->second].first) + " and " + name + " name the same file");
+        }
+    }
+}
+
+void MakeFolders(std::initializer_list<std::string> paths) {
+    for (const std::string& path : paths) {
+        if (!path.empty()) {
+            Video::MakeFolder(path);
+        }
+    }
+}
+
+int ScanOne(const std::string& input, const JobSettings& job, const OutputSettings& outputs, const RunSettings& run) {
+    Progress progress(StyleOf(run));
+    JobResult result;
+    try {
+        RunResults results(outputs, ScanLine(job.scan), {input}, false);
+        Teller teller(results, input, progress);
+        result = RunJob(job, input, "", teller);
+        if (result.health != Health::Unreadable && result.health != Health::Unwritten) {
+            results.Finish(input, result);
+            results.Keep();
+        }
+    } catch (const Video::Failure& failure) {
+        result.health = Health::Unwritten;
+        result.code = failure.Code();
+        result.trouble = failure.what();
+    }
+    progress.Clear();
+    if (!run.quiet || !result.trouble.empty()) {
+        PrintLastLine(Video::ShownName(input), ResultText(result));
+    }
+    return CodeOf(result);
+}
+
+int ScanMany(const InputList& list, JobSettings job, const OutputSettings& outputs, RunSettings run,
+             const std::string& version) {
+    if (job.scan.startTime && list.several) {
+        throw Video::Failure(Video::Concern::Usage, "--start-time wants a single input");
+    }
+    const int processors = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+    run.jobs = run.jobs > 0 ? run.jobs : processors;
+    job.decoderThreads = run.jobs == 1 ? 0 : std::max(1, processors / run.jobs);
+    std::vector<std::string> paths;
+    for (const Input& input : list.inputs) {
+        paths.push_back(input.path);
+    }
+    std::optional<RunState> state;
+    if (!run.resume.empty()) {
+        state.emplace(run.resume, version + "\n" + ResultSettings(job.scan, job.files));
+    }
+    MakeFolders({outputs.background, outputs.overlay});
+    RunResults results(outputs, ScanLine(job.scan), paths, true);
+    Progress progress(StyleOf(run));
+    const int code = Batch(job, run, list, results, state ? &*state : nullptr, progress).Run();
+    results.Keep();
+    return code;
+}
+
+}  // namespace
+
+int ScanInputs(const std::vector<std::string>& names, const ScanSettings& scan, const OutputSettings& outputs,
+               const RunSettings& run, const std::string& version) {
+    MakeFolders({outputs.thumbnails, outputs.clips});
+    const InputList list = FindInputs(names);
+    const bool several = list.several || !run.resume.empty();
+    RefuseSameFileTwice(outputs, run.resume, several);
+    const JobSettings job{.scan = scan, .files = FilesOf(outputs), .reconnect = run.reconnect};
+    return several ? ScanMany(list, job, outputs, run, version) : ScanOne(list.inputs.front().path, job, outputs, run);
+}
+
+}  // namespace Scan

@@ -1,0 +1,37 @@
+// What does the scan of one input need to know?
+#pragma once
+
+#include <string>
+
+#include "settings/OutputSettings.h"
+#include "settings/ScanSettings.h"
+
+namespace Scan {
+
+// What it makes beside its lines. Paths; empty: none.
+struct JobFiles {
+    std::string thumbnails;  // folder
+    std::string clips;       // folder
+    std::string background;  // file; of an input with a name, a folder
+    std::string overlay;     // likewise
+    std::string report;      // a page, which wants a picture of every event and where it moved; not written here
+    bool heatmap = false;    // a heat map wants to know where it moved
+};
+
+struct JobSettings {
+    ScanSettings scan = {};
+    JobFiles files = {};
+    double reconnect = 60;   // seconds for which a live source that breaks is tried again
+    int decoderThreads = 0;  // 0: one per processor
+};
+
+inline JobFiles FilesOf(const OutputSettings& outputs) {
+    return {.thumbnails = outputs.thumbnails,
+            .clips = outputs.clips,
+            .background = outputs.background,
+            .overlay = outputs.overlay,
+            .report = outputs.report,
+            .heatmap = !outputs.heatmap.empty()};
+}
+
+}  // namespace Scan
