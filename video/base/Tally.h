@@ -13,7 +13,7 @@ struct GroupTally {
     int groups = 0;     // 0: the input was not taken apart
     int decoded = 0;    // whole; of the others, the first picture only
     int tooLong = 0;    // decoded because of their length alone
-    Ticks longest = 0;  // from the start of a group to the start of the next one
+    Ticks longest = 0;  // from the start of a GOP to the start of the next one
 };
 
 // What a scan amounts to.

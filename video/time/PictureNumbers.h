@@ -15,7 +15,7 @@ namespace Video {
 // A picture's number in its input, counted from 0.
 struct PictureNumber {
     std::int64_t number = 0;
-    bool exact = true;  // no picture before it was damaged, left out or without a time
+    bool exact = true;  // no picture before it was damaged, skipped or without a time
 };
 
 class PictureNumbers {
@@ -28,7 +28,7 @@ public:
     // The next picture was shown at this time, later than the one before.
     void Count(Ticks time);
 
-    // From here on the count is lost: pictures were damaged, left out or without a time. Numbers of later times are what the
+    // From here on the count is lost: pictures were damaged, skipped or without a time. Numbers of later times are what the
     // nominal rate makes of them.
     void Lose() { _lost = true; }
 

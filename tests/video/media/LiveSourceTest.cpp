@@ -95,18 +95,18 @@ TEST_F(LiveSourceTest, AnotherConnectionComesWithItsHole) {
 }
 
 TEST_F(LiveSourceTest, WithoutAPictureForLongItIsGivenUp) {
-    const std::unique_ptr<LiveSource> source = Open({.reconnect = 0.6, .firstWait = oneSecond / 100});
+    const std::unique_ptr<LiveSource> source = Open({.reconnect = 2, .firstWait = oneSecond / 100});
+    std::filesystem::remove(In("clip.mkv"));  // what is open can be read to its end
     source->AwaitPicture();
     int packets = 0;
-    ReadAll(*source, packets, pictures);
-    std::filesystem::remove(In("clip.mkv"));
     ReadAll(*source, packets);
-    EXPECT_EQ(source->GaveUp().find("gave up after 1 s without a picture"), 0u) << source->GaveUp();
+    EXPECT_EQ(packets, pictures);
+    EXPECT_EQ(source->GaveUp().find("gave up after 2 s without a picture: "), 0u) << source->GaveUp();
     EXPECT_NE(source->GaveUp().find("No such file"), std::string::npos) << source->GaveUp();
     const std::optional<Gap> gap = source->OpenGap(oneSecond / 100);
     ASSERT_TRUE(gap);
     EXPECT_EQ(gap->start, oneSecond / 100);
-    EXPECT_GT(gap->end, oneSecond / 2);
+    EXPECT_GT(gap->end, oneSecond);
     EXPECT_NE(gap->reason.find("No such file"), std::string::npos) << gap->reason;
 }
 
