@@ -69,9 +69,9 @@ notice() { # NAME [SONAME]
 }
 change removed-function src/coreMD.map 's/ h36;//'
 notice removed-function
-change grown-record include/coreMD.h 's/^    float    minObjectHeight;/    float minObjectDepth;\n&/'
+change grown-record include/coreMD.h 's/^    float minObjectHeight;/    float minObjectDepth;\n&/'
 notice grown-record
-swap='/^    int32_t  width; /{s/width/height/;b};s/^    int32_t  height; /    int32_t  width; /'
+swap='/^    int32_t width; /{s/width/height/;b};s/^    int32_t height; /    int32_t width; /'
 change swapped-fields include/coreMD.h "$swap"
 notice swapped-fields
 widen='s/h35(DetectorHandle\* handle, int32_t value)/h35(DetectorHandle* handle, int64_t value)/'
