@@ -1,4 +1,4 @@
-// How is one block asked for all that is known of it?  Called by Explain through BlockProbe.h.
+// How is one block asked for all that is known of it?
 #include "ask/BlockProbe.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// How is an explanation worded?  Called by Explain through Explanation.h.
+// How is an explanation worded?
 #include "ask/Explanation.h"
 
 #include <algorithm>

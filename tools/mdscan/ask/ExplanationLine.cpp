@@ -1,4 +1,4 @@
-// How does an explanation look as JSON?  Called by Explain through Explanation.h.
+// How does an explanation look as JSON?
 #include "ask/Explanation.h"
 
 #include <nlohmann/json.hpp>

@@ -1,4 +1,4 @@
-// How are moments, places and rectangles read?  Called by Options through OptionValues.h.
+// How are moments, places and rectangles read?
 #include "command/OptionValues.h"
 
 #include <charconv>

@@ -1,5 +1,4 @@
-// What may an option's words look like that are not plain numbers?  Moments, places and rectangles in the picture; called
-// by Options.
+// What may an option's words look like that are not plain numbers?  Moments, places and rectangles in the picture.
 #pragma once
 
 #include <array>

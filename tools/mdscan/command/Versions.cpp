@@ -1,4 +1,4 @@
-// Where are versions asked for?  Called by main through Versions.h.
+// Where are versions asked for?
 #include "command/Versions.h"
 
 extern "C" {

@@ -1,4 +1,4 @@
-// Which versions are at work?  Those of the libraries that run, and of the headers where they differ; called by main.
+// Which versions are at work?  Those of the libraries that run, and of the headers where they differ.
 #pragma once
 
 #include <array>

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "results/TallyText.h"
+#include "settings/RunSettings.h"
 #include "video/base/Tally.h"
 
 namespace Scan {
@@ -16,6 +17,17 @@ TEST(Progress, ProgressTellsWhatIsLeft) {
     EXPECT_EQ(ProgressLine(0.25, 12, tally),
               R"({"type":"progress","done":0.25,"seconds":60.0,"elapsed":4.0,"speed":15.0,"left":12.0,"events":1})");
     EXPECT_NE(ProgressLine(0, -1, {}).find(R"("left":null)"), std::string::npos);
+}
+
+TEST(Progress, QuietIsStrongerThanAStyle) {
+    RunSettings settings;
+    settings.progress = "json";
+    EXPECT_EQ(StyleOf(settings), ProgressStyle::Json);
+    settings.quiet = true;
+    EXPECT_EQ(StyleOf(settings), ProgressStyle::None);
+    settings.quiet = false;
+    settings.progress = "none";
+    EXPECT_EQ(StyleOf(settings), ProgressStyle::None);
 }
 
 }  // namespace
