@@ -1,4 +1,4 @@
-// Which fields does a travelling result have?  Called by Worker and RunState through PackedResult.h.
+// Which fields does a travelling result have?
 #include "results/PackedResult.h"
 
 #include <stdexcept>

@@ -1,4 +1,4 @@
-// How does a result travel between processes and runs?  As one line of text; written by Worker and RunState, read by both.
+// How does a result travel between processes and runs?  As one line of text.
 #pragma once
 
 #include <string>

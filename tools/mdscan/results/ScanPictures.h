@@ -10,6 +10,8 @@
 
 namespace Scan {
 
+inline constexpr int widestEventPicture = 256;  // pixels
+
 struct EventPicture {
     int event;         // number within the input
     std::string jpeg;  // bytes of a file

@@ -1,4 +1,4 @@
-// How is a run with many inputs conducted?  Called by main through Batch.h.
+// How is a run with many inputs conducted?
 #include "run/Batch.h"
 
 #include <algorithm>
@@ -8,16 +8,16 @@
 
 #include <poll.h>
 
+#include "outputs/RunOutputs.h"
 #include "results/JobResult.h"
 #include "results/PictureLines.h"
 #include "results/Progress.h"
 #include "results/Records.h"
 #include "results/ScanPictures.h"
 #include "results/TallyText.h"
-#include "results/Spool.h"
 #include "run/Inputs.h"
-#include "run/RunResults.h"
 #include "run/RunState.h"
+#include "run/SpillFile.h"
 #include "run/Worker.h"
 #include "settings/JobSettings.h"
 #include "settings/RunSettings.h"
@@ -36,7 +36,7 @@ std::string Count(std::size_t count, const char* what) { return std::to_string(c
 
 }  // namespace
 
-Batch::Batch(const JobSettings& settings, const RunSettings& run, const InputList& list, RunResults& results,
+Batch::Batch(const JobSettings& settings, const RunSettings& run, const InputList& list, RunOutputs& results,
              RunState* state, Progress& progress)
     : _settings(settings),
       _quiet(run.quiet),
@@ -127,7 +127,7 @@ void Batch::Listen() {
             item.records.push_back(std::move(record));
         }
         for (const ScanPicture& picture : item.worker->TakePictures()) {
-            item.pictures.push_back(_spool.Add(LineOf(picture)));
+            item.pictures.push_back(_spillFile.Add(LineOf(picture)));
         }
         if (!goesOn) {
             const std::unique_ptr<Worker> worker = std::move(item.worker);
@@ -152,8 +152,8 @@ void Batch::Finish(Item& item, JobResult result) {
 
 FinishedInput Batch::FinishedOf(const Item& item, const JobResult& result) {
     FinishedInput finished{result, item.records};
-    for (const Spool::Place& place : item.pictures) {
-        finished.pictures.push_back(PictureOf(_spool.Get(place)));
+    for (const SpillFile::Place& place : item.pictures) {
+        finished.pictures.push_back(PictureOf(_spillFile.Get(place)));
     }
     return finished;
 }
@@ -202,7 +202,7 @@ void Batch::HandOn(Item& item) {
         return;
     }
     for (; item.shown < item.pictures.size(); ++item.shown) {
-        _results.Take(item.input.path, PictureOf(_spool.Get(item.pictures[item.shown])));
+        _results.Take(item.input.path, PictureOf(_spillFile.Get(item.pictures[item.shown])));
     }
     for (; item.told < item.records.size(); ++item.told) {
         _results.Take(item.input.path, item.records[item.told]);

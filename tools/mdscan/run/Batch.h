@@ -1,5 +1,5 @@
 // How are many inputs scanned in one run?  A few at a time, results in the order of the inputs, whatever is broken named in
-// the end; main makes one when the user names several inputs or wants to resume.
+// the end.
 #pragma once
 
 #include <chrono>
@@ -8,13 +8,13 @@
 #include <string>
 #include <vector>
 
+#include "outputs/RunOutputs.h"
 #include "results/JobResult.h"
 #include "results/Progress.h"
 #include "results/Records.h"
-#include "results/Spool.h"
 #include "run/Inputs.h"
-#include "run/RunResults.h"
 #include "run/RunState.h"
+#include "run/SpillFile.h"
 #include "run/Worker.h"
 #include "settings/JobSettings.h"
 #include "settings/RunSettings.h"
@@ -26,7 +26,7 @@ namespace Scan {
 class Batch {
 public:
     // run: with a number of jobs from 1. state: null, or what was finished before. All must outlive the batch.
-    Batch(const JobSettings& settings, const RunSettings& run, const InputList& list, RunResults& results, RunState* state,
+    Batch(const JobSettings& settings, const RunSettings& run, const InputList& list, RunOutputs& results, RunState* state,
           Progress& progress);
 
     // Returns the exit code; everything has been said by then. Throws Failure when a result cannot be written.
@@ -42,11 +42,11 @@ private:
         std::optional<JobResult> result;
         bool recalled = false;  // from the state, where its results are
         std::vector<Record> records;
-        std::size_t told = 0;                // of them
-        std::vector<Spool::Place> pictures;  // lines of them
-        std::size_t shown = 0;               // of them
-        bool isLive = false;                 // its records wait for nobody, and it takes nobody's place
-        bool isClosed = false;               // all is told
+        std::size_t told = 0;                    // of them
+        std::vector<SpillFile::Place> pictures;  // lines of them
+        std::size_t shown = 0;                   // of them
+        bool isLive = false;                     // its records wait for nobody, and it takes nobody's place
+        bool isClosed = false;                   // all is told
     };
 
     void Recall();
@@ -63,8 +63,8 @@ private:
     const JobSettings& _settings;
     const bool _quiet;
     const int _passedOver;
-    RunResults& _results;
-    Spool _spool;
+    RunOutputs& _results;
+    SpillFile _spillFile;
     RunState* _state;
     Progress& _progress;
     const std::chrono::steady_clock::time_point _begin = std::chrono::steady_clock::now();

@@ -1,4 +1,4 @@
-// How does one video become results?  Called by main and Worker through Job.h.
+// How does one video become results?
 #include "run/Job.h"
 
 #include <algorithm>
@@ -7,7 +7,6 @@
 #include <system_error>
 #include <utility>
 
-#include "results/HtmlPage.h"
 #include "results/JobResult.h"
 #include "results/Records.h"
 #include "results/ScanPictures.h"
@@ -219,7 +218,7 @@ void Job::TellEvent(const std::optional<Video::Event>& event) {
 }
 
 void Job::TellPicture() {
-    const std::string jpeg = Video::JpegOf(*_peak, widestPagePicture);
+    const std::string jpeg = Video::JpegOf(*_peak, widestEventPicture);
     if (jpeg.empty()) {
         throw Video::Failure(Video::Concern::Output,
                              "cannot write " + _files.report + ": FFmpeg cannot make a JPEG of a picture");

@@ -1,5 +1,4 @@
-// What moves in this one video?  Opens it, shows its pictures to the detector, tells a listener what was found. main runs
-// one for a single input, Worker one per input in a process of its own.
+// What moves in this one video?  Opens it, shows its pictures to the detector, tells a listener what was found.
 #pragma once
 
 #include <chrono>

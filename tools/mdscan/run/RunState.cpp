@@ -1,4 +1,4 @@
-// How is a state file read, trusted and extended?  Called by main, Batch and Worker through RunState.h.
+// How is a state file read, trusted and extended?
 #include "run/RunState.h"
 
 #include <algorithm>

@@ -1,5 +1,4 @@
-// Which inputs were finished by an earlier run, and with what results?  A file that grows by one line per finished input;
-// Batch asks before it scans and tells after.
+// Which inputs were finished by an earlier run, and with what results?  A file that grows by one line per finished input.
 //
 // A line is appended by one call. A run that is killed leaves whole lines, or at worst a last one that lacks its end: that
 // one is cut off and its input scanned again.

@@ -10,6 +10,7 @@
 #include <thread>
 #include <utility>
 
+#include "outputs/RunOutputs.h"
 #include "results/JobResult.h"
 #include "results/Progress.h"
 #include "results/Records.h"
@@ -19,9 +20,8 @@
 #include "run/Batch.h"
 #include "run/Inputs.h"
 #include "run/Job.h"
-#include "run/ResultSettings.h"
-#include "run/RunResults.h"
 #include "run/RunState.h"
+#include "run/SettingsFingerprint.h"
 #include "settings/JobSettings.h"
 #include "video/base/Failure.h"
 #include "video/base/LiveName.h"
@@ -35,7 +35,7 @@ namespace {
 // Hands on what the one scan finds.
 class Teller : public JobListener {
 public:
-    Teller(RunResults& results, const std::string& input, Progress& progress)
+    Teller(RunOutputs& results, const std::string& input, Progress& progress)
         : _results(results), _input(input), _progress(progress) {}
     void OnRecord(const Record& record) override {
         _progress.Clear();  // both may go to the same terminal
@@ -45,7 +45,7 @@ public:
     void OnPicture(double done, const Video::Tally& tally) override { _progress.Show(done, tally); }
 
 private:
-    RunResults& _results;
+    RunOutputs& _results;
     const std::string& _input;
     Progress& _progress;
 };
@@ -80,7 +80,7 @@ int ScanOne(const std::string& input, const JobSettings& job, const OutputSettin
     Progress progress(StyleOf(run));
     JobResult result;
     try {
-        RunResults results(outputs, ScanLine(job.scan), {input}, false);
+        RunOutputs results(outputs, ScanLine(job.scan), {input}, false);
         Teller teller(results, input, progress);
         result = RunJob(job, input, "", teller);
         if (result.health != Health::Unreadable && result.health != Health::Unwritten) {
@@ -113,10 +113,10 @@ int ScanMany(const InputList& list, JobSettings job, const OutputSettings& outpu
     }
     std::optional<RunState> state;
     if (!run.resume.empty()) {
-        state.emplace(run.resume, version + "\n" + ResultSettings(job.scan, job.files));
+        state.emplace(run.resume, version + "\n" + SettingsFingerprint(job.scan, job.files));
     }
     MakeFolders({outputs.background, outputs.overlay});
-    RunResults results(outputs, ScanLine(job.scan), paths, true);
+    RunOutputs results(outputs, ScanLine(job.scan), paths, true);
     Progress progress(StyleOf(run));
     const int code = Batch(job, run, list, results, state ? &*state : nullptr, progress).Run();
     results.Keep();

@@ -1,4 +1,4 @@
-// What do parent and child say to each other?  Called by Batch through Worker.h.
+// What do parent and child say to each other?
 //
 // The child writes messages into a pipe, one a line: L and a record, A and a picture, V that the input is a live
 // source, P and numbers on its progress, E and its packed result. A child that dies sends no E.
@@ -19,9 +19,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "results/PackedResult.h"
 #include "results/JobResult.h"
 #include "results/JsonLines.h"
+#include "results/PackedResult.h"
+#include "results/PackedResult.h"
 #include "results/PictureLines.h"
 #include "results/Records.h"
 #include "results/ScanPictures.h"

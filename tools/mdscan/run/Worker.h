@@ -1,5 +1,5 @@
 // How is one input scanned beside others?  In a process of its own, so that whatever a broken file does to a decoder, the
-// run goes on; Batch keeps a few at work.
+// run goes on.
 #pragma once
 
 #include <optional>

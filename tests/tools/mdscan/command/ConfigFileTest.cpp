@@ -12,7 +12,7 @@
 
 #include "ScanFixture.h"
 #include "command/Options.h"
-#include "run/ResultSettings.h"
+#include "run/SettingsFingerprint.h"
 #include "settings/JobSettings.h"
 
 namespace Scan {
@@ -39,7 +39,7 @@ protected:
 };
 
 std::string SettingsOf(const Parsed& parsed) {
-    return ResultSettings(parsed.options->scan, FilesOf(parsed.options->outputs));
+    return SettingsFingerprint(parsed.options->scan, FilesOf(parsed.options->outputs));
 }
 
 std::string Template() { return ParseOptions({"--write-config"}, "").text; }

@@ -1,5 +1,5 @@
-// How is a path made an address?  Called by HtmlPage through PageLink.h.
-#include "results/PageLink.h"
+// How is a path made an address?
+#include "outputs/PageLink.h"
 
 #include <filesystem>
 

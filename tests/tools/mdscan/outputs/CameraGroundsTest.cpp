@@ -1,5 +1,5 @@
 // Which inputs belong together, and what are their pictures called?
-#include "results/Camera.h"
+#include "outputs/CameraGrounds.h"
 
 #include <gtest/gtest.h>
 
@@ -12,19 +12,19 @@
 namespace Scan {
 namespace {
 
-TEST(Camera, AFilesCameraIsItsFolder) {
+TEST(CameraGrounds, AFilesCameraIsItsFolder) {
     EXPECT_EQ(CameraOf("recordings/gate/1.mp4"), "recordings/gate");
     EXPECT_EQ(CameraOf("1.mp4"), ".");
     EXPECT_EQ(CameraOf("/1.mp4"), "/");
 }
 
-TEST(Camera, WhateverIsNoFileIsACameraOfItsOwn) {
+TEST(CameraGrounds, WhateverIsNoFileIsACameraOfItsOwn) {
     EXPECT_EQ(CameraOf("-"), "-");
     EXPECT_EQ(CameraOf("rtsp://camera/stream"), "rtsp://camera/stream");
     EXPECT_EQ(CameraOf("/dev/null"), "/dev/null");
 }
 
-TEST(Camera, PicturesAreNamedAfterTheFolder) {
+TEST(CameraGrounds, PicturesAreNamedAfterTheFolder) {
     EXPECT_EQ(PictureNames({"a/gate", "a/yard"}), (std::vector<std::string>{"gate.png", "yard.png"}));
     EXPECT_EQ(PictureNames({"a/gate/", "-", "/"}), (std::vector<std::string>{"gate.png", "stdin.png", "root.png"}));
     const std::vector<std::string> names = PictureNames({"a/gate", "b/gate", "b/yard"});
@@ -39,7 +39,7 @@ TEST(Camera, PicturesAreNamedAfterTheFolder) {
     }
 }
 
-TEST(Camera, GroundsOfOneCameraAddUp) {
+TEST(CameraGrounds, GroundsOfOneCameraAddUp) {
     CameraGrounds cameras;
     const Video::HeatMap heat{.grid = {4, 2, 2, 2, 1}, .counts = {1, 2}};
     cameras.Add("gate", {heat, {2, 1, {1, 1, 1, 2, 2, 2}}});

@@ -10,6 +10,6 @@
 namespace Scan {
 
 // One line.
-std::string ResultSettings(const ScanSettings& scan, const JobFiles& files);
+std::string SettingsFingerprint(const ScanSettings& scan, const JobFiles& files);
 
 }  // namespace Scan

@@ -1,10 +1,10 @@
 // How are results handed on?
-#include "run/RunResults.h"
+#include "outputs/RunOutputs.h"
 
 #include <filesystem>
 #include <variant>
 
-#include "results/Camera.h"
+#include "outputs/CameraGrounds.h"
 #include "results/JobResult.h"
 #include "results/Records.h"
 #include "results/ScanPictures.h"
@@ -19,7 +19,7 @@ namespace Scan {
 
 namespace fs = std::filesystem;
 
-RunResults::RunResults(const OutputSettings& outputs, const std::string& scan, const std::vector<std::string>& inputs,
+RunOutputs::RunOutputs(const OutputSettings& outputs, const std::string& scan, const std::vector<std::string>& inputs,
                        bool several)
     : _heatFolder(several ? outputs.heatmap : ""), _inputs(inputs), _several(several), _lines(outputs.lines, inputs) {
     if (!outputs.csv.empty()) {
@@ -36,7 +36,7 @@ RunResults::RunResults(const OutputSettings& outputs, const std::string& scan, c
     _lines.Begin(scan);
 }
 
-void RunResults::Take(const std::string& input, const Record& record) {
+void RunOutputs::Take(const std::string& input, const Record& record) {
     _lines.Take(record);
     if (_table) {
         _table->Take(Video::ShownName(input), record);
@@ -46,7 +46,7 @@ void RunResults::Take(const std::string& input, const Record& record) {
     }
 }
 
-void RunResults::Take(const std::string& input, const ScanPicture& picture) {
+void RunOutputs::Take(const std::string& input, const ScanPicture& picture) {
     if (const auto* ground = std::get_if<GroundPicture>(&picture)) {
         _cameras.Add(CameraOf(Video::ShownName(input)), *ground);
     } else if (_page) {
@@ -54,7 +54,7 @@ void RunResults::Take(const std::string& input, const ScanPicture& picture) {
     }
 }
 
-void RunResults::Finish(const std::string& input, const JobResult& result) {
+void RunOutputs::Finish(const std::string& input, const JobResult& result) {
     if (_several) {
         _lines.Finish(Video::ShownName(input), result);
     }
@@ -63,7 +63,7 @@ void RunResults::Finish(const std::string& input, const JobResult& result) {
     }
 }
 
-void RunResults::KeepHeat() {
+void RunOutputs::KeepHeat() {
     if (_heat && !_cameras.All().empty()) {
         const GroundPicture& ground = _cameras.All().begin()->second;
         Video::WritePng(Video::HeatPicture(ground.heat, ground.background), *_heat);
@@ -85,7 +85,7 @@ void RunResults::KeepHeat() {
     }
 }
 
-void RunResults::Keep() {
+void RunOutputs::Keep() {
     KeepHeat();
     if (_page) {
         _page->Keep(_cameras);

@@ -1,5 +1,5 @@
 // How are the settings of a result written down?
-#include "run/ResultSettings.h"
+#include "run/SettingsFingerprint.h"
 
 #include <cstdint>
 #include <sstream>
@@ -10,7 +10,7 @@
 
 namespace Scan {
 
-std::string ResultSettings(const ScanSettings& scan, const JobFiles& files) {
+std::string SettingsFingerprint(const ScanSettings& scan, const JobFiles& files) {
     std::ostringstream text;
     text.precision(17);
     text << "rate " << scan.rate << " fast " << scan.fast << " block " << scan.blockSize << " shadows " << scan.shadows

@@ -1,5 +1,5 @@
 // Do table, heat maps and page hold the same whatever happens to a run, and appear whole or not at all?
-#include "run/RunResults.h"
+#include "outputs/RunOutputs.h"
 
 #include <gtest/gtest.h>
 
@@ -17,7 +17,7 @@ namespace {
 namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
 
-class RunResultsTest : public ScanFixture {
+class RunOutputsTest : public ScanFixture {
 protected:
     // Three recordings of two cameras, and one that is none.
     void MakeFolder() const {
@@ -46,7 +46,7 @@ protected:
     }
 };
 
-TEST_F(RunResultsTest, AreTheSameForEveryRun) {
+TEST_F(RunOutputsTest, AreTheSameForEveryRun) {
     MakeFolder();
     EXPECT_EQ(Mdscan(Arguments("plain", {"--resume", In("state")})).code, 1);
     EXPECT_EQ(Mdscan(Arguments("wide", {"-j", "3"})).code, 1);
@@ -66,7 +66,7 @@ TEST_F(RunResultsTest, AreTheSameForEveryRun) {
     EXPECT_NE(table.find("/yard/=1,\"\"2\"\".avi\",1,"), std::string::npos) << table;
 }
 
-TEST_F(RunResultsTest, ASingleInputHasOneHeatMap) {
+TEST_F(RunOutputsTest, ASingleInputHasOneHeatMap) {
     const std::string clip = RawClip({.width = 160, .height = 120, .seconds = 6, .from = 3, .until = 5});
     const Outcome run = Mdscan({"--csv", In("t.csv"), "--report", In("p.html"), "--heatmap", In("h.png"), clip});
     EXPECT_EQ(run.code, 0) << run.err;
@@ -79,7 +79,7 @@ TEST_F(RunResultsTest, ASingleInputHasOneHeatMap) {
     EXPECT_NE(Read("t.csv").find("\r\n" + clip + ",1,"), std::string::npos) << "rows name the file always";
 }
 
-TEST_F(RunResultsTest, AppearWholeOrNotAtAll) {
+TEST_F(RunOutputsTest, AppearWholeOrNotAtAll) {
     MakeFolder();
     const Outcome full = Mdscan(Arguments("full", {}), {.largestFile = 12'000});
     EXPECT_EQ(full.code, 1);
@@ -90,7 +90,7 @@ TEST_F(RunResultsTest, AppearWholeOrNotAtAll) {
     }
 }
 
-TEST_F(RunResultsTest, ImpossiblePlacesAreKnownBeforeTheScan) {
+TEST_F(RunOutputsTest, ImpossiblePlacesAreKnownBeforeTheScan) {
     const std::string clip = RawClip({.seconds = 1});
     for (const char* option : {"--csv", "--report", "--heatmap"}) {
         const Outcome nowhere = Mdscan({option, In("missing/file"), clip});

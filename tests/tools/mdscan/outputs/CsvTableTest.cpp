@@ -1,5 +1,5 @@
 // Does a reader of RFC 4180 get back what an event's record says, and no spreadsheet a formula?
-#include "results/CsvTable.h"
+#include "outputs/CsvTable.h"
 
 #include <gtest/gtest.h>
 

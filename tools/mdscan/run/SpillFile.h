@@ -1,5 +1,4 @@
-// Where do large texts wait until it is their turn?  In a nameless temporary file, so that memory does not grow; Batch keeps
-// what belongs to inputs further down the list.
+// Where do large texts wait until it is their turn?  In a nameless temporary file, so that memory does not grow.
 #pragma once
 
 #include <cstddef>
@@ -8,17 +7,17 @@
 
 namespace Scan {
 
-class Spool {
+class SpillFile {
 public:
     struct Place {
         long offset;       // bytes
         std::size_t size;  // bytes
     };
 
-    Spool() = default;
-    ~Spool();
-    Spool(const Spool&) = delete;
-    Spool& operator=(const Spool&) = delete;
+    SpillFile() = default;
+    ~SpillFile();
+    SpillFile(const SpillFile&) = delete;
+    SpillFile& operator=(const SpillFile&) = delete;
 
     // Both throw Failure.
     Place Add(const std::string& text);

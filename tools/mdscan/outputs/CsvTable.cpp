@@ -1,5 +1,5 @@
 // Which columns has the table, and how are cells quoted?
-#include "results/CsvTable.h"
+#include "outputs/CsvTable.h"
 
 #include <array>
 #include <cstring>

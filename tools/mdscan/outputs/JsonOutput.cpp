@@ -1,5 +1,5 @@
 // How are lines of results written?
-#include "results/ResultLines.h"
+#include "outputs/JsonOutput.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -12,13 +12,13 @@
 
 namespace Scan {
 
-ResultLines::ResultLines(const std::string& path, const std::vector<std::string>& inputs) {
+JsonOutput::JsonOutput(const std::string& path, const std::vector<std::string>& inputs) {
     if (!path.empty()) {
         _text.emplace(path, inputs);
     }
 }
 
-void ResultLines::Print(const std::string& line) {
+void JsonOutput::Print(const std::string& line) {
     if (_text) {
         _text->Write(line + "\n");
     } else if (std::printf("%s\n", line.c_str()) < 0 || std::fflush(stdout) != 0) {
@@ -26,13 +26,13 @@ void ResultLines::Print(const std::string& line) {
     }
 }
 
-void ResultLines::Begin(const std::string& scan) { Print(scan); }
+void JsonOutput::Begin(const std::string& scan) { Print(scan); }
 
-void ResultLines::Take(const Record& record) { Print(LineOf(record)); }
+void JsonOutput::Take(const Record& record) { Print(LineOf(record)); }
 
-void ResultLines::Finish(const std::string& file, const JobResult& result) { Print(FileLine(file, result)); }
+void JsonOutput::Finish(const std::string& file, const JobResult& result) { Print(FileLine(file, result)); }
 
-void ResultLines::Keep() {
+void JsonOutput::Keep() {
     if (_text) {
         _text->Keep();
     }

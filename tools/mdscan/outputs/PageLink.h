@@ -1,5 +1,4 @@
-// How does a page point at a file?  By a relative address, so that a folder with page and recordings can be moved. Used by
-// HtmlPage.
+// How does a page point at a file?  By a relative address, so that a folder with page and recordings can be moved.
 #pragma once
 
 #include <string>

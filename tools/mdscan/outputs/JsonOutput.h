@@ -11,10 +11,10 @@
 
 namespace Scan {
 
-class ResultLines {
+class JsonOutput {
 public:
     // path: empty for standard output. inputs: files that must not be replaced. Throws Failure.
-    ResultLines(const std::string& path, const std::vector<std::string>& inputs);
+    JsonOutput(const std::string& path, const std::vector<std::string>& inputs);
 
     // On standard output each is there at once. Throw Failure.
     void Begin(const std::string& scan);  // the first line

@@ -1,5 +1,5 @@
 // Does every address lead from the page to its file, and is it never anything else than a path?
-#include "results/PageLink.h"
+#include "outputs/PageLink.h"
 
 #include <gtest/gtest.h>
 

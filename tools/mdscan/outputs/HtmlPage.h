@@ -12,15 +12,13 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include "results/Camera.h"
+#include "outputs/CameraGrounds.h"
 #include "results/JobResult.h"
 #include "results/Records.h"
 #include "results/ScanPictures.h"
 #include "video/files/AtomicText.h"
 
 namespace Scan {
-
-inline constexpr int widestPagePicture = 256;  // pixels; of an event
 
 class HtmlPage {
 public:

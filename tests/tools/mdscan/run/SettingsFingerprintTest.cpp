@@ -1,5 +1,5 @@
 // Does a state made before still say what was asked for?
-#include "run/ResultSettings.h"
+#include "run/SettingsFingerprint.h"
 
 #include <gtest/gtest.h>
 
@@ -13,9 +13,9 @@ namespace Scan {
 namespace {
 
 // Stored in states: with another text, every state is refused.
-TEST(ResultSettings, KeepTheirText) {
+TEST(SettingsFingerprint, KeepTheirText) {
     EXPECT_EQ(
-        ResultSettings({}, {}),
+        SettingsFingerprint({}, {}),
         "rate 6 fast 0 block 0 shadows 0 min-size 0.029999999999999999 merge-gap 2 min-duration 0.5 frames 0 rolls 0 0 "
         "min-blocks 1 track 0 thumbnails \"\" clips \"\" background \"\" overlay \"\" heatmap 0 report 0");
     ScanSettings scan;
@@ -29,7 +29,7 @@ TEST(ResultSettings, KeepTheirText) {
                                  .clips = "b",
                                  .background = "c",
                                  .overlay = "d"};
-    const std::string all = ResultSettings(scan, FilesOf(outputs));
+    const std::string all = SettingsFingerprint(scan, FilesOf(outputs));
     EXPECT_EQ(
         all.substr(all.find(" thumbnails")),
         " thumbnails \"a\" clips \"b\" background \"c\" overlay \"d\" heatmap 1 report 1 start-time 17 zone \"gate\" 0 "
@@ -37,12 +37,12 @@ TEST(ResultSettings, KeepTheirText) {
 }
 
 // Results go into them as they come; which file it is decides nothing about an input.
-TEST(ResultSettings, LeaveOutWhereARunWrites) {
+TEST(SettingsFingerprint, LeaveOutWhereARunWrites) {
     OutputSettings one, other;
     one.lines = one.csv = one.report = one.heatmap = "one";
     other.lines = other.csv = other.report = other.heatmap = "other";
-    EXPECT_EQ(ResultSettings({}, FilesOf(one)), ResultSettings({}, FilesOf(other)));
-    EXPECT_NE(ResultSettings({}, FilesOf(one)), ResultSettings({}, FilesOf(OutputSettings{})));
+    EXPECT_EQ(SettingsFingerprint({}, FilesOf(one)), SettingsFingerprint({}, FilesOf(other)));
+    EXPECT_NE(SettingsFingerprint({}, FilesOf(one)), SettingsFingerprint({}, FilesOf(OutputSettings{})));
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// How are inputs grouped by camera?  Called by RunResults and HtmlPage through Camera.h.
-#include "results/Camera.h"
+// How are inputs grouped by camera?
+#include "outputs/CameraGrounds.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -1,5 +1,5 @@
 // Is the page whole, does it hold what came, and can no name break out of its data?
-#include "results/HtmlPage.h"
+#include "outputs/HtmlPage.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "FolderFixture.h"
-#include "results/Camera.h"
+#include "outputs/CameraGrounds.h"
 #include "results/JobResult.h"
 #include "results/Records.h"
 #include "video/base/Clip.h"

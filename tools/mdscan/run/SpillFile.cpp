@@ -1,5 +1,5 @@
-// How is a text put aside?  Called by Batch through Spool.h.
-#include "results/Spool.h"
+// How is a text put aside?
+#include "run/SpillFile.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -12,19 +12,19 @@
 
 namespace Scan {
 
-Spool::~Spool() {
+SpillFile::~SpillFile() {
     if (_file) {
         std::fclose(_file);
     }
 }
 
-void Spool::Check(bool good) const {
+void SpillFile::Check(bool good) const {
     if (!good) {
         throw Video::Failure(Video::Concern::System, std::string("cannot use a temporary file: ") + std::strerror(errno));
     }
 }
 
-Spool::Place Spool::Add(const std::string& text) {
+SpillFile::Place SpillFile::Add(const std::string& text) {
     if (!_file) {
         _file = std::tmpfile();
         Check(_file != nullptr);
@@ -39,7 +39,7 @@ Spool::Place Spool::Add(const std::string& text) {
     return place;
 }
 
-std::string Spool::Get(const Place& place) {
+std::string SpillFile::Get(const Place& place) {
     std::string text(place.size, '\0');
     for (std::size_t done = 0; done < text.size();) {
         const ssize_t got =

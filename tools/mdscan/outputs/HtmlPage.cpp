@@ -1,5 +1,5 @@
 // What is written into the page, in which order?  The page's own parts, in web/, are compiled in by way of PageText.h.
-#include "results/HtmlPage.h"
+#include "outputs/HtmlPage.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,11 +11,11 @@
 
 #include <nlohmann/json.hpp>
 
-#include "results/Camera.h"
+#include "outputs/CameraGrounds.h"
+#include "outputs/PageLink.h"
+#include "outputs/PageText.h"
 #include "results/JobResult.h"
 #include "results/JsonLines.h"
-#include "results/PageLink.h"
-#include "results/PageText.h"
 #include "results/PictureLines.h"
 #include "results/RecordJson.h"
 #include "results/Records.h"

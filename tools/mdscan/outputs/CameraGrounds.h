@@ -1,5 +1,5 @@
-// Which inputs show the same place?  Recorders keep a folder per camera: a file's camera is the folder that holds it,
-// anything else is a camera of its own. Used for heat maps and pages.
+// Which inputs show the same place, and what was learned of it?  Recorders keep a folder per camera: a file's camera is the
+// folder that holds it, anything else is a camera of its own.
 #pragma once
 
 #include <map>
