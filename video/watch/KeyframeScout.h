@@ -42,7 +42,7 @@ private:
         int falls;   // of the file's times before this one
         Ticks time;  // ticks of the file
 
-        auto operator<=>(const Place&) const = default;
+        auto operator<=>(const Place&) const = default;  // NOLINT(modernize-use-nullptr): the 0 of <=>
     };
 
     class Axis {
