@@ -9,8 +9,8 @@
 namespace Video {
 
 // What became of the GOPs of an input.
-struct GroupTally {
-    int groups = 0;     // 0: the input was not taken apart
+struct GopTally {
+    int gops = 0;       // 0: the input was not taken apart
     int decoded = 0;    // whole; of the others, the first picture only
     int tooLong = 0;    // decoded because of their length alone
     Ticks longest = 0;  // from the start of a GOP to the start of the next one
@@ -26,7 +26,7 @@ struct Tally {
     int dropped = 0;                  // too short
     int gaps = 0;                     // of a live source
     std::int64_t droppedPackets = 0;  // of a live source, because the scan was too slow
-    GroupTally groups = {};           // with --fast
+    GopTally gops = {};               // with --fast
     PictureGrid grid = {};            // of the last picture analysed
 };
 

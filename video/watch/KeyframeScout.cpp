@@ -71,7 +71,7 @@ FramePointer KeyframeScout::At(Ticks time) {
             _keys.pop_front();
         }
     }
-    ++_tally.groups;
+    ++_tally.gops;
     ++_tally.decoded;
     // The last one, one whose first picture is damaged, or one behind which time begins anew: how long it is, nobody knows.
     if (_keys.size() < 2 || _keys[0].place != asked || _keys[1].place.falls != asked.falls) {

@@ -34,7 +34,7 @@ public:
     // As StandIn says. Times must be those of the GOPs' first pictures, in order. May throw Failure.
     FramePointer At(Ticks time);
 
-    const GroupTally& Groups() const { return _tally; }
+    const GopTally& Gops() const { return _tally; }
 
 private:
     // A time of the file, told apart from equal ones before and after joined recordings. In order.
@@ -80,7 +80,7 @@ private:
     Axis _ofKeys;
     Axis _ofQuestions;      // times asked for
     std::deque<Key> _keys;  // from the GOP asked for on
-    GroupTally _tally;
+    GopTally _tally;
 };
 
 }  // namespace Video

@@ -44,11 +44,11 @@ std::string FileLine(const std::string& file, const JobResult& result) {
     line["pictures"] = result.tally.pictures;
     line["seconds"] = Video::PrintedSeconds(result.tally.length);
     line["analysed"] = result.tally.analysed;
-    if (result.tally.groups.groups > 0) {
-        line["groups"] = result.tally.groups.groups;
-        line["groups_decoded"] = result.tally.groups.decoded;
-        line["groups_too_long"] = result.tally.groups.tooLong;
-        line["longest_group"] = Video::PrintedSeconds(result.tally.groups.longest);
+    if (result.tally.gops.gops > 0) {
+        line["groups"] = result.tally.gops.gops;
+        line["groups_decoded"] = result.tally.gops.decoded;
+        line["groups_too_long"] = result.tally.gops.tooLong;
+        line["longest_group"] = Video::PrintedSeconds(result.tally.gops.longest);
     }
     line["events"] = result.tally.events;
     return Dumped(line);

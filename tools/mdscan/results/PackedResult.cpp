@@ -30,7 +30,7 @@ std::string Packed(const JobResult& result) {
                    {"dropped", tally.dropped},
                    {"gaps", tally.gaps},
                    {"droppedPackets", tally.droppedPackets},
-                   {"groups", {tally.groups.groups, tally.groups.decoded, tally.groups.tooLong, tally.groups.longest}},
+                   {"groups", {tally.gops.gops, tally.gops.decoded, tally.gops.tooLong, tally.gops.longest}},
                    {"grid", {grid.pictureWidth, grid.pictureHeight, grid.blockSize, grid.columns, grid.rows}}};
     if (result.clock) {
         packed["clock"] = {result.clock->at, static_cast<int>(result.clock->source)};
@@ -65,8 +65,8 @@ JobResult Unpacked(const std::string& text) {
                       .dropped = number("dropped"),
                       .gaps = number("gaps"),
                       .droppedPackets = packed.at("droppedPackets").get<std::int64_t>(),
-                      .groups = {packed.at("groups").at(0).get<int>(), packed.at("groups").at(1).get<int>(),
-                                 packed.at("groups").at(2).get<int>(), packed.at("groups").at(3).get<Video::Ticks>()},
+                      .gops = {packed.at("groups").at(0).get<int>(), packed.at("groups").at(1).get<int>(),
+                               packed.at("groups").at(2).get<int>(), packed.at("groups").at(3).get<Video::Ticks>()},
                       .grid = {side(0), side(1), side(2), side(3), side(4)}},
             .clock = clock};
 }

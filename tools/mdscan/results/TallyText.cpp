@@ -36,11 +36,11 @@ std::string TallyText(const Video::Tally& tally) {
     if (tally.analysed > 0) {
         text += Text(" on %dx%d blocks of %d pixels", tally.grid.columns, tally.grid.rows, tally.grid.blockSize);
     }
-    if (tally.groups.groups > 0) {
-        text += Text("; decoded %d of %d groups", tally.groups.decoded, tally.groups.groups);
-        if (tally.groups.tooLong > 0) {
-            text += Text(", %d because keyframes lie up to %.1f s apart", tally.groups.tooLong,
-                         Video::ToSeconds(tally.groups.longest));
+    if (tally.gops.gops > 0) {
+        text += Text("; decoded %d of %d groups", tally.gops.decoded, tally.gops.gops);
+        if (tally.gops.tooLong > 0) {
+            text += Text(", %d because keyframes lie up to %.1f s apart", tally.gops.tooLong,
+                         Video::ToSeconds(tally.gops.longest));
         }
     }
     text += Text("; %d event%s", tally.events, tally.events == 1 ? "" : "s");

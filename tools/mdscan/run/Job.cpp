@@ -269,7 +269,7 @@ Video::Tally Job::Sum() const {
     tally.pictures = _decoder.Pictures();
     tally.analysed = _analysed;
     tally.length = tally.pictures > 0 ? _decoder.Time() + _decoder.NominalInterval() : 0;
-    tally.groups = _scout ? _scout->Groups() : Video::GroupTally{};
+    tally.gops = _scout ? _scout->Gops() : Video::GopTally{};
     tally.elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - _begin).count();
     tally.events = _events.Count();
     tally.dropped = _events.Dropped();
