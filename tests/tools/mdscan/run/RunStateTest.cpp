@@ -118,6 +118,30 @@ TEST_F(RunStateTest, ADamagedLineIsNamed) {
     }
 }
 
+TEST_F(RunStateTest, ARecordThatIsNoneIsDamage) {
+    Fill();
+    const std::string whole = Read("state"), why = R"(\"reason\":\"why\")";
+    ASSERT_NE(whole.find(why), std::string::npos);
+    Write("state", std::string(whole).replace(whole.rfind(why), why.size(), R"(\"reason\":7)"));
+    try {
+        RunState state(In("state"), "run");
+        FAIL() << "accepted";
+    } catch (const Video::Failure& failure) {
+        EXPECT_NE(std::string(failure.what()).find("line 3 is damaged"), std::string::npos) << failure.what();
+    }
+}
+
+TEST_F(RunStateTest, APictureThatIsNoneIsDamage) {
+    Fill();
+    const std::string whole = Read("state"), jpeg = R"(\"jpeg\":\")";
+    ASSERT_NE(whole.find(jpeg), std::string::npos);
+    Write("state", std::string(whole).insert(whole.find(jpeg) + jpeg.size(), "*"));
+    const RunState state(In("state"), "run");
+    ASSERT_TRUE(state.Find(In("one")));
+    EXPECT_THROW(state.Read(In("one")), Video::Failure);
+    EXPECT_NO_THROW(state.Read(In("two\xff%")));
+}
+
 TEST_F(RunStateTest, AStateInUseIsRefused) {
     const RunState state(In("state"), "run");
     EXPECT_EQ(Refusal(), Video::exitFailed);
