@@ -47,7 +47,7 @@ std::string WordOf(const Setting& setting, const std::string& path) {
            "unknown name \"" + setting.name + "\", mdscan --write-config lists those known");
     const bool isSwitch = setting.value == "true" || setting.value == "false";
     expect(option->get_expected_min() > 0 || isSwitch, setting.name + " must be true or false, not " + setting.value);
-    const std::string word = "--" + setting.name + "=" + setting.value;
+    std::string word = "--" + setting.name + "=" + setting.value;
     try {
         Parse(app, {word, "-"});
     } catch (const CLI::ParseError& error) {
