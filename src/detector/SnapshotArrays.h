@@ -13,6 +13,8 @@ struct SnapshotArray {
     T* BackgroundStorage::*saved;
     T* MotionDetector::*live;
 };
+template <class T>
+SnapshotArray(T* BackgroundStorage::*, T* MotionDetector::*) -> SnapshotArray<T>;  // clang 14 does not deduce aggregates
 
 inline constexpr std::tuple snapshotArrays{
     SnapshotArray{&BackgroundStorage::_sampleValue, &MotionDetector::_sampleValue},
