@@ -166,10 +166,10 @@ void MotionDetector::BuildCurrentMovingObject(int& processed, int& count, int la
 
 // Deliberate: _zoneResultMap keeps what it holds at the blocks of a dropped object (ZonesTest, SmallObjectKeepsZoneMap).
 void MotionDetector::RemoveSmallObjects(MDZone* zone) {
-    MD_DETECTOR_ASSERT(zone, __PRETTY_FUNCTION__);
+    MD_DETECTOR_ASSERT(zone, Kernels::removeSmallObjects);
     if (zone->minObjectWidth == 0.0f && zone->minObjectHeight == 0.0f) return;
-    MD_DETECTOR_ASSERT(zone->pixelMapWidth == blockCountX, __PRETTY_FUNCTION__);
-    MD_DETECTOR_ASSERT(zone->pixelMapHeight == blockCountY, __PRETTY_FUNCTION__);
+    MD_DETECTOR_ASSERT(zone->pixelMapWidth == blockCountX, Kernels::removeSmallObjects);
+    MD_DETECTOR_ASSERT(zone->pixelMapHeight == blockCountY, Kernels::removeSmallObjects);
 
     int lowestRemoved = _zonePool._busyList._objectsCount;
     int index = lowestRemoved - 1;
@@ -181,8 +181,8 @@ void MotionDetector::RemoveSmallObjects(MDZone* zone) {
             const int mOBlocksCount = object->objectPixelsCount;
             const short* const curObjMotionBlocksX = object->motionX;
             const short* const curObjMotionBlocksY = object->motionY;
-            MD_DETECTOR_ASSERT(mOBlocksCount > 0 && mOBlocksCount < blockCount, __PRETTY_FUNCTION__);
-            MD_DETECTOR_ASSERT(curObjMotionBlocksX && curObjMotionBlocksY, __PRETTY_FUNCTION__);
+            MD_DETECTOR_ASSERT(mOBlocksCount > 0 && mOBlocksCount < blockCount, Kernels::removeSmallObjects);
+            MD_DETECTOR_ASSERT(curObjMotionBlocksX && curObjMotionBlocksY, Kernels::removeSmallObjects);
             Kernels::RelabelObject(BlocksOf(*object), _objectsMap, 0, BlockGrid());
             _zonePool.RemoveFromBusy(object);
             lowestRemoved = index;
@@ -211,10 +211,10 @@ void MotionDetector::ResolveMotionObjects(int count) {
             const short value = static_cast<short>(_objectsMap[static_cast<std::ptrdiff_t>(y) * blockCountX + x]);
             if (value == 0) continue;
             const short* const ptr = &value;
-            MD_DETECTOR_ASSERT(*ptr > 0, __PRETTY_FUNCTION__);
+            MD_DETECTOR_ASSERT(*ptr > 0, Kernels::resolveObjects);
             if (value != currLabel) curr = pool._busyList.GetByIndex(static_cast<short>(value - 1));
             currLabel = value;
-            MD_DETECTOR_ASSERT(curr, __PRETTY_FUNCTION__);
+            MD_DETECTOR_ASSERT(curr, Kernels::resolveObjects);
             curr->AddPixel(x, y);
         }
     }

@@ -5,9 +5,9 @@
 #include <memory>
 
 #include "coreMD.h"
+#include "utils/CellBox.h"
 #include "utils/Visibility.h"
 #include "zones/CellArena.h"
-#include "utils/CellBox.h"
 
 namespace MD {
 

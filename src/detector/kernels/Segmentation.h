@@ -11,9 +11,11 @@ namespace MD::Kernels {
 
 inline constexpr std::uint16_t unassignedBlock = 65535;
 
-// Broken conditions are reported as those of the operation that asked.
+// Broken conditions are reported as those of the operation that asked, in the same words whatever the compiler.
 inline constexpr char processOneZone[] = "void MD::MotionDetector::ProcessOneZone()";
 inline constexpr char buildObject[] = "void MD::MotionDetector::BuildCurrentMovingObject(int&, int&, int)";
+inline constexpr char removeSmallObjects[] = "void MD::MotionDetector::RemoveSmallObjects(MD::MDZone*)";
+inline constexpr char resolveObjects[] = "void MD::MotionDetector::ResolveMotionObjects(int)";
 inline constexpr char resolveLabels[] = "void MD::MotionDetector::ResolveMotionObjectsMapIndex(MD::MotionObjectPool&, int)";
 
 // Up to eight blocks side by side, some of them foreground; (x, y) is the leftmost, x a multiple of 8.
