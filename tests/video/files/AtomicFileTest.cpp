@@ -16,7 +16,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class ResultFileTest : public Kit::FolderFixture {
+class AtomicFileTest : public Kit::FolderFixture {
 protected:
     static ExitCode CodeOf(const std::string& path, const std::string& input) {
         try {
@@ -28,7 +28,7 @@ protected:
     }
 };
 
-TEST_F(ResultFileTest, AppearsUnderItsNameOnlyWhenKept) {
+TEST_F(AtomicFileTest, AppearsUnderItsNameOnlyWhenKept) {
     AtomicFile file(In("out.png"), In("in.mp4"));
     Write(file.PassingPath(), "whole");
     EXPECT_FALSE(fs::exists(In("out.png")));
@@ -37,7 +37,7 @@ TEST_F(ResultFileTest, AppearsUnderItsNameOnlyWhenKept) {
     EXPECT_EQ(FilesInFolder().size(), 1u);
 }
 
-TEST_F(ResultFileTest, LeavesNothingBehindWhenNotKept) {
+TEST_F(AtomicFileTest, LeavesNothingBehindWhenNotKept) {
     {
         AtomicFile file(In("out.png"), In("in.mp4"));
         Write(file.PassingPath(), "half");
@@ -46,7 +46,7 @@ TEST_F(ResultFileTest, LeavesNothingBehindWhenNotKept) {
     EXPECT_EQ(FilesInFolder().size(), 0u);
 }
 
-TEST_F(ResultFileTest, AnOlderResultStaysUntilTheNewOneIsWhole) {
+TEST_F(AtomicFileTest, AnOlderResultStaysUntilTheNewOneIsWhole) {
     Write("out.png", "old");
     { AtomicFile abandoned(In("out.png"), In("in.mp4")); }
     EXPECT_EQ(Read("out.png"), "old");
@@ -56,7 +56,7 @@ TEST_F(ResultFileTest, AnOlderResultStaysUntilTheNewOneIsWhole) {
     EXPECT_EQ(Read("out.png"), "new");
 }
 
-TEST_F(ResultFileTest, NeverReplacesTheInput) {
+TEST_F(AtomicFileTest, NeverReplacesTheInput) {
     Write("in.mp4", "footage");
     fs::create_symlink(In("in.mp4"), In("alias.mp4"));
     EXPECT_EQ(CodeOf(In("in.mp4"), In("in.mp4")), exitUsage);
@@ -64,14 +64,14 @@ TEST_F(ResultFileTest, NeverReplacesTheInput) {
     EXPECT_EQ(Read("in.mp4"), "footage");
 }
 
-TEST_F(ResultFileTest, NeverReplacesWhatIsNotAPlainFile) {
+TEST_F(AtomicFileTest, NeverReplacesWhatIsNotAPlainFile) {
     ASSERT_EQ(mkfifo(In("pipe").c_str(), 0600), 0);  // not a device of the system: a faulty build would replace it
     EXPECT_EQ(CodeOf(In("pipe"), In("in.mp4")), exitUsage);
     fs::create_directory(In("folder"));
     EXPECT_EQ(CodeOf(In("folder"), In("in.mp4")), exitUsage);
 }
 
-TEST_F(ResultFileTest, AnImpossiblePlaceIsKnownAtOnce) {
+TEST_F(AtomicFileTest, AnImpossiblePlaceIsKnownAtOnce) {
     EXPECT_EQ(CodeOf(In("missing/out.png"), In("in.mp4")), exitFailed);
 }
 

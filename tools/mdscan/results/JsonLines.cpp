@@ -26,7 +26,7 @@ std::string LineOf(const Record& record) {
     return std::visit([](const auto& kind) { return Dumped(JsonOf(kind)); }, record);
 }
 
-Record RecordOf(const std::string& line) { return RecordOf(Json::parse(line)); }
+Record RecordOfLine(const std::string& line) { return RecordOf(Json::parse(line)); }
 
 std::string FileLine(const std::string& file, const JobResult& result) {
     Json line = {{"type", "file"}};

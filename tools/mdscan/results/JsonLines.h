@@ -13,7 +13,7 @@ namespace Scan {
 std::string LineOf(const Record& record);
 
 // Throws std::exception when the line is not what LineOf made.
-Record RecordOf(const std::string& line);
+Record RecordOfLine(const std::string& line);
 
 // The line that follows those of one input, where there are several; one line without its end.
 std::string FileLine(const std::string& file, const JobResult& result);

@@ -68,7 +68,7 @@ JobResult ResultOf(const Json& line) { return Unpacked(line.at("result").get<std
 std::vector<Record> RecordsOf(const Json& line) {
     std::vector<Record> records;
     for (const Json& record : line.at("lines")) {
-        records.push_back(RecordOf(record.get<std::string>()));
+        records.push_back(RecordOfLine(record.get<std::string>()));
     }
     return records;
 }

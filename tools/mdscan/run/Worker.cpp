@@ -22,7 +22,6 @@
 #include "results/JobResult.h"
 #include "results/JsonLines.h"
 #include "results/PackedResult.h"
-#include "results/PackedResult.h"
 #include "results/PictureLines.h"
 #include "results/Records.h"
 #include "results/ScanPictures.h"
@@ -145,7 +144,7 @@ void Worker::Understand(const std::string& message) {
     const std::string text = message.substr(std::min<std::size_t>(1, message.size()));
     switch (message.empty() ? '\0' : message.front()) {
         case 'V': _isLive = true; break;
-        case 'L': _records.push_back(RecordOf(text)); break;
+        case 'L': _records.push_back(RecordOfLine(text)); break;
         case 'A': _pictures.push_back(PictureOf(text)); break;
         case 'E': _result = Unpacked(text); break;
         default: {

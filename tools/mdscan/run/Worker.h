@@ -17,8 +17,6 @@
 
 namespace Scan {
 
-class RunState;
-
 class Worker {
 public:
     // Starts the scan. The calling process must have one thread only. state: null, or left alone by the child.

@@ -118,7 +118,7 @@ TEST(RecordJson, ARecordComesBackAsItWasTold) {
         const Record sent = records.Any();
         const std::string line = LineOf(sent);
         ASSERT_EQ(line.find('\n'), std::string::npos) << "a message is one line: " << line;
-        const Record got = RecordOf(line);
+        const Record got = RecordOfLine(line);
         ASSERT_EQ(got.index(), sent.index()) << line;
         ASSERT_EQ(LineOf(got), line) << "record " << i;
     }
@@ -142,7 +142,7 @@ TEST(RecordJson, TimesInMillisecondsAndTextsComeBackToTheTick) {
                            .clip = Video::Clip{"c.mp4", -8'000'000},
                            .boxes = {{{1, 2, 3, 4}, 5}},
                            .track = {{{15'000'000, {6, 7, 8, 9}}}}};
-    const auto got = std::get<EventRecord>(RecordOf(LineOf(sent)));
+    const auto got = std::get<EventRecord>(RecordOfLine(LineOf(sent)));
     EXPECT_EQ(got.file, sent.file);
     EXPECT_EQ(got.number, 3);
     EXPECT_EQ(got.start, sent.start);
@@ -173,18 +173,18 @@ TEST(RecordJson, TimesInMillisecondsAndTextsComeBackToTheTick) {
 }
 
 TEST(RecordJson, WhatIsNotToldDiffersFromNothing) {
-    const auto none = std::get<EventRecord>(RecordOf(LineOf(EventRecord{})));
+    const auto none = std::get<EventRecord>(RecordOfLine(LineOf(EventRecord{})));
     EXPECT_FALSE(none.zones);
     EXPECT_FALSE(none.track);
     const EventRecord empty{.zones = std::vector<std::string>{}, .track = std::vector<Video::TrackPoint>{}};
-    const auto told = std::get<EventRecord>(RecordOf(LineOf(empty)));
+    const auto told = std::get<EventRecord>(RecordOfLine(LineOf(empty)));
     EXPECT_TRUE(told.zones);
     EXPECT_TRUE(told.track);
 }
 
 TEST(RecordJson, WhatIsNoRecordIsRefused) {
     const std::string gap = LineOf(GapRecord{.wall = GapRecord::WallTimes{0, 0}, .reason = "why"});
-    EXPECT_NO_THROW(RecordOf(gap));
+    EXPECT_NO_THROW(RecordOfLine(gap));
     const auto with = [&](const std::string& old, const std::string& other) {
         std::string line = gap;
         return line.replace(line.find(old), old.size(), other);
@@ -193,7 +193,7 @@ TEST(RecordJson, WhatIsNoRecordIsRefused) {
          {std::string(), std::string("{}"), std::string("[]"), std::string("no JSON"), std::string(R"({"type":"event"})"),
           with("gap", "zone"), with("\"start\":0.0", "\"start\":1e300"), with("\"start\":0.0", "\"start\":\"0\""),
           with("1970-01-01T", "1970-02-30T"), with("1970-01-01T", "99999999-01-01T"), with("1970-01-01T", "yesterday")}) {
-        EXPECT_THROW(RecordOf(line), std::exception) << line;
+        EXPECT_THROW(RecordOfLine(line), std::exception) << line;
     }
 }
 
