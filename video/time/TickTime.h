@@ -12,7 +12,7 @@ inline constexpr Ticks oneSecond = 10'000'000;  // ticks
 
 constexpr double ToSeconds(Ticks ticks) { return static_cast<double>(ticks) / static_cast<double>(oneSecond); }
 
-// Nearest tick. Precondition: |seconds| below 9e11, so that the result fits.
+// Nearest tick. Precondition: |seconds| below ToSeconds of the largest tick count, 9.2e11, so that the result fits.
 inline Ticks FromSeconds(double seconds) { return std::llround(seconds * static_cast<double>(oneSecond)); }
 
 // As printed in results: milliseconds, the third decimal rounded.

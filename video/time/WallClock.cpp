@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <limits>
 
 #include "video/time/TickTime.h"
 
@@ -173,7 +174,8 @@ std::string WallTimeText(WallTicks time) {
 }
 
 std::optional<WallTicks> WallTimeOf(const std::string& text) {
-    constexpr int furthestYear = 25'000;  // that ticks count to, and more
+    using Limits = std::numeric_limits<WallTicks>;
+    constexpr int furthestYear = 32'000;  // ticks count to the year 31196
     int year = 0, hour = 0, minute = 0, second = 0, millisecond = 0;
     unsigned month = 0, day = 0;
     if (std::sscanf(text.c_str(), "%d-%2u-%2uT%2d:%2d:%2d.%3dZ", &year, &month, &day, &hour, &minute, &second,
@@ -185,8 +187,12 @@ std::optional<WallTicks> WallTimeOf(const std::string& text) {
     if (!date.ok()) {
         return std::nullopt;
     }
-    const WallTicks time =
-        StartOfDay(date) + ((hour * 60 + minute) * Ticks{60} + second) * oneSecond + millisecond * oneMillisecond;
+    // Printed, the outermost times are rounded to more than ticks hold.
+    const std::int64_t days = std::chrono::sys_days(date).time_since_epoch().count();
+    const std::int64_t milliseconds = (((days * 24 + hour) * 60 + minute) * 60 + second) * 1000 + millisecond;
+    const WallTicks time = milliseconds > Limits::max() / oneMillisecond   ? Limits::max()
+                           : milliseconds < Limits::min() / oneMillisecond ? Limits::min()
+                                                                           : milliseconds * oneMillisecond;
     return WallTimeText(time) == text ? std::optional(time) : std::nullopt;
 }
 

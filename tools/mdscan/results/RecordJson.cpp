@@ -2,6 +2,7 @@
 #include "results/RecordJson.h"
 
 #include <cmath>
+#include <limits>
 #include <stdexcept>
 #include <string>
 
@@ -19,8 +20,6 @@ namespace Scan {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-constexpr double mostSeconds = 9e11;  // that a tick count holds
 
 Json Beginning(const char* type, const std::string& file) {
     Json json = {{"type", type}};
@@ -49,9 +48,17 @@ Json JsonOf(const std::vector<Video::TrackPoint>& track) {
 
 std::string FileOf(const Json& json) { return json.value("file", std::string()); }
 
+// Whatever time was written comes back: the outermost ones, too, whose third decimal is rounded to more than ticks hold.
 Video::Ticks TicksOf(const Json& json, const char* name) {
+    using Limits = std::numeric_limits<Video::Ticks>;
     const double seconds = json.at(name).get<double>();
-    return std::abs(seconds) < mostSeconds ? Video::FromSeconds(seconds) : throw std::out_of_range(name);
+    if (std::abs(seconds) < Video::ToSeconds(Limits::max())) {
+        return Video::FromSeconds(seconds);
+    }
+    if (std::abs(seconds) == Video::PrintedSeconds(Limits::max())) {
+        return seconds < 0 ? Limits::min() : Limits::max();
+    }
+    throw std::out_of_range(name);
 }
 
 Video::WallTicks WallTicksOf(const Json& json, const char* name) {
