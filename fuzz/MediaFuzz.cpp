@@ -61,6 +61,13 @@ void ClaimOneLine(const std::string& text) {
     for (const char c : text) FUZZ_CLAIM(static_cast<unsigned char>(c) >= ' ');
 }
 
+// A record travels as a line and comes back as it was. One that cannot be read must not pass for a file that FFmpeg refuses.
+void ClaimComesBack(const Scan::Record& record) noexcept {
+    const std::string line = Scan::LineOf(record);
+    ClaimOneLine(line);
+    FUZZ_CLAIM(Scan::LineOf(Scan::RecordOfLine(line)) == line);
+}
+
 class FuzzedScan {
 public:
     explicit FuzzedScan(const std::string& path)
@@ -105,8 +112,7 @@ private:
         }
         const Video::Findings findings = _watcher->Watch(_picture.View(), time);
         for (const Video::MovingObject& object : findings.objects) ClaimInPicture(object.box);
-        ClaimOneLine(
-            Scan::LineOf(Scan::RecordOf("", {_decoder.Numbers().At(time), _decoder.Numbers().IsExact(time)}, findings)));
+        ClaimComesBack(Scan::RecordOf("", {_decoder.Numbers().At(time), _decoder.Numbers().IsExact(time)}, findings));
         Report(_events.Add(findings));
     }
 
@@ -124,7 +130,7 @@ private:
     void Report(const std::optional<Video::Event>& event) {
         if (!event) return;
         FUZZ_CLAIM(event->start <= event->peak && event->peak <= event->end && event->frames > 0);
-        ClaimOneLine(Scan::LineOf(Scan::RecordOf("clip", ++_printed, *event, {.zones = {"middle"}, .track = true})));
+        ClaimComesBack(Scan::RecordOf("clip", ++_told, *event, {.zones = {"middle"}, .track = true}));
     }
 
     void Draw() {
@@ -141,7 +147,7 @@ private:
     Video::PlainPicture _picture;
     std::optional<Video::Watcher> _watcher;
     Host::PixelFormat _layout = {};
-    int _printed = 0;
+    int _told = 0;
 };
 
 }  // namespace
