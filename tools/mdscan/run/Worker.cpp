@@ -73,18 +73,23 @@ private:
     double _lastSaid = 0;  // seconds into the scan
 };
 
-[[noreturn]] void Work(const JobSettings& settings, const std::string& input, int pipe) {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);  // without its parent nobody needs it
-    setpgid(0, 0);                     // the keyboard interrupts the parent, which tells its children
+void Work(const JobSettings& settings, const std::string& input, int pipe) {
     Speaker speaker(pipe);
     const JobResult result = RunJob(settings, input, Video::ShownName(input), speaker);
     speaker.Say('E', Packed(result));
-    std::exit(0);
 }
 
 }  // namespace
 
-Worker::Worker(const JobSettings& settings, const std::string& input, RunState* state) {
+Worker::Worker(const JobSettings& settings, const std::string& input, RunState* state)
+    : Worker([&](int pipe) {
+          if (state) {
+              state->Leave();
+          }
+          Work(settings, input, pipe);
+      }) {}
+
+Worker::Worker(const std::function<void(int pipe)>& work) {
     std::array<int, 2> ends = {};
     if (pipe(ends.data()) != 0) {
         throw Video::Failure(Video::Concern::System, std::string("cannot start a scan: ") + std::strerror(errno));
@@ -99,10 +104,10 @@ Worker::Worker(const JobSettings& settings, const std::string& input, RunState* 
     }
     if (_process == 0) {
         close(ends[0]);
-        if (state) {
-            state->Leave();
-        }
-        Work(settings, input, ends[1]);
+        prctl(PR_SET_PDEATHSIG, SIGKILL);  // without its parent nobody needs it
+        setpgid(0, 0);                     // the keyboard interrupts the parent, which tells its children
+        work(ends[1]);
+        std::exit(0);
     }
     close(ends[1]);
     _pipe = ends[0];
@@ -133,8 +138,14 @@ bool Worker::Read() {
     }
     _unread.append(part.data(), static_cast<std::size_t>(got));
     std::size_t begin = 0;
-    for (std::size_t end = 0; (end = _unread.find('\n', begin)) != std::string::npos; begin = end + 1) {
-        Understand(_unread.substr(begin, end - begin));
+    try {
+        for (std::size_t end = 0; (end = _unread.find('\n', begin)) != std::string::npos; begin = end + 1) {
+            Understand(_unread.substr(begin, end - begin));
+        }
+    } catch (const std::exception&) {  // no record, no result: the other scans go on
+        kill(_process, SIGKILL);
+        Bury(false);
+        return false;
     }
     _unread.erase(0, begin);
     return true;
@@ -157,8 +168,8 @@ void Worker::Understand(const std::string& message) {
     }
 }
 
-// The child has closed its end: how did it go?
-void Worker::Bury() {
+// The child has closed its end, or was killed because it was not understood: how did it go?
+void Worker::Bury(bool understood) {
     int status = 0;
     while (waitpid(_process, &status, 0) < 0 && errno == EINTR) {
     }
@@ -168,7 +179,7 @@ void Worker::Bury() {
         _tally = _result->tally;
         return;
     }
-    const int signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    const int signal = understood && WIFSIGNALED(status) ? WTERMSIG(status) : 0;
     _wasKilled = signal == SIGKILL || signal == SIGTERM || signal == SIGINT || signal == 0;
     const std::string end =
         signal != 0 ? std::string("by signal ") + std::to_string(signal) + ", " + strsignal(signal) : "without a result";

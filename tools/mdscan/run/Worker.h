@@ -2,6 +2,7 @@
 // run goes on.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,6 +24,9 @@ public:
     // Throws Failure when there can be no further process.
     Worker(const JobSettings& settings, const std::string& input, RunState* state);
 
+    // Starts a process that does this work, which is to say messages into the pipe, and ends.
+    explicit Worker(const std::function<void(int pipe)>& work);
+
     // Ends a scan that is still under way at once.
     ~Worker();
     Worker(const Worker&) = delete;
@@ -30,7 +34,8 @@ public:
 
     int Pipe() const { return _pipe; }  // readable when there is news
 
-    // Takes in what has come. False once the scan is over, after which there is a result.
+    // Takes in what has come. False once the scan is over, after which there is a result. A scan that says what cannot be
+    // understood is ended.
     bool Read();
 
     // Lets the scan end in good order.
@@ -48,7 +53,7 @@ public:
 
 private:
     void Understand(const std::string& message);
-    void Bury();
+    void Bury(bool understood = true);
 
     pid_t _process = -1;
     int _pipe = -1;
