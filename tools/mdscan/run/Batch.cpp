@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <exception>
 #include <utility>
 
 #include <poll.h>
@@ -126,8 +127,8 @@ void Batch::Listen() {
         for (Record& record : item.worker->TakeRecords()) {
             item.records.push_back(std::move(record));
         }
-        for (const ScanPicture& picture : item.worker->TakePictures()) {
-            item.pictures.push_back(_spillFile.Add(LineOf(picture)));
+        for (const std::string& line : item.worker->TakePictures()) {
+            item.pictures.push_back(_spillFile.Add(line));
         }
         if (!goesOn) {
             const std::unique_ptr<Worker> worker = std::move(item.worker);
@@ -153,7 +154,7 @@ void Batch::Finish(Item& item, JobResult result) {
 FinishedInput Batch::FinishedOf(const Item& item, const JobResult& result) {
     FinishedInput finished{result, item.records};
     for (const SpillFile::Place& place : item.pictures) {
-        finished.pictures.push_back(PictureOf(_spillFile.Get(place)));
+        finished.pictures.push_back(_spillFile.Get(place));
     }
     return finished;
 }
@@ -192,20 +193,29 @@ void Batch::TellInOrder() {
 // What has come of this item since the last call; an event's picture goes before its record.
 void Batch::HandOn(Item& item) {
     if (item.recalled) {
-        const FinishedInput finished = _state->Read(item.input.path);
-        for (const ScanPicture& picture : finished.pictures) {
+        const RecalledInput recalled = _state->Read(item.input.path);
+        for (const ScanPicture& picture : recalled.pictures) {
             _results.Take(item.input.path, picture);
         }
-        for (const Record& record : finished.records) {
+        for (const Record& record : recalled.records) {
             _results.Take(item.input.path, record);
         }
         return;
     }
     for (; item.shown < item.pictures.size(); ++item.shown) {
-        _results.Take(item.input.path, PictureOf(_spillFile.Get(item.pictures[item.shown])));
+        _results.Take(item.input.path, PictureAt(item.pictures[item.shown]));
     }
     for (; item.told < item.records.size(); ++item.told) {
         _results.Take(item.input.path, item.records[item.told]);
+    }
+}
+
+ScanPicture Batch::PictureAt(const SpillFile::Place& place) {
+    const std::string line = _spillFile.Get(place);
+    try {
+        return PictureOf(line);
+    } catch (const std::exception&) {
+        throw Video::Failure(Video::Concern::System, "cannot use a temporary file: a picture in it is damaged");
     }
 }
 

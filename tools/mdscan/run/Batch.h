@@ -12,6 +12,7 @@
 #include "results/JobResult.h"
 #include "results/Progress.h"
 #include "results/Records.h"
+#include "results/ScanPictures.h"
 #include "run/Inputs.h"
 #include "run/RunState.h"
 #include "run/SpillFile.h"
@@ -55,6 +56,7 @@ private:
     void Finish(Item& item, JobResult result);
     void TellInOrder();
     void HandOn(Item& item);
+    ScanPicture PictureAt(const SpillFile::Place& place);
     FinishedInput FinishedOf(const Item& item, const JobResult& result);
     void ShowProgress();
     Video::Tally Sum() const;

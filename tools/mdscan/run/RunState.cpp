@@ -73,10 +73,12 @@ std::vector<Record> RecordsOf(const Json& line) {
     return records;
 }
 
+std::vector<std::string> PictureLinesOf(const Json& line) { return line.value("attachments", std::vector<std::string>()); }
+
 std::vector<ScanPicture> PicturesOf(const Json& line) {
     std::vector<ScanPicture> pictures;
-    for (const Json& picture : line.value("attachments", Json::array())) {
-        pictures.push_back(PictureOf(picture.get<std::string>()));
+    for (const std::string& picture : PictureLinesOf(line)) {
+        pictures.push_back(PictureOf(picture));
     }
     return pictures;
 }
@@ -161,7 +163,10 @@ void RunState::TakeLine(const std::string& line, int number, off_t offset, const
         return;
     }
     try {
-        RecordsOf(record);  // they are well
+        // Damage has to be known before the run writes anything. Records are read for that; pictures, which are large, are
+        // only known to be texts, and are read when it is their turn.
+        RecordsOf(record);
+        PictureLinesOf(record);
         _entries.insert_or_assign(record.at("file").get<std::string>(),
                                   Entry{{record.at("size").get<std::int64_t>(), record.at("changed").get<std::int64_t>()},
                                         ResultOf(record),
@@ -179,7 +184,7 @@ std::optional<JobResult> RunState::Find(const std::string& input) const {
                                                                                   : std::nullopt;
 }
 
-FinishedInput RunState::Read(const std::string& input) const {
+RecalledInput RunState::Read(const std::string& input) const {
     const Entry& entry = _entries.at(KeyOf(input));
     std::string line(entry.size, '\0');
     const ssize_t got = pread(_file, line.data(), line.size(), entry.offset);
@@ -204,8 +209,8 @@ void RunState::Add(const std::string& input, const Identity& identity, const Fin
     for (const Record& told : finished.records) {
         record["lines"].push_back(LineOf(told));
     }
-    for (const ScanPicture& picture : finished.pictures) {
-        record["attachments"].push_back(LineOf(picture));
+    if (!finished.pictures.empty()) {
+        record["attachments"] = finished.pictures;
     }
     Append(record.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
 }

@@ -31,7 +31,13 @@ Identity IdentityOf(const std::string& path);
 struct FinishedInput {
     JobResult result;
     std::vector<Record> records;
-    std::vector<ScanPicture> pictures = {};
+    std::vector<std::string> pictures = {};  // their lines
+};
+
+struct RecalledInput {
+    JobResult result;
+    std::vector<Record> records;
+    std::vector<ScanPicture> pictures;
 };
 
 class RunState {
@@ -47,7 +53,7 @@ public:
     std::optional<JobResult> Find(const std::string& input) const;
 
     // All of an input that was found. Throws Failure.
-    FinishedInput Read(const std::string& input) const;
+    RecalledInput Read(const std::string& input) const;
 
     // Throws Failure.
     void Add(const std::string& input, const Identity& identity, const FinishedInput& finished);

@@ -156,7 +156,7 @@ void Worker::Understand(const std::string& message) {
     switch (message.empty() ? '\0' : message.front()) {
         case 'V': _isLive = true; break;
         case 'L': _records.push_back(RecordOfLine(text)); break;
-        case 'A': _pictures.push_back(PictureOf(text)); break;
+        case 'A': _pictures.push_back(text); break;
         case 'E': _result = Unpacked(text); break;
         default: {
             long long pictures = 0, length = 0;
@@ -189,6 +189,6 @@ void Worker::Bury(bool understood) {
 
 std::vector<Record> Worker::TakeRecords() { return std::exchange(_records, {}); }
 
-std::vector<ScanPicture> Worker::TakePictures() { return std::exchange(_pictures, {}); }
+std::vector<std::string> Worker::TakePictures() { return std::exchange(_pictures, {}); }
 
 }  // namespace Scan

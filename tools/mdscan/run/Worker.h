@@ -11,7 +11,6 @@
 
 #include "results/JobResult.h"
 #include "results/Records.h"
-#include "results/ScanPictures.h"
 #include "run/RunState.h"
 #include "settings/JobSettings.h"
 #include "video/base/Tally.h"
@@ -42,7 +41,7 @@ public:
     void Interrupt() const;
 
     std::vector<Record> TakeRecords();        // those since the last call
-    std::vector<ScanPicture> TakePictures();  // likewise
+    std::vector<std::string> TakePictures();  // likewise: their lines, unread, for they may have to wait
     bool IsLive() const { return _isLive; }   // as far as is known
     double Done() const { return _done; }     // 0 to 1
     const Video::Tally& SoFar() const { return _tally; }
@@ -59,7 +58,7 @@ private:
     int _pipe = -1;
     std::string _unread;  // an incomplete message
     std::vector<Record> _records;
-    std::vector<ScanPicture> _pictures;
+    std::vector<std::string> _pictures;  // lines
     bool _isLive = false;
     double _done = 0;
     Video::Tally _tally;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "FolderFixture.h"
+#include "results/PictureLines.h"
 #include "results/Records.h"
 #include "results/ScanPictures.h"
 #include "video/base/Failure.h"
@@ -33,7 +34,7 @@ protected:
             FinishedInput finished;
             finished.result.trouble = name[0] == 'o' ? "one" : "two";
             finished.records = {EventRecord{.file = name, .number = 1}, GapRecord{.reason = "why"}};
-            finished.pictures = {EventPicture{1, "jpeg"}};
+            finished.pictures = {LineOf(EventPicture{1, "jpeg"})};
             state.Add(In(name), IdentityOf(In(name)), finished);
         }
     }
@@ -55,7 +56,7 @@ TEST_F(RunStateTest, WhatIsFinishedIsKnownToTheNextRun) {
     ASSERT_TRUE(one);
     EXPECT_EQ(one->trouble, "one");
     EXPECT_EQ(state.Read(In("one")).result.trouble, "one");
-    const FinishedInput read = state.Read(In("one"));
+    const RecalledInput read = state.Read(In("one"));
     ASSERT_EQ(read.records.size(), 2u);
     EXPECT_EQ(std::get<EventRecord>(read.records[0]).file, "one");
     EXPECT_EQ(std::get<GapRecord>(read.records[1]).reason, "why");
@@ -128,6 +129,22 @@ TEST_F(RunStateTest, ARecordThatIsNoneIsDamage) {
         FAIL() << "accepted";
     } catch (const Video::Failure& failure) {
         EXPECT_NE(std::string(failure.what()).find("line 3 is damaged"), std::string::npos) << failure.what();
+    }
+}
+
+TEST_F(RunStateTest, PicturesThatAreNoTextsAreKnownAtOnce) {
+    Fill();
+    const std::string whole = Read("state"), name = R"("attachments":)";
+    const std::size_t begin = whole.rfind(name) + name.size(), end = whole.find(']', begin) + 1;
+    ASSERT_EQ(whole[begin], '[');
+    for (const char* other : {"5", "[7]", "{}", "\"text\""}) {
+        Write("state", std::string(whole).replace(begin, end - begin, other));
+        try {
+            RunState state(In("state"), "run");
+            ADD_FAILURE() << "accepted: " << other;
+        } catch (const Video::Failure& failure) {
+            EXPECT_NE(std::string(failure.what()).find("line 3 is damaged"), std::string::npos) << failure.what();
+        }
     }
 }
 
