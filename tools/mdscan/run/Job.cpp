@@ -2,8 +2,12 @@
 #include "run/Job.h"
 
 #include <algorithm>
+#include <chrono>
+#include <cstdint>
 #include <exception>
 #include <filesystem>
+#include <optional>
+#include <string>
 #include <system_error>
 #include <utility>
 
@@ -23,10 +27,15 @@
 #include "video/files/AtomicFile.h"
 #include "video/files/OutputPath.h"
 #include "video/files/PngFile.h"
+#include "video/media/Decoder.h"
 #include "video/media/Libav.h"
 #include "video/media/PacketSource.h"
 #include "video/media/PictureSelection.h"
+#include "video/media/PlainPicture.h"
+#include "video/pictures/Clips.h"
+#include "video/pictures/Overlay.h"
 #include "video/pictures/Thumbnail.h"
+#include "video/time/Cadence.h"
 #include "video/time/PictureNumbers.h"
 #include "video/time/TickTime.h"
 #include "video/time/WallClock.h"
@@ -56,7 +65,51 @@ JobResult ResultOf(const Video::Failure& failure, Health health) {
             .tally = {}};
 }
 
-}  // namespace
+class Job {
+public:
+    // settings and listener must outlive the job. Throws Failure when there is nothing to scan or no place for a result.
+    Job(const JobSettings& settings, const std::string& input, const std::string& name, JobListener& listener);
+
+    // Does not throw Failure; what went wrong is in the result.
+    JobResult Run();
+
+private:
+    Video::SelectionRules Selection();
+    void Scan();
+    void Analyse(const AVFrame& frame, Video::Ticks time);
+    void TellEvent(const std::optional<Video::Event>& event);
+    void TellGap(const std::optional<Video::Gap>& gap);
+    void CompleteFiles();
+    std::optional<Video::StartTime> Clock() const;
+    Video::PictureNumber NumberAt(Video::Ticks time) const;
+    void TellPicture();
+    void TellGround();
+    Video::Tally Sum() const;
+
+    const ScanSettings& _settings;
+    const JobFiles& _files;
+    const std::string _input;
+    const std::string _name;
+    JobListener& _listener;
+    const std::chrono::steady_clock::time_point _begin = std::chrono::steady_clock::now();
+    Video::Decoder _decoder;
+    std::optional<Video::KeyframeScout> _scout;  // where GOPs may be skipped
+    Video::Cadence _cadence;
+    const Video::WatchRules _rules;
+    const Video::Ticks _longestGap;  // between two analysed frames of one event
+    Video::EventLog _events;
+    Video::PlainPicture _picture;
+    std::optional<Video::Watcher> _watcher;
+    Video::Marking _marking;     // of the newest analysed frame, for the overlay
+    std::int64_t _analysed = 0;  // frames
+    int _told = 0;               // events
+    int _gaps = 0;
+    Video::FramePointer _peak;  // of the running event, where pictures of it are wanted
+    Video::HeatMap _heat;       // of pictures of earlier sizes
+    std::optional<Video::AtomicFile> _background;
+    std::optional<Video::Overlay> _overlay;
+    std::optional<Video::Clips> _clips;
+};
 
 Job::Job(const JobSettings& settings, const std::string& input, const std::string& name, JobListener& listener)
     : _settings(settings.scan),
@@ -278,6 +331,8 @@ Video::Tally Job::Sum() const {
     tally.grid = _watcher ? _watcher->Grid() : Video::PictureGrid{};
     return tally;
 }
+
+}  // namespace
 
 JobResult RunJob(const JobSettings& settings, const std::string& input, const std::string& name, JobListener& listener) {
     try {
