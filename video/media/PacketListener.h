@@ -3,7 +3,8 @@
 
 #include <cstdint>
 
-#include "video/media/Libav.h"
+struct AVPacket;
+struct AVStream;
 
 namespace Video {
 

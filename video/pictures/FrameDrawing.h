@@ -7,7 +7,8 @@
 #include <string>
 
 #include "video/base/Box.h"
-#include "video/media/Libav.h"
+
+struct AVFrame;
 
 namespace Video {
 

@@ -1,8 +1,11 @@
 // What did an event look like at its peak?  A small JPEG of one frame.
 #pragma once
 
+#include <string>
+
 #include "video/files/AtomicFile.h"
-#include "video/media/Libav.h"
+
+struct AVFrame;
 
 namespace Video {
 

@@ -7,7 +7,6 @@
 #include <limits>
 
 #include "video/media/Libav.h"
-#include "video/pictures/FrameDrawing.h"
 #include "video/time/TickTime.h"
 
 namespace Video {

@@ -13,7 +13,6 @@
 #include "results/Records.h"
 #include "results/ScanPictures.h"
 #include "video/base/Failure.h"
-#include "video/pictures/FrameDrawing.h"
 
 namespace Scan {
 namespace {
