@@ -1,4 +1,4 @@
-// How does any pixel format become one that the block reducer knows?  Called by main through PlainPicture.h.
+// How does any pixel format become one that the block reducer knows?
 #include "video/media/PlainPicture.h"
 
 #include <cstddef>

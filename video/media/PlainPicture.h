@@ -1,5 +1,5 @@
 // Which planes of this frame can be reduced to blocks?  The frame's own where its layout is a common one, otherwise a
-// converted copy. main passes every analysed frame through here.
+// converted copy.
 #pragma once
 
 #include "BlockReducer.h"
