@@ -9,7 +9,7 @@ namespace Host::Kernels {
 
 // The conversion's factors, 13 fractional bits: as many as leave the largest of them, and every byte with an offset, within
 // 16 bits, so that the products vectorise.  Within one grey level of the exact conversion (BlockColourTest).
-inline constexpr int colorFractionBits = 13;
+inline constexpr int colourFractionBits = 13;
 
 struct ColourMatrix {
     std::int16_t black;        // luma of black, a whole number
@@ -23,7 +23,7 @@ struct ColourMatrix {
 // lumaRange, chromaRange: how many steps lie between black and white, and between a colour's extremes.
 constexpr ColourMatrix MatrixOfRange(std::int16_t black, double lumaRange, double chromaRange) {
     const auto fixed = [](double factor) {
-        return static_cast<std::int16_t>(factor * (1 << colorFractionBits) + (factor < 0 ? -0.5 : 0.5));
+        return static_cast<std::int16_t>(factor * (1 << colourFractionBits) + (factor < 0 ? -0.5 : 0.5));
     };
     const double chroma = 255 / chromaRange;
     return {.black = black,
@@ -46,7 +46,7 @@ struct BgrPixel {
 };
 
 constexpr std::uint8_t ByteOfFixed(int value) {  // rounded to nearest, held within 0..255
-    const int rounded = (value + (1 << (colorFractionBits - 1))) >> colorFractionBits;
+    const int rounded = (value + (1 << (colourFractionBits - 1))) >> colourFractionBits;
     return static_cast<std::uint8_t>(rounded < 0 ? 0 : rounded > 255 ? 255 : rounded);
 }
 

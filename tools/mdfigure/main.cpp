@@ -91,10 +91,10 @@ public:
 
     // colour(value) of every block of a plane.
     template <class Value, class ColourOf>
-    Panel FromPlane(const Value* plane, ColourOf colorOf) const {
+    Panel FromPlane(const Value* plane, ColourOf colourOf) const {
         Panel panel(Columns(), Rows());
         for (int y = 0, i = 0; y < Rows(); ++y)
-            for (int x = 0; x < Columns(); ++x, ++i) panel.Set(x, y, colorOf(plane[i]));
+            for (int x = 0; x < Columns(); ++x, ++i) panel.Set(x, y, colourOf(plane[i]));
         return panel;
     }
 

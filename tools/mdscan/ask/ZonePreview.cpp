@@ -29,19 +29,19 @@ namespace Scan {
 
 namespace {
 
-struct Color {
+struct ZoneColour {
     const char* name;  // as printed
     std::array<int, 3> bgr;
 };
 
 // Told apart by people who do not tell red from green.
-constexpr std::array<Color, 6> colors = {{{"yellow", {66, 228, 240}},
-                                          {"sky blue", {233, 180, 86}},
-                                          {"orange", {0, 159, 230}},
-                                          {"bluish green", {115, 158, 0}},
-                                          {"pink", {167, 121, 204}},
-                                          {"blue", {178, 114, 0}}}};
-constexpr Color excludedColor = {"black", {0, 0, 0}};
+constexpr std::array<ZoneColour, 6> zoneColours = {{{"yellow", {66, 228, 240}},
+                                                    {"sky blue", {233, 180, 86}},
+                                                    {"orange", {0, 159, 230}},
+                                                    {"bluish green", {115, 158, 0}},
+                                                    {"pink", {167, 121, 204}},
+                                                    {"blue", {178, 114, 0}}}};
+constexpr ZoneColour excludedColour = {"black", {0, 0, 0}};
 
 Video::BgrPicture Coloured(const AVFrame& frame) {
     Video::BgrPicture picture{frame.width, frame.height, {}};
@@ -65,31 +65,31 @@ Video::BgrPicture Coloured(const AVFrame& frame) {
     return picture;
 }
 
-void Paint(Video::BgrPicture& picture, int x, int y, const Color& color, int percent) {
+void Paint(Video::BgrPicture& picture, int x, int y, const ZoneColour& colour, int percent) {
     if (x < 0 || y < 0 || x >= picture.width || y >= picture.height) {
         return;
     }
     std::uint8_t* pixel = picture.pixels.data() + 3 * (std::ptrdiff_t{y} * picture.width + x);
     for (std::size_t i = 0; i < 3; ++i) {
-        pixel[i] = static_cast<std::uint8_t>((pixel[i] * (100 - percent) + color.bgr[i] * percent) / 100);
+        pixel[i] = static_cast<std::uint8_t>((pixel[i] * (100 - percent) + colour.bgr[i] * percent) / 100);
     }
 }
 
 // The blocks that the detector is given, tinted.
 void PaintBlocks(Video::BgrPicture& picture, const std::vector<std::uint8_t>& mask, const Video::PictureGrid& grid,
-                 const Color& color) {
+                 const ZoneColour& colour) {
     constexpr int tint = 35;  // percent
     for (int y = 0; y < picture.height; ++y) {
         for (int x = 0; x < picture.width; ++x) {
             const int block = y / grid.blockSize * grid.columns + x / grid.blockSize;
             if (mask[static_cast<std::size_t>(block)] != 0) {
-                Paint(picture, x, y, color, tint);
+                Paint(picture, x, y, colour, tint);
             }
         }
     }
 }
 
-void PaintOutline(Video::BgrPicture& picture, const std::vector<Video::Point>& polygon, const Color& color) {
+void PaintOutline(Video::BgrPicture& picture, const std::vector<Video::Point>& polygon, const ZoneColour& colour) {
     for (std::size_t i = 0; i < polygon.size(); ++i) {
         const Video::Point a = polygon[i], b = polygon[(i + 1) % polygon.size()];
         const double across = (b.x - a.x) * picture.width, down = (b.y - a.y) * picture.height;
@@ -98,7 +98,7 @@ void PaintOutline(Video::BgrPicture& picture, const std::vector<Video::Point>& p
             const int x = static_cast<int>(a.x * picture.width + across * step / steps);
             const int y = static_cast<int>(a.y * picture.height + down * step / steps);
             for (int thick = 0; thick < 4; ++thick) {
-                Paint(picture, x + thick % 2, y + thick / 2, color, 100);
+                Paint(picture, x + thick % 2, y + thick / 2, colour, 100);
             }
         }
     }
@@ -122,7 +122,7 @@ int ShowZones(const std::vector<std::string>& inputs, const ScanSettings& settin
     std::printf("%s\n", ScanLine(settings).c_str());
     std::size_t next = 0;
     for (const Video::Zone& zone : settings.zones) {
-        const Color& color = zone.exclude ? excludedColor : colors[next++ % colors.size()];
+        const ZoneColour& colour = zone.exclude ? excludedColour : zoneColours[next++ % zoneColours.size()];
         const std::vector<std::uint8_t> mask =
             zone.exclude ? Video::ZoneMask(zone, grid) : Video::WatchedBlocks(zone, excluded, grid);
         const auto blocks = std::count(mask.begin(), mask.end(), std::uint8_t{1});
@@ -133,9 +133,9 @@ int ShowZones(const std::vector<std::string>& inputs, const ScanSettings& settin
                                        {"blocks", blocks},
                                        {"share", std::round(1e3 * share) / 1e3}};
         if (!preview.empty()) {
-            line["color"] = color.name;
-            PaintBlocks(picture, mask, grid, color);
-            PaintOutline(picture, zone.polygon, color);
+            line["color"] = colour.name;
+            PaintBlocks(picture, mask, grid, colour);
+            PaintOutline(picture, zone.polygon, colour);
         }
         std::printf("%s\n", line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace).c_str());
     }
