@@ -62,7 +62,7 @@ struct Kind {
     const char* codec;
     const char* container;
     const char* ending;  // of the clip
-    int groupSize;
+    int gop;
     int bFrames;
     AVPixelFormat format = AV_PIX_FMT_YUV420P;
 };
@@ -74,13 +74,10 @@ TEST_P(EveryKindOfClip, IsTheInputFromAKeyframeOn) {
     if (!Video::HasEncoder(kind.codec)) {
         GTEST_SKIP() << "this FFmpeg cannot encode " << kind.codec;
     }
-    Video::WriteEncoded(twoSquares,
-                        {.codec = kind.codec,
-                         .container = kind.container,
-                         .format = kind.format,
-                         .groupSize = kind.groupSize,
-                         .bFrames = kind.bFrames},
-                        In("input"));
+    Video::WriteEncoded(
+        twoSquares,
+        {.codec = kind.codec, .container = kind.container, .format = kind.format, .gop = kind.gop, .bFrames = kind.bFrames},
+        In("input"));
     const Outcome run = Cut("input", {"--merge-gap", "1", "--pre-roll", "0.4", "--post-roll", "0.5"});
     EXPECT_EQ(run.code, 0) << run.err;
     ASSERT_EQ(run.lines.size(), 2u) << run.err;
@@ -114,10 +111,9 @@ TEST_P(ClipsOfAFastScan, HoldWhatWasNotDecoded) {
     if (!Video::HasEncoder(kind.codec)) {
         GTEST_SKIP() << "this FFmpeg cannot encode " << kind.codec;
     }
-    Video::WriteEncoded(
-        {{.width = 160, .height = 120, .seconds = 40, .from = 20, .until = 24}},
-        {.codec = kind.codec, .container = kind.container, .groupSize = kind.groupSize, .bFrames = kind.bFrames},
-        In("input"));
+    Video::WriteEncoded({{.width = 160, .height = 120, .seconds = 40, .from = 20, .until = 24}},
+                        {.codec = kind.codec, .container = kind.container, .gop = kind.gop, .bFrames = kind.bFrames},
+                        In("input"));
     const Outcome run = Cut("input", {"--fast", "--pre-roll", "5.3", "--post-roll", "5.5", "--resume", In("state")});
     EXPECT_EQ(run.code, 0) << run.err;
     ASSERT_EQ(run.lines.size(), 2u) << run.err;
@@ -131,8 +127,8 @@ TEST_P(ClipsOfAFastScan, HoldWhatWasNotDecoded) {
         const double time = picture.time - source.pictures.front().time;
         return picture.isKey && time > event["clip_start"].get<double>() - 0.001 && time < end;
     };
-    const auto groups = std::count_if(source.pictures.begin(), source.pictures.end(), isOfClip);
-    EXPECT_LT(file["groups_decoded"], groups) << "and some of these lie at the beginning of the file";
+    const auto gops = std::count_if(source.pictures.begin(), source.pictures.end(), isOfClip);
+    EXPECT_LT(file["groups_decoded"], gops) << "and some of these lie at the beginning of the file";
 }
 
 INSTANTIATE_TEST_SUITE_P(ClipScanTest, ClipsOfAFastScan,
@@ -150,7 +146,7 @@ TEST_F(ClipScanTest, IrregularTimesAreKept) {
         scene.from /= 10;
         scene.until /= 10;
     }
-    Video::WriteEncoded(scenes, {.codec = "mpeg4", .container = "matroska", .groupSize = 15, .time = time}, In("input"));
+    Video::WriteEncoded(scenes, {.codec = "mpeg4", .container = "matroska", .gop = 15, .time = time}, In("input"));
     const Outcome run = Cut("input", {"--merge-gap", "1"});
     ASSERT_EQ(run.lines.size(), 2u) << run.err;
     const Video::StoredPictures source = Video::ReadPictures(In("input"));
@@ -162,7 +158,7 @@ TEST_F(ClipScanTest, IrregularTimesAreKept) {
 TEST_F(ClipScanTest, EventsAtBothEndsOfTheInputHaveClips) {
     Video::WriteEncoded({{.width = 128, .height = 96, .seconds = 12, .from = 0, .until = 3},
                          {.width = 128, .height = 96, .seconds = 2, .from = 0, .until = 2}},
-                        {.codec = "mpeg4", .container = "mp4", .groupSize = 25}, In("input"));
+                        {.codec = "mpeg4", .container = "mp4", .gop = 25}, In("input"));
     const Outcome run = Cut("input", {"--rate", "0", "--merge-gap", "1", "--pre-roll", "1", "--post-roll", "1"});
     ASSERT_EQ(run.lines.size(), 2u) << run.err;
     const Video::StoredPictures source = Video::ReadPictures(In("input"));

@@ -56,7 +56,7 @@ protected:
 TEST_F(FastScan, FindsWhatAWholeScanFinds) {
     for (const auto& [container, bFrames] : {std::pair{"mp4", 0}, std::pair{"matroska", 2}, std::pair{"avi", 0}}) {
         SCOPED_TRACE(container);
-        Video::WriteEncoded(TwoVisits(), {.codec = "mpeg4", .container = container, .groupSize = 20, .bFrames = bFrames},
+        Video::WriteEncoded(TwoVisits(), {.codec = "mpeg4", .container = container, .gop = 20, .bFrames = bFrames},
                             In("clip"));
         const json file = ExpectTheSame();
         EXPECT_EQ(file["status"], "complete");
@@ -76,7 +76,7 @@ TEST_F(FastScan, OfCompletePicturesOnlyOneASecondIsLookedAt) {
 }
 
 TEST_F(FastScan, KeyframesTooFarApartAreNotTrusted) {
-    Video::WriteEncoded(TwoVisits(), {.codec = "mpeg4", .container = "mp4", .groupSize = 50}, In("clip"));
+    Video::WriteEncoded(TwoVisits(), {.codec = "mpeg4", .container = "mp4", .gop = 50}, In("clip"));
     const json file = ExpectTheSame();
     EXPECT_EQ(file["groups"], 16);
     EXPECT_EQ(file["groups_decoded"], 16);
@@ -86,10 +86,10 @@ TEST_F(FastScan, KeyframesTooFarApartAreNotTrusted) {
     EXPECT_NE(run.err.find("because keyframes lie up to 5.0 s apart"), std::string::npos) << run.err;
 }
 
-TEST_F(FastScan, WhatMovesWithinOneGroupOnlyIsMissed) {
+TEST_F(FastScan, WhatMovesWithinOneGopOnlyIsMissed) {
     // The price, as documented: here and gone between two keyframes.
     const Video::SquareScene brief{.width = 160, .height = 120, .seconds = 30, .from = 20.3, .until = 21.7};
-    Video::WriteEncoded({brief}, {.codec = "mpeg4", .container = "mp4", .groupSize = 20}, In("clip"));
+    Video::WriteEncoded({brief}, {.codec = "mpeg4", .container = "mp4", .gop = 20}, In("clip"));
     EXPECT_EQ(Scanned({}).size(), 2u);
     const std::vector<json> fast = Scanned({"--fast"}, 3);
     ASSERT_EQ(fast.size(), 1u);
@@ -97,17 +97,17 @@ TEST_F(FastScan, WhatMovesWithinOneGroupOnlyIsMissed) {
 }
 
 TEST_F(FastScan, JoinedRecordingsAreJudgedLikeSingleOnes) {
-    Video::WriteEncoded({TwoVisits().front()}, {.codec = "mpeg2video", .container = "mpegts", .groupSize = 20}, In("one"));
+    Video::WriteEncoded({TwoVisits().front()}, {.codec = "mpeg2video", .container = "mpegts", .gop = 20}, In("one"));
     Write("clip", Read("one") + Read("one"));
     const json file = ExpectTheSame(1);  // the packet in which they join is damaged
     EXPECT_LT(file["groups_decoded"], 20);
     EXPECT_GT(file["groups"], 36);
 }
 
-TEST_F(FastScan, NoGroupIsJudgedByPicturesWithinIt) {
+TEST_F(FastScan, NoGopIsJudgedByPicturesWithinIt) {
     // The decoder still holds pictures when keyframes begin to be all that is looked at.
     Video::WriteEncoded({{.width = 160, .height = 120, .framesPerSecond = 12, .seconds = 20, .from = 1.6, .until = 4}},
-                        {.codec = "mpeg4", .container = "mp4", .groupSize = 12, .bFrames = 2}, In("clip"));
+                        {.codec = "mpeg4", .container = "mp4", .gop = 12, .bFrames = 2}, In("clip"));
     for (const char* rate : {"0", "6"}) {
         const std::vector<json> whole = Scanned({"--rate", rate}), fast = Scanned({"--rate", rate, "--fast"});
         ASSERT_EQ(fast.size(), 2u);
@@ -118,7 +118,7 @@ TEST_F(FastScan, NoGroupIsJudgedByPicturesWithinIt) {
 }
 
 TEST_F(FastScan, DamageIsSteppedOver) {
-    Video::WriteEncoded(TwoVisits(), {.codec = "mpeg4", .container = "mpegts", .groupSize = 20}, In("clip"));
+    Video::WriteEncoded(TwoVisits(), {.codec = "mpeg4", .container = "mpegts", .gop = 20}, In("clip"));
     const std::uintmax_t size = std::filesystem::file_size(In("clip"));
     Damage("clip", size / 3, 2000);
     const std::vector<json> fast = Scanned({"--fast"}, 1);

@@ -24,7 +24,7 @@ void Broadcast(const std::filesystem::path& path, const char* codec, const char*
                double until) {
     const Video::SquareScene scene{
         .width = 160, .height = 120, .framesPerSecond = 25, .seconds = seconds, .from = from, .until = until};
-    Video::WriteEncoded({scene}, {.codec = codec, .container = container, .groupSize = 10}, path.string());
+    Video::WriteEncoded({scene}, {.codec = codec, .container = container, .gop = 10}, path.string());
 }
 
 }  // namespace

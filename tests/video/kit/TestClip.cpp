@@ -84,7 +84,7 @@ CodecPointer OpenEncoder(const SquareScene& scene, AVPixelFormat format, const E
     codec->pix_fmt = format;
     codec->time_base = {1, scene.framesPerSecond};
     codec->framerate = {scene.framesPerSecond, 1};
-    codec->gop_size = encoding.groupSize;
+    codec->gop_size = encoding.gop;
     codec->max_b_frames = encoding.bFrames;
     codec->sample_aspect_ratio = encoding.sampleAspect;
     codec->thread_count = 1;

@@ -35,7 +35,7 @@ struct Encoding {
     std::string container;  // name of a format
     AVPixelFormat format = AV_PIX_FMT_YUV420P;
     AVPixelFormat laterFormat = AV_PIX_FMT_NONE;  // from the second scene on; none: the same
-    int groupSize = 12;                           // pictures from one keyframe to the next
+    int gop = 12;                                 // pictures from one keyframe to the next
     AVRational sampleAspect = {0, 1};
     int rotation = 0;          // degrees that players turn it by; written where the container can
     bool headerFirst = false;  // MP4: tables at the front

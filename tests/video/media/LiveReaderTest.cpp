@@ -25,7 +25,7 @@ class LiveReaderTest : public ClipFixture {
 protected:
     void SetUp() override {
         const SquareScene scene{.width = 64, .height = 48, .seconds = pictures / 10.0, .from = 0, .until = 0};
-        WriteEncoded({scene}, {.codec = "mpeg4", .container = "matroska", .groupSize = gop}, In("clip.mkv"));
+        WriteEncoded({scene}, {.codec = "mpeg4", .container = "matroska", .gop = gop}, In("clip.mkv"));
     }
 
     std::string Url() const { return "file:" + In("clip.mkv"); }

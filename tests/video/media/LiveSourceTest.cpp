@@ -30,7 +30,7 @@ class LiveSourceTest : public ClipFixture {
 protected:
     void SetUp() override {
         const SquareScene scene{.width = 64, .height = 48, .seconds = pictures / 10.0, .from = 0, .until = 0};
-        WriteEncoded({scene}, {.codec = "mpeg4", .container = "matroska", .groupSize = 5}, In("clip.mkv"));
+        WriteEncoded({scene}, {.codec = "mpeg4", .container = "matroska", .gop = 5}, In("clip.mkv"));
     }
 
     std::unique_ptr<LiveSource> Open(const LiveLimits& limits) const {

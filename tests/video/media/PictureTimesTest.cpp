@@ -133,7 +133,7 @@ TEST_F(PictureTimes, JoinedRecordingsGoOn) {
 TEST_F(PictureTimes, BehindDamageNumbersAreApproximate) {
     SquareScene scene = Tiny();
     scene.seconds = 10;
-    WriteEncoded({scene}, {.codec = "mpeg2video", .container = "mpegts", .groupSize = 5}, In("clip"));
+    WriteEncoded({scene}, {.codec = "mpeg2video", .container = "mpegts", .gop = 5}, In("clip"));
     Damage("clip", std::filesystem::file_size(In("clip")) / 2, 3000);
     const Shown shown = ShownBy(In("clip"));
     ASSERT_GT(shown.times.size(), 60u);

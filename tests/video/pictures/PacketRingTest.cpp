@@ -23,10 +23,10 @@ PacketPointer PacketOf(int size, bool isKey, std::int64_t pts) {
     return packet;
 }
 
-// Packets of 100 bytes, a keyframe every `group`, one every tenth of a second, each shown at once.
-void Fill(PacketRing& ring, int from, int until, int group, std::int64_t unwritten = none, Ticks preRoll = 0) {
+// Packets of 100 bytes, a keyframe every `gop` packets, one every tenth of a second, each shown at once.
+void Fill(PacketRing& ring, int from, int until, int gop, std::int64_t unwritten = none, Ticks preRoll = 0) {
     for (int i = from; i < until; ++i) {
-        ring.Push(*PacketOf(100, i % group == 0, i), i);
+        ring.Push(*PacketOf(100, i % gop == 0, i), i);
         ring.SetTime(i, i * oneSecond / 10);
         ring.Trim(i * oneSecond / 10 - preRoll, unwritten);
     }
@@ -61,10 +61,10 @@ TEST(PacketRing, UnwrittenPacketsStay) {
     EXPECT_EQ(ring.First(), 13);
     EXPECT_TRUE(ring.IsFull());
     ring.Trim(46 * oneSecond / 10, 38);
-    EXPECT_EQ(ring.First(), 38) << "a full ring gives up the group before, as far as it is written";
+    EXPECT_EQ(ring.First(), 38) << "a full ring gives up the GOP before, as far as it is written";
 }
 
-TEST(PacketRing, AGroupThatDoesNotFitIsGivenUp) {
+TEST(PacketRing, AGopThatDoesNotFitIsGivenUp) {
     PacketRing ring(tenths, 2'000);
     Fill(ring, 0, 20, 1000);
     EXPECT_EQ(ring.KeyBefore(0), 0);
@@ -73,7 +73,7 @@ TEST(PacketRing, AGroupThatDoesNotFitIsGivenUp) {
     EXPECT_EQ(ring.First(), ring.End());
 }
 
-TEST(PacketRing, APreRollThatDoesNotFitLosesItsOldestGroups) {
+TEST(PacketRing, APreRollThatDoesNotFitLosesItsOldestGops) {
     PacketRing ring(tenths, 2'500);
     Fill(ring, 0, 99, 10, none, 100 * oneSecond);
     EXPECT_EQ(ring.First(), 80);
