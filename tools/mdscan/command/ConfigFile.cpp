@@ -1,6 +1,6 @@
 // How is a configuration file read, and a template written?
 //
-// CLI11 has a reader of its own. It passes over lines that it does not understand, cuts values at a # within quotes and does
+// CLI11 has a reader of its own. It ignores lines that it does not understand, cuts values at a # within quotes and does
 // not know in which line a value stood: a wrong file would not be noticed, or not where it is wrong.
 #include "command/ConfigFile.h"
 

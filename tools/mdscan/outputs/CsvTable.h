@@ -14,7 +14,7 @@ public:
     // inputs: files that must not be replaced. Throws Failure.
     CsvTable(const std::string& path, const std::vector<std::string>& inputs);
 
-    // Any record of this input; those that are no events are passed over. Throws Failure.
+    // Any record of this input; those that are no events are ignored. Throws Failure.
     void Take(const std::string& input, const Record& record);
 
     // Throws Failure.

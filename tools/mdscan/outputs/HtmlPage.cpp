@@ -122,7 +122,7 @@ void HtmlPage::Write(const Json& shown) {
 void HtmlPage::Take(const EventPicture& picture) {
     std::string jpeg = Base64(picture.jpeg);
     if (_pictureBytes + jpeg.size() > mostPictureBytes) {
-        ++_leftOut;
+        ++_withoutRoom;
         return;
     }
     _pictureBytes += jpeg.size();
@@ -156,7 +156,7 @@ void HtmlPage::Keep(const CameraGrounds& cameras) {
                                            {"heat", PngAddress(Video::HeatPicture(ground.heat, ground.background, shrink))},
                                            {"background", PngAddress(Video::GreyWhereUnknown(ground.background))}})));
     }
-    _text.Write(Block("end", Json{{"left_out", _leftOut}}.dump()));
+    _text.Write(Block("end", Json{{"left_out", _withoutRoom}}.dump()));
     _text.Write(std::string("<script>\n\"use strict\";\n") + pageScript + "</script>\n</body>\n</html>\n");
     _text.Keep();
 }

@@ -26,7 +26,7 @@ public:
     HtmlPage(const std::string& path, const std::vector<std::string>& inputs, const std::string& scan);
 
     // Of one input at a time, each ended by Finish. A picture comes before the record of its event; other records than of
-    // events and gaps are passed over. Throw Failure.
+    // events and gaps are ignored. Throw Failure.
     void Take(const std::string& input, const Record& record);
     void Take(const EventPicture& picture);
     void Finish(const std::string& input, const JobResult& result);
@@ -43,7 +43,7 @@ private:
     bool _first = true;                    // nothing was written into it
     std::map<int, std::string> _pictures;  // base64, by number of the event; of events still to come
     std::size_t _pictureBytes = 0;         // in the page so far
-    std::int64_t _leftOut = 0;             // pictures for which there was no room
+    std::int64_t _withoutRoom = 0;         // pictures that the page does not hold
 };
 
 // JSON that may stand within a script element, whatever names it holds.

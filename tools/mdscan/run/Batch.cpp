@@ -41,7 +41,7 @@ Batch::Batch(const JobSettings& settings, const RunSettings& run, const InputLis
              RunState* state, Progress& progress)
     : _settings(settings),
       _quiet(run.quiet),
-      _passedOver(list.passedOver),
+      _otherFiles(list.otherFiles),
       _results(results),
       _state(state),
       _progress(progress),
@@ -267,7 +267,7 @@ int Batch::Conclude() {
     text += cut ? ", interrupted after " + std::to_string(finished) : "";
     text += ": " + Count(moving, "with motion") + ", " + Count(failed, "failed");
     text += _recalled > 0 ? ", " + Count(static_cast<std::size_t>(_recalled), "known from before") : "";
-    text += _passedOver > 0 ? "; " + Count(static_cast<std::size_t>(_passedOver), "other files passed over") : "";
+    text += _otherFiles > 0 ? "; " + Count(static_cast<std::size_t>(_otherFiles), "other files passed over") : "";
     if (!_quiet) {
         PrintLastLine("", text + "; " + SumText(sum, _recalledLength));
     }

@@ -64,7 +64,7 @@ private:
 
     const JobSettings& _settings;
     const bool _quiet;
-    const int _passedOver;
+    const int _otherFiles;
     RunOutputs& _results;
     SpillFile _spillFile;
     RunState* _state;

@@ -88,7 +88,7 @@ private:
                 ++_found;
                 Add({path.native()});
             } else {
-                ++_list.passedOver;
+                ++_list.otherFiles;
             }
         }
         if (_depth == 0 && _found == before) {

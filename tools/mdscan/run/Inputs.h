@@ -14,12 +14,12 @@ struct Input {
 
 struct InputList {
     std::vector<Input> inputs;  // in the order given, a folder's sorted by name; none twice
-    int passedOver = 0;         // files in folders that are no videos by their names
+    int otherFiles = 0;         // in folders: not listed, no videos by their names
     bool several = false;       // the user named several, a folder or a pattern: results have to name their file
 };
 
 // A name that exists is never a pattern. In folders: files with an ending that videos have; what begins with a dot and links
-// to folders are left out.
+// to folders are not looked at.
 InputList FindInputs(const std::vector<std::string>& names);
 
 // Does the name end as videos do?

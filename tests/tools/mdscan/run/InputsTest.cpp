@@ -44,7 +44,7 @@ TEST_F(InputsTest, AFileIsItself) {
 TEST_F(InputsTest, AFolderIsTheVideosInAndBelowIt) {
     const InputList list = FindInputs({Folder()});
     EXPECT_EQ(Paths(list), (Names{In("a.MKV"), In("b.mp4"), In("sub/deep/c.ts")}));
-    EXPECT_EQ(list.passedOver, 2);
+    EXPECT_EQ(list.otherFiles, 2);
     EXPECT_TRUE(list.several);
 }
 
