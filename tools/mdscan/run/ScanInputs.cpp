@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <filesystem>
+#include <initializer_list>
 #include <iterator>
 #include <map>
 #include <optional>
