@@ -4,8 +4,7 @@
 #include "ask/Explain.h"
 
 #include <cstdio>
-#include <iomanip>
-#include <sstream>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -32,12 +31,6 @@
 namespace Scan {
 
 namespace {
-
-std::string Seconds(Video::Ticks ticks) {
-    std::ostringstream text;
-    text << std::fixed << std::setprecision(3) << Video::ToSeconds(ticks);
-    return text.str();
-}
 
 constexpr Video::Ticks halfMillisecond =
     Video::oneSecond / 2000;  // results give times rounded so: what they name must be found
@@ -91,12 +84,12 @@ public:
     const Explanation& Answer(const Video::Tally& tally) const {
         if (!_isOver && _explanation.asked >= tally.length) {
             throw Video::Failure(Video::Concern::Usage, "--at must lie within the video, from 0 to " +
-                                                            Seconds(tally.length) + " s, not " +
-                                                            Seconds(_explanation.asked));
+                                                            SecondsText(tally.length) + " s, not " +
+                                                            SecondsText(_explanation.asked));
         }
         if (!_hasSeen) {
             throw Video::Failure(Video::Concern::Usage,
-                                 "no picture was analysed up to " + Seconds(_explanation.asked) + " s");
+                                 "no picture was analysed up to " + SecondsText(_explanation.asked) + " s");
         }
         const Video::PictureGrid& grid = _explanation.facts.grid;
         const auto range = [](int columns, int rows) {

@@ -23,12 +23,6 @@ std::string Joined(const Parts&... parts) {
     return text.str();
 }
 
-std::string InSeconds(Video::Ticks ticks) {
-    std::ostringstream text;
-    text << std::fixed << std::setprecision(3) << Video::ToSeconds(ticks) << " s";
-    return text.str();
-}
-
 std::string Ago(Video::Ticks ticks) {
     std::ostringstream text;
     text << std::fixed << std::setprecision(1) << Video::ToSeconds(ticks) << " s ago";
@@ -58,7 +52,7 @@ std::string MotionText(const Explanation& e) {
     if (!e.event) {
         return text + ".";
     }
-    const std::string span = Joined(" from ", InSeconds(e.event->start), " to ", InSeconds(e.event->end));
+    const std::string span = Joined(" from ", SecondsText(e.event->start), " s to ", SecondsText(e.event->end), " s");
     return e.event->counts ? Joined(text, ", in event ", e.event->number, span, ".")
                            : Joined(text, ". What moved", span, " was dropped: --min-duration is ", e.minDuration, " s.");
 }
@@ -166,17 +160,23 @@ const char* NameOf(Verdict verdict) {
     return "motion";
 }
 
+std::string SecondsText(Video::Ticks ticks) {
+    std::ostringstream text;
+    text << std::fixed << std::setprecision(3) << Video::ToSeconds(ticks);
+    return text.str();
+}
+
 std::string ExplanationText(const Explanation& e) {
     const BlockFacts& facts = e.facts;
     const Video::Box pixels =
         Video::PixelBox({facts.place.column, facts.place.row, facts.place.column, facts.place.row}, facts.grid);
     const std::string later = Video::PrintedSeconds(e.time) == Video::PrintedSeconds(e.asked)
                                   ? ""
-                                  : Joined(", the last one analysed by ", InSeconds(e.asked));
+                                  : Joined(", the last one analysed by ", SecondsText(e.asked), " s");
     std::string text =
         Joined(e.file, ": block ", facts.place.column, ",", facts.place.row, " (pixels ", pixels.x, ",", pixels.y, " to ",
                pixels.x + pixels.width - 1, ",", pixels.y + pixels.height - 1, "), ", e.picture.exact ? "" : "about ",
-               "picture ", e.picture.number, " at ", InSeconds(e.time), later, "\n", VerdictText(e), "\n");
+               "picture ", e.picture.number, " at ", SecondsText(e.time), " s", later, "\n", VerdictText(e), "\n");
     if (facts.verdict == Verdict::NotReady) {
         return text + Row("luma", Joined(facts.current.y)) + ZoneRows(facts);
     }

@@ -33,6 +33,9 @@ struct Explanation {
 // "still", "shadow", ...: how JSON calls it.
 const char* NameOf(Verdict verdict);
 
+// "12.345": as explanations and complaints about a question give times, in seconds.
+std::string SecondsText(Video::Ticks ticks);
+
 // A few lines, each with its end.
 std::string ExplanationText(const Explanation& explanation);
 
