@@ -5,7 +5,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 # Another version writes another dialect.
-format=$(command -v clang-format-14 || command -v clang-format)
+format=$(command -v clang-format-14 || command -v clang-format) && [[ $("$format" --version) == *"version 14."* ]] ||
+    { echo "check-format: needs clang-format 14" >&2; exit 1; }
 limit=$(sed -n 's/^ColumnLimit: *//p' .clang-format)
 
 files() { # patterns of names...

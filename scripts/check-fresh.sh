@@ -11,8 +11,8 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 ((EUID == 0)) || exec sudo FRESH_ROOT="${FRESH_ROOT:-}" FRESH_KEEP="${FRESH_KEEP:-}" "$0" "$@"
 system=$(realpath -m "${FRESH_ROOT:-$root/build/fresh}")
 (($#)) || set -- './dev scan' './dev test'
-remove() { [[ -n ${FRESH_KEEP:-} ]] || rm -rf --one-file-system "$system" "$system.output"; }
-trap remove EXIT
+# Armed once the system was made: until then the folder may be anybody's.
+remove() { [[ -n ${FRESH_KEEP:-} ]] || rm -rf --one-file-system "$system" "$system.output" "$system.made-by-coreMD"; }
 trap 'exit 1' HUP INT TERM
 
 # Mounts are seen by the command alone, and whatever it leaves running ends with it.
@@ -29,6 +29,7 @@ inside() {
 echo "check-fresh: making a minimal system in $system"
 mkdir -p "$(dirname "$system")"
 "$root/scripts/make-root.sh" "$system" git
+trap remove EXIT
 # What packages cost is told apart: it depends on the network and on Debian.
 cat >"$system/usr/local/bin/apt-get" <<'WRAPPER'
 #!/bin/bash

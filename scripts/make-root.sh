@@ -3,6 +3,8 @@
 # from where this machine gets its own packages, and able to get more from there. Needs root and debootstrap.
 #
 #     scripts/make-root.sh FOLDER [PACKAGE...]         PACKAGE: what it has beyond the least that Debian can be
+#
+# A folder that holds anything else is refused. FOLDER.made-by-coreMD stays beside it, for the next call.
 set -euo pipefail
 system=$1
 shift
@@ -17,6 +19,13 @@ sources=$(apt-get indextargets --format 'deb $(REPO_URI) $(CODENAME) $(COMPONENT
 mirror=$(awk -v suite="$suite" '$3 == suite && $4 == "main" { print $2; exit }' <<<"$sources")
 [[ -n $mirror ]] || fail "apt on this machine knows no mirror of Debian $suite: does it need apt-get update?"
 
+# Whatever stands there goes, so it must be known that it came from here: a mark beside it says so.
+mark=$system.made-by-coreMD
+if [[ -e $system && ! -e $mark && -n $(ls -A "$system") ]]; then
+    fail "$system holds something that this did not make"
+fi
+mkdir -p "$(dirname "$system")"
+touch "$mark"
 rm -rf --one-file-system "$system"
 mkdir -p "$system"
 packages=$(IFS=, && echo "ca-certificates${*:+,$*}")

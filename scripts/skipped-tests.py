@@ -3,8 +3,10 @@
 
     scripts/skipped-tests.py RESULTS.xml
 
-A program of GoogleTest says of each skipped case where it is and, below, why; another test that is skipped says so last.
+A program of GoogleTest says of each skipped case where it is and, below, why; Python's say "skipped" and the reason, scripts
+"left out:" and what; another test that is skipped says so last.
 """
+import re
 import sys
 import xml.etree.ElementTree
 
@@ -12,6 +14,7 @@ import xml.etree.ElementTree
 def reasons_of(case):
     lines = [line.strip() for line in case.findtext("system-out", "").splitlines() if line.strip()]
     reasons = [after for line, after in zip(lines, lines[1:]) if line.endswith(": Skipped")]
+    reasons += [line for line in lines if re.search(r"skipped ['\"]|left out:", line)]
     if case.find("skipped") is not None and not reasons:
         reasons = lines[-1:] or ["no reason is given"]
     return reasons
