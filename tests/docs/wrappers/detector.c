@@ -11,7 +11,9 @@ int host(DetectorHandle* detector, DetectionInfo* info);
 
 int host(DetectorHandle* detector, DetectionInfo* info) {
     (void)detector, (void)info;
-    BLOCK
+    /* clang-format off */
+BLOCK
+    /* clang-format on */
     return 0;
 }
 

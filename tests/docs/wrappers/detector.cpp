@@ -19,7 +19,9 @@ int Fragment(coremd::Detector& detector, std::vector<std::uint8_t>& planes, core
 
 int Fragment([[maybe_unused]] coremd::Detector& detector, [[maybe_unused]] std::vector<std::uint8_t>& planes,
              [[maybe_unused]] coremd::Ticks time) {
-    BLOCK
+    // clang-format off
+BLOCK
+    // clang-format on
     return 0;
 }
 
