@@ -7,7 +7,11 @@ set(coreMD_class_headers
     statistics/FrameStatistics.h statistics/H264PartlyStatistic.h
     utils/Blocks.h utils/BufferSlot.h utils/CellBox.h utils/Utils.h utils/Visibility.h
     zones/CellArena.h zones/MDZone.h zones/MotionObject.h)
-set(coreMD_host_headers BlockReducer.h kernels/BlockMean.h)
+set(coreMD_host_headers
+    BlockReducer.h
+    conditioning/Priming.h
+    conditioning/StreamTime.h
+    kernels/BlockMean.h)
 # Rules for one block: the scanner explains blocks by the very ones that the library asks. Not installed.
 set(coreMD_rule_headers
     detector/kernels/Background.h detector/kernels/Foreground.h detector/kernels/Shadow.h utils/Ticks.h)
@@ -16,6 +20,7 @@ function(stage_header source name)
     set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${source})
     file(READ ${source} text)
     string(REGEX REPLACE "#include \"((detector|statistics|utils|zones)/[^\"]+)\"" "#include <coreMD/\\1>" text "${text}")
+    string(REGEX REPLACE "#include \"(BlockReducer\\.h|conditioning/[^\"]+)\"" "#include <coreMD/host/\\1>" text "${text}")
     string(REPLACE "#include \"coreMD.h\"" "#include <coreMD.h>" text "${text}")
     file(GENERATE OUTPUT ${coreMD_staged_include}/coreMD/${name} CONTENT "${text}")
 endfunction()
