@@ -1,0 +1,80 @@
+// How is the command line read?
+#include "Options.h"
+
+#include <cmath>
+#include <cstddef>
+#include <cstdlib>
+
+#include "video/base/Failure.h"
+
+namespace Accuracy {
+
+namespace {
+
+[[noreturn]] void Refuse(const std::string& what) { throw Video::Failure(Video::Concern::Usage, what); }
+
+// Words one after another, each with the value that may follow it.
+class Words {
+public:
+    explicit Words(const std::vector<std::string>& words) : _words(words) {}
+
+    bool Next() { return ++_at < _words.size(); }
+    const std::string& Word() const { return _words[_at]; }
+
+    double Number(double low, double high) {
+        const std::string& option = Word();
+        if (!Next()) {
+            Refuse(option + " wants a number");
+        }
+        char* end = nullptr;
+        const double value = std::strtod(Word().c_str(), &end);
+        if (Word().empty() || *end != '\0' || !(value >= low && value <= high)) {
+            Refuse(option + ": " + Word() + " is no number from " + std::to_string(low) + " to " + std::to_string(high));
+        }
+        return value;
+    }
+
+private:
+    const std::vector<std::string>& _words;
+    std::size_t _at = static_cast<std::size_t>(-1);
+};
+
+}  // namespace
+
+const char* const usage =
+    "usage: coreMD_accuracy [options] FOLDER...\n"
+    "\n"
+    "How right is mdscan, with its defaults, on labelled sequences?  FOLDER: numbered pictures in input/, label pictures\n"
+    "of the same numbers in groundtruth/, perhaps first and last number to score in temporalROI.txt; 25 pictures a second.\n"
+    "\n"
+    "  --json         print one object: figures by sequence, and their mean\n"
+    "  --share N      a block of 8x8 pixels is found where so much of it is covered [0.25]\n"
+    "  --rate N       as mdscan's options of these names\n"
+    "  --block N\n"
+    "  --shadows\n"
+    "  --min-size N\n"
+    "\n"
+    "Exit status: 0; 1 where a folder cannot be scored; 2 where the command line cannot be understood.\n";
+
+Options ReadOptions(const std::vector<std::string>& list) {
+    Options options;
+    Words words(list);
+    while (words.Next()) {
+        const std::string word = words.Word();
+        if (word == "--json") options.json = true;
+        else if (word == "--help" || word == "-h") options.help = true;
+        else if (word == "--share") options.share = words.Number(0.01, 1);
+        else if (word == "--rate") options.scanner.rate = words.Number(0, 1000);
+        else if (word == "--block") options.scanner.blockSize = static_cast<int>(std::lround(words.Number(0, 1000)));
+        else if (word == "--shadows") options.scanner.shadows = true;
+        else if (word == "--min-size") options.scanner.minSize = words.Number(0, 1);
+        else if (word.starts_with("-")) Refuse("unknown option " + word);
+        else options.folders.push_back(word);
+    }
+    if (options.folders.empty() && !options.help) {
+        Refuse("no folder is given; see --help");
+    }
+    return options;
+}
+
+}  // namespace Accuracy

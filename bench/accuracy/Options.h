@@ -1,0 +1,24 @@
+// What is asked for on the command line?
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "ScannerSubject.h"
+
+namespace Accuracy {
+
+struct Options {
+    std::vector<std::string> folders;  // labelled ones
+    ScannerRules scanner;
+    double share = 0.25;  // of a scored block that a mask has to cover
+    bool json = false;
+    bool help = false;
+};
+
+// Throws Video::Failure where it cannot be understood.
+Options ReadOptions(const std::vector<std::string>& words);
+
+extern const char* const usage;
+
+}  // namespace Accuracy
