@@ -9,6 +9,8 @@ set(coreMD_class_headers
     zones/CellArena.h zones/MDZone.h zones/MotionObject.h)
 set(coreMD_host_headers
     BlockReducer.h
+    conditioning/BackgroundMemory.h
+    conditioning/MemoryFile.h
     conditioning/Priming.h
     conditioning/StreamTime.h
     kernels/BlockMean.h)

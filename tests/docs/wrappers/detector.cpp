@@ -2,6 +2,7 @@
 #include <coreMD.hpp>
 #include <coreMD/detector/MotionDetector.h>
 #include <coreMD/host/BlockReducer.h>
+#include <coreMD/host/conditioning/BackgroundMemory.h>
 
 #include <algorithm>
 #include <cstdint>

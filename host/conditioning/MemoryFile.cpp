@@ -1,0 +1,68 @@
+// How does a memory get into a file, and back?
+#include "conditioning/MemoryFile.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <system_error>
+#include <utility>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace Host {
+namespace {
+
+namespace fs = std::filesystem;
+using File = std::unique_ptr<std::FILE, decltype([](std::FILE* file) { std::fclose(file); })>;
+
+// False: errno says why.
+bool WriteWhole(const std::string& path, std::span<const std::uint8_t> bytes) {
+    File file(std::fopen(path.c_str(), "wb"));
+    return file && std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size() && std::fflush(file.get()) == 0 &&
+           fsync(fileno(file.get())) == 0 && std::fclose(file.release()) == 0;
+}
+
+// So that the new name survives a power cut, too. Some file systems cannot; the file is whole all the same.
+void SeeFolderToDisk(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0) return;
+    fsync(descriptor);
+    close(descriptor);
+}
+
+}  // namespace
+
+std::string SaveMemory(const std::string& path, std::span<const std::uint8_t> bytes) {
+    const std::string passing = path + "." + std::to_string(getpid()) + ".part";
+    if (WriteWhole(passing, bytes) && std::rename(passing.c_str(), path.c_str()) == 0) {
+        SeeFolderToDisk(path);
+        return {};
+    }
+    std::string failure = "cannot write " + path + ": " + std::strerror(errno);
+    unlink(passing.c_str());
+    return failure;
+}
+
+LoadedBytes LoadMemory(const std::string& path) {
+    const auto failed = [&](const std::string& reason) {
+        return LoadedBytes{std::nullopt, "cannot read " + path + ": " + reason};
+    };
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (error) return failed(error.message());
+    if (!fs::is_regular_file(status)) return failed("is not a plain file");
+    const std::uintmax_t size = fs::file_size(path, error);
+    if (error || size > static_cast<std::uintmax_t>(mostMemoryBytes)) return failed("is too large for a memory");
+    const File file(std::fopen(path.c_str(), "rb"));
+    if (!file) return failed(std::strerror(errno));
+    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(size));
+    if (std::fread(bytes.data(), 1, bytes.size(), file.get()) != bytes.size()) return failed("ends before its length");
+    return {std::move(bytes), {}};
+}
+
+}  // namespace Host
