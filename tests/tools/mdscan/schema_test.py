@@ -6,6 +6,7 @@
 import copy
 import json
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
@@ -18,8 +19,13 @@ except ImportError:
     sys.exit(77)
 
 MDSCAN, MAKE_CLIPS, SCHEMA = sys.argv[1:4]
+CONDITIONS = pathlib.Path(__file__).parents[3] / "video/watch/Condition.h"
 ZONES = {"zones": [{"name": "left", "polygon": [[0, 0], [0.5, 0], [0.5, 1], [0, 1]]},
                    {"name": "corner", "polygon": [[0.9, 0.9], [1, 0.9], [1, 1]], "exclude": True}]}
+
+# As JsonLinesTest has it.
+CONDITION = {"type": "condition", "file": "a.mp4", "condition": "shaking", "start": 1.235, "end": 21.235,
+             "start_time": "1970-01-01T00:00:01.235Z", "end_time": "1970-01-01T00:00:21.235Z"}
 
 
 def run(*arguments):
@@ -49,7 +55,7 @@ class SchemaTest(unittest.TestCase):
             # Before anything is judged, and within the square, when its background is known.
             cls.answers = [run("explain", "--json", "--at", at, "--pixel", "150,60", *more, f"{folder}/gate/2.mp4")[0][0]
                            for at, more in (("0.1", []), ("6.6", []), ("6.6", ["--shadows"]))]
-        cls.lines = [line for out, err in cls.runs for line in out + err] + cls.answers
+        cls.lines = [line for out, err in cls.runs for line in out + err] + cls.answers + [CONDITION]
 
     def test_every_line_is_valid(self):
         for line in self.lines:
@@ -80,6 +86,11 @@ class SchemaTest(unittest.TestCase):
         event = copy.deepcopy(next(line for line in self.lines if line["type"] == "event"))
         event["boxes"][0]["undocumented"] = 1
         self.assertFalse(self.validator.is_valid(event))
+        self.assertFalse(self.validator.is_valid({**CONDITION, "condition": "boredom"}))
+
+    def test_conditions_are_those_of_the_source(self):
+        names = re.findall(r'"([a-z -]+)"', CONDITIONS.read_text().split("conditionNames = {")[1].split("}")[0])
+        self.assertEqual(self.validator.schema["$defs"]["condition"]["properties"]["condition"]["enum"], names)
 
 
 if __name__ == "__main__":

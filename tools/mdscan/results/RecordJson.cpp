@@ -13,6 +13,7 @@
 #include "video/base/Clip.h"
 #include "video/time/TickTime.h"
 #include "video/time/WallClock.h"
+#include "video/watch/Condition.h"
 #include "video/watch/Events.h"
 
 namespace Scan {
@@ -127,6 +128,17 @@ GapRecord GapOf(const Json& json) {
     return gap;
 }
 
+ConditionRecord ConditionOf(const Json& json) {
+    ConditionRecord condition{.file = FileOf(json),
+                              .kind = Video::ConditionNamed(json.at("condition").get<std::string>()).value(),
+                              .start = TicksOf(json, "start"),
+                              .end = TicksOf(json, "end")};
+    if (json.contains("start_time")) {
+        condition.wall = {WallTicksOf(json, "start_time"), WallTicksOf(json, "end_time")};
+    }
+    return condition;
+}
+
 }  // namespace
 
 Json JsonOf(const EventRecord& event) {
@@ -189,6 +201,18 @@ Json JsonOf(const GapRecord& gap) {
     return json;
 }
 
+Json JsonOf(const ConditionRecord& condition) {
+    Json json = Beginning("condition", condition.file);
+    json["condition"] = Video::NameOf(condition.kind);
+    json["start"] = Video::PrintedSeconds(condition.start);
+    json["end"] = Video::PrintedSeconds(condition.end);
+    if (condition.wall) {
+        json["start_time"] = Video::WallTimeText(condition.wall->start);
+        json["end_time"] = Video::WallTimeText(condition.wall->end);
+    }
+    return json;
+}
+
 Record RecordOf(const Json& json) {
     const auto type = json.at("type").get<std::string>();
     if (type == "event") {
@@ -196,6 +220,9 @@ Record RecordOf(const Json& json) {
     }
     if (type == "frame") {
         return FrameOf(json);
+    }
+    if (type == "condition") {
+        return ConditionOf(json);
     }
     return type == "gap" ? GapOf(json) : throw std::invalid_argument(type);
 }

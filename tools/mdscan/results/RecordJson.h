@@ -11,6 +11,7 @@ namespace Scan {
 nlohmann::ordered_json JsonOf(const EventRecord& event);
 nlohmann::ordered_json JsonOf(const FrameRecord& frame);
 nlohmann::ordered_json JsonOf(const GapRecord& gap);
+nlohmann::ordered_json JsonOf(const ConditionRecord& condition);
 
 // Throws std::exception when it is not what JsonOf made.
 Record RecordOf(const nlohmann::ordered_json& json);

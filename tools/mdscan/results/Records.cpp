@@ -7,6 +7,7 @@
 #include "video/base/Gap.h"
 #include "video/time/PictureNumbers.h"
 #include "video/time/WallClock.h"
+#include "video/watch/Condition.h"
 #include "video/watch/Events.h"
 
 namespace Scan {
@@ -70,6 +71,15 @@ GapRecord RecordOf(const std::string& file, const Video::Gap& gap, const std::op
     GapRecord record{.file = file, .start = gap.start, .end = gap.end, .reason = gap.reason};
     if (clock) {
         record.wall = {clock->at + gap.start, clock->at + gap.end};
+    }
+    return record;
+}
+
+ConditionRecord RecordOf(const std::string& file, const Video::Condition& condition,
+                         const std::optional<Video::StartTime>& clock) {
+    ConditionRecord record{.file = file, .kind = condition.kind, .start = condition.start, .end = condition.end};
+    if (clock) {
+        record.wall = {clock->at + condition.start, clock->at + condition.end};
     }
     return record;
 }

@@ -18,6 +18,7 @@
 #include "video/time/PictureNumbers.h"
 #include "video/time/TickTime.h"
 #include "video/time/WallClock.h"
+#include "video/watch/Condition.h"
 #include "video/watch/Events.h"
 
 namespace Scan {
@@ -68,7 +69,19 @@ struct GapRecord {
     std::string reason = {};
 };
 
-using Record = std::variant<EventRecord, FrameRecord, GapRecord>;
+// The picture changed and nothing moved, or nothing could be told: no event.
+struct ConditionRecord {
+    struct WallTimes {
+        Video::WallTicks start, end;
+    };
+
+    std::string file = {};
+    Video::ConditionKind kind = Video::ConditionKind::Light;
+    Video::Ticks start = 0, end = 0;
+    std::optional<WallTimes> wall = {};
+};
+
+using Record = std::variant<EventRecord, FrameRecord, GapRecord, ConditionRecord>;
 
 inline constexpr std::size_t mostBoxesPerEvent = 8;
 
@@ -86,5 +99,7 @@ struct EventExtras {
 EventRecord RecordOf(const std::string& file, int number, const Video::Event& event, const EventExtras& extras = {});
 FrameRecord RecordOf(const std::string& file, const Video::PictureNumber& picture, const Video::Findings& frame);
 GapRecord RecordOf(const std::string& file, const Video::Gap& gap, const std::optional<Video::StartTime>& clock);
+ConditionRecord RecordOf(const std::string& file, const Video::Condition& condition,
+                         const std::optional<Video::StartTime>& clock);
 
 }  // namespace Scan

@@ -6,11 +6,14 @@
 #include <algorithm>
 #include <string>
 
+#include "FolderFixture.h"
 #include "results/Records.h"
 #include "video/base/Clip.h"
 
 namespace Scan {
 namespace {
+
+class CsvTableTest : public Kit::FolderFixture {};
 
 TEST(CsvTable, CellsAreQuotedWhereNeeded) {
     EXPECT_EQ(CsvCell("plain text.mp4"), "plain text.mp4");
@@ -57,6 +60,16 @@ TEST(CsvTable, TheFileIsTheRecordsWhereItNamesOne) {
     EXPECT_EQ(CsvRow("a.mp4", event),
               "b.mp4,1,0.0,0.0,0.0,1970-01-01T00:00:00.000Z,1970-01-01T00:00:00.001Z,1970-01-01T00:00:00.002Z,0,0,0,false,"
               "0,0,,,,,,'-p/b-1.jpg,\"c,1.mp4\",4.5\r\n");
+}
+
+TEST_F(CsvTableTest, OnlyEventsAreRows) {
+    CsvTable table(In("t.csv"), {});
+    table.Take("a.mp4", FrameRecord{});
+    table.Take("a.mp4", GapRecord{});
+    table.Take("a.mp4", ConditionRecord{});
+    table.Take("a.mp4", EventRecord{.number = 1});
+    table.Keep();
+    EXPECT_EQ(Read("t.csv"), CsvHead() + CsvRow("a.mp4", EventRecord{.number = 1}));
 }
 
 TEST(CsvTable, NamesMayHoldAnyBytes) {

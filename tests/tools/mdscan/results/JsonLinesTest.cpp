@@ -17,6 +17,7 @@
 #include "video/base/Tally.h"
 #include "video/time/PictureNumbers.h"
 #include "video/time/WallClock.h"
+#include "video/watch/Condition.h"
 #include "video/watch/Events.h"
 
 namespace Scan {
@@ -96,6 +97,15 @@ TEST(JsonLines, AGapLineTellsWhyThereIsNothing) {
     EXPECT_EQ(LineOf(RecordOf("rtsp://a", gap, Video::StartTime{0, Video::ClockSource::Arrival})),
               R"({"type":"gap","file":"rtsp://a","start":1.235,"end":21.235,"start_time":"1970-01-01T00:00:01.235Z",)"
               R"("end_time":"1970-01-01T00:00:21.235Z","reason":"the connection ended"})");
+}
+
+TEST(JsonLines, AConditionLineTellsFromWhenToWhen) {
+    const Video::Condition condition{Video::ConditionKind::Shaking, 12'345'678, 212'345'678};
+    EXPECT_EQ(LineOf(RecordOf("", condition, std::nullopt)),
+              R"({"type":"condition","condition":"shaking","start":1.235,"end":21.235})");
+    EXPECT_EQ(LineOf(RecordOf("a.mp4", condition, Video::StartTime{0, Video::ClockSource::Given})),
+              R"({"type":"condition","file":"a.mp4","condition":"shaking","start":1.235,"end":21.235,)"
+              R"("start_time":"1970-01-01T00:00:01.235Z","end_time":"1970-01-01T00:00:21.235Z"})");
 }
 
 TEST(JsonLines, AFileLineTellsWhenItBegan) {

@@ -16,6 +16,7 @@
 #include "video/base/Clip.h"
 #include "video/time/TickTime.h"
 #include "video/time/WallClock.h"
+#include "video/watch/Condition.h"
 
 namespace Scan {
 namespace {
@@ -26,9 +27,16 @@ public:
     explicit HostileRecords(std::uint64_t seed) : _random(seed) {}
 
     Record Any() {
-        switch (_random.Below(3)) {
+        switch (_random.Below(4)) {
             case 0: return Event();
             case 1: return FrameRecord{Name(), {Number(), Yes()}, Time(), Boxes()};
+            case 2: {
+                ConditionRecord condition{.file = Name(), .kind = Kind(), .start = Time(), .end = Time()};
+                if (Yes()) {
+                    condition.wall = {WallTime(), WallTime()};
+                }
+                return condition;
+            }
             default: {
                 GapRecord gap{.file = Name(), .start = Time(), .end = Time(), .reason = Name()};
                 if (Yes()) {
@@ -83,6 +91,10 @@ private:
 
     Video::Ticks Time() { return Number(); }
     Video::WallTicks WallTime() { return Number(); }
+
+    Video::ConditionKind Kind() {
+        return static_cast<Video::ConditionKind>(_random.Below(static_cast<int>(Video::conditionNames.size())));
+    }
 
     std::string Name() {
         const char* const names[] = {
@@ -170,6 +182,23 @@ TEST(RecordJson, TimesInMillisecondsAndTextsComeBackToTheTick) {
     EXPECT_EQ(got.track->front().box.x, 6);
 }
 
+TEST(RecordJson, AConditionComesBackToTheTick) {
+    const ConditionRecord sent{.file = "a/b.mp4",
+                               .kind = Video::ConditionKind::TooDark,
+                               .start = 12'340'000,
+                               .end = 98'760'000,
+                               .wall = ConditionRecord::WallTimes{17'723'448'000'010'000, -30'000}};
+    const auto got = std::get<ConditionRecord>(RecordOfLine(LineOf(sent)));
+    EXPECT_EQ(got.file, sent.file);
+    EXPECT_EQ(got.kind, sent.kind);
+    EXPECT_EQ(got.start, sent.start);
+    EXPECT_EQ(got.end, sent.end);
+    ASSERT_TRUE(got.wall);
+    EXPECT_EQ(got.wall->start, sent.wall->start);
+    EXPECT_EQ(got.wall->end, sent.wall->end);
+    EXPECT_FALSE(std::get<ConditionRecord>(RecordOfLine(LineOf(ConditionRecord{}))).wall);
+}
+
 TEST(RecordJson, TheOutermostTimesComeBack) {
     using Limits = std::numeric_limits<Video::Ticks>;
     for (const Video::Ticks time : {Limits::max(), Limits::max() - 7'000, Limits::max() - 20'000, Limits::min(),
@@ -207,7 +236,9 @@ TEST(RecordJson, WhatIsNoRecordIsRefused) {
     for (const std::string& line :
          {std::string(), std::string("{}"), std::string("[]"), std::string("no JSON"), std::string(R"({"type":"event"})"),
           with("gap", "zone"), with("\"start\":0.0", "\"start\":1e300"), with("\"start\":0.0", "\"start\":\"0\""),
-          with("1970-01-01T", "1970-02-30T"), with("1970-01-01T", "99999999-01-01T"), with("1970-01-01T", "yesterday")}) {
+          with("1970-01-01T", "1970-02-30T"), with("1970-01-01T", "99999999-01-01T"), with("1970-01-01T", "yesterday"),
+          std::string(R"({"type":"condition","condition":"boredom","start":0.0,"end":1.0})"),
+          std::string(R"({"type":"condition","start":0.0,"end":1.0})")}) {
         EXPECT_THROW(RecordOfLine(line), std::exception) << line;
     }
 }

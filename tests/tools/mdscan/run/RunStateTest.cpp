@@ -13,6 +13,7 @@
 #include "results/Records.h"
 #include "results/ScanPictures.h"
 #include "video/base/Failure.h"
+#include "video/watch/Condition.h"
 
 namespace Scan {
 namespace {
@@ -32,7 +33,8 @@ protected:
         for (const char* name : {"one", "two\xff%"}) {
             FinishedInput finished;
             finished.result.trouble = name[0] == 'o' ? "one" : "two";
-            finished.records = {EventRecord{.file = name, .number = 1}, GapRecord{.reason = "why"}};
+            finished.records = {EventRecord{.file = name, .number = 1}, GapRecord{.reason = "why"},
+                                ConditionRecord{.kind = Video::ConditionKind::Covered, .end = 15'000'000}};
             finished.pictures = {LineOf(EventPicture{1, "jpeg"})};
             state.Add(In(name), IdentityOf(In(name)), finished);
         }
@@ -56,9 +58,11 @@ TEST_F(RunStateTest, WhatIsFinishedIsKnownToTheNextRun) {
     EXPECT_EQ(one->trouble, "one");
     EXPECT_EQ(state.Read(In("one")).result.trouble, "one");
     const RecalledInput read = state.Read(In("one"));
-    ASSERT_EQ(read.records.size(), 2u);
+    ASSERT_EQ(read.records.size(), 3u);
     EXPECT_EQ(std::get<EventRecord>(read.records[0]).file, "one");
     EXPECT_EQ(std::get<GapRecord>(read.records[1]).reason, "why");
+    EXPECT_EQ(std::get<ConditionRecord>(read.records[2]).kind, Video::ConditionKind::Covered);
+    EXPECT_EQ(std::get<ConditionRecord>(read.records[2]).end, 15'000'000);
     ASSERT_EQ(read.pictures.size(), 1u);
     EXPECT_EQ(std::get<EventPicture>(read.pictures[0]).jpeg, "jpeg");
     EXPECT_EQ(state.Read(In("two\xff%")).result.trouble, "two");
