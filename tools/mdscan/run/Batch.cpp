@@ -10,6 +10,7 @@
 #include <poll.h>
 
 #include "outputs/RunOutputs.h"
+#include "results/ConditionNote.h"
 #include "results/JobResult.h"
 #include "results/PictureLines.h"
 #include "results/Progress.h"
@@ -198,7 +199,7 @@ void Batch::HandOn(Item& item) {
             _results.Take(item.input.path, picture);
         }
         for (const Record& record : recalled.records) {
-            _results.Take(item.input.path, record);
+            Tell(item, record);
         }
         return;
     }
@@ -206,8 +207,13 @@ void Batch::HandOn(Item& item) {
         _results.Take(item.input.path, PictureAt(item.pictures[item.shown]));
     }
     for (; item.told < item.records.size(); ++item.told) {
-        _results.Take(item.input.path, item.records[item.told]);
+        Tell(item, item.records[item.told]);
     }
+}
+
+void Batch::Tell(Item& item, const Record& record) {
+    item.note.Take(record);
+    _results.Take(item.input.path, record);
 }
 
 ScanPicture Batch::PictureAt(const SpillFile::Place& place) {
@@ -259,6 +265,9 @@ int Batch::Conclude() {
         if (item.result->health != Health::Whole) {
             ++failed;
             PrintLastLine(Video::ShownName(item.input.path), ResultText(*item.result));
+        }
+        if (item.note.HidesMotion() && !_quiet) {  // of all others, only lines and page tell: there may be many
+            PrintLastLine(Video::ShownName(item.input.path), item.note.Text());
         }
     }
     const bool cut = finished < _items.size();

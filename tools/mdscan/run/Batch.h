@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "outputs/RunOutputs.h"
+#include "results/ConditionNote.h"
 #include "results/JobResult.h"
 #include "results/Progress.h"
 #include "results/Records.h"
@@ -46,6 +47,7 @@ private:
         std::size_t told = 0;                    // of them
         std::vector<SpillFile::Place> pictures;  // lines of them
         std::size_t shown = 0;                   // of them
+        ConditionNote note;                      // on what was told
         bool isLive = false;                     // its records wait for nobody, and it takes nobody's place
         bool isClosed = false;                   // all is told
     };
@@ -56,6 +58,7 @@ private:
     void Finish(Item& item, JobResult result);
     void TellInOrder();
     void HandOn(Item& item);
+    void Tell(Item& item, const Record& record);
     ScanPicture PictureAt(const SpillFile::Place& place);
     FinishedInput FinishedOf(const Item& item, const JobResult& result);
     void ShowProgress();

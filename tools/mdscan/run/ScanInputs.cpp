@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "outputs/RunOutputs.h"
+#include "results/ConditionNote.h"
 #include "results/JobResult.h"
 #include "results/Progress.h"
 #include "results/Records.h"
@@ -40,15 +41,18 @@ public:
         : _results(results), _input(input), _progress(progress) {}
     void OnRecord(const Record& record) override {
         _progress.Clear();  // both may go to the same terminal
+        _note.Take(record);
         _results.Take(_input, record);
     }
     void OnScanPicture(const ScanPicture& picture) override { _results.Take(_input, picture); }
     void OnPicture(double done, const Video::Tally& tally) override { _progress.Show(done, tally); }
+    const ConditionNote& Note() const { return _note; }
 
 private:
     RunOutputs& _results;
     const std::string& _input;
     Progress& _progress;
+    ConditionNote _note;
 };
 
 // several: of several inputs, some results are folders.
@@ -80,10 +84,12 @@ void MakeFolders(std::initializer_list<std::string> paths) {
 int ScanOne(const std::string& input, const JobSettings& job, const OutputSettings& outputs, const RunSettings& run) {
     Progress progress(StyleOf(run));
     JobResult result;
+    std::string note;
     try {
         RunOutputs results(outputs, ScanLine(job.scan), {input}, false);
         Teller teller(results, input, progress);
         result = RunJob(job, input, "", teller);
+        note = teller.Note().Text();
         if (result.health != Health::Unreadable && result.health != Health::Unwritten) {
             results.Finish(input, result);
             results.Keep();
@@ -94,6 +100,9 @@ int ScanOne(const std::string& input, const JobSettings& job, const OutputSettin
         result.trouble = failure.what();
     }
     progress.Clear();
+    if (!run.quiet && !note.empty()) {
+        PrintLastLine(Video::ShownName(input), note);
+    }
     if (!run.quiet || !result.trouble.empty()) {
         PrintLastLine(Video::ShownName(input), ResultText(result));
     }

@@ -16,6 +16,9 @@
 #include <nlohmann/json.hpp>
 
 #include "ScanFixture.h"
+#include "results/JsonLines.h"
+#include "results/Records.h"
+#include "video/watch/Condition.h"
 
 namespace Scan {
 namespace {
@@ -245,6 +248,40 @@ TEST_F(BatchTest, AChangedFileIsScannedAgain) {
     Write("videos/a.avi", "no longer a video");
     EXPECT_EQ(Last(Mdscan(arguments))["status"], "unreadable");
     EXPECT_EQ(Mdscan({"--rate", "3", "--resume", In("state"), In("videos")}).code, 2) << "other options, other results";
+}
+
+// Puts conditions into what is known of a recording, as if its scan had told them.
+TEST_F(BatchTest, ConditionsAreToldAndNoEvents) {
+    Video::WriteEncoded({Small()}, {.codec = "mpeg4", .container = "avi"}, In("videos/a.avi"));
+    const Names arguments = {"--resume", In("state"), In("videos")};
+    const Outcome plain = Mdscan(arguments);
+    EXPECT_EQ(plain.err.find("a.avi: "), std::string::npos) << plain.err;
+    const std::string known = Read("state"), lines = "\"lines\":[";
+    const auto with = [&](const std::vector<ConditionRecord>& records) {
+        std::string told;
+        for (const ConditionRecord& record : records) {
+            told += json(LineOf(record)).dump() + ",";
+        }
+        Write("state", std::string(known).insert(known.find(lines) + lines.size(), told));
+        return Mdscan(arguments);
+    };
+    const ConditionRecord light{.file = In("videos/a.avi"), .start = 10'000'000, .end = 25'000'000};
+    ConditionRecord covered = light;
+    covered.kind = Video::ConditionKind::Covered;
+
+    const Outcome lit = with({light});
+    EXPECT_EQ(lit.code, plain.code);
+    ASSERT_EQ(lit.lines.size(), plain.lines.size() + 1);
+    EXPECT_EQ(lit.lines[0], json::parse(LineOf(light)));
+    EXPECT_EQ(lit.lines[1]["event"], 1);
+    EXPECT_EQ(Last(lit)["events"], Last(plain)["events"]);
+    EXPECT_EQ(lit.ErrorLines(), 1) << "of many inputs, only what hides motion is said: " << lit.err;
+
+    const Outcome hidden = with({light, covered});
+    const std::string note = "mdscan: " + In("videos/a.avi") + ": light for 1.5 s, covered for 1.5 s\n";
+    EXPECT_EQ(hidden.err.rfind(note, 0), 0u) << hidden.err;
+    EXPECT_EQ(hidden.ErrorLines(), 2);
+    EXPECT_EQ(Mdscan({"--quiet", "--resume", In("state"), In("videos")}).err, "");
 }
 
 TEST_F(BatchTest, BackgroundsAndOverlaysOfManyFillFolders) {
