@@ -7,6 +7,7 @@ set(web_report_modules
     list.js
     marks.js
     model/choice.js
+    model/conditions.js
     model/recordings.js
     model/rows.js
     model/span.js
@@ -25,6 +26,7 @@ set(web_report_modules
     timeline/columns.js
     timeline/drawing.js
     timeline/geometry.js
+    timeline/legend.js
     timeline/timeline.js)
 
 # web_bundle(ESBUILD OUTPUT ENTRY MODULE...): a rule for OUTPUT, of ENTRY and what it imports, which must be these modules.

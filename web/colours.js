@@ -1,4 +1,4 @@
-// Which colours mark the zones of an event?
+// Which colours mark the zones of an event, and the conditions of pictures?
 // Told apart by people who do not tell red from green, on light and on dark.
 export const palette = ["#3b82d8", "#e08a00", "#0f9d78", "#c965a5", "#c9a400", "#2fa8c9", "#d0552b", "#7a6fd0"];
 
@@ -20,4 +20,24 @@ export function colourBits(zones, names) {
 // plain: the colour of what lies in no zone.
 export function coloursOf(bits, plain) {
   return [plain, ...palette].filter((_, bit) => bits >> bit & 1);
+}
+
+// Of rows of their own, in the order in which they are listed. None is a zone's.
+const conditionColours = {
+  "light": "#b8860b", "infrared": "#b3418f", "shaking": "#8d5bd6", "moved": "#1b9186", "covered": "#a0704f",
+  "frozen": "#3a8fcc", "rain-like": "#4f74d9", "too short": "#7f8c26", "too dark": "#7c8494",
+};
+export const conditionNames = Object.keys(conditionColours);
+
+export function conditionColour(name) {
+  return conditionColours[name];
+}
+
+// The colour of a condition as a bit.
+export function conditionBit(name) {
+  return 1 << conditionNames.indexOf(name);
+}
+
+export function conditionColoursOf(bits) {
+  return Object.values(conditionColours).filter((_, bit) => bits >> bit & 1);
 }

@@ -1,6 +1,7 @@
 // What was it?  #player plays the picked event from its first second, in its clip or in the recording.
 import { byId, make, pictureAddress } from "./elements.js";
 import { addZoneMarks } from "./marks.js";
+import { conditionsDuring } from "./model/conditions.js";
 import { picked, shown, step, when } from "./model/state.js";
 import { baseName, eventTime, lengthText, secondsText } from "./texts.js";
 
@@ -26,6 +27,11 @@ function showFacts() {
     const zones = make("span");
     addZoneMarks(picked.zones, zones);
     addFact("zones", zones);
+  }
+  const meanwhile = conditionsDuring(picked).map(({ condition, start, end }) =>
+    condition + " from " + secondsText(start, true) + " to " + secondsText(end, true));
+  if (meanwhile.length) {
+    addFact("conditions", meanwhile.join("; "));
   }
   const box = picked.boxes[0];
   addFact("largest", box.w + " \u00d7 " + box.h + " pixels at " + box.x + ", " + box.y + "; " +

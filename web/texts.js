@@ -29,6 +29,12 @@ export function eventTime(event) {
   return event.input.begin === null ? secondsText(event.start, true) : dateText(time) + " " + clockText(time);
 }
 
+// Of an event or a condition, where one stands for itself.
+export function spanText(span) {
+  return [baseName(span.input.file), ...(span.condition ? [span.condition] : []), eventTime(span), lengthText(span.length),
+          ...(span.zones || [])].join(", ");
+}
+
 export function countText(number, what) {
   return number + " " + what + (number === 1 ? "" : "s");
 }

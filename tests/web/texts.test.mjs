@@ -2,7 +2,7 @@
 import assert from "node:assert";
 import test from "node:test";
 
-import { baseName, clockText, countText, dateText, eventTime, lengthText, secondsText } from "../../web/texts.js";
+import { baseName, clockText, countText, dateText, eventTime, lengthText, secondsText, spanText } from "../../web/texts.js";
 
 process.env.TZ = "Asia/Kolkata";                             // half past five hours ahead
 const at = (text) => Date.parse(text) / 1000;
@@ -32,6 +32,13 @@ test("the clock is the viewer's", () => {
 test("an event has its time of day where there is one", () => {
   assert.equal(eventTime({ start: 75.25, input: { begin: null } }), "1:15.2");
   assert.equal(eventTime({ start: 75.25, input: { begin: at("2026-03-01T00:00:00Z") } }), "2026-03-01 05:31:15");
+});
+
+test("what stands for itself says file, kind, time, length and zones", () => {
+  const input = { file: "gate/a.mp4", begin: null };
+  assert.equal(spanText({ input, start: 75.25, length: 3, zones: ["road", "lawn"] }), "a.mp4, 1:15.2, 3.0 s, road, lawn");
+  assert.equal(spanText({ input, start: 0, length: 60 }), "a.mp4, 0:00.0, 1:00 min");
+  assert.equal(spanText({ input, condition: "too dark", start: 0, length: 60 }), "a.mp4, too dark, 0:00.0, 1:00 min");
 });
 
 test("one is no plural", () => {

@@ -1,28 +1,33 @@
 // What happened in the inputs, and when?  Completes inputs and events by what the page asks of them again and again.
-import { colourBits } from "../colours.js";
+import { colourBits, conditionBit } from "../colours.js";
 
 const wallClock = (text) => Date.parse(text) / 1000;         // seconds since 1970
 
-// inputs: as mdscan wrote them; each loses its lines. Gives every input the time it begins, null where nobody knows.
+// inputs: as mdscan wrote them; each loses its lines. Gives every input its conditions, and the time it begins, null where
+// nobody knows.
 export function recordingsOf(zones, inputs) {
-  const events = [], gaps = [];
+  const events = [], gaps = [], conditions = [], ofType = { event: events, gap: gaps, condition: conditions };
   for (const input of inputs) {
     input.begin = input.start_time ? wallClock(input.start_time) : null;
     for (const line of input.lines) {
       line.input = input;
-      (line.type === "event" ? events : gaps).push(line);
+      line.length = line.end - line.start;
+      ofType[line.type].push(line);
       if (input.begin === null && line.start_time) {
         input.begin = wallClock(line.start_time) - line.start;
       }
     }
+    input.conditions = input.lines.filter((line) => line.type === "condition");
     input.lines = null;
   }
   for (const event of events) {
     event.colours = colourBits(zones, event.zones);
-    event.length = event.end - event.start;
     event.searched = [event.input.file, ...(event.zones || [])].join("\n").toLowerCase();
   }
-  return { events, gaps };
+  for (const condition of conditions) {
+    condition.colours = conditionBit(condition.condition);
+  }
+  return { events, gaps, conditions };
 }
 
 export function someHaveClock(inputs) {

@@ -10,23 +10,30 @@ export function hasPlace(input, byClock) {
   return !byClock || input.begin !== null;
 }
 
-// A row per camera by the clock, else per input. Gives every input its row, -1 where it has none.
+// A row per camera by the clock, else per input, and one of conditions below each that has any. Gives every input its row,
+// -1 where it has none.
 export function laidRows(inputs, byClock) {
-  const rows = [], ofCamera = new Map();
+  const ofInputs = [], ofCamera = new Map();
   for (const input of inputs) {
     const name = byClock ? input.camera : input.file;
+    input.row = -1;
     if (!hasPlace(input, byClock) || input.seconds === 0) {
-      input.row = -1;
       continue;
     }
     if (!byClock || !ofCamera.has(name)) {
-      ofCamera.set(name, rows.length);
-      rows.push({ name, inputs: [] });
+      ofCamera.set(name, ofInputs.length);
+      ofInputs.push({ name, inputs: [], conditions: [] });
     }
-    input.row = ofCamera.get(name);
-    rows[input.row].inputs.push(input);
+    ofInputs[ofCamera.get(name)].inputs.push(input);
   }
+  const rows = ofInputs.flatMap(withConditions);
+  rows.forEach((row, place) => row.inputs.forEach((input) => { input.row = place; }));
   return { rows, whole: wholeOf(inputs.filter((input) => input.row >= 0), byClock) };
+}
+
+function withConditions(row) {
+  const conditions = row.inputs.flatMap((input) => input.conditions);
+  return conditions.length ? [row, { name: "conditions", inputs: [], conditions }] : [row];
 }
 
 function wholeOf(inputs, byClock) {

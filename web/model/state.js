@@ -6,12 +6,12 @@ import { laidRows } from "./rows.js";
 import { fitted, including, panned, zoomed } from "./span.js";
 
 export let scan = { zones: [] };                             // the first line of the results
-export let inputs = [], events = [], gaps = [];
+export let inputs = [], events = [], gaps = [], conditions = [];
 export let wanted = everything();                            // by the filters
 export let shown = [];                                       // events that the filters leave, in the order wanted
 export let picked = null;                                    // an event, shown or not
 export let byClock = false;                                  // the time axis is that of the day, not of each input
-export let rows = [];                                        // of the timeline: name, inputs
+export let rows = [];                                        // of the timeline: name, inputs or conditions
 export let whole = { from: 0, to: 1 }, view = whole;         // seconds: of all rows, and the part to see
 export let theme = "";                                       // "light" or "dark"; empty: as the system has it
 
@@ -31,7 +31,7 @@ function tell(what, ...values) {
 export function open(itsScan, itsInputs) {
   scan = itsScan;
   inputs = itsInputs;
-  ({ events, gaps } = recordingsOf(scan.zones, inputs));
+  ({ events, gaps, conditions } = recordingsOf(scan.zones, inputs));
 }
 
 export function want(choice) {

@@ -1,10 +1,11 @@
-// What does the timeline look like?  Draws axis, scanned parts, gaps, events and names of rows with a canvas's pen.
-import { coloursOf } from "../colours.js";
+// What does the timeline look like?  Draws axis, scanned parts, gaps, events, conditions and names of rows with a canvas's
+// pen.
+import { coloursOf, conditionColoursOf } from "../colours.js";
 import { originOf } from "../model/rows.js";
 import { byClock, gaps, picked, rows, shown, view } from "../model/state.js";
 import { ticksOf } from "./axis.js";
 import { addBar, runsOf } from "./columns.js";
-import { axisHeight, barHeight, rowHeight } from "./geometry.js";
+import { axisHeight, barHeight, conditionHeight, rowHeight } from "./geometry.js";
 
 const colours = {};
 
@@ -16,9 +17,10 @@ export function readColours() {
   }
 }
 
-export function edgesOf(event, place) {
-  const origin = originOf(event.input, byClock);
-  return place.edges(origin + event.start, origin + event.end);
+// Of an event or a condition.
+export function edgesOf({ input, start, end }, place) {
+  const origin = originOf(input, byClock);
+  return place.edges(origin + start, origin + end);
 }
 
 export function drawTimeline(pen, place) {
@@ -31,9 +33,10 @@ export function drawTimeline(pen, place) {
     within(pen, place.gutter, place, () => {
       drawInputs(pen, place, last);
       drawEvents(pen, place, last);
+      drawConditions(pen, place, last);
     });
-    pen.fillStyle = colours.text;
     for (let row = place.firstRow; row <= last; ++row) {
+      pen.fillStyle = rows[row].inputs.length ? colours.text : colours.dim;
       pen.fillText(fitting(pen, rows[row].name, place.gutter - 10), 2, place.yOf(row) + rowHeight / 2);
     }
   });
@@ -98,7 +101,7 @@ function drawEvents(pen, place, last) {
   }
   ofRow.forEach((columns, row) => {
     for (const run of runsOf(columns, least)) {
-      drawBar(pen, run, place.yOf(row) + (rowHeight - barHeight) / 2);
+      drawBar(pen, run, place.yOf(row), barHeight, coloursOf(run.bits, colours.accent));
     }
   });
   if (shown.includes(picked) && ofRow[picked.input.row]) {
@@ -109,11 +112,26 @@ function drawEvents(pen, place, last) {
   }
 }
 
-function drawBar(pen, { left, right, bits }, y) {
-  const used = coloursOf(bits, colours.accent), height = barHeight / used.length;
+function drawConditions(pen, place, last) {
+  const least = Math.floor(place.gutter);
+  for (let row = place.firstRow; row <= last; ++row) {
+    const columns = new Uint16Array(place.width + 1);
+    for (const condition of rows[row].conditions) {
+      const { left, right } = edgesOf(condition, place);
+      addBar(columns, Math.max(left, least), right, condition.colours);
+    }
+    for (const run of runsOf(columns, least)) {
+      drawBar(pen, run, place.yOf(row), conditionHeight, conditionColoursOf(run.bits));
+    }
+  }
+}
+
+// In the middle of the row at y.
+function drawBar(pen, { left, right }, y, height, used) {
+  const part = height / used.length, top = y + (rowHeight - height) / 2;
   used.forEach((colour, i) => {
     pen.fillStyle = colour;
-    pen.fillRect(left, y + i * height, right - left, height);
+    pen.fillRect(left, top + i * part, right - left, part);
   });
 }
 

@@ -1,5 +1,5 @@
 // Where on the canvas is a time, where a row?  In CSS pixels, of the canvas as it stands now.
-export const rowHeight = 26, barHeight = 14, axisHeight = 26;
+export const rowHeight = 26, barHeight = 14, conditionHeight = 10, axisHeight = 26;
 
 // top: how far the rows are scrolled; view: the span to see.
 export function geometryOf(width, height, top, view) {
@@ -12,7 +12,7 @@ export function geometryOf(width, height, top, view) {
     rowAt: (y) => Math.floor((y - axisHeight + top) / rowHeight),
     firstRow: Math.floor(top / rowHeight), lastRow: Math.ceil((top + height) / rowHeight),    // to see, if there are so many
 
-    // From where to where an event is drawn: at least two pixels, which can be seen and met.
+    // From where to where an event or a condition is drawn: at least two pixels, which can be seen and met.
     edges: (from, to) => {
       const left = Math.round(xOf(from));
       return { left, right: Math.max(left + 2, Math.round(xOf(to))) };

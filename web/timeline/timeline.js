@@ -1,9 +1,9 @@
-// When was what?  A canvas in #timeline with a row per camera, or per input where no time of day is known; draws when
-// something has changed, zooms, moves, and picks what is clicked.
+// When was what?  A canvas in #timeline with a row per camera, or per input where no time of day is known, and rows of
+// conditions; draws when something has changed, zooms, moves, and picks what is clicked.
 import { byId } from "../elements.js";
 import { hasPlace, originOf } from "../model/rows.js";
 import { byClock, inputs, pan, pick, picked, reveal, rows, setView, shown, view, when, zoom } from "../model/state.js";
-import { baseName, clockText, dateText, eventTime, lengthText, secondsText } from "../texts.js";
+import { clockText, dateText, secondsText, spanText } from "../texts.js";
 import { drawTimeline, edgesOf, readColours } from "./drawing.js";
 import { axisHeight, geometryOf, rowHeight } from "./geometry.js";
 
@@ -48,21 +48,24 @@ function showRange() {
                               (missing ? "; " + missing + " without a time of day not shown" : "");
 }
 
-// The shown event under a point of the canvas.
-function eventAt(x, y) {
-  const place = geometry(), row = place.rowAt(y);
+// The shown event or the condition under a point of the canvas.
+function spanAt(x, y) {
+  const place = geometry(), row = place.rowAt(y), isRow = x >= place.gutter && y >= axisHeight && row < rows.length;
   let best = null, distance = 5;
-  for (const event of x < place.gutter || y < axisHeight ? [] : shown) {
-    if (event.input.row === row) {
-      const { left, right } = edgesOf(event, place);
-      const away = Math.max(left - x, x - right, 0);
-      if (away < distance) {
-        best = event;
-        distance = away;
-      }
+  for (const span of isRow ? [...rows[row].conditions, ...shown.filter((event) => event.input.row === row)] : []) {
+    const { left, right } = edgesOf(span, place);
+    const away = Math.max(left - x, x - right, 0);
+    if (away < distance) {
+      best = span;
+      distance = away;
     }
   }
   return best;
+}
+
+function eventAt(x, y) {
+  const span = spanAt(x, y);
+  return span && span.type === "event" ? span : null;
 }
 
 function bringIntoView({ input, start, end }) {
@@ -76,12 +79,11 @@ function bringIntoView({ input, start, end }) {
   }
 }
 
-function showTip(event, { clientX, clientY }) {
-  tip.hidden = !event;
-  canvas.style.cursor = event ? "pointer" : "";
-  if (event) {
-    tip.textContent = baseName(event.input.file) + ", " + eventTime(event) + ", " + lengthText(event.length) +
-                      (event.zones ? ", " + event.zones.join(", ") : "");
+function showTip(span, { clientX, clientY }) {
+  tip.hidden = !span;
+  canvas.style.cursor = span && span.type === "event" ? "pointer" : "";
+  if (span) {
+    tip.textContent = spanText(span);
     const box = byId("overview").getBoundingClientRect();
     tip.style.left = Math.max(0, Math.min(clientX - box.left + 12, box.width - tip.offsetWidth - 8)) + "px";
     tip.style.top = clientY - box.top + 16 + "px";
@@ -95,7 +97,7 @@ function press(event) {
 
 function move(event) {
   if (!drag) {
-    showTip(eventAt(event.offsetX, event.offsetY), event);
+    showTip(spanAt(event.offsetX, event.offsetY), event);
     return;
   }
   drag.moved = drag.moved || Math.abs(event.offsetX - drag.x) + Math.abs(event.offsetY - drag.y) > 4;

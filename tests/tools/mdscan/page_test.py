@@ -8,6 +8,7 @@ FOOTAGE: folder of real recordings, scanned too where it is there. Without Chrom
 skipped.
 """
 import json
+import math
 import os
 import pathlib
 import re
@@ -375,6 +376,51 @@ class PageTest(unittest.TestCase):
         self.open(page)
         self.assertIn("0:01.0 to 1:02.5: no <i>answer</i>", self.one("#problems").text)
         self.assertEqual(self.one("#count").text, "4 of 4 events")
+
+    def test_conditions_have_a_row_a_legend_and_facts(self):
+        name = self.events[0]["file"].split("/")[-1]
+        during = (self.events[0]["start"], self.events[0]["end"])
+        conditions = [("shaking", during[0] - 0.5, during[1]), ("covered", 0.2, 0.8), ("shaking", 0.2, 0.5)]
+        lines = "".join(json.dumps({"type": "condition", "condition": kind, "start": start, "end": end}) + ","
+                        for kind, start, end in conditions)
+        page = self.page.with_name("conditions.html")
+        begin = 'class="input">{"lines":[\n'               # of the first input with events
+        page.write_text(self.page.read_text().replace(begin, begin + lines, 1))
+        self.open(page)
+        self.assertEqual(self.one("#count").text, "4 of 4 events", "they are none")
+        self.view()
+        self.assertEqual(self.one("#canvas").get_attribute("data-rows"), "6", "one more than without")
+        sums = [entry.text for entry in self.browser.find_elements(By.CSS_SELECTOR, "#legend span")]
+        self.assertEqual(sums, [f"shaking {during[1] - during[0] + 0.8:.1f} s", "covered 0.6 s"])
+        colours = [self.script("arguments[0].style.getPropertyValue('--zone')", mark)
+                   for mark in self.browser.find_elements(By.CSS_SELECTOR, "#legend i")]
+        self.assertEqual(len(set(colours)), 2)
+
+        began = self.cells()[0].find_element(By.TAG_NAME, "b").text.split("\u00b7")[0].strip()
+        rows = {what: {(y - 26) // 26 for _, y in self.places_of(f"{name}, {what}")}
+                for what in (began, "shaking", "covered")}
+        row = min(rows["covered"])
+        self.assertEqual(rows, {began: {row - 1}, "shaking": {row}, "covered": {row}}, "below that of their input")
+        x, y = self.places_of(name + ", covered")[0]
+        x += 8                                               # tips show up beside what they name
+        column = self.script("Array.from(canvas.getContext('2d').getImageData(...arguments).data)", x, 26 + 26 * row, 1,
+                             26)
+        seen = {tuple(column[i:i + 3]) for i in range(0, len(column), 4)}
+        for colour in colours:                               # here it was both
+            self.assertIn(tuple(bytes.fromhex(colour[1:])), seen)
+
+        size = self.one("#canvas").size
+        ActionChains(self.browser).move_to_element_with_offset(self.one("#canvas"), x - size["width"] // 2,
+                                                               y - size["height"] // 2).click().perform()
+        self.assertFalse(self.one("#picked").is_displayed(), "there is nothing to play")
+        self.cells()[0].click()
+        start, end = (f"0:{time:04.1f}" for time in (math.floor(10 * time) / 10 for time in conditions[0][1:]))
+        self.assertIn(f"shaking from {start} to {end}", self.one("#facts").text)
+        self.assertNotIn("covered", self.one("#facts").text)
+        self.cells()[1].click()
+        self.assertNotIn("conditions", self.one("#facts").text)
+        self.open(self.page)
+        self.assertFalse(self.one("#legend").is_displayed(), "none, no legend")
 
     def test_the_script_shares_nothing(self):
         self.open(self.page)

@@ -1,7 +1,8 @@
-// Is every event told apart from gaps, and does every input get the time it begins?
+// Is every event told apart from gaps and conditions, and does every input get the time it begins?
 import assert from "node:assert";
 import test from "node:test";
 
+import { conditionColour, conditionColoursOf } from "../../../web/colours.js";
 import { allHaveClock, recordingsOf, someHaveClock } from "../../../web/model/recordings.js";
 
 const moved = { type: "event", start: 4, end: 6.5, zones: ["Gate"] };
@@ -17,6 +18,18 @@ test("events and gaps keep the order of their lines and know their input", () =>
   assert.deepEqual(events.map((event) => event.colours), [2, 1]);
   assert.deepEqual(events.map((event) => event.searched), ["yard/a.mp4\ngate", "b.mp4"]);
   assert.equal(one.lines, null);
+});
+
+test("conditions are no events, and known to their input", () => {
+  const covered = { type: "condition", condition: "covered", start: 2, end: 3.5, start_time: "2026-03-01T00:00:02Z" };
+  const one = input({}, { ...moved }, { type: "gap", start: 1, end: 2 }, { ...covered }), other = input({}, { ...moved });
+  const { events, gaps, conditions } = recordingsOf([], [one, other]);
+  assert.deepEqual([events.length, gaps.length, conditions.length], [2, 1, 1]);
+  assert.deepEqual([one.conditions, other.conditions], [conditions, []]);
+  assert.equal(conditions[0].input, one);
+  assert.equal(conditions[0].length, 1.5);
+  assert.deepEqual(conditionColoursOf(conditions[0].colours), [conditionColour("covered")]);
+  assert.equal(one.begin, Date.UTC(2026, 2, 1) / 1000, "they are dated, too");
 });
 
 test("an input begins when it says so, else by its first dated event", () => {

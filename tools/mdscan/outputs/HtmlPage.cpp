@@ -73,9 +73,10 @@ Json Shown(EventRecord event) {
     return JsonOf(event);
 }
 
-Json Shown(GapRecord gap) {
-    gap.file.clear();
-    return JsonOf(gap);
+template <typename OtherRecord>
+Json Shown(OtherRecord record) {
+    record.file.clear();
+    return JsonOf(record);
 }
 
 }  // namespace
@@ -111,6 +112,8 @@ void HtmlPage::Take(const std::string& input, const Record& record) {
         Write(shown);
     } else if (const auto* gap = std::get_if<GapRecord>(&record)) {
         Write(Shown(*gap));
+    } else if (const auto* condition = std::get_if<ConditionRecord>(&record)) {
+        Write(Shown(*condition));
     }
 }
 

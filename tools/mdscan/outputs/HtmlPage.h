@@ -25,8 +25,8 @@ public:
     // inputs: files that must not be replaced. scan: the first line of the results. Throws Failure.
     HtmlPage(const std::string& path, const std::vector<std::string>& inputs, const std::string& scan);
 
-    // Of one input at a time, each ended by Finish. A picture comes before the record of its event; other records than of
-    // events and gaps are ignored. Throw Failure.
+    // Of one input at a time, each ended by Finish. A picture comes before the record of its event; records of frames are
+    // ignored. Throw Failure.
     void Take(const std::string& input, const Record& record);
     void Take(const EventPicture& picture);
     void Finish(const std::string& input, const JobResult& result);

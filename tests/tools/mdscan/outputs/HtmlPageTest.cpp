@@ -13,6 +13,7 @@
 #include "results/JobResult.h"
 #include "results/Records.h"
 #include "video/base/Clip.h"
+#include "video/watch/Condition.h"
 
 namespace Scan {
 namespace {
@@ -54,6 +55,7 @@ TEST_F(HtmlPageTest, HoldsWhatCame) {
     inAClip.clip = Video::Clip{In("c/d.mp4"), 40'000'000};
     page.Take(input, inAClip);
     page.Take(input, GapRecord{.file = "x", .start = 60'000'000, .end = 70'000'000, .reason = "r"});
+    page.Take(input, ConditionRecord{.file = "x", .kind = Video::ConditionKind::Covered, .end = 10'000'000});
     page.Finish(input, {.health = Health::Damaged, .trouble = "why", .tally = {.length = 80'000'000}});
     page.Finish("</script><script>alert(1)<!--", {});
     CameraGrounds cameras;
@@ -63,8 +65,9 @@ TEST_F(HtmlPageTest, HoldsWhatCame) {
     EXPECT_EQ(Blocks("scan").at(0)["zones"][0], "</script>");
     const std::vector<json> inputs = Blocks("input");
     ASSERT_EQ(inputs.size(), 2u);
-    ASSERT_EQ(inputs[0]["lines"].size(), 3u) << "frames are no events";
+    ASSERT_EQ(inputs[0]["lines"].size(), 4u) << "frames are no events";
     EXPECT_EQ(inputs[0]["lines"][2]["reason"], "r");
+    EXPECT_EQ(inputs[0]["lines"][3]["condition"], "covered");
     for (const json& line : inputs[0]["lines"]) {
         EXPECT_FALSE(line.contains("file")) << "it stands once, at the end";
     }
