@@ -10,6 +10,7 @@ set(coreMD_class_headers
 set(coreMD_host_headers
     BlockReducer.h
     conditioning/BackgroundMemory.h
+    conditioning/BrightnessBalance.h
     conditioning/MemoryFile.h
     conditioning/Priming.h
     conditioning/StreamTime.h

@@ -1,9 +1,11 @@
 // Where do a few lines about conditioning stand?  In a host that receives pictures and has a detector; for fragments in
 // documentation.
 #include <coreMD/host/BlockReducer.h>
+#include <coreMD/host/conditioning/BrightnessBalance.h>
 #include <coreMD/host/conditioning/Priming.h>
 
 #include <cstdint>
+#include <cstdio>
 #include <vector>
 
 constexpr int columns = 80, rows = 45;
