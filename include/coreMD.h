@@ -1,7 +1,7 @@
 /* coreMD: motion detection on a coarse grid of blocks.
  *
- * The complete C interface: five records, one handle, fourteen numbered functions, one that tells the version. C11 and
- * C++; coreMD.hpp puts readable names on it for C++20.
+ * The complete C interface: five records, one handle, fourteen numbered functions, one that tells the version, three that
+ * save and load a detector. C11 and C++; coreMD.hpp puts readable names on it for C++20.
  *
  * Words used throughout
  *   block     one cell of the grid; block (x, y) has index y * width + x, rows without padding
@@ -16,8 +16,8 @@
  * Broken preconditions end the process with the C library's assertion message, in release builds too. There is no other
  * error channel besides the status codes below. Record pointers must not be null.
  *
- * Exhausted memory surfaces as a C++ exception (std::bad_alloc) out of h12, h13 or h15, which a host in C cannot catch.
- * After one out of h13 the detector can be destroyed, or go on with the next frame.
+ * Exhausted memory surfaces as a C++ exception (std::bad_alloc) out of h12, h13, h15 or coreMD_LoadState, which a host in C
+ * cannot catch. After one out of h13 or coreMD_LoadState the detector can be destroyed, or go on with the next frame.
  *
  * Threads: a handle belongs to one thread at a time. Different handles share nothing, but for one rand() that h15 draws to
  * spread the detectors' frame cycles: results repeat for the same srand() before it.
@@ -54,6 +54,16 @@ enum {
     COREMD_DELIVERED = 0, /* the record was filled */
     COREMD_EXHAUSTED = 1, /* the cursor is at its end; what the record holds means nothing */
     COREMD_NOT_READY = 2  /* fewer than 11 frames of history since the detector started afresh; P-frames do not count */
+};
+
+/* Status of coreMD_SaveState and coreMD_LoadState. */
+enum {
+    COREMD_STATE_DONE = 0,          /* saved, or loaded */
+    COREMD_STATE_NO_ROOM = 1,       /* the buffer is smaller than coreMD_StateSize says */
+    COREMD_STATE_FOREIGN = 2,       /* these bytes are no state */
+    COREMD_STATE_OTHER_VERSION = 3, /* a state of another version of the library */
+    COREMD_STATE_DAMAGED = 4,       /* a state that is cut off, too long, or not as it was written */
+    COREMD_STATE_IMPOSSIBLE = 5     /* whole, but no detector holds such values */
 };
 
 /* One frame. The caller owns every buffer; they are read during the call only. */
@@ -179,6 +189,23 @@ COREMD_API void h34(void);
  * Compare it with COREMD_VERSION, that of the header a host was compiled with: the same major version is certain (the loader
  * sees to it), and a lower number means an older library, which has the functions and records that it had then. */
 COREMD_API int32_t coreMD_Version(void);
+
+/* Bytes that coreMD_SaveState writes now; they change with the grid, the zones and the objects of the last frame. */
+COREMD_API int64_t coreMD_StateSize(DetectorHandle* handle);
+
+/* Writes everything that decides about the frames to come, and the result of the last one: settings, zones, background,
+ * history. The detector does not change. Returns COREMD_STATE_DONE, or COREMD_STATE_NO_ROOM with nothing written.
+ * `state` holds `size` bytes and must not be null ("state"). The same detector gives the same bytes on every machine. */
+COREMD_API int32_t coreMD_SaveState(DetectorHandle* handle, uint8_t* state, int64_t size);
+
+/* Makes the detector what the saved one was. From then on frames give what they would have given there, to the bit; h17 and
+ * h19 give the result of its last frame. What the detector was before is forgotten, zones and settings too, and with it the
+ * arrays of its results. `state` holds `size` bytes, which may be anything: what cannot be loaded is refused, with a status
+ * as above, and the detector and both numbers stay as they were.
+ * width, height: get the grid of the last frame, 0 before the first; either may be null. The next h13 must keep to that grid
+ * and to times that rise, or the detector starts afresh as ever. */
+COREMD_API int32_t coreMD_LoadState(DetectorHandle* handle, const uint8_t* state, int64_t size, int32_t* width,
+                                    int32_t* height);
 
 #ifdef __cplusplus
 } /* extern "C" */

@@ -18,7 +18,7 @@
  *
  * Broken preconditions end the process with a message, in release builds too: those of the C functions with an assertion
  * (the text in quotation marks), those of this header with "coreMD.hpp: ...". Memory that runs out is std::bad_alloc, out
- * of Detector, AddZone, Detect and Background.
+ * of Detector, AddZone, Detect, Background, SaveState and LoadState.
  *
  * Threads: one thread at a time per detector; detectors share nothing, but for one rand() that each draws when it is made.
  */
@@ -273,6 +273,15 @@ private:
     std::size_t _blockCount;
 };
 
+// What became of a state that was to be loaded.
+enum class StateStatus : std::int32_t {
+    Done = COREMD_STATE_DONE,
+    Foreign = COREMD_STATE_FOREIGN,             // these bytes are no state
+    OtherVersion = COREMD_STATE_OTHER_VERSION,  // a state of another version of the library
+    Damaged = COREMD_STATE_DAMAGED,             // cut off, too long, or not as it was written
+    Impossible = COREMD_STATE_IMPOSSIBLE        // whole, but no detector holds such values
+};
+
 // The learned background as a picture of one pixel per block.
 struct BackgroundPicture {
     int columns = 0;  // 0 before the first frame
@@ -406,6 +415,20 @@ public:
         const std::size_t blocks = Product(_columns, _rows);
         BackgroundPicture picture{_columns, _rows, std::vector<std::uint8_t>(3 * blocks), std::vector<std::int32_t>(blocks)};
         return DrawBackground(picture.bgr, picture.known) ? picture : BackgroundPicture{};
+    }
+
+    // Everything that decides about the frames to come, and the result of the last one.
+    std::vector<std::uint8_t> SaveState() {
+        std::vector<std::uint8_t> state(static_cast<std::size_t>(coreMD_StateSize(&_handle)));
+        coreMD_SaveState(&_handle, state.data(), static_cast<std::int64_t>(state.size()));
+        return state;
+    }
+
+    // Makes this detector what the saved one was, zones, settings and grid included: frames give what they would have given
+    // there, to the bit. The bytes may be anything; unless the status is Done, nothing has changed.
+    StateStatus LoadState(std::span<const std::uint8_t> state) {
+        const auto size = static_cast<std::int64_t>(state.size());
+        return static_cast<StateStatus>(coreMD_LoadState(&_handle, state.data(), size, &_columns, &_rows));
     }
 
     // The classes behind the handle, with <coreMD/detector/MotionDetector.h>. No ABI promise: LibraryVersion() must equal

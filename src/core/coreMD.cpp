@@ -4,6 +4,7 @@
 #include <cstring>
 #include <memory>
 
+#include "detector/DetectorState.h"
 #include "detector/MotionDetector.h"
 #include "utils/Assert.h"
 
@@ -87,3 +88,23 @@ int32_t h16(void) { return 0; }
 void h34(void) {}
 
 int32_t coreMD_Version(void) { return COREMD_VERSION; }
+
+int64_t coreMD_StateSize(DetectorHandle* handle) { return static_cast<int64_t>(MD::DetectorState::Size(*Behind(handle))); }
+
+int32_t coreMD_SaveState(DetectorHandle* handle, uint8_t* state, int64_t size) {
+    const MotionDetector& detector = *Behind(handle);
+    if (size < static_cast<int64_t>(MD::DetectorState::Size(detector))) return COREMD_STATE_NO_ROOM;
+    assert(state);
+    MD::DetectorState::Save(detector, state);
+    return COREMD_STATE_DONE;
+}
+
+int32_t coreMD_LoadState(DetectorHandle* handle, const uint8_t* state, int64_t size, int32_t* width, int32_t* height) {
+    MotionDetector& detector = *Behind(handle);
+    if (!state || size < 0) return COREMD_STATE_FOREIGN;
+    const int32_t status = MD::DetectorState::Load(detector, {state, static_cast<std::size_t>(size)});
+    if (status != COREMD_STATE_DONE) return status;
+    if (width) *width = detector.blockCountX;
+    if (height) *height = detector.blockCountY;
+    return status;
+}

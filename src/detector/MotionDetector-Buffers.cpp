@@ -146,6 +146,14 @@ void MotionDetector::AllocateBuffers(DetectionInfo* info) {
 }
 
 void MotionDetector::MakeBuffers(DetectionInfo* info) {
+    MakeArrays(info);
+    MDZone* const first = _zones._first;
+    assert(first);
+    for (MDZone* zone = first; zone; zone = zone->next) zone->InitPixelMap(info->width, info->height);
+}
+
+// All but the zones' maps.
+void MotionDetector::MakeArrays(DetectionInfo* info) {
     _nextMotionObject = nullptr;  // the pools are about to destroy what it points to
     _zonePool.Inic(info->width, info->height);
     _mergedPool.Inic(info->width, info->height);
@@ -168,10 +176,6 @@ void MotionDetector::MakeBuffers(DetectionInfo* info) {
     for (std::int64_t* times : {_lastChangeTime, _backgroundTime, _sampleTime})
         std::fill_n(times, blockCount, std::int64_t{info->timestamp});
     _foregroundGroups.reset(new Kernels::BlockGroup[static_cast<std::size_t>(Kernels::CountBlockGroups(BlockGrid()))]);
-
-    MDZone* const first = _zones._first;
-    assert(first);
-    for (MDZone* zone = first; zone; zone = zone->next) zone->InitPixelMap(info->width, info->height);
 }
 
 void MotionDetector::ReleaseBuffers() {

@@ -19,6 +19,7 @@
 
 namespace MD {
 
+class DetectorState;
 class ObjectMerger;
 namespace Kernels {
 struct BlockGroup;
@@ -214,11 +215,13 @@ public:
 private:
     friend int32_t(::h15)(DetectorHandle*);
     friend MotionDetector*(::GetDetector)(void**);
+    friend class DetectorState;
 
     MD_INTERNAL BlockRange AllBlocks() const { return {0, static_cast<std::size_t>(blockCount)}; }
     MD_INTERNAL Grid BlockGrid() const { return {blockCountX, blockCountY}; }
 
     MD_INTERNAL void MakeBuffers(DetectionInfo* info);
+    MD_INTERNAL void MakeArrays(DetectionInfo* info);
     MD_INTERNAL bool TakeFrame(DetectionInfo* info);  // copies it; true: it entered the ring
     MD_INTERNAL void ExamineBlocks(DetectionInfo* info, bool updateBackground);
     MD_INTERNAL void MarkForeground(DetectionInfo* info, BlockRange range);

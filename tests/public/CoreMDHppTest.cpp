@@ -356,6 +356,23 @@ TEST(CoreMDHppTest, BackgroundIsAPicture) {
     EXPECT_EQ(known, background.known);
 }
 
+TEST(CoreMDHppTest, ALoadedDetectorGoesOn) {
+    TwoObjects there;
+    const std::vector<std::uint8_t> state = there.detector.SaveState();
+    Detector detector;
+    EXPECT_EQ(detector.LoadState({}), coremd::StateStatus::Foreign);
+    EXPECT_EQ(detector.LoadState({state.data(), state.size() - 1}), coremd::StateStatus::Damaged);
+    EXPECT_EQ(detector.Columns(), 0);
+    ASSERT_EQ(detector.LoadState(state), coremd::StateStatus::Done);
+    EXPECT_EQ(detector.Columns(), there.detector.Columns());
+    EXPECT_EQ(detector.Rows(), there.detector.Rows());
+    ExpectTwoObjects(detector);
+    EXPECT_EQ(detector.Background().bgr, there.detector.Background().bgr);
+    detector.Detect(there.scene.Next());
+    ExpectTwoObjects(detector);
+    EXPECT_NE(detector.SaveState(), state);
+}
+
 TEST(CoreMDHppTest, ClassesAreThoseOfTheHandle) {
     Detector detector;
     EXPECT_EQ(&detector.Classes(), GetDetector(detector.Handle()));

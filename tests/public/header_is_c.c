@@ -18,7 +18,8 @@
 enum { columns = 12, rows = 9, blocks = columns * rows };
 
 static uint8_t planes[3 * blocks], bgr[3 * blocks], mask[4] = {1, 1, 1, 1}, image[3 * blocks];
-static int32_t isKnown[blocks];
+static int32_t isKnown[blocks], width, height;
+static uint8_t state[100000];
 
 int main(void) {
     DetectorHandle handle = NULL;
@@ -70,6 +71,14 @@ int main(void) {
     EXPECT(object.left == 3 && object.right == 4 && object.top == 4 && object.bottom == 4);
     EXPECT(object.pixelsX[0] == 3 && object.pixelsY[0] == 4);
     EXPECT(h18(&handle, &object) == COREMD_EXHAUSTED);
+
+    EXPECT(coreMD_StateSize(&handle) > 100 * blocks && coreMD_StateSize(&handle) < (int64_t)sizeof state);
+    EXPECT(coreMD_SaveState(&handle, state, (int64_t)sizeof state) == COREMD_STATE_DONE);
+    EXPECT(coreMD_SaveState(&handle, state, 100) == COREMD_STATE_NO_ROOM);
+    EXPECT(coreMD_LoadState(&handle, state, 100, NULL, NULL) == COREMD_STATE_DAMAGED);
+    EXPECT(coreMD_LoadState(&handle, state, coreMD_StateSize(&handle), &width, &height) == COREMD_STATE_DONE);
+    EXPECT(width == columns && height == rows);
+    EXPECT(h19(&handle, &result) == COREMD_DELIVERED && result.objectsMap[4 * columns + 3] == 1);
 
     EXPECT(h11(&handle) == 0);
     h14(&handle);

@@ -17,6 +17,8 @@ static_assert(COREMD_VERSION == COREMD_VERSION_OF(COREMD_VERSION_MAJOR, COREMD_V
 static_assert(COREMD_VERSION_OF(1, 2, 3) == 10203 && COREMD_VERSION_MINOR < 100 && COREMD_VERSION_PATCH < 100);
 
 static_assert(COREMD_DELIVERED == 0 && COREMD_EXHAUSTED == 1 && COREMD_NOT_READY == 2);
+static_assert(COREMD_STATE_DONE == 0 && COREMD_STATE_NO_ROOM == 1 && COREMD_STATE_FOREIGN == 2);
+static_assert(COREMD_STATE_OTHER_VERSION == 3 && COREMD_STATE_DAMAGED == 4 && COREMD_STATE_IMPOSSIBLE == 5);
 
 static_assert(std::is_same_v<decltype(h11), int32_t(DetectorHandle*)>);
 static_assert(std::is_same_v<decltype(h12), int32_t(DetectorHandle*, MDZoneInfo*)>);
@@ -33,4 +35,8 @@ static_assert(std::is_same_v<decltype(h34), void()>);
 static_assert(std::is_same_v<decltype(h35), void(DetectorHandle*, int32_t)>);
 static_assert(std::is_same_v<decltype(h36), void(DetectorHandle*, int32_t)>);
 static_assert(std::is_same_v<decltype(coreMD_Version), int32_t()>);
+static_assert(std::is_same_v<decltype(coreMD_StateSize), int64_t(DetectorHandle*)>);
+static_assert(std::is_same_v<decltype(coreMD_SaveState), int32_t(DetectorHandle*, uint8_t*, int64_t)>);
+static_assert(
+    std::is_same_v<decltype(coreMD_LoadState), int32_t(DetectorHandle*, const uint8_t*, int64_t, int32_t*, int32_t*)>);
 static_assert(std::is_same_v<decltype(GetDetector), MD::MotionDetector*(void**)>);

@@ -200,6 +200,40 @@ TEST(AllocationFailureTest, TimeRunsBackwards) {
         });
 }
 
+// What was there is lost, but for zones and settings; what was to be loaded is not there either.
+TEST(AllocationFailureTest, LoadingAState) {
+    Host saved;
+    saved.AddZone({1, 0});
+    saved.AddZone({0, 1});
+    Stream stream(Kit::InputKind::Standard);
+    stream.ShowGround(saved, 20);
+    DetectionInfo things = stream.Next(WithThings(stream.ground, 6));
+    h13(&saved.handle, &things);
+    std::vector<std::uint8_t> state(static_cast<std::size_t>(coreMD_StateSize(&saved.handle)));
+    const auto size = static_cast<std::int64_t>(state.size());
+    ASSERT_EQ(coreMD_SaveState(&saved.handle, state.data(), size), COREMD_STATE_DONE);
+    for (const Next next : nextGrids) {
+        const int allocations = FailOneByOne("coreMD_LoadState", [&](auto fails) {
+            Host host, fresh;
+            host.AddZone({1});
+            fresh.AddZone({1});
+            Stream own(next.kind, columns, rows - 1);
+            own.ShowGround(host, 30);
+            CarryOver(host, fresh);
+            int status = -1;
+            if (!fails([&] { status = coreMD_LoadState(&host.handle, state.data(), size, nullptr, nullptr); })) {
+                EXPECT_EQ(status, COREMD_STATE_DONE);
+                return;
+            }
+            ReadEverything(host);
+            EXPECT_EQ(host.Detector()._zones._count, 1);
+            if (host.Detector().blockCount == 0)  // else it failed before anything changed
+                ExpectSameFuture(host, fresh, next.width, next.height, own.feed.nextTime, next.kind);
+        });
+        EXPECT_GT(allocations, 38 + 12 + 1 + 4);
+    }
+}
+
 // Only the objects of the frame are lost: what follows equals a detector that went through.
 class AllocationFailureObjectsTest : public testing::TestWithParam<int> {};
 
