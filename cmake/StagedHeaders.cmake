@@ -12,6 +12,7 @@ set(coreMD_host_headers
     conditioning/BackgroundMemory.h
     conditioning/BrightnessBalance.h
     conditioning/MemoryFile.h
+    conditioning/MotionGate.h
     conditioning/Priming.h
     conditioning/StreamTime.h
     kernels/BlockMean.h)

@@ -1,0 +1,61 @@
+// How do loops over blocks adjust limits and intervals?  See GateFeedback.h.
+#include "conditioning/kernels/GateFeedback.h"
+
+#include "kernels/ColumnLoop.h"
+
+namespace Host::Kernels {
+
+void DrawTurns(const std::uint8_t* isMoving, const std::uint8_t* draw, const std::uint16_t* interval, std::uint8_t* isTaken,
+               std::size_t count) {
+    HOST_INDEPENDENT_COLUMNS
+    for (std::size_t i = 0; i < count; ++i) {
+        const bool isStill = isMoving[i] == 0;
+        isTaken[i] = isStill & IsTurn(draw[i], interval[i]) ? 255 : 0;
+    }
+}
+
+void AverageTaken(const std::uint8_t* isTaken, const std::uint8_t* nearest, std::uint16_t share, std::uint16_t* distance,
+                  std::size_t count) {
+    HOST_INDEPENDENT_COLUMNS
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::uint16_t before = distance[i], after = Averaged(before, nearest[i], share);
+        distance[i] = isTaken[i] ? after : before;
+    }
+}
+
+void AdjustLimits(const std::uint16_t* distance, std::uint16_t* limit, std::uint8_t* whole, std::uint8_t* isCalm,
+                  std::size_t count) {
+    HOST_INDEPENDENT_COLUMNS
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::uint16_t next = NextLimit(limit[i], distance[i]);
+        limit[i] = next;
+        whole[i] = WholeLimit(next);
+        isCalm[i] = next < calmLimit ? 255 : 0;
+    }
+}
+
+void AdjustIntervals(const std::uint8_t* isMoving, const std::uint16_t* step, const std::uint8_t* draw,
+                     std::uint16_t* interval, std::size_t count) {
+    HOST_INDEPENDENT_COLUMNS
+    for (std::size_t i = 0; i < count; ++i) interval[i] = NextInterval(interval[i], isMoving[i] != 0, step[i], draw[i]);
+}
+
+namespace {
+
+constexpr std::size_t stepCount = 1024;  // 64 levels in sixteenths: what lies further learns as slowly
+constexpr std::array<std::uint16_t, stepCount> intervalSteps = [] {
+    std::array<std::uint16_t, stepCount> steps{};
+    for (std::size_t i = 0; i < stepCount; ++i) steps[i] = IntervalStep(static_cast<std::uint32_t>(i * 16));
+    return steps;
+}();
+
+}  // namespace
+
+void LookUpSteps(const std::uint16_t* distance, std::uint16_t* step, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::size_t place = distance[i] / 16;
+        step[i] = intervalSteps[place < stepCount ? place : stepCount - 1];
+    }
+}
+
+}  // namespace Host::Kernels
