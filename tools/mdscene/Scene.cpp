@@ -1,4 +1,5 @@
-// In which order is a frame rendered?  Backdrop, shadows, things from back to front, light, chroma, noise: see Scene.h.
+// In which order is a frame rendered?  Backdrop, water, leaves, shadows, things from back to front, the camera's motion,
+// weather, light, what is on the lens, chroma, noise: see Scene.h.
 #include "Scene.h"
 
 #include <algorithm>
@@ -7,7 +8,11 @@
 #include <cstddef>
 #include <utility>
 
+#include "CameraMotion.h"
+#include "DisturbedLight.h"
+#include "LensObstacles.h"
 #include "SceneRandom.h"
+#include "Weather.h"
 
 namespace MdScene {
 namespace {
@@ -24,10 +29,14 @@ const Settings& Checked(const Settings& settings) {
     assert(settings.pauseSeconds >= -60 && settings.pauseSeconds <= 1e6);
     assert(settings.noise >= 0 && settings.noise <= 20);
     assert(settings.wind >= 0 && settings.wind <= 10);
+    assert(settings.foliage >= 0 && settings.foliage <= 0.8);
+    assert(settings.water >= 0 && settings.water <= 0.8);
+    for (const Disturbance& one : settings.disturbances) assert(one.begin >= 0 && one.end >= one.begin);
     return settings;
 }
 
 std::vector<Actor> ActorsOf(const Settings& settings) {
+    if (settings.isEmpty) return {};
     return MakeActors({.quietSeconds = settings.quietSeconds,
                        .pauseSeconds = settings.pauseSeconds,
                        .endSeconds = settings.frames / settings.fps,
@@ -116,21 +125,34 @@ Scene::Scene(const Settings& settings) : Scene(settings, ActorsOf(Checked(settin
 Scene::Scene(const Settings& settings, std::vector<Actor> actors)
     : _settings(Checked(settings)),
       _backdrop(settings.width, settings.height, settings.seed, settings.wind),
+      _water(settings.seed, settings.water, settings.wind),
+      _foliage(settings.width, settings.height, settings.seed, settings.foliage, settings.wind),
       _actors(std::move(actors)) {}
 
-void Scene::Render(int number, Frame& frame) const {
+void Scene::Render(int number, Frame& frame) const { Render(number, true, frame); }
+
+void Scene::RenderEmpty(int number, Frame& frame) const { Render(number, false, frame); }
+
+void Scene::Render(int number, bool withActors, Frame& frame) const {
     Canvas canvas(_settings.width, _settings.height);
-    Begin(number, frame, canvas);
-    PaintActors(frame, canvas);
+    Begin(ShownAt(number), frame, canvas);
+    if (withActors) PaintActors(frame, canvas);
+    Disturb(frame, canvas);
     Expose(canvas, frame);
     AddNoise(frame);
+    frame.number = number;
+    frame.seconds = number / _settings.fps;
+    if (IsOn(_settings.disturbances, DisturbanceKind::Frozen, frame.seconds))
+        frame.disturbances.push_back(DisturbanceKind::Frozen);
 }
 
-void Scene::RenderEmpty(int number, Frame& frame) const {
-    Canvas canvas(_settings.width, _settings.height);
-    Begin(number, frame, canvas);
-    Expose(canvas, frame);
-    AddNoise(frame);
+// The frame that is to be seen: where the picture is frozen, the first of those that are.
+int Scene::ShownAt(int number) const {
+    const auto isFrozen = [this](int frame) {
+        return IsOn(_settings.disturbances, DisturbanceKind::Frozen, frame / _settings.fps);
+    };
+    while (number > 0 && isFrozen(number) && isFrozen(number - 1)) --number;
+    return number;
 }
 
 void Scene::Begin(int number, Frame& frame, Canvas& canvas) const {
@@ -140,7 +162,11 @@ void Scene::Begin(int number, Frame& frame, Canvas& canvas) const {
     frame.height = _settings.height;
     frame.mask.assign(canvas.pixels.size(), maskEmpty);
     frame.things.clear();
+    frame.disturbances = KindsAt(_settings.disturbances, frame.seconds);
+    std::erase(frame.disturbances, DisturbanceKind::Frozen);
     _backdrop.Paint(frame.seconds, canvas);
+    _water.Paint(frame.seconds, canvas);
+    _foliage.Paint(frame.seconds, canvas);
 }
 
 void Scene::PaintActors(Frame& frame, Canvas& canvas) const {
@@ -170,12 +196,26 @@ void Scene::PaintActors(Frame& frame, Canvas& canvas) const {
     std::erase_if(frame.things, [](const Thing& thing) { return thing.box.IsEmpty() && thing.shadow.IsEmpty(); });
 }
 
-// The slow light on everything, then bytes: luma per pixel, chroma as the mean of up to four.
+// Everything between the things and the sensor.  The slow light is always there.
+void Scene::Disturb(Frame& frame, Canvas& canvas) const {
+    const DisturbancePlan& plan = _settings.disturbances;
+    const double seconds = frame.seconds;
+    PaintHeadlights(plan, seconds, canvas);
+    const CameraPose pose = PoseAt(plan, seconds, frame.number, _settings.seed, _settings.height);
+    if (!pose.IsStill()) MoveCamera(pose, canvas, frame);
+    PaintWeather(plan, seconds, frame.number, _settings.seed, canvas);
+    Illuminate(plan, seconds, static_cast<float>(1 + driftStrength * Swing(seconds / driftCycle)), canvas);
+    PaintLensObstacles(plan, seconds, _settings.seed, canvas);
+    if (CoverAt(plan, seconds) < 1) return;
+    frame.mask.assign(frame.mask.size(), maskEmpty);
+    frame.things.clear();
+}
+
+// Floats to bytes: luma per pixel, chroma as the mean of up to four.
 void Scene::Expose(const Canvas& canvas, Frame& frame) const {
-    const float light = static_cast<float>(1 + driftStrength * Swing(frame.seconds / driftCycle));
     frame.y.resize(canvas.pixels.size());
     for (std::size_t i = 0; i < canvas.pixels.size(); ++i)
-        frame.y[i] = std::clamp(ByteOf(Scaled(canvas.pixels[i], light).y), blackLuma, whiteLuma);
+        frame.y[i] = std::clamp(ByteOf(canvas.pixels[i].y), blackLuma, whiteLuma);
 
     const int columns = (frame.width + 1) / 2, rows = (frame.height + 1) / 2;
     frame.cb.clear();
@@ -198,6 +238,7 @@ void Scene::Expose(const Canvas& canvas, Frame& frame) const {
 void Scene::AddNoise(Frame& frame) const {
     const std::uint64_t seed = Scramble(Scramble(_settings.seed, 'N'), static_cast<std::uint64_t>(frame.number));
     AddNoiseTo(frame.y, _settings.noise, seed);
+    if (IsOn(_settings.disturbances, DisturbanceKind::Infrared, frame.seconds)) return;  // a grey picture's chroma is exact
     AddNoiseTo(frame.cb, _settings.noise / 2, Scramble(seed, 1));  // chroma is smoothed by cameras and by its resolution
     AddNoiseTo(frame.cr, _settings.noise / 2, Scramble(seed, 2));
 }

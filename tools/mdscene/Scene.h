@@ -14,7 +14,10 @@
 
 #include "Actors.h"
 #include "Backdrop.h"
+#include "Disturbance.h"
+#include "Foliage.h"
 #include "SceneShapes.h"
+#include "Water.h"
 
 namespace MdScene {
 
@@ -28,6 +31,10 @@ struct Settings {
     double pauseSeconds = 2;  // least time between one's leaving and the next one's coming; below 0 they meet; -60..10^6
     double noise = 1.5;       // standard deviation of the sensor's noise in grey levels, 0..20
     double wind = 1;          // 0 still air, 1 a light breeze, up to 10
+    double foliage = 0;       // share of the picture that leaves cover, 0..0.8
+    double water = 0;         // share of the picture's height that is flooded, 0..0.8
+    bool isEmpty = false;     // nobody comes
+    DisturbancePlan disturbances = {};
 };
 
 // What a mask byte says about its pixel.
@@ -48,11 +55,12 @@ struct Frame {
     double seconds = 0;
     int width = 0;
     int height = 0;
-    std::vector<std::uint8_t> y;     // width * height
-    std::vector<std::uint8_t> cb;    // ((width + 1) / 2) * ((height + 1) / 2)
-    std::vector<std::uint8_t> cr;    // as many
-    std::vector<std::uint8_t> mask;  // width * height, MaskValue
-    std::vector<Thing> things;       // visible ones, ordered by id
+    std::vector<std::uint8_t> y;                // width * height
+    std::vector<std::uint8_t> cb;               // ((width + 1) / 2) * ((height + 1) / 2)
+    std::vector<std::uint8_t> cr;               // as many
+    std::vector<std::uint8_t> mask;             // width * height, MaskValue
+    std::vector<Thing> things;                  // visible ones, ordered by id
+    std::vector<DisturbanceKind> disturbances;  // that are on; a frozen picture's own, too
 };
 
 class Scene {
@@ -64,7 +72,8 @@ public:
     // then mean nothing.  Ids are the caller's, 1..65534, each used once.
     Scene(const Settings& settings, std::vector<Actor> actors);
 
-    // Renders a frame, 0..frames - 1.  Reuses the frame's buffers.
+    // Renders a frame, 0..frames - 1.  Reuses the frame's buffers.  Its truth is that of what it shows: a frozen picture has
+    // the things of the moment at which it froze, one behind a cover has none, and what disturbs is never a thing.
     void Render(int number, Frame& frame) const;
 
     // The same moment, noise and light, but nobody there.
@@ -74,13 +83,18 @@ public:
     const std::vector<Actor>& Actors() const { return _actors; }
 
 private:
+    void Render(int number, bool withActors, Frame& frame) const;
+    int ShownAt(int number) const;
     void Begin(int number, Frame& frame, Canvas& canvas) const;
     void PaintActors(Frame& frame, Canvas& canvas) const;
+    void Disturb(Frame& frame, Canvas& canvas) const;
     void Expose(const Canvas& canvas, Frame& frame) const;
     void AddNoise(Frame& frame) const;
 
     const Settings _settings;
     const Backdrop _backdrop;
+    const Water _water;
+    const Foliage _foliage;
     const std::vector<Actor> _actors;
 };
 

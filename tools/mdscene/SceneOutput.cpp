@@ -48,7 +48,10 @@ void WriteTruthLine(const Frame& frame, std::ostream& out) {
         WriteBox("shadow", thing.shadow, out);
         out << '}';
     }
-    out << "]}\n";
+    out << ']';
+    for (std::size_t i = 0; i < frame.disturbances.size(); ++i)
+        out << (i > 0 ? ",\"" : ",\"disturbances\":[\"") << NameOf(frame.disturbances[i]) << '"';
+    out << (frame.disturbances.empty() ? "}\n" : "]}\n");
 }
 
 void WriteMask(const Frame& frame, std::ostream& out) {

@@ -12,7 +12,8 @@ void WriteVideoHeader(const Settings& settings, std::ostream& out);
 void WriteVideoFrame(const Frame& frame, std::ostream& out);
 
 // One line: {"frame":96,"seconds":8.000,"things":[{"id":1,"kind":"person","box":[x,y,width,height],"shadow":[...]}]}
-// "box" or "shadow" is absent when nothing of it is in the picture.
+// "box" or "shadow" is absent when nothing of it is in the picture.  What disturbs comes last, where there is something:
+// ,"disturbances":["rain"]
 void WriteTruthLine(const Frame& frame, std::ostream& out);
 
 // The mask as a grey picture.

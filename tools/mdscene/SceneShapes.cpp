@@ -1,4 +1,4 @@
-// How far is a point from a shape?  See SceneShapes.h.
+// How far is a point from a shape, and how is a shape blended in?  See SceneShapes.h.
 #include "SceneShapes.h"
 
 #include <algorithm>
@@ -65,6 +65,17 @@ PixelBox ReachOf(const Shape& shape, double softness, const Canvas& canvas) {
     };
     return {within(std::floor(left - reach), canvas.width), within(std::floor(top - reach), canvas.height),
             within(std::ceil(right + reach), canvas.width), within(std::ceil(bottom + reach), canvas.height)};
+}
+
+void Blend(const Shape& shape, double softness, Colour colour, float strength, Canvas& canvas) {
+    const PixelBox reach = ReachOf(shape, softness, canvas);
+    for (int y = reach.top; y < reach.bottom; ++y)
+        for (int x = reach.left; x < reach.right; ++x) {
+            const float share = static_cast<float>(CoverageOf(shape, x, y, softness));
+            if (share <= 0) continue;
+            Colour& pixel = canvas.pixels[canvas.IndexOf(x, y)];
+            pixel = Mix(pixel, colour, share * strength);
+        }
 }
 
 }  // namespace MdScene

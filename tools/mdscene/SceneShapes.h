@@ -74,4 +74,7 @@ double CoverageOf(const Shape& shape, int x, int y, double softness);
 // The pixels of a canvas that the shape may touch.
 PixelBox ReachOf(const Shape& shape, double softness, const Canvas& canvas);
 
+// Paints the shape in one colour, `strength` times as dense as its coverage, 0..1.
+void Blend(const Shape& shape, double softness, Colour colour, float strength, Canvas& canvas);
+
 }  // namespace MdScene

@@ -10,6 +10,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -20,9 +21,10 @@ namespace {
 
 struct Options {
     MdScene::Settings settings;
-    std::string outputPath = "-";  // "-": standard output
-    std::string truthPath;         // empty: none
-    std::string maskFolder;        // empty: none
+    std::vector<std::string> disturbances;  // as they were told
+    std::string outputPath = "-";           // "-": standard output
+    std::string truthPath;                  // empty: none
+    std::string maskFolder;                 // empty: none
 };
 
 // "640x360".  Returns an explanation when it is no such thing, as CLI11's validators do.
@@ -73,11 +75,37 @@ void Describe(CLI::App& app, Options& options) {
     app.add_option("--wind", settings.wind, "0: still air; 1: a light breeze in the tree")
         ->check(Within(0, 10))
         ->capture_default_str();
+    app.add_option("--foliage", settings.foliage, "Share of the picture that leaves cover; they move with the wind")
+        ->check(Within(0, 0.8))
+        ->capture_default_str();
+    app.add_option("--water", settings.water, "Share of the picture's height that is under shimmering water")
+        ->check(Within(0, 0.8))
+        ->capture_default_str();
+    app.add_flag("--empty", settings.isEmpty, "Nobody comes");
+    app.add_option("--disturbance", options.disturbances,
+                   "What is wrong from START to END seconds; several times for several of: " +
+                       std::string(MdScene::NamesOfDisturbances()))
+        ->type_name("KIND[@START[-END]]")
+        ->allow_extra_args(false);
     app.add_option("--output", options.outputPath, "Video file, YUV4MPEG2 4:2:0; - is standard output")
         ->capture_default_str();
     app.add_option("--truth", options.truthPath, "File for the truth, one JSON object per frame and line");
     app.add_option("--masks", options.maskFolder, "Existing folder for one mask per frame, 000000.pgm and so on")
         ->check(CLI::ExistingDirectory);
+}
+
+// Only after all options are read is the length of the scene known.
+void PlanDisturbances(Options& options) {
+    MdScene::DisturbancePlan& plan = options.settings.disturbances;
+    if (options.disturbances.size() > plan.size())
+        throw CLI::ValidationError("--disturbance", "at most " + std::to_string(plan.size()) + " times");
+    for (std::size_t i = 0; i < options.disturbances.size(); ++i) {
+        const auto read = MdScene::ReadDisturbance(options.disturbances[i], options.settings.frames / options.settings.fps);
+        if (!read)
+            throw CLI::ValidationError("--disturbance", "must be KIND, KIND@START or KIND@START-END, KIND one of " +
+                                                            std::string(MdScene::NamesOfDisturbances()));
+        plan[i] = *read;
+    }
 }
 
 std::ofstream Open(const std::filesystem::path& path) {
@@ -124,6 +152,7 @@ int main(int argc, char** argv) {
     Describe(app, options);
     try {
         app.parse(argc, argv);
+        PlanDisturbances(options);
         WriteScene(options);
     } catch (const CLI::Success& help) {
         return app.exit(help);

@@ -64,6 +64,15 @@ TEST(SceneOutput, EmptyFrameHasAnEmptyList) {
     EXPECT_EQ(out.str(), "{\"frame\":97,\"seconds\":8.083,\"things\":[]}\n");
 }
 
+TEST(SceneOutput, TruthNamesWhatDisturbs) {
+    Frame frame = SmallFrame();
+    frame.things.clear();
+    frame.disturbances = {MdScene::DisturbanceKind::Rain, MdScene::DisturbanceKind::Frozen};
+    std::ostringstream out;
+    MdScene::WriteTruthLine(frame, out);
+    EXPECT_EQ(out.str(), "{\"frame\":97,\"seconds\":8.083,\"things\":[],\"disturbances\":[\"rain\",\"frozen\"]}\n");
+}
+
 TEST(SceneOutput, MaskIsAGreyPicture) {
     std::ostringstream out;
     MdScene::WriteMask(SmallFrame(), out);

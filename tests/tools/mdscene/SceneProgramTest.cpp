@@ -77,6 +77,30 @@ TEST_F(SceneProgram, WritesWhatTheLibraryRenders) {
     EXPECT_TRUE(Read("video") == video.str());
 }
 
+TEST_F(SceneProgram, RendersNatureAndDisturbances) {
+    MdScene::Settings settings = smallSettings;
+    settings.foliage = 0.3;
+    settings.water = 0.2;
+    settings.isEmpty = true;
+    settings.disturbances[0] = {MdScene::DisturbanceKind::Rain, 1, 3};
+    settings.disturbances[1] = {MdScene::DisturbanceKind::Light, 2, 10};  // a fifth of the scene
+    std::ostringstream video, truth;
+    const MdScene::Scene scene(settings);
+    MdScene::Frame frame;
+    MdScene::WriteVideoHeader(settings, video);
+    for (int number = 0; number < settings.frames; ++number) {
+        scene.Render(number, frame);
+        MdScene::WriteVideoFrame(frame, video);
+        MdScene::WriteTruthLine(frame, truth);
+    }
+    const Outcome outcome = Run(
+        smallScene + " --foliage 0.3 --water 0.2 --empty --disturbance rain@1-3 --disturbance light --truth " + In("truth"));
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_TRUE(outcome.out == video.str());
+    EXPECT_EQ(Read("truth"), truth.str());
+    EXPECT_NE(truth.str().find("[\"light\",\"rain\"]"), std::string::npos);
+}
+
 TEST_F(SceneProgram, WritesOneMaskPerFrame) {
     std::filesystem::create_directory(In("masks"));
     EXPECT_EQ(Run(smallScene + " --output /dev/null --masks " + In("masks")).exitCode, 0);
@@ -90,10 +114,17 @@ TEST_F(SceneProgram, WritesOneMaskPerFrame) {
 }
 
 TEST_F(SceneProgram, BadArgumentsGetOneLineAndAnExitCode) {
-    for (const std::string arguments :
-         {"--size 640", "--size 640x360x3", "--size 16x16", "--size x", "--frames -1", "--frames 1.5", "--frames many",
-          "--fps 0", "--fps nan", "--seed -5", "--quiet-seconds -1", "--noise inf", "--wind 99", "--masks /nonexistent",
-          "--frames", "--colour", "video.y4m"}) {
+    for (const std::string arguments : {"--size 640",         "--size 640x360x3",
+                                        "--size 16x16",       "--size x",
+                                        "--frames -1",        "--frames 1.5",
+                                        "--frames many",      "--fps 0",
+                                        "--fps nan",          "--seed -5",
+                                        "--quiet-seconds -1", "--noise inf",
+                                        "--wind 99",          "--masks /nonexistent/masks",
+                                        "--foliage 1",        "--water nan",
+                                        "--disturbance fog",  "--disturbance rain@9-5",
+                                        "--disturbance",      "--frames",
+                                        "--colour",           "video.y4m"}) {
         const Outcome outcome = Run(arguments);
         EXPECT_EQ(outcome.exitCode, 2) << arguments;
         EXPECT_EQ(outcome.out, "") << arguments;
@@ -103,8 +134,9 @@ TEST_F(SceneProgram, BadArgumentsGetOneLineAndAnExitCode) {
 }
 
 TEST_F(SceneProgram, FilesThatCannotBeWrittenEndTheProgram) {
-    for (const std::string arguments : {"--frames 2 --output /nonexistent/video", "--frames 2 --truth /nonexistent/truth",
-                                        "--frames 2 --output /dev/full", "--frames 2 --truth /dev/full"}) {
+    for (const std::string arguments :
+         {"--frames 2 --output /nonexistent/folder/video", "--frames 2 --truth /nonexistent/folder/truth",
+          "--frames 2 --output /dev/full", "--frames 2 --truth /dev/full"}) {
         const Outcome outcome = Run(arguments);
         EXPECT_EQ(outcome.exitCode, 1) << arguments;
         EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << arguments << ": " << outcome.errors;
@@ -115,7 +147,8 @@ TEST_F(SceneProgram, HelpNamesEveryOption) {
     const Outcome outcome = Run("--help");
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_EQ(outcome.errors, "");
-    for (const char* option : {"--size", "--frames", "--fps", "--seed", "--quiet-seconds", "--pause-seconds", "--noise",
-                               "--wind", "--output", "--truth", "--masks"})
+    for (const char* option :
+         {"--size", "--frames", "--fps", "--seed", "--quiet-seconds", "--pause-seconds", "--noise", "--wind", "--foliage",
+          "--water", "--empty", "--disturbance", "--output", "--truth", "--masks"})
         EXPECT_NE(outcome.out.find(option), std::string::npos) << option;
 }
