@@ -13,6 +13,7 @@ set(coreMD_host_headers
     conditioning/BrightnessBalance.h
     conditioning/MemoryFile.h
     conditioning/MotionGate.h
+    conditioning/ObjectShape.h
     conditioning/Priming.h
     conditioning/StreamTime.h
     kernels/BlockMean.h)

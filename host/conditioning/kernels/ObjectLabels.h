@@ -1,5 +1,5 @@
 // What do the blocks of every object say together?  Loops over a label map: 0, or the place of the block's object, from 1.
-// Called by MotionGate, which owns every array.
+// Called by MotionGate, HoleFill and ObjectHold, which own every array.
 #pragma once
 
 #include <cstddef>

@@ -3,6 +3,7 @@
 #include <coreMD/host/BlockReducer.h>
 #include <coreMD/host/conditioning/BrightnessBalance.h>
 #include <coreMD/host/conditioning/MotionGate.h>
+#include <coreMD/host/conditioning/ObjectShape.h>
 #include <coreMD/host/conditioning/Priming.h>
 
 #include <cstdint>

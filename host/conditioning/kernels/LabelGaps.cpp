@@ -1,0 +1,44 @@
+// How are gaps found and joined?  See LabelGaps.h.
+#include "conditioning/kernels/LabelGaps.h"
+
+namespace Host::Kernels {
+
+std::size_t AppendGaps(const std::uint16_t* labels, std::size_t row, std::size_t columns, LabelGap* gaps,
+                       std::size_t count) {
+    std::size_t column = 0;
+    while (column < columns) {
+        while (column < columns && labels[column] != 0) ++column;
+        const std::size_t first = column;
+        while (column < columns && labels[column] == 0) ++column;
+        if (column == first) break;
+        gaps[count] = {static_cast<std::uint32_t>(row), static_cast<std::uint32_t>(first),
+                       static_cast<std::uint32_t>(column), static_cast<std::uint32_t>(count)};
+        ++count;
+    }
+    return count;
+}
+
+std::size_t FirstGap(LabelGap* gaps, std::size_t gap) {
+    while (gaps[gap].parent != gap) {
+        gaps[gap].parent = gaps[gaps[gap].parent].parent;  // halves the way for whoever asks next
+        gap = gaps[gap].parent;
+    }
+    return gap;
+}
+
+void JoinGaps(LabelGap* gaps, std::size_t one, std::size_t other) {
+    const std::size_t a = FirstGap(gaps, one), b = FirstGap(gaps, other);
+    if (a < b) gaps[b].parent = static_cast<std::uint32_t>(a);
+    else gaps[a].parent = static_cast<std::uint32_t>(b);
+}
+
+void JoinRows(LabelGap* gaps, std::size_t begin, std::size_t above, std::size_t last) {
+    std::size_t upper = begin, lower = above;
+    while (upper < above && lower < last) {
+        if (gaps[upper].first < gaps[lower].last && gaps[lower].first < gaps[upper].last) JoinGaps(gaps, upper, lower);
+        if (gaps[upper].last < gaps[lower].last) ++upper;
+        else ++lower;
+    }
+}
+
+}  // namespace Host::Kernels
