@@ -15,6 +15,8 @@ set(coreMD_host_headers
     conditioning/MotionGate.h
     conditioning/ObjectShape.h
     conditioning/Priming.h
+    conditioning/ShiftedReduction.h
+    conditioning/Stabiliser.h
     conditioning/StreamTime.h
     kernels/BlockMean.h)
 # Rules for one block: the scanner explains blocks by the very ones that the library asks. Not installed.
