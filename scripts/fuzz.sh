@@ -36,6 +36,7 @@ done
 options_of() {
     case $1 in
     DetectFuzz) echo "-max_len=600" ;;
+    MemoryFuzz) echo "-max_len=2048" ;;
     ZoneMaskFuzz) echo "-max_len=4096" ;;
     BlockReducerFuzz) echo "-max_len=1024" ;;
     MediaFuzz) echo "-max_len=65536 -rss_limit_mb=3072" ;;
