@@ -10,6 +10,8 @@
 #include <vector>
 
 #include "SeededRandom.h"
+#include "conditioning/Priming.h"
+#include "coreMD.hpp"
 
 using Host::BackgroundMemory;
 using Host::DecodeBackground;
@@ -232,6 +234,73 @@ TEST(BackgroundMemoryTest, HostileNumbersAreRefused) {
         EXPECT_EQ(reason, half == 0xFFFFFFFF ? "the memory is damaged: its length"
                                              : "the memory is cut off: 111 of 9223372036854775871 bytes");
     }
+}
+
+// ---- With detectors ----------------------------------------------------------------------------------------------------
+
+namespace {
+
+// A scene of 5 x 3 blocks, five a second, and where it is known.
+struct Watch {
+    Watch() { detector.AddWholePicture(); }
+
+    void Show(const Bytes& planes, std::int64_t time) {
+        detector.Detect({.columns = 5, .rows = 3, .ycbcr = planes, .time = coremd::Ticks(time), .fps = 5});
+    }
+    int Objects() {
+        int count = 0;
+        for ([[maybe_unused]] const coremd::Object& object : detector.Objects()) ++count;
+        return count;
+    }
+
+    coremd::Detector detector;
+};
+
+constexpr std::int64_t interval = 2'000'000;  // ticks
+
+Bytes SceneWithThing(Bytes scene) {
+    scene[7] = static_cast<std::uint8_t>(scene[7] ^ 128);
+    return scene;
+}
+
+}  // namespace
+
+// What is promised of a background alone: something is found in the very first picture.
+TEST(BackgroundMemoryTest, ADetectorThatIsPrimedFromAMemoryKnowsTheScene) {
+    BackgroundMemory memory = RandomBackground(smallGrid, 11);
+    memory.isKnown.assign(15, 255);
+    const auto recalled = DecodeBackground(Encode(memory), smallGrid);
+    ASSERT_TRUE(recalled.memory);
+    Watch primed, fresh;
+    const auto show = [&](const std::uint8_t* planes, std::int64_t time) { primed.Show(Bytes(planes, planes + 45), time); };
+    const std::int64_t offset = Host::ShowBackground(recalled.memory->ycbcr.data(), 0, show);
+    primed.Show(SceneWithThing(memory.ycbcr), offset);
+    fresh.Show(SceneWithThing(memory.ycbcr), 0);
+    EXPECT_EQ(primed.Objects(), 1);
+    EXPECT_EQ(fresh.Objects(), 0);
+}
+
+// And of a state: the frames that follow give what they would have given.
+TEST(BackgroundMemoryTest, ADetectorGoesOnFromAMemory) {
+    const Bytes scene = RandomBackground(smallGrid, 12).ycbcr;
+    Watch uncut;
+    std::int64_t time = 0;
+    for (int frame = 0; frame < 45; ++frame, time += interval) uncut.Show(scene, time);
+    const StateMemory memory{
+        .grid = smallGrid, .time = time, .libraryVersion = coreMD_Version(), .state = uncut.detector.SaveState()};
+    const auto recalled = DecodeState(Encode(memory), smallGrid, coreMD_Version());
+    ASSERT_TRUE(recalled.memory) << recalled.refusal;
+    Watch loaded;
+    ASSERT_EQ(loaded.detector.LoadState(recalled.memory->state), coremd::StateStatus::Done);
+    for (int frame = 0; frame < 30; ++frame, time += interval) {
+        const Bytes& shown = frame % 20 == 0 ? SceneWithThing(scene) : scene;
+        uncut.Show(shown, time);
+        loaded.Show(shown, time);
+        ASSERT_EQ(loaded.Objects(), uncut.Objects()) << frame;
+        ASSERT_EQ(loaded.Objects(), frame % 20 == 0 ? 1 : 0) << frame;
+        ASSERT_EQ(loaded.detector.Background().bgr, uncut.detector.Background().bgr) << frame;
+    }
+    EXPECT_EQ(loaded.detector.SaveState(), uncut.detector.SaveState());
 }
 
 TEST(BackgroundMemoryDeathTest, BrokenPreconditionsEndTheProcess) {
