@@ -51,15 +51,30 @@ void CheckSize(const AVFrame& picture, int width, int height, const std::string&
 std::vector<Outcome> Judge(const LabelledFolder& folder, const std::vector<Candidate>& candidates) {
     std::vector<Outcome> outcomes(candidates.size());
     std::vector<CpuClock> clocks(candidates.size());
+    std::vector<ThirdEvents> events(candidates.size());
     std::vector<std::unique_ptr<Subject>> subjects;
     Truths truths(folder);
     for (std::size_t i = 0; i < candidates.size(); ++i) {
+        outcomes[i].scores.resize(candidates[i].shares.size());
+        outcomes[i].settled.resize(candidates[i].shares.size());
         const auto onMask = [&, i](Video::Ticks time, const Mask& mask) {
             clocks[i].Except([&] {
                 const auto place = static_cast<std::size_t>(time / pictureInterval);
                 ++outcomes[i].analysed;
-                if (truths.Has(place)) {
-                    outcomes[i].score.Add(truths.At(place, mask.width, mask.height), Reduced(mask, candidates[i].share));
+                if (!truths.Has(place)) {
+                    return;
+                }
+                const std::vector<Truth>& truth = truths.At(place, mask.width, mask.height);
+                for (std::size_t k = candidates[i].shares.size(); k-- > 0;) {
+                    std::vector<std::uint8_t> found = Reduced(mask, candidates[i].shares[k]);
+                    outcomes[i].scores[k].Add(truth, found);
+                    if (place >= FirstScored(folder.pictures.size())) {
+                        outcomes[i].settled[k].Add(truth, found);
+                    }
+                    if (k == 0) {
+                        events[i].Add(time, (mask.width + scoredBlock - 1) / scoredBlock, truth, found);
+                        outcomes[i].found.emplace(place, std::move(found));
+                    }
                 }
             });
         };
@@ -80,6 +95,7 @@ std::vector<Outcome> Judge(const LabelledFolder& folder, const std::vector<Candi
     }
     for (std::size_t i = 0; i < subjects.size(); ++i) {
         clocks[i].Time([&] { subjects[i]->End(); });
+        outcomes[i].thirds = events[i].Close();
         outcomes[i].cpu = clocks[i].Seconds();
     }
     return outcomes;

@@ -21,12 +21,18 @@ public:
     bool Next() { return ++_at < _words.size(); }
     const std::string& Word() const { return _words[_at]; }
 
-    double Number(double low, double high) {
-        const std::string& option = Word();
+    const std::string& Value(const std::string& kind) {
+        const std::string option = Word();
         if (!Next()) {
-            Refuse(option + " wants a number");
+            Refuse(option + " wants " + kind);
         }
-        char* end = nullptr;
+        return Word();
+    }
+
+    double Number(double low, double high) {
+        const std::string option = Word();
+        Value("a number");
+        char* end = nullptr;  // after the number
         const double value = std::strtod(Word().c_str(), &end);
         if (Word().empty() || *end != '\0' || !(value >= low && value <= high)) {
             Refuse(option + ": " + Word() + " is no number from " + std::to_string(low) + " to " + std::to_string(high));
@@ -42,12 +48,16 @@ private:
 }  // namespace
 
 const char* const usage =
-    "usage: coreMD_accuracy [options] FOLDER...\n"
+    "usage: coreMD_accuracy [options] FOLDER... [--still VIDEO...]\n"
     "\n"
     "How right is mdscan, with its defaults, on labelled sequences?  FOLDER: numbered pictures in input/, label pictures\n"
     "of the same numbers in groundtruth/, perhaps first and last number to score in temporalROI.txt; 25 pictures a second.\n"
     "\n"
     "  --json         print one object: figures by sequence, and their mean\n"
+    "  --still        what follows are videos in which nothing moves: how long is there an alarm?\n"
+    "  --lines        one object for each subject and share, with counts and cost\n"
+    "  --peers        OpenCV's background subtractors, too, where they are built in; with --lines or the table\n"
+    "  --masks FILE   a PNG picture: of each sequence the picture that the scanner is most wrong in, its labels, the masks\n"
     "  --share N      a block of 8x8 pixels is found where so much of it is covered [0.25]\n"
     "  --rate N       as mdscan's options of these names\n"
     "  --block N\n"
@@ -59,6 +69,7 @@ const char* const usage =
 Options ReadOptions(const std::vector<std::string>& list) {
     Options options;
     Words words(list);
+    bool isStill = false;  // what follows: videos
     while (words.Next()) {
         const std::string word = words.Word();
         if (word == "--json") options.json = true;
@@ -68,11 +79,15 @@ Options ReadOptions(const std::vector<std::string>& list) {
         else if (word == "--block") options.scanner.blockSize = static_cast<int>(std::lround(words.Number(0, 1000)));
         else if (word == "--shadows") options.scanner.shadows = true;
         else if (word == "--min-size") options.scanner.minSize = words.Number(0, 1);
+        else if (word == "--lines") options.lines = true;
+        else if (word == "--peers") options.peers = true;
+        else if (word == "--masks") options.masks = words.Value("a file");
+        else if (word == "--still") isStill = true;
         else if (word.starts_with("-")) Refuse("unknown option " + word);
-        else options.folders.push_back(word);
+        else (isStill ? options.still : options.folders).push_back(word);
     }
-    if (options.folders.empty() && !options.help) {
-        Refuse("no folder is given; see --help");
+    if (options.folders.empty() && options.still.empty() && !options.help) {
+        Refuse("neither a folder nor a video is given; see --help");
     }
     return options;
 }

@@ -10,9 +10,13 @@ namespace Accuracy {
 
 struct Options {
     std::vector<std::string> folders;  // labelled ones
+    std::vector<std::string> still;    // videos in which nothing moves
     ScannerRules scanner;
     double share = 0.25;  // of a scored block that a mask has to cover
     bool json = false;
+    bool lines = false;
+    bool peers = false;
+    std::string masks;  // file; empty: none
     bool help = false;
 };
 

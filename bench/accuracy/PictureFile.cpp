@@ -8,7 +8,6 @@
 #include <iterator>
 #include <new>
 #include <string_view>
-#include <vector>
 
 #include "video/base/Failure.h"
 
@@ -46,21 +45,14 @@ bool IsPlane(int format) {
 }
 
 // All colours of a label are one grey, so any of them will do.
-GreyPicture GreenOf(const AVFrame& frame, const std::string& file) {
-    const Video::ScalerPointer scaler(sws_getContext(frame.width, frame.height, static_cast<AVPixelFormat>(frame.format),
-                                                     frame.width, frame.height, AV_PIX_FMT_RGB24, SWS_POINT, nullptr,
-                                                     nullptr, nullptr));
-    if (!scaler) {
-        Refuse(file + ": labels of this pixel format cannot be read");
-    }
-    const auto pixels = static_cast<std::size_t>(frame.width) * static_cast<std::size_t>(frame.height);
-    std::vector<std::uint8_t> rgb(3 * pixels);
-    std::uint8_t* const planes[4] = {rgb.data(), nullptr, nullptr, nullptr};
-    const int strides[4] = {3 * frame.width, 0, 0, 0};
-    sws_scale(scaler.get(), frame.data, frame.linesize, 0, frame.height, planes, strides);
-    GreyPicture grey{frame.width, frame.height, std::vector<std::uint8_t>(pixels)};
-    for (std::size_t i = 0; i < pixels; ++i) {
-        grey.values[i] = rgb[3 * i + 1];
+GreyPicture GreenOf(const AVFrame& frame) {
+    const Video::FramePointer rgb = Converted(frame, AV_PIX_FMT_RGB24);
+    GreyPicture grey{frame.width, frame.height, {}};
+    for (int y = 0; y < frame.height; ++y) {
+        const std::uint8_t* row = rgb->data[0] + std::ptrdiff_t{y} * rgb->linesize[0];
+        for (int x = 0; x < frame.width; ++x) {
+            grey.values.push_back(row[3 * x + 1]);
+        }
     }
     return grey;
 }
@@ -95,7 +87,7 @@ Video::FramePointer ReadPicture(const std::string& file) {
 GreyPicture ReadLabels(const std::string& file) {
     const Video::FramePointer frame = ReadPicture(file);
     if (!IsPlane(frame->format)) {
-        return GreenOf(*frame, file);
+        return GreenOf(*frame);
     }
     GreyPicture grey{frame->width, frame->height, {}};
     for (int y = 0; y < frame->height; ++y) {
@@ -103,6 +95,27 @@ GreyPicture ReadLabels(const std::string& file) {
         grey.values.insert(grey.values.end(), row, row + frame->width);
     }
     return grey;
+}
+
+Video::FramePointer Converted(const AVFrame& frame, AVPixelFormat format) {
+    const AVPixelFormat plain = Video::PlainFormat(frame.format);
+    const Video::ScalerPointer scaler(sws_getContext(frame.width, frame.height, plain, frame.width, frame.height, format,
+                                                     SWS_BILINEAR, nullptr, nullptr, nullptr));
+    if (!scaler) {
+        Refuse("pictures of this format cannot be converted");
+    }
+    const bool isFull = frame.color_range == AVCOL_RANGE_JPEG || plain != frame.format;
+    const int* colours = sws_getCoefficients(SWS_CS_DEFAULT);
+    sws_setColorspaceDetails(scaler.get(), colours, isFull ? 1 : 0, colours, 1, 0, 1 << 16, 1 << 16);
+    Video::FramePointer converted = Video::NewFrame();
+    converted->width = frame.width;
+    converted->height = frame.height;
+    converted->format = format;
+    if (av_frame_get_buffer(converted.get(), 0) < 0) {
+        throw std::bad_alloc();
+    }
+    sws_scale(scaler.get(), frame.data, frame.linesize, 0, frame.height, converted->data, converted->linesize);
+    return converted;
 }
 
 }  // namespace Accuracy

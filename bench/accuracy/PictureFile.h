@@ -14,4 +14,8 @@ Video::FramePointer ReadPicture(const std::string& file);
 // Of a picture of labels: grey, with a palette, or in colours that are all grey. Throws Video::Failure.
 GreyPicture ReadLabels(const std::string& file);
 
+// Another pixel format, of full range. The rows have FFmpeg's padding: its converters write in whole vectors, beyond the
+// width. Throws Video::Failure.
+Video::FramePointer Converted(const AVFrame& frame, AVPixelFormat format);
+
 }  // namespace Accuracy

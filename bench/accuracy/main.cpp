@@ -1,35 +1,108 @@
 // coreMD_accuracy: how right is what the scanner finds?  Reads the command line, judges one sequence after another.
+#include <cstddef>
 #include <cstdio>
 #include <exception>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "FiguresText.h"
 #include "FolderRun.h"
 #include "LabelledFolder.h"
+#include "MaskPicture.h"
 #include "Options.h"
+#include "PeerSubjects.h"
 #include "ScannerSubject.h"
+#include "StillRun.h"
+#include "video/base/BgrPicture.h"
 #include "video/base/Failure.h"
 #include "video/media/Libav.h"
 
 namespace {
 
-// Two folders of one name are two sequences.
-std::string FreeName(const std::map<std::string, Accuracy::Score>& taken, const Accuracy::LabelledFolder& folder,
-                     const std::string& path) {
-    return taken.count(folder.name) ? path : folder.name;
+using namespace Accuracy;
+
+// Two of one name are two.
+template <typename Value>
+std::string FreeName(const std::map<std::string, Value>& taken, const std::string& name, const std::string& path) {
+    return taken.count(name) ? path : name;
 }
 
-void Run(const Accuracy::Options& options) {
-    const std::vector<Accuracy::Candidate> candidates = {{"mdscan", options.share, Accuracy::Scanner(options.scanner)}};
-    std::map<std::string, Accuracy::Score> sequences;
-    for (const std::string& path : options.folders) {
-        const Accuracy::LabelledFolder folder = Accuracy::OpenLabelledFolder(path);
-        sequences[FreeName(sequences, folder, path)] = Accuracy::Judge(folder, candidates).front().score;
+// The first one is the scanner.
+std::vector<Candidate> CandidatesFor(const Options& options) {
+    std::vector<Candidate> candidates = {{"mdscan", {options.share}, Scanner(options.scanner)}};
+    if (options.peers) {
+        const std::vector<Candidate> peers = Peers();
+        if (peers.empty()) {
+            throw Video::Failure(Video::Concern::Usage, "--peers: built without OpenCV, or without COREMD_BENCH");
+        }
+        candidates.insert(candidates.end(), peers.begin(), peers.end());
     }
-    const std::string text = options.json ? Accuracy::JsonOf(sequences) + "\n" : Accuracy::TableOf(sequences);
-    std::fputs(text.c_str(), stdout);
+    return candidates;
+}
+
+// One for each candidate and share.
+std::vector<Results> ResultsFor(const std::vector<Candidate>& candidates) {
+    std::vector<Results> results;
+    for (const Candidate& candidate : candidates) {
+        for (const double share : candidate.shares) {
+            results.push_back({candidate.name, share, {}, {}, {}, {}});
+        }
+    }
+    return results;
+}
+
+// Of the subjects that are drawn: none that stands for a variant of another.
+std::vector<Outcome> Plain(const std::vector<Candidate>& candidates, const std::vector<Outcome>& outcomes) {
+    std::vector<Outcome> plain;
+    for (std::size_t i = 0; i < outcomes.size(); ++i) {
+        if (candidates[i].name.find(',') == std::string::npos) {
+            plain.push_back(outcomes[i]);
+        }
+    }
+    return plain;
+}
+
+void Run(const Options& options) {
+    const std::vector<Candidate> candidates = CandidatesFor(options);
+    std::vector<Results> results = ResultsFor(candidates);
+    std::vector<Video::BgrPicture> rows;
+    for (const std::string& path : options.folders) {
+        const LabelledFolder folder = OpenLabelledFolder(path);
+        const std::string name = FreeName(results.front().sequences, folder.name, path);
+        const std::vector<Outcome> outcomes = Judge(folder, candidates);
+        std::size_t result = 0;
+        for (const Outcome& outcome : outcomes) {
+            for (std::size_t k = 0; k < outcome.scores.size(); ++k) {
+                results[result].sequences[name] = outcome.scores[k];
+                results[result].settled[name] = outcome.settled[k];
+                results[result++].outcomes[name] = outcome;
+            }
+        }
+        if (!options.masks.empty()) {
+            rows.push_back(MaskRow(folder, Plain(candidates, outcomes)));
+        }
+    }
+    for (const std::string& path : options.still) {
+        const std::string name = FreeName(results.front().still, path.substr(path.find_last_of('/') + 1), path);
+        const std::vector<StillOutcome> outcomes = JudgeStill(path, candidates);
+        std::size_t result = 0;
+        for (std::size_t i = 0; i < outcomes.size(); ++i) {
+            for (std::size_t k = 0; k < candidates[i].shares.size(); ++k) {
+                results[result++].still[name] = outcomes[i];
+            }
+        }
+    }
+    if (!options.masks.empty()) {
+        WriteMaskPicture(Stacked(rows), options.masks);
+    }
+    for (std::size_t i = 0; i < results.size() && (i == 0 || !options.json || options.lines); ++i) {
+        const std::string text = options.lines  ? LineOf(results[i]) + "\n"
+                                 : options.json ? JsonOf(results[i]) + "\n"
+                                                : TableOf(results[i]);
+        std::fputs(text.c_str(), stdout);
+    }
 }
 
 }  // namespace
@@ -37,9 +110,9 @@ void Run(const Accuracy::Options& options) {
 int main(int argc, char** argv) {
     Video::CollectComplaints();
     try {
-        const Accuracy::Options options = Accuracy::ReadOptions({argv + 1, argv + argc});
+        const Options options = ReadOptions({argv + 1, argv + argc});
         if (options.help) {
-            std::fputs(Accuracy::usage, stdout);
+            std::fputs(usage, stdout);
             return 0;
         }
         Run(options);

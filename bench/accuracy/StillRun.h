@@ -1,0 +1,23 @@
+// How long is a subject in alarm where nothing moves?
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "FolderRun.h"
+
+namespace Accuracy {
+
+// Of a video in which everything that is found is found wrongly.
+struct StillOutcome {
+    double length = 0;  // seconds
+    double alarm = 0;   // seconds
+    int events = 0;     // as mdscan counts them
+    int analysed = 0;   // pictures
+    double cpu = 0;     // seconds, without decoding
+};
+
+// One outcome for each candidate, in their order; masks count as they are. Throws Video::Failure.
+std::vector<StillOutcome> JudgeStill(const std::string& video, const std::vector<Candidate>& candidates);
+
+}  // namespace Accuracy
