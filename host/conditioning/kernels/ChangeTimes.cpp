@@ -11,7 +11,8 @@ void MarkChanges(const std::uint8_t* luma, EarlierLuma earlier, std::uint8_t* is
         const std::uint8_t now = luma[i];
         const bool sinceOne = IsChange(now, earlier.one[i]), sinceTwo = IsChange(now, earlier.two[i]),
                    sinceFour = IsChange(now, earlier.four[i]);
-        isChanged[i] = sinceOne | sinceTwo | sinceFour ? 255 : 0;
+        const bool changed = sinceOne | sinceTwo | sinceFour;
+        isChanged[i] = changed ? 255 : 0;
     }
 }
 

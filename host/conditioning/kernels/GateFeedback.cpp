@@ -10,7 +10,8 @@ void DrawTurns(const std::uint8_t* isMoving, const std::uint8_t* draw, const std
     HOST_INDEPENDENT_COLUMNS
     for (std::size_t i = 0; i < count; ++i) {
         const bool isStill = isMoving[i] == 0;
-        isTaken[i] = isStill & IsTurn(draw[i], interval[i]) ? 255 : 0;
+        const bool isTurn = isStill & IsTurn(draw[i], interval[i]);
+        isTaken[i] = isTurn ? 255 : 0;
     }
 }
 

@@ -70,7 +70,8 @@ constexpr std::uint16_t NextInterval(std::uint16_t interval, bool isMoving, std:
     const std::uint16_t sooner = static_cast<std::uint16_t>(interval - step);
     const std::uint16_t later = static_cast<std::uint16_t>(interval + ((step * longerStep + draw) >> 8));
     const std::uint16_t next = isMoving ? later : sooner;
-    return (next > shortestInterval) & (next < longestInterval) ? next : interval;
+    const bool isBetween = (next > shortestInterval) & (next < longestInterval);
+    return isBetween ? next : interval;
 }
 
 // isTaken[i] = not isMoving[i], and IsTurn(draw[i], interval[i]) ? 255 : 0, i < count.
