@@ -11,6 +11,7 @@ set(coreMD_host_headers
     BlockReducer.h
     conditioning/BackgroundMemory.h
     conditioning/BrightnessBalance.h
+    conditioning/Disturbances.h
     conditioning/MemoryFile.h
     conditioning/MotionGate.h
     conditioning/ObjectShape.h

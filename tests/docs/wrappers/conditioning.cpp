@@ -2,6 +2,7 @@
 // documentation.
 #include <coreMD/host/BlockReducer.h>
 #include <coreMD/host/conditioning/BrightnessBalance.h>
+#include <coreMD/host/conditioning/Disturbances.h>
 #include <coreMD/host/conditioning/MotionGate.h>
 #include <coreMD/host/conditioning/ObjectShape.h>
 #include <coreMD/host/conditioning/Priming.h>
