@@ -15,7 +15,6 @@
 #include "video/base/Failure.h"
 #include "video/files/AtomicFile.h"
 #include "video/files/PngFile.h"
-#include "video/media/Libav.h"
 
 namespace Accuracy {
 
@@ -34,16 +33,6 @@ Video::BgrPicture Drawn(int width, int height, const ColourAt& at) {
             const Colour colour = at(x, y);
             picture.pixels.insert(picture.pixels.end(), colour.begin(), colour.end());
         }
-    }
-    return picture;
-}
-
-Video::BgrPicture Photograph(const AVFrame& frame) {
-    const Video::FramePointer bgr = Converted(frame, AV_PIX_FMT_BGR24);
-    Video::BgrPicture picture{frame.width, frame.height, {}};
-    for (int y = 0; y < frame.height; ++y) {
-        const std::uint8_t* row = bgr->data[0] + std::ptrdiff_t{y} * bgr->linesize[0];
-        picture.pixels.insert(picture.pixels.end(), row, row + std::ptrdiff_t{3} * frame.width);
     }
     return picture;
 }
@@ -89,18 +78,16 @@ Video::BgrPicture MaskRow(const LabelledFolder& folder, const std::vector<Outcom
     const GreyPicture labels = ReadLabels(picture.labels);
     const std::vector<Truth> truth = TruthOf(labels);
     const int columns = (labels.width + scoredBlock - 1) / scoredBlock;
-    std::vector<Video::BgrPicture> panels = {Photograph(*ReadPicture(picture.file)),
-                                             Drawn(labels.width, labels.height, [&](int x, int y) {
-                                                 const auto pixel = static_cast<std::size_t>(y * labels.width + x);
-                                                 const Label label = LabelOf(labels.values[pixel]);
-                                                 return label == Label::Moving ? white : IsKnown(label) ? black : grey;
-                                             })};
+    const auto panel = [&](const std::function<Colour(std::size_t block)>& colourOf) {
+        return Drawn(labels.width, labels.height, [&](int x, int y) {
+            return colourOf(static_cast<std::size_t>(y / scoredBlock * columns + x / scoredBlock));
+        });
+    };
+    std::vector<Video::BgrPicture> panels;
+    panels.push_back(panel([&](std::size_t block) { return ColourOf(truth[block], truth[block] == Truth::Moving); }));
     for (const Outcome& outcome : outcomes) {
         const std::vector<std::uint8_t>& found = outcome.found.at(*place);
-        panels.push_back(Drawn(labels.width, labels.height, [&](int x, int y) {
-            const auto block = static_cast<std::size_t>(y / scoredBlock * columns + x / scoredBlock);
-            return ColourOf(truth[block], found[block] != 0);
-        }));
+        panels.push_back(panel([&](std::size_t block) { return ColourOf(truth[block], found[block] != 0); }));
     }
     const int step = labels.width + gap, count = static_cast<int>(panels.size());
     return Drawn(count * step - gap, labels.height, [&](int x, int y) {

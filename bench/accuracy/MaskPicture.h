@@ -1,4 +1,5 @@
-// What do the masks look like?  A row for each sequence: one of its pictures, its labels, and what each subject makes of it.
+// What do the masks look like?  A row for each sequence: its labels in blocks, and what each subject makes of the same
+// picture. The picture itself is not drawn: footage may have owners.
 #pragma once
 
 #include <string>
@@ -10,7 +11,7 @@
 
 namespace Accuracy {
 
-// The picture in which the first subject has the most blocks wrong, of those that all have answered. White: found, and
+// Of the picture in which the first subject has the most blocks wrong, of those that all have answered. White: found, and
 // moving; red: found, and still; blue: moving, and not found; grey: unknown. Empty where none was answered by all.
 // Throws Video::Failure.
 Video::BgrPicture MaskRow(const LabelledFolder& folder, const std::vector<Outcome>& outcomes);

@@ -57,7 +57,7 @@ const char* const usage =
     "  --still        what follows are videos in which nothing moves: how long is there an alarm?\n"
     "  --lines        one object for each subject and share, with counts and cost\n"
     "  --peers        OpenCV's background subtractors, too, where they are built in; with --lines or the table\n"
-    "  --masks FILE   a PNG picture: of each sequence the picture that the scanner is most wrong in, its labels, the masks\n"
+    "  --masks FILE   a PNG picture: labels and masks of the picture in which the scanner is most wrong, of each sequence\n"
     "  --share N      a block of 8x8 pixels is found where so much of it is covered [0.25]\n"
     "  --rate N       as mdscan's options of these names\n"
     "  --block N\n"
