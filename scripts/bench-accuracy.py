@@ -1,0 +1,291 @@
+#!/usr/bin/env python3
+"""How right is the scanner, beside others, and where does it fail?
+
+    scripts/bench-accuracy.py [--footage FOLDER] [FOLDER...]     builds, measures, writes docs/accuracy.md and its picture;
+                                                                 ten minutes on an idle machine
+    ... --print                                                  prints the page, writes nothing
+    ... --reuse                                                  writes the page again from the last run's figures
+
+FOLDER: labelled sequences, as coreMD_accuracy --help says; by default those in labelled/ of the footage. BENCH_PRESET:
+build to measure, release-v3 if not set. Figures are kept in build/bench-accuracy: JSON Lines, by subject and share.
+"""
+import argparse
+import json
+import os
+import pathlib
+import platform
+import shutil
+import subprocess
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+PAGE, PICTURE = ROOT / "docs/accuracy.md", ROOT / "docs/accuracy.png"
+PRESET = os.environ.get("BENCH_PRESET", "release-v3")
+BUILD = ROOT / "build" / PRESET
+KEPT = ROOT / "build/bench-accuracy"
+
+# What is tried beside the defaults, one at a time.
+SETTINGS = {"": [], "--rate 3": ["--rate", "3"], "--rate 12.5": ["--rate", "12.5"], "--rate 25": ["--rate", "25"],
+            "--block 3": ["--block", "3"], "--block 4": ["--block", "4"], "--block 8": ["--block", "8"],
+            "--shadows": ["--shadows"],
+            "--min-size 0.015": ["--min-size", "0.015"], "--min-size 0.06": ["--min-size", "0.06"],
+            "--block 3 --shadows": ["--block", "3", "--shadows"], "half of a block covered": ["--share", "0.5"]}
+
+# Nothing moves in these but leaves, water and what is wrong with camera or light: 80 s, wrong from 20 s on.
+SCENE = ["--empty", "--size", "320x240", "--fps", "12.5", "--frames", "1000"]
+STILL = {"noise alone": ["--wind", "0"], "leaves in a light breeze": ["--wind", "1", "--foliage", "0.3"],
+         "leaves in wind": ["--wind", "4", "--foliage", "0.3"], "water": ["--wind", "1", "--water", "0.3"]}
+KINDS = ["light", "ramp", "infrared", "exposure", "banding", "headlights", "shake", "moved", "rain", "snow", "insects",
+         "web", "covered", "frozen"]
+STILL.update({kind: ["--wind", "0", "--disturbance", f"{kind}@20"] for kind in KINDS})
+STILL_SETTINGS = {"defaults": [], "--shadows": ["--shadows"], "--min-size 0.06": ["--min-size", "0.06"]}
+
+
+def say(text):
+    print(f"bench: {text}", file=sys.stderr, flush=True)
+
+
+def run(command, **keywords):
+    return subprocess.run([str(word) for word in command], check=True, **keywords)
+
+
+def build():
+    say(f"building {PRESET}")
+    with open(os.devnull, "w") as nowhere:
+        run(["cmake", "--preset", PRESET, "-DCOREMD_BENCH=ON"], cwd=ROOT, stdout=nowhere)
+        run(["cmake", "--build", "--preset", PRESET, "--target", "coreMD_accuracy", "mdscene"], cwd=ROOT, stdout=nowhere)
+
+
+def keep(name, lines):
+    KEPT.mkdir(parents=True, exist_ok=True)
+    (KEPT / name).write_text("".join(json.dumps(line) + "\n" for line in lines))
+
+
+def kept(name):
+    return [json.loads(line) for line in (KEPT / name).read_text().splitlines()]
+
+
+def accuracy(*words, **keywords):
+    printed = run([BUILD / "coreMD_accuracy", "--lines", *words], stdout=subprocess.PIPE, text=True, **keywords).stdout
+    return [json.loads(line) for line in printed.splitlines()]
+
+
+def measure_subjects(folders):
+    """All subjects on the same pictures; the scanner alone where there is no OpenCV."""
+    say("judging the scanner and its peers")
+    KEPT.mkdir(parents=True, exist_ok=True)
+    words = ["--masks", KEPT / "masks.png", *folders]
+    try:
+        lines = accuracy("--peers", *words)
+    except subprocess.CalledProcessError as error:
+        if error.returncode != 2:
+            raise
+        say("peers skipped: OpenCV with bgsegm is missing")
+        lines = accuracy(*words)
+    keep("subjects.jsonl", lines)
+
+
+def measure_settings(folders):
+    lines = []
+    for name, words in SETTINGS.items():
+        say(f"trying {name or 'the defaults'}")
+        lines.append({"setting": name, **accuracy(*words, *folders)[0]})
+    keep("settings.jsonl", lines)
+
+
+def measure_still():
+    lines = []
+    for name, words in STILL.items():
+        say(f"rendering: {name}")
+        for setting, options in STILL_SETTINGS.items():
+            scene = subprocess.Popen([BUILD / "mdscene", *SCENE, *words], stdout=subprocess.PIPE)
+            line = accuracy(*options, "--still", "/dev/stdin", stdin=scene.stdout)[0]
+            scene.stdout.close()
+            if scene.wait() != 0:
+                sys.exit(f"bench: mdscene ends with {scene.returncode}")
+            lines.append({"scene": name, "setting": setting, **line["still"]["stdin"]})
+    keep("still.jsonl", lines)
+
+
+def table(head, rows):
+    lines = ["| " + " | ".join(head) + " |", "|" + "|".join(["---"] + ["---:"] * (len(head) - 1)) + "|"]
+    return "\n".join(lines + ["| " + " | ".join(row) + " |" for row in rows]) + "\n"
+
+
+def percent(value):
+    return f"{100 * value:.1f} %"
+
+
+def figures(line):
+    mean = line["mean"]
+    return [f"{mean['f']:.3f}", f"{mean['precision']:.2f}", f"{mean['recall']:.2f}", percent(mean["missed"])]
+
+
+def sequence_table(line):
+    rows = []
+    for name, one in line["sequences"].items():
+        still = percent(one["false"]) if one["still"] else "–"
+        thirds = ", ".join(f"{found} of {real}" + (f" and {extra} false" if extra else "")
+                           for real, found, extra in one["thirds"])
+        rows.append([name, f"{one['f']:.3f}", f"{one['precision']:.2f}", f"{one['recall']:.2f}", percent(one["missed"]),
+                     still, f"{one['moving']}, {one['still']}", thirds, f"{one['cpu_ms']:.2f}"])
+    rows.append(["mean", *figures(line), percent(line["mean"]["false"]), "", "", ""])
+    return table(["sequence", "F", "precision", "recall", "missed", "false", "pictures with motion, without",
+                  "events found in the thirds", "ms"], rows)
+
+
+def cost(line):
+    each = [one["cpu_ms"] for one in line["sequences"].values()]
+    return f"{sum(each) / len(each):.2f}" if "opened" not in line["subject"] else ""
+
+
+def subject_table(lines):
+    rows = [[line["subject"], "quarter" if line["share"] == 0.25 else "half", *figures(line), f"{line['settled']['f']:.3f}",
+             cost(line)] for line in lines]
+    return table(["subject", "covered", "F", "precision", "recall", "missed", "F, settled", "ms per picture"], rows)
+
+
+def best_peers(lines):
+    """The best row of every peer, by its settled F."""
+    best = {}
+    for line in lines[1:]:
+        name = line["subject"].split(",")[0]
+        if name not in best or line["settled"]["f"] > best[name]["settled"]["f"]:
+            best[name] = line
+    return list(best.values())
+
+
+def named(setting):
+    return f"`{setting}`" if setting.startswith("-") else setting
+
+
+def setting_table(lines):
+    names = list(lines[0]["sequences"])
+    return table(["mdscan, but", "F, mean", *(f"F, {name}" for name in names), "precision", "recall", "missed"],
+                 [[named(line["setting"]) or "nothing: its defaults", f"{line['mean']['f']:.3f}",
+                   *(f"{line['sequences'][name]['f']:.3f}" for name in names), f"{line['mean']['precision']:.2f}",
+                   f"{line['mean']['recall']:.2f}", percent(line["mean"]["missed"])] for line in lines])
+
+
+def still_table(lines):
+    rows = []
+    for scene in dict.fromkeys(line["scene"] for line in lines):
+        these = {line["setting"]: line for line in lines if line["scene"] == scene}
+        rows.append([scene, *(f"{these[name]['seconds']:.0f} ({these[name]['events']})" for name in STILL_SETTINGS)])
+    return table(["nothing moves, but", *STILL_SETTINGS], rows)
+
+
+def failures(subjects, settings, still):
+    """Sentences that follow from the figures."""
+    mdscan = subjects[0]["sequences"]
+    worst = min(mdscan, key=lambda name: mdscan[name]["f"])
+    one = mdscan[worst]
+    side = "more is marked than moves" if one["precision"] < one["recall"] else "more moves than is marked"
+    lines = [f"- The worst sequence is {worst}: F {one['f']:.2f}, precision {one['precision']:.2f}, recall "
+             f"{one['recall']:.2f}; {side}. Of its pictures with motion, {percent(one['missed'])} pass without a find."]
+    alarms = [line for line in still if line["setting"] == "defaults" and line["seconds"] > 0]
+    alarms.sort(key=lambda line: -line["seconds"])
+    lines += ["- Of the rendered scenes in which nothing moves, the defaults raise an alarm in "
+              + (", ".join(f"{line['scene']} ({line['seconds']:.0f} s)" for line in alarms) or "none") + "."]
+    better = [peer for peer in best_peers(subjects) if peer["settled"]["f"] > subjects[0]["settled"]["f"]]
+    if better:
+        lines += ["- Ahead of the defaults once they have settled: " +
+                  ", ".join(f"{peer['subject']} ({peer['settled']['f']:.3f} against {subjects[0]['settled']['f']:.3f})"
+                            for peer in better) + "."]
+    helps = sorted((line for line in settings[1:] if line["mean"]["f"] > settings[0]["mean"]["f"]),
+                   key=lambda line: -line["mean"]["f"])
+    lines += ["- Settings that help on these sequences: "
+              + (", ".join(f"{named(line['setting'])} ({line['mean']['f']:.3f})" for line in helps) or "none that was tried")
+              + f"; the defaults reach {settings[0]['mean']['f']:.3f}."]
+    return "\n".join(lines) + "\n"
+
+
+def prose(paragraph):
+    return " ".join(paragraph.split()) + "\n"
+
+
+TITLE = """# Accuracy
+
+<!-- Written by ./dev bench accuracy (scripts/bench-accuracy.py). Run it again instead of editing. -->
+"""
+RULES = """How right is what `mdscan` finds, with its defaults, and where does it fail? Labelled public sequences
+    ({sequences}) say where something moves; `coreMD_accuracy` shows them to the scanner's own watcher, 25 pictures a
+    second, and scores blocks of 8×8 pixels, whatever the blocks of analysis are. A block is unknown where fewer than
+    half of its pixels are known, moving where at least a quarter of the known ones move, else still; shadows are
+    still. A mask finds a block where it covers a quarter of it. Only analysed pictures count. *Missed*: pictures with
+    motion in which nothing was found; *false*: pictures without motion in which something was. In the mean every
+    sequence weighs the same. These are few sequences: what holds on them need not hold on yours."""
+COLUMNS = """Events are those of the left, the middle and the right third, each as if it were a picture of its own:
+    found, of those that the labels tell. Milliseconds are processor time per analysed picture, without decoding:
+    {machine}."""
+MASKS = """Of each sequence the picture in which the defaults are most wrong. Blocks of 8×8 pixels, from left to
+    right: {columns}. White: found, and moving; red: found, and still; blue: moving, and not found; grey: unknown."""
+PEERS = """OpenCV's background subtractors, one thread, with their own defaults, on full pictures in colour: every
+    picture, and every fourth as the scanner; with and without morphological opening (3×3). Shadows that they tell are
+    still. They know nothing before the first picture, and some mark all of it until they do, so that a sequence which
+    is scored from its first picture on weighs heavily: *F, settled* leaves out the first 100 pictures of every
+    sequence, or the first third of a shorter one. The best of each, by that, of all rates and shares covered:"""
+SCENES = """Rendered with `mdscene {scene}`: 80 s, of which 20 pass before anything is wrong; leaves and water move
+    from the beginning. Seconds in alarm, in brackets events:"""
+LAYOUT = """A folder holds numbered pictures in `input/`, label pictures of the same numbers in `groundtruth/` (255
+    moving, 50 shadow, 0 still, 85 outside, 170 unknown), and perhaps the first and the last number to score in
+    `temporalROI.txt`. [bench/README.md](../bench/README.md) says more."""
+COMMANDS = """<!-- test: skip takes minutes, and wants labelled sequences -->
+```sh
+./dev bench accuracy FOLDER...     # labelled sequences; writes this page
+build/release/coreMD_accuracy --help
+```
+"""
+
+
+def text(subjects, settings, still):
+    model = next((line.split(":")[1].strip() for line in open("/proc/cpuinfo") if line.startswith("model name")), "unknown")
+    machine = f"{model}, {os.cpu_count()} processors, {platform.system()}, build `{PRESET}`"
+    drawn = dict.fromkeys(line["subject"] for line in subjects if "," not in line["subject"])
+    parts = [TITLE, prose(RULES.format(sequences=", ".join(subjects[0]["sequences"]))),
+             "## The defaults\n", sequence_table(subjects[0]), prose(COLUMNS.format(machine=machine)),
+             "## Where it fails, and what helps\n", failures(subjects, settings, still)]
+    if (KEPT / "masks.png").exists():
+        parts += ["![Masks side by side](accuracy.png)\n",
+                  prose(MASKS.format(columns=", ".join(["labels", *drawn])))]
+    parts += ["## Others\n"]
+    if len(subjects) > 1:
+        parts += [prose(PEERS), subject_table([subjects[0], *best_peers(subjects)]), "All of them:\n",
+                  subject_table(subjects)]
+    else:
+        parts += ["Not measured: OpenCV with bgsegm was not found.\n"]
+    parts += ["## Settings\n", "One change at a time:\n", setting_table(settings), "## Scenes in which nothing moves\n",
+              prose(SCENES.format(scene=" ".join(SCENE))), still_table(still),
+              "## How to measure\n", COMMANDS, prose(LAYOUT)]
+    return "\n".join(parts)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n", maxsplit=1)[0])
+    parser.add_argument("--footage", type=pathlib.Path, help="folder of videos; its labelled/ holds labelled sequences")
+    parser.add_argument("--print", action="store_true", help="print only, write nothing")
+    parser.add_argument("--reuse", action="store_true", help="take the figures of the last run")
+    parser.add_argument("folders", nargs="*", type=pathlib.Path, metavar="FOLDER", help="a labelled sequence")
+    arguments = parser.parse_args()
+    if not arguments.reuse:
+        folders = arguments.folders
+        if not folders and arguments.footage:
+            folders = sorted(path.parent for path in arguments.footage.glob("labelled/*/groundtruth"))
+        if not folders:
+            sys.exit("bench: no labelled sequences: name their folders")
+        build()
+        measure_subjects(folders)
+        measure_settings(folders)
+        measure_still()
+    result = text(kept("subjects.jsonl"), kept("settings.jsonl"), kept("still.jsonl"))
+    if arguments.print:
+        print(result)
+        return
+    PAGE.write_text(result)
+    if (KEPT / "masks.png").exists():
+        shutil.copyfile(KEPT / "masks.png", PICTURE)
+    say(f"written to {PAGE}")
+
+
+if __name__ == "__main__":
+    main()
