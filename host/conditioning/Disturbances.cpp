@@ -14,6 +14,7 @@ namespace {
 constexpr Ticks longestGap = 5 * ticksPerSecond;  // after it the pictures from before are too old to compare with
 constexpr Ticks learnInterval = ticksPerSecond / 2;
 constexpr Ticks longestSuppression = 10 * ticksPerSecond;  // after a disturbance began
+constexpr Ticks longestForLight = 3 * ticksPerSecond;      // exposure may hunt for hours, and somebody may pass meanwhile
 }  // namespace
 
 std::string_view NameOf(Disturbance kind) {
@@ -109,14 +110,15 @@ void Disturbances::Restart(const PictureSigns& signs) {
 }
 
 void Disturbances::DecideWhetherToSuppress(const PictureSigns& signs, bool isLarge) {
-    const auto isFresh = [&](Disturbance kind) {
+    const auto isFresh = [&](Disturbance kind, Ticks longest) {
         const DisturbanceSpell& spell = Of(kind).spell;
-        return spell.isRunning && signs.time - spell.begin <= longestSuppression;
+        return spell.isRunning && signs.time - spell.begin < longest;
     };
     const bool shakes = IsRunning(Disturbance::Shaking) && !signs.isStabilised;
     const bool rains = IsRunning(Disturbance::Rain) && !isLarge;
-    _suppresses = shakes || rains || isFresh(Disturbance::Light) || isFresh(Disturbance::Infrared) ||
-                  isFresh(Disturbance::Moved) || isFresh(Disturbance::Covered);
+    _suppresses = shakes || rains || isFresh(Disturbance::Light, longestForLight) ||
+                  isFresh(Disturbance::Infrared, longestSuppression) || isFresh(Disturbance::Moved, longestSuppression) ||
+                  isFresh(Disturbance::Covered, longestSuppression);
 }
 
 }  // namespace Host

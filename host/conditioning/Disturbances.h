@@ -8,7 +8,8 @@
 //
 // It errs on the side of the event: a bus that fills half of the picture, somebody close to the lens and dense traffic are
 // not told as disturbances, at the price of some that are missed.  Events are never suppressed for longer than ten seconds
-// after a disturbance began, but for rain, where nothing large moves, and for shaking that nobody takes out.
+// after a disturbance began, three for light, but for rain, where nothing large moves, and for shaking that nobody takes
+// out.
 #pragma once
 
 #include <array>
