@@ -105,8 +105,8 @@ void ShiftedReduction::Blend(Inner& inner, const PictureView& picture, Shift shi
     const auto blocks = static_cast<std::size_t>(inner.reducer.BlockCount());
     std::fill_n(_sum.begin(), 3 * blocks, std::uint32_t{0});
     const int start = inner.margin * _format.blockSize;  // pixels
-    for (const std::size_t below : {0, 1})
-        for (const std::size_t beside : {0, 1}) {
+    for (const std::size_t below : {0u, 1u})
+        for (const std::size_t beside : {0u, 1u}) {
             const std::uint32_t lumaWeight = lumaX.weight[beside] * lumaY.weight[below];
             const std::uint32_t chromaWeight = chromaX.weight[beside] * chromaY.weight[below];
             if (lumaWeight == 0 && chromaWeight == 0) continue;

@@ -31,7 +31,7 @@ using Planes = std::vector<std::uint8_t>;
 // What a camera looks at: a value for each sample of each component, as far out as a shift leads. Smooth, so that a fraction
 // of a sample changes little.
 std::uint8_t WorldAt(int component, int column, int row) {
-    constexpr int farthest = 256;
+    constexpr int farthest = 512;
     static const auto waves = [] {
         std::array<std::array<double, 2 * farthest>, 6> made;
         for (std::size_t c = 0; c < 3; ++c)
