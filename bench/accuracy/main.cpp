@@ -71,17 +71,18 @@ void Run(const Options& options) {
     for (const std::string& path : options.folders) {
         const LabelledFolder folder = OpenLabelledFolder(path);
         const std::string name = FreeName(results.front().sequences, folder.name, path);
-        const std::vector<Outcome> outcomes = Judge(folder, candidates);
+        std::vector<Outcome> outcomes = Judge(folder, candidates);
+        if (!options.masks.empty()) {
+            rows.push_back(MaskRow(folder, Plain(candidates, outcomes)));
+        }
         std::size_t result = 0;
-        for (const Outcome& outcome : outcomes) {
+        for (Outcome& outcome : outcomes) {
+            outcome.found.clear();  // much, and not told
             for (std::size_t k = 0; k < outcome.scores.size(); ++k) {
                 results[result].sequences[name] = outcome.scores[k];
                 results[result].settled[name] = outcome.settled[k];
                 results[result++].outcomes[name] = outcome;
             }
-        }
-        if (!options.masks.empty()) {
-            rows.push_back(MaskRow(folder, Plain(candidates, outcomes)));
         }
     }
     for (const std::string& path : options.still) {
