@@ -216,8 +216,8 @@ RULES = """How right is what `mdscan` finds, with its defaults, and where does i
     motion in which nothing was found; *false*: pictures without motion in which something was. In the mean every
     sequence weighs the same. These are few sequences: what holds on them need not hold on yours."""
 COLUMNS = """Events are those of the left, the middle and the right third, each as if it were a picture of its own:
-    found, of those that the labels tell. Milliseconds are processor time per analysed picture, without decoding:
-    {machine}."""
+    found, of those that the labels tell. Milliseconds are processor time per analysed picture, without decoding;
+    other load disturbs it: {machine}."""
 MASKS = """Of each sequence the picture in which the defaults are most wrong. Blocks of 8×8 pixels, from left to
     right: {columns}. White: found, and moving; red: found, and still; blue: moving, and not found; grey: unknown."""
 PEERS = """OpenCV's background subtractors, one thread, with their own defaults, on full pictures in colour: every
