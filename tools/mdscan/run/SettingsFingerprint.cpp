@@ -13,12 +13,13 @@ namespace Scan {
 std::string SettingsFingerprint(const ScanSettings& scan, const JobFiles& files) {
     std::ostringstream text;
     text.precision(17);
-    text << "rate " << scan.rate << " fast " << scan.fast << " block " << scan.blockSize << " shadows " << scan.shadows
-         << " min-size " << scan.minSize << " merge-gap " << scan.mergeGap << " min-duration " << scan.minDuration
-         << " frames " << scan.frames << " rolls " << scan.preRoll << " " << scan.postRoll << " min-blocks "
-         << scan.minBlocks << " track " << scan.track << " thumbnails \"" << files.thumbnails << "\" clips \"" << files.clips
-         << "\" background \"" << files.background << "\" overlay \"" << files.overlay << "\" heatmap " << files.heatmap
-         << " report " << !files.report.empty();
+    text << "rate " << scan.rate << " fast " << scan.fast << " condition " << scan.condition << " stabilise "
+         << WordOf(scan.stabilise) << " sensitivity " << WordOf(scan.sensitivity) << " memory \"" << scan.memory
+         << "\" block " << scan.blockSize << " shadows " << scan.shadows << " min-size " << scan.minSize << " merge-gap "
+         << scan.mergeGap << " min-duration " << scan.minDuration << " frames " << scan.frames << " rolls " << scan.preRoll
+         << " " << scan.postRoll << " min-blocks " << scan.minBlocks << " track " << scan.track << " thumbnails \""
+         << files.thumbnails << "\" clips \"" << files.clips << "\" background \"" << files.background << "\" overlay \""
+         << files.overlay << "\" heatmap " << files.heatmap << " report " << !files.report.empty();
     if (scan.startTime) {
         text << " start-time " << *scan.startTime;
     }

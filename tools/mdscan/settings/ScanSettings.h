@@ -1,7 +1,10 @@
 // What decides what is found in an input, and what is said of it?
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "video/time/WallClock.h"
@@ -9,10 +12,28 @@
 
 namespace Scan {
 
+// Is the picture held still where the camera shakes?
+enum class Stabilise { Auto, On, Off };
+
+// How little is enough?
+enum class Sensitivity { Low, Normal, High };
+
+// As users write them, in the order of the values.
+inline constexpr std::array conditionWords = {"none", "default"};  // of false and true
+inline constexpr std::array stabiliseWords = {"auto", "on", "off"};
+inline constexpr std::array sensitivityWords = {"low", "normal", "high"};
+
+constexpr const char* WordOf(Stabilise value) { return stabiliseWords[static_cast<std::size_t>(value)]; }
+constexpr const char* WordOf(Sensitivity value) { return sensitivityWords[static_cast<std::size_t>(value)]; }
+
 struct ScanSettings {
-    double rate = 6;                            // pictures analysed per second; 0: all
-    bool fast = false;                          // decode only where keyframes differ
-    int blockSize = 0;                          // pixels; 0: chosen from the picture's size
+    double rate = 6;                        // pictures analysed per second; 0: all
+    bool fast = false;                      // decode only where keyframes differ
+    int blockSize = 0;                      // pixels; 0: chosen from the picture's size
+    bool condition = true;                  // all that is done around the detector; false: the plain detector
+    Stabilise stabilise = Stabilise::Auto;  // where it is conditioned
+    Sensitivity sensitivity = Sensitivity::Normal;
+    std::string memory;                         // folder that knows each camera's background; empty: none is kept
     bool shadows = false;                       // drop shadows
     double minSize = 0.03;                      // smallest object, as a fraction of the picture's width and of its height
     double mergeGap = 2;                        // seconds

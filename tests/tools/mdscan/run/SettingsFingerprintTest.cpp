@@ -14,10 +14,10 @@ namespace {
 
 // Stored in states: with another text, every state is refused.
 TEST(SettingsFingerprint, KeepTheirText) {
-    EXPECT_EQ(
-        SettingsFingerprint({}, {}),
-        "rate 6 fast 0 block 0 shadows 0 min-size 0.029999999999999999 merge-gap 2 min-duration 0.5 frames 0 rolls 0 0 "
-        "min-blocks 1 track 0 thumbnails \"\" clips \"\" background \"\" overlay \"\" heatmap 0 report 0");
+    EXPECT_EQ(SettingsFingerprint({}, {}),
+              "rate 6 fast 0 condition 1 stabilise auto sensitivity normal memory \"\" block 0 shadows 0 "
+              "min-size 0.029999999999999999 merge-gap 2 min-duration 0.5 frames 0 rolls 0 0 min-blocks 1 track 0 "
+              "thumbnails \"\" clips \"\" background \"\" overlay \"\" heatmap 0 report 0");
     ScanSettings scan;
     scan.startTime = 17;
     scan.zones = {{.name = "gate", .polygon = {{0, 0}, {0.5, 0}, {0.5, 1}}}};
@@ -34,6 +34,21 @@ TEST(SettingsFingerprint, KeepTheirText) {
         all.substr(all.find(" thumbnails")),
         " thumbnails \"a\" clips \"b\" background \"c\" overlay \"d\" heatmap 1 report 1 start-time 17 zone \"gate\" 0 "
         "-1 0,0 0.5,0 0.5,1 mask 0x0 14695981039346656037");
+}
+
+TEST(SettingsFingerprint, TellHowPicturesAreConditioned) {
+    const std::string usual = SettingsFingerprint({}, {});
+    const auto with = [](const auto& change) {
+        ScanSettings scan;
+        change(scan);
+        return SettingsFingerprint(scan, {});
+    };
+    EXPECT_NE(with([](ScanSettings& scan) { scan.condition = false; }), usual);
+    EXPECT_NE(with([](ScanSettings& scan) { scan.stabilise = Stabilise::Off; }), usual);
+    EXPECT_NE(with([](ScanSettings& scan) { scan.sensitivity = Sensitivity::High; }), usual);
+    const std::string kept = with([](ScanSettings& scan) { scan.memory = "m"; });
+    EXPECT_NE(kept, usual);
+    EXPECT_NE(with([](ScanSettings& scan) { scan.memory = "n"; }), kept);
 }
 
 // Results go into them as they come; which file it is decides nothing about an input.
