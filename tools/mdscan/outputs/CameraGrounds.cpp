@@ -15,19 +15,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string StemOf(const std::string& camera) {
-    std::error_code ignored;
-    fs::path path =
-        camera.find("://") == std::string::npos ? fs::absolute(camera, ignored).lexically_normal() : fs::path(camera);
-    if (!path.has_filename()) {
-        path = path.parent_path();  // of "folder/"
-    }
-    std::string stem = camera == "-" ? "stdin" : path.filename().string().substr(0, 80);
-    std::replace_if(
-        stem.begin(), stem.end(), [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '/'; }, '_');
-    return stem.empty() ? "root" : stem;
-}
-
 }  // namespace
 
 std::string CameraOf(const std::string& input) {
@@ -41,14 +28,27 @@ std::string CameraOf(const std::string& input) {
     return folder.empty() ? "." : folder;
 }
 
+std::string ShortNameOf(const std::string& camera) {
+    std::error_code ignored;
+    fs::path path =
+        camera.find("://") == std::string::npos ? fs::absolute(camera, ignored).lexically_normal() : fs::path(camera);
+    if (!path.has_filename()) {
+        path = path.parent_path();  // of "folder/"
+    }
+    std::string stem = camera == "-" ? "stdin" : path.filename().string().substr(0, 80);
+    std::replace_if(
+        stem.begin(), stem.end(), [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '/'; }, '_');
+    return stem.empty() ? "root" : stem;
+}
+
 std::vector<std::string> PictureNames(const std::vector<std::string>& cameras) {
     std::map<std::string, int> bearers;
     for (const std::string& camera : cameras) {
-        ++bearers[StemOf(camera)];
+        ++bearers[ShortNameOf(camera)];
     }
     std::vector<std::string> names;
     for (const std::string& camera : cameras) {
-        const std::string stem = StemOf(camera);
+        const std::string stem = ShortNameOf(camera);
         names.push_back(stem + (bearers[stem] > 1 ? Video::MarkOf(camera) : "") + ".png");
     }
     return names;

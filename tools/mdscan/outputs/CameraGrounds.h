@@ -13,6 +13,9 @@ namespace Scan {
 // The folder as the input names it, "." for none; of a stream, a device or the standard input: the input itself.
 std::string CameraOf(const std::string& input);
 
+// "front-door": the last part of the camera's name, as part of a file's.
+std::string ShortNameOf(const std::string& camera);
+
 // "front-door.png": after the last part of the camera's name; with a mark of the whole name where two would be the same.
 // One per camera, in order.
 std::vector<std::string> PictureNames(const std::vector<std::string>& cameras);

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <exception>
+#include <map>
 #include <utility>
 
 #include <poll.h>
@@ -17,6 +18,7 @@
 #include "results/Records.h"
 #include "results/ScanPictures.h"
 #include "results/TallyText.h"
+#include "run/CameraMemory.h"
 #include "run/Inputs.h"
 #include "run/RunState.h"
 #include "run/SpillFile.h"
@@ -57,6 +59,7 @@ Batch::Batch(const JobSettings& settings, const RunSettings& run, const InputLis
 
 int Batch::Run() {
     Recall();
+    Queue();
     TellInOrder();
     while (_head < _items.size()) {
         if (Video::Interrupted() && !std::exchange(_leaving, true)) {
@@ -92,14 +95,34 @@ void Batch::Recall() {
     }
 }
 
-void Batch::Start() {
-    for (; !_leaving && _running < _jobs && _next < _items.size(); ++_next) {
-        Item& item = _items[_next];
-        if (!item.result) {
-            item.identity = IdentityOf(item.input.path);
-            item.worker = std::make_unique<Worker>(_settings, item.input.path, _state);
-            ++_running;
+// What is to be scanned.  Where a camera's background goes on from input to input, each of its inputs waits for the one
+// before.
+void Batch::Queue() {
+    const std::string& folder = _settings.scan.memory;
+    std::map<std::string, std::size_t> last;  // by what is kept
+    for (std::size_t i = 0; i < _items.size(); ++i) {
+        if (_items[i].result) {
+            continue;
         }
+        const auto [before, isFirst] =
+            last.try_emplace(folder.empty() ? std::to_string(i) : CameraMemory(folder, _items[i].input.path), i);
+        if (isFirst) {
+            _ready.insert(i);
+        } else {
+            _items[std::exchange(before->second, i)].heir = i;
+        }
+    }
+}
+
+void Batch::Start() {
+    while (!_leaving && _running < _jobs && !_ready.empty()) {
+        const std::size_t first = *_ready.begin();
+        _ready.erase(_ready.begin());
+        Item& item = _items[first];
+        item.identity = IdentityOf(item.input.path);
+        item.worker = std::make_unique<Worker>(_settings, item.input.path, _state);
+        _next = std::max(_next, first + 1);
+        ++_running;
     }
 }
 
@@ -150,6 +173,9 @@ void Batch::Finish(Item& item, JobResult result) {
         throw FailureOf(result);
     }
     item.result = std::move(result);
+    if (item.heir) {
+        _ready.insert(*item.heir);
+    }
 }
 
 FinishedInput Batch::FinishedOf(const Item& item, const JobResult& result) {

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -50,9 +51,11 @@ private:
         ConditionNote note;                      // on what was told
         bool isLive = false;                     // its records wait for nobody, and it takes nobody's place
         bool isClosed = false;                   // all is told
+        std::optional<std::size_t> heir;         // item that waits for the end of this one's scan
     };
 
     void Recall();
+    void Queue();
     void Start();
     void Listen();
     void Finish(Item& item, JobResult result);
@@ -74,7 +77,8 @@ private:
     Progress& _progress;
     const std::chrono::steady_clock::time_point _begin = std::chrono::steady_clock::now();
     std::vector<Item> _items;
-    std::size_t _next = 0;             // item to start
+    std::set<std::size_t> _ready;      // items to start, in order
+    std::size_t _next = 0;             // item behind all that were started
     std::size_t _head = 0;             // first item that is not closed
     std::size_t _jobs;                 // at a time
     std::size_t _running = 0;          // of those

@@ -137,7 +137,7 @@ int ScanMany(const InputList& list, JobSettings job, const OutputSettings& outpu
 
 int ScanInputs(const std::vector<std::string>& names, const ScanSettings& scan, const OutputSettings& outputs,
                const RunSettings& run, const std::string& version) {
-    MakeFolders({outputs.thumbnails, outputs.clips});
+    MakeFolders({outputs.thumbnails, outputs.clips, scan.memory});
     const InputList list = FindInputs(names);
     const bool several = list.several || !run.resume.empty();
     RefuseSameFileTwice(outputs, run.resume, several);

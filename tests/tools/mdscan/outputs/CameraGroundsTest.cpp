@@ -24,6 +24,13 @@ TEST(CameraGrounds, WhateverIsNoFileIsACameraOfItsOwn) {
     EXPECT_EQ(CameraOf("/dev/null"), "/dev/null");
 }
 
+TEST(CameraGrounds, ShortNamesArePartsOfFileNames) {
+    EXPECT_EQ(ShortNameOf("a/gate"), "gate");
+    EXPECT_EQ(ShortNameOf("a/gate/"), "gate");
+    EXPECT_EQ(ShortNameOf("rtsp://host/live?a=b/c"), "c");
+    EXPECT_EQ(ShortNameOf("-"), "stdin");
+}
+
 TEST(CameraGrounds, PicturesAreNamedAfterTheFolder) {
     EXPECT_EQ(PictureNames({"a/gate", "a/yard"}), (std::vector<std::string>{"gate.png", "yard.png"}));
     EXPECT_EQ(PictureNames({"a/gate/", "-", "/"}), (std::vector<std::string>{"gate.png", "stdin.png", "root.png"}));
