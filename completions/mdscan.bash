@@ -11,6 +11,10 @@ _mdscan() {
     --reconnect) ;;
     --rate) ;;
     --block) ;;
+    --condition) mapfile -t COMPREPLY < <(compgen -W 'default none' -- "$current") ;;
+    --stabilise) mapfile -t COMPREPLY < <(compgen -W 'auto on off' -- "$current") ;;
+    --sensitivity) mapfile -t COMPREPLY < <(compgen -W 'low normal high' -- "$current") ;;
+    --memory) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -d -- "$current") ;;
     --min-size) ;;
     --min-blocks) ;;
     --merge-gap) ;;
@@ -33,7 +37,7 @@ _mdscan() {
     --pixel) ;;
     *)
         if [[ $current == -* ]]; then
-            mapfile -t COMPREPLY < <(compgen -W '-h --help --version --config --write-config -j --jobs --resume -q --quiet --progress --start-time --reconnect --rate --fast --block --shadows --min-size --min-blocks --merge-gap --min-duration --pre-roll --post-roll --zone --zones --mask --preview -o --output --csv --report --frames --track --thumbnails --clips --background --heatmap --overlay --at --pixel --json' -- "$current")
+            mapfile -t COMPREPLY < <(compgen -W '-h --help --version --config --write-config -j --jobs --resume -q --quiet --progress --start-time --reconnect --rate --fast --block --condition --stabilise --sensitivity --memory --shadows --min-size --min-blocks --merge-gap --min-duration --pre-roll --post-roll --zone --zones --mask --preview -o --output --csv --report --frames --track --thumbnails --clips --background --heatmap --overlay --at --pixel --json' -- "$current")
         else
             compopt -o filenames
             mapfile -t COMPREPLY < <(compgen -f -- "$current")

@@ -36,7 +36,7 @@ def options(mdscan):
 
 def words_of(argument, description):
     """The words that an option takes, where it takes some of a few."""
-    return re.findall(r"(?:^|; )(\w+)(?=:|$)", description) if argument == "STYLE" else []
+    return re.findall(r"(?:^|; )(\w+)(?=:|$)", description) if argument in ("STYLE", "HOW") else []
 
 
 def bash(all_options):

@@ -66,7 +66,7 @@ TEST_F(ScanTest, AnOutputFileHoldsTheLines) {
     std::string first, event;
     ASSERT_TRUE(std::getline(lines, first) && std::getline(lines, event));
     EXPECT_EQ(json::parse(first)["type"], "scan");
-    EXPECT_EQ(json::parse(first)["schema"], 1);
+    EXPECT_EQ(json::parse(first)["schema"], 2);
     ExpectTheSquare(json::parse(event), scene);
     EXPECT_EQ(FilesInFolder(), (std::vector<std::string>{"clip.y4m", "events.jsonl"}));
     EXPECT_EQ(Mdscan({"-o", clip, clip}).code, 2) << "an output never replaces the input";

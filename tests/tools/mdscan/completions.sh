@@ -15,6 +15,8 @@ completed() {
 }
 [[ $(completed --thu) == --thumbnails ]] || fail "--thu becomes '$(completed --thu)'"
 [[ $(completed --progress j) == json ]] || fail "--progress j becomes '$(completed --progress j)'"
+[[ $(completed --stabilise o) == "on off" ]] || fail "--stabilise o becomes '$(completed --stabilise o)'"
+[[ $(completed --condition d) == default ]] || fail "--condition d becomes '$(completed --condition d)'"
 [[ $(completed --rate "") == "" ]] || fail "a number is completed"
 [[ $(completed zon) == zones ]] || fail "zon becomes '$(completed zon)'"
 [[ $(completed expl) == explain ]] || fail "expl becomes '$(completed expl)'"

@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "ask/BlockProbe.h"
+#include "results/ScanLine.h"
 #include "video/base/Box.h"
 #include "video/time/TickTime.h"
 #include "video/watch/Watcher.h"
@@ -71,7 +72,7 @@ std::string ExplanationLine(const Explanation& e) {
     const Video::Box pixels =
         Video::PixelBox({facts.place.column, facts.place.row, facts.place.column, facts.place.row}, facts.grid);
     Json line = {{"type", "explanation"},
-                 {"schema", 1},
+                 {"schema", schemaVersion},
                  {"file", e.file},
                  {"at", Video::PrintedSeconds(e.asked)},
                  {"time", Video::PrintedSeconds(e.time)},

@@ -1,7 +1,9 @@
 // How is each option declared?
 #include "command/Declarations.h"
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdlib>
 #include <optional>
 #include <sstream>
@@ -24,6 +26,7 @@ constexpr double highestRate = 1000;  // pictures per second
 constexpr int mostJobs = 256;
 constexpr int mostMovingBlocks = 1'000'000;
 constexpr int largestBlock = 64;  // pixels; as much as the block reducer sums
+constexpr std::array progressStyles = {"auto", "json", "none"};
 
 constexpr const char* about =
     "Finds motion in videos, prints when and where as JSON lines; mdscan explain tells why, or why not.";
@@ -74,13 +77,40 @@ CLI::Validator IsTime() { return Reads(&Video::ParseWallTime, "a time like 2026-
 CLI::Validator IsMoment() { return Reads(&ReadTime, "seconds or hh:mm:ss"); }
 CLI::Validator IsPlace() { return Reads(&ReadPlace, "x,y, two whole numbers from 0"); }
 
-CLI::Validator IsStyle() {
+// "auto, json or none"
+template <std::size_t count>
+std::string Listed(const std::array<const char*, count>& words) {
+    std::string text;
+    for (std::size_t i = 0; i < count; ++i) {
+        text += i == 0 ? "" : i + 1 < count ? ", " : " or ";
+        text += words[i];
+    }
+    return text;
+}
+
+template <std::size_t count>
+CLI::Validator IsOneOf(const std::array<const char*, count>& words) {
     return CLI::Validator(
-        [](std::string& value) {
-            const bool known = value == "auto" || value == "json" || value == "none";
-            return known ? std::string() : "must be auto, json or none, not " + value;
+        [words](std::string& value) {
+            const bool known = std::find(words.begin(), words.end(), value) != words.end();
+            return known ? std::string() : "must be " + Listed(words) + ", not " + value;
         },
         "");
+}
+
+// An option that takes one of the words, whose place is the value. value: its default by then.
+template <typename Value, std::size_t count>
+void AddChoice(CLI::App& app, const std::string& name, Value& value, const std::array<const char*, count>& words,
+               const std::string& description) {
+    app.add_option_function<std::string>(
+           name,
+           [&value, words](const std::string& word) {
+               value = static_cast<Value>(std::find(words.begin(), words.end(), word) - words.begin());
+           },
+           description)
+        ->check(IsOneOf(words))
+        ->type_name("HOW")
+        ->default_str(words[static_cast<std::size_t>(value)]);
 }
 
 // Of explain's --block: a place, or a size as everywhere else.
@@ -121,7 +151,7 @@ void DeclareInputs(CLI::App& app, Options& options) {
         ->default_str("");
     app.add_flag("-q,--quiet", options.run.quiet, "Say nothing but what went wrong");
     app.add_option("--progress", options.run.progress, "auto: on a terminal; json: lines for machines; none")
-        ->check(IsStyle())
+        ->check(IsOneOf(progressStyles))
         ->type_name("STYLE");
     app.add_option_function<std::string>(
            "--start-time", [&options](const std::string& text) { options.scan.startTime = Video::ParseWallTime(text); },
@@ -144,6 +174,15 @@ void DeclareMotion(CLI::App& app, ScanSettings& settings) {
     app.add_option("--block", settings.blockSize, "Block size in pixels, up to 64; 0: gives 80 to 160 columns")
         ->check(Within(0, largestBlock))
         ->type_name("N");
+    AddChoice(app, "--condition", settings.condition, conditionWords,
+              "default: primed, balanced, stabilised, gated; none: the plain detector");
+    AddChoice(app, "--stabilise", settings.stabilise, stabiliseWords,
+              "auto: where the first seconds shake; on: always; off: never");
+    AddChoice(app, "--sensitivity", settings.sensitivity, sensitivityWords,
+              "low: fewer alarms; normal: a balance; high: small and faint things, too");
+    app.add_option("--memory", settings.memory, "Keep each camera's background there, from input to input")
+        ->type_name("DIR")
+        ->default_str("");
     app.add_flag("--shadows", settings.shadows, "Drop what only darkens the background");
     app.add_option("--min-size", settings.minSize, "Smallest object, as a fraction of picture width and height")
         ->check(Within(0, 1))
@@ -221,7 +260,7 @@ void TurnIntoExplain(CLI::App& app) {
     for (CLI::Option* option : app.get_options()) {
         bool isOfScan = option->get_group() == resultGroup;
         for (const char* name :
-             {"--write-config", "--jobs", "--resume", "--start-time", "--reconnect", "--preview", "--block"}) {
+             {"--write-config", "--jobs", "--resume", "--start-time", "--reconnect", "--memory", "--preview", "--block"}) {
             isOfScan = isOfScan || option->check_name(name);
         }
         if (isOfScan) {

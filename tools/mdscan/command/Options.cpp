@@ -76,9 +76,12 @@ std::vector<std::string> WordsOfFile(const std::string& path, const CLI::App& gi
     return words;
 }
 
-// Without the second of two empty lines, which would not fit on a screen.
+// Without the second of two empty lines and an empty last one, which would not fit on a screen.
 std::string HelpOf(const CLI::App& app) {
     std::string text = app.help();
+    if (text.ends_with("\n\n")) {
+        text.pop_back();
+    }
     for (std::size_t place = 0; (place = text.find("\n\n\n", place)) != std::string::npos;) {
         text.erase(place, 1);
     }
@@ -124,6 +127,9 @@ Parsed ParseOptions(const std::vector<std::string>& all, const std::string& vers
     }
     if (options.scan.fast && !options.outputs.overlay.empty()) {
         return refuse("--overlay shows every picture, --fast decodes few (see mdscan --help)");
+    }
+    if (!options.scan.condition && !options.scan.memory.empty()) {
+        return refuse("--condition none is the plain detector, which has no --memory (see mdscan --help)");
     }
     return {options, Video::exitComplete, ""};
 }

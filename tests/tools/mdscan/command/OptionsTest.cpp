@@ -21,6 +21,10 @@ TEST(Options, TheInputAloneIsEnough) {
     EXPECT_EQ(parsed.options->inputs, std::vector<std::string>{"clip.mp4"});
     EXPECT_EQ(parsed.options->scan.rate, 6);
     EXPECT_EQ(parsed.options->scan.blockSize, 0);
+    EXPECT_TRUE(parsed.options->scan.condition);
+    EXPECT_EQ(parsed.options->scan.stabilise, Stabilise::Auto);
+    EXPECT_EQ(parsed.options->scan.sensitivity, Sensitivity::Normal);
+    EXPECT_TRUE(parsed.options->scan.memory.empty());
     EXPECT_FALSE(parsed.options->scan.shadows);
     EXPECT_FALSE(parsed.options->scan.frames);
     EXPECT_TRUE(parsed.options->zones.rectangles.empty());
@@ -33,6 +37,12 @@ TEST(Options, EveryOptionReachesItsField) {
                                  "0",
                                  "--block",
                                  "7",
+                                 "--stabilise",
+                                 "off",
+                                 "--sensitivity",
+                                 "high",
+                                 "--memory",
+                                 "known",
                                  "--shadows",
                                  "--min-size",
                                  "0.125",
@@ -79,6 +89,9 @@ TEST(Options, EveryOptionReachesItsField) {
     EXPECT_EQ(options.inputs, (std::vector<std::string>{"clip.mp4", "-"}));
     EXPECT_EQ(options.scan.rate, 0);
     EXPECT_EQ(options.scan.blockSize, 7);
+    EXPECT_EQ(options.scan.stabilise, Stabilise::Off);
+    EXPECT_EQ(options.scan.sensitivity, Sensitivity::High);
+    EXPECT_EQ(options.scan.memory, "known");
     EXPECT_TRUE(options.scan.shadows);
     EXPECT_EQ(options.scan.minSize, 0.125);
     EXPECT_EQ(options.scan.mergeGap, 3.5);
@@ -107,6 +120,25 @@ TEST(Options, EveryOptionReachesItsField) {
     EXPECT_EQ(options.zones.rectangles[1].width, 1);
 }
 
+TEST(Options, EveryChoiceIsUnderstood) {
+    const auto scan = [](const char* option, const char* word) { return Parse({option, word, "a.mp4"}).options->scan; };
+    EXPECT_TRUE(scan("--condition", "default").condition);
+    EXPECT_FALSE(scan("--condition", "none").condition);
+    EXPECT_EQ(scan("--stabilise", "auto").stabilise, Stabilise::Auto);
+    EXPECT_EQ(scan("--stabilise", "on").stabilise, Stabilise::On);
+    EXPECT_EQ(scan("--sensitivity", "low").sensitivity, Sensitivity::Low);
+    EXPECT_EQ(scan("--sensitivity", "normal").sensitivity, Sensitivity::Normal);
+    EXPECT_NE(Parse({"a.mp4", "--stabilise", "no"}).text.find("must be auto, on or off, not no"), std::string::npos);
+    EXPECT_NE(Parse({"a.mp4", "--condition", "all"}).text.find("must be none or default, not all"), std::string::npos);
+}
+
+TEST(Options, ThePlainDetectorKeepsNoMemory) {
+    EXPECT_NE(Parse({"a.mp4", "--condition", "none", "--memory", "m"}).text.find("has no --memory"), std::string::npos);
+    EXPECT_TRUE(Parse({"a.mp4", "--condition", "none", "--stabilise", "on"}).options) << "idle, from a configuration";
+    EXPECT_FALSE(Parse({"explain", "a.mp4", "--at", "1", "--pixel", "0,0", "--memory", "m"}).options)
+        << "what it holds by then is not what the scan knew";
+}
+
 TEST(Options, AZoneDoesNotSwallowTheInput) {
     const Parsed parsed = Parse({"--zone", "0,0,1,1", "clip.mp4"});
     ASSERT_TRUE(parsed.options) << parsed.text;
@@ -119,9 +151,10 @@ TEST(Options, HelpAndVersionAreNoErrors) {
     const Parsed help = Parse({"--help"});
     EXPECT_FALSE(help.options);
     EXPECT_EQ(help.exitCode, 0);
-    for (const char* word : {"--rate", "--block", "--shadows", "--min-size", "--merge-gap", "--min-duration", "--zone",
-                             "--frames", "--background", "--overlay", "--version", "Exit codes: 0", "1 an input",
-                             "2 bad usage", "3 no motion", "--quiet", "--progress", "--preview"}) {
+    for (const char* word : {"--rate",      "--block",     "--shadows",     "--min-size", "--merge-gap", "--min-duration",
+                             "--zone",      "--frames",    "--background",  "--overlay",  "--version",   "Exit codes: 0",
+                             "1 an input",  "2 bad usage", "3 no motion",   "--quiet",    "--progress",  "--preview",
+                             "--condition", "--stabilise", "--sensitivity", "--memory"}) {
         EXPECT_NE(help.text.find(word), std::string::npos) << word;
     }
     int lines = 0;
@@ -151,6 +184,8 @@ INSTANTIATE_TEST_SUITE_P(Options, BadUsage,
                          testing::Values(Words{}, Words{"a.mp4", "-j", "-1"}, Words{"a.mp4", "--progress", "much"},
                                          Words{"a.mp4", "--start-time", "noon"}, Words{"a.mp4", "--reconnect", "-1"},
                                          Words{"a.mp4", "--min-blocks", "0"}, Words{"a.mp4", "--unknown"},
+                                         Words{"a.mp4", "--condition", "some"}, Words{"a.mp4", "--stabilise"},
+                                         Words{"a.mp4", "--sensitivity", "11"}, Words{"a.mp4", "--condition", ""},
                                          Words{"a.mp4", "--rate", "-1"}, Words{"a.mp4", "--rate", "fast"},
                                          Words{"a.mp4", "--rate", "nan"}, Words{"a.mp4", "--rate", "inf"},
                                          Words{"a.mp4", "--rate"}, Words{"a.mp4", "--block", "2.5"},

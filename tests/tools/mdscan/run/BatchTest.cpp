@@ -18,6 +18,7 @@
 #include "ScanFixture.h"
 #include "results/JsonLines.h"
 #include "results/Records.h"
+#include "video/files/OutputPath.h"
 #include "video/watch/Condition.h"
 
 namespace Scan {
@@ -215,6 +216,12 @@ TEST_F(BatchTest, TheFirstLineNamesAllSettings) {
                        "5",
                        "--block",
                        "8",
+                       "--stabilise",
+                       "on",
+                       "--sensitivity",
+                       "low",
+                       "--memory",
+                       In("known"),
                        "--shadows",
                        "--min-size",
                        "0.1",
@@ -236,7 +243,8 @@ TEST_F(BatchTest, TheFirstLineNamesAllSettings) {
     scan.erase("version");
     EXPECT_EQ(scan,
               json::parse(
-                  R"({"type": "scan", "schema": 1, "rate": 5.0, "fast": false, "block": 8, "shadows": true, "min_size": 0.1,
+                  R"({"type": "scan", "schema": 2, "rate": 5.0, "fast": false, "condition": "default", "stabilise": "on",
+                      "sensitivity": "low", "memory": true, "block": 8, "shadows": true, "min_size": 0.1,
                       "min_blocks": 2, "merge_gap": 3.0, "min_duration": 1.0, "pre_roll": 4.0, "post_roll": 5.0,
                       "zones": ["a"], "excluded": ["b"]})"));
 }
@@ -308,6 +316,25 @@ TEST_F(BatchTest, BackgroundsAndOverlaysOfManyFillFolders) {
     EXPECT_EQ(run.code, 1);
     EXPECT_EQ(run.err.rfind("mdscan: cannot write into " + In("file") + ": ", 0), 0u) << run.err;
     EXPECT_EQ(run.ErrorLines(), 1) << run.err;
+}
+
+// The first recording takes far longer than the others: whoever does not wait for it is ready before.
+TEST_F(BatchTest, AMemoryGoesFromInputToInputOfACamera) {
+    for (const char* name : {"videos/gate/1.avi", "videos/gate/2.avi", "videos/gate/3.avi", "videos/yard/1.avi"}) {
+        fs::create_directories(fs::path(In(name)).parent_path());
+        Video::SquareScene scene = Small();
+        scene.seconds = std::string(name).ends_with("gate/1.avi") ? 90 : 6;
+        Video::WriteEncoded({scene}, {.codec = "mpeg4", .container = "avi"}, In(name));
+    }
+    const Outcome run = Mdscan({"-j", "3", "--memory", In("known"), "--background", In("grounds"), In("videos")});
+    EXPECT_EQ(run.code, 0) << run.err;
+    const auto readyAt = [&](const std::string& name) {
+        return fs::last_write_time(Video::OutputPath(In("grounds"), In("videos/" + name), true, ".png"));
+    };
+    EXPECT_LT(readyAt("yard/1.avi"), readyAt("gate/1.avi")) << "another camera waits for nobody";
+    EXPECT_LT(readyAt("gate/1.avi"), readyAt("gate/2.avi"));
+    EXPECT_LT(readyAt("gate/2.avi"), readyAt("gate/3.avi"));
+    EXPECT_TRUE(fs::is_directory(In("known")));
 }
 
 TEST_F(BatchTest, AFullOutputEndsTheRun) {
