@@ -66,6 +66,13 @@ void EventLog::Extend(const Findings& frame, int blocks) {
     }
 }
 
+void EventLog::Discard(Ticks from) {
+    if (_running && _running->start >= from) {
+        _running.reset();
+        ++_dropped;
+    }
+}
+
 std::optional<Event> EventLog::Close() {
     std::optional<Event> over = Finish(_lastFrame.value_or(0));
     _lastFrame.reset();

@@ -52,6 +52,31 @@ TEST(Events, StartAndEndAreTheFirstAndLastFrameThatMoved) {
     EXPECT_EQ(events[0].frames, 3);
 }
 
+TEST(Events, WhatBeganLaterThanADisturbanceIsForgotten) {
+    EventLog log(rules);
+    EXPECT_FALSE(log.Add(Moving(20)));
+    EXPECT_FALSE(log.Add(Moving(30)));
+    log.Discard(20);
+    EXPECT_FALSE(log.Running());
+    EXPECT_EQ(log.Dropped(), 1);
+    EXPECT_FALSE(log.Add(Moving(40)));
+    const std::optional<Event> later = log.Close();
+    ASSERT_TRUE(later);
+    EXPECT_EQ(later->start, 40);
+}
+
+TEST(Events, WhatBeganEarlierThanADisturbanceStays) {
+    EventLog log(rules);
+    EXPECT_FALSE(log.Add(Moving(20)));
+    EXPECT_FALSE(log.Add(Moving(30)));
+    log.Discard(21);
+    const std::optional<Event> event = log.Close();
+    ASSERT_TRUE(event);
+    EXPECT_EQ(event->start, 20);
+    EXPECT_EQ(event->end, 30);
+    EXPECT_EQ(log.Dropped(), 0);
+}
+
 TEST(Events, PeakIsTheFirstFrameWithTheMostMovingBlocks) {
     const auto events = EventsOf(rules, {Moving(10, 3), Moving(20, 7), Moving(30, 7), Moving(40, 5)});
     ASSERT_EQ(events.size(), 1u);

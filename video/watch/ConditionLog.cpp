@@ -1,0 +1,73 @@
+// How do disturbances become spells?
+#include "video/watch/ConditionLog.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+
+#include "video/time/TickTime.h"
+#include "video/watch/Condition.h"
+
+namespace Video {
+
+namespace {
+
+constexpr std::array kinds = {ConditionKind::Light,   ConditionKind::Infrared, ConditionKind::Shaking, ConditionKind::Moved,
+                              ConditionKind::Covered, ConditionKind::Frozen,   ConditionKind::Rain};
+static_assert(kinds.size() == Host::disturbanceCount);
+
+// A car's lamps go by faster than that.
+constexpr Ticks shortestDarkness = 5 * oneSecond;
+
+// Frozen pictures show no motion, and rain is told from what else moves: what was found there stands.
+bool VoidsMotion(Host::Disturbance kind) { return kind != Host::Disturbance::Frozen && kind != Host::Disturbance::Rain; }
+
+}  // namespace
+
+void ConditionLog::AddDarkness(bool isDark, Ticks time) {
+    if (isDark) {
+        _darkSince = _darkSince ? _darkSince : time;
+    } else {
+        EndDarkness(_newest);
+    }
+    _newest = time;
+}
+
+void ConditionLog::EndDarkness(Ticks end) {
+    if (_darkSince && end - *_darkSince >= shortestDarkness) {
+        _over.push_back({ConditionKind::TooDark, *_darkSince, end});
+    }
+    _darkSince.reset();
+}
+
+std::optional<Ticks> ConditionLog::Add(const Host::Disturbances& disturbances, Ticks time) {
+    std::optional<Ticks> from;
+    for (std::size_t i = 0; i < kinds.size(); ++i) {
+        const auto kind = static_cast<Host::Disturbance>(i);
+        const Host::DisturbanceSpell& spell = disturbances.Last(kind);
+        if (disturbances.Ended(kind) && _begins[i]) {
+            _over.push_back({kinds[i], *std::exchange(_begins[i], std::nullopt), spell.end});
+        }
+        if (disturbances.Began(kind)) {
+            _begins[i] = spell.begin;
+            if (VoidsMotion(kind)) {
+                from = std::min(from.value_or(spell.begin), spell.begin);
+            }
+        }
+    }
+    _newest = time;
+    return from;
+}
+
+std::vector<Condition> ConditionLog::Take() { return std::exchange(_over, {}); }
+
+void ConditionLog::Close() {
+    EndDarkness(_newest);
+    for (std::size_t i = 0; i < kinds.size(); ++i) {
+        if (_begins[i]) {
+            _over.push_back({kinds[i], *std::exchange(_begins[i], std::nullopt), _newest});
+        }
+    }
+}
+
+}  // namespace Video
