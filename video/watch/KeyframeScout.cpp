@@ -17,7 +17,9 @@ KeyframeScout::KeyframeScout(const std::string& input, int threads, int blockSiz
     : _decoder(OpenSource(input), threads, {.keyframesOnly = [this] { return _begun; }}),
       _cadence(rate, _decoder.NominalInterval()),
       _blockSize(blockSize),
-      _rules(std::move(rules)) {}
+      _rules(std::move(rules)) {
+    _rules.conditioning = {};  // it sees a picture every few seconds
+}
 
 // A detector wants eleven pictures before it finds anything. Eleven keyframes would take long: it gets those of the
 // beginning.

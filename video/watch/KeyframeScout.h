@@ -72,7 +72,7 @@ private:
     Decoder _decoder;
     Cadence _cadence;  // until the detector is ready
     const int _blockSize;
-    const WatchRules _rules;
+    WatchRules _rules;
     PlainPicture _picture;
     std::optional<Watcher> _watcher;
     bool _begun = false;            // the detector is ready: from here on, keyframes are enough

@@ -29,16 +29,42 @@ constexpr std::int64_t mostBlocks = 4 * mostObjects;
 
 // Twice as many columns are four times the work and find hardly more: docs/mdscan.md has the comparison.
 constexpr int mostColumns = 160;
+constexpr int mostColumnsConditioned = 128;
+
+// Between two pictures that are compared to tell what is still.
+constexpr int picturesAhead = 1;
+
+// Stated as its rate, it makes the detector take every picture as one worth learning from.
+constexpr double everyPicture = 1000;
 
 Host::PictureFormat WithBlockSize(Host::PictureFormat picture, int blockSize) {
     picture.blockSize = blockSize;
     return picture;
 }
 
+// The smallest that gives at most so many columns: three pixels in pictures of 320 columns, ten in those of 1280.
+int FittingBlockSize(int pictureWidth, int pictureHeight) {
+    const int across = Host::BlocksAcross(pictureWidth, mostColumnsConditioned);
+    const int down = Host::BlocksAcross(pictureHeight, Host::largestGridSize);
+    return std::clamp(std::max(across, down), 1, static_cast<int>(Host::Kernels::largestBlockSize));
+}
+
+// To where it is to be seen, as far as that is in the picture.
+Box Moved(const Box& box, Host::Shift shift, const PictureGrid& grid) {
+    const auto pixels = [](int sixteenths) { return (sixteenths + 8) >> 4; };
+    const int left = std::clamp(box.x + pixels(shift.dx16), 0, grid.pictureWidth - 1);
+    const int top = std::clamp(box.y + pixels(shift.dy16), 0, grid.pictureHeight - 1);
+    const int right = std::clamp(box.x + box.width + pixels(shift.dx16), left + 1, grid.pictureWidth);
+    const int bottom = std::clamp(box.y + box.height + pixels(shift.dy16), top + 1, grid.pictureHeight);
+    return {left, top, right - left, bottom - top};
+}
+
 }  // namespace
 
-PictureGrid GridOf(int pictureWidth, int pictureHeight, int wish) {
-    const int size = wish > 0 ? wish : Host::ChooseBlockSize(pictureWidth, pictureHeight, mostColumns);
+PictureGrid GridOf(int pictureWidth, int pictureHeight, int wish, bool conditioned) {
+    const int chosen = conditioned ? FittingBlockSize(pictureWidth, pictureHeight)
+                                   : Host::ChooseBlockSize(pictureWidth, pictureHeight, mostColumns);
+    const int size = wish > 0 ? wish : chosen;
     const int columns = Host::BlocksAcross(pictureWidth, size);
     const int rows = Host::BlocksAcross(pictureHeight, size);
     const bool fits = columns <= Host::largestGridSize && rows <= Host::largestGridSize;
@@ -59,8 +85,18 @@ Box PixelBox(const coremd::Box& blocks, const PictureGrid& grid) {
 }
 
 Watcher::Watcher(const Host::PictureFormat& picture, const PictureGrid& grid, const WatchRules& rules)
-    : _grid(grid), _layout(picture.format), _rules(rules), _reducer(WithBlockSize(picture, grid.blockSize)) {
+    : _grid(grid), _layout(picture.format), _rules(rules) {
+    if (rules.conditioning.on && rules.conditioning.stabilise != Stabilise::Off) {
+        _steady.emplace(WithBlockSize(picture, grid.blockSize), rules.conditioning.stabilise);
+    } else {
+        _reducer.emplace(WithBlockSize(picture, grid.blockSize));
+    }
     AddZones();
+    if (_rules.conditioning.on) {
+        _conditioner.emplace(grid, picture.range, _rules.conditioning);
+        _labels.resize(_isWatched.size());
+        _detector.LimitToMotion(false);  // what stopped is held here, and bounded
+    }
     if (_rules.heat) {
         const auto blocks = static_cast<std::size_t>(grid.columns) * static_cast<std::size_t>(grid.rows);
         _heat = {.grid = grid, .counts = std::vector<std::uint32_t>(blocks)};
@@ -115,17 +151,56 @@ void Watcher::CountBlocks(const coremd::Object& object) {
     }
 }
 
-Findings Watcher::Watch(const Host::PictureView& picture, Ticks time) {
-    ++_pictures;
-    _reducer.Reduce(picture);
-    _detector.Detect({.columns = _reducer.Columns(),
-                      .rows = _reducer.Rows(),
-                      .ycbcr = {_reducer.Ycbcr(), 3 * static_cast<std::size_t>(_reducer.BlockCount())},
-                      .time = coremd::Ticks(time),
-                      .fps = _rules.framesPerSecond,
-                      .detectShadow = _rules.shadows,
+void Watcher::Prime(const Host::Priming& firstSeconds, const std::optional<std::vector<std::uint8_t>>& remembered) {
+    std::vector<std::uint8_t> background = remembered.value_or(std::vector<std::uint8_t>());
+    if (!remembered) {
+        background.resize(3 * _isWatched.size());
+        firstSeconds.MostFrequent(picturesAhead, background.data());
+    }
+    Prime(background);
+    _conditioner->LearnRestlessness(firstSeconds);
+}
+
+void Watcher::Prime(const std::vector<std::uint8_t>& remembered) {
+    _conditioner->Prime(remembered, [this](const std::uint8_t* ycbcr, Ticks stamp) { Show(ycbcr, stamp); });
+}
+
+BlockPicture Watcher::Reduce(const Host::PictureView& picture) {
+    if (_steady) {
+        _steady->Reduce(picture);
+        return {_steady->Ycbcr(), _steady->TakenBack()};
+    }
+    _reducer->Reduce(picture);
+    return {_reducer->Ycbcr()};
+}
+
+void Watcher::Show(const std::uint8_t* ycbcr, Ticks stamp) {
+    _detector.Detect({.columns = _grid.columns,
+                      .rows = _grid.rows,
+                      .ycbcr = {ycbcr, 3 * _isWatched.size()},
+                      .time = coremd::Ticks(stamp),
+                      .fps = _conditioner ? everyPicture : _rules.framesPerSecond,
+                      .detectShadow = _rules.shadows || _conditioner,
                       .isIFrame = true});
+}
+
+Findings Watcher::Judge(const BlockPicture& picture, Ticks time) {
+    ++_pictures;
     Findings findings{time, {}};
+    if (_conditioner) {
+        _conditioner->OnPicture(picture, time, [this](const std::uint8_t* ycbcr, Ticks stamp) { Show(ycbcr, stamp); });
+        ShapeAnswer(time);
+        FindLabelled(findings, picture.shift);
+    } else {
+        Show(picture.ycbcr, time);
+        FindObjects(findings);
+    }
+    std::stable_sort(findings.objects.begin(), findings.objects.end(),
+                     [](const MovingObject& a, const MovingObject& b) { return a.blocks > b.blocks; });
+    return findings;
+}
+
+void Watcher::FindObjects(Findings& findings) {
     for (const coremd::Object& object : _detector.Objects()) {
         if (object.BlockCount() > 0) {
             findings.objects.push_back({PixelBox(object.Bounds(), _grid), object.BlockCount(), ZonesOf(object)});
@@ -134,9 +209,51 @@ Findings Watcher::Watch(const Host::PictureView& picture, Ticks time) {
             }
         }
     }
-    std::stable_sort(findings.objects.begin(), findings.objects.end(),
-                     [](const MovingObject& a, const MovingObject& b) { return a.blocks > b.blocks; });
-    return findings;
+}
+
+// The detector's map, as far as zones are watched: a hole in an object may be what is not.
+void Watcher::ShapeAnswer(Ticks time) {
+    std::fill(_labels.begin(), _labels.end(), std::uint16_t{0});
+    const std::uint8_t* states = nullptr;
+    for (const coremd::ZoneResult& zone : _detector.ZoneResults()) {
+        std::copy(zone.Labels().begin(), zone.Labels().end(), _labels.begin());
+        states = zone.States().data();
+        break;  // one map for all zones
+    }
+    _conditioner->OnAnswer(_labels.data(), states, time);
+    for (std::size_t i = 0; i < _labels.size(); ++i) {
+        _labels[i] = _isWatched[i] != 0 ? _labels[i] : 0;
+    }
+}
+
+void Watcher::FindLabelled(Findings& findings, Host::Shift shift) {
+    std::fill(_labelled.begin(), _labelled.end(), LabelledObject{});
+    for (int row = 0; row < _grid.rows; ++row) {
+        for (int column = 0; column < _grid.columns; ++column) {
+            const auto block = static_cast<std::size_t>(row * _grid.columns + column);
+            const std::size_t label = _labels[block];
+            if (label == 0) {
+                continue;
+            }
+            if (label >= _labelled.size()) {
+                _labelled.resize(label + 1);
+            }
+            LabelledObject& object = _labelled[label];
+            object.bounds = object.blocks == 0 ? coremd::Box{column, row, column, row}
+                                               : coremd::Box{std::min(object.bounds.left, column), object.bounds.top,
+                                                             std::max(object.bounds.right, column), row};
+            ++object.blocks;
+            object.zones |= _zonesOfBlock.empty() ? 0 : _zonesOfBlock[block];
+            if (_rules.heat) {
+                ++_heat.counts[block];
+            }
+        }
+    }
+    for (const LabelledObject& object : _labelled) {
+        if (object.blocks > 0) {
+            findings.objects.push_back({Moved(PixelBox(object.bounds, _grid), shift, _grid), object.blocks, object.zones});
+        }
+    }
 }
 
 std::vector<BlockMark> Watcher::Marks() {
@@ -146,6 +263,12 @@ std::vector<BlockMark> Watcher::Marks() {
             marks[i] = _isWatched[i] != 0 && zone.States()[i] == coremd::StateShadow ? BlockMark::Shadow : BlockMark::None;
         }
         break;
+    }
+    if (_conditioner) {
+        for (std::size_t i = 0; i < marks.size(); ++i) {
+            marks[i] = _labels[i] != 0 ? BlockMark::Object : marks[i];
+        }
+        return marks;
     }
     for (const coremd::Object& object : _detector.Objects()) {
         for (const coremd::Block block : object.Blocks()) {
@@ -161,7 +284,11 @@ bool Watcher::Suits(const Host::PictureFormat& picture) const {
 
 BgrPicture Watcher::Background() {
     coremd::BackgroundPicture background = _detector.Background();
-    return {background.columns, background.rows, std::move(background.bgr)};
+    BgrPicture picture{background.columns, background.rows, std::move(background.bgr)};
+    if (_conditioner) {
+        _conditioner->Brighten(picture, background.known);
+    }
+    return picture;
 }
 
 }  // namespace Video

@@ -14,8 +14,13 @@
 #include "video/base/Box.h"
 #include "video/base/Findings.h"
 #include "video/base/PictureGrid.h"
+#include "conditioning/Priming.h"
 #include "video/time/TickTime.h"
+#include "video/watch/BlockPicture.h"
+#include "video/watch/Conditioner.h"
+#include "video/watch/Conditioning.h"
 #include "video/watch/HeatMap.h"
+#include "video/watch/SteadyReduction.h"
 #include "video/zones/Zone.h"
 
 namespace Video {
@@ -26,6 +31,7 @@ struct WatchRules {
     double minSize;           // smallest object, as a fraction of the picture's width and height
     std::vector<Zone> zones;  // none to watch: the whole picture, without what is excluded
     bool heat = false;        // count how often each block moves
+    ConditioningRules conditioning = {};
 };
 
 // A zone to watch on the grid.
@@ -35,8 +41,9 @@ struct WatchedZone {
     float minSize;                   // smallest object, as a fraction of the grid's width and height
 };
 
-// wish: block size in pixels, 0: chosen. Throws Failure when the grid has more blocks than the detector can label.
-PictureGrid GridOf(int pictureWidth, int pictureHeight, int wish);
+// wish: block size in pixels, 0: chosen, for a detector that is conditioned or not. Throws Failure when the grid has more
+// blocks than the detector can label.
+PictureGrid GridOf(int pictureWidth, int pictureHeight, int wish, bool conditioned = false);
 
 // An object's box in pixels, within the picture.
 Box PixelBox(const coremd::Box& blocks, const PictureGrid& grid);
@@ -46,15 +53,34 @@ public:
     // picture: its block size is taken from the grid.
     Watcher(const Host::PictureFormat& picture, const PictureGrid& grid, const WatchRules& rules);
 
-    // A picture of the size and layout that the watcher was made for, at a time later than the one before.
-    Findings Watch(const Host::PictureView& picture, Ticks time);
+    // Before the first picture is judged: what is to be seen in the first seconds. Without it a conditioned detector learns
+    // as fast as it can. Preconditions: there is a picture, and the watcher conditions.
+    // remembered: 3 * [block] what the camera looked like before, which then counts; of the first seconds only what is
+    // restless.
+    void Prime(const Host::Priming& firstSeconds, const std::optional<std::vector<std::uint8_t>>& remembered = {});
+    // Where only that is known.
+    void Prime(const std::vector<std::uint8_t>& remembered);
 
-    // The background learned so far, one pixel per block; magenta where it is not known. Precondition: Watch was called.
+    // A picture of the size and layout that the watcher was made for. Valid until the next call.
+    BlockPicture Reduce(const Host::PictureView& picture);
+
+    // What moves there, at a time later than the one before.
+    Findings Judge(const BlockPicture& picture, Ticks time);
+
+    Findings Watch(const Host::PictureView& picture, Ticks time) { return Judge(Reduce(picture), time); }
+
+    // The background learned so far, one pixel per block; magenta where it is not known. Precondition: a picture was judged.
     BgrPicture Background();
 
     // [block] What the newest picture's blocks are, within what is watched. Shadows are told where they are dropped.
-    // Precondition: Watch was called.
+    // Precondition: a picture was judged.
     std::vector<BlockMark> Marks();
+
+    // What disturbs the newest picture; null where nobody looks for it. Precondition: a picture was judged.
+    const Host::Disturbances* Disturbances() const { return _conditioner ? &_conditioner->Disturbances() : nullptr; }
+
+    // Is there nothing to be seen in the newest picture but darkness?  Not asked where nobody conditions.
+    bool IsDark() const { return _conditioner && _conditioner->IsDark(); }
 
     // Empty where it is not counted.
     const HeatMap& Heat() const { return _heat; }
@@ -75,16 +101,30 @@ private:
     void AddZones();
     std::uint64_t ZonesOf(const coremd::Object& object) const;
     void CountBlocks(const coremd::Object& object);
+    void Show(const std::uint8_t* ycbcr, Ticks stamp);
+    void ShapeAnswer(Ticks time);
+    void FindObjects(Findings& findings);
+    void FindLabelled(Findings& findings, Host::Shift shift);
+
+    struct LabelledObject {
+        coremd::Box bounds = {};
+        int blocks = 0;
+        std::uint64_t zones = 0;
+    };
 
     PictureGrid _grid;
     Host::PixelFormat _layout;
     WatchRules _rules;
-    Host::BlockReducer _reducer;
+    std::optional<Host::BlockReducer> _reducer;  // where no shift is taken back
+    std::optional<SteadyReduction> _steady;      // where one is
     coremd::Detector _detector;
     std::vector<WatchedZone> _watched;         // as many as the detector has
     std::vector<std::uint8_t> _excluded;       // [block]
     std::vector<std::uint8_t> _isWatched;      // [block] 1 where it lies in any zone
     std::vector<std::uint64_t> _zonesOfBlock;  // [block] bit i: it lies in the i-th watched zone; empty without zones
+    std::optional<Conditioner> _conditioner;
+    std::vector<std::uint16_t> _labels;     // [block] of the objects that are told, where it conditions
+    std::vector<LabelledObject> _labelled;  // [label]
     HeatMap _heat;
     std::vector<std::uint32_t> _countedAt;  // [block] last picture in which it was counted: zones may overlap
     std::uint32_t _pictures = 0;

@@ -1,0 +1,256 @@
+// How is a detector conditioned?
+#include "video/watch/Conditioner.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <limits>
+#include <utility>
+
+#include "coreMD.hpp"
+
+#include "video/base/BgrPicture.h"
+#include "video/base/PictureGrid.h"
+#include "video/time/TickTime.h"
+#include "video/watch/Conditioning.h"
+
+namespace Video {
+
+namespace {
+
+// The slower the detector's time, the longer it takes until what stopped becomes background.
+constexpr Ticks timeDivisor = 2;
+
+// What stopped is told for so long after it moved last.
+constexpr Ticks longestHold = 30 * oneSecond;
+
+// Of an object's blocks, confirmed by the gate: of a new one, and of one that goes on from the picture before. What stands
+// still for long is taken for background by the gate, too, but not from one picture to the next.
+constexpr int confirmedNew = 60;
+constexpr int confirmedOld = 25;
+
+// In the first seconds: this far from the background a block is elsewhere, and so often it leaves where it is restless.
+constexpr int farLevels = 10;
+constexpr int restlessDepartures = 5;
+
+// What is seen so often after a scene has changed for good is its background from then on: a second.
+constexpr int newScenePictures = 6;
+
+// Dark is a picture of which less than one block in so many is further from black.
+constexpr int darkLevels = 16;
+constexpr std::size_t darkShare = 50;
+
+constexpr std::size_t mostLabels = std::numeric_limits<std::uint16_t>::max();
+
+// A detector that sees less of the luma finds less; its other thresholds stay.
+int DimmingOf(Sensitivity sensitivity) {
+    switch (sensitivity) {
+        case Sensitivity::Low: return 5;
+        case Sensitivity::Normal: return 7;
+        case Sensitivity::High: return 10;
+    }
+    return 10;
+}
+
+}  // namespace
+
+Conditioner::Conditioner(const PictureGrid& grid, Host::ColourRange range, const ConditioningRules& rules)
+    : _blockCount(static_cast<std::size_t>(grid.columns) * static_cast<std::size_t>(grid.rows)),
+      _black(range == Host::ColourRange::Limited ? 16 : 0),
+      _dimming(DimmingOf(rules.sensitivity)),
+      _balanced(3 * _blockCount),
+      _dimmed(3 * _blockCount),
+      _spots(_blockCount),
+      _isObject(_blockCount),
+      _wasObject(_blockCount),
+      _wasTold(_blockCount),
+      _isOld(mostLabels + 1),
+      _balance(grid.columns, grid.rows, range),
+      _gate(grid.columns, grid.rows),
+      _hold(grid.columns, grid.rows, longestHold),
+      _holes(grid.columns, grid.rows),
+      _disturbances(grid.columns, grid.rows),
+      _newScene(grid.columns, grid.rows, newScenePictures) {}
+
+const std::uint8_t* Conditioner::Dimmed(const std::uint8_t* ycbcr) {
+    const int dimming = _dimming;
+    std::transform(ycbcr, ycbcr + _blockCount, _dimmed.begin(),
+                   [=](std::uint8_t luma) { return static_cast<std::uint8_t>((luma * dimming + 5) / 10); });
+    std::copy(ycbcr + _blockCount, ycbcr + 3 * _blockCount, _dimmed.begin() + static_cast<std::ptrdiff_t>(_blockCount));
+    return _dimmed.data();
+}
+
+void Conditioner::Prime(const std::vector<std::uint8_t>& background, const Show& show) {
+    _learned = background;
+    _balance.Reset();
+    _balance.Balance(_learned.data());  // its reference from now on
+    const auto showDimmed = [&](const std::uint8_t* ycbcr, Ticks stamp) { show(Dimmed(ycbcr), stamp); };
+    _offset = Host::ShowBackground(_learned.data(), 0, showDimmed);  // a detector that has seen others starts afresh
+    _hold.EndHold();
+    _isPrimed = true;
+    _first.reset();
+}
+
+// Leaves leave and come back many times within seconds, whoever walks by leaves a place once or twice: what stands where
+// nothing is restless is not shown to the gate, which would take it for background.
+void Conditioner::LearnRestlessness(const Host::Priming& seconds) {
+    std::vector<int> departures(_blockCount);
+    std::vector<bool> isAway(_blockCount);
+    for (int i = 0; i < seconds.Pictures(); ++i) {
+        const std::uint8_t* const luma = seconds.Picture(i);
+        for (std::size_t block = 0; block < _blockCount; ++block) {
+            const bool isFar = std::abs(luma[block] - _learned[block]) > farLevels;
+            departures[block] += isFar && !isAway[block] ? 1 : 0;
+            isAway[block] = isFar;
+        }
+    }
+    std::vector<std::uint8_t> picture = _learned;
+    for (int i = 0; i < seconds.Pictures(); ++i) {
+        const std::uint8_t* const planes = seconds.Picture(i);
+        for (std::size_t block = 0; block < _blockCount; ++block) {
+            if (departures[block] >= restlessDepartures) {
+                for (std::size_t sample = block; sample < 3 * _blockCount; sample += _blockCount) {
+                    picture[sample] = planes[sample];
+                }
+            }
+        }
+        _gate.Learn(picture.data());
+    }
+}
+
+// Stream time begins at 0 with the first picture.
+Ticks Conditioner::StampOf(Ticks time) {
+    const Ticks slowed = (time - *_first) / timeDivisor;
+    return _isPrimed ? slowed + _offset : _quick.Stamp(slowed);
+}
+
+// Nothing that a picture shows now is worth learning: what was there before will be there again.
+bool Conditioner::IsBlind() const {
+    return _balance.State() == Host::PictureState::Covered || _disturbances.IsRunning(Host::Disturbance::Covered);
+}
+
+// What differs from the background has changed, also in the first picture.
+void Conditioner::BeginHold(Ticks time) {
+    if (_isPrimed) {
+        std::fill(_spots.begin(), _spots.end(), std::uint16_t{0});
+        _hold.Hold(_learned.data(), time - 1, _spots.data());
+    }
+}
+
+void Conditioner::BeginNewScene() {
+    _isNewScene = true;
+    _newScene.Clear();
+}
+
+void Conditioner::OnPicture(const BlockPicture& picture, Ticks time, const Show& show) {
+    _picture = picture;
+    const std::uint8_t* const ycbcr = picture.ycbcr;
+    const auto visible = std::count_if(ycbcr, ycbcr + _blockCount, [&](int luma) { return luma > _black + darkLevels; });
+    _isDark = static_cast<std::size_t>(visible) < _blockCount / darkShare;
+    std::copy(ycbcr, ycbcr + 3 * _blockCount, _balanced.begin());
+    if (_balance.Balance(_balanced.data()) == Host::PictureState::Infrared && !_isNewScene) {
+        BeginNewScene();
+    }
+    _isAnswered = !IsBlind();
+    if (!_isAnswered) {
+        return;
+    }
+    if (_isNewScene) {
+        _newScene.Add(ycbcr);
+        if (_newScene.Pictures() < newScenePictures) {
+            _isAnswered = false;
+            return;
+        }
+        _isNewScene = false;
+        std::vector<std::uint8_t> background(3 * _blockCount);
+        _newScene.MostFrequent(1, background.data());
+        Prime(background, show);
+        std::copy(ycbcr, ycbcr + 3 * _blockCount, _balanced.begin());
+        _balance.Balance(_balanced.data());
+    }
+    if (!_first) {
+        _first = time;
+        BeginHold(time);
+    }
+    _gate.Learn(_balanced.data());
+    show(Dimmed(_balanced.data()), StampOf(time));
+}
+
+// Objects, and every block that differed but belongs to none, as an object of its own: what is too small to be told is what
+// rain is made of.
+const std::uint16_t* Conditioner::EverySpot(const std::uint16_t* labels, const std::uint8_t* states) {
+    std::uint16_t last = *std::max_element(labels, labels + _blockCount);
+    for (std::size_t i = 0; i < _blockCount; ++i) {
+        const bool isSpot = labels[i] == 0 && states[i] == coremd::StateMotion && last < mostLabels;
+        _spots[i] = isSpot ? ++last : labels[i];
+    }
+    return _spots.data();
+}
+
+void Conditioner::Confirm(std::uint16_t* labels) {
+    _gate.Confirm(labels, confirmedOld);
+    std::copy(labels, labels + _blockCount, _spots.begin());
+    _gate.Confirm(_spots.data(), confirmedNew);
+    std::fill(_isOld.begin(), _isOld.end(), std::uint8_t{0});
+    for (std::size_t i = 0; i < _blockCount; ++i) {
+        if (_wasTold[i] != 0 || _spots[i] != 0) {
+            _isOld[labels[i]] = 1;
+        }
+    }
+    DropOthers(labels);
+    std::transform(labels, labels + _blockCount, _wasTold.begin(), [](int label) { return label != 0 ? 1 : 0; });
+}
+
+void Conditioner::DropOthers(std::uint16_t* labels) const {
+    std::replace_if(labels, labels + _blockCount, [&](std::uint16_t label) { return _isOld[label] == 0; }, std::uint16_t{0});
+}
+
+// Where pictures cannot quite be moved back, edges flash up: an object counts where there was one in the picture before.
+void Conditioner::DropNew(std::uint16_t* labels) {
+    std::fill(_isOld.begin(), _isOld.end(), std::uint8_t{0});
+    for (std::size_t i = 0; i < _blockCount; ++i) {
+        if (_wasObject[i] != 0) {
+            _isOld[labels[i]] = 1;
+        }
+    }
+    DropOthers(labels);
+}
+
+void Conditioner::OnAnswer(std::uint16_t* labels, const std::uint8_t* states, Ticks time) {
+    if (!_isAnswered) {
+        std::fill(labels, labels + _blockCount, std::uint16_t{0});
+    }
+    _disturbances.Look({.ycbcr = _picture.ycbcr,
+                        .time = time,
+                        .shiftX16 = _picture.shift.dx16,
+                        .shiftY16 = _picture.shift.dy16,
+                        .isStabilised = true,
+                        .labels = _isAnswered && states ? EverySpot(labels, states) : nullptr});
+    if (_disturbances.Began(Host::Disturbance::Moved)) {
+        BeginNewScene();
+    }
+    if (_disturbances.Suppresses()) {
+        std::fill(labels, labels + _blockCount, std::uint16_t{0});
+        _hold.EndHold();
+    }
+    std::transform(labels, labels + _blockCount, _isObject.begin(), [](int label) { return label != 0 ? 1 : 0; });
+    if (_disturbances.IsRunning(Host::Disturbance::Shaking)) {
+        DropNew(labels);
+    }
+    std::swap(_isObject, _wasObject);
+    _hold.Hold(_balanced.data(), time, labels);
+    _holes.Fill(labels);
+    Confirm(labels);
+}
+
+void Conditioner::Brighten(BgrPicture& dimmed, const std::vector<std::int32_t>& isKnown) const {
+    for (std::size_t i = 0; i < isKnown.size(); ++i) {
+        std::uint8_t* bgr = dimmed.pixels.data() + 3 * i;
+        const int luma = (29 * bgr[0] + 150 * bgr[1] + 77 * bgr[2]) / 256;
+        const int missing = isKnown[i] != 0 ? luma * (10 - _dimming) / _dimming : 0;
+        std::transform(bgr, bgr + 3, bgr, [=](int value) { return static_cast<std::uint8_t>(std::min(value + missing, 255)); });
+    }
+}
+
+}  // namespace Video

@@ -1,0 +1,96 @@
+// What does the detector get to see of a picture, and what is made of its answer?  The detector is what it is: how well it
+// does depends on what it is shown.
+//
+//     planes -> brightness balanced -> dimmed -> detector -> label map -> held, holes filled, confirmed -> label map
+//
+// The settings are those that did best on labelled sequences: docs/accuracy.md.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include "conditioning/BrightnessBalance.h"
+#include "conditioning/Disturbances.h"
+#include "conditioning/MotionGate.h"
+#include "conditioning/ObjectShape.h"
+#include "conditioning/Priming.h"
+#include "video/base/BgrPicture.h"
+#include "video/base/PictureGrid.h"
+#include "video/time/TickTime.h"
+#include "video/watch/BlockPicture.h"
+#include "video/watch/Conditioning.h"
+
+namespace Video {
+
+class Conditioner {
+public:
+    // What the detector is shown: three [block] planes, and when.
+    using Show = std::function<void(const std::uint8_t* ycbcr, Ticks stamp)>;
+
+    // range: of the pictures' samples.
+    Conditioner(const PictureGrid& grid, Host::ColourRange range, const ConditioningRules& rules);
+
+    // Before the first picture, or when the scene is another one: what it looks like when nothing happens, 3 * [block].
+    void Prime(const std::vector<std::uint8_t>& background, const Show& show);
+
+    // Where in these pictures, beside that background, is it restless?  Precondition: Prime was called.
+    void LearnRestlessness(const Host::Priming& seconds);
+
+    // The next picture, at a time not before that of the one before; its planes are looked at again with OnAnswer. show is
+    // called once; not at all where there is nothing to be seen; more often where a new scene has to be learned.
+    void OnPicture(const BlockPicture& picture, Ticks time, const Show& show);
+
+    // What the detector said of it: a label map, [block], 0 or the place of the block's object, from 1. Objects grow, stay
+    // or are dropped.
+    // states: [block] coremd::BlockState; null: there is no answer yet.
+    void OnAnswer(std::uint16_t* labels, const std::uint8_t* states, Ticks time);
+
+    // Undoes the dimming in a picture of one pixel per block that the detector drew, for people to look at.
+    void Brighten(BgrPicture& dimmed, const std::vector<std::int32_t>& isKnown) const;
+
+    // Is there nothing to be seen in the newest picture but darkness?
+    bool IsDark() const { return _isDark; }
+
+    const Host::Disturbances& Disturbances() const { return _disturbances; }
+
+private:
+    Ticks StampOf(Ticks time);
+    const std::uint8_t* Dimmed(const std::uint8_t* ycbcr);
+    void BeginHold(Ticks time);
+    void DropNew(std::uint16_t* labels);
+    void Confirm(std::uint16_t* labels);
+    void DropOthers(std::uint16_t* labels) const;
+    void BeginNewScene();
+    const std::uint16_t* EverySpot(const std::uint16_t* labels, const std::uint8_t* states);
+    bool IsBlind() const;
+
+    const std::size_t _blockCount;
+    const int _black;                     // luma
+    const int _dimming;                   // tenths of the luma that the detector gets to see
+    BlockPicture _picture = {};           // the newest one
+    std::vector<std::uint8_t> _balanced;  // 3 * [block]
+    std::vector<std::uint8_t> _dimmed;    // 3 * [block]
+    std::vector<std::uint8_t> _learned;   // 3 * [block] the background that the detector was shown, balanced
+    std::vector<std::uint16_t> _spots;    // [block] scratch
+    std::vector<std::uint8_t> _isObject;   // [block] {0,1}
+    std::vector<std::uint8_t> _wasObject;  // [block] {0,1}; in the picture before
+    std::vector<std::uint8_t> _wasTold;    // [block] {0,1}; in the picture before
+    std::vector<std::uint8_t> _isOld;      // [label] {0,1}; goes on from an object of the picture before
+    Host::BrightnessBalance _balance;
+    Host::MotionGate _gate;
+    Host::ObjectHold _hold;
+    Host::HoleFill _holes;
+    Host::Disturbances _disturbances;
+    Host::QuickStart _quick;
+    Host::Priming _newScene;  // the pictures since a scene has changed for good, until there are enough to learn it
+    bool _isNewScene = false;
+    bool _isAnswered = false;  // the newest picture was shown to the detector
+    bool _isDark = false;
+    bool _isPrimed = false;
+    Ticks _offset = 0;           // of stamps, where primed
+    std::optional<Ticks> _first; // time of the stream's first picture, or of the first one after it was learned afresh
+};
+
+}  // namespace Video
