@@ -37,7 +37,7 @@ TEST_F(ScanTest, FindsTheSquareAndNothingElse) {
     EXPECT_EQ(run.lines[0]["type"], "event");
     EXPECT_EQ(run.lines[0]["event"], 1);
     EXPECT_EQ(run.ErrorLines(), 1);
-    EXPECT_NE(run.err.find("200 pictures (20.0 s), 100 analysed on 160x120 blocks of 2 pixels; 1 event;"), std::string::npos)
+    EXPECT_NE(run.err.find("200 pictures (20.0 s), 100 analysed on 107x80 blocks of 3 pixels; 1 event;"), std::string::npos)
         << run.err;
 }
 
@@ -126,7 +126,7 @@ TEST_F(ScanTest, ProgressForMachinesIsJson) {
 
 TEST_F(ScanTest, FramesAreListedOnRequest) {
     const Video::SquareScene scene;
-    const Outcome run = Mdscan({"--frames", RawClip(scene)});
+    const Outcome run = Mdscan({"--frames", "--condition", "none", RawClip(scene)});
     EXPECT_EQ(run.code, 0) << run.err;
     std::vector<json> frames;
     std::copy_if(run.lines.begin(), run.lines.end(), std::back_inserter(frames),
@@ -213,7 +213,7 @@ TEST_F(ScanTest, TheBackgroundIsTheSceneWithoutTheSquare) {
 
 TEST_F(ScanTest, TheOverlayIsTheVideoWithBoxes) {
     const Video::SquareScene scene;
-    const Outcome run = Mdscan({"--overlay", In("boxes.mp4"), RawClip(scene)});
+    const Outcome run = Mdscan({"--condition", "none", "--overlay", In("boxes.mp4"), RawClip(scene)});
     EXPECT_EQ(run.code, 0) << run.err;
     EXPECT_EQ(FilesInFolder(), (std::vector<std::string>{"boxes.mp4", "clip.y4m"}));
     Video::Decoder decoder(Video::OpenSource(In("boxes.mp4")));

@@ -6,15 +6,18 @@
 #include <cstdint>
 #include <exception>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include "results/JobResult.h"
 #include "results/Records.h"
 #include "results/ScanPictures.h"
 #include "results/TallyText.h"
+#include "run/CameraMemory.h"
 #include "settings/JobSettings.h"
 #include "settings/ScanSettings.h"
 #include "video/base/BgrPicture.h"
@@ -39,9 +42,12 @@
 #include "video/time/PictureNumbers.h"
 #include "video/time/TickTime.h"
 #include "video/time/WallClock.h"
+#include "video/watch/ConditionLog.h"
 #include "video/watch/Events.h"
 #include "video/watch/HeatMap.h"
+#include "video/watch/KeptBackground.h"
 #include "video/watch/KeyframeScout.h"
+#include "video/watch/Opening.h"
 #include "video/watch/Watcher.h"
 #include "video/zones/Zone.h"
 
@@ -51,6 +57,9 @@ namespace {
 
 // Analysed frames further apart than this many periods have a hole between them: no event reaches across.
 constexpr int periodsWithoutFrame = 10;
+
+// What moves is what changes from one picture to another.
+constexpr std::int64_t fewestAnalysed = 2;
 
 // A pipe or a live source cannot; numbered pictures have no file of their name.
 bool CanBeReadTwice(const std::string& input) {
@@ -77,7 +86,14 @@ private:
     Video::SelectionRules Selection();
     void Scan();
     void Analyse(const AVFrame& frame, Video::Ticks time);
+    void Begin(const Host::PictureFormat& format);
+    void JudgeOpening();
+    void Judge(const Video::BlockPicture& picture, Video::Ticks time, const AVFrame* frame);
+    bool WantsPictures() const;
     void TellEvent(const std::optional<Video::Event>& event);
+    void FollowConditions(Video::Ticks time);
+    void TellLastConditions();
+    void TellConditions();
     void TellGap(const std::optional<Video::Gap>& gap);
     void CompleteFiles();
     std::optional<Video::StartTime> Clock() const;
@@ -94,15 +110,21 @@ private:
     const std::chrono::steady_clock::time_point _begin = std::chrono::steady_clock::now();
     Video::Decoder _decoder;
     std::optional<Video::KeyframeScout> _scout;  // where GOPs may be skipped
+    const int _threads;                          // the decoder's
     Video::Cadence _cadence;
     const Video::WatchRules _rules;
     const Video::Ticks _longestGap;  // between two analysed frames of one event
+    const std::string _memory;       // file of the camera's background; empty: none
     Video::EventLog _events;
+    Video::ConditionLog _conditions;
     Video::PlainPicture _picture;
     std::optional<Video::Watcher> _watcher;
-    Video::Marking _marking;     // of the newest analysed frame, for the overlay
-    std::int64_t _analysed = 0;  // frames
-    int _told = 0;               // events
+    std::optional<std::vector<std::uint8_t>> _remembered;
+    Video::KeptBackground _kept;
+    std::unique_ptr<Video::Opening> _opening;  // the first seconds, as long as they are waited for
+    Video::Marking _marking;                   // of the newest analysed frame, for the overlay
+    std::int64_t _analysed = 0;                // frames
+    int _told = 0;                             // events
     int _gaps = 0;
     Video::FramePointer _peak;  // of the running event, where pictures of it are wanted
     Video::HeatMap _heat;       // of pictures of earlier sizes
@@ -118,14 +140,17 @@ Job::Job(const JobSettings& settings, const std::string& input, const std::strin
       _name(name),
       _listener(listener),
       _decoder(Video::OpenSource(input, settings.reconnect), settings.decoderThreads, Selection()),
+      _threads(settings.decoderThreads),
       _cadence(settings.scan.rate, _decoder.NominalInterval()),
       _rules{.framesPerSecond = 1 / Video::ToSeconds(_decoder.NominalInterval()),
              .shadows = settings.scan.shadows,
              .minSize = settings.scan.minSize,
              .zones = settings.scan.zones,
-             .heat = settings.files.heatmap || !settings.files.report.empty()},
+             .heat = settings.files.heatmap || !settings.files.report.empty(),
+             .conditioning = ConditioningOf(settings.scan)},
       _longestGap(std::max({Video::FromSeconds(settings.scan.mergeGap), periodsWithoutFrame * _cadence.Period(),
                             settings.scan.fast ? 2 * Video::KeyframeScout::longestHonest : 0})),
+      _memory(settings.scan.memory.empty() ? "" : CameraMemory(settings.scan.memory, input)),
       _events({.mergeGap = Video::FromSeconds(settings.scan.mergeGap),
                .minDuration = Video::FromSeconds(settings.scan.minDuration),
                .longestGap = _longestGap,
@@ -173,8 +198,10 @@ JobResult Job::Run() {
         }
     };
     attempt([&] { Scan(); });
+    attempt([&] { JudgeOpening(); });               // it was over before
     attempt([&] { TellGap(_decoder.TakeGap()); });  // the source is gone
     attempt([&] { TellEvent(_events.Close()); });   // what was found before a failure counts
+    attempt([&] { TellLastConditions(); });
     attempt([&] { TellGround(); });
     if (result.health == Health::Whole) {
         attempt([&] { CompleteFiles(); });  // those of a damaged video are complete as far as it goes
@@ -219,15 +246,68 @@ void Job::Analyse(const AVFrame& frame, Video::Ticks time) {
     _picture.Take(frame);
     const Host::PictureFormat& format = _picture.Format();
     if (!_watcher || !_watcher->Suits(format)) {
-        const Video::PictureGrid grid = Video::GridOf(format.width, format.height, _settings.blockSize);
-        TellEvent(_events.Close());  // the new pictures cannot be compared with the old ones
-        _heat.Add(_watcher ? _watcher->Heat() : Video::HeatMap{});
-        _watcher.emplace(format, grid, _rules);
+        Begin(format);
     }
-    Video::Findings findings = _watcher->Watch(_picture.View(), time);
+    const Video::BlockPicture picture = _watcher->Reduce(_picture.View());
+    if (_opening && _opening->Takes(time)) {
+        _opening->Add(picture, time);
+        return;
+    }
+    JudgeOpening();
+    Judge(picture, time, &frame);
+}
+
+// The new pictures cannot be compared with the old ones.
+void Job::Begin(const Host::PictureFormat& format) {
+    JudgeOpening();
+    TellEvent(_events.Close());
+    _heat.Add(_watcher ? _watcher->Heat() : Video::HeatMap{});
+    const bool isFirst = !_watcher;
+    const Video::PictureGrid grid = Video::GridOf(format.width, format.height, _settings.blockSize, _rules.conditioning.on);
+    _watcher.emplace(format, grid, _rules);
+    if (!_rules.conditioning.on || !isFirst) {
+        return;
+    }
+    if (!_memory.empty()) {
+        _remembered = Video::LoadBackground(_memory, grid);
+    }
+    if (!CanBeReadTwice(_input)) {  // where pictures come as they happen, none waits for others
+        if (_remembered) {
+            _watcher->Prime(*_remembered);
+        }
+    } else if (!WantsPictures() && !_settings.fast) {
+        _opening = std::make_unique<Video::Opening>(grid);
+    } else if (const auto opening = Video::ReadOpening(_input, _threads, _settings.rate, grid, _rules)) {
+        _watcher->Prime(opening->Planes(), _remembered);
+    }
+}
+
+// Pictures do not wait: they are large.
+bool Job::WantsPictures() const { return _overlay || _clips || !_files.thumbnails.empty() || !_files.report.empty(); }
+
+void Job::JudgeOpening() {
+    if (!_opening) {
+        return;
+    }
+    const std::unique_ptr<Video::Opening> opening = std::move(_opening);
+    if (opening->Pictures() > 0) {
+        _watcher->Prime(opening->Planes(), _remembered);
+    }
+    for (int i = 0; i < opening->Pictures(); ++i) {
+        Judge(opening->Picture(i), opening->TimeOf(i), nullptr);
+    }
+}
+
+// frame: what it was made of, absent where nobody wants it.
+void Job::Judge(const Video::BlockPicture& picture, Video::Ticks time, const AVFrame* frame) {
+    Video::Findings findings = _watcher->Judge(picture, time);
     ++_analysed;
     if (_settings.frames) {
         _listener.OnRecord(RecordOf(_name, NumberAt(time), findings));
+    }
+    FollowConditions(time);
+    if (!_memory.empty() && !_watcher->Disturbances()->IsRunning(Host::Disturbance::Covered)) {
+        _kept.Add(picture, _watcher->Grid(), time);
     }
     TellEvent(_events.Add(findings));
     if (_clips) {
@@ -235,7 +315,7 @@ void Job::Analyse(const AVFrame& frame, Video::Ticks time) {
     }
     _listener.OnFrame(*_watcher, findings, NumberAt(time));
     if ((!_files.thumbnails.empty() || !_files.report.empty()) && _events.PeaksNow()) {
-        _peak.reset(av_frame_clone(&frame));  // shares the picture
+        _peak.reset(av_frame_clone(frame));  // shares the picture
     }
     if (_overlay) {
         _marking = {std::move(findings.objects), _watcher->Marks(), _watcher->Grid(), Clock()};
@@ -270,6 +350,33 @@ void Job::TellEvent(const std::optional<Video::Event>& event) {
     _listener.OnRecord(RecordOf(_name, _told, *event, extras));
 }
 
+// What moved since a disturbance began was the disturbance.
+void Job::FollowConditions(Video::Ticks time) {
+    const Host::Disturbances* disturbances = _watcher->Disturbances();
+    if (!disturbances) {
+        return;
+    }
+    _conditions.AddDarkness(_watcher->IsDark(), time);
+    if (const std::optional<Video::Ticks> from = _conditions.Add(*disturbances, time)) {
+        _events.Discard(*from);
+    }
+    TellConditions();
+}
+
+void Job::TellLastConditions() {
+    if (_rules.conditioning.on && !_decoder.IsLive() && _watcher && _analysed < fewestAnalysed) {
+        _conditions.AddTooShort(0, _decoder.Time());
+    }
+    _conditions.Close();
+    TellConditions();
+}
+
+void Job::TellConditions() {
+    for (const Video::Condition& condition : _conditions.Take()) {
+        _listener.OnRecord(RecordOf(_name, condition, Clock()));
+    }
+}
+
 void Job::TellPicture() {
     const std::string jpeg = Video::JpegOf(*_peak, widestEventPicture);
     if (jpeg.empty()) {
@@ -298,6 +405,9 @@ void Job::TellGap(const std::optional<Video::Gap>& gap) {
 }
 
 void Job::CompleteFiles() {
+    if (!_memory.empty()) {
+        _kept.Save(_memory);
+    }
     if (_overlay) {
         _overlay->Finish();
     }

@@ -8,15 +8,13 @@
 #include <vector>
 
 #include "video/time/WallClock.h"
+#include "video/watch/Conditioning.h"
 #include "video/zones/Zone.h"
 
 namespace Scan {
 
-// Is the picture held still where the camera shakes?
-enum class Stabilise { Auto, On, Off };
-
-// How little is enough?
-enum class Sensitivity { Low, Normal, High };
+using Video::Sensitivity;
+using Video::Stabilise;
 
 // As users write them, in the order of the values.
 inline constexpr std::array conditionWords = {"none", "default"};  // of false and true
@@ -46,5 +44,9 @@ struct ScanSettings {
     bool track = false;                         // where the largest object went, in every event
     std::optional<Video::WallTicks> startTime;  // wall clock at the start of the one input
 };
+
+inline Video::ConditioningRules ConditioningOf(const ScanSettings& settings) {
+    return {.on = settings.condition, .stabilise = settings.stabilise, .sensitivity = settings.sensitivity};
+}
 
 }  // namespace Scan
