@@ -58,10 +58,11 @@ const char* const usage =
     "  --lines        one object for each subject and share, with counts and cost\n"
     "  --peers        OpenCV's background subtractors, too, where they are built in; with --lines or the table\n"
     "  --masks FILE   a PNG picture: labels and masks of the picture in which the scanner is most wrong, of each sequence\n"
-    "  --share N      a block of 8x8 pixels is found where so much of it is covered [0.25]\n"
+    "  --share N      a block of 8x8 pixels is found where so much of it is covered [0.5]\n"
     "  --rate N       as mdscan's options of these names\n"
     "  --block N\n"
     "  --shadows\n"
+    "  --condition HOW\n"
     "  --min-size N\n"
     "\n"
     "Exit status: 0; 1 where a folder cannot be scored; 2 where the command line cannot be understood.\n";
@@ -78,6 +79,7 @@ Options ReadOptions(const std::vector<std::string>& list) {
         else if (word == "--rate") options.scanner.rate = words.Number(0, 1000);
         else if (word == "--block") options.scanner.blockSize = static_cast<int>(std::lround(words.Number(0, 1000)));
         else if (word == "--shadows") options.scanner.shadows = true;
+        else if (word == "--condition") options.scanner.conditioning.on = words.Value("default or none") != "none";
         else if (word == "--min-size") options.scanner.minSize = words.Number(0, 1);
         else if (word == "--lines") options.lines = true;
         else if (word == "--peers") options.peers = true;

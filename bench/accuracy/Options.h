@@ -12,7 +12,7 @@ struct Options {
     std::vector<std::string> folders;  // labelled ones
     std::vector<std::string> still;    // videos in which nothing moves
     ScannerRules scanner;
-    double share = 0.25;  // of a scored block that a mask has to cover
+    double share = 0.5;  // of a scored block that a mask has to cover
     bool json = false;
     bool lines = false;
     bool peers = false;

@@ -13,6 +13,7 @@
 #include "video/base/PictureGrid.h"
 #include "video/media/PlainPicture.h"
 #include "video/time/Cadence.h"
+#include "video/watch/Opening.h"
 #include "video/watch/Watcher.h"
 
 namespace Accuracy {
@@ -26,7 +27,8 @@ public:
           _rules{.framesPerSecond = 1 / Video::ToSeconds(interval),
                  .shadows = rules.shadows,
                  .minSize = rules.minSize,
-                 .zones = {}},
+                 .zones = {},
+                 .conditioning = rules.conditioning},
           _cadence(rules.rate, interval),
           _onMask(std::move(onMask)) {
         std::srand(1);  // the detector's frame cycle starts where that of a program's first detector does
@@ -39,23 +41,56 @@ public:
         _picture.Take(picture);
         const Host::PictureFormat& format = _picture.Format();
         if (!_watcher || !_watcher->Suits(format)) {
-            _watcher.emplace(format, Video::GridOf(format.width, format.height, _blockSize), _rules);
+            const bool isFirst = !_watcher;
+            JudgeOpening();
+            const bool conditioned = _rules.conditioning.on;
+            _watcher.emplace(format, Video::GridOf(format.width, format.height, _blockSize, conditioned), _rules);
+            if (conditioned && isFirst) {
+                _opening = std::make_unique<Video::Opening>(_watcher->Grid());
+            }
         }
-        _watcher->Watch(_picture.View(), time);
+        const Video::BlockPicture blocks = _watcher->Reduce(_picture.View());
+        if (_opening && _opening->Takes(time)) {
+            _opening->Add(blocks, time);
+            return;
+        }
+        JudgeOpening();
+        Judge(blocks, time);
+    }
+
+    void End() override { JudgeOpening(); }
+
+private:
+    void JudgeOpening() {
+        if (!_opening) {
+            return;
+        }
+        const std::unique_ptr<Video::Opening> opening = std::move(_opening);
+        if (opening->Pictures() > 0) {
+            _watcher->Prime(opening->Planes());
+        }
+        for (int i = 0; i < opening->Pictures(); ++i) {
+            Judge(opening->Picture(i), opening->TimeOf(i));
+        }
+    }
+
+    void Judge(const Video::BlockPicture& picture, Video::Ticks time) {
+        _watcher->Judge(picture, time);
         const std::vector<Video::BlockMark> marks = _watcher->Marks();
-        Mask mask{format.width, format.height, _watcher->Grid().blockSize, {}};
+        const Video::PictureGrid& grid = _watcher->Grid();
+        Mask mask{grid.pictureWidth, grid.pictureHeight, grid.blockSize, {}};
         std::transform(marks.begin(), marks.end(), std::back_inserter(mask.moving),
                        [](Video::BlockMark mark) -> std::uint8_t { return mark == Video::BlockMark::Object; });
         _onMask(time, mask);
     }
 
-private:
     const int _blockSize;  // pixels; 0: chosen
     const Video::WatchRules _rules;
     Video::Cadence _cadence;
     const OnMask _onMask;
     Video::PlainPicture _picture;
     std::optional<Video::Watcher> _watcher;
+    std::unique_ptr<Video::Opening> _opening;
 };
 
 }  // namespace
@@ -66,6 +101,7 @@ ScannerRules::ScannerRules() {
     blockSize = defaults.blockSize;
     shadows = defaults.shadows;
     minSize = defaults.minSize;
+    conditioning = Scan::ConditioningOf(defaults);
 }
 
 NewSubject Scanner(const ScannerRules& rules) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Subject.h"
+#include "video/watch/Conditioning.h"
 
 namespace Accuracy {
 
@@ -13,6 +14,7 @@ struct ScannerRules {
     int blockSize;
     bool shadows;
     double minSize;
+    Video::ConditioningRules conditioning;
 };
 
 NewSubject Scanner(const ScannerRules& rules);
