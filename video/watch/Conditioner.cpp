@@ -203,7 +203,8 @@ void Conditioner::Confirm(std::uint16_t* labels) {
 }
 
 void Conditioner::DropOthers(std::uint16_t* labels) const {
-    std::replace_if(labels, labels + _blockCount, [&](std::uint16_t label) { return _isOld[label] == 0; }, std::uint16_t{0});
+    std::replace_if(
+        labels, labels + _blockCount, [&](std::uint16_t label) { return _isOld[label] == 0; }, std::uint16_t{0});
 }
 
 // Where pictures cannot quite be moved back, edges flash up: an object counts where there was one in the picture before.
@@ -249,7 +250,8 @@ void Conditioner::Brighten(BgrPicture& dimmed, const std::vector<std::int32_t>& 
         std::uint8_t* bgr = dimmed.pixels.data() + 3 * i;
         const int luma = (29 * bgr[0] + 150 * bgr[1] + 77 * bgr[2]) / 256;
         const int missing = isKnown[i] != 0 ? luma * (10 - _dimming) / _dimming : 0;
-        std::transform(bgr, bgr + 3, bgr, [=](int value) { return static_cast<std::uint8_t>(std::min(value + missing, 255)); });
+        std::transform(bgr, bgr + 3, bgr,
+                       [=](int value) { return static_cast<std::uint8_t>(std::min(value + missing, 255)); });
     }
 }
 

@@ -67,13 +67,13 @@ private:
     bool IsBlind() const;
 
     const std::size_t _blockCount;
-    const int _black;                     // luma
-    const int _dimming;                   // tenths of the luma that the detector gets to see
-    BlockPicture _picture = {};           // the newest one
-    std::vector<std::uint8_t> _balanced;  // 3 * [block]
-    std::vector<std::uint8_t> _dimmed;    // 3 * [block]
-    std::vector<std::uint8_t> _learned;   // 3 * [block] the background that the detector was shown, balanced
-    std::vector<std::uint16_t> _spots;    // [block] scratch
+    const int _black;                      // luma
+    const int _dimming;                    // tenths of the luma that the detector gets to see
+    BlockPicture _picture = {};            // the newest one
+    std::vector<std::uint8_t> _balanced;   // 3 * [block]
+    std::vector<std::uint8_t> _dimmed;     // 3 * [block]
+    std::vector<std::uint8_t> _learned;    // 3 * [block] the background that the detector was shown, balanced
+    std::vector<std::uint16_t> _spots;     // [block] scratch
     std::vector<std::uint8_t> _isObject;   // [block] {0,1}
     std::vector<std::uint8_t> _wasObject;  // [block] {0,1}; in the picture before
     std::vector<std::uint8_t> _wasTold;    // [block] {0,1}; in the picture before
@@ -89,8 +89,8 @@ private:
     bool _isAnswered = false;  // the newest picture was shown to the detector
     bool _isDark = false;
     bool _isPrimed = false;
-    Ticks _offset = 0;           // of stamps, where primed
-    std::optional<Ticks> _first; // time of the stream's first picture, or of the first one after it was learned afresh
+    Ticks _offset = 0;            // of stamps, where primed
+    std::optional<Ticks> _first;  // time of the stream's first picture, or of the first one after it was learned afresh
 };
 
 }  // namespace Video

@@ -1,5 +1,5 @@
-// What does a camera look like when nothing happens?  Collected while it is watched, kept in a file, and there again when the
-// next recording begins.
+// What does a camera look like when nothing happens?  Collected while it is watched, kept in a file, and there again when
+// the next recording begins.
 #pragma once
 
 #include <cstdint>

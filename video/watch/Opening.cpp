@@ -30,9 +30,7 @@ void Opening::Add(const BlockPicture& picture, Ticks time) {
     _shifts.push_back(picture.shift);
 }
 
-BlockPicture Opening::Picture(int index) const {
-    return {_planes.Picture(index), _shifts[static_cast<std::size_t>(index)]};
-}
+BlockPicture Opening::Picture(int index) const { return {_planes.Picture(index), _shifts[static_cast<std::size_t>(index)]}; }
 
 std::unique_ptr<Opening> ReadOpening(const std::string& input, int threads, double rate, const PictureGrid& grid,
                                      const WatchRules& rules) {
