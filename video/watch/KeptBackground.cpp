@@ -39,8 +39,9 @@ void KeptBackground::Add(const BlockPicture& picture, const PictureGrid& grid, T
         return;
     }
     _last = time;
-    if (!_pictures) {
+    if (!_pictures || MemoryGridOf(grid) != MemoryGridOf(_grid)) {
         _grid = grid;
+        _settled.clear();
         _pictures.emplace(grid.columns, grid.rows, mostPictures);
     }
     if (_pictures->Pictures() == mostPictures) {

@@ -19,7 +19,7 @@ public:
     static constexpr Ticks interval = 2 * oneSecond;  // between two pictures that are looked at
     static constexpr int mostPictures = 60;           // of which it is made: the last minutes count
 
-    // A picture that was analysed, in order of time. Only one size and layout.
+    // A picture that was analysed, in order of time. One of another grid makes it begin anew: the newest counts.
     void Add(const BlockPicture& picture, const PictureGrid& grid, Ticks time);
 
     // All at once. Nothing is written where there was no picture. Throws Failure.
