@@ -19,6 +19,9 @@ static_assert(kinds.size() == Host::disturbanceCount);
 // A car's lamps go by faster than that.
 constexpr Ticks shortestDarkness = 5 * oneSecond;
 
+// A camera that shakes has moved to and fro for as long before it is certain that it is no thing that does.
+constexpr Ticks unnoticedShaking = 2 * oneSecond;
+
 // Frozen pictures show no motion, and rain is told from what else moves: what was found there stands.
 bool VoidsMotion(Host::Disturbance kind) { return kind != Host::Disturbance::Frozen && kind != Host::Disturbance::Rain; }
 
@@ -51,7 +54,8 @@ std::optional<Ticks> ConditionLog::Add(const Host::Disturbances& disturbances, T
         if (disturbances.Began(kind)) {
             _begins[i] = spell.begin;
             if (VoidsMotion(kind)) {
-                from = std::min(from.value_or(spell.begin), spell.begin);
+                const Ticks begin = spell.begin - (kind == Host::Disturbance::Shaking ? unnoticedShaking : 0);
+                from = std::min(from.value_or(begin), begin);
             }
         }
     }

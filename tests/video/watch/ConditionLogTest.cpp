@@ -22,14 +22,18 @@ constexpr std::size_t blocks = std::size_t{columns} * rows;
 // Five pictures a second of a patterned wall, or of the inside of a bag.
 class Camera {
 public:
-    void Show(double seconds, bool covered) {
+    // shake: sixteenths of a pixel to and fro, which are taken out.
+    void Show(double seconds, bool covered, int shake = 0) {
         for (int i = 0; i < static_cast<int>(5 * seconds); ++i, ++_shown) {
             for (std::size_t block = 0; block < blocks; ++block) {
                 const std::size_t column = block % columns, row = block / columns;
                 const auto wall = static_cast<int>(60 + 100 * ((column / 3 + row / 4) % 2));
                 _planes[block] = static_cast<std::uint8_t>((covered ? 9 : wall) + static_cast<int>(_random() % 3));
             }
-            _disturbances.Look({.ycbcr = _planes.data(), .time = Now()});
+            _disturbances.Look({.ycbcr = _planes.data(),
+                                .time = Now(),
+                                .shiftX16 = _shown % 2 == 0 ? shake : -shake,
+                                .isStabilised = true});
             const std::optional<Ticks> from = _log.Add(_disturbances, Now());
             _void = from ? from : _void;
         }
@@ -86,6 +90,20 @@ TEST(ConditionLog, WhatMovedSinceItsBeginDoesNotCount) {
     camera.Show(20, true);
     ASSERT_TRUE(camera.Void());
     EXPECT_NEAR(ToSeconds(*camera.Void()), 20, 1);
+}
+
+TEST(ConditionLog, NorDoesWhatMovedJustBeforeItWasSeenToShake) {
+    Camera camera;
+    camera.Show(20, false);
+    camera.Show(10, false, 24);
+    const std::optional<Ticks> from = camera.Void();
+    ASSERT_TRUE(from);
+    camera.Log().Close();
+    const std::vector<Condition> conditions = camera.Log().Take();
+    ASSERT_EQ(conditions.size(), 1U);
+    EXPECT_EQ(conditions[0].kind, ConditionKind::Shaking);
+    EXPECT_EQ(*from, conditions[0].start - 2 * oneSecond);
+    EXPECT_LE(*from, 20 * oneSecond) << "when it began";
 }
 
 TEST(ConditionLog, ASpellThatGoesOnEndsWithTheLastPicture) {
