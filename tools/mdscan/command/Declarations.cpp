@@ -34,7 +34,7 @@ constexpr const char* aboutExplain = "Tells why a block was motion at a moment o
 
 // Headings of the help, each with an example.
 constexpr const char* inputGroup = "Inputs, as in: mdscan -j 2 --resume march.state -o march.jsonl recordings/2026-03";
-constexpr const char* motionGroup = "What counts, as in: mdscan --shadows --min-size 0.1 --merge-gap 5 garden.mp4";
+constexpr const char* motionGroup = "What counts, as in: mdscan --sensitivity low --merge-gap 5 garden.mp4";
 constexpr const char* zoneGroup =
     "Where, as in: mdscan --zone 0,0.5,1,0.5 street.mp4; mdscan zones --preview p.png street.mp4";
 constexpr const char* whyGroup = "Why, as in: mdscan explain street.mp4 --at 1:02.5 --block 40,22";
@@ -171,19 +171,19 @@ void DeclareMotion(CLI::App& app, ScanSettings& settings) {
         ->check(Within(0, highestRate))
         ->type_name("N");
     app.add_flag("--fast", settings.fast, "Decode keyframes, and all else only where these show motion");
-    app.add_option("--block", settings.blockSize, "Block size in pixels, up to 64; 0: gives 80 to 160 columns")
+    app.add_option("--block", settings.blockSize, "Block size in pixels, up to 64; 0: gives up to 128 columns")
         ->check(Within(0, largestBlock))
         ->type_name("N");
     AddChoice(app, "--condition", settings.condition, conditionWords,
               "default: primed, balanced, stabilised, gated; none: the plain detector");
     AddChoice(app, "--stabilise", settings.stabilise, stabiliseWords,
-              "auto: where the first seconds shake; on: always; off: never");
+              "auto: while the camera shakes; on: always; off: never");
     AddChoice(app, "--sensitivity", settings.sensitivity, sensitivityWords,
               "low: fewer alarms; normal: a balance; high: small and faint things, too");
     app.add_option("--memory", settings.memory, "Keep each camera's background there, from input to input")
         ->type_name("DIR")
         ->default_str("");
-    app.add_flag("--shadows", settings.shadows, "Drop what only darkens the background");
+    app.add_flag("--shadows", settings.shadows, "Drop shadows with --condition none, too; else always dropped");
     app.add_option("--min-size", settings.minSize, "Smallest object, as a fraction of picture width and height")
         ->check(Within(0, 1))
         ->type_name("F");
