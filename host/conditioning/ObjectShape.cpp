@@ -20,6 +20,11 @@ std::size_t CheckedSize(int size) {
     return static_cast<std::size_t>(size);
 }
 
+// ticks; earlier is not later than time, but may be so far from it that a signed difference overflows
+std::uint64_t Elapsed(Ticks earlier, Ticks time) {
+    return static_cast<std::uint64_t>(time) - static_cast<std::uint64_t>(earlier);
+}
+
 }  // namespace
 
 HoleFill::HoleFill(int columns, int rows)
@@ -104,7 +109,7 @@ int ObjectHold::DropExpired(Ticks time, std::size_t largest) {
     for (std::size_t place = 1; place <= largest; ++place) {
         Ticks& latest = _latest[place];
         if (latest == Kernels::noObject) continue;
-        if (latest != Kernels::noChange && time - latest < _hold) continue;
+        if (latest != Kernels::noChange && Elapsed(latest, time) < static_cast<std::uint64_t>(_hold)) continue;
         latest = Kernels::noChange;
         ++dropped;
     }

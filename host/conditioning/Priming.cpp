@@ -25,6 +25,10 @@ std::size_t CheckedPictures(int mostPictures) {
     return static_cast<std::size_t>(mostPictures);
 }
 
+// So that a jump in time does not run the stamps out of their range: 28 years.
+constexpr Ticks longestQuick = Ticks{1} << 53;
+static_assert(longestQuick <= (Ticks{1} << 61) / (QuickStart::speed * QuickStart::quickPictures));
+
 // What is found out about the blocks of one tile.
 struct Tile {
     std::array<Kernels::LumaHistogram, Kernels::tileLength> histogram;
@@ -90,7 +94,7 @@ Ticks QuickStart::Stamp(Ticks time) {
         _stamp = time;
     } else {
         const Ticks passed = time > _time ? time - _time : 1;
-        _stamp += _pictures <= quickPictures ? speed * passed : passed;
+        _stamp += _pictures <= quickPictures ? speed * std::min(passed, longestQuick) : passed;
     }
     _time = time;
     _pictures = std::min(_pictures, quickPictures) + 1;

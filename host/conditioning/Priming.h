@@ -100,7 +100,7 @@ public:
     static constexpr int quickPictures = 14;
     static constexpr Ticks speed = 10;
 
-    // The stamp of the picture that follows. Its first is the time itself.
+    // The stamp of the picture that follows. Its first is the time itself. time: within 2^62 ticks of 0.
     Ticks Stamp(Ticks time);
 
     // How far the stamps are ahead of the times; does not change any more once 15 pictures have come in order.

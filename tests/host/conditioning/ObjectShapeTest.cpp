@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -292,6 +293,14 @@ TEST(ObjectHold, ObjectIsToldUntilItsTimeIsOver) {
     EXPECT_FALSE(block.IsTold(59, 1400));
     EXPECT_FALSE(block.IsTold(59, 1500));
     EXPECT_TRUE(block.IsTold(40, 1600));
+}
+
+TEST(ObjectHold, NoJumpInTimeIsTooLarge) {
+    OneBlock block(1000);
+    constexpr Ticks first = 1 - (Ticks{1} << 62);
+    block.IsTold(50, first);
+    for (int i = 1; i < 7; ++i) EXPECT_TRUE(block.IsTold(90, first + i)) << i;
+    EXPECT_FALSE(block.IsTold(90, std::numeric_limits<Ticks>::max()));
 }
 
 TEST(ObjectHold, EndHoldForgetsThePicturesBefore) {

@@ -234,6 +234,19 @@ TEST(QuickStart, FourteenIntervalsCountTenTimes) {
     EXPECT_EQ(quick.Ahead(), 14 * 9 * interval);
 }
 
+TEST(QuickStart, AJumpOfCenturiesStaysInRange) {
+    QuickStart quick;
+    constexpr Ticks last = (Ticks{1} << 62) - 1;
+    EXPECT_EQ(quick.Stamp(-last), -last);
+    Ticks before = quick.Stamp(-last / 2);
+    EXPECT_EQ(before, -last + 10 * (Ticks{1} << 53));
+    for (const Ticks time : {Ticks{0}, last - 1, last}) {
+        const Ticks stamp = quick.Stamp(time);
+        EXPECT_GT(stamp, before);
+        before = stamp;
+    }
+}
+
 TEST(QuickStart, StampsRiseWhateverTheTimesDo) {
     SeededRandom random(4);
     QuickStart quick;
