@@ -48,8 +48,10 @@ std::optional<Ticks> ConditionLog::Add(const Host::Disturbances& disturbances, T
     for (std::size_t i = 0; i < kinds.size(); ++i) {
         const auto kind = static_cast<Host::Disturbance>(i);
         const Host::DisturbanceSpell& spell = disturbances.Last(kind);
-        if (disturbances.Ended(kind) && _begins[i]) {
-            _over.push_back({kinds[i], *std::exchange(_begins[i], std::nullopt), spell.end});
+        const bool isTheSame = spell.isRunning && !disturbances.Began(kind);
+        if (_begins[i] && !isTheSame) {  // of one that others have watched since, nobody will tell the end
+            const Ticks end = disturbances.Ended(kind) ? spell.end : _newest;
+            _over.push_back({kinds[i], *std::exchange(_begins[i], std::nullopt), end});
         }
         if (disturbances.Began(kind)) {
             _begins[i] = spell.begin;

@@ -15,7 +15,8 @@ namespace Video {
 
 class ConditionLog {
 public:
-    // What disturbed the newest picture. Returns from when on what moved does not count, where that has become known now.
+    // What disturbed the newest picture. Others than for the picture before may have looked at it, as pictures of another
+    // size want: what went on is over then. Returns from when on what moved does not count, where that has become known now.
     std::optional<Ticks> Add(const Host::Disturbances& disturbances, Ticks time);
 
     // Was the newest picture too dark to see anything in?  Told where it lasts. Call it before Add.

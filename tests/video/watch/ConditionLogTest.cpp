@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <random>
+#include <utility>
 #include <vector>
 
 #include "conditioning/Disturbances.h"
@@ -30,14 +31,17 @@ public:
                 const auto wall = static_cast<int>(60 + 100 * ((column / 3 + row / 4) % 2));
                 _planes[block] = static_cast<std::uint8_t>((covered ? 9 : wall) + static_cast<int>(_random() % 3));
             }
-            _disturbances.Look({.ycbcr = _planes.data(),
-                                .time = Now(),
-                                .shiftX16 = _shown % 2 == 0 ? shake : -shake,
-                                .isStabilised = true});
-            const std::optional<Ticks> from = _log.Add(_disturbances, Now());
+            _disturbances->Look({.ycbcr = _planes.data(),
+                                 .time = Now(),
+                                 .shiftX16 = _shown % 2 == 0 ? shake : -shake,
+                                 .isStabilised = true});
+            const std::optional<Ticks> from = _log.Add(*_disturbances, Now());
             _void = from ? from : _void;
         }
     }
+
+    // Somebody else looks at the pictures from now on.
+    void Replace() { _disturbances.emplace(columns, rows); }
 
     Ticks Now() const { return _shown * oneSecond / 5; }
     ConditionLog& Log() { return _log; }
@@ -46,7 +50,7 @@ public:
 private:
     std::mt19937 _random{3};
     std::vector<std::uint8_t> _planes = std::vector<std::uint8_t>(3 * blocks, 128);
-    Host::Disturbances _disturbances{columns, rows};
+    std::optional<Host::Disturbances> _disturbances{std::in_place, columns, rows};
     ConditionLog _log;
     Ticks _shown = 0;
     std::optional<Ticks> _void;
@@ -69,6 +73,18 @@ TEST(ConditionLog, AnUndisturbedPictureTellsNothing) {
     camera.Log().Close();
     EXPECT_TRUE(camera.Log().Take().empty());
     EXPECT_FALSE(camera.Void());
+}
+
+TEST(ConditionLog, ASpellIsOverWhenSomebodyElseLooksAtThePictures) {
+    Camera camera;
+    camera.Show(20, false);
+    camera.Show(10, true);
+    camera.Replace();
+    camera.Show(30, false);
+    const std::optional<Condition> covered = CoveredOf(camera.Log().Take());
+    ASSERT_TRUE(covered);
+    EXPECT_NEAR(ToSeconds(covered->start), 20, 1);
+    EXPECT_NEAR(ToSeconds(covered->end), 30, 0.3);
 }
 
 TEST(ConditionLog, ASpellIsToldOnceWhenItIsOver) {
