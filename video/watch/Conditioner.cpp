@@ -37,6 +37,9 @@ constexpr int restlessDepartures = 5;
 // What is seen so often after a scene has changed for good is its background from then on: a second.
 constexpr int newScenePictures = 6;
 
+// Hardly any contrast is left, and nobody says that the lens is covered: after so long, that is what it looks like there.
+constexpr Ticks longestDoubt = 10 * oneSecond;
+
 // Dark is a picture of which less than one block in so many is further from black.
 constexpr int darkLevels = 16;
 constexpr std::size_t darkShare = 50;
@@ -125,9 +128,25 @@ Ticks Conditioner::StampOf(Ticks time) {
     return _isPrimed ? slowed + _offset : _quick.Stamp(slowed);
 }
 
-// Nothing that a picture shows now is worth learning: what was there before will be there again.
-bool Conditioner::IsBlind() const {
-    return _balance.State() == Host::PictureState::Covered || _disturbances.IsRunning(Host::Disturbance::Covered);
+// Nothing that a picture shows now is worth learning: what was there before will be there again. But nobody may be blind for
+// long unless that is told.
+bool Conditioner::IsBlind(Ticks time) {
+    if (_disturbances.IsRunning(Host::Disturbance::Covered)) {
+        _doubtfulSince.reset();
+        return true;
+    }
+    if (_balance.State() != Host::PictureState::Covered) {
+        _doubtfulSince.reset();
+        return false;
+    }
+    _doubtfulSince = _doubtfulSince.value_or(time);
+    if (time - *_doubtfulSince < longestDoubt) {
+        return true;
+    }
+    if (!_isNewScene) {
+        BeginNewScene();
+    }
+    return false;
 }
 
 // What differs from the background has changed, also in the first picture.
@@ -152,7 +171,7 @@ void Conditioner::OnPicture(const BlockPicture& picture, Ticks time, const Show&
     if (_balance.Balance(_balanced.data()) == Host::PictureState::Infrared && !_isNewScene) {
         BeginNewScene();
     }
-    _isAnswered = !IsBlind();
+    _isAnswered = !IsBlind(time);
     if (!_isAnswered) {
         return;
     }

@@ -64,7 +64,7 @@ private:
     void DropOthers(std::uint16_t* labels) const;
     void BeginNewScene();
     const std::uint16_t* EverySpot(const std::uint16_t* labels, const std::uint8_t* states);
-    bool IsBlind() const;
+    bool IsBlind(Ticks time);
 
     const std::size_t _blockCount;
     const int _black;                      // luma
@@ -89,7 +89,8 @@ private:
     bool _isAnswered = false;  // the newest picture was shown to the detector
     bool _isDark = false;
     bool _isPrimed = false;
-    Ticks _offset = 0;            // of stamps, where primed
+    std::optional<Ticks> _doubtfulSince;  // nothing is to be seen, and nobody says that the lens is covered
+    Ticks _offset = 0;                    // of stamps, where primed
     std::optional<Ticks> _first;  // time of the stream's first picture, or of the first one after it was learned afresh
 };
 

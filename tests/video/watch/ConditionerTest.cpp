@@ -113,6 +113,45 @@ TEST(Conditioner, ALightThatIsSwitchedOnIsNoMotion) {
     EXPECT_EQ(alarms, 0);
 }
 
+// A wall of stripes, or the fog before it, and who walks there.
+Host::PictureView WallOrFog(std::vector<std::uint8_t>& pixels, bool isFog, const std::vector<Street::Square>& squares) {
+    static std::mt19937 random{7};
+    pixels.resize(std::size_t{width} * height);
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            bool isInside = false;
+            for (const Street::Square& square : squares) {
+                isInside |= x >= square.x && x < square.x + square.size && y >= square.y && y < square.y + square.size;
+            }
+            const int level = isInside ? 40 : isFog ? 120 : 60 + 120 * (x / 20 % 2);
+            pixels[static_cast<std::size_t>(y * width + x)] = static_cast<std::uint8_t>(level + random() % 5);
+        }
+    }
+    Host::PictureView view;
+    view.plane[0] = pixels.data();
+    view.stride[0] = width;
+    return view;
+}
+
+// What is remembered has far more contrast, so that the fog looks like something before the lens; but there was nothing
+// before it that could have been covered.
+TEST(Conditioner, WhereARememberedViewIsGoneForGoodTheNewOneIsLearned) {
+    Watcher watcher(grey, GridOf(width, height, 4), Rules(true));
+    std::vector<std::uint8_t> pixels;
+    const BlockPicture wall = watcher.Reduce(WallOrFog(pixels, false, {}));
+    const auto samples = static_cast<std::ptrdiff_t>(3 * watcher.Excluded().size());
+    watcher.Prime(std::vector<std::uint8_t>(wall.ycbcr, wall.ycbcr + samples));
+    int step = 0, inFog = 0, walking = 0;
+    for (; step < 120; ++step) {
+        inFog += watcher.Watch(WallOrFog(pixels, true, {}), step * interval).objects.empty() ? 0 : 1;
+    }
+    for (; step < 150; ++step) {
+        walking += watcher.Watch(WallOrFog(pixels, true, WalkerAt(step)), step * interval).objects.empty() ? 0 : 1;
+    }
+    EXPECT_EQ(inFog, 0);
+    EXPECT_GE(walking, 28);
+}
+
 TEST(Conditioner, WhatIsExcludedIsNotFilled) {
     WatchRules rules = Rules(true);
     rules.zones = {RectangleZone("", {0.35, 0.45, 0.42, 0.55})};
