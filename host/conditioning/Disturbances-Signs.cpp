@@ -21,7 +21,8 @@ constexpr int leastColour = 32;  // 16ths of a level: of a picture that has colo
 constexpr int leastEdges = 8;    // blocks of a ninth that tell whether it moved
 constexpr int jump = 8;          // 16ths of a pixel
 constexpr int lightLimit = 8;    // 64ths: the light changes by an eighth; automatic exposure does so by a tenth
-constexpr std::uint32_t leastDrops = 10;
+constexpr std::uint32_t leastDrops = 16;
+constexpr int scatteredNinths = 4;          // at least: rain is seen before what is dark
 constexpr std::size_t blocksPerDrop = 300;  // a drop takes at most one of so many blocks
 
 using Ninths = std::array<BlockBox, 9>;
@@ -132,7 +133,7 @@ bool Disturbances::IsShaking(const PictureSigns& signs) {
     return _jumpiness >= 128;
 }
 
-// Many small objects in at least six ninths of the picture, hardly any where there was one in the picture before.
+// Many small objects in many ninths of the picture, hardly any where there was one in the picture before.
 Disturbances::RainSigns Disturbances::LookForRain(const std::uint16_t* labels) {
     if (labels == nullptr || _columns < leastGrid || _rows < leastGrid) return {};
     std::fill(_objectSize.begin(), _objectSize.end(), 0u);
@@ -154,7 +155,7 @@ Disturbances::RainSigns Disturbances::LookForRain(const std::uint16_t* labels) {
         largest = std::max(largest, _objectSize[label]);
     }
     const bool isLarge = largest > std::max<std::size_t>(4, _blockCount / blocksPerDrop);
-    const bool isScattered = std::count(isHit.begin(), isHit.end(), true) >= 6;
+    const bool isScattered = std::count(isHit.begin(), isHit.end(), true) >= scatteredNinths;
     const bool looksLikeRain = objects >= leastDrops && isScattered && 3 * again < labelled && !isLarge;
     _raininess += ((looksLikeRain ? 256 : 0) - _raininess) / 8;
     return {.isRain = _raininess >= 128, .isLarge = isLarge};

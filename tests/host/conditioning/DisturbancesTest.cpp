@@ -253,6 +253,38 @@ TEST(Disturbances, ManyShortLivedSpecksAreRainUntilSomethingLargeMoves) {
     EXPECT_EQ(street.told, "+rain-like -rain-like ");
 }
 
+TEST(Disturbances, RainIsToldWhereItIsSeenInFourNinthsOfThePictureButNotInThree) {
+    const auto told = [](int columnsWithRain, int rowsWithRain) {
+        Street street;
+        street.Pass(10);
+        street.Pass(20, [&] {
+            for (std::uint16_t drop = 1; drop <= 40; ++drop)
+                street.FillBox(static_cast<int>(ChanceOf(drop, street.picture, 1) % static_cast<unsigned>(columnsWithRain)),
+                               static_cast<int>(ChanceOf(drop, street.picture, 2) % static_cast<unsigned>(rowsWithRain)), 1,
+                               1, 180, drop);
+        });
+        return street.told;
+    };
+    EXPECT_EQ(told(2 * columns / 3, 2 * rows / 3), "+rain-like ");
+    EXPECT_EQ(told(columns / 3, rows), "");
+}
+
+TEST(Disturbances, FewShortLivedSpecksAreNoRain) {
+    const auto told = [](std::uint16_t specks) {
+        Street street;
+        street.Pass(10);
+        street.Pass(20, [&] {
+            for (std::uint16_t speck = 0; speck < specks; ++speck)  // each in a block of its own
+                street.FillBox(static_cast<int>(8 * (speck % 8) + ChanceOf(speck, street.picture, 1) % 8),
+                               static_cast<int>(12 * (speck / 8) + ChanceOf(speck, street.picture, 2) % 12), 1, 1, 180,
+                               static_cast<std::uint16_t>(speck + 1));
+        });
+        return street.told;
+    };
+    EXPECT_EQ(told(16), "+rain-like ");
+    EXPECT_EQ(told(15), "");
+}
+
 TEST(Disturbances, ManySmallThingsThatStayInSightAreNoRain) {
     Street street;
     street.Pass(30, [&] {  // pedestrians seen from far above: a block in two seconds
