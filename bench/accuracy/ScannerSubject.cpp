@@ -43,9 +43,8 @@ public:
         if (!_watcher || !_watcher->Suits(format)) {
             const bool isFirst = !_watcher;
             JudgeOpening();
-            const bool conditioned = _rules.conditioning.on;
-            _watcher.emplace(format, Video::GridOf(format.width, format.height, _blockSize, conditioned), _rules);
-            if (conditioned && isFirst) {
+            _watcher.emplace(format, Video::GridOf(format.width, format.height, _blockSize, _rules.conditioning), _rules);
+            if (_rules.conditioning.on && isFirst) {
                 _opening = std::make_unique<Video::Opening>(_watcher->Grid());
             }
         }

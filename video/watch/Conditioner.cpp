@@ -46,16 +46,6 @@ constexpr std::size_t darkShare = 50;
 
 constexpr std::size_t mostLabels = std::numeric_limits<std::uint16_t>::max();
 
-// A detector that sees less of the luma finds less; its other thresholds stay.
-int DimmingOf(Sensitivity sensitivity) {
-    switch (sensitivity) {
-        case Sensitivity::Low: return 5;
-        case Sensitivity::Normal: return 7;
-        case Sensitivity::High: return 10;
-    }
-    return 10;
-}
-
 }  // namespace
 
 Conditioner::Conditioner(const PictureGrid& grid, Host::ColourRange range, const ConditioningRules& rules)

@@ -23,4 +23,16 @@ struct ConditioningRules {
     Sensitivity sensitivity = Sensitivity::Normal;
 };
 
+// Of an object, as a fraction of the picture's width and of its height, where nobody states another.
+inline constexpr double usualSmallestSize = 0.03;
+
+// Of an object that is told, by the sensitivity; what somebody states stands, and where nobody conditions everything does.
+double SmallestSize(double stated, const ConditioningRules& rules);
+
+// Of the detector's blocks, likewise, where the picture's size asks for `fitting` pixels.
+int BlockSizeOf(int fitting, const ConditioningRules& rules);
+
+// The share of the luma that the detector gets to see, in tenths: its thresholds stay, so that less of it is found.
+int DimmingOf(Sensitivity sensitivity);
+
 }  // namespace Video

@@ -61,9 +61,9 @@ Box Moved(const Box& box, Host::Shift shift, const PictureGrid& grid) {
 
 }  // namespace
 
-PictureGrid GridOf(int pictureWidth, int pictureHeight, int wish, bool conditioned) {
-    const int chosen = conditioned ? FittingBlockSize(pictureWidth, pictureHeight)
-                                   : Host::ChooseBlockSize(pictureWidth, pictureHeight, mostColumns);
+PictureGrid GridOf(int pictureWidth, int pictureHeight, int wish, const ConditioningRules& conditioning) {
+    const int chosen = conditioning.on ? BlockSizeOf(FittingBlockSize(pictureWidth, pictureHeight), conditioning)
+                                       : Host::ChooseBlockSize(pictureWidth, pictureHeight, mostColumns);
     const int size = wish > 0 ? wish : chosen;
     const int columns = Host::BlocksAcross(pictureWidth, size);
     const int rows = Host::BlocksAcross(pictureHeight, size);
@@ -116,7 +116,8 @@ void Watcher::AddZones() {
     _isWatched.assign(_excluded.size(), 0);
     _zonesOfBlock.assign(named ? _excluded.size() : 0, 0);
     for (std::size_t i = 0; i < watched.size(); ++i) {
-        const auto minSize = static_cast<float>(watched[i].minSize.value_or(_rules.minSize));
+        const auto minSize =
+            static_cast<float>(watched[i].minSize.value_or(SmallestSize(_rules.minSize, _rules.conditioning)));
         _watched.push_back({watched[i].name, WatchedBlocks(watched[i], _excluded, _grid), minSize});
         const std::vector<std::uint8_t>& mask = _watched.back().mask;
         _detector.AddZone({.mask = mask,

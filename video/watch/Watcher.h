@@ -28,7 +28,7 @@ namespace Video {
 struct WatchRules {
     double framesPerSecond;   // of the video
     bool shadows;             // drop them
-    double minSize;           // smallest object, as a fraction of the picture's width and height
+    double minSize;           // smallest object, as a fraction of the picture's width and height, before the sensitivity
     std::vector<Zone> zones;  // none to watch: the whole picture, without what is excluded
     bool heat = false;        // count how often each block moves
     ConditioningRules conditioning = {};
@@ -41,9 +41,9 @@ struct WatchedZone {
     float minSize;                   // smallest object, as a fraction of the grid's width and height
 };
 
-// wish: block size in pixels, 0: chosen, for a detector that is conditioned or not. Throws Failure when the grid has more
-// blocks than the detector can label.
-PictureGrid GridOf(int pictureWidth, int pictureHeight, int wish, bool conditioned = false);
+// wish: block size in pixels, 0: chosen, by how the detector is conditioned. Throws Failure when the grid has more blocks
+// than the detector can label.
+PictureGrid GridOf(int pictureWidth, int pictureHeight, int wish, const ConditioningRules& conditioning = {});
 
 // An object's box in pixels, within the picture.
 Box PixelBox(const coremd::Box& blocks, const PictureGrid& grid);

@@ -263,7 +263,7 @@ void Job::Begin(const Host::PictureFormat& format) {
     TellEvent(_events.Close());
     _heat.Add(_watcher ? _watcher->Heat() : Video::HeatMap{});
     const bool isFirst = !_watcher;
-    const Video::PictureGrid grid = Video::GridOf(format.width, format.height, _settings.blockSize, _rules.conditioning.on);
+    const Video::PictureGrid grid = Video::GridOf(format.width, format.height, _settings.blockSize, _rules.conditioning);
     _watcher.emplace(format, grid, _rules);
     if (!_rules.conditioning.on || !isFirst) {
         return;

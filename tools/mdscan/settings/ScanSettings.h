@@ -33,7 +33,7 @@ struct ScanSettings {
     Sensitivity sensitivity = Sensitivity::Normal;
     std::string memory;                         // folder that knows each camera's background; empty: none is kept
     bool shadows = false;                       // drop shadows
-    double minSize = 0.03;                      // smallest object, as a fraction of the picture's width and of its height
+    double minSize = Video::usualSmallestSize;  // smallest object, as a fraction of the picture's width and of its height
     double mergeGap = 2;                        // seconds
     double minDuration = 0.5;                   // seconds
     double preRoll = 0;                         // seconds

@@ -1,0 +1,33 @@
+// What does the sensitivity stand for?  docs/accuracy.md has the figures of each.
+#include "video/watch/Conditioning.h"
+
+#include <algorithm>
+
+namespace Video {
+
+double SmallestSize(double stated, const ConditioningRules& rules) {
+    if (!rules.on || stated != usualSmallestSize) {
+        return stated;
+    }
+    switch (rules.sensitivity) {
+        case Sensitivity::Low: return 0.05;
+        case Sensitivity::Normal: return stated;
+        case Sensitivity::High: return 0.015;
+    }
+    return stated;
+}
+
+int BlockSizeOf(int fitting, const ConditioningRules& rules) {
+    return rules.on && rules.sensitivity == Sensitivity::High ? std::max(1, (2 * fitting + 1) / 3) : fitting;
+}
+
+int DimmingOf(Sensitivity sensitivity) {
+    switch (sensitivity) {
+        case Sensitivity::Low: return 5;
+        case Sensitivity::Normal: return 7;
+        case Sensitivity::High: return 10;
+    }
+    return 10;
+}
+
+}  // namespace Video
