@@ -49,7 +49,10 @@ std::string CountsOf(const Score& score, const Outcome& outcome) {
 }
 
 std::string JsonOf(const StillOutcome& outcome) {
-    return Printed("{\"length\":%.2f,\"seconds\":%.2f,\"events\":%d}", outcome.length, outcome.alarm, outcome.events);
+    const std::string conditions = nlohmann::json(outcome.conditions).dump();
+    return Printed("{\"length\":%.2f,\"seconds\":%.2f,\"events\":%d,\"told\":%.2f,\"conditions\":", outcome.length,
+                   outcome.alarm, outcome.events, outcome.told) +
+           conditions + "}";
 }
 
 std::string MeanAndStill(const Results& results, bool counts) {
@@ -117,9 +120,12 @@ std::string TableOf(const Results& results) {
         text += Padded("mean", width) + RowOf(MeanOf(results.sequences)) + "each sequence weighs the same\n";
     }
     for (const auto& [name, outcome] : results.still) {
-        text += Padded(name, width) + Printed("  %.1f of %.1f s in alarm, %d events; %.2f ms per analysed picture\n",
-                                              outcome.alarm, outcome.length, outcome.events,
-                                              MillisecondsOf(outcome.cpu, outcome.analysed));
+        text += Padded(name, width) + Printed("  %.1f of %.1f s in alarm, %d events of %.1f s", outcome.alarm,
+                                              outcome.length, outcome.events, outcome.told);
+        for (const std::string& condition : outcome.conditions) {
+            text += ", " + condition;
+        }
+        text += Printed("; %.2f ms per analysed picture\n", MillisecondsOf(outcome.cpu, outcome.analysed));
     }
     return text;
 }

@@ -23,7 +23,8 @@ struct Results {
 // {"f":0.6702,"precision":...,"recall":...,"missed":...,"false":...}
 std::string JsonOf(const Figures& figures);
 
-// {"sequences":{"name":{...},...},"mean":{...}}; where there are videos, "still":{"name":{"length":,"seconds":,"events":}}
+// {"sequences":{"name":{...},...},"mean":{...}}; where there are videos, "still":{"name":{"length":,"seconds":,"events":,
+// "told":,"conditions":[]}}
 std::string JsonOf(const Results& results);
 
 // The same, with the subject, counts of pictures and events, and cost: {"subject":...,"share":...,"sequences":...}

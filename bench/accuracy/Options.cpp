@@ -1,11 +1,14 @@
 // How is the command line read?
 #include "Options.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdlib>
 
+#include "tools/mdscan/settings/ScanSettings.h"
 #include "video/base/Failure.h"
+#include "video/watch/Conditioning.h"
 
 namespace Accuracy {
 
@@ -40,6 +43,17 @@ public:
         return value;
     }
 
+    // By its place among the words.
+    template <typename Choice, typename List>
+    Choice OneOf(const List& choices) {
+        const std::string option = Word();
+        const auto* const found = std::find(choices.begin(), choices.end(), Value("a word"));
+        if (found == choices.end()) {
+            Refuse(option + ": " + Word() + " is none of its words");
+        }
+        return static_cast<Choice>(found - choices.begin());
+    }
+
 private:
     const std::vector<std::string>& _words;
     std::size_t _at = static_cast<std::size_t>(-1);
@@ -63,6 +77,8 @@ const char* const usage =
     "  --block N\n"
     "  --shadows\n"
     "  --condition HOW\n"
+    "  --stabilise HOW\n"
+    "  --sensitivity HOW\n"
     "  --min-size N\n"
     "\n"
     "Exit status: 0; 1 where a folder cannot be scored; 2 where the command line cannot be understood.\n";
@@ -80,6 +96,10 @@ Options ReadOptions(const std::vector<std::string>& list) {
         else if (word == "--block") options.scanner.blockSize = static_cast<int>(std::lround(words.Number(0, 1000)));
         else if (word == "--shadows") options.scanner.shadows = true;
         else if (word == "--condition") options.scanner.conditioning.on = words.Value("default or none") != "none";
+        else if (word == "--stabilise")
+            options.scanner.conditioning.stabilise = words.OneOf<Video::Stabilise>(Scan::stabiliseWords);
+        else if (word == "--sensitivity")
+            options.scanner.conditioning.sensitivity = words.OneOf<Video::Sensitivity>(Scan::sensitivityWords);
         else if (word == "--min-size") options.scanner.minSize = words.Number(0, 1);
         else if (word == "--lines") options.lines = true;
         else if (word == "--peers") options.peers = true;

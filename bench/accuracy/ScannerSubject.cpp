@@ -59,6 +59,8 @@ public:
 
     void End() override { JudgeOpening(); }
 
+    const Host::Disturbances* Disturbances() const override { return _watcher ? _watcher->Disturbances() : nullptr; }
+
 private:
     void JudgeOpening() {
         if (!_opening) {

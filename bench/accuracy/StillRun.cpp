@@ -4,6 +4,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <memory>
+#include <optional>
+#include <set>
+#include <string>
 #include <vector>
 
 #include "CpuClock.h"
@@ -12,6 +15,8 @@
 #include "video/base/Findings.h"
 #include "video/media/Decoder.h"
 #include "video/media/PacketSource.h"
+#include "video/watch/Condition.h"
+#include "video/watch/ConditionLog.h"
 #include "video/watch/Events.h"
 
 namespace Accuracy {
@@ -23,7 +28,9 @@ struct Watch {
     std::unique_ptr<Subject> subject;
     CpuClock clock;
     Video::EventLog events{UsualEvents()};
+    Video::ConditionLog conditions;
     int analysed = 0, alarms = 0;  // pictures
+    Video::Ticks told = 0;         // of events
 
     void Take(Video::Ticks time, const Mask& mask) {
         Video::Findings findings{time, {}};
@@ -34,7 +41,23 @@ struct Watch {
         }
         ++analysed;
         alarms += blocks > 0;
-        events.Add(findings);
+        if (const Host::Disturbances* const disturbances = subject->Disturbances()) {
+            if (const std::optional<Video::Ticks> from = conditions.Add(*disturbances, time)) {
+                events.Discard(*from);
+            }
+        }
+        Tell(events.Add(findings));
+    }
+
+    void Tell(const std::optional<Video::Event>& event) { told += event ? event->end - event->start : 0; }
+
+    std::set<std::string> Conditions() {
+        conditions.Close();
+        std::set<std::string> names;
+        for (const Video::Condition& condition : conditions.Take()) {
+            names.emplace(NameOf(condition.kind));
+        }
+        return names;
     }
 };
 
@@ -62,10 +85,10 @@ std::vector<StillOutcome> JudgeStill(const std::string& video, const std::vector
     std::vector<StillOutcome> outcomes;
     for (Watch& watch : watches) {
         watch.clock.Time([&] { watch.subject->End(); });
-        watch.events.Close();
+        watch.Tell(watch.events.Close());
         const double length = Video::ToSeconds(end);
         outcomes.push_back({length, watch.analysed > 0 ? length * watch.alarms / watch.analysed : 0, watch.events.Count(),
-                            watch.analysed, watch.clock.Seconds()});
+                            Video::ToSeconds(watch.told), watch.analysed, watch.clock.Seconds(), watch.Conditions()});
     }
     return outcomes;
 }

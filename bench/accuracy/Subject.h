@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "BlockMasks.h"
+#include "conditioning/Disturbances.h"
 #include "video/media/Libav.h"
 #include "video/time/TickTime.h"
 
@@ -24,6 +25,9 @@ public:
 
     // Nothing more is shown: masks that are still owed are told now.
     virtual void End() {}
+
+    // What disturbs the picture whose mask is being told; null where the subject does not look for it.
+    virtual const Host::Disturbances* Disturbances() const { return nullptr; }
 };
 
 // One for each sequence, which knows nothing of others. interval: between two pictures.

@@ -61,9 +61,13 @@ def main():
         assert still.returncode == 0, still
         alarm = json.loads(still.stdout)["still"]["%03d.bmp"]
         assert 1 <= alarm["seconds"] <= 4 and alarm["events"] == 1 and alarm["length"] == 8, alarm
+        assert 1 <= alarm["told"] <= alarm["seconds"] and alarm["conditions"] == [], alarm
+        for words in (("--sensitivity", "low"), ("--stabilise", "off"), ("--condition", "none")):
+            assert run("--json", *words, folders[0]).returncode == 0, words
 
         for words, code in (([top], 1), (["--json", folders[0] / "input"], 1), ([], 2), (["--rate", "x", folders[0]], 2),
-                            (["--rate"], 2), (["--unknown", folders[0]], 2), (["--still", top + "/none.mp4"], 1)):
+                            (["--rate"], 2), (["--sensitivity", "x", folders[0]], 2), (["--stabilise"], 2),
+                            (["--unknown", folders[0]], 2), (["--still", top + "/none.mp4"], 1)):
             failed = run(*words)
             assert failed.returncode == code and failed.stdout == "", (words, failed)
             assert failed.stderr.startswith("coreMD_accuracy: ") and failed.stderr.count("\n") == 1, (words, failed)
