@@ -95,7 +95,7 @@ Options ReadOptions(const std::vector<std::string>& list) {
         else if (word == "--rate") options.scanner.rate = words.Number(0, 1000);
         else if (word == "--block") options.scanner.blockSize = static_cast<int>(std::lround(words.Number(0, 1000)));
         else if (word == "--shadows") options.scanner.shadows = true;
-        else if (word == "--condition") options.scanner.conditioning.on = words.Value("default or none") != "none";
+        else if (word == "--condition") options.scanner.conditioning.on = words.OneOf<bool>(Scan::conditionWords);
         else if (word == "--stabilise")
             options.scanner.conditioning.stabilise = words.OneOf<Video::Stabilise>(Scan::stabiliseWords);
         else if (word == "--sensitivity")

@@ -67,6 +67,7 @@ def main():
 
         for words, code in (([top], 1), (["--json", folders[0] / "input"], 1), ([], 2), (["--rate", "x", folders[0]], 2),
                             (["--rate"], 2), (["--sensitivity", "x", folders[0]], 2), (["--stabilise"], 2),
+                            (["--condition", "non", folders[0]], 2),
                             (["--unknown", folders[0]], 2), (["--still", top + "/none.mp4"], 1)):
             failed = run(*words)
             assert failed.returncode == code and failed.stdout == "", (words, failed)
