@@ -28,10 +28,10 @@ struct Likeness {
     // Correlation below one half.
     bool IsLost() const { return covariance <= 0 || 4 * covariance * covariance < variance * referenceVariance; }
     // Less than a quarter of the reference's deviation, which was 4 levels or more.
-    bool IsFlat() const { return referenceVariance >= 16 * 4 * 4 && 16 * variance < referenceVariance; }
+    bool IsFlat() const { return referenceVariance >= std::int64_t{16} * 4 * 4 && 16 * variance < referenceVariance; }
 };
 
-// 16 * (mean of products - product of means). Of up to 10^8 blocks no product here exceeds 2^50.
+// 16 * (mean of products - product of means). Of up to 10^8 blocks no product here exceeds 2^51.
 std::int64_t Covariance(std::uint64_t products, std::uint64_t a, std::uint64_t b, std::size_t blocks) {
     const auto count = static_cast<std::int64_t>(blocks);
     const auto meanOf = [&](std::uint64_t sum) { return static_cast<std::int64_t>(sum << 16) / count; };

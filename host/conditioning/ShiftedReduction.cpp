@@ -115,7 +115,7 @@ void ShiftedReduction::Blend(Inner& inner, const PictureView& picture, Shift shi
                 if (!picture.plane[plane]) return;
                 const int column = start * unit / x.parts + x.first + static_cast<int>(beside);
                 const int row = start * unit / y.parts + y.first + static_cast<int>(below);
-                moved.plane[plane] += row * picture.stride[plane] + column * samplesPerColumn;
+                moved.plane[plane] += row * picture.stride[plane] + std::ptrdiff_t{column} * samplesPerColumn;
             };
             move(0, lumaX, lumaY, 1);
             move(1, chromaX, chromaY, isNv12 ? 2 : 1);
@@ -131,11 +131,12 @@ void ShiftedReduction::Blend(Inner& inner, const PictureView& picture, Shift shi
 }
 
 void ShiftedReduction::Store(const Inner& inner) {
-    const int columns = inner.reducer.Columns(), rows = inner.reducer.Rows();
-    for (int plane = 0; plane < 3; ++plane)
-        for (int row = 0; row < rows; ++row)
+    const std::ptrdiff_t columns = inner.reducer.Columns(), rows = inner.reducer.Rows();
+    const std::ptrdiff_t margin = inner.margin, wholeColumns = Columns();
+    for (std::ptrdiff_t plane = 0; plane < 3; ++plane)
+        for (std::ptrdiff_t row = 0; row < rows; ++row)
             std::copy_n(inner.reducer.Ycbcr() + plane * inner.reducer.BlockCount() + row * columns, columns,
-                        _whole.Ycbcr() + plane * BlockCount() + (inner.margin + row) * Columns() + inner.margin);
+                        _whole.Ycbcr() + plane * BlockCount() + (margin + row) * wholeColumns + margin);
 }
 
 void ShiftedReduction::RestoreUncovered() {
@@ -150,9 +151,9 @@ void ShiftedReduction::MarkUncovered(const Inner* inner) {
     _marked = inner;
     std::fill(_uncovered.begin(), _uncovered.end(), inner ? std::uint8_t{255} : std::uint8_t{0});
     if (!inner) return;
-    for (int row = 0; row < inner->reducer.Rows(); ++row)
-        std::fill_n(_uncovered.begin() + (inner->margin + row) * Columns() + inner->margin, inner->reducer.Columns(),
-                    std::uint8_t{0});
+    const std::ptrdiff_t margin = inner->margin, columns = Columns();
+    for (std::ptrdiff_t row = 0; row < inner->reducer.Rows(); ++row)
+        std::fill_n(_uncovered.begin() + (margin + row) * columns + margin, inner->reducer.Columns(), std::uint8_t{0});
 }
 
 }  // namespace Host

@@ -49,8 +49,8 @@ Backdrop::Backdrop(int width, int height, std::uint64_t seed, double wind)
         for (int x = 0; x < width; ++x) {
             Colour sum = {0, 0, 0};
             for (int sample = 0; sample < raster * raster; ++sample) {
-                const Colour colour = ColourAt((x + (sample % raster + 0.5) / raster) / height,
-                                               (y + (sample / raster + 0.5) / raster) / height);
+                const int across = sample % raster, down = sample / raster;
+                const Colour colour = ColourAt((x + (across + 0.5) / raster) / height, (y + (down + 0.5) / raster) / height);
                 sum = {sum.y + colour.y, sum.cb + colour.cb, sum.cr + colour.cr};
             }
             constexpr float share = 1.0f / (raster * raster);

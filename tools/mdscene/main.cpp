@@ -144,24 +144,30 @@ void WriteScene(const Options& options) {
     if (truthFile.is_open()) Require(truthFile.flush(), options.truthPath);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Run(int argc, char** argv) {
     Options options;
     CLI::App app("Renders a surveillance scene with exact ground truth: a street with persons and cars.", "mdscene");
     Describe(app, options);
     try {
         app.parse(argc, argv);
         PlanDisturbances(options);
-        WriteScene(options);
     } catch (const CLI::Success& help) {
         return app.exit(help);
     } catch (const CLI::ParseError& fault) {
         std::cerr << "mdscene: " << fault.what() << " (see mdscene --help)\n";
         return 2;
+    }
+    WriteScene(options);
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return Run(argc, argv);
     } catch (const std::exception& fault) {
         std::cerr << "mdscene: " << fault.what() << '\n';
         return 1;
     }
-    return 0;
 }

@@ -33,12 +33,11 @@ class Collector {
 public:
     void AddName(const std::string& name) {
         std::error_code ignored;
-        if (name == "-" || Video::IsUrl(name)) {
-            Add({name});
-        } else if (fs::is_directory(name, ignored)) {
+        const bool isPath = name != "-" && !Video::IsUrl(name);
+        if (isPath && fs::is_directory(name, ignored)) {
             _list.several = true;
             AddFolder(name);
-        } else if (!fs::exists(name, ignored) && LooksLikePattern(name)) {
+        } else if (isPath && !fs::exists(name, ignored) && LooksLikePattern(name)) {
             _list.several = true;
             AddPattern(name);
         } else {
