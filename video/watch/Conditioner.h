@@ -50,6 +50,9 @@ public:
     // Undoes the dimming in a picture of one pixel per block that the detector drew, for people to look at.
     void Brighten(BgrPicture& dimmed, const std::vector<std::int32_t>& isKnown) const;
 
+    // Was the detector shown the newest picture?
+    bool WasShown() const { return _isAnswered; }
+
     // Is there nothing to be seen in the newest picture but darkness?
     bool IsDark() const { return _isDark; }
 

@@ -191,7 +191,8 @@ Findings Watcher::Judge(const BlockPicture& picture, Ticks time) {
     if (_conditioner) {
         _conditioner->OnPicture(picture, time, [this](const std::uint8_t* ycbcr, Ticks stamp) { Show(ycbcr, stamp); });
         ShapeAnswer(time);
-        FindLabelled(findings, picture.shift);
+        _shift = picture.shift;
+        FindLabelled(findings);
     } else {
         Show(picture.ycbcr, time);
         FindObjects(findings);
@@ -227,7 +228,7 @@ void Watcher::ShapeAnswer(Ticks time) {
     }
 }
 
-void Watcher::FindLabelled(Findings& findings, Host::Shift shift) {
+void Watcher::FindLabelled(Findings& findings) {
     std::fill(_labelled.begin(), _labelled.end(), LabelledObject{});
     for (int row = 0; row < _grid.rows; ++row) {
         for (int column = 0; column < _grid.columns; ++column) {
@@ -252,9 +253,18 @@ void Watcher::FindLabelled(Findings& findings, Host::Shift shift) {
     }
     for (const LabelledObject& object : _labelled) {
         if (object.blocks > 0) {
-            findings.objects.push_back({Moved(PixelBox(object.bounds, _grid), shift, _grid), object.blocks, object.zones});
+            findings.objects.push_back(Told(object));
         }
     }
+}
+
+MovingObject Watcher::Told(const LabelledObject& object) const {
+    return {Moved(PixelBox(object.bounds, _grid), _shift, _grid), object.blocks, object.zones};
+}
+
+std::optional<MovingObject> Watcher::ToldAt(std::size_t block) const {
+    const std::size_t label = _labels[block];
+    return label != 0 ? std::optional(Told(_labelled[label])) : std::nullopt;
 }
 
 std::vector<BlockMark> Watcher::Marks() {

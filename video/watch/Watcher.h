@@ -82,6 +82,12 @@ public:
     // Is there nothing to be seen in the newest picture but darkness?  Not asked where nobody conditions.
     bool IsDark() const { return _conditioner && _conditioner->IsDark(); }
 
+    // Was the newest picture shown to the detector?  One that conditions leaves out what shows nothing of the scene.
+    bool WasShown() const { return !_conditioner || _conditioner->WasShown(); }
+
+    // Of the objects told of the newest picture, the one that the block belongs to. Precondition: the watcher conditions.
+    std::optional<MovingObject> ToldAt(std::size_t block) const;
+
     // Empty where it is not counted.
     const HeatMap& Heat() const { return _heat; }
     // Was it made for such pictures?
@@ -104,13 +110,14 @@ private:
     void Show(const std::uint8_t* ycbcr, Ticks stamp);
     void ShapeAnswer(Ticks time);
     void FindObjects(Findings& findings);
-    void FindLabelled(Findings& findings, Host::Shift shift);
+    void FindLabelled(Findings& findings);
 
     struct LabelledObject {
         coremd::Box bounds = {};
         int blocks = 0;
         std::uint64_t zones = 0;
     };
+    MovingObject Told(const LabelledObject& object) const;
 
     PictureGrid _grid;
     Host::PixelFormat _layout;
@@ -125,6 +132,7 @@ private:
     std::optional<Conditioner> _conditioner;
     std::vector<std::uint16_t> _labels;     // [block] of the objects that are told, where it conditions
     std::vector<LabelledObject> _labelled;  // [label]
+    Host::Shift _shift;                     // of the newest picture
     HeatMap _heat;
     std::vector<std::uint32_t> _countedAt;  // [block] last picture in which it was counted: zones may overlap
     std::uint32_t _pictures = 0;

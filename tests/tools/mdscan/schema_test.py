@@ -52,9 +52,10 @@ class SchemaTest(unittest.TestCase):
                         run("--progress", "json", f"{folder}/gate/1.mp4"),
                         run("--fast", folder),
                         run("zones", "--preview", f"{folder}/preview.png", "--zones", str(zones), f"{folder}/gate/1.mp4")]
-            # Before anything is judged, and within the square, when its background is known.
+            # Before anything is judged, and within the square, when its background is known; and what is conditioned.
+            plain = ["--condition", "none"]
             cls.answers = [run("explain", "--json", "--at", at, "--pixel", "150,60", *more, f"{folder}/gate/2.mp4")[0][0]
-                           for at, more in (("0.1", []), ("6.6", []), ("6.6", ["--shadows"]))]
+                           for at, more in (("0.1", plain), ("6.6", plain), ("6.6", [*plain, "--shadows"]), ("6.6", []))]
         cls.lines = [line for out, err in cls.runs for line in out + err] + cls.answers + [CONDITION]
 
     def test_every_line_is_valid(self):
@@ -68,7 +69,7 @@ class SchemaTest(unittest.TestCase):
         types = {name: set(kind["properties"]) for name, kind in self.validator.schema["$defs"].items()
                  if "type" in kind.get("properties", {})}
         types.pop("gap")  # of live sources, in live_http_test.py
-        self.assertEqual(printed, types)
+        self.assertEqual(printed, types, {name: types[name] ^ printed.get(name, set()) for name in types})
         self.assertEqual(len(self.validator.schema["oneOf"]), len(types) + 1)
 
     def test_outputs_begin_with_the_scan(self):

@@ -11,6 +11,7 @@
 #include <coreMD/detector/kernels/Foreground.h>
 #include <coreMD/detector/kernels/Shadow.h>
 
+#include "conditioning/Disturbances.h"
 #include "video/base/Findings.h"
 #include "video/base/PictureGrid.h"
 #include "video/watch/Watcher.h"
@@ -41,16 +42,19 @@ public:
     }
 
     BlockFacts Ask() {
-        _facts.current = FrameOfAge(0);
         AskZones();
-        if (!_detector._frameStatistics._isFilled) {
-            return _facts;
+        if (_detector._frameStatistics._frames != nullptr) {
+            _facts.current = FrameOfAge(0);
         }
-        AskReference();
-        AskHistory();
-        AskShadow();
-        AskObjects();
+        _facts.judged = _watcher.WasShown() && _detector._frameStatistics._isFilled;
+        if (_facts.judged) {
+            AskReference();
+            AskHistory();
+            AskShadow();
+            AskObjects();
+        }
         _facts.verdict = Judge();
+        AskConditioning();
         return _facts;
     }
 
@@ -126,6 +130,26 @@ private:
         }
     }
 
+    // What is told is what counts, whatever the detector has found.
+    void AskConditioning() {
+        const Host::Disturbances* const disturbances = _watcher.Disturbances();
+        if (!disturbances) {
+            return;
+        }
+        for (std::size_t i = 0; i < Host::disturbanceCount; ++i) {
+            const auto kind = static_cast<Host::Disturbance>(i);
+            if (disturbances->IsRunning(kind)) {
+                _facts.disturbances.emplace_back(Host::NameOf(kind));
+            }
+        }
+        _facts.suppressed = disturbances->Suppresses();
+        _facts.found = _facts.verdict;
+        _facts.object = _watcher.ToldAt(_index);
+        _facts.verdict = _facts.object                     ? Verdict::Motion
+                         : _facts.found == Verdict::Motion ? Verdict::Dropped
+                                                           : *_facts.found;
+    }
+
     // 8: what lies close together in a zone, how much of it counts, whether that is large enough.
     void AskObjects() {
         if (_detector._isObject[_index] != 0) {
@@ -149,6 +173,9 @@ private:
         }
     }
 
+    // Does an object have to change, and count no further than it does?
+    bool IsLimited() const { return _detector._limitObjectsToMask != 0 && _detector._longBackgroundTimes == 0; }
+
     Candidate CandidateIn(const Video::WatchedZone& zone) const {
         const auto least = [&](int blocks) {
             return static_cast<int>(std::trunc(static_cast<float>(blocks) * zone.minSize));
@@ -166,7 +193,7 @@ private:
             static_cast<int>(std::count_if(blocks.begin(), blocks.end(), [&](Place block) { return Moved(block); }));
         bool first = true;
         for (const Place& block : blocks) {
-            if (candidate.moved == 0 || Moved(block)) {
+            if (!IsLimited() || candidate.moved == 0 || Moved(block)) {
                 coremd::Box& box = candidate.box;
                 box.left = first ? block.column : std::min(box.left, block.column);
                 box.right = first ? block.column : std::max(box.right, block.column);
@@ -177,7 +204,7 @@ private:
         }
         const auto [left, top, right, bottom] = candidate.box;
         const Place& place = _facts.place;
-        if (candidate.moved == 0) {
+        if (IsLimited() && candidate.moved == 0) {
             candidate.verdict = Verdict::Unmoved;
         } else if (place.column < left || place.column > right || place.row < top || place.row > bottom) {
             candidate.verdict = Verdict::Trimmed;
@@ -219,6 +246,9 @@ private:
     }
 
     Verdict Judge() const {
+        if (!_facts.judged) {
+            return _watcher.WasShown() ? Verdict::NotReady : Verdict::Unseen;
+        }
         if (_facts.object) {
             return Verdict::Motion;
         }

@@ -28,6 +28,7 @@ struct Levels {
 // Why a block does or does not belong to an object, in the order in which that is decided.
 enum class Verdict {
     NotReady,  // fewer than eleven frames were seen
+    Unseen,    // the frame was not shown to the detector
     Excluded,  // within a zone that is not to be watched
     Outside,   // in none of the zones to watch
     Still,     // does not differ from its reference
@@ -35,6 +36,7 @@ enum class Verdict {
     Unmoved,   // nothing of its object changed just now
     Trimmed,   // beside the part of its object that changed just now
     Small,     // its object is smaller than one has to be
+    Dropped,   // the detector found its object, conditioning dropped it
     Motion     // part of an object
 };
 
@@ -54,12 +56,16 @@ struct BlockFacts {
     Video::PictureGrid grid = {};
     Place place = {};
     Verdict verdict = Verdict::NotReady;
-    Levels current = {};
+    std::optional<Verdict> found = {};           // the detector's own verdict, where a conditioned one is asked
+    std::vector<std::string> disturbances = {};  // that go on, there
+    bool suppressed = false;                     // nothing counts, there
+    Levels current = {};                         // of the newest frame that the detector was shown
     bool excluded = false;
     bool watched = false;                 // does any zone to watch hold it?
     std::vector<std::string> zones = {};  // names of these; none where all of the picture is watched
 
-    // The rest means nothing while NotReady.
+    // The rest but the object means nothing where the detector did not judge the frame.
+    bool judged = false;
     bool known = false;              // is its background known?
     Levels reference = {};           // the background; the frame before where none is known
     double noise = 0;                // grey levels; luma must differ by more
@@ -79,7 +85,7 @@ struct BlockFacts {
     double changeLimit = 0;        // grey levels; by more than this
     Video::Ticks sinceChange = 0;  // since the last change, or since learning began
 
-    bool shadowsDropped = false;             // is that asked for?
+    bool shadowsDropped = false;             // is that asked for, or conditioned?
     std::optional<double> shadowScore = {};  // where it was examined
     double shadowLimit = 0;                  // below it is a shadow
 

@@ -66,6 +66,18 @@ public:
         }
     }
 
+    // Its picture may have begun before: then it goes on.
+    void OnDiscard(Video::Ticks from) override {
+        if (!_running || _running->start < from) {
+            return;
+        }
+        EventFate fate = *std::exchange(_running, std::nullopt);
+        fate.forgotten = true;
+        if (std::exchange(_isFollowed, false)) {
+            _explanation.event = fate;
+        }
+    }
+
     void OnFrame(Video::Watcher& watcher, const Video::Findings& findings, const Video::PictureNumber& picture) override {
         const bool moves = !findings.objects.empty() && Video::MovingBlocks(findings) >= _settings.minBlocks;
         _isOver = findings.time > _explanation.asked + halfMillisecond;

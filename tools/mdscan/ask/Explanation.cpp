@@ -53,8 +53,25 @@ std::string MotionText(const Explanation& e) {
         return text + ".";
     }
     const std::string span = Joined(" from ", SecondsText(e.event->start), " s to ", SecondsText(e.event->end), " s");
+    if (e.event->forgotten) {
+        return Joined(text, ". What moved", span, " was forgotten: it was a disturbance, as became known then.");
+    }
     return e.event->counts ? Joined(text, ", in event ", e.event->number, span, ".")
                            : Joined(text, ". What moved", span, " was dropped: --min-duration is ", e.minDuration, " s.");
+}
+
+std::string Listed(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) {
+        text += (text.empty() ? "" : ", ") + word;
+    }
+    return text;
+}
+
+std::string DroppedText(const BlockFacts& facts) {
+    const std::string text = "No motion: the detector found it, conditioning dropped it. ";
+    return facts.suppressed ? Joined(text, "Nothing counts: ", Listed(facts.disturbances), ".")
+                            : text + "It stands still for long, or does no more than its place usually does.";
 }
 
 std::string VerdictText(const Explanation& e) {
@@ -62,13 +79,16 @@ std::string VerdictText(const Explanation& e) {
     const Candidate* const candidate = Deciding(facts);
     switch (facts.verdict) {
         case Verdict::NotReady: return "Not judged: nothing is found in the first eleven analysed pictures.";
+        case Verdict::Unseen:
+            return "No motion: the picture was not shown to the detector, for it is covered or a scene to be learned.";
         case Verdict::Excluded: return "No motion: the block lies in an excluded zone.";
         case Verdict::Outside: return "No motion: the block lies outside all zones.";
         case Verdict::Still:
             return facts.known ? "No motion: the block looks like its background."
                                : "No motion: the block looks as in the picture before. Its background is not known yet.";
         case Verdict::Shadow:
-            return "No motion: the block has its background's texture and colour, like one in shadow (--shadows).";
+            return Joined("No motion: the block has its background's texture and colour, like one in shadow",
+                          facts.found ? "." : " (--shadows).");
         case Verdict::Unmoved:
             return Joined("No motion: the block differs, but it stands still. Of ", Blocks(candidate->blocks),
                           " close together none changed just now.");
@@ -78,6 +98,7 @@ std::string VerdictText(const Explanation& e) {
         case Verdict::Small:
             return Joined("No motion: its object is too small, ", Size(candidate->box.Width(), candidate->box.Height()),
                           ". It needs ", Size(candidate->leastColumns, candidate->leastRows), " (--min-size).");
+        case Verdict::Dropped: return DroppedText(facts);
         case Verdict::Motion: break;
     }
     return MotionText(e);
@@ -125,11 +146,22 @@ std::string HistoryRows(const BlockFacts& facts) {
                                 ", by more than ", facts.changeLimit, when));
 }
 
-std::string ZoneRows(const BlockFacts& facts) {
-    std::string names;
-    for (const std::string& name : facts.zones) {
-        names += (names.empty() ? "" : ", ") + name;
+std::string ConditioningRows(const BlockFacts& facts) {
+    if (!facts.found) {
+        return "";
     }
+    std::string rows = Row("shown", "balanced and dimmed luma; the detector's seconds last two");
+    if (*facts.found != facts.verdict) {
+        rows += Row(
+            "detector",
+            Joined(NameOf(*facts.found),
+                   facts.verdict == Verdict::Motion ? ": the block is in a hole of the object, or its object is held" : ""));
+    }
+    return facts.disturbances.empty() ? rows : rows + Row("disturbed", Listed(facts.disturbances));
+}
+
+std::string ZoneRows(const BlockFacts& facts) {
+    std::string names = Listed(facts.zones);
     if (names.empty()) {
         names = facts.excluded ? "excluded" : facts.watched ? "the whole picture" : "none";
     }
@@ -148,6 +180,7 @@ std::string ZoneRows(const BlockFacts& facts) {
 const char* NameOf(Verdict verdict) {
     switch (verdict) {
         case Verdict::NotReady: return "not_ready";
+        case Verdict::Unseen: return "unseen";
         case Verdict::Excluded: return "excluded";
         case Verdict::Outside: return "outside";
         case Verdict::Still: return "still";
@@ -155,6 +188,7 @@ const char* NameOf(Verdict verdict) {
         case Verdict::Unmoved: return "unmoved";
         case Verdict::Trimmed: return "trimmed";
         case Verdict::Small: return "small";
+        case Verdict::Dropped: return "dropped";
         case Verdict::Motion: break;
     }
     return "motion";
@@ -177,7 +211,8 @@ std::string ExplanationText(const Explanation& e) {
         Joined(e.file, ": block ", facts.place.column, ",", facts.place.row, " (pixels ", pixels.x, ",", pixels.y, " to ",
                pixels.x + pixels.width - 1, ",", pixels.y + pixels.height - 1, "), ", e.picture.exact ? "" : "about ",
                "picture ", e.picture.number, " at ", SecondsText(e.time), " s", later, "\n", VerdictText(e), "\n");
-    if (facts.verdict == Verdict::NotReady) {
+    text += ConditioningRows(facts);
+    if (!facts.judged) {
         return text + Row("luma", Joined(facts.current.y)) + ZoneRows(facts);
     }
     text += ReferenceRows(facts) + HistoryRows(facts);

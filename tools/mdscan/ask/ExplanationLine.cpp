@@ -85,7 +85,12 @@ std::string ExplanationLine(const Explanation& e) {
                  {"current", LevelsOf(facts.current)},
                  {"excluded", facts.excluded},
                  {"zones", facts.zones}};
-    if (facts.verdict != Verdict::NotReady) {
+    if (facts.found) {
+        line["detector"] = NameOf(*facts.found);
+        line["disturbances"] = facts.disturbances;
+        line["suppressed"] = facts.suppressed;
+    }
+    if (facts.judged) {
         AddJudgement(line, facts);
     }
     if (facts.object) {
@@ -96,6 +101,7 @@ std::string ExplanationLine(const Explanation& e) {
     line["counts"] = e.event.has_value();
     if (e.event) {
         Json event = {{"dropped", !e.event->counts},
+                      {"forgotten", e.event->forgotten},
                       {"start", Video::PrintedSeconds(e.event->start)},
                       {"end", Video::PrintedSeconds(e.event->end)}};
         if (e.event->counts) {

@@ -359,6 +359,7 @@ void Job::FollowConditions(Video::Ticks time) {
     _conditions.AddDarkness(_watcher->IsDark(), time);
     if (const std::optional<Video::Ticks> from = _conditions.Add(*disturbances, time)) {
         _events.Discard(*from);
+        _listener.OnDiscard(*from);
     }
     TellConditions();
 }

@@ -10,6 +10,7 @@
 #include "video/base/Findings.h"
 #include "video/base/Tally.h"
 #include "video/time/PictureNumbers.h"
+#include "video/time/TickTime.h"
 #include "video/watch/Events.h"
 #include "video/watch/Watcher.h"
 
@@ -28,6 +29,8 @@ public:
     virtual void OnPicture(double done, const Video::Tally& tally) = 0;
     // An event is over; before its record.
     virtual void OnEvent(const Video::Event&) {}
+    // From then on nothing counts that has moved: a disturbance has become known. Before the frame that told it.
+    virtual void OnDiscard(Video::Ticks) {}
     // Once per analysed frame, after events that it ended. May throw Failure.
     virtual void OnFrame(Video::Watcher&, const Video::Findings&, const Video::PictureNumber&) {}
     // True ends the job: nothing more is to be learned from it.

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,7 @@
 #include "results/ScanPictures.h"
 #include "run/Job.h"
 #include "settings/JobSettings.h"
+#include "video/base/BlockMark.h"
 #include "video/base/Box.h"
 #include "video/base/Findings.h"
 #include "video/base/PictureGrid.h"
@@ -132,6 +134,7 @@ protected:
 TEST_F(BlockProbe, AgreesWithTheScanOfASquare) {
     for (const bool zones : {false, true}) {
         JobSettings settings;
+        settings.scan.condition = false;
         settings.scan.zones = zones ? Zones() : std::vector<Video::Zone>();
         Examiner examiner(97);
         const JobResult result = RunJob(settings, RawClip({.width = 160, .height = 120, .seconds = 16}), "", examiner);
@@ -148,6 +151,7 @@ TEST_F(BlockProbe, AgreesWithTheScanOfASquare) {
 // Frames that teach nothing, and those of a picture that changes its size.
 TEST_F(BlockProbe, AgreesAtEveryRate) {
     JobSettings settings;
+    settings.scan.condition = false;
     settings.scan.rate = 0;
     const Video::SquareScene small{.width = 160, .height = 120, .seconds = 14},
         large{.width = 320, .height = 240, .seconds = 3};
@@ -163,6 +167,7 @@ TEST_F(BlockProbe, AgreesAtEveryRate) {
 TEST_F(BlockProbe, AgreesOnAStreet) {
     for (const bool shadows : {false, true}) {
         JobSettings settings;
+        settings.scan.condition = false;
         settings.scan.shadows = shadows;
         settings.scan.minSize = 0.06;
         Examiner examiner(61);
@@ -172,6 +177,53 @@ TEST_F(BlockProbe, AgreesOnAStreet) {
         EXPECT_GT(examiner.Count(Verdict::Small), 5);
         EXPECT_GT(examiner.Count(Verdict::Motion), 100);
     }
+}
+
+// Compares what is said of a conditioned scan with what that tells.
+class ConditionedExaminer : public JobListener {
+public:
+    void OnRecord(const Record&) override {}
+    void OnScanPicture(const ScanPicture&) override {}
+    void OnPicture(double, const Video::Tally&) override {}
+
+    void OnFrame(Video::Watcher& watcher, const Video::Findings& findings, const Video::PictureNumber&) override {
+        const Video::PictureGrid& grid = watcher.Grid();
+        const std::vector<Video::BlockMark> marks = watcher.Marks();
+        int blocks = 0;
+        for (std::size_t i = 0; i < marks.size(); ++i) {
+            blocks += marks[i] == Video::BlockMark::Object ? 1 : 0;
+        }
+        ASSERT_EQ(blocks, Video::MovingBlocks(findings));
+        for (std::size_t i = _asked % step; i < marks.size(); i += step, ++_asked) {
+            const Place place{static_cast<int>(i) % grid.columns, static_cast<int>(i) / grid.columns};
+            const std::optional<BlockFacts> facts = Probe(watcher, place);
+            ASSERT_TRUE(facts && facts->found);
+            ASSERT_EQ(facts->verdict == Verdict::Motion, marks[i] == Video::BlockMark::Object);
+            ASSERT_EQ(facts->object.has_value(), facts->verdict == Verdict::Motion);
+            if (facts->verdict == Verdict::Motion) {
+                told += 1;
+                added += facts->found != Verdict::Motion ? 1 : 0;
+            } else {
+                ASSERT_EQ(facts->verdict == Verdict::Dropped, facts->found == Verdict::Motion);
+                shadows += facts->verdict == Verdict::Shadow ? 1 : 0;
+            }
+        }
+    }
+
+    long told = 0, added = 0, shadows = 0;
+
+private:
+    static constexpr std::size_t step = 23;
+    std::size_t _asked = 0;
+};
+
+TEST_F(BlockProbe, AgreesWithAConditionedScanOfAStreet) {
+    ConditionedExaminer examiner;
+    const JobResult result = RunJob(JobSettings(), SAMPLE_CLIP, "", examiner);
+    ASSERT_EQ(result.health, Health::Whole) << result.trouble;
+    EXPECT_GT(examiner.told, 100);
+    EXPECT_GT(examiner.added, 5);
+    EXPECT_GT(examiner.shadows, 20);
 }
 
 // A wall in 64 by 48 blocks of a pixel, five pictures a second, on which a test draws.
@@ -287,6 +339,28 @@ TEST_F(BlockProbe, TellsAShadowFromAThing) {
     ASSERT_TRUE(solid.shadowScore);
     EXPECT_GE(*solid.shadowScore, solid.shadowLimit);
     EXPECT_EQ(solid.shadowLimit, 100);
+}
+
+// Leaves: the detector never comes to know them, what conditions it does.
+TEST_F(BlockProbe, TellsWhatConditioningDropped) {
+    Video::WatchRules rules{.framesPerSecond = 5, .shadows = false, .minSize = 0, .zones = {}};
+    rules.conditioning.on = true;
+    PlantedScene scene(rules);
+    scene.ShowWall(20);
+    std::mt19937 random(3);
+    scene.Show(200, [&](int x, int y, int wall) {
+        return IsWithin(x, y, {20, 10, 12, 12}) ? static_cast<int>(80 + random() % 90) : wall;
+    });
+    int dropped = 0;
+    for (int column = 20; column < 32; ++column) {
+        const BlockFacts facts = scene.At(column, 15);
+        EXPECT_NE(facts.verdict, Verdict::Motion) << column;
+        EXPECT_EQ(facts.verdict == Verdict::Dropped, facts.found == Verdict::Motion) << column;
+        EXPECT_FALSE(facts.suppressed);
+        dropped += facts.verdict == Verdict::Dropped ? 1 : 0;
+    }
+    EXPECT_GT(dropped, 2);
+    EXPECT_EQ(scene.At(5, 5).verdict, Verdict::Still);
 }
 
 TEST_F(BlockProbe, KnowsNothingOutsideTheGrid) {

@@ -47,10 +47,15 @@ protected:
     }
 };
 
-// Frames of a scan, each asked about a few places: within a box is motion, far from all boxes is none.
+// Frames of a plain scan, each asked about a few places: within a box is motion, far from all boxes is none.
 TEST_F(ExplainTest, AgreesWithTheLinesOfFrames) {
     const std::string clip = RawClip(small);
-    const Outcome scan = Mdscan({"--frames", "--block", "4", clip});
+    Words plain = {"--condition", "none", "--block", "4"};
+    const auto with = [&plain](Words words) {
+        words.insert(words.end(), plain.begin(), plain.end());
+        return words;
+    };
+    const Outcome scan = Mdscan(with({"--frames", clip}));
     int inside = 0, outside = 0;
     for (std::size_t i = 0; i < scan.lines.size(); i += 9) {
         const json& frame = scan.lines[i];
@@ -60,7 +65,7 @@ TEST_F(ExplainTest, AgreesWithTheLinesOfFrames) {
         const json object = frame["objects"].empty() ? json() : frame["objects"][0];
         const int x = object.is_null() ? 40 : object["x"].get<int>() + object["w"].get<int>() / 2;
         const std::string time = frame["time"].dump();
-        const json answer = Explain({"--at", time, "--pixel", std::to_string(x) + ",30", "--block", "4"}, clip);
+        const json answer = Explain(with({"--at", time, "--pixel", std::to_string(x) + ",30"}), clip);
         EXPECT_EQ(answer["frame"], frame["frame"]) << "the time that is printed names the very picture";
         EXPECT_EQ(answer["time"], frame["time"]);
         EXPECT_EQ(answer["blocks"], frame["blocks"]);
@@ -69,15 +74,45 @@ TEST_F(ExplainTest, AgreesWithTheLinesOfFrames) {
             EXPECT_EQ(answer["object"], object);
             ++inside;
         }
-        EXPECT_EQ(Explain({"--at", time, "--block", "3,1", "--block", "4"}, clip)["verdict"], "still");
+        EXPECT_EQ(Explain(with({"--at", time, "--block", "3,1"}), clip)["verdict"], "still");
         ++outside;
     }
     EXPECT_GE(inside, 2);
     EXPECT_GE(outside, 3);
 }
 
+// What is conditioned is told as the scan tells it, with what the detector says.
+TEST_F(ExplainTest, AgreesWithAConditionedScan) {
+    const std::string clip = RawClip(small);
+    const Outcome scan = Mdscan({"--frames", clip});
+    int inside = 0;
+    for (std::size_t i = 0; i < scan.lines.size(); i += 5) {
+        const json& frame = scan.lines[i];
+        if (frame["type"] != "frame" || frame["objects"].empty()) {
+            continue;
+        }
+        const json& object = frame["objects"][0];
+        const std::string x = std::to_string(object["x"].get<int>() + object["w"].get<int>() / 2);
+        const json answer = Explain({"--at", frame["time"].dump(), "--pixel", x + ",30"}, clip);
+        EXPECT_EQ(answer["verdict"], "motion") << answer;
+        EXPECT_EQ(answer["object"], object);
+        EXPECT_EQ(answer["blocks"], frame["blocks"]);
+        EXPECT_TRUE(answer.contains("detector"));
+        ++inside;
+    }
+    EXPECT_GE(inside, 3);
+    const json first = Explain({"--at", "0", "--pixel", "40,30"}, clip);
+    EXPECT_EQ(first["verdict"], "still") << "the background of a file is known from the first picture on";
+    EXPECT_EQ(first["background"]["known"], true);
+    EXPECT_EQ(first["suppressed"], false);
+}
+
 TEST_F(ExplainTest, NamesEachReason) {
     const std::string clip = RawClip(small);
+    const auto Explain = [this](Words words, const std::string& video) {
+        words.insert(words.end(), {"--condition", "none"});
+        return ExplainTest::Explain(words, video);
+    };
     Write("zones.json", R"({"zones": [
         {"name": "right", "polygon": [[0.4, 0], [1, 0], [1, 1], [0.4, 1]]},
         {"name": "hole", "exclude": true, "polygon": [[0.6, 0], [0.7, 0], [0.7, 1], [0.6, 1]]}]})");
@@ -97,7 +132,7 @@ TEST_F(ExplainTest, NamesEachReason) {
     EXPECT_EQ(answer["foreground"], true);
     EXPECT_GT(answer["current"]["y"].get<int>() - answer["reference"]["y"].get<int>(), answer["noise"]);
     EXPECT_EQ(answer["event"]["event"], 1);
-    const Outcome scan = Mdscan({clip});
+    const Outcome scan = Mdscan({"--condition", "none", clip});
     EXPECT_EQ(answer["event"]["start"], scan.lines.at(0)["start"]);
     EXPECT_EQ(answer["event"]["end"], scan.lines.at(0)["end"]);
 
@@ -123,7 +158,7 @@ TEST_F(ExplainTest, NamesEachReason) {
 
 TEST_F(ExplainTest, SaysItInWords) {
     const std::string clip = RawClip(small);
-    const Said said = MdscanSaying({"explain", clip, "--at", "11.05", "--block", "40,30"});
+    const Said said = MdscanSaying({"explain", clip, "--condition", "none", "--at", "11.05", "--block", "40,30"});
     EXPECT_EQ(said.code, 0) << said.err;
     EXPECT_EQ(
         said.out.rfind(
@@ -137,6 +172,8 @@ TEST_F(ExplainTest, SaysItInWords) {
     }
     const Said still = MdscanSaying({"explain", clip, "--at", "13.9", "--block", "40,30"});
     EXPECT_NE(still.out.find("\nNo motion: "), std::string::npos) << still.out;
+    EXPECT_NE(still.out.find("\n  shown       "), std::string::npos) << still.out;
+    EXPECT_EQ(said.out.find("\n  shown       "), std::string::npos) << "nothing is conditioned";
 }
 
 TEST_F(ExplainTest, AWrongQuestionIsAnsweredInOneLine) {
@@ -144,7 +181,8 @@ TEST_F(ExplainTest, AWrongQuestionIsAnsweredInOneLine) {
     EXPECT_NE(
         Refusal({"--at", "3", "--block", "1,1"}, clip).find("--at must lie within the video, from 0 to 3.000 s, not 3.000"),
         std::string::npos);
-    EXPECT_NE(Refusal({"--at", "1", "--block", "160,1"}, clip).find("--block must lie within the grid, from 0,0 to 159,119"),
+    EXPECT_NE(Refusal({"--at", "1", "--condition", "none", "--block", "160,1"}, clip)
+                  .find("--block must lie within the grid, from 0,0 to 159,119"),
               std::string::npos);
     EXPECT_NE(
         Refusal({"--at", "1", "--pixel", "1,120"}, clip).find("--pixel must lie within the picture, from 0,0 to 159,119"),
@@ -170,7 +208,7 @@ TEST_F(ExplainTest, AWrongQuestionIsAnsweredInOneLine) {
 TEST_F(ExplainTest, ADamagedVideoIsExplainedAsFarAsItGoes) {
     const std::string clip = RawClip(small);
     std::filesystem::resize_file(clip, std::filesystem::file_size(clip) - 100'000);
-    const Said said = MdscanSaying({"explain", clip, "--at", "11", "--block", "40,30"});
+    const Said said = MdscanSaying({"explain", clip, "--condition", "none", "--at", "11", "--block", "40,30"});
     EXPECT_NE(said.out.find("\nMotion: "), std::string::npos) << said.out;
     EXPECT_NE(Refusal({"--at", "13.9", "--block", "1,1"}, clip).find("; damaged near"), std::string::npos);
 }
