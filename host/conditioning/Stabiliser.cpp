@@ -57,7 +57,7 @@ Stabiliser::Profile::Profile(int size)
 
 int Stabiliser::Profile::Shift16() const {
     if (elements + 1 < shortestSide) return 0;
-    const std::size_t count = elements - 2 * radius;
+    const std::size_t count = elements - std::size_t{2} * radius;
     std::array<std::uint32_t, 2 * radius + 1> error;
     for (std::size_t shift = 0; shift < error.size(); ++shift)
         error[shift] = Kernels::ProfileError(rounded.data() + radius, current.data() + shift, count);
