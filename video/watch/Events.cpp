@@ -69,7 +69,6 @@ void EventLog::Extend(const Findings& frame, int blocks) {
 void EventLog::Discard(Ticks from) {
     if (_running && _running->start >= from) {
         _running.reset();
-        ++_dropped;
     }
 }
 

@@ -60,7 +60,8 @@ public:
     // From where to where the running event reaches so far, rolls included; absent: none is running.
     std::optional<Span> Running() const;
 
-    // From then on, what moved was something else: forgets the running event where it began no earlier.
+    // From then on, what moved was something else: forgets the running event where it began no earlier,
+    // and counts it nowhere.
     void Discard(Ticks from);
 
     // Ends the running event: the stream is over, or its picture has changed beyond comparison.
