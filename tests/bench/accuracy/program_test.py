@@ -45,7 +45,7 @@ def main():
         folders = [pathlib.Path(top) / name for name in ("one", 'a "quoted" one')]
         for folder in folders:
             sequence(folder)
-        done = run("--json", *folders)
+        done = run("--json", "--condition", "none", "--share", "0.25", *folders)
         assert (done.returncode, done.stderr) == (0, ""), done
         result = json.loads(done.stdout)
         assert set(result) == {"sequences", "mean"}, result
