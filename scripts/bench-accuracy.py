@@ -25,20 +25,25 @@ BUILD = ROOT / "build" / PRESET
 KEPT = ROOT / "build/bench-accuracy"
 
 # What is tried beside the defaults, one at a time.
-SETTINGS = {"": [], "--rate 3": ["--rate", "3"], "--rate 12.5": ["--rate", "12.5"], "--rate 25": ["--rate", "25"],
-            "--block 3": ["--block", "3"], "--block 4": ["--block", "4"], "--block 8": ["--block", "8"],
-            "--shadows": ["--shadows"],
-            "--min-size 0.015": ["--min-size", "0.015"], "--min-size 0.06": ["--min-size", "0.06"],
-            "--block 3 --shadows": ["--block", "3", "--shadows"], "half of a block covered": ["--share", "0.5"]}
+SETTINGS = {"": []}
+SETTINGS.update({words: words.split() for words in (
+    "--condition none", "--sensitivity low", "--sensitivity high", "--stabilise on", "--stabilise off", "--rate 3",
+    "--rate 12.5", "--rate 25", "--block 2", "--block 4", "--block 5", "--block 8", "--min-size 0.015", "--min-size 0.02",
+    "--min-size 0.04", "--min-size 0.06")})
+SETTINGS.update({"a quarter of a block covered": ["--share", "0.25"],
+                 "`--condition none`, a quarter of a block covered": ["--condition", "none", "--share", "0.25"]})
 
 # Nothing moves in these but leaves, water and what is wrong with camera or light: 80 s, wrong from 20 s on.
 SCENE = ["--empty", "--size", "320x240", "--fps", "12.5", "--frames", "1000"]
 STILL = {"noise alone": ["--wind", "0"], "leaves in a light breeze": ["--wind", "1", "--foliage", "0.3"],
-         "leaves in wind": ["--wind", "4", "--foliage", "0.3"], "water": ["--wind", "1", "--water", "0.3"]}
+         "leaves in wind 3": ["--wind", "3", "--foliage", "0.4"], "leaves in wind 4": ["--wind", "4", "--foliage", "0.3"],
+         "leaves in wind 6": ["--wind", "6", "--foliage", "0.4"], "water in wind 3": ["--wind", "3", "--water", "0.4"]}
 KINDS = ["light", "ramp", "infrared", "exposure", "banding", "headlights", "shake", "moved", "rain", "snow", "insects",
          "web", "covered", "frozen"]
 STILL.update({kind: ["--wind", "0", "--disturbance", f"{kind}@20"] for kind in KINDS})
-STILL_SETTINGS = {"defaults": [], "--shadows": ["--shadows"], "--min-size 0.06": ["--min-size", "0.06"]}
+STILL_SETTINGS = {"defaults": [], "`--condition none`": ["--condition", "none"],
+                  "`--sensitivity low`": ["--sensitivity", "low"], "`--sensitivity high`": ["--sensitivity", "high"]}
+VIDEO_SETTINGS = dict(list(STILL_SETTINGS.items())[:2])
 
 
 def say(text):
@@ -107,6 +112,17 @@ def measure_still():
     keep("still.jsonl", lines)
 
 
+def measure_videos(folder):
+    """Somebody's videos in which nothing moves."""
+    lines = []
+    videos = sorted(folder.glob("*.mp4")) if folder else []
+    for setting, options in VIDEO_SETTINGS.items():
+        say(f"judging {len(videos)} videos in which nothing moves: {setting}")
+        found = accuracy(*options, "--still", *videos)[0]["still"] if videos else {}
+        lines += [{"scene": name.removesuffix(".mp4"), "setting": setting, **one} for name, one in found.items()]
+    keep("videos.jsonl", lines)
+
+
 def table(head, rows):
     lines = ["| " + " | ".join(head) + " |", "|" + "|".join(["---"] + ["---:"] * (len(head) - 1)) + "|"]
     return "\n".join(lines + ["| " + " | ".join(row) + " |" for row in rows]) + "\n"
@@ -167,12 +183,14 @@ def setting_table(lines):
                    f"{line['mean']['recall']:.2f}", percent(line["mean"]["missed"])] for line in lines])
 
 
-def still_table(lines):
+def still_table(lines, settings):
     rows = []
     for scene in dict.fromkeys(line["scene"] for line in lines):
         these = {line["setting"]: line for line in lines if line["scene"] == scene}
-        rows.append([scene, *(f"{these[name]['seconds']:.0f} ({these[name]['events']})" for name in STILL_SETTINGS)])
-    return table(["nothing moves, but", *STILL_SETTINGS], rows)
+        rows.append([scene, *(f"{one['seconds']:.1f}; {one['told']:.1f} ({one['events']})"
+                              for one in (these[name] for name in settings)), ", ".join(these["defaults"]["conditions"])])
+    return table(["nothing moves, but", *settings, "told by the defaults"], rows)
+
 
 
 def failures(subjects, settings, still):
@@ -183,10 +201,11 @@ def failures(subjects, settings, still):
     side = "more is marked than moves" if one["precision"] < one["recall"] else "more moves than is marked"
     lines = [f"- The worst sequence is {worst}: F {one['f']:.2f}, precision {one['precision']:.2f}, recall "
              f"{one['recall']:.2f}; {side}. Of its pictures with motion, {percent(one['missed'])} pass without a find."]
-    alarms = [line for line in still if line["setting"] == "defaults" and line["seconds"] > 0]
-    alarms.sort(key=lambda line: -line["seconds"])
-    lines += ["- Of the rendered scenes in which nothing moves, the defaults raise an alarm in "
-              + (", ".join(f"{line['scene']} ({line['seconds']:.0f} s)" for line in alarms) or "none") + "."]
+    alarms = [line for line in still if line["setting"] == "defaults" and line["told"] > 0]
+    alarms.sort(key=lambda line: -line["told"])
+    lines += ["- Of the rendered scenes in which nothing moves, the defaults tell events in "
+              + (", ".join(f"{line['scene']} ({line['told']:.0f} of {line['length']:.0f} s)" for line in alarms)
+                 or "none") + "."]
     better = [peer for peer in best_peers(subjects) if peer["settled"]["f"] > subjects[0]["settled"]["f"]]
     if better:
         lines += ["- Ahead of the defaults once they have settled: " +
@@ -197,6 +216,9 @@ def failures(subjects, settings, still):
     lines += ["- Settings that help on these sequences: "
               + (", ".join(f"{named(line['setting'])} ({line['mean']['f']:.3f})" for line in helps) or "none that was tried")
               + f"; the defaults reach {settings[0]['mean']['f']:.3f}."]
+    false = [f"{percent(one['false'])} of {one['still']} in {name}" for name, one in mdscan.items() if one["false"]]
+    lines += ["- Of the pictures without motion, something is found in " + (", ".join(false) or "none")
+              + "."]
     return "\n".join(lines) + "\n"
 
 
@@ -212,7 +234,7 @@ RULES = """How right is what `mdscan` finds, with its defaults, and where does i
     ({sequences}) say where something moves; `coreMD_accuracy` shows them to the scanner's own watcher, 25 pictures a
     second, and scores blocks of 8×8 pixels, whatever the blocks of analysis are. A block is unknown where fewer than
     half of its pixels are known, moving where at least a quarter of the known ones move, else still; shadows are
-    still. A mask finds a block where it covers a quarter of it. Only analysed pictures count. *Missed*: pictures with
+    still. A mask finds a block where it covers half of it. Only analysed pictures count. *Missed*: pictures with
     motion in which nothing was found; *false*: pictures without motion in which something was. In the mean every
     sequence weighs the same. These are few sequences: what holds on them need not hold on yours."""
 COLUMNS = """Events are those of the left, the middle and the right third, each as if it were a picture of its own:
@@ -226,7 +248,11 @@ PEERS = """OpenCV's background subtractors, one thread, with their own defaults,
     is scored from its first picture on weighs heavily: *F, settled* leaves out the first 100 pictures of every
     sequence, or the first third of a shorter one. The best of each, by that, of all rates and shares covered:"""
 SCENES = """Rendered with `mdscene {scene}`: 80 s, of which 20 pass before anything is wrong; leaves and water move
-    from the beginning. Seconds in alarm, in brackets events:"""
+    from the beginning. Seconds of pictures in which something is found; then seconds of the events that are told, in
+    brackets how many: what a disturbance voids is none. Last, what `mdscan` calls the disturbance."""
+VIDEOS = """Likewise, the empty scenes of the labelled sequences with simulated noise, 100 s each, of which 20 pass before
+    a simulated disturbance begins: a step or a ramp of light, exposure that hunts, banding, a switch to infrared, a
+    camera that shakes, is moved or covered, rain, a low bit rate."""
 LAYOUT = """A folder holds numbered pictures in `input/`, label pictures of the same numbers in `groundtruth/` (255
     moving, 50 shadow, 0 still, 85 outside, 170 unknown), and perhaps the first and the last number to score in
     `temporalROI.txt`. [bench/README.md](../bench/README.md) says more."""
@@ -238,7 +264,7 @@ build/release/coreMD_accuracy --help
 """
 
 
-def text(subjects, settings, still):
+def text(subjects, settings, still, videos):
     model = next((line.split(":")[1].strip() for line in open("/proc/cpuinfo") if line.startswith("model name")), "unknown")
     machine = f"{model}, {os.cpu_count()} processors, {platform.system()}, build `{PRESET}`"
     drawn = dict.fromkeys(line["subject"] for line in subjects if "," not in line["subject"])
@@ -255,14 +281,17 @@ def text(subjects, settings, still):
     else:
         parts += ["Not measured: OpenCV with bgsegm was not found.\n"]
     parts += ["## Settings\n", "One change at a time:\n", setting_table(settings), "## Scenes in which nothing moves\n",
-              prose(SCENES.format(scene=" ".join(SCENE))), still_table(still),
-              "## How to measure\n", COMMANDS, prose(LAYOUT)]
+              prose(SCENES.format(scene=" ".join(SCENE))), still_table(still, STILL_SETTINGS)]
+    if videos:
+        parts += [prose(VIDEOS), still_table(videos, VIDEO_SETTINGS)]
+    parts += ["## How to measure\n", COMMANDS, prose(LAYOUT)]
     return "\n".join(parts)
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n", maxsplit=1)[0])
     parser.add_argument("--footage", type=pathlib.Path, help="folder of videos; its labelled/ holds labelled sequences")
+    parser.add_argument("--scenes", type=pathlib.Path, help="folder of MP4 videos in which nothing moves")
     parser.add_argument("--print", action="store_true", help="print only, write nothing")
     parser.add_argument("--reuse", action="store_true", help="take the figures of the last run")
     parser.add_argument("folders", nargs="*", type=pathlib.Path, metavar="FOLDER", help="a labelled sequence")
@@ -277,7 +306,9 @@ def main():
         measure_subjects(folders)
         measure_settings(folders)
         measure_still()
-    result = text(kept("subjects.jsonl"), kept("settings.jsonl"), kept("still.jsonl"))
+        measure_videos(arguments.scenes)
+    result = text(kept("subjects.jsonl"), kept("settings.jsonl"), kept("still.jsonl"),
+                  kept("videos.jsonl"))
     if arguments.print:
         print(result)
         return
