@@ -194,14 +194,17 @@ JobResult Job::Run() {
         try {
             step();
         } catch (const Video::Failure& failure) {
-            result = result.health == Health::Whole ? ResultOf(failure, Health::Damaged) : result;
+            const Health health = _analysed > 0 ? Health::Damaged : Health::Unreadable;
+            result = result.health == Health::Whole ? ResultOf(failure, health) : result;
         }
     };
     attempt([&] { Scan(); });
     attempt([&] { JudgeOpening(); });               // it was over before
     attempt([&] { TellGap(_decoder.TakeGap()); });  // the source is gone
     attempt([&] { TellEvent(_events.Close()); });   // what was found before a failure counts
-    attempt([&] { TellLastConditions(); });
+    if (result.health != Health::Unreadable) {
+        attempt([&] { TellLastConditions(); });
+    }
     attempt([&] { TellGround(); });
     if (result.health == Health::Whole) {
         attempt([&] { CompleteFiles(); });  // those of a damaged video are complete as far as it goes
@@ -261,6 +264,8 @@ void Job::Analyse(const AVFrame& frame, Video::Ticks time) {
 void Job::Begin(const Host::PictureFormat& format) {
     JudgeOpening();
     TellEvent(_events.Close());
+    _conditions.Close();  // who looks at the new ones never saw them begin
+    TellConditions();
     _heat.Add(_watcher ? _watcher->Heat() : Video::HeatMap{});
     const bool isFirst = !_watcher;
     const Video::PictureGrid grid = Video::GridOf(format.width, format.height, _settings.blockSize, _rules.conditioning);
@@ -388,7 +393,7 @@ void Job::TellPicture() {
 }
 
 void Job::TellGround() {
-    if (_rules.heat && _watcher) {
+    if (_rules.heat && _analysed > 0) {
         _heat.Add(_watcher->Heat());
         _listener.OnScanPicture(GroundPicture{_heat, _watcher->Background()});
     }
@@ -412,7 +417,7 @@ void Job::CompleteFiles() {
     if (_overlay) {
         _overlay->Finish();
     }
-    if (_background && _watcher) {
+    if (_background && _analysed > 0) {
         const Video::PictureGrid& grid = _watcher->Grid();
         Video::WritePng(Video::Enlarged(_watcher->Background(), grid.blockSize, grid.pictureWidth, grid.pictureHeight),
                         *_background);
