@@ -158,8 +158,8 @@ TEST_F(ScanMemory, OneThatDoesNotFitRefusesItsInputAndNoOther) {
         EXPECT_EQ(run.lines[1]["file"], In("yard/1.y4m"));
         ExpectTheSquare(run.lines[1], scene);
         EXPECT_EQ(run.lines[2]["status"], "complete");
-        EXPECT_NE(run.err.find("gate/2.y4m: " + (damaged ? memory + ": the memory is cut off"
-                                                         : memory + ": the memory is for a grid of ")),
+        EXPECT_NE(run.err.find("gate/2.y4m: " +
+                               (damaged ? memory + ": the memory is cut off" : memory + ": the memory is for a grid of ")),
                   std::string::npos)
             << run.err;
         std::ifstream after(memory, std::ios::binary);
@@ -202,8 +202,9 @@ TEST_F(ScanMemory, WithoutItResultsDependOnNoOtherInput) {
             alone.push_back(line);
         }
     }
-    one.lines.erase(std::remove_if(one.lines.begin(), one.lines.end(), [](const json& line) { return line["type"] == "file"; }),
-                    one.lines.end());  // of several inputs only
+    one.lines.erase(
+        std::remove_if(one.lines.begin(), one.lines.end(), [](const json& line) { return line["type"] == "file"; }),
+        one.lines.end());  // of several inputs only
     EXPECT_TRUE(one.lines == alone);
     EXPECT_TRUE(std::any_of(alone.begin(), alone.end(), [](const json& line) { return line["type"] == "event"; }));
 }
