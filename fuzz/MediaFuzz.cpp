@@ -25,7 +25,11 @@ extern "C" {
 #include "video/media/PacketSource.h"
 #include "video/media/PlainPicture.h"
 #include "video/time/Cadence.h"
+#include "video/watch/ConditionLog.h"
+#include "video/watch/Conditioning.h"
 #include "video/watch/Events.h"
+#include "video/watch/KeptBackground.h"
+#include "video/watch/Opening.h"
 #include "video/watch/Watcher.h"
 
 namespace {
@@ -68,10 +72,20 @@ void ClaimComesBack(const Scan::Record& record) noexcept {
     FUZZ_CLAIM(Scan::LineOf(Scan::RecordOfLine(line)) == line);
 }
 
+// All of it, in a way that the input chooses: by its bytes, so that each seed has one of its own.
+Video::ConditioningRules ConditioningOf(const std::uint8_t* data, std::size_t size) {
+    unsigned sum = 0;
+    for (std::size_t i = 0; i < size; ++i) sum += data[i];
+    return {.on = true,
+            .stabilise = static_cast<Video::Stabilise>(sum % 3),
+            .sensitivity = static_cast<Video::Sensitivity>(sum / 3 % 3)};
+}
+
 class FuzzedScan {
 public:
-    explicit FuzzedScan(const std::string& path)
-        : _decoder(Video::OpenSource(path)),
+    FuzzedScan(const std::string& path, const Video::ConditioningRules& conditioning)
+        : _conditioning(conditioning),
+          _decoder(Video::OpenSource(path)),
           _cadence(0, _decoder.NominalInterval()),
           _events({.mergeGap = Video::oneSecond, .minDuration = 0, .longestGap = 10 * _cadence.Period()}) {
         FUZZ_CLAIM(_decoder.NominalInterval() >= 1);
@@ -101,19 +115,45 @@ private:
         const Host::PictureFormat& format = _picture.Format();
         if (!_watcher || !Matches(format)) {
             Report(_events.Close());
+            _conditions.Close();
             _layout = format.format;
             const Video::WatchRules rules{
                 .framesPerSecond = 1 / Video::ToSeconds(_decoder.NominalInterval()),
                 .shadows = format.width % 2 != 0,
                 .minSize = 0.03,
                 .zones = {{.name = "middle", .polygon = {{0.1, 0.1}, {0.9, 0.1}, {0.9, 0.9}, {0.1, 0.9}}},
-                          {.name = "corner", .exclude = true, .polygon = {{0.0, 0.0}, {0.3, 0.0}, {0.0, 0.3}}}}};
-            _watcher.emplace(format, Video::GridOf(format.width, format.height, 0), rules);
+                          {.name = "corner", .exclude = true, .polygon = {{0.0, 0.0}, {0.3, 0.0}, {0.0, 0.3}}}},
+                .conditioning = _conditioning};
+            _watcher.emplace(format, Video::GridOf(format.width, format.height, 0, _conditioning), rules);
         }
-        const Video::Findings findings = _watcher->Watch(_picture.View(), time);
+        const Video::BlockPicture blocks = _watcher->Reduce(_picture.View());
+        Remember(blocks, time);
+        const Video::Findings findings = _watcher->Judge(blocks, time);
+        Follow(time);
         for (const Video::MovingObject& object : findings.objects) ClaimInPicture(object.box);
         ClaimComesBack(Scan::RecordOf("", {_decoder.Numbers().At(time), _decoder.Numbers().IsExact(time)}, findings));
         Report(_events.Add(findings));
+    }
+
+    // Every fifth picture is what the scene looked like before: only then is it told from the first picture on.
+    void Remember(const Video::BlockPicture& blocks, Video::Ticks time) {
+        if (!_conditioning.on) return;
+        _kept.Add(blocks, _watcher->Grid(), time);
+        if (_shown++ % 5 != 0) return;
+        Video::Opening opening(_watcher->Grid());
+        FUZZ_CLAIM(opening.Takes(time));
+        opening.Add(blocks, time);
+        _watcher->Prime(opening.Planes());
+    }
+
+    void Follow(Video::Ticks time) {
+        if (!_conditioning.on) return;
+        _conditions.AddDarkness(_watcher->IsDark(), time);
+        if (const auto from = _conditions.Add(*_watcher->Disturbances(), time)) _events.Discard(*from);
+        for (const Video::Condition& condition : _conditions.Take()) {
+            FUZZ_CLAIM(condition.start <= condition.end);
+            ClaimComesBack(Scan::RecordOf("clip", condition, std::nullopt));
+        }
     }
 
     bool Matches(const Host::PictureFormat& format) const {
@@ -141,12 +181,16 @@ private:
         FUZZ_CLAIM(background.pixels.size() == static_cast<std::size_t>(3 * pixels));
     }
 
+    const Video::ConditioningRules _conditioning;
     Video::Decoder _decoder;
     Video::Cadence _cadence;
     Video::EventLog _events;
     Video::PlainPicture _picture;
     std::optional<Video::Watcher> _watcher;
     Host::PixelFormat _layout = {};
+    Video::ConditionLog _conditions;
+    Video::KeptBackground _kept;
+    int _shown = 0;
     int _told = 0;
 };
 
@@ -162,7 +206,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FUZZ_CLAIM(isPrepared);
     const MemoryFile file(data, size);
     try {
-        FuzzedScan(file.Path()).Run();
+        for (const Video::ConditioningRules& conditioning : {Video::ConditioningRules{}, ConditioningOf(data, size)}) {
+            FuzzedScan(file.Path(), conditioning).Run();
+        }
     } catch (const std::exception& failure) {  // as main says it: Failure, or no memory
         FUZZ_CLAIM(failure.what()[0] != '\0');
     }
