@@ -116,7 +116,7 @@ int ShowZones(const std::vector<std::string>& inputs, const ScanSettings& settin
         throw Video::Failure(Video::Concern::Input, input + ": no picture could be decoded");
     }
     const AVFrame& frame = decoder.Frame();
-    const Video::PictureGrid grid = Video::GridOf(frame.width, frame.height, settings.blockSize);
+    const Video::PictureGrid grid = Video::GridOf(frame.width, frame.height, settings.blockSize, ConditioningOf(settings));
     const std::vector<std::uint8_t> excluded = Video::ExcludedBlocks(settings.zones, grid);
     Video::BgrPicture picture = preview.empty() ? Video::BgrPicture{} : Coloured(frame);
     std::printf("%s\n", ScanLine(settings).c_str());

@@ -38,10 +38,10 @@ TEST_F(ZonePreview, ZonesShareOneListWhereverTheyComeFrom) {
     EXPECT_EQ(run.code, 0) << run.err;
     ASSERT_EQ(run.lines.size(), 5u);
     EXPECT_EQ(run.lines[0]["zone"], "left");
-    EXPECT_EQ(run.lines[0]["share"], 0.5);
+    EXPECT_EQ(run.lines[0]["share"], 0.495);
     EXPECT_EQ(run.lines[3]["exclude"], true);
     EXPECT_EQ(run.lines[4]["zone"], "zone 1");
-    EXPECT_EQ(run.lines[4]["share"], 0.5) << "without the hole";
+    EXPECT_EQ(run.lines[4]["share"], 0.495) << "without the hole";
 }
 
 TEST_F(ZonePreview, ThePictureShowsThem) {
