@@ -134,8 +134,8 @@ bool Disturbances::IsShaking(const PictureSigns& signs) {
 }
 
 // Many small objects in many ninths of the picture, hardly any where there was one in the picture before.
-Disturbances::RainSigns Disturbances::LookForRain(const std::uint16_t* labels) {
-    if (labels == nullptr || _columns < leastGrid || _rows < leastGrid) return {};
+bool Disturbances::IsRain(const std::uint16_t* labels) {
+    if (labels == nullptr || _columns < leastGrid || _rows < leastGrid) return false;
     std::fill(_objectSize.begin(), _objectSize.end(), 0u);
     std::array<bool, 9> isHit = {};
     std::size_t labelled = 0, again = 0;
@@ -158,7 +158,7 @@ Disturbances::RainSigns Disturbances::LookForRain(const std::uint16_t* labels) {
     const bool isScattered = std::count(isHit.begin(), isHit.end(), true) >= scatteredNinths;
     const bool looksLikeRain = objects >= leastDrops && isScattered && 3 * again < labelled && !isLarge;
     _raininess += ((looksLikeRain ? 256 : 0) - _raininess) / 8;
-    return {.isRain = _raininess >= 128, .isLarge = isLarge};
+    return _raininess >= 128;
 }
 
 // The picture is the reference from now on, whoever stands in it; it is soon corrected.

@@ -14,7 +14,6 @@ namespace {
 constexpr Ticks longestGap = 5 * ticksPerSecond;  // after it the pictures from before are too old to compare with
 constexpr Ticks learnInterval = ticksPerSecond / 2;
 constexpr Ticks longestSuppression = 10 * ticksPerSecond;  // after a disturbance began
-constexpr Ticks longestForLight = 3 * ticksPerSecond;      // exposure may hunt for hours, and somebody may pass meanwhile
 }  // namespace
 
 std::string_view NameOf(Disturbance kind) {
@@ -69,7 +68,6 @@ void Disturbances::Look(const PictureSigns& signs) {
     if (_isFirst || signs.time < _time || signs.time - _time > longestGap) Restart(signs);
 
     const Appearance state = AppearanceOf(signs.ycbcr);
-    const RainSigns rain = LookForRain(signs.labels);
     const bool isCovered = state.isCollapsed, hadInfrared = IsRunning(Disturbance::Infrared);
     Judge(Disturbance::Covered, isCovered, signs.time);
     Judge(Disturbance::Infrared, state.isOtherColour, signs.time);
@@ -79,8 +77,8 @@ void Disturbances::Look(const PictureSigns& signs) {
     Judge(Disturbance::Light, !isCovered && IsLight(luma), signs.time);
     Judge(Disturbance::Shaking, IsShaking(signs), signs.time);
     Judge(Disturbance::Frozen, !_isFirst && std::memcmp(_last.data(), signs.ycbcr, _last.size()) == 0, signs.time);
-    Judge(Disturbance::Rain, rain.isRain, signs.time);
-    DecideWhetherToSuppress(signs, rain.isLarge);
+    Judge(Disturbance::Rain, IsRain(signs.labels), signs.time);
+    DecideWhetherToSuppress(signs);
 
     if (Began(Disturbance::Moved) || Began(Disturbance::Infrared)) Adopt(signs.ycbcr);
     const bool mayLearn = !isCovered && !state.isOtherColour && signs.time - _learnTime >= learnInterval;
@@ -109,16 +107,13 @@ void Disturbances::Restart(const PictureSigns& signs) {
     _time = signs.time;
 }
 
-void Disturbances::DecideWhetherToSuppress(const PictureSigns& signs, bool isLarge) {
-    const auto isFresh = [&](Disturbance kind, Ticks longest) {
+void Disturbances::DecideWhetherToSuppress(const PictureSigns& signs) {
+    const auto isFresh = [&](Disturbance kind) {
         const DisturbanceSpell& spell = Of(kind).spell;
-        return spell.isRunning && signs.time - spell.begin < longest;
+        return spell.isRunning && signs.time - spell.begin < longestSuppression;
     };
     const bool shakes = IsRunning(Disturbance::Shaking) && !signs.isStabilised;
-    const bool rains = IsRunning(Disturbance::Rain) && !isLarge;
-    _suppresses = shakes || rains || isFresh(Disturbance::Light, longestForLight) ||
-                  isFresh(Disturbance::Infrared, longestSuppression) || isFresh(Disturbance::Moved, longestSuppression) ||
-                  isFresh(Disturbance::Covered, longestSuppression);
+    _suppresses = shakes || isFresh(Disturbance::Infrared) || isFresh(Disturbance::Moved) || isFresh(Disturbance::Covered);
 }
 
 }  // namespace Host

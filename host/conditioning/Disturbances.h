@@ -8,8 +8,8 @@
 //
 // It errs on the side of the event: a bus that fills half of the picture, somebody close to the lens and dense traffic are
 // not told as disturbances, at the price of some that are missed.  Events are never suppressed for longer than ten seconds
-// after a disturbance began, three for light, but for rain, where nothing large moves, and for shaking that nobody takes
-// out.
+// after a disturbance began, but for shaking that nobody takes out. Light and rain are told and suppress nothing: somebody
+// may have switched it on, or walk through it.
 #pragma once
 
 #include <array>
@@ -81,10 +81,6 @@ private:
         bool isSeen = false;
         Ticks since = 0, lastSeen = 0;
     };
-    struct RainSigns {
-        bool isRain = false;
-        bool isLarge = false;  // something too large for a drop moves
-    };
 
     // How a picture looks beside the reference.
     struct Appearance {
@@ -107,8 +103,8 @@ private:
     bool IsSteady(const std::uint8_t* luma) const;
     bool IsShaking(const PictureSigns& signs);
     bool IsLight(const std::uint8_t* luma) const;
-    RainSigns LookForRain(const std::uint16_t* labels);
-    void DecideWhetherToSuppress(const PictureSigns& signs, bool isLarge);
+    bool IsRain(const std::uint16_t* labels);
+    void DecideWhetherToSuppress(const PictureSigns& signs);
 
     const int _columns;
     const int _rows;
