@@ -22,8 +22,11 @@ constexpr Ticks shortestDarkness = 5 * oneSecond;
 // A camera that shakes has moved to and fro for as long before it is certain that it is no thing that does.
 constexpr Ticks unnoticedShaking = 2 * oneSecond;
 
-// Frozen pictures show no motion, and rain is told from what else moves: what was found there stands.
-bool VoidsMotion(Host::Disturbance kind) { return kind != Host::Disturbance::Frozen && kind != Host::Disturbance::Rain; }
+// What was found there was the disturbance. In changing light and in rain it need not have been, and the detector is helped.
+bool VoidsMotion(Host::Disturbance kind) {
+    return kind == Host::Disturbance::Infrared || kind == Host::Disturbance::Shaking || kind == Host::Disturbance::Moved ||
+           kind == Host::Disturbance::Covered;
+}
 
 }  // namespace
 

@@ -158,10 +158,8 @@ void Conditioner::OnPicture(const BlockPicture& picture, Ticks time, const Show&
     const auto visible = std::count_if(ycbcr, ycbcr + _blockCount, [&](int luma) { return luma > _black + darkLevels; });
     _isDark = static_cast<std::size_t>(visible) < _blockCount / darkShare;
     std::copy(ycbcr, ycbcr + 3 * _blockCount, _balanced.begin());
-    if (_balance.Balance(_balanced.data()) == Host::PictureState::Infrared && !_isNewScene) {
-        BeginNewScene();
-    }
-    _isAnswered = !IsBlind(time);
+    const bool isSwitching = _balance.Balance(_balanced.data()) == Host::PictureState::Infrared;
+    _isAnswered = !IsBlind(time) && (_isNewScene || !isSwitching);  // a red car may pass for a switch, for a second
     if (!_isAnswered) {
         return;
     }
@@ -216,7 +214,8 @@ void Conditioner::DropOthers(std::uint16_t* labels) const {
         labels, labels + _blockCount, [&](std::uint16_t label) { return _isOld[label] == 0; }, std::uint16_t{0});
 }
 
-// Where pictures cannot quite be moved back, edges flash up: an object counts where there was one in the picture before.
+// Edges flash up where pictures cannot quite be moved back, and drops everywhere: an object counts where there was one in
+// the picture before.
 void Conditioner::DropNew(std::uint16_t* labels) {
     std::fill(_isOld.begin(), _isOld.end(), std::uint8_t{0});
     for (std::size_t i = 0; i < _blockCount; ++i) {
@@ -237,7 +236,7 @@ void Conditioner::OnAnswer(std::uint16_t* labels, const std::uint8_t* states, Ti
                         .shiftY16 = _picture.shift.dy16,
                         .isStabilised = true,
                         .labels = _isAnswered && states ? EverySpot(labels, states) : nullptr});
-    if (_disturbances.Began(Host::Disturbance::Moved)) {
+    if (_disturbances.Began(Host::Disturbance::Moved) || _disturbances.Began(Host::Disturbance::Infrared)) {
         BeginNewScene();
     }
     if (_disturbances.Suppresses()) {
@@ -245,7 +244,7 @@ void Conditioner::OnAnswer(std::uint16_t* labels, const std::uint8_t* states, Ti
         _hold.EndHold();
     }
     std::transform(labels, labels + _blockCount, _isObject.begin(), [](int label) { return label != 0 ? 1 : 0; });
-    if (_disturbances.IsRunning(Host::Disturbance::Shaking)) {
+    if (_disturbances.IsRunning(Host::Disturbance::Shaking) || _disturbances.IsRunning(Host::Disturbance::Rain)) {
         DropNew(labels);
     }
     std::swap(_isObject, _wasObject);
