@@ -21,8 +21,8 @@ using File = std::unique_ptr<std::FILE, decltype([](std::FILE* file) { std::fclo
 // False: errno says why.
 bool WriteWhole(const std::string& path, std::span<const std::uint8_t> bytes) {
     File file(std::fopen(path.c_str(), "wb"));
-    return file && std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size() && std::fflush(file.get()) == 0 &&
-           fsync(fileno(file.get())) == 0 && std::fclose(file.release()) == 0;
+    return file && (bytes.empty() || std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size()) &&
+           std::fflush(file.get()) == 0 && fsync(fileno(file.get())) == 0 && std::fclose(file.release()) == 0;
 }
 
 // So that the new name survives a power cut, too. Some file systems cannot; the file is whole all the same.
