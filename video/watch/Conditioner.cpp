@@ -25,6 +25,9 @@ constexpr Ticks timeDivisor = 2;
 // What stopped is told for so long after it moved last.
 constexpr Ticks longestHold = 30 * oneSecond;
 
+// For so long it is motion: who has left a place where he stood leaves what he hid behind, which looks like him.
+constexpr Ticks longestMotion = oneSecond / 2;
+
 // Of an object's blocks, confirmed by the gate: of a new one, and of one that goes on from the picture before. What stands
 // still for long is taken for background by the gate, too, but not from one picture to the next.
 constexpr int confirmedNew = 60;
@@ -54,6 +57,7 @@ Conditioner::Conditioner(const PictureGrid& grid, Host::ColourRange range, const
       _dimming(DimmingOf(rules.sensitivity)),
       _balanced(3 * _blockCount),
       _dimmed(3 * _blockCount),
+      _withStopped(_blockCount),
       _spots(_blockCount),
       _isObject(_blockCount),
       _wasObject(_blockCount),
@@ -62,6 +66,7 @@ Conditioner::Conditioner(const PictureGrid& grid, Host::ColourRange range, const
       _balance(grid.columns, grid.rows, range),
       _gate(grid.columns, grid.rows),
       _hold(grid.columns, grid.rows, longestHold),
+      _motion(grid.columns, grid.rows, longestMotion),
       _holes(grid.columns, grid.rows),
       _disturbances(grid.columns, grid.rows),
       _newScene(grid.columns, grid.rows, newScenePictures) {}
@@ -81,6 +86,7 @@ void Conditioner::Prime(const std::vector<std::uint8_t>& background, const Show&
     const auto showDimmed = [&](const std::uint8_t* ycbcr, Ticks stamp) { show(Dimmed(ycbcr), stamp); };
     _offset = Host::ShowBackground(_learned.data(), 0, showDimmed);  // a detector that has seen others starts afresh
     _hold.EndHold();
+    _motion.EndHold();
     _isPrimed = true;
     _first.reset();
 }
@@ -144,6 +150,7 @@ void Conditioner::BeginHold(Ticks time) {
     if (_isPrimed) {
         std::fill(_spots.begin(), _spots.end(), std::uint16_t{0});
         _hold.Hold(_learned.data(), time - 1, _spots.data());
+        _motion.Hold(_learned.data(), time - 1, _spots.data());
     }
 }
 
@@ -242,6 +249,7 @@ void Conditioner::OnAnswer(std::uint16_t* labels, const std::uint8_t* states, Ti
     if (_disturbances.Suppresses()) {
         std::fill(labels, labels + _blockCount, std::uint16_t{0});
         _hold.EndHold();
+        _motion.EndHold();
     }
     std::transform(labels, labels + _blockCount, _isObject.begin(), [](int label) { return label != 0 ? 1 : 0; });
     if (_disturbances.IsRunning(Host::Disturbance::Shaking) || _disturbances.IsRunning(Host::Disturbance::Rain)) {
@@ -251,6 +259,8 @@ void Conditioner::OnAnswer(std::uint16_t* labels, const std::uint8_t* states, Ti
     _hold.Hold(_balanced.data(), time, labels);
     _holes.Fill(labels);
     Confirm(labels);
+    std::copy(labels, labels + _blockCount, _withStopped.begin());
+    _motion.Hold(_balanced.data(), time, labels);
 }
 
 void Conditioner::Brighten(BgrPicture& dimmed, const std::vector<std::int32_t>& isKnown) const {

@@ -47,6 +47,9 @@ public:
     // states: [block] coremd::BlockState; null: there is no answer yet.
     void OnAnswer(std::uint16_t* labels, const std::uint8_t* states, Ticks time);
 
+    // [block] The newest label map, with objects that stopped longer ago than is told as motion.
+    const std::uint16_t* WithStopped() const { return _withStopped.data(); }
+
     // Undoes the dimming in a picture of one pixel per block that the detector drew, for people to look at.
     void Brighten(BgrPicture& dimmed, const std::vector<std::int32_t>& isKnown) const;
 
@@ -70,20 +73,22 @@ private:
     bool IsBlind(Ticks time);
 
     const std::size_t _blockCount;
-    const int _black;                      // luma
-    const int _dimming;                    // tenths of the luma that the detector gets to see
-    BlockPicture _picture = {};            // the newest one
-    std::vector<std::uint8_t> _balanced;   // 3 * [block]
-    std::vector<std::uint8_t> _dimmed;     // 3 * [block]
-    std::vector<std::uint8_t> _learned;    // 3 * [block] the background that the detector was shown, balanced
-    std::vector<std::uint16_t> _spots;     // [block] scratch
-    std::vector<std::uint8_t> _isObject;   // [block] {0,1}
-    std::vector<std::uint8_t> _wasObject;  // [block] {0,1}; in the picture before
-    std::vector<std::uint8_t> _wasTold;    // [block] {0,1}; in the picture before
-    std::vector<std::uint8_t> _isOld;      // [label] {0,1}; goes on from an object of the picture before
+    const int _black;                         // luma
+    const int _dimming;                       // tenths of the luma that the detector gets to see
+    BlockPicture _picture = {};               // the newest one
+    std::vector<std::uint8_t> _balanced;      // 3 * [block]
+    std::vector<std::uint8_t> _dimmed;        // 3 * [block]
+    std::vector<std::uint8_t> _learned;       // 3 * [block] the background that the detector was shown, balanced
+    std::vector<std::uint16_t> _withStopped;  // [block] label map
+    std::vector<std::uint16_t> _spots;        // [block] scratch
+    std::vector<std::uint8_t> _isObject;      // [block] {0,1}
+    std::vector<std::uint8_t> _wasObject;     // [block] {0,1}; in the picture before
+    std::vector<std::uint8_t> _wasTold;       // [block] {0,1}; in the picture before
+    std::vector<std::uint8_t> _isOld;         // [label] {0,1}; goes on from an object of the picture before
     Host::BrightnessBalance _balance;
     Host::MotionGate _gate;
     Host::ObjectHold _hold;
+    Host::ObjectHold _motion;
     Host::HoleFill _holes;
     Host::Disturbances _disturbances;
     Host::QuickStart _quick;

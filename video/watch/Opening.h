@@ -16,7 +16,7 @@ namespace Video {
 
 class Opening {
 public:
-    static constexpr Ticks length = 16 * oneSecond;
+    static constexpr Ticks length = 6 * oneSecond;
     static constexpr int mostPictures = 100;
 
     explicit Opening(const PictureGrid& grid);

@@ -277,7 +277,7 @@ std::vector<BlockMark> Watcher::Marks() {
     }
     if (_conditioner) {
         for (std::size_t i = 0; i < marks.size(); ++i) {
-            marks[i] = _labels[i] != 0 ? BlockMark::Object : marks[i];
+            marks[i] = _isWatched[i] != 0 && _conditioner->WithStopped()[i] != 0 ? BlockMark::Object : marks[i];
         }
         return marks;
     }
