@@ -68,7 +68,7 @@ private:
         }
         const std::unique_ptr<Video::Opening> opening = std::move(_opening);
         if (opening->Pictures() > 0) {
-            _watcher->Prime(opening->Planes());
+            _watcher->Prime(opening->Planes(), {}, opening->BackgroundPictures());
         }
         for (int i = 0; i < opening->Pictures(); ++i) {
             Judge(opening->Picture(i), opening->TimeOf(i));

@@ -1,6 +1,7 @@
 // How are the first seconds kept?
 #include "video/watch/Opening.h"
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <string>
@@ -28,6 +29,11 @@ void Opening::Add(const BlockPicture& picture, Ticks time) {
     _planes.Add(picture.ycbcr);
     _times.push_back(time);
     _shifts.push_back(picture.shift);
+}
+
+int Opening::BackgroundPictures() const {
+    const auto isEarly = [&](Ticks time) { return time - _times.front() < background; };
+    return static_cast<int>(std::count_if(_times.begin(), _times.end(), isEarly));
 }
 
 BlockPicture Opening::Picture(int index) const { return {_planes.Picture(index), _shifts[static_cast<std::size_t>(index)]}; }

@@ -16,7 +16,8 @@ namespace Video {
 
 class Opening {
 public:
-    static constexpr Ticks length = 6 * oneSecond;
+    static constexpr Ticks length = 16 * oneSecond;
+    static constexpr Ticks background = 6 * oneSecond;  // who stands still in most of all would be background
     static constexpr int mostPictures = 100;
 
     explicit Opening(const PictureGrid& grid);
@@ -30,6 +31,7 @@ public:
     // Empty where there was no picture.
     int Pictures() const { return _planes.Pictures(); }
     const Host::Priming& Planes() const { return _planes; }
+    int BackgroundPictures() const;  // the first so many say what the background is; all, where it is restless
     BlockPicture Picture(int index) const;
     Ticks TimeOf(int index) const { return _times[static_cast<std::size_t>(index)]; }
 

@@ -152,11 +152,17 @@ void Watcher::CountBlocks(const coremd::Object& object) {
     }
 }
 
-void Watcher::Prime(const Host::Priming& firstSeconds, const std::optional<std::vector<std::uint8_t>>& remembered) {
+void Watcher::Prime(const Host::Priming& firstSeconds, const std::optional<std::vector<std::uint8_t>>& remembered,
+                    int backgroundPictures) {
     std::vector<std::uint8_t> background = remembered.value_or(std::vector<std::uint8_t>());
     if (!remembered) {
         background.resize(3 * _isWatched.size());
-        firstSeconds.MostFrequent(picturesAhead, background.data());
+        const int pictures = backgroundPictures > 0 ? backgroundPictures : firstSeconds.Pictures();
+        Host::Priming early(_grid.columns, _grid.rows, pictures);
+        for (int i = 0; i < pictures; ++i) {
+            early.Add(firstSeconds.Picture(i));
+        }
+        early.MostFrequent(picturesAhead, background.data());
     }
     Prime(background);
     _conditioner->LearnRestlessness(firstSeconds);

@@ -57,7 +57,9 @@ public:
     // as fast as it can. Preconditions: there is a picture, and the watcher conditions.
     // remembered: 3 * [block] what the camera looked like before, which then counts; of the first seconds only what is
     // restless.
-    void Prime(const Host::Priming& firstSeconds, const std::optional<std::vector<std::uint8_t>>& remembered = {});
+    // backgroundPictures: of the first so many the background is made; 0: of all.
+    void Prime(const Host::Priming& firstSeconds, const std::optional<std::vector<std::uint8_t>>& remembered = {},
+               int backgroundPictures = 0);
     // Where only that is known.
     void Prime(const std::vector<std::uint8_t>& remembered);
 

@@ -32,16 +32,17 @@ WatchRules Rules() {
 
 class OpeningTest : public ClipFixture {};
 
-TEST_F(OpeningTest, ItEndsAfterSixSeconds) {
+TEST_F(OpeningTest, ItEndsAfterSixteenSecondsAndItsBackgroundAfterSix) {
     const PictureGrid grid = GridOf(32, 16, 8);
     const std::vector<std::uint8_t> planes(3 * 8, 7);
     Opening opening(grid);
-    for (int second = 5; second < 11; ++second) {
+    for (int second = 5; second < 21; ++second) {
         ASSERT_TRUE(opening.Takes(second * oneSecond)) << second;
         opening.Add({planes.data()}, second * oneSecond);
     }
-    EXPECT_FALSE(opening.Takes(11 * oneSecond));
-    EXPECT_EQ(opening.Pictures(), 6);
+    EXPECT_FALSE(opening.Takes(21 * oneSecond));
+    EXPECT_EQ(opening.Pictures(), 16);
+    EXPECT_EQ(opening.BackgroundPictures(), 6);
     EXPECT_EQ(opening.TimeOf(3), 8 * oneSecond);
 }
 
@@ -91,7 +92,7 @@ TEST_F(OpeningTest, ReadFromAFileItIsWhatAScanAnalyses) {
         EXPECT_TRUE(std::equal(expected, expected + 3 * 16 * 12, opening->Picture(analysed).ycbcr)) << analysed;
         ++analysed;
     }
-    EXPECT_EQ(analysed, 30);  // every other of ten pictures a second, for six seconds
+    EXPECT_EQ(analysed, 80);  // every other of ten pictures a second, for sixteen seconds
 }
 
 TEST_F(OpeningTest, APictureOfAnotherSizeEndsIt) {

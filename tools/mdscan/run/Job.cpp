@@ -283,7 +283,7 @@ void Job::Begin(const Host::PictureFormat& format) {
     } else if (!WantsPictures() && !_settings.fast) {
         _opening = std::make_unique<Video::Opening>(grid);
     } else if (const auto opening = Video::ReadOpening(_input, _threads, _settings.rate, grid, _rules)) {
-        _watcher->Prime(opening->Planes(), _remembered);
+        _watcher->Prime(opening->Planes(), _remembered, opening->BackgroundPictures());
     }
 }
 
@@ -296,7 +296,7 @@ void Job::JudgeOpening() {
     }
     const std::unique_ptr<Video::Opening> opening = std::move(_opening);
     if (opening->Pictures() > 0) {
-        _watcher->Prime(opening->Planes(), _remembered);
+        _watcher->Prime(opening->Planes(), _remembered, opening->BackgroundPictures());
     }
     for (int i = 0; i < opening->Pictures(); ++i) {
         Judge(opening->Picture(i), opening->TimeOf(i), nullptr);
