@@ -7,20 +7,21 @@ root=$(cd "$(dirname "$0")/.." && pwd) || exit 1
 build=$(realpath -m "${1:-$root/build/tsan}")
 compiler=${CXX:-g++}
 
-command -v "$compiler" >/dev/null 2>&1 || { echo "check-tsan: skipped, no $compiler"; exit 0; }
+cannot() {  # what was not checked did not pass
+    echo "check-tsan: not checked: $1" >&2
+    exit 1
+}
+command -v "$compiler" >/dev/null 2>&1 || cannot "no $compiler"
 probe=$(mktemp -d) || exit 1
 trap 'rm -rf "$probe"' EXIT
 trap 'exit 1' HUP INT TERM
 printf 'int main() { return 0; }\n' >"$probe/probe.cpp"
-if ! "$compiler" -fsanitize=thread -o "$probe/probe" "$probe/probe.cpp" 2>/dev/null; then
-    echo "check-tsan: skipped, $compiler has no ThreadSanitizer"
-    exit 0
-fi
+"$compiler" -fsanitize=thread -o "$probe/probe" "$probe/probe.cpp" 2>/dev/null || cannot "$compiler has no ThreadSanitizer"
 # It dies at once where the kernel spreads addresses further than it expects: run without that then.
 run=""
 if ! "$probe/probe" 2>/dev/null; then
     run="setarch $(uname -m) -R"
-    $run "$probe/probe" 2>/dev/null || { echo "check-tsan: skipped, ThreadSanitizer does not run on this kernel"; exit 0; }
+    $run "$probe/probe" 2>/dev/null || cannot "ThreadSanitizer does not run on this kernel"
 fi
 
 (cd "$root" && cmake --preset tsan -B "$build" -DCMAKE_CXX_COMPILER="$compiler") >"$probe/log" 2>&1 &&

@@ -11,7 +11,10 @@ build=$(realpath -m "${1:-$root/build/valgrind}")
 tests="PipelineTest PipelineShadowTest PipelinePartlyTest CoreTest DetectTest BackgroundStorageTest ObjectMergerTest
        MotionObjectPoolTest"
 
-command -v valgrind >/dev/null 2>&1 || { echo "check-valgrind: skipped, valgrind is not installed"; exit 0; }
+command -v valgrind >/dev/null 2>&1 || {
+    echo "check-valgrind: not checked: valgrind is not installed" >&2
+    exit 1
+}
 log=$(mktemp) || exit 1
 trap 'rm -f "$log"' EXIT
 trap 'exit 1' HUP INT TERM
