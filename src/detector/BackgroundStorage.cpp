@@ -6,7 +6,7 @@
 
 namespace MD {
 
-BackgroundStorage::BackgroundStorage() : maskWidthStep(-1), mask(nullptr) {
+BackgroundStorage::BackgroundStorage() : maskWidthStep(-1), mask(nullptr), blockCountX(-1), blockCountY(-1) {
     ForEachSnapshotArray([this](auto array) { this->*array.saved = nullptr; });
 }
 

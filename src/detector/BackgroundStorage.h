@@ -11,10 +11,16 @@ namespace MD {
 // current when it was allocated. Last change times and motion flags are not part of it.
 class COREMD_API BackgroundStorage {
 public:
-    BackgroundStorage();  // holds nothing
+    BackgroundStorage();  // holds nothing, of no grid
     ~BackgroundStorage();
     BackgroundStorage(const BackgroundStorage&) = delete;
     BackgroundStorage& operator=(const BackgroundStorage&) = delete;
+
+    // Whether arrays and mask are those of a grid of columns x rows blocks. One that a host put together by itself
+    // tells of no grid and is taken at its word; a grid without blocks touches none of them.
+    bool Suits(int columns, int rows) const {
+        return blockCountX < 0 || columns * rows == 0 || (blockCountX == columns && blockCountY == rows);
+    }
 
     float* _noiseLevel;
     unsigned char* _isStable;
@@ -27,6 +33,8 @@ public:
     unsigned char* mask;  // maskWidthStep * rows bytes; non-zero: the block is restored
     std::int64_t* _backgroundTime;
     std::int64_t* _sampleTime;
+    int blockCountX;  // of the grid it was allocated for; -1: of none
+    int blockCountY;
 };
 
 }  // namespace MD

@@ -12,12 +12,15 @@ BackgroundStorage* MotionDetector::AllocateBackgroundStorage() {
     auto res = std::make_unique<BackgroundStorage>();
     ForEachSnapshotArray([&](auto array) { Utils::AllocBuff(&((*res).*array.saved), blockCount); });
     assert(!res->mask);
+    res->blockCountX = blockCountX;
+    res->blockCountY = blockCountY;
     return res.release();
 }
 
 void MotionDetector::FillBackgroundStorage(BackgroundStorage* storage, unsigned char* mask, int maskWidthStep) {
     assert(mask);
     assert(maskWidthStep >= blockCountX);
+    assert(storage->Suits(blockCountX, blockCountY));
     ForEachSnapshotArray([&](auto array) { Utils::CopyBuff(this->*array.live, storage->*array.saved, blockCount); });
 
     const std::int64_t maskSize = static_cast<std::int64_t>(maskWidthStep) * blockCountY;
@@ -33,6 +36,7 @@ void MotionDetector::FillBackgroundStorage(BackgroundStorage* storage, unsigned 
 void MotionDetector::RestoreBackground(BackgroundStorage* storage) {
     const int maskWidthStep = storage->maskWidthStep;
     assert(maskWidthStep >= blockCountX);
+    assert(storage->Suits(blockCountX, blockCountY));
     for (std::ptrdiff_t y = 0, i = 0; y < blockCountY; ++y) {
         const unsigned char* const isMeant = storage->mask + y * maskWidthStep;
         for (std::ptrdiff_t x = 0; x < blockCountX; ++x, ++i) {

@@ -1,5 +1,6 @@
 // How is a learned background saved, put back and forgotten?  Snapshots under a mask, and the flush.
 #include <algorithm>
+#include <utility>
 
 #include "BackgroundFixture.h"
 
@@ -235,6 +236,38 @@ TEST_F(BackgroundStorageDeathTest, FlushingChecksMaskThenRowLength) {
     EXPECT_ASSERTION(detector.FlushBackground(everything.data(), 0), "maskWidthStep");
     EXPECT_ASSERTION(detector.FlushBackground(everything.data(), 2), "maskWidthStep >= blockCountX");
     EXPECT_ASSERTION(detector.FlushBackground(everything.data(), -3), "maskWidthStep >= blockCountX");
+}
+
+// The mask would be long enough in each of them, the arrays or the rows of the mask would not.
+TEST_F(BackgroundStorageDeathTest, SnapshotOfAnotherGridIsFatal) {
+    detector.FillBackgroundStorage(storage, everything.data(), 3);
+    for (const auto& [columns, rows] : {std::pair{3, 5}, {3, 1}, {2, 3}, {1, 6}}) {
+        Frame frame(columns, rows);
+        FillRing(frame);
+        Bytes mask(static_cast<std::size_t>(3 * rows), 1);
+        EXPECT_ASSERTION(detector.RestoreBackground(storage), "storage->Suits(blockCountX, blockCountY)");
+        EXPECT_ASSERTION(detector.FillBackgroundStorage(storage, mask.data(), 3),
+                         "storage->Suits(blockCountX, blockCountY)");
+    }
+}
+
+TEST_F(BackgroundStorageDeathTest, SnapshotOfBeforeTheFirstFrameIsFatal) {
+    MD::MotionDetector fresh;
+    BackgroundStorage* const early = fresh.AllocateBackgroundStorage();
+    EXPECT_ASSERTION(detector.FillBackgroundStorage(early, everything.data(), 3),
+                     "storage->Suits(blockCountX, blockCountY)");
+    delete early;
+}
+
+// A host may put a snapshot together by itself; of which grid it is, is its own business then.
+TEST_F(BackgroundStorageTest, SnapshotOfNoGridIsTakenAtItsWord) {
+    LearnGeneration(1);
+    SetStates(Bytes(6, 255), Bytes(6, 255));
+    detector.FillBackgroundStorage(storage, everything.data(), 3);
+    storage->blockCountX = storage->blockCountY = -1;
+    LearnGeneration(2);
+    detector.RestoreBackground(storage);
+    EXPECT_EQ(LumaOf(), (Bytes{10, 11, 12, 13, 14, 15}));
 }
 
 TEST_F(BackgroundStorageDeathTest, FillingFromOrIntoMissingBuffersIsFatal) {
