@@ -1,18 +1,21 @@
 // Is the page light or dark?  As #theme was set, else as the system has it.
 import { byId } from "./elements.js";
-import { setTheme, theme, when } from "./model/state.js";
 
 const dark = matchMedia("(prefers-color-scheme: dark)");
 const following = { "": "light", light: "dark", dark: "" };
 
-function apply() {
-  document.documentElement.dataset.theme = theme || (dark.matches ? "dark" : "light");
-  byId("theme").textContent = "Theme: " + (theme || "system");
-}
-
-export function startTheme() {
-  when("theme", apply);
-  byId("theme").addEventListener("click", () => setTheme(following[theme]));
-  dark.addEventListener("change", () => setTheme(theme));
+// told: hears of each theme once the page has it. "light" or "dark"; empty: as the system has it.
+export function startTheme(told = () => {}) {
+  let theme = "";
+  function apply() {
+    document.documentElement.dataset.theme = theme || (dark.matches ? "dark" : "light");
+    byId("theme").textContent = "Theme: " + (theme || "system");
+    told(theme);
+  }
+  byId("theme").addEventListener("click", () => {
+    theme = following[theme];
+    apply();
+  });
+  dark.addEventListener("change", apply);
   apply();
 }

@@ -54,7 +54,7 @@ function contrast(one, other) {
 }
 
 test("conditions are seen on light and on dark", () => {
-  const style = readFileSync(new URL("../../web/report/style.css", import.meta.url), "utf8");
+  const style = readFileSync(new URL("../../web/base.css", import.meta.url), "utf8");
   const cards = [...style.matchAll(/--card: (#\w{6})/g)].map((found) => found[1]);
   assert.equal(cards.length, 2);
   for (const name of conditionNames) {

@@ -2,7 +2,7 @@
 import { applyFilters, startFilters } from "../filters.js";
 import { startList } from "../list.js";
 import { allHaveClock } from "../model/recordings.js";
-import { inputs, open, setClock } from "../model/state.js";
+import { inputs, open, setClock, setTheme } from "../model/state.js";
 import { startPlayer } from "../player.js";
 import { startTheme } from "../theme.js";
 import { startBar } from "../timeline/bar.js";
@@ -15,7 +15,7 @@ import { showProblems } from "./problems.js";
 import { showSettings, showSummary } from "./summary.js";
 
 open(takeBlocks("scan")[0], takeBlocks("input"));
-startTheme();                                                // hears of a new one first: others read their colours then
+startTheme(setTheme);                                        // who hears of it reads colours that the page has already
 showSummary(takeBlocks("end")[0].left_out);
 showSettings();
 showCameras(takeBlocks("camera"));

@@ -90,7 +90,7 @@ std::string SafeInScript(std::string json) {
 
 HtmlPage::HtmlPage(const std::string& path, const std::vector<std::string>& inputs, const std::string& scan)
     : _text(path, inputs) {
-    _text.Write(std::string(pageHead) + "<style>\n" + pageStyle + "</style>\n</head>\n" + pageBody);
+    _text.Write(std::string(reportPage.head) + "<style>\n" + reportPage.style + "</style>\n</head>\n" + reportPage.body);
     _text.Write(Block("scan", SafeInScript(scan)));
 }
 
@@ -160,7 +160,7 @@ void HtmlPage::Keep(const CameraGrounds& cameras) {
                                            {"background", PngAddress(Video::GreyWhereUnknown(ground.background))}})));
     }
     _text.Write(Block("end", Json{{"left_out", _withoutRoom}}.dump()));
-    _text.Write(std::string("<script>\n\"use strict\";\n") + pageScript + "</script>\n</body>\n</html>\n");
+    _text.Write(std::string("<script>\n\"use strict\";\n") + reportPage.script + "</script>\n</body>\n</html>\n");
     _text.Keep();
 }
 

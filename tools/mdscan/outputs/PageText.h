@@ -1,11 +1,16 @@
-// What does every page consist of?  web/report/ and the bundle of its script, compiled in; CMake writes PageText.cpp.
+// What does every page consist of?  Its folder in web/, what pages share, and the bundle of its script, compiled in; CMake
+// writes the sources.
 #pragma once
 
 namespace Scan {
 
-extern const char* const pageHead;  // up to the end of what the page says of itself
-extern const char* const pageStyle;
-extern const char* const pageBody;
-extern const char* const pageScript;
+struct PageText {
+    const char* head;  // up to the end of what the page says of itself
+    const char* style;
+    const char* body;
+    const char* script;
+};
+
+extern const PageText reportPage;
 
 }  // namespace Scan
