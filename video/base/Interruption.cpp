@@ -21,6 +21,11 @@ void LeaveOrderly() {
     once.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
     sigaction(SIGINT, &once, nullptr);
     sigaction(SIGTERM, &once, nullptr);
+    struct sigaction hangup = {};
+    sigaction(SIGHUP, nullptr, &hangup);
+    if (hangup.sa_handler != SIG_IGN) {
+        sigaction(SIGHUP, &once, nullptr);
+    }
     std::signal(SIGPIPE, SIG_IGN);
 }
 

@@ -58,5 +58,32 @@ TEST_F(ScanResults, InterruptionKeepsWhatWasFound) {
     EXPECT_EQ(FilesInFolder(), (std::vector<std::string>{"boxes.mp4", "clip.y4m", "pipe"}));
 }
 
+TEST_F(ScanResults, AClosedTerminalEndsARunInGoodOrder) {
+    const Video::SquareScene scene;
+    Video::WriteY4m(scene, In("clip.y4m"));
+    const Outcome one =
+        MdscanInterrupted({"--frames", "--overlay", In("boxes.mp4")}, In("clip.y4m"), In("pipe"), 80, {.signal = SIGHUP});
+    EXPECT_EQ(one.code, 1);
+    EXPECT_NE(one.err.find(": interrupted; "), std::string::npos) << one.err;
+    EXPECT_LT(one.lines.size(), 101u);
+    EXPECT_EQ(FilesInFolder(), (std::vector<std::string>{"boxes.mp4", "clip.y4m", "pipe"}));
+
+    fs::remove(In("pipe"));
+    const Outcome many =
+        MdscanInterrupted({"--frames", In("missing.mp4")}, In("clip.y4m"), In("pipe"), 80, {.signal = SIGHUP});
+    EXPECT_EQ(many.code, 1);
+    ASSERT_FALSE(many.lines.empty());
+    EXPECT_EQ(many.lines.back()["file"], In("pipe"));
+    EXPECT_EQ(many.lines.back()["status"], "interrupted") << "its process was told";
+}
+
+TEST_F(ScanResults, NohupOutlivesItsTerminal) {
+    const Video::SquareScene scene;
+    Video::WriteY4m(scene, In("clip.y4m"));
+    const Outcome run = MdscanInterrupted({"--frames"}, In("clip.y4m"), In("pipe"), 80, {.signal = SIGHUP, .ignored = true});
+    EXPECT_EQ(run.code, 0) << run.err;
+    EXPECT_GE(run.lines.size(), 101u);
+}
+
 }  // namespace
 }  // namespace Scan

@@ -49,6 +49,9 @@ struct Outputs {
         const rlimit limit = {most, most};
         setrlimit(RLIMIT_FSIZE, &limit);
     }
+    if (surroundings.ignoredSignal != 0) {
+        std::signal(surroundings.ignoredSignal, SIG_IGN);
+    }
     std::vector<char*> words = {const_cast<char*>(MDSCAN_PROGRAM)};
     for (const std::string& argument : arguments) {
         words.push_back(const_cast<char*>(argument.c_str()));
@@ -154,13 +157,14 @@ Outcome MdscanFed(const std::vector<std::string>& arguments, const std::string& 
     return run;
 }
 
-Outcome MdscanInterrupted(std::vector<std::string> arguments, const std::string& clip, const std::string& pipe, int lines) {
+Outcome MdscanInterrupted(std::vector<std::string> arguments, const std::string& clip, const std::string& pipe, int lines,
+                          const Interruption& how) {
     std::signal(SIGPIPE, SIG_IGN);  // the program may leave before all is fed
     const std::string out = Scratch("fifo"), err = Scratch("err");
     mkfifo(pipe.c_str(), 0600);
     mkfifo(out.c_str(), 0600);
     arguments.push_back(pipe);
-    const pid_t child = Start(arguments, {out, err});
+    const pid_t child = Start(arguments, {out, err}, {.ignoredSignal = how.ignored ? how.signal : 0});
 
     // The last part of the clip is held back until the program has been interrupted: it cannot end by itself.
     const std::string content = Content(clip);
@@ -180,7 +184,7 @@ Outcome MdscanInterrupted(std::vector<std::string> arguments, const std::string&
         if (++count == lines + 1 && !interrupted) {
             interrupted = true;
             feeder.join();
-            kill(child, SIGINT);
+            kill(child, how.signal);
             feed.write(content.data() + content.size() - heldBack, static_cast<std::streamsize>(heldBack));
             feed.close();
         }

@@ -1,6 +1,7 @@
 // How does a test run the built program?  As a user does: arguments in, exit code and both outputs out.
 #pragma once
 
+#include <csignal>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,7 @@ struct Surroundings {
     std::string output = "";                    // where standard output goes; empty: read by the test
     long largestFile = 0;                       // bytes that the program may write into one file; 0: any number
     std::string configFolder = "/nonexistent";  // of the user; that of whoever runs the test is never read
+    int ignoredSignal = 0;                      // which the program finds ignored; 0: none
 };
 
 // A line of standard output that is not JSON fails the test, and so does a first line that is not of type scan.
@@ -40,8 +42,15 @@ Outcome MdscanSignalled(const std::vector<std::string>& arguments, int signal, i
 // With a file as standard input.
 Outcome MdscanFed(const std::vector<std::string>& arguments, const std::string& clip);
 
+// What a test does to interrupt a program.
+struct Interruption {
+    int signal = SIGINT;
+    bool ignored = false;  // by whoever starts the program, as nohup does
+};
+
 // Feeds the clip through a pipe made for it, interrupts the program once it has printed `lines` lines after the first, then
 // feeds the rest.
-Outcome MdscanInterrupted(std::vector<std::string> arguments, const std::string& clip, const std::string& pipe, int lines);
+Outcome MdscanInterrupted(std::vector<std::string> arguments, const std::string& clip, const std::string& pipe, int lines,
+                          const Interruption& how = {});
 
 }  // namespace Scan
