@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <exception>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -18,6 +19,7 @@
 #include "results/ScanPictures.h"
 #include "results/TallyText.h"
 #include "run/CameraMemory.h"
+#include "run/SideOutputs.h"
 #include "settings/JobSettings.h"
 #include "settings/ScanSettings.h"
 #include "video/base/BgrPicture.h"
@@ -27,17 +29,12 @@
 #include "video/base/Interruption.h"
 #include "video/base/PictureGrid.h"
 #include "video/base/Tally.h"
-#include "video/files/AtomicFile.h"
-#include "video/files/OutputPath.h"
-#include "video/files/PngFile.h"
 #include "video/media/Decoder.h"
 #include "video/media/Libav.h"
 #include "video/media/PacketSource.h"
 #include "video/media/PictureSelection.h"
 #include "video/media/PlainPicture.h"
-#include "video/pictures/Clips.h"
 #include "video/pictures/Overlay.h"
-#include "video/pictures/Thumbnail.h"
 #include "video/time/Cadence.h"
 #include "video/time/PictureNumbers.h"
 #include "video/time/TickTime.h"
@@ -45,7 +42,6 @@
 #include "video/watch/ConditionLog.h"
 #include "video/watch/Events.h"
 #include "video/watch/HeatMap.h"
-#include "video/watch/KeptBackground.h"
 #include "video/watch/KeyframeScout.h"
 #include "video/watch/Opening.h"
 #include "video/watch/Watcher.h"
@@ -85,20 +81,18 @@ public:
 private:
     Video::SelectionRules Selection();
     void Scan();
+    void Finish();
     void Analyse(const AVFrame& frame, Video::Ticks time);
     void Begin(const Host::PictureFormat& format);
     void JudgeOpening();
     void Judge(const Video::BlockPicture& picture, Video::Ticks time, const AVFrame* frame);
-    bool WantsPictures() const;
     void TellEvent(const std::optional<Video::Event>& event);
     void FollowConditions(Video::Ticks time);
     void TellLastConditions();
     void TellConditions();
     void TellGap(const std::optional<Video::Gap>& gap);
-    void CompleteFiles();
     std::optional<Video::StartTime> Clock() const;
     Video::PictureNumber NumberAt(Video::Ticks time) const;
-    void TellPicture();
     void TellGround();
     Video::Tally Sum() const;
 
@@ -120,17 +114,12 @@ private:
     Video::PlainPicture _picture;
     std::optional<Video::Watcher> _watcher;
     std::optional<std::vector<std::uint8_t>> _remembered;
-    Video::KeptBackground _kept;
     std::unique_ptr<Video::Opening> _opening;  // the first seconds, as long as they are waited for
-    Video::Marking _marking;                   // of the newest analysed frame, for the overlay
     std::int64_t _analysed = 0;                // frames
     int _told = 0;                             // events
     int _gaps = 0;
-    Video::FramePointer _peak;  // of the running event, where pictures of it are wanted
-    Video::HeatMap _heat;       // of pictures of earlier sizes
-    std::optional<Video::AtomicFile> _background;
-    std::optional<Video::Overlay> _overlay;
-    std::optional<Video::Clips> _clips;
+    Video::HeatMap _heat;  // of pictures of earlier sizes
+    SideOutputs _side;
 };
 
 Job::Job(const JobSettings& settings, const std::string& input, const std::string& name, JobListener& listener)
@@ -156,24 +145,10 @@ Job::Job(const JobSettings& settings, const std::string& input, const std::strin
                .longestGap = _longestGap,
                .preRoll = Video::FromSeconds(settings.scan.preRoll),
                .postRoll = Video::FromSeconds(settings.scan.postRoll),
-               .minBlocks = settings.scan.minBlocks}) {
+               .minBlocks = settings.scan.minBlocks}),
+      _side(settings, input, !name.empty(), _memory, _decoder) {
     if (settings.scan.fast) {
         _scout.emplace(input, settings.decoderThreads, settings.scan.blockSize, settings.scan.rate, _rules);
-    }
-    const auto placeOf = [&](const std::string& path, const char* ending) {  // one of several inputs: a folder is given
-        return name.empty() ? path : Video::OutputPath(path, input, true, ending);
-    };
-    if (!settings.files.background.empty()) {
-        _background.emplace(placeOf(settings.files.background, ".png"), input);
-    }
-    if (!settings.files.overlay.empty()) {
-        _overlay.emplace(placeOf(settings.files.overlay, ".mp4"), input, _decoder.NominalInterval(), _decoder.SampleAspect(),
-                         Video::WatchedNames(settings.scan.zones));
-    }
-    if (!settings.files.clips.empty()) {
-        _clips.emplace(settings.files.clips, input, !name.empty(), Video::FromSeconds(settings.scan.preRoll),
-                       _decoder.NominalInterval());
-        _decoder.Tell(*_clips);
     }
 }
 
@@ -207,7 +182,7 @@ JobResult Job::Run() {
     }
     attempt([&] { TellGround(); });
     if (result.health == Health::Whole) {
-        attempt([&] { CompleteFiles(); });  // those of a damaged video are complete as far as it goes
+        attempt([&] { Finish(); });  // files of a damaged video are complete as far as it goes
     }
     if (result.health == Health::Whole && !_decoder.GaveUp().empty()) {
         result.health = Health::Damaged;
@@ -231,16 +206,11 @@ void Job::Scan() {
     }
     while (!Video::Interrupted() && !_listener.HasEnough() && _decoder.Next()) {
         TellGap(_decoder.TakeGap());
-        const AVFrame& frame = _decoder.Frame();
-        if (_clips) {
-            _clips->OnPicture(frame, _decoder.Packet(), _decoder.Time());
-        }
+        _side.Before(_decoder);
         if (_cadence.Takes(_decoder.Time())) {
-            Analyse(frame, _decoder.Time());
+            Analyse(_decoder.Frame(), _decoder.Time());
         }
-        if (_overlay) {
-            _overlay->Write(frame, _decoder.Time(), _marking);
-        }
+        _side.After(_decoder);
         _listener.OnPicture(_decoder.Progress(), Sum());
     }
 }
@@ -280,15 +250,12 @@ void Job::Begin(const Host::PictureFormat& format) {
         if (_remembered) {
             _watcher->Prime(*_remembered);
         }
-    } else if (!WantsPictures() && !_settings.fast) {
+    } else if (!_side.WantPictures() && !_settings.fast) {  // pictures do not wait: they are large
         _opening = std::make_unique<Video::Opening>(grid);
     } else if (const auto opening = Video::ReadOpening(_input, _threads, _settings.rate, grid, _rules)) {
         _watcher->Prime(opening->Planes(), _remembered, opening->BackgroundPictures());
     }
 }
-
-// Pictures do not wait: they are large.
-bool Job::WantsPictures() const { return _overlay || _clips || !_files.thumbnails.empty() || !_files.report.empty(); }
 
 void Job::JudgeOpening() {
     if (!_opening) {
@@ -312,19 +279,15 @@ void Job::Judge(const Video::BlockPicture& picture, Video::Ticks time, const AVF
     }
     FollowConditions(time);
     if (!_memory.empty() && !_watcher->Disturbances()->IsRunning(Host::Disturbance::Covered)) {
-        _kept.Add(picture, _watcher->Grid(), time);
+        _side.Remember(picture, _watcher->Grid(), time);
     }
     TellEvent(_events.Add(findings));
-    if (_clips) {
-        _clips->Follow(_events.Running(), _told + 1);
-    }
+    _side.Follow(_events.Running(), _told + 1);
     _listener.OnFrame(*_watcher, findings, NumberAt(time));
-    if ((!_files.thumbnails.empty() || !_files.report.empty()) && _events.PeaksNow()) {
-        _peak.reset(av_frame_clone(frame));  // shares the picture
+    if (_events.PeaksNow()) {
+        _side.Peak(frame);
     }
-    if (_overlay) {
-        _marking = {std::move(findings.objects), _watcher->Marks(), _watcher->Grid(), Clock()};
-    }
+    _side.Mark([&] { return Video::Marking{std::move(findings.objects), _watcher->Marks(), _watcher->Grid(), Clock()}; });
 }
 
 void Job::TellEvent(const std::optional<Video::Event>& event) {
@@ -339,19 +302,12 @@ void Job::TellEvent(const std::optional<Video::Event>& event) {
                        .clock = Clock(),
                        .zones = Video::WatchedNames(_settings.zones),
                        .track = _settings.track};
-    if (_peak && !_files.report.empty()) {
-        TellPicture();
+    EventFiles files = _side.FilesOf(*event, _told);
+    if (!files.picture.empty()) {
+        _listener.OnScanPicture(EventPicture{_told, std::move(files.picture)});
     }
-    if (_peak && !_files.thumbnails.empty()) {
-        extras.thumbnail = Video::OutputPath(_files.thumbnails, _input, !_name.empty(), _told, ".jpg");
-        Video::AtomicFile file(extras.thumbnail, _input);
-        Video::WriteThumbnail(*_peak, file);
-        file.Keep();  // before the record that names it
-    }
-    _peak.reset();
-    if (_clips) {
-        extras.clip = _clips->Finish({event->start, event->end}, _told);
-    }
+    extras.thumbnail = std::move(files.thumbnail);
+    extras.clip = std::move(files.clip);
     _listener.OnRecord(RecordOf(_name, _told, *event, extras));
 }
 
@@ -383,15 +339,6 @@ void Job::TellConditions() {
     }
 }
 
-void Job::TellPicture() {
-    const std::string jpeg = Video::JpegOf(*_peak, widestEventPicture);
-    if (jpeg.empty()) {
-        throw Video::Failure(Video::Concern::Output,
-                             "cannot write " + _files.report + ": FFmpeg cannot make a JPEG of a picture");
-    }
-    _listener.OnScanPicture(EventPicture{_told, jpeg});
-}
-
 void Job::TellGround() {
     if (_rules.heat && _analysed > 0) {
         _heat.Add(_watcher->Heat());
@@ -410,19 +357,12 @@ void Job::TellGap(const std::optional<Video::Gap>& gap) {
     _listener.OnRecord(RecordOf(_name, *gap, Clock()));
 }
 
-void Job::CompleteFiles() {
-    if (!_memory.empty()) {
-        _kept.Save(_memory);
-    }
-    if (_overlay) {
-        _overlay->Finish();
-    }
-    if (_background && _analysed > 0) {
+void Job::Finish() {
+    const auto background = [&] {
         const Video::PictureGrid& grid = _watcher->Grid();
-        Video::WritePng(Video::Enlarged(_watcher->Background(), grid.blockSize, grid.pictureWidth, grid.pictureHeight),
-                        *_background);
-        _background->Keep();
-    }
+        return Video::Enlarged(_watcher->Background(), grid.blockSize, grid.pictureWidth, grid.pictureHeight);
+    };
+    _side.Finish(_analysed > 0 ? std::function<Video::BgrPicture()>(background) : nullptr);
 }
 
 std::optional<Video::StartTime> Job::Clock() const {

@@ -1,0 +1,81 @@
+// What is written of one input beside its result lines?  Clips, thumbnails, pictures for a page, a video with boxes, the
+// background as a picture, and what is known of the camera.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "settings/JobSettings.h"
+#include "video/base/BgrPicture.h"
+#include "video/base/Clip.h"
+#include "video/base/PictureGrid.h"
+#include "video/files/AtomicFile.h"
+#include "video/media/Decoder.h"
+#include "video/media/Libav.h"
+#include "video/media/PacketListener.h"
+#include "video/pictures/Clips.h"
+#include "video/pictures/Overlay.h"
+#include "video/time/TickTime.h"
+#include "video/watch/BlockPicture.h"
+#include "video/watch/Events.h"
+#include "video/watch/KeptBackground.h"
+
+namespace Scan {
+
+// What there is of one event; its record names it.
+struct EventFiles {
+    std::string thumbnail = {};            // path; empty: none
+    std::optional<Video::Clip> clip = {};  // absent: none
+    std::string picture = {};              // bytes of a small JPEG file; empty: none
+};
+
+class SideOutputs : public Video::PacketListener {
+public:
+    // several: of several inputs, whose files go into folders. memory: path of what is kept of the camera; empty: nothing.
+    // settings and decoder must outlive it. Throws Failure when there is no place for a file.
+    SideOutputs(const JobSettings& settings, const std::string& input, bool several, const std::string& memory,
+                Video::Decoder& decoder);
+
+    // Are pictures looked at, so that they cannot wait? Then frames come with every judgement.
+    bool WantPictures() const;
+
+    // Of every picture: before it is judged, and after.
+    void Before(const Video::Decoder& decoder);
+    void After(const Video::Decoder& decoder);
+
+    // Of every analysed frame. running: the event as far as it is known, number: that it has or the next one will have.
+    void Follow(const std::optional<Video::Span>& running, int number);
+    void Mark(const std::function<Video::Marking()>& marking);
+    void Remember(const Video::BlockPicture& picture, const Video::PictureGrid& grid, Video::Ticks time);
+
+    // The picture at which the running event has its peak, as far as is known; null: not at hand.
+    void Peak(const AVFrame* frame);
+
+    // What there is of an event that is over.
+    EventFiles FilesOf(const Video::Event& event, int number);
+
+    // The scan came to its end: completes all that is of the whole input. background: asked for where it is wanted.
+    void Finish(const std::function<Video::BgrPicture()>& background);
+
+private:
+    void OnStream(const AVStream& stream) override { _clips->OnStream(stream); }
+    void OnPacket(const AVPacket& packet, std::int64_t number) override { _clips->OnPacket(packet, number); }
+    bool WantPeaks() const { return !_files.thumbnails.empty() || !_files.report.empty(); }
+    std::string EventPictureOf(const AVFrame& peak) const;
+    std::string ThumbnailOf(const AVFrame& peak, int number) const;
+
+    const JobFiles& _files;
+    const std::string _input;
+    const bool _several;
+    const std::string _memory;
+    Video::KeptBackground _kept;
+    Video::FramePointer _peak;  // of the running event, where pictures of it are wanted
+    Video::Marking _marking;    // of the newest analysed frame, for the overlay
+    std::optional<Video::AtomicFile> _background;
+    std::optional<Video::Overlay> _overlay;
+    std::optional<Video::Clips> _clips;
+};
+
+}  // namespace Scan
