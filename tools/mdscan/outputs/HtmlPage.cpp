@@ -13,6 +13,7 @@
 
 #include "outputs/CameraGrounds.h"
 #include "outputs/PageLink.h"
+#include "outputs/PageTrack.h"
 #include "outputs/PageText.h"
 #include "results/JobResult.h"
 #include "results/JsonLines.h"
@@ -65,12 +66,28 @@ void AddLink(Json& shown, const EventRecord& event, const std::string& page, con
     }
 }
 
-// What the page shows of an event: its largest box only, no track; the file is said once.
-Json Shown(EventRecord event) {
-    event.file.clear();
-    event.track.reset();
-    event.boxes.resize(std::min<std::size_t>(1, event.boxes.size()));
-    return JsonOf(event);
+// What the page shows of an event; the file is said once. Pages hold thousands: what follows from the rest is left out.
+Json Shown(const EventRecord& event) {
+    Json json = {{"type", "event"},
+                 {"event", event.number},
+                 {"start", Video::PrintedSeconds(event.start)},
+                 {"end", Video::PrintedSeconds(event.end)},
+                 {"peak", Video::PrintedSeconds(event.peak)}};
+    if (event.wall) {
+        json["start_time"] = Video::WallTimeText(event.wall->start);
+    }
+    json["blocks"] = event.blocks;
+    if (event.zones) {
+        json["zones"] = *event.zones;
+    }
+    if (event.clip) {
+        json["clip"] = event.clip->path;
+    }
+    Json& boxes = json["boxes"] = Json::array();
+    for (const BoxRecord& object : event.boxes) {
+        boxes.push_back({object.box.x, object.box.y, object.box.width, object.box.height});
+    }
+    return json;
 }
 
 template <typename OtherRecord>
@@ -106,8 +123,11 @@ void HtmlPage::Take(const std::string& input, const Record& record) {
     if (const auto* event = std::get_if<EventRecord>(&record)) {
         Json shown = Shown(*event);
         AddLink(shown, *event, _text.Path(), input);
-        if (const auto picture = _pictures.extract(event->number)) {
-            shown["picture"] = picture.mapped();
+        if (const auto look = _looks.extract(event->number)) {
+            if (!look.mapped().picture.empty()) {
+                shown["picture"] = look.mapped().picture;
+            }
+            shown["track"] = PageTrack(look.mapped().track, event->start);
         }
         Write(shown);
     } else if (const auto* gap = std::get_if<GapRecord>(&record)) {
@@ -126,10 +146,10 @@ void HtmlPage::Take(const EventPicture& picture) {
     std::string jpeg = Base64(picture.jpeg);
     if (_pictureBytes + jpeg.size() > mostPictureBytes) {
         ++_withoutRoom;
-        return;
+        jpeg.clear();
     }
     _pictureBytes += jpeg.size();
-    _pictures[picture.event] = std::move(jpeg);
+    _looks[picture.event] = {std::move(jpeg), picture.track};
 }
 
 void HtmlPage::Finish(const std::string& input, const JobResult& result) {
@@ -139,13 +159,15 @@ void HtmlPage::Finish(const std::string& input, const JobResult& result) {
                 {"link", IsFile(input) ? LinkFrom(_text.Path(), input) : ""},
                 {"status", NameOf(result.health)},
                 {"reason", result.trouble},
-                {"seconds", Video::PrintedSeconds(result.tally.length)}};
+                {"seconds", Video::PrintedSeconds(result.tally.length)},
+                {"width", result.tally.grid.pictureWidth},
+                {"height", result.tally.grid.pictureHeight}};
     if (result.clock) {
         end["start_time"] = Video::WallTimeText(result.clock->at);
     }
     _text.Write("],\n" + DumpedForScript(end).substr(1) + "</script>\n");
     _open = false;
-    _pictures.clear();
+    _looks.clear();
 }
 
 void HtmlPage::Keep(const CameraGrounds& cameras) {

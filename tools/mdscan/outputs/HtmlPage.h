@@ -39,11 +39,16 @@ private:
     void Write(const nlohmann::ordered_json& shown);
 
     Video::AtomicText _text;
-    bool _open = false;                    // within the block of an input
-    bool _first = true;                    // nothing was written into it
-    std::map<int, std::string> _pictures;  // base64, by number of the event; of events still to come
-    std::size_t _pictureBytes = 0;         // in the page so far
-    std::int64_t _withoutRoom = 0;         // pictures that the page does not hold
+    bool _open = false;  // within the block of an input
+    bool _first = true;  // nothing was written into it
+    struct Look {
+        std::string picture;  // base64; empty: there is no room
+        std::vector<Video::TrackPoint> track;
+    };
+
+    std::map<int, Look> _looks;     // by number of the event; of events still to come
+    std::size_t _pictureBytes = 0;  // in the page so far
+    std::int64_t _withoutRoom = 0;  // pictures that the page does not hold
 };
 
 // JSON that may stand within a script element, whatever names it holds.

@@ -18,6 +18,8 @@ extern "C" {
 #include "video/base/BgrPicture.h"
 #include "video/base/PictureGrid.h"
 #include "video/files/PngFile.h"
+#include "video/time/TickTime.h"
+#include "video/watch/Events.h"
 
 namespace Scan {
 
@@ -66,7 +68,27 @@ std::vector<std::uint32_t> Unrolled(const Json& runs, std::size_t size) {
     return counts;
 }
 
-Json JsonOf(const EventPicture& picture) { return {{"event", picture.event}, {"jpeg", Base64(picture.jpeg)}}; }
+// Time in ticks and box of each point, one after another.
+Json Flat(const std::vector<Video::TrackPoint>& track) {
+    Json flat = Json::array();
+    for (const auto& [time, box] : track) {
+        flat.insert(flat.end(), {time, box.x, box.y, box.width, box.height});
+    }
+    return flat;
+}
+
+std::vector<Video::TrackPoint> TrackOf(const Json& flat) {
+    std::vector<Video::TrackPoint> track;
+    for (std::size_t i = 0; i < flat.size(); i += 5) {
+        const auto side = [&](std::size_t of) { return flat.at(i + of).get<int>(); };
+        track.push_back({flat.at(i).get<Video::Ticks>(), {side(1), side(2), side(3), side(4)}});
+    }
+    return track;
+}
+
+Json JsonOf(const EventPicture& picture) {
+    return {{"event", picture.event}, {"jpeg", Base64(picture.jpeg)}, {"track", Flat(picture.track)}};
+}
 
 Json JsonOf(const GroundPicture& picture) {
     const Video::PictureGrid& grid = picture.heat.grid;
@@ -93,7 +115,8 @@ std::string LineOf(const ScanPicture& picture) {
 ScanPicture PictureOf(const std::string& line) {
     const Json parsed = Json::parse(line);
     if (parsed.contains("event")) {
-        return EventPicture{parsed.at("event").get<int>(), Unbase64(parsed.at("jpeg").get<std::string>())};
+        return EventPicture{parsed.at("event").get<int>(), Unbase64(parsed.at("jpeg").get<std::string>()),
+                            TrackOf(parsed.at("track"))};
     }
     const auto side = [&](std::size_t index) {
         const int value = parsed.at("grid").at(index).get<int>();

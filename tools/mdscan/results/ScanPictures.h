@@ -4,17 +4,21 @@
 
 #include <string>
 #include <variant>
+#include <vector>
 
 #include "video/base/BgrPicture.h"
+#include "video/watch/Events.h"
 #include "video/watch/HeatMap.h"
 
 namespace Scan {
 
 inline constexpr int widestEventPicture = 256;  // pixels
 
+// What a page shows of an event.
 struct EventPicture {
-    int event;         // number within the input
-    std::string jpeg;  // bytes of a file
+    int event;                                  // number within the input
+    std::string jpeg;                           // bytes of a file
+    std::vector<Video::TrackPoint> track = {};  // of its largest object, whether records tell it or not
 };
 
 struct GroundPicture {

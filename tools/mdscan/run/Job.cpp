@@ -304,7 +304,7 @@ void Job::TellEvent(const std::optional<Video::Event>& event) {
                        .track = _settings.track};
     EventFiles files = _side.FilesOf(*event, _told);
     if (!files.picture.empty()) {
-        _listener.OnScanPicture(EventPicture{_told, std::move(files.picture)});
+        _listener.OnScanPicture(EventPicture{_told, std::move(files.picture), event->track});
     }
     extras.thumbnail = std::move(files.thumbnail);
     extras.clip = std::move(files.clip);

@@ -48,7 +48,7 @@ TEST_F(HtmlPageTest, HoldsWhatCame) {
     HtmlPage page(Path(), {}, R"({"type":"scan","zones":["</script>"]})");
     Write("a b.mp4", "x");
     const std::string input = In("a b.mp4");
-    page.Take({2, std::string(3, '\0')});
+    page.Take({2, std::string(3, '\0'), {{46'000'000, {1, 0, 2, 2}}, {47'000'000, {9, 0, 2, 2}}}});
     page.Take(input, FrameRecord{.picture = {1, true}});
     page.Take(input, event);
     EventRecord inAClip = event;
@@ -56,7 +56,9 @@ TEST_F(HtmlPageTest, HoldsWhatCame) {
     page.Take(input, inAClip);
     page.Take(input, GapRecord{.file = "x", .start = 60'000'000, .end = 70'000'000, .reason = "r"});
     page.Take(input, ConditionRecord{.file = "x", .kind = Video::ConditionKind::Covered, .end = 10'000'000});
-    page.Finish(input, {.health = Health::Damaged, .trouble = "why", .tally = {.length = 80'000'000}});
+    page.Finish(
+        input,
+        {.health = Health::Damaged, .trouble = "why", .tally = {.length = 80'000'000, .grid = {640, 360, 8, 80, 45}}});
     page.Finish("</script><script>alert(1)<!--", {});
     CameraGrounds cameras;
     cameras.Add("gate", {{.grid = {4, 2, 2, 2, 1}, .counts = {1, 2}}, {2, 1, {1, 1, 1, 2, 2, 2}}});
@@ -75,14 +77,17 @@ TEST_F(HtmlPageTest, HoldsWhatCame) {
     EXPECT_EQ(inFile["picture"], "AAAA");
     EXPECT_EQ(inFile["link"], "a%20b.mp4");
     EXPECT_EQ(inFile["at"], 4.5);
-    EXPECT_FALSE(inFile.contains("track"));
-    EXPECT_EQ(inFile["boxes"].size(), 1u);
+    EXPECT_EQ(inFile["track"], "10 1 0 2 2 10 8 0 0 0") << "that of the picture, since the event's begin";
+    EXPECT_EQ(inFile["boxes"], json::parse("[[1,0,1,1],[2,0,1,1]]"));
     EXPECT_FALSE(inClip.contains("picture")) << "its picture came once";
+    EXPECT_FALSE(inClip.contains("track"));
     EXPECT_EQ(inClip["link"], "c/d.mp4");
     EXPECT_EQ(inClip["at"], 0.5);
     EXPECT_EQ(inputs[0]["status"], "damaged");
     EXPECT_EQ(inputs[0]["reason"], "why");
     EXPECT_EQ(inputs[0]["seconds"], 8.0);
+    EXPECT_EQ(inputs[0]["width"], 640);
+    EXPECT_EQ(inputs[0]["height"], 360);
     EXPECT_EQ(inputs[1]["file"], "</script><script>alert(1)<!--");
     EXPECT_EQ(inputs[1]["link"], "");
     EXPECT_EQ(Blocks("camera").at(0)["camera"], "gate");

@@ -14,13 +14,16 @@ namespace {
 
 TEST(PictureLines, APictureComesBack) {
     for (const std::string& jpeg : {std::string("\xff\xd8 any bytes \n"), std::string("\0\xff", 2), std::string()}) {
-        const std::string line = LineOf(EventPicture{7, jpeg});
+        const std::string line = LineOf(EventPicture{7, jpeg, {{-3, {1, 2, 3, 4}}, {1'000'000'000'000, {5, 6, 7, 8}}}});
         EXPECT_EQ(line.find('\n'), std::string::npos);
         const ScanPicture picture = PictureOf(line);
         const auto* event = std::get_if<EventPicture>(&picture);
         ASSERT_TRUE(event);
         EXPECT_EQ(event->event, 7);
         EXPECT_EQ(event->jpeg, jpeg);
+        ASSERT_EQ(event->track.size(), 2u);
+        EXPECT_EQ(event->track[1].time, 1'000'000'000'000);
+        EXPECT_EQ(event->track[1].box.height, 8);
         EXPECT_EQ(LineOf(picture), line);
     }
 }
@@ -45,9 +48,9 @@ TEST(PictureLines, GroundComesBack) {
 
 TEST(PictureLines, WhatIsNoneIsRefused) {
     for (const char* text :
-         {"", "{}", "[]", R"({"event":1})", R"({"grid":[6,4,2,3,2],"heat":[0,7],"background":""})",
-          R"({"grid":[6,4,2,3,2],"heat":[0,5],"background":""})", R"({"grid":[0,0,0,0,0],"heat":[],"background":""})",
-          R"({"grid":[6,4,2,3,2],"heat":[0,6],"background":"AAAA"})"}) {
+         {"", "{}", "[]", R"({"event":1})", R"({"event":1,"jpeg":""})", R"({"event":1,"jpeg":"","track":[1,2,3,4]})",
+          R"({"grid":[6,4,2,3,2],"heat":[0,7],"background":""})", R"({"grid":[6,4,2,3,2],"heat":[0,5],"background":""})",
+          R"({"grid":[0,0,0,0,0],"heat":[],"background":""})", R"({"grid":[6,4,2,3,2],"heat":[0,6],"background":"AAAA"})"}) {
         EXPECT_THROW(PictureOf(text), std::exception) << text;
     }
 }
