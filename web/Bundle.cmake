@@ -1,18 +1,32 @@
 # How do a page's modules become one script?  esbuild, which asks no network, writes it when a module has changed.
 set(web_folder ${CMAKE_CURRENT_LIST_DIR})
 set(web_report_modules
+    address.js
+    boxes.js
     colours.js
     elements.js
+    files.js
     filters.js
+    handing.js
+    judging.js
+    keeping.js
     list.js
     marks.js
     model/choice.js
     model/conditions.js
+    model/cuts.js
+    model/exports.js
     model/recordings.js
     model/rows.js
     model/span.js
     model/state.js
+    model/track.js
+    model/verdicts.js
+    notice.js
+    place.js
+    playback.js
     player.js
+    printing.js
     report/blocks.js
     report/cameras.js
     report/keys.js
@@ -27,7 +41,8 @@ set(web_report_modules
     timeline/drawing.js
     timeline/geometry.js
     timeline/legend.js
-    timeline/timeline.js)
+    timeline/timeline.js
+    tracking.js)
 
 # web_bundle(ESBUILD OUTPUT ENTRY MODULE...): a rule for OUTPUT, of ENTRY and what it imports, which must be these modules.
 function(web_bundle esbuild output entry)

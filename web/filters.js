@@ -4,16 +4,17 @@ import { markWith } from "./marks.js";
 import { events, inputs, scan, shown, want, wanted, when } from "./model/state.js";
 import { countText } from "./texts.js";
 
-function lengthOf(id, otherwise) {
+function numberOf(id, otherwise) {
   const value = parseFloat(byId(id).value);
   return Number.isFinite(value) ? value : otherwise;
 }
 
-// Wants what the fields say, and one of the zones where there are any.
-export function applyFilters(zones = wanted.zones) {
+// Wants what the fields say; the rest stays as it is.
+export function applyFilters(changes = {}) {
   want({
-    words: byId("text").value.toLowerCase().split(/\s+/).filter(Boolean), camera: byId("camera").value,
-    shortest: lengthOf("shortest", 0), longest: lengthOf("longest", Infinity), order: byId("order").value, zones,
+    ...wanted, words: byId("text").value.toLowerCase().split(/\s+/).filter(Boolean), camera: byId("camera").value,
+    shortest: numberOf("shortest", 0), longest: numberOf("longest", Infinity), order: byId("order").value,
+    smallest: numberOf("smallest", 0), largest: numberOf("largest", Infinity), ...changes,
   });
 }
 
@@ -23,19 +24,19 @@ function makeZoneButton(name) {
   button.addEventListener("click", () => {
     const zones = new Set(wanted.zones), on = !zones.delete(name) && Boolean(zones.add(name));
     button.setAttribute("aria-pressed", on);
-    applyFilters(zones);
+    applyFilters({ zones });
   });
   byId("zones").append(button);
 }
 
 export function clearFilters() {
-  for (const id of ["text", "camera", "shortest", "longest"]) {
+  for (const id of ["text", "camera", "shortest", "longest", "smallest", "largest"]) {
     byId(id).value = "";
   }
   for (const button of byId("zones").children) {
     button.setAttribute("aria-pressed", "false");
   }
-  applyFilters(new Set());
+  applyFilters({ zones: new Set(), marks: new Set(), place: null });
 }
 
 export function startFilters() {
@@ -47,7 +48,7 @@ export function startFilters() {
     byId("camera").append(option);
   }
   byId("camerafilter").hidden = names.length < 2;
-  for (const id of ["text", "camera", "shortest", "longest", "order"]) {
+  for (const id of ["text", "camera", "shortest", "longest", "smallest", "largest", "order"]) {
     byId(id).addEventListener("input", () => applyFilters());
   }
   when("shown", () => {

@@ -1,4 +1,5 @@
 // Which events are there?  A list in #list shows those that fit into its window, however many there are.
+import { makeOverlay, showBoxes } from "./boxes.js";
 import { byId, make, pictureAddress } from "./elements.js";
 import { addZoneMarks } from "./marks.js";
 import { pick, picked, shown, when } from "./model/state.js";
@@ -7,35 +8,56 @@ import { baseName, eventTime, lengthText } from "./texts.js";
 const list = byId("list"), tall = byId("tall"), eventHeight = 84;
 const cells = new Map();                                     // by place in the list: what is in the document
 
-function showChoice() {
+// inPlace: no other events are wanted than before, so whoever looks at these is not led away.
+function showChoice(inPlace) {
   tall.style.height = shown.length * eventHeight + "px";
+  showAnew();
+  if (!inPlace) {
+    list.scrollTop = 0;
+    showPicked();
+  }
+}
+
+function showAnew() {
   tall.textContent = "";
   cells.clear();
-  list.scrollTop = 0;
-  showPicked();
+  fill();
 }
 
 function pictureOf(event) {
   if (!event.picture) {
     return make("div", "", "blank");
   }
-  const picture = make("img");
+  const place = make("div", "", "thumb"), picture = make("img"), overlay = makeOverlay();
   picture.alt = "";
+  picture.addEventListener("load", () => showBoxes(overlay, event.boxes, event.input,
+    { width: picture.naturalWidth, height: picture.naturalHeight }));
   picture.src = pictureAddress(event.picture);
-  return picture;
+  place.append(picture, overlay);
+  return place;
 }
 
-function cellOf(place) {
-  const event = shown[place], cell = make("div", "", "event");
-  cell.style.top = place * eventHeight + "px";
-  cell.setAttribute("role", "option");
-  cell.setAttribute("aria-selected", event === picked);
+// An event by itself: its picture, and what is known of it.
+export function eventCell(event) {
+  const cell = make("div", "", "event");
   const text = make("div"), name = make("span", baseName(event.input.file), "name"), zones = make("span");
   name.append(make("small", " \u00b7 " + event.input.camera));
+  if (event.mark) {
+    zones.append(make("small", event.mark, "mark"));
+  }
   text.append(make("b", eventTime(event) + "  \u00b7  " + lengthText(event.length)), name, zones);
   addZoneMarks(event.zones || [], zones);
   cell.title = event.input.file;
+  cell.dataset.mark = event.mark;
   cell.append(pictureOf(event), text);
+  return cell;
+}
+
+function cellOf(place) {
+  const event = shown[place], cell = eventCell(event);
+  cell.style.top = place * eventHeight + "px";
+  cell.setAttribute("role", "option");
+  cell.setAttribute("aria-selected", event === picked);
   cell.addEventListener("click", () => pick(event, true));
   return cell;
 }
@@ -72,6 +94,7 @@ function showPicked() {
 export function startList() {
   when("shown", showChoice);
   when("picked", showPicked);
+  when("judged", showAnew);
   list.addEventListener("scroll", fill);
   new ResizeObserver(fill).observe(list);
 }

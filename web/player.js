@@ -2,7 +2,7 @@
 import { byId, make, pictureAddress } from "./elements.js";
 import { addZoneMarks } from "./marks.js";
 import { conditionsDuring } from "./model/conditions.js";
-import { picked, shown, step, when } from "./model/state.js";
+import { neighbour, picked, step, when } from "./model/state.js";
 import { baseName, eventTime, lengthText, secondsText } from "./texts.js";
 
 const video = byId("video");
@@ -33,9 +33,8 @@ function showFacts() {
   if (meanwhile.length) {
     addFact("conditions", meanwhile.join("; "));
   }
-  const box = picked.boxes[0];
-  addFact("largest", box.w + " \u00d7 " + box.h + " pixels at " + box.x + ", " + box.y + "; " +
-          picked.blocks + " blocks in all");
+  const [x, y, width, height] = picked.boxes[0];
+  addFact("largest", width + " \u00d7 " + height + " pixels at " + x + ", " + y + "; " + picked.blocks + " blocks in all");
   addFact("file", picked.input.file);
 }
 
@@ -72,9 +71,8 @@ function showStill(on) {
 }
 
 function allowSteps() {
-  const place = shown.indexOf(picked);
-  byId("previous").disabled = place <= 0;
-  byId("next").disabled = place + 1 >= shown.length;
+  byId("previous").disabled = !neighbour(-1);
+  byId("next").disabled = !neighbour(1);
 }
 
 function showPicked(playing) {
@@ -95,8 +93,8 @@ export function togglePlay() {
 export function startPlayer() {
   when("picked", showPicked);
   when("shown", allowSteps);
-  byId("previous").addEventListener("click", () => step(-1));
-  byId("next").addEventListener("click", () => step(1));
+  byId("previous").addEventListener("click", () => step(-1, true));
+  byId("next").addEventListener("click", () => step(1, true));
   video.addEventListener("error", () => {
     if (video.getAttribute("src")) {
       video.hidden = true;

@@ -2,10 +2,13 @@
 #include "video/files/AtomicFile.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <system_error>
-#include <utility>
+
+#include <unistd.h>
 
 #include "video/base/Failure.h"
 
@@ -24,11 +27,19 @@ AtomicFile::AtomicFile(std::string path, const std::vector<std::string>& inputs)
             throw Failure(Concern::Place, "cannot write " + _path + ": is the input");
         }
     }
-    _passing.emplace(_path, inputs);
+    _passing = _path + "." + std::to_string(getpid()) + ".part";
+    if (!std::ofstream(_passing, std::ios::binary)) {
+        throw Failure(Concern::Output, "cannot write " + _path + ": " + std::strerror(errno));
+    }
+}
+
+AtomicFile::~AtomicFile() {
+    std::error_code ignored;
+    std::filesystem::remove(_passing, ignored);  // after Keep there is nothing of that name
 }
 
 void AtomicFile::Keep() {
-    if (!_passing->RenameTo(_path)) {
+    if (std::rename(_passing.c_str(), _path.c_str()) != 0) {
         throw Failure(Concern::Output, "cannot write " + _path + ": " + std::strerror(errno));
     }
 }

@@ -1,5 +1,6 @@
 // What happened in the inputs, and when?  Completes inputs and events by what the page asks of them again and again.
 import { colourBits, conditionBit } from "../colours.js";
+import { keyOf } from "./verdicts.js";
 
 const wallClock = (text) => Date.parse(text) / 1000;         // seconds since 1970
 
@@ -22,6 +23,8 @@ export function recordingsOf(zones, inputs) {
   }
   for (const event of events) {
     event.colours = colourBits(zones, event.zones);
+    event.key = keyOf(event);
+    event.mark = "";
     event.searched = [event.input.file, ...(event.zones || [])].join("\n").toLowerCase();
   }
   for (const condition of conditions) {

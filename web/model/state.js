@@ -10,12 +10,13 @@ export let inputs = [], events = [], gaps = [], conditions = [];
 export let wanted = everything();                            // by the filters
 export let shown = [];                                       // events that the filters leave, in the order wanted
 export let picked = null;                                    // an event, shown or not
+let hiddenAt = -1;                                           // between which two the picked one stood until its mark hid it
 export let byClock = false;                                  // the time axis is that of the day, not of each input
 export let rows = [];                                        // of the timeline: name, inputs or conditions
 export let whole = { from: 0, to: 1 }, view = whole;         // seconds: of all rows, and the part to see
 export let theme = "";                                       // "light" or "dark"; empty: as the system has it
 
-const listeners = { shown: [], picked: [], rows: [], view: [], theme: [] };
+const listeners = { shown: [], picked: [], judged: [], rows: [], view: [], theme: [] };
 
 // Calls act after each change of what, in the order in which they asked.
 export function when(what, act) {
@@ -34,23 +35,52 @@ export function open(itsScan, itsInputs) {
   ({ events, gaps, conditions } = recordingsOf(scan.zones, inputs));
 }
 
+function choose() {
+  shown = chosen(events, wanted, allHaveClock(inputs));
+}
+
 export function want(choice) {
   wanted = choice;
-  shown = chosen(events, wanted, allHaveClock(inputs));
-  tell("shown");
+  hiddenAt = -1;
+  choose();
+  tell("shown", false);
+}
+
+// Marks events: [event, mark] each, "" takes a mark away. byViewer: here and now, not in an earlier visit. "shown" is told
+// with true: what is wanted has not changed, so the list should not move.
+export function judge(verdicts, byViewer) {
+  const changes = verdicts.filter(([event, mark]) => event.mark !== mark), at = shown.indexOf(picked);
+  for (const [event, mark] of changes) {
+    event.mark = mark;
+  }
+  if (changes.length && wanted.marks.size) {
+    choose();
+    hiddenAt = at >= 0 ? at - 0.5 : hiddenAt;
+    tell("shown", true);
+  }
+  if (changes.length) {
+    tell("judged", changes, byViewer);
+  }
 }
 
 // play: begin to play it, too.
 export function pick(event, play) {
   picked = event;
+  hiddenAt = -1;
   tell("picked", play);
 }
 
-// From an event that the filters hide, as from none, the next one is the first shown.
-export function step(by) {
-  const next = shown[shown.indexOf(picked) + by];
+// The event so many places on, if there is one. From an event that the filters hide, as from none, the next one is the first
+// shown; from one that its mark has just hidden, the one that followed it.
+export function neighbour(by) {
+  const at = shown.indexOf(picked), from = at >= 0 ? at : hiddenAt;
+  return shown[by > 0 ? Math.floor(from) + by : Math.ceil(from) + by];
+}
+
+export function step(by, play = false) {
+  const next = neighbour(by);
   if (next) {
-    pick(next, false);
+    pick(next, play);
   }
 }
 

@@ -1,7 +1,10 @@
 // What do keys do?  What #keys says.
 import { byId } from "../elements.js";
+import { toggleBoxes } from "../boxes.js";
 import { clearFilters } from "../filters.js";
+import { toggleMark } from "../judging.js";
 import { pan, picked, showAll, step, zoom } from "../model/state.js";
+import { togglePlayAll } from "../playback.js";
 import { togglePlay } from "../player.js";
 
 function toggleHelp() {
@@ -10,10 +13,11 @@ function toggleHelp() {
 }
 
 const acts = {
-  j: () => step(1), k: () => step(-1), ArrowDown: () => step(1), ArrowUp: () => step(-1),
+  j: () => step(1, true), k: () => step(-1, true), ArrowDown: () => step(1, true), ArrowUp: () => step(-1, true),
+  a: togglePlayAll, b: toggleBoxes, 1: () => toggleMark("seen"), 2: () => toggleMark("keep"), 3: () => toggleMark("false"),
   ArrowLeft: () => pan(-0.2), ArrowRight: () => pan(0.2), "+": () => zoom(0.5), "=": () => zoom(0.5), "-": () => zoom(2),
   0: showAll, "/": () => byId("text").focus(), "?": toggleHelp, Escape: clearFilters,
-  Enter: () => { if (!picked) { step(1); } }, " ": togglePlay,
+  Enter: () => { if (!picked) { step(1, true); } }, " ": togglePlay,
 };
 
 function act(press) {

@@ -26,6 +26,21 @@ test("each filter takes away what it must, borders stay", () => {
   }
 });
 
+test("marks, sizes and places leave what has them", () => {
+  const input = { camera: "gate", width: 200, height: 100 }, other = { ...input, camera: "door" };
+  const marked = [
+    { id: "a", input, start: 0, length: 1, mark: "", boxes: [[0, 0, 20, 5]], track: "" },
+    { id: "b", input, start: 1, length: 1, mark: "keep", boxes: [[0, 0, 20, 50]], track: "0 0 0 20 50 100 100 50 0 0" },
+    { id: "c", input: other, start: 2, length: 1, mark: "seen", boxes: [[100, 60, 50, 20]], track: "" },
+  ];
+  for (const [wanted, left] of [[{ marks: new Set([""]) }, "a"], [{ marks: new Set(["", "seen"]) }, "ac"],
+    [{ marks: new Set(["false"]) }, ""], [{ smallest: 10 }, "abc"], [{ smallest: 10.1 }, "bc"], [{ largest: 25 }, "ac"],
+    [{ place: { camera: "gate", area: [110, 90, 5, 5] } }, "b"], [{ place: { camera: "door", area: [110, 70, 5, 5] } }, "c"],
+    [{ place: { camera: "gate", area: [0, 0, 1, 1] }, smallest: 30 }, "b"]]) {
+    assert.equal(chosen(marked, { ...everything(), ...wanted }, false).map((event) => event.id).join(""), left);
+  }
+});
+
 test("the largest or longest come first, by whatever clock", () => {
   assert.equal(ids({ order: "length" }), "bca");
   assert.equal(ids({ order: "blocks" }, true), "bca");

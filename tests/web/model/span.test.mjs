@@ -7,7 +7,7 @@ import { fitted, including, panned, zoomed } from "../../../web/model/span.js";
 const whole = { from: 100, to: 200 };
 
 test("a view is neither longer than the whole nor shorter than a second, and lies within", () => {
-  for (const [from, to, left, right] of [[110, 120, 110, 120], [90, 110, 100, 120], [190, 210, 180, 200], 
+  for (const [from, to, left, right] of [[110, 120, 110, 120], [90, 110, 100, 120], [190, 210, 180, 200],
     [0, 1000, 100, 200], [150, 150, 149.5, 150.5], [100, 100.2, 100, 101], [199.9, 200, 199, 200]]) {
     assert.deepEqual(fitted({ from, to }, whole), { from: left, to: right });
   }

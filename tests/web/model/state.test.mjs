@@ -9,7 +9,7 @@ const inputs = () => [{ file: "a", camera: "gate", seconds: 100, lines: [1, 2, 3
   { type: "event", event: length, start: 10 * length, end: 11 * length, boxes: [] })) }];
 const heard = [];
 
-for (const what of ["shown", "picked", "rows", "view", "theme"]) {
+for (const what of ["shown", "picked", "judged", "rows", "view", "theme"]) {
   state.when(what, (...values) => heard.push([what, ...values]));
 }
 
@@ -40,4 +40,37 @@ test("steps lead through what is shown, from none to the first, and end there", 
   assert.deepEqual(hearing(() => state.pick(state.events[2], true)), ["picked true"]);
   state.step(1);
   assert.equal(state.picked, state.shown[0], "what was picked is not shown");
+});
+
+test("marks are told once, and hide only where a filter says so", () => {
+  const [first, second, third] = state.events;
+  state.want({ ...state.wanted, longest: Infinity });
+  assert.equal(hearing(() => state.judge([[second, "keep"]], true)).length, 1);
+  assert.deepEqual(heard, [["judged", [[second, "keep"]], true]]);
+  assert.deepEqual(hearing(() => state.judge([[second, "keep"], [first, ""]], true)), [], "nothing has changed");
+  state.want({ ...state.wanted, marks: new Set(["", "keep"]) });
+  assert.equal(state.shown.length, 3);
+  hearing(() => state.judge([[third, "seen"]], false));
+  assert.deepEqual(heard.map(([what]) => what), ["shown", "judged"]);
+  assert.deepEqual(heard[0], ["shown", true], "in place");
+  assert.deepEqual(state.shown, [first, second]);
+});
+
+test("from an event that its mark has hidden, steps lead to its neighbours", () => {
+  const [first, second, third] = state.events, mark = (event, its) => state.judge([[event, its]], true);
+  mark(second, "");
+  mark(third, "");
+  state.want({ ...state.wanted, marks: new Set([""]) });
+  state.pick(second, false);
+  mark(second, "seen");
+  assert.deepEqual(state.shown, [first, third]);
+  assert.deepEqual([state.neighbour(-1), state.neighbour(1)], [first, third]);
+  mark(second, "false");
+  assert.equal(state.neighbour(1), third, "still from there");
+  state.step(1);
+  assert.equal(state.picked, third);
+  mark(third, "seen");
+  assert.deepEqual([state.neighbour(-1), state.neighbour(1)], [first, undefined]);
+  state.want({ ...state.wanted });
+  assert.deepEqual([state.neighbour(-1), state.neighbour(1)], [undefined, first], "a new choice, a new beginning");
 });
