@@ -22,8 +22,6 @@ constexpr Ticks StartOfDay(std::chrono::year_month_day day) {
     return std::chrono::sys_days(day).time_since_epoch().count() * oneDay;
 }
 
-// Nothing that says its own start was recorded before; the clocks of new devices begin on this day at the latest.
-constexpr WallTicks earliestStart = StartOfDay(std::chrono::year(2000) / 1 / 2);
 constexpr Ticks clockTolerance = 5 * oneSecond;  // between the recorder's clock and the file system's
 
 // Reads fixed-width fields from a text, one after another.
@@ -61,13 +59,7 @@ private:
     char _taken = '\0';
 };
 
-struct Fields {
-    std::chrono::year_month_day day;
-    int hour, minute, second;
-    Ticks fraction;
-};
-
-std::optional<Fields> ReadFields(Reader& reader) {
+std::optional<CivilTime> ReadFields(Reader& reader) {
     const int year = reader.Digits(4);
     if (!reader.Take("-")) {
         return std::nullopt;
@@ -100,13 +92,10 @@ std::optional<Fields> ReadFields(Reader& reader) {
             return std::nullopt;
         }
     }
-    const Fields fields{std::chrono::year(year) / month / day, hour, minute, second, fraction};
-    const bool valid =
-        fields.day.ok() && hour >= 0 && hour < 24 && minute >= 0 && minute < 60 && second >= 0 && second <= 60;
-    return valid ? std::optional(fields) : std::nullopt;  // the sixtieth second is a leap second
+    return CivilTime{std::chrono::year(year) / month / day, hour, minute, second, fraction};
 }
 
-std::optional<WallTicks> LocalTime(const Fields& fields) {
+WallTicks LocalTime(const CivilTime& fields) {
     std::tm local = {};
     local.tm_year = static_cast<int>(fields.day.year()) - 1900;
     local.tm_mon = static_cast<int>(static_cast<unsigned>(fields.day.month())) - 1;
@@ -120,23 +109,44 @@ std::optional<WallTicks> LocalTime(const Fields& fields) {
 
 }  // namespace
 
+const WallTicks earliestStart = StartOfDay(std::chrono::year(2000) / 1 / 2);
+
 const char* NameOf(ClockSource source) {
     switch (source) {
         case ClockSource::Given: return "given";
+        case ClockSource::Name: return "name";
         case ClockSource::Container: return "container";
         case ClockSource::Arrival: return "arrival";
     }
     return "";
 }
 
+std::optional<WallTicks> WallTimeAt(const CivilTime& time, const std::optional<Ticks>& offset) {
+    const auto& [day, hour, minute, second, fraction] = time;
+    if (!day.ok() || hour < 0 || hour > 23 || minute < 0 || minute > 59 || second < 0 || second > 60) {
+        return std::nullopt;  // the sixtieth second is a leap second
+    }
+    if (!offset) {
+        return LocalTime(time);
+    }
+    return StartOfDay(day) + ((hour * 60 + minute) * Ticks{60} + second) * oneSecond + fraction - *offset;
+}
+
+Ticks LocalOffset(WallTicks time) {
+    const WallTicks beginOfSecond = time - (time % oneSecond + oneSecond) % oneSecond;
+    const std::time_t seconds = beginOfSecond / oneSecond;
+    std::tm local = {};
+    return localtime_r(&seconds, &local) != nullptr ? local.tm_gmtoff * oneSecond : 0;
+}
+
 std::optional<WallTicks> ParseWallTime(const std::string& text) {
     Reader reader(text);
-    const std::optional<Fields> fields = ReadFields(reader);
+    const std::optional<CivilTime> fields = ReadFields(reader);
     if (!fields) {
         return std::nullopt;
     }
     if (reader.AtEnd()) {
-        return LocalTime(*fields);
+        return WallTimeAt(*fields, std::nullopt);
     }
     Ticks offset = 0;
     if (!reader.Take("Zz")) {
@@ -152,11 +162,7 @@ std::optional<WallTicks> ParseWallTime(const std::string& text) {
         }
         offset = oneSecond * 60 * sign * (60 * hours + minutes);
     }
-    if (!reader.AtEnd()) {
-        return std::nullopt;
-    }
-    const Ticks ofDay = ((fields->hour * 60 + fields->minute) * Ticks{60} + fields->second) * oneSecond + fields->fraction;
-    return StartOfDay(fields->day) + ofDay - offset;
+    return reader.AtEnd() ? WallTimeAt(*fields, offset) : std::nullopt;
 }
 
 std::string WallTimeText(WallTicks time) {

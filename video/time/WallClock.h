@@ -2,6 +2,7 @@
 // believed.
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 
@@ -15,17 +16,33 @@ using WallTicks = Ticks;
 // How is the wall clock at the start of an input known?
 enum class ClockSource {
     Given,      // by the user
+    Name,       // by the file's name
     Container,  // by the file
     Arrival     // by this machine's clock when the first picture came from a live source
 };
 
-// "given", "container", "arrival".
+// "given", "name", "container", "arrival".
 const char* NameOf(ClockSource source);
 
 struct StartTime {
     WallTicks at;  // when the input's time was 0
     ClockSource source;
+    std::optional<Ticks> offset = {};  // by which its own clock was ahead of UTC; absent: nobody says so
 };
+
+// What a clock on a wall and a calendar below it show.
+struct CivilTime {
+    std::chrono::year_month_day day;
+    int hour, minute, second;
+    Ticks fraction;  // of the second
+};
+
+// offset: by which that clock is ahead of UTC; absent: it shows this machine's local time. Absent: there is no such time, or
+// no such day.
+std::optional<WallTicks> WallTimeAt(const CivilTime& time, const std::optional<Ticks>& offset);
+
+// By how much this machine's local time is ahead of UTC at that time.
+Ticks LocalOffset(WallTicks time);
 
 // RFC 3339, "2026-03-01T12:00:00.5+01:00"; a blank may stand for the T. Without an offset, the time is this machine's local
 // one. Absent: is no such time, or no such day exists.
@@ -39,6 +56,9 @@ std::optional<WallTicks> WallTimeOf(const std::string& text);
 
 // Now, by the system's clock.
 WallTicks WallNow();
+
+// Nothing that says its own start was recorded before; the clocks of new devices begin on this day at the latest.
+extern const WallTicks earliestStart;
 
 // Can a file that says it was created at this time have begun then?  Recorders whose clock was never set say 1904, 1970,
 // 1980 or 2000; some write the time of the end; neither is a start.

@@ -40,6 +40,16 @@ TEST(WallClock, WithoutAnOffsetTimeIsLocal) {
     tzset();
 }
 
+TEST(WallClock, LocalTimeIsAheadByTheZoneOfItsDay) {
+    setenv("TZ", "EST5EDT,M3.2.0,M11.1.0", 1);
+    tzset();
+    EXPECT_EQ(LocalOffset(ParseWallTime("2026-03-01T12:00:00Z").value()), -5 * 3600 * oneSecond);
+    EXPECT_EQ(LocalOffset(ParseWallTime("2026-07-01T12:00:00Z").value()), -4 * 3600 * oneSecond);
+    EXPECT_EQ(LocalOffset(ParseWallTime("1969-12-31T23:59:59.75Z").value()), -5 * 3600 * oneSecond);
+    unsetenv("TZ");
+    tzset();
+}
+
 TEST(WallClock, WhatIsNoTimeIsRefused) {
     for (const char* text :
          {"", "noon", "2026", "2026-03-01", "2026-03-01T12:00Z", "2026-02-29T00:00:00Z", "2026-13-01T00:00:00Z",
