@@ -1,5 +1,4 @@
-// Which inputs show the same place, and what was learned of it?  Recorders keep a folder per camera: a file's camera is the
-// folder that holds it, anything else is a camera of its own.
+// What was learned of each camera, from all of its inputs?
 #pragma once
 
 #include <map>
@@ -9,12 +8,6 @@
 #include "results/ScanPictures.h"
 
 namespace Scan {
-
-// The folder as the input names it, "." for none; of a stream, a device or the standard input: the input itself.
-std::string CameraOf(const std::string& input);
-
-// "front-door": the last part of the camera's name, as part of a file's.
-std::string ShortNameOf(const std::string& camera);
 
 // "front-door.png": after the last part of the camera's name; with a mark of the whole name where two would be the same.
 // One per camera, in order.

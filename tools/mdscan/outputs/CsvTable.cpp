@@ -5,6 +5,7 @@
 #include <cstring>
 #include <variant>
 
+#include "outputs/Camera.h"
 #include "results/JsonLines.h"
 #include "results/Records.h"
 #include "video/base/Box.h"
@@ -16,10 +17,10 @@ namespace Scan {
 namespace {
 
 // Named as the fields of an event. Cells are empty where an event lacks the field; x, y, w, h are those of the first box.
-constexpr std::array columns = {"file",     "event",     "start",       "end",       "peak",       "start_time",
-                                "end_time", "peak_time", "start_frame", "end_frame", "peak_frame", "frame_exact",
-                                "frames",   "blocks",    "zones",       "x",         "y",          "w",
-                                "h",        "thumbnail", "clip",        "clip_start"};
+constexpr std::array columns = {"file",     "event",     "start",       "end",        "peak",       "start_time",
+                                "end_time", "peak_time", "start_frame", "end_frame",  "peak_frame", "frame_exact",
+                                "frames",   "blocks",    "zones",       "x",          "y",          "w",
+                                "h",        "thumbnail", "clip",        "clip_start", "camera"};
 
 using Cells = std::array<std::string, columns.size()>;
 
@@ -61,7 +62,8 @@ Cells CellsOf(const std::string& file, const EventRecord& event) {
             side(box.height),
             CsvCell(ToldName(event.thumbnail)),
             CsvCell(event.clip ? ToldName(event.clip->path) : ""),
-            event.clip ? ToldSeconds(event.clip->start) : ""};
+            event.clip ? ToldSeconds(event.clip->start) : "",
+            CsvCell(ToldName(CameraOf(file)))};
 }
 
 }  // namespace

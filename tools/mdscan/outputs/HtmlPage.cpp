@@ -11,6 +11,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "outputs/Camera.h"
 #include "outputs/CameraGrounds.h"
 #include "outputs/PageLink.h"
 #include "outputs/PageTrack.h"
@@ -164,6 +165,7 @@ void HtmlPage::Finish(const std::string& input, const JobResult& result) {
                 {"height", result.tally.grid.pictureHeight}};
     if (result.clock) {
         end["start_time"] = Video::WallTimeText(result.clock->at);
+        end["utc_offset"] = result.clock->offset.value_or(Video::LocalOffset(result.clock->at)) / Video::oneSecond;
     }
     _text.Write("],\n" + DumpedForScript(end).substr(1) + "</script>\n");
     _open = false;

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "outputs/Camera.h"
 #include "results/JobResult.h"
 #include "results/JsonLines.h"
 #include "results/Records.h"
@@ -30,7 +31,7 @@ void JsonOutput::Begin(const std::string& scan) { Print(scan); }
 
 void JsonOutput::Take(const Record& record) { Print(LineOf(record)); }
 
-void JsonOutput::Finish(const std::string& file, const JobResult& result) { Print(FileLine(file, result)); }
+void JsonOutput::Finish(const std::string& file, const JobResult& result) { Print(FileLine(file, CameraOf(file), result)); }
 
 void JsonOutput::Keep() {
     if (_text) {

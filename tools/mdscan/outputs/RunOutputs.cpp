@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <variant>
 
+#include "outputs/Camera.h"
 #include "outputs/CameraGrounds.h"
 #include "results/JobResult.h"
 #include "results/Records.h"

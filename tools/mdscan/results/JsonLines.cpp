@@ -28,10 +28,11 @@ std::string LineOf(const Record& record) {
 
 Record RecordOfLine(const std::string& line) { return RecordOf(Json::parse(line)); }
 
-std::string FileLine(const std::string& file, const JobResult& result) {
+std::string FileLine(const std::string& file, const std::string& camera, const JobResult& result) {
     Json line = {{"type", "file"}};
     if (!file.empty()) {
         line["file"] = file;
+        line["camera"] = camera;
     }
     line["status"] = NameOf(result.health);
     if (!result.trouble.empty()) {

@@ -16,7 +16,7 @@ std::string LineOf(const Record& record);
 Record RecordOfLine(const std::string& line);
 
 // The line that follows those of one input, where there are several; one line without its end.
-std::string FileLine(const std::string& file, const JobResult& result);
+std::string FileLine(const std::string& file, const std::string& camera, const JobResult& result);
 
 // As a line has it, and whatever else tells the same: seconds with their point, "9.0"; names, which may hold any bytes, in
 // UTF-8.

@@ -1,4 +1,4 @@
-// Which inputs belong together, and what are their pictures called?
+// Does what was learned of a camera add up, and what are its pictures called?
 #include "outputs/CameraGrounds.h"
 
 #include <gtest/gtest.h>
@@ -11,25 +11,6 @@
 
 namespace Scan {
 namespace {
-
-TEST(CameraGrounds, AFilesCameraIsItsFolder) {
-    EXPECT_EQ(CameraOf("recordings/gate/1.mp4"), "recordings/gate");
-    EXPECT_EQ(CameraOf("1.mp4"), ".");
-    EXPECT_EQ(CameraOf("/1.mp4"), "/");
-}
-
-TEST(CameraGrounds, WhateverIsNoFileIsACameraOfItsOwn) {
-    EXPECT_EQ(CameraOf("-"), "-");
-    EXPECT_EQ(CameraOf("rtsp://camera/stream"), "rtsp://camera/stream");
-    EXPECT_EQ(CameraOf("/dev/null"), "/dev/null");
-}
-
-TEST(CameraGrounds, ShortNamesArePartsOfFileNames) {
-    EXPECT_EQ(ShortNameOf("a/gate"), "gate");
-    EXPECT_EQ(ShortNameOf("a/gate/"), "gate");
-    EXPECT_EQ(ShortNameOf("rtsp://host/live?a=b/c"), "c");
-    EXPECT_EQ(ShortNameOf("-"), "stdin");
-}
 
 TEST(CameraGrounds, PicturesAreNamedAfterTheFolder) {
     EXPECT_EQ(PictureNames({"a/gate", "a/yard"}), (std::vector<std::string>{"gate.png", "yard.png"}));

@@ -44,7 +44,7 @@ TEST(CsvTable, ARowHoldsTheFieldsOfTheRecord) {
                             .zones = {{"gate", "a;b"}},
                             .boxes = {{{1, 2, 30, 40}, 5}, {{9, 9, 9, 9}, 1}}};
     const std::string row = CsvRow("front door,1.mp4", event);
-    EXPECT_EQ(row, "\"front door,1.mp4\",3,1.25,9.0,5.0,,,,12,90,50,true,17,99,gate;a;b,1,2,30,40,,,\r\n");
+    EXPECT_EQ(row, "\"front door,1.mp4\",3,1.25,9.0,5.0,,,,12,90,50,true,17,99,gate;a;b,1,2,30,40,,,,.\r\n");
     const auto commas = [](const std::string& text) { return std::count(text.begin(), text.end(), ','); };
     EXPECT_EQ(commas(row), commas(CsvHead()) + 1) << "one more, within quotes";
     EXPECT_EQ(CsvHead().rfind("file,event,start,end,peak,", 0), 0u);
@@ -59,7 +59,7 @@ TEST(CsvTable, TheFileIsTheRecordsWhereItNamesOne) {
                             .clip = Video::Clip{"c,1.mp4", 45'000'000}};
     EXPECT_EQ(CsvRow("a.mp4", event),
               "b.mp4,1,0.0,0.0,0.0,1970-01-01T00:00:00.000Z,1970-01-01T00:00:00.001Z,1970-01-01T00:00:00.002Z,0,0,0,false,"
-              "0,0,,,,,,'-p/b-1.jpg,\"c,1.mp4\",4.5\r\n");
+              "0,0,,,,,,'-p/b-1.jpg,\"c,1.mp4\",4.5,.\r\n");
 }
 
 TEST_F(CsvTableTest, OnlyEventsAreRows) {

@@ -13,6 +13,8 @@
 #include "results/JobResult.h"
 #include "results/Records.h"
 #include "video/base/Clip.h"
+#include "video/time/TickTime.h"
+#include "video/time/WallClock.h"
 #include "video/watch/Condition.h"
 
 namespace Scan {
@@ -60,13 +62,16 @@ TEST_F(HtmlPageTest, HoldsWhatCame) {
         input,
         {.health = Health::Damaged, .trouble = "why", .tally = {.length = 80'000'000, .grid = {640, 360, 8, 80, 45}}});
     page.Finish("</script><script>alert(1)<!--", {});
+    const Video::StartTime named{0, Video::ClockSource::Name, -3600 * Video::oneSecond};
+    page.Finish("gate/2026-03-01/a.mp4", {.clock = named});
+    page.Finish("gate/b.mp4", {.clock = Video::StartTime{0, Video::ClockSource::Container}});
     CameraGrounds cameras;
     cameras.Add("gate", {{.grid = {4, 2, 2, 2, 1}, .counts = {1, 2}}, {2, 1, {1, 1, 1, 2, 2, 2}}});
     page.Keep(cameras);
 
     EXPECT_EQ(Blocks("scan").at(0)["zones"][0], "</script>");
     const std::vector<json> inputs = Blocks("input");
-    ASSERT_EQ(inputs.size(), 2u);
+    ASSERT_EQ(inputs.size(), 4u);
     ASSERT_EQ(inputs[0]["lines"].size(), 4u) << "frames are no events";
     EXPECT_EQ(inputs[0]["lines"][2]["reason"], "r");
     EXPECT_EQ(inputs[0]["lines"][3]["condition"], "covered");
@@ -90,6 +95,10 @@ TEST_F(HtmlPageTest, HoldsWhatCame) {
     EXPECT_EQ(inputs[0]["height"], 360);
     EXPECT_EQ(inputs[1]["file"], "</script><script>alert(1)<!--");
     EXPECT_EQ(inputs[1]["link"], "");
+    EXPECT_EQ(inputs[2]["camera"], "gate");
+    EXPECT_EQ(inputs[2]["utc_offset"], -3600);
+    EXPECT_EQ(inputs[3]["utc_offset"], Video::LocalOffset(0) / Video::oneSecond) << "this machine's, where none is known";
+    EXPECT_FALSE(inputs[1].contains("utc_offset"));
     EXPECT_EQ(Blocks("camera").at(0)["camera"], "gate");
     EXPECT_EQ(Blocks("camera").at(0)["heat"].get<std::string>().rfind("data:image/png;base64,", 0), 0u);
     EXPECT_EQ(Blocks("end").at(0)["left_out"], 0);

@@ -111,18 +111,20 @@ TEST(JsonLines, AConditionLineTellsFromWhenToWhen) {
 TEST(JsonLines, AFileLineTellsWhenItBegan) {
     const JobResult result{
         .clock = Video::StartTime{Video::ParseWallTime("2026-03-01T12:00:00Z").value(), Video::ClockSource::Container}};
-    EXPECT_EQ(
-        FileLine("a.mp4", result),
-        R"({"type":"file","file":"a.mp4","status":"complete","start_time":"2026-03-01T12:00:00.000Z","clock":"container",)"
-        R"("pictures":0,"seconds":0.0,"analysed":0,"events":0})");
+    EXPECT_EQ(FileLine("b/a.mp4", "b", result),
+              R"({"type":"file","file":"b/a.mp4","camera":"b",)"
+              R"("status":"complete","start_time":"2026-03-01T12:00:00.000Z","clock":"container",)"
+              R"("pictures":0,"seconds":0.0,"analysed":0,"events":0})");
 }
 
 TEST(JsonLines, AFileLineTellsHowTheScanEnded) {
     const Video::Tally tally{.pictures = 12, .analysed = 6, .length = 12'000'000, .elapsed = 1, .events = 2};
-    EXPECT_EQ(FileLine("a.mp4", {.tally = tally}),
-              R"({"type":"file","file":"a.mp4","status":"complete","pictures":12,"seconds":1.2,"analysed":6,"events":2})");
-    EXPECT_EQ(FileLine("a.mp4", {.health = Health::Damaged, .trouble = "why", .tally = tally}),
-              R"({"type":"file","file":"a.mp4","status":"damaged","reason":"why","pictures":12,"seconds":1.2,"analysed":6,)"
+    EXPECT_EQ(FileLine("b/a.mp4", "b", {.tally = tally}),
+              R"({"type":"file","file":"b/a.mp4","camera":"b",)"
+              R"("status":"complete","pictures":12,"seconds":1.2,"analysed":6,"events":2})");
+    EXPECT_EQ(FileLine("b/a.mp4", "b", {.health = Health::Damaged, .trouble = "why", .tally = tally}),
+              R"({"type":"file","file":"b/a.mp4","camera":"b",)"
+              R"("status":"damaged","reason":"why","pictures":12,"seconds":1.2,"analysed":6,)"
               R"("events":2})");
 }
 

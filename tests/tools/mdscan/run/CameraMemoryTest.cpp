@@ -17,7 +17,8 @@ namespace fs = std::filesystem;
 class CameraMemoryTest : public Kit::FolderFixture {
 protected:
     void SetUp() override {
-        for (const char* name : {"a/gate/1.mp4", "a/gate/2.mp4", "b/gate/1.mp4", "a/yard/1.mp4"}) {
+        for (const char* name : {"a/gate/1.mp4", "a/gate/2.mp4", "b/gate/1.mp4", "a/yard/1.mp4",
+                                 "a/gate/2026/03/01/07-59-00.mp4", "a/gate/2026/03/02/07-59-00.mp4"}) {
             fs::create_directories(fs::path(In(name)).parent_path());
             Write(name, "");
         }
@@ -36,6 +37,8 @@ TEST_F(CameraMemoryTest, IsAFileOfTheFolderNamedAfterTheCamera) {
 TEST_F(CameraMemoryTest, IsTheSameForAllInputsOfACamera) {
     EXPECT_EQ(Of("a/gate/1.mp4"), Of("a/gate/2.mp4"));
     EXPECT_EQ(Of("a/gate/1.mp4"), Of("b/../a/gate/1.mp4")) << "however it is reached";
+    EXPECT_EQ(Of("a/gate/2026/03/01/07-59-00.mp4"), Of("a/gate/1.mp4")) << "whatever the day";
+    EXPECT_EQ(Of("a/gate/2026/03/02/07-59-00.mp4"), Of("a/gate/1.mp4"));
     const fs::path before = fs::current_path();
     const std::string whole = Of("a/gate/1.mp4");
     fs::current_path(In("a"));
