@@ -8,6 +8,7 @@ complete -c mdscan -l resume -r -d 'Remember finished inputs there; skip those t
 complete -c mdscan -s q -l quiet -d 'Say nothing but what went wrong'
 complete -c mdscan -l progress -x -a 'auto json none' -d 'auto: on a terminal; json: lines for machines; none'
 complete -c mdscan -l start-time -x -d 'Time of day at the start of the one input, like 2026-03-01T12:00:00Z'
+complete -c mdscan -l name-time -x -d 'Times in names: auto, none, or a pattern like %Y%m%d_%H%M%S'
 complete -c mdscan -l reconnect -x -d 'Seconds without a picture after which a live source is given up'
 complete -c mdscan -l rate -x -d 'Pictures analysed per second; 0: every picture'
 complete -c mdscan -l fast -d 'Decode keyframes, and all else only where these show motion'

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <iterator>
 #include <optional>
 #include <sstream>
@@ -388,6 +389,44 @@ TEST_F(ScanTest, TheProgramTellsSecondsTimesOfDayAndNumbers) {
     ASSERT_EQ(given.lines.size(), 1u) << given.err;
     check(given.lines[0], "2021-01-01T00:00:00Z");
     EXPECT_EQ(Mdscan({In(""), "--start-time", "2021-01-01T00:00:00Z"}).code, 2) << "not of several";
+}
+
+TEST_F(ScanTest, ANameTellsTheTimeOfDayBeforeTheContainerDoes) {
+    const Video::SquareScene scene{.width = 160, .height = 120, .seconds = 6, .from = 3, .until = 4.8};
+    std::filesystem::create_directories(In("cam1/2026/03/01"));
+    const std::string clip = In("cam1/2026/03/01/07-59-00Z.mp4");
+    Video::WriteEncoded({scene}, {.codec = "mpeg4", .container = "mp4", .created = "2019-05-04T08:00:00Z"}, clip);
+    const auto begins = [&](const std::vector<std::string>& more, const std::string& clock, const std::string& time) {
+        std::vector<std::string> arguments = {In("cam1")};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        const Outcome run = Mdscan(arguments);
+        ASSERT_EQ(run.lines.size(), 2u) << run.err;
+        EXPECT_EQ(run.lines[1]["clock"], clock);
+        EXPECT_EQ(run.lines[1]["start_time"], time);
+        EXPECT_EQ(run.lines[0]["start_time"],
+                  Video::WallTimeText(Video::ParseWallTime(time).value() + Video::FromSeconds(run.lines[0]["start"])));
+    };
+    begins({}, "name", "2026-03-01T07:59:00.000Z");
+    begins({"--name-time", "none"}, "container", "2019-05-04T08:00:00.000Z");
+    begins({"--name-time", "%Y/%d/%m/%S-%M-%H%z"}, "name", "2026-01-03T00:59:07.000Z");
+    const Outcome given = Mdscan({clip, "--start-time", "2021-01-01T01:00:00+01:00"});
+    EXPECT_EQ(given.lines.at(0)["start_time"].get<std::string>().substr(0, 16), "2021-01-01T00:00");
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(In("cam1/2026/03/01"));
+    const Outcome within = Mdscan({"07-59-00Z.mp4"});
+    std::filesystem::current_path(before);
+    EXPECT_EQ(within.lines.at(0)["start_time"].get<std::string>().substr(0, 16), "2026-03-01T07:59")
+        << "folders count that the user did not name";
+}
+
+TEST_F(ScanTest, APatternThatTellsNoTimeIsRefused) {
+    const Outcome run = Mdscan({In("none.mp4"), "--name-time", "%Y-%m-%d"});
+    EXPECT_EQ(run.code, 2);
+    EXPECT_EQ(run.ErrorLines(), 1);
+    EXPECT_NE(
+        run.err.find("--name-time: must be auto, none or a pattern like %Y%m%d_%H%M%S, not %Y-%m-%d: it tells no hour"),
+        std::string::npos)
+        << run.err;
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 #include "command/Options.h"
 #include "settings/OutputSettings.h"
 #include "settings/ScanSettings.h"
+#include "video/time/NameTime.h"
 #include "video/time/WallClock.h"
 
 namespace Scan {
@@ -74,6 +75,14 @@ CLI::Validator Reads(std::optional<Value> (*read)(const std::string&), const cha
 
 CLI::Validator IsZone() { return Reads(&ReadZone, "x,y,w,h, each from 0 to 1 and inside the picture"); }
 CLI::Validator IsTime() { return Reads(&Video::ParseWallTime, "a time like 2026-03-01T12:00:00Z"); }
+CLI::Validator IsNameTime() {
+    return CLI::Validator(
+        [](std::string& value) {
+            const std::string fault = Video::FaultOfNameTime(value);
+            return fault.empty() ? fault : "must be auto, none or a pattern like %Y%m%d_%H%M%S, not " + value + ": " + fault;
+        },
+        "");
+}
 CLI::Validator IsMoment() { return Reads(&ReadTime, "seconds or hh:mm:ss"); }
 CLI::Validator IsPlace() { return Reads(&ReadPlace, "x,y, two whole numbers from 0"); }
 
@@ -160,6 +169,9 @@ void DeclareInputs(CLI::App& app, Options& options) {
         ->type_name("TIME")
         ->default_str("")
         ->configurable(false);
+    app.add_option("--name-time", options.scan.nameTime, "Times in names: auto, none, or a pattern like %Y%m%d_%H%M%S")
+        ->check(IsNameTime())
+        ->type_name("PATTERN");
     app.add_option("--reconnect", options.run.reconnect, "Seconds without a picture after which a live source is given up")
         ->check(Within(0, longestTime))
         ->type_name("S");
@@ -259,8 +271,8 @@ void TurnIntoExplain(CLI::App& app) {
     app.get_option("input")->description("The video");
     for (CLI::Option* option : app.get_options()) {
         bool isOfScan = option->get_group() == resultGroup;
-        for (const char* name :
-             {"--write-config", "--jobs", "--resume", "--start-time", "--reconnect", "--memory", "--preview", "--block"}) {
+        for (const char* name : {"--write-config", "--jobs", "--resume", "--start-time", "--name-time", "--reconnect",
+                                 "--memory", "--preview", "--block"}) {
             isOfScan = isOfScan || option->check_name(name);
         }
         if (isOfScan) {

@@ -34,6 +34,9 @@ std::string Packed(const JobResult& result) {
                    {"grid", {grid.pictureWidth, grid.pictureHeight, grid.blockSize, grid.columns, grid.rows}}};
     if (result.clock) {
         packed["clock"] = {result.clock->at, static_cast<int>(result.clock->source)};
+        if (result.clock->offset) {
+            packed["clock"].push_back(*result.clock->offset);
+        }
     }
     return packed.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
@@ -53,6 +56,9 @@ JobResult Unpacked(const std::string& text) {
             throw std::out_of_range("clock");
         }
         clock = {packed["clock"].at(0).get<Video::WallTicks>(), static_cast<Video::ClockSource>(source)};
+        if (packed["clock"].size() > 2) {
+            clock->offset = packed["clock"].at(2).get<Video::Ticks>();
+        }
     }
     return {.health = static_cast<Health>(health),
             .code = static_cast<Video::ExitCode>(number("code")),

@@ -27,6 +27,7 @@
 #include "video/base/Findings.h"
 #include "video/base/Gap.h"
 #include "video/base/Interruption.h"
+#include "video/base/LiveName.h"
 #include "video/base/PictureGrid.h"
 #include "video/base/Tally.h"
 #include "video/media/Decoder.h"
@@ -36,6 +37,7 @@
 #include "video/media/PlainPicture.h"
 #include "video/pictures/Overlay.h"
 #include "video/time/Cadence.h"
+#include "video/time/NameTime.h"
 #include "video/time/PictureNumbers.h"
 #include "video/time/TickTime.h"
 #include "video/time/WallClock.h"
@@ -61,6 +63,18 @@ constexpr std::int64_t fewestAnalysed = 2;
 bool CanBeReadTwice(const std::string& input) {
     std::error_code error;
     return std::filesystem::is_regular_file(input, error);
+}
+
+// Of a file by all of its path, for folders that the user did not name may be those of a day; of an address by that.
+std::optional<Video::StartTime> StartByName(const std::string& input, const std::string& pattern) {
+    if (input == "-") {
+        return std::nullopt;
+    }
+    if (Video::IsUrl(input)) {
+        return Video::TimeInName(input.substr(0, input.find_first_of("?#")), pattern);
+    }
+    std::error_code error;
+    return Video::TimeInName(std::filesystem::absolute(input, error).lexically_normal().string(), pattern);
 }
 
 JobResult ResultOf(const Video::Failure& failure, Health health) {
@@ -103,8 +117,9 @@ private:
     JobListener& _listener;
     const std::chrono::steady_clock::time_point _begin = std::chrono::steady_clock::now();
     Video::Decoder _decoder;
-    std::optional<Video::KeyframeScout> _scout;  // where GOPs may be skipped
-    const int _threads;                          // the decoder's
+    const std::optional<Video::StartTime> _named;  // by the input's name
+    std::optional<Video::KeyframeScout> _scout;    // where GOPs may be skipped
+    const int _threads;                            // the decoder's
     Video::Cadence _cadence;
     const Video::WatchRules _rules;
     const Video::Ticks _longestGap;  // between two analysed frames of one event
@@ -129,6 +144,7 @@ Job::Job(const JobSettings& settings, const std::string& input, const std::strin
       _name(name),
       _listener(listener),
       _decoder(Video::OpenSource(input, settings.reconnect), settings.decoderThreads, Selection()),
+      _named(_decoder.IsLive() ? std::nullopt : StartByName(input, settings.scan.nameTime)),
       _threads(settings.decoderThreads),
       _cadence(settings.scan.rate, _decoder.NominalInterval()),
       _rules{.framesPerSecond = 1 / Video::ToSeconds(_decoder.NominalInterval()),
@@ -366,7 +382,10 @@ void Job::Finish() {
 }
 
 std::optional<Video::StartTime> Job::Clock() const {
-    return _settings.startTime ? Video::StartTime{*_settings.startTime, Video::ClockSource::Given} : _decoder.Started();
+    if (_settings.startTime) {
+        return Video::StartTime{*_settings.startTime, Video::ClockSource::Given};
+    }
+    return _named ? _named : _decoder.Started();
 }
 
 Video::PictureNumber Job::NumberAt(Video::Ticks time) const {

@@ -19,7 +19,8 @@ std::string SettingsFingerprint(const ScanSettings& scan, const JobFiles& files)
          << scan.mergeGap << " min-duration " << scan.minDuration << " frames " << scan.frames << " rolls " << scan.preRoll
          << " " << scan.postRoll << " min-blocks " << scan.minBlocks << " track " << scan.track << " thumbnails \""
          << files.thumbnails << "\" clips \"" << files.clips << "\" background \"" << files.background << "\" overlay \""
-         << files.overlay << "\" heatmap " << files.heatmap << " report " << !files.report.empty();
+         << files.overlay << "\" heatmap " << files.heatmap << " report " << !files.report.empty() << " name-time \""
+         << scan.nameTime << "\"";
     if (scan.startTime) {
         text << " start-time " << *scan.startTime;
     }

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "video/time/NameTime.h"
 #include "video/time/WallClock.h"
 #include "video/watch/Conditioning.h"
 #include "video/zones/Zone.h"
@@ -31,18 +32,19 @@ struct ScanSettings {
     bool condition = true;                  // all that is done around the detector; false: the plain detector
     Stabilise stabilise = Stabilise::Auto;  // where it is conditioned
     Sensitivity sensitivity = Sensitivity::Normal;
-    std::string memory;                         // folder that knows each camera's background; empty: none is kept
-    bool shadows = false;                       // drop shadows
-    double minSize = Video::usualSmallestSize;  // smallest object, as a fraction of the picture's width and of its height
-    double mergeGap = 2;                        // seconds
-    double minDuration = 0.5;                   // seconds
-    double preRoll = 0;                         // seconds
-    double postRoll = 0;                        // seconds
-    int minBlocks = 1;                          // moving blocks, for a frame to count
-    std::vector<Video::Zone> zones;             // none: the whole picture
-    bool frames = false;                        // one line per analysed frame, too
-    bool track = false;                         // where the largest object went, in every event
-    std::optional<Video::WallTicks> startTime;  // wall clock at the start of the one input
+    std::string memory;                            // folder that knows each camera's background; empty: none is kept
+    bool shadows = false;                          // drop shadows
+    double minSize = Video::usualSmallestSize;     // smallest object, as a fraction of the picture's width and of its height
+    double mergeGap = 2;                           // seconds
+    double minDuration = 0.5;                      // seconds
+    double preRoll = 0;                            // seconds
+    double postRoll = 0;                           // seconds
+    int minBlocks = 1;                             // moving blocks, for a frame to count
+    std::vector<Video::Zone> zones;                // none: the whole picture
+    bool frames = false;                           // one line per analysed frame, too
+    bool track = false;                            // where the largest object went, in every event
+    std::optional<Video::WallTicks> startTime;     // wall clock at the start of the one input
+    std::string nameTime = Video::usualNameTimes;  // how times are read from names; else a pattern, or none
 };
 
 inline Video::ConditioningRules ConditioningOf(const ScanSettings& settings) {

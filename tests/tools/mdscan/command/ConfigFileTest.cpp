@@ -74,6 +74,9 @@ TEST_F(ConfigFile, MistakesAreNamedWithTheirLine) {
     EXPECT_EQ(Complaint("\nrat = 5\n"), "line 2: unknown name \"rat\", mdscan --write-config lists those known");
     EXPECT_EQ(Complaint("rate = 5\nrate = fast\n"), "line 2: rate must be a number from 0 to 1000, not fast");
     EXPECT_EQ(Complaint("rate = 5\nblock = 4\nrate = 6\n"), "line 3: rate is given twice, first in line 1");
+    EXPECT_EQ(
+        Complaint("name-time = %H\n"),
+        "line 1: name-time must be auto, none or a pattern like %Y%m%d_%H%M%S, not %H: it tells no day: %Y, %m and %d");
     EXPECT_EQ(Complaint("shadows = 2\n"), "line 1: shadows must be true or false, not 2");
     EXPECT_EQ(Complaint("shadows\n"), "line 1: must be \"name = value\", not shadows");
     EXPECT_EQ(Complaint("x\n"), "line 1: must be \"name = value\", not x");

@@ -44,6 +44,10 @@ TEST(PackedResult, ArrivesWhole) {
     ASSERT_TRUE(got.clock);
     EXPECT_EQ(got.clock->at, sent.clock->at);
     EXPECT_EQ(got.clock->source, Video::ClockSource::Container);
+    EXPECT_FALSE(got.clock->offset);
+    const JobResult named{.clock = Video::StartTime{17, Video::ClockSource::Name, -36'000'000'000}};
+    EXPECT_EQ(Unpacked(Packed(named)).clock->source, Video::ClockSource::Name);
+    EXPECT_EQ(Unpacked(Packed(named)).clock->offset, -36'000'000'000);
     EXPECT_FALSE(Unpacked(Packed({})).clock);
     EXPECT_EQ(Packed(got), text);
 }
@@ -55,7 +59,7 @@ TEST(PackedResult, WhatIsNoResultIsRefused) {
     text.replace(text.find("\"health\":0"), 10, "\"health\":9");
     EXPECT_THROW(Unpacked(text), std::exception);
     text = Packed({.clock = Video::StartTime{0, Video::ClockSource::Given}});
-    text.replace(text.find("[0,0]"), 5, "[0,3]");
+    text.replace(text.find("[0,0]"), 5, "[0,4]");
     EXPECT_THROW(Unpacked(text), std::exception);
 }
 

@@ -17,9 +17,10 @@ TEST(SettingsFingerprint, KeepTheirText) {
     EXPECT_EQ(SettingsFingerprint({}, {}),
               "rate 6 fast 0 condition 1 stabilise auto sensitivity normal memory \"\" block 0 shadows 0 "
               "min-size 0.029999999999999999 merge-gap 2 min-duration 0.5 frames 0 rolls 0 0 min-blocks 1 track 0 "
-              "thumbnails \"\" clips \"\" background \"\" overlay \"\" heatmap 0 report 0");
+              "thumbnails \"\" clips \"\" background \"\" overlay \"\" heatmap 0 report 0 name-time \"auto\"");
     ScanSettings scan;
     scan.startTime = 17;
+    scan.nameTime = "%F %H";
     scan.zones = {{.name = "gate", .polygon = {{0, 0}, {0.5, 0}, {0.5, 1}}}};
     const OutputSettings outputs{.lines = "l",
                                  .csv = "t",
@@ -30,10 +31,9 @@ TEST(SettingsFingerprint, KeepTheirText) {
                                  .background = "c",
                                  .overlay = "d"};
     const std::string all = SettingsFingerprint(scan, FilesOf(outputs));
-    EXPECT_EQ(
-        all.substr(all.find(" thumbnails")),
-        " thumbnails \"a\" clips \"b\" background \"c\" overlay \"d\" heatmap 1 report 1 start-time 17 zone \"gate\" 0 "
-        "-1 0,0 0.5,0 0.5,1 mask 0x0 14695981039346656037");
+    EXPECT_EQ(all.substr(all.find(" thumbnails")), " thumbnails \"a\" clips \"b\" background \"c\" overlay \"d\" heatmap 1 "
+                                                   "report 1 name-time \"%F %H\" start-time 17 zone \"gate\" 0 "
+                                                   "-1 0,0 0.5,0 0.5,1 mask 0x0 14695981039346656037");
 }
 
 TEST(SettingsFingerprint, TellHowPicturesAreConditioned) {
