@@ -10,6 +10,8 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace Host {
@@ -18,11 +20,33 @@ namespace {
 namespace fs = std::filesystem;
 using File = std::unique_ptr<std::FILE, decltype([](std::FILE* file) { std::fclose(file); })>;
 
+bool Bears(int descriptor, const std::string& name) {
+    struct stat own = {}, named = {};
+    return fstat(descriptor, &own) == 0 && stat(name.c_str(), &named) == 0 && own.st_dev == named.st_dev &&
+           own.st_ino == named.st_ino;
+}
+
+// An empty file, locked as long as it is open, so that whoever removes what ended processes left behind can tell that it is
+// written; where there are no locks, nobody can. Null: errno says why.
+File Locked(const std::string& path) {
+    for (;;) {
+        const int descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+        if (descriptor < 0) return nullptr;
+        flock(descriptor, LOCK_EX);
+        if (!Bears(descriptor, path)) {  // removed or renamed by who had the lock before
+            close(descriptor);
+            continue;
+        }
+        File file(fdopen(descriptor, "wb"));
+        if (!file) close(descriptor);
+        return file && ftruncate(descriptor, 0) == 0 ? std::move(file) : nullptr;
+    }
+}
+
 // False: errno says why.
-bool WriteWhole(const std::string& path, std::span<const std::uint8_t> bytes) {
-    File file(std::fopen(path.c_str(), "wb"));
-    return file && (bytes.empty() || std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size()) &&
-           std::fflush(file.get()) == 0 && fsync(fileno(file.get())) == 0 && std::fclose(file.release()) == 0;
+bool WriteWhole(std::FILE* file, std::span<const std::uint8_t> bytes) {
+    return (bytes.empty() || std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size()) && std::fflush(file) == 0 &&
+           fsync(fileno(file)) == 0;
 }
 
 // So that the new name survives a power cut, too. Some file systems cannot; the file is whole all the same.
@@ -39,12 +63,13 @@ void SeeFolderToDisk(const std::string& path) {
 
 std::string SaveMemory(const std::string& path, std::span<const std::uint8_t> bytes) {
     const std::string passing = path + "." + std::to_string(getpid()) + ".part";
-    if (WriteWhole(passing, bytes) && std::rename(passing.c_str(), path.c_str()) == 0) {
+    const File file = Locked(passing);
+    if (file && WriteWhole(file.get(), bytes) && std::rename(passing.c_str(), path.c_str()) == 0) {
         SeeFolderToDisk(path);
         return {};
     }
     std::string failure = "cannot write " + path + ": " + std::strerror(errno);
-    unlink(passing.c_str());
+    if (file) unlink(passing.c_str());
     return failure;
 }
 

@@ -15,7 +15,7 @@ inline constexpr std::int64_t mostMemoryBytes = std::int64_t{1} << 30;
 
 // Writes PATH.<process>.part beside it, sees it to the disk, and gives it the name. Returns what went wrong, path and
 // reason; nothing is left behind then, and an older file is as it was. An empty text: it is done. One thread at a time per
-// path.
+// path. A process that is killed meanwhile leaves the part behind; while it is written, it is locked (flock).
 std::string SaveMemory(const std::string& path, std::span<const std::uint8_t> bytes);
 
 // One of the two.

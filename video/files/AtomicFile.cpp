@@ -2,13 +2,10 @@
 #include "video/files/AtomicFile.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <system_error>
-
-#include <unistd.h>
+#include <utility>
 
 #include "video/base/Failure.h"
 
@@ -27,19 +24,11 @@ AtomicFile::AtomicFile(std::string path, const std::vector<std::string>& inputs)
             throw Failure(Concern::Place, "cannot write " + _path + ": is the input");
         }
     }
-    _passing = _path + "." + std::to_string(getpid()) + ".part";
-    if (!std::ofstream(_passing, std::ios::binary)) {
-        throw Failure(Concern::Output, "cannot write " + _path + ": " + std::strerror(errno));
-    }
-}
-
-AtomicFile::~AtomicFile() {
-    std::error_code ignored;
-    std::filesystem::remove(_passing, ignored);  // after Keep there is nothing of that name
+    _passing.emplace(_path, inputs);
 }
 
 void AtomicFile::Keep() {
-    if (std::rename(_passing.c_str(), _path.c_str()) != 0) {
+    if (!_passing->RenameTo(_path)) {
         throw Failure(Concern::Output, "cannot write " + _path + ": " + std::strerror(errno));
     }
 }

@@ -1,11 +1,15 @@
 // Where does a file go while it is written?  Beside its place, under a passing name; the real name stands for a whole file.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "video/files/PassingFile.h"
+
 namespace Video {
 
+// Without Keep, it leaves nothing behind.
 class AtomicFile {
 public:
     // Makes the file under its passing name, so that an impossible place is known before the scan.
@@ -13,20 +17,15 @@ public:
     AtomicFile(std::string path, const std::string& input);
     AtomicFile(std::string path, const std::vector<std::string>& inputs);
 
-    // Without Keep before: leaves nothing behind.
-    ~AtomicFile();
-    AtomicFile(const AtomicFile&) = delete;
-    AtomicFile& operator=(const AtomicFile&) = delete;
-
     const std::string& Path() const { return _path; }
-    const std::string& PassingPath() const { return _passing; }  // write here
+    const std::string& PassingPath() const { return _passing->Name(); }  // write here
 
     // Gives the finished file its name, in place of an older one. Throws Failure.
     void Keep();
 
 private:
     std::string _path;
-    std::string _passing;
+    std::optional<PassingFile> _passing;
 };
 
 }  // namespace Video

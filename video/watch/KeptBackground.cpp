@@ -11,6 +11,7 @@
 #include "conditioning/MemoryFile.h"
 #include "video/base/Failure.h"
 #include "video/base/PictureGrid.h"
+#include "video/files/PassingFile.h"
 #include "video/time/TickTime.h"
 
 namespace Video {
@@ -67,6 +68,7 @@ void KeptBackground::Save(const std::string& path) {
                                         .time = *_last,
                                         .ycbcr = _settled,
                                         .isKnown = std::vector<std::uint8_t>(BlocksOf(_grid), 255)};
+    RemoveLeftovers(path);
     const std::string trouble = Host::SaveMemory(path, Host::Encode(memory));
     if (!trouble.empty()) {
         throw Failure(Concern::Output, trouble);

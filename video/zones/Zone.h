@@ -25,6 +25,7 @@ struct Zone {
     std::string name;
     bool exclude = false;                // what lies within is not watched, whatever other zones say
     std::optional<double> minSize = {};  // smallest object, as a fraction of the picture; absent: as everywhere
+    std::optional<double> maxSize = {};  // largest object, likewise
     std::vector<Point> polygon = {};     // at least three corners, the last joins the first; empty: the mask counts
     GreyPicture mask = {};               // stretched over the picture; 128 and brighter is in the zone
 };

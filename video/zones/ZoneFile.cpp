@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <set>
 #include <sstream>
 
@@ -13,6 +14,7 @@
 #include <png.h>
 
 #include "video/base/Failure.h"
+#include "video/zones/PlacedJson.h"
 #include "video/zones/Zone.h"
 
 namespace Video {
@@ -37,12 +39,6 @@ bool Meet(Point a, Point b, Point c, Point d) {
     return (!apart && !straight) || OnLine(a, b, c) || OnLine(a, b, d) || OnLine(c, d, a) || OnLine(c, d, b);
 }
 
-// "zones[3]"
-std::string At(const std::string& list, std::size_t index) {
-    std::string place = list;
-    return place.append("[").append(std::to_string(index)).append("]");
-}
-
 class Reader {
 public:
     explicit Reader(const std::string& path) : _path(path) {}
@@ -51,10 +47,13 @@ public:
         std::ifstream file(_path, std::ios::binary);
         std::error_code ignored;
         if (!file || std::filesystem::is_directory(_path, ignored)) {
-            Fail("", "cannot be read");
+            throw Failure(Concern::Usage, _path + ": cannot be read");
         }
         const std::string text{std::istreambuf_iterator<char>(file), {}};
-        const Json root = Parse(text);
+        _told = ReadJson(text, [this](const std::string& where, const std::string& what) {
+            throw Failure(Concern::Usage, _path + ": " + where + ": " + what);
+        });
+        const Json& root = _told.root;
         Expect(root.is_object(), "", "must be an object with \"zones\"");
         CheckKeys(root, "", {"zones"});
         Expect(root.contains("zones") && root["zones"].is_array() && !root["zones"].empty(), "zones",
@@ -62,55 +61,28 @@ public:
         std::vector<Zone> zones;
         std::set<std::string> names;
         for (std::size_t i = 0; i < root["zones"].size(); ++i) {
-            const std::string place = At("zones", i);
+            const std::string place = PlaceIn("zones", i);
             zones.push_back(ReadZone(root["zones"][i], place));
             Expect(names.insert(zones.back().name).second, place + ".name",
-                   "there is another zone \"" + zones.back().name + "\"");
+                   "there is another zone " + Quoted(zones.back().name));
         }
         return zones;
     }
 
 private:
     [[noreturn]] void Fail(const std::string& place, const std::string& what) const {
-        throw Failure(Concern::Usage, _path + ": " + (place.empty() ? "" : place + ": ") + what);
+        Fail(_told.LineOf(place), place, what);
+    }
+
+    [[noreturn]] void Fail(int number, const std::string& place, const std::string& what) const {
+        const std::string line = "line " + std::to_string(number);
+        throw Failure(Concern::Usage, _path + ": " + line + ": " + (place.empty() ? "" : place + ": ") + what);
     }
 
     void Expect(bool good, const std::string& place, const std::string& what) const {
         if (!good) {
             Fail(place, what);
         }
-    }
-
-    Json Parse(const std::string& text) const {
-        std::vector<std::set<std::string>> keys;  // of the objects that are open
-        std::string doubled;
-        const auto watch = [&](int, Json::parse_event_t event, const Json& value) {
-            if (event == Json::parse_event_t::object_start) {
-                keys.emplace_back();
-            } else if (event == Json::parse_event_t::object_end) {
-                keys.pop_back();
-            } else if (event == Json::parse_event_t::key && !keys.back().insert(value.get<std::string>()).second &&
-                       doubled.empty()) {
-                doubled = value.get<std::string>();
-            }
-            return true;
-        };
-        try {
-            Json root = Json::parse(text, watch);
-            Expect(doubled.empty(), "", "\"" + doubled + "\" is given twice in one object");
-            return root;
-        } catch (const Json::parse_error& error) {
-            Fail(PlaceOf(text, error.byte), "is not JSON here");
-        }
-    }
-
-    // byte: from 1.
-    static std::string PlaceOf(const std::string& text, std::size_t byte) {
-        const std::size_t before = std::min(byte > 0 ? byte - 1 : 0, text.size());
-        const auto line = 1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(before), '\n');
-        const std::size_t newline = before > 0 ? text.rfind('\n', before - 1) : std::string::npos;
-        const std::size_t column = newline == std::string::npos ? before + 1 : before - newline;
-        return "line " + std::to_string(line) + ", column " + std::to_string(column);
     }
 
     void CheckKeys(const Json& object, const std::string& place, const std::set<std::string>& known) const {
@@ -120,14 +92,15 @@ private:
                 for (const std::string& key : known) {
                     all += (all.empty() ? "" : ", ") + key;
                 }
-                Fail(place, "unknown key \"" + item.key() + "\", known are " + all);
+                Fail(_told.LineOf(PlaceUnder(place, item.key())), place,
+                     "unknown key " + Quoted(item.key()) + ", known are " + all);
             }
         }
     }
 
     Zone ReadZone(const Json& json, const std::string& place) const {
         Expect(json.is_object(), place, "must be an object");
-        CheckKeys(json, place, {"name", "polygon", "mask", "exclude", "min_size"});
+        CheckKeys(json, place, {"name", "polygon", "mask", "exclude", "min_size", "max_size"});
         Zone zone;
         const bool named = json.contains("name") && json["name"].is_string() && !json["name"].get<std::string>().empty();
         Expect(named, place + ".name", "must be a text that is not empty");
@@ -136,13 +109,14 @@ private:
             Expect(json["exclude"].is_boolean(), place + ".exclude", "must be true or false");
             zone.exclude = json["exclude"].get<bool>();
         }
-        if (json.contains("min_size")) {
-            zone.minSize = Fraction(json["min_size"], place + ".min_size");
-            Expect(!zone.exclude, place + ".min_size", "has no meaning where \"exclude\" is true");
-        }
+        zone.minSize = SizeOf(json, "min_size", zone, place);
+        zone.maxSize = SizeOf(json, "max_size", zone, place);
+        Expect(!zone.minSize || !zone.maxSize || *zone.minSize <= *zone.maxSize, place + ".max_size",
+               "is smaller than min_size");
         Expect(json.contains("polygon") != json.contains("mask"), place, "must have either \"polygon\" or \"mask\"");
         if (json.contains("mask")) {
-            Expect(json["mask"].is_string(), place + ".mask", "must be the name of a PNG file");
+            const bool isName = json["mask"].is_string() && json["mask"].get<std::string>().find('\0') == std::string::npos;
+            Expect(isName, place + ".mask", "must be the name of a PNG file");
             const std::filesystem::path folder = std::filesystem::path(_path).parent_path();
             try {
                 zone.mask = ReadMask((folder / json["mask"].get<std::string>()).string());
@@ -153,6 +127,16 @@ private:
             zone.polygon = ReadPolygon(json["polygon"], place + ".polygon");
         }
         return zone;
+    }
+
+    std::optional<double> SizeOf(const Json& json, const std::string& key, const Zone& zone,
+                                 const std::string& place) const {
+        if (!json.contains(key)) {
+            return std::nullopt;
+        }
+        const std::string size = place + "." + key;
+        Expect(!zone.exclude, size, "has no meaning where \"exclude\" is true");
+        return Fraction(json[key], size);
     }
 
     double Fraction(const Json& json, const std::string& place) const {
@@ -168,7 +152,7 @@ private:
         Expect(json.is_array() && json.size() >= 3, place, "must be a list of at least three corners [x, y]");
         std::vector<Point> polygon;
         for (std::size_t i = 0; i < json.size(); ++i) {
-            const std::string corner = At(place, i);
+            const std::string corner = PlaceIn(place, i);
             Expect(json[i].is_array() && json[i].size() == 2, corner, "must be a corner [x, y]");
             polygon.push_back({Fraction(json[i][0], corner + "[0]"), Fraction(json[i][1], corner + "[1]")});
         }
@@ -178,6 +162,7 @@ private:
     }
 
     const std::string _path;
+    PlacedJson _told;
 };
 
 }  // namespace
@@ -212,11 +197,11 @@ GreyPicture ReadMask(const std::string& path) {
 std::string PolygonTrouble(const std::vector<Point>& polygon) {
     const std::size_t corners = polygon.size();
     const auto corner = [&](std::size_t i) { return polygon[i % corners]; };
-    const auto named = [&](std::size_t i) { return At("", i) + " to " + At("", (i + 1) % corners); };
+    const auto named = [&](std::size_t i) { return PlaceIn("", i) + " to " + PlaceIn("", (i + 1) % corners); };
     double area = 0;
     for (std::size_t i = 0; i < corners; ++i) {
         if (corner(i).x == corner(i + 1).x && corner(i).y == corner(i + 1).y) {
-            return "corners " + At("", i) + " and " + At("", (i + 1) % corners) + " are the same";
+            return "corners " + PlaceIn("", i) + " and " + PlaceIn("", (i + 1) % corners) + " are the same";
         }
         area += corner(i).x * corner(i + 1).y - corner(i + 1).x * corner(i).y;
     }

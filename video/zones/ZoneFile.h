@@ -8,10 +8,10 @@
 
 namespace Video {
 
-// {"zones": [{"name": "gate", "polygon": [[0.1, 0.2], [0.4, 0.2], [0.4, 0.9]], "exclude": false, "min_size": 0.05},
+// {"zones": [{"name": "gate", "polygon": [[0.1, 0.2], [0.4, 0.2], [0.4, 0.9]], "min_size": 0.05, "max_size": 0.5},
 //            {"name": "trees", "mask": "trees.png", "exclude": true}]}
 // polygon or mask, at least three corners from 0 to 1 that enclose something without crossing themselves; masks are looked
-// for beside the file. Throws Failure: one line with the place of the first mistake.
+// for beside the file. Throws Failure: one line with line and place of the first mistake.
 std::vector<Zone> ReadZoneFile(const std::string& path);
 
 // A PNG file of any size. Throws Failure.

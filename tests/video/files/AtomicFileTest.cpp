@@ -3,13 +3,22 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <filesystem>
+#include <functional>
 #include <string>
+#include <vector>
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "FolderFixture.h"
+#include "conditioning/MemoryFile.h"
 #include "video/base/Failure.h"
+#include "video/files/PassingFile.h"
 
 namespace Video {
 namespace {
@@ -73,6 +82,74 @@ TEST_F(AtomicFileTest, NeverReplacesWhatIsNotAPlainFile) {
 
 TEST_F(AtomicFileTest, AnImpossiblePlaceIsKnownAtOnce) {
     EXPECT_EQ(CodeOf(In("missing/out.png"), In("in.mp4")), exitFailed);
+}
+
+using Names = std::vector<std::string>;
+
+TEST_F(AtomicFileTest, WhatAnEndedProcessLeftBehindIsRemoved) {
+    for (const char* name : {"out.png.123.part", "out.png.4567.1.part"}) {
+        Write(name, "half");
+    }
+    const Names others = {"other.png.123.part", "out.png.1..part",  "out.png.1.2.3.part", "out.png.12",
+                          "out.png.12x.part",   "out.png.bak.part", "out.png.part"};
+    for (const std::string& name : others) {
+        Write(name, "somebody's");
+    }
+    { AtomicFile file(In("out.png"), In("in.mp4")); }
+    EXPECT_EQ(FilesInFolder(), others);
+}
+
+TEST_F(AtomicFileTest, WhatIsWrittenOrReadStays) {
+    Write("out.png.123.part", "a process of another machine is at it");
+    Write("out.png.124.part", "an input");
+    const int writer = open(In("out.png.123.part").c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(flock(writer, LOCK_EX), 0);
+    { AtomicFile file(In("out.png"), In("out.png.124.part")); }
+    EXPECT_EQ(FilesInFolder(), (Names{"out.png.123.part", "out.png.124.part"}));
+    close(writer);
+    AtomicFile first(In("out.png"), In("in.mp4"));
+    AtomicFile second(In("out.png"), In("in.mp4"));  // of the same process
+    EXPECT_NE(first.PassingPath(), second.PassingPath());
+}
+
+// The same folder by another name each time: it is looked through anew.
+std::string Spelled(const std::string& folder, int times, const char* name) {
+    return folder + std::string(static_cast<std::size_t>(times) + 1, '/') + name;
+}
+
+TEST_F(AtomicFileTest, WhoRemovesLeftoversTakesNothingFromWriters) {
+    constexpr int rounds = 100;
+    const auto process = [](const std::function<void()>& work) {
+        const pid_t child = fork();
+        if (child == 0) {
+            work();
+            _exit(0);
+        }
+        return child;
+    };
+    const pid_t remover = process([&] {
+        for (int i = 0;; ++i) {
+            RemoveLeftovers(Spelled(Folder(), i % 3000, "out"));
+            RemoveLeftovers(Spelled(Folder(), i % 3000, "memory"));
+        }
+    });
+    const pid_t writer = process([&] {
+        for (int i = 0; i < rounds; ++i) {
+            AtomicFile(Spelled(Folder(), i, "out"), In("in.mp4")).Keep();  // a Failure ends the process
+        }
+    });
+    for (int i = 0; i < rounds; ++i) {
+        AtomicFile file(Spelled(Folder(), i, "out"), In("in.mp4"));
+        Write(file.PassingPath(), "whole");
+        EXPECT_NO_THROW(file.Keep());
+        ASSERT_EQ(Host::SaveMemory(In("memory"), std::vector<std::uint8_t>{1}), "");
+    }
+    int status = 0;
+    EXPECT_EQ(waitpid(writer, &status, 0), writer);
+    EXPECT_EQ(status, 0);
+    kill(remover, SIGKILL);
+    waitpid(remover, nullptr, 0);
+    EXPECT_EQ(FilesInFolder(), (Names{"memory", "out"}));
 }
 
 }  // namespace

@@ -70,7 +70,7 @@ TEST_F(ZonePreview, AMistakeIsOneLineBeforeAnythingIsScanned) {
     const Outcome run = Mdscan({"--zones", In("wrong.json"), In("missing.mp4")});
     EXPECT_EQ(run.code, 2);
     EXPECT_EQ(run.ErrorLines(), 1);
-    EXPECT_NE(run.err.find("wrong.json: zones[0].polygon: must be"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("wrong.json: line 1: zones[0].polygon: must be"), std::string::npos) << run.err;
     EXPECT_EQ(Mdscan({"--preview", In("frame.png"), In("missing.mp4")}).code, 2);
     EXPECT_EQ(Mdscan({"--mask", In("zones.json"), In("missing.mp4")}).code, 2);
 }

@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <random>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -90,6 +91,59 @@ TEST_F(ConfigFile, MistakesAreNamedWithTheirLine) {
         EXPECT_EQ(Complaint(std::string(name) + " = 1\n"),
                   "line 1: unknown name \"" + std::string(name) + "\", mdscan --write-config lists those known");
     }
+}
+
+TEST_F(ConfigFile, NumbersThatNobodyCanHoldAreNamedWithLineAndName) {
+    EXPECT_EQ(Complaint("rate = 1e400\n"), "line 1: rate must be a number from 0 to 1000, not 1e400");
+    EXPECT_EQ(Complaint("rate = nan\n"), "line 1: rate must be a number from 0 to 1000, not nan");
+    EXPECT_EQ(Complaint("\nmin-size = -0.1\n"), "line 2: min-size must be a number from 0 to 1, not -0.1");
+    EXPECT_EQ(Complaint("block = 99999999999999999999\n"),
+              "line 1: block must be a whole number from 0 to 64, not 99999999999999999999");
+    EXPECT_EQ(Complaint("jobs = 1.5\n"), "line 1: jobs must be a whole number from 0 to 256, not 1.5");
+    EXPECT_EQ(Complaint("min-blocks = 1e3\n"), "line 1: min-blocks must be a whole number from 1 to 1000000, not 1e3");
+    EXPECT_EQ(Complaint("zone = 0,0,1e400,1\n"),
+              "line 1: zone must be x,y,w,h, each from 0 to 1 and inside the picture, not 0,0,1e400,1");
+    EXPECT_EQ(Complaint(std::string("a\x1b[2J\tb") + std::string(1000, 'c')).substr(0, 51),
+              "line 1: must be \"name = value\", not a\\x1b[2J\\x09bcc");
+}
+
+// Bytes changed, left out and doubled, values put elsewhere: what comes out is a run's options, or one line of ours.
+TEST_F(ConfigFile, MutatedFilesAreTakenOrRefusedInOurWords) {
+    const std::string whole = "# mine, and nobody else has to understand what it is for\nrate = 12\nmin-size = 0.1\nzone = "
+                              "0,0,0.5,1\nshadows = true\njobs = 2\n"
+                              "output = \"a b.jsonl\"\nsensitivity = low\nblock = 8\nmerge-gap = 2\n";
+    const std::vector<std::string> pieces = {"1e400",   "-1", "nan", "inf", "1.5", "0x10", "=",    "\"",
+                                             "[a,b]",   "\n", "#",   "{}",  "--",  "\xFF", "true", "18446744073709551616",
+                                             "jobs = ", "%s"};
+    const std::regex ours("line [0-9]+: (must be \"name = value\", not |there is no name|unknown name \"|the quotes of |"
+                          "[a-z-]+ (must be |has no value|is given twice, first in line [0-9]+))[^\n]*");
+    std::mt19937 random(8);
+    const auto below = [&](std::size_t end) { return static_cast<std::size_t>(random() % end); };
+    int refused = 0, accepted = 0;
+    for (int i = 0; i < 200; ++i) {
+        std::string text = whole;
+        for (std::size_t changes = 1 + below(3); changes > 0; --changes) {
+            const std::size_t place = below(text.size()), kind = below(4);
+            if (kind == 0) {
+                text[place] = static_cast<char>(below(256));
+            } else if (kind == 1) {
+                text.erase(place, 1 + below(3));
+            } else if (kind == 2) {
+                text.insert(place, text.substr(below(text.size()), below(20)));
+            } else {
+                text.replace(place, below(4), pieces[below(pieces.size())]);
+            }
+        }
+        if (ParseWith(text).options) {
+            ++accepted;
+            continue;
+        }
+        ++refused;
+        const std::string said = Complaint(text);
+        EXPECT_TRUE(std::regex_match(said, ours)) << text << "\n  " << said;
+    }
+    EXPECT_GT(refused, 100);
+    EXPECT_GT(accepted, 10);
 }
 
 TEST_F(ConfigFile, AFileThatCannotBeReadIsNamed) {

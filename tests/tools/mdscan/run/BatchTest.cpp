@@ -18,6 +18,7 @@
 #include "ScanFixture.h"
 #include "results/JsonLines.h"
 #include "results/Records.h"
+#include "video/files/CheckedLine.h"
 #include "video/files/OutputPath.h"
 #include "video/watch/Condition.h"
 
@@ -192,6 +193,10 @@ TEST_F(BatchTest, InterruptedAndResumedItIsTheSame) {
     EXPECT_EQ(resumed.front(), whole.scan);
     resumed.erase(resumed.begin());
     EXPECT_EQ(resumed, whole.lines);
+    EXPECT_EQ(Mdscan(arguments).code, 1);  // by now, whatever was killed has let go of its files
+    for (const std::string& name : FilesInFolder()) {
+        EXPECT_FALSE(name.ends_with(".part")) << name << ": left behind by a run that was killed";
+    }
     const std::string state = Read("state");
     EXPECT_EQ(static_cast<std::size_t>(std::count(state.begin(), state.end(), '\n')), 1 + expected.size())
         << "every input is finished once";
@@ -249,6 +254,29 @@ TEST_F(BatchTest, TheFirstLineNamesAllSettings) {
                       "zones": ["a"], "excluded": ["b"]})"));
 }
 
+TEST_F(BatchTest, ADamagedStateChangesNoResult) {
+    for (const char* name : {"videos/a.avi", "videos/b.avi"}) {
+        Video::SquareScene scene = Small();
+        scene.seconds = 5;
+        Video::WriteEncoded({scene}, {.codec = "mpeg4", .container = "avi"}, In(name));
+    }
+    const Names arguments = {"--resume", In("state"), "-o", In("out.jsonl"), In("videos")};
+    EXPECT_EQ(Mdscan(arguments).code, 0);
+    const std::string state = Read("state"), expected = Read("out.jsonl");
+    const std::size_t header = state.find('\n') + 1, end = state.find('\n', header);
+    for (const std::size_t place : {header + 2, state.find("a.avi") + 1, end - 4, end, state.size() - 3}) {
+        Write("state", std::string(state).replace(place, 1, state[place] == 'x' ? "y" : "x"));
+        const Outcome run = Mdscan(arguments);
+        EXPECT_EQ(run.code, 0) << run.err;
+        EXPECT_EQ(Read("out.jsonl"), expected) << place;
+        const std::string line = place > end ? "3" : "2";
+        EXPECT_EQ(run.err.find("mdscan: " + In("state") + ": line " + line + " is damaged"), 0u) << run.err;
+        EXPECT_EQ(run.ErrorLines(), 2) << run.err;
+        EXPECT_EQ(Mdscan(arguments).ErrorLines(), 1) << "it is said once";
+        EXPECT_EQ(Read("out.jsonl"), expected) << place;
+    }
+}
+
 TEST_F(BatchTest, AChangedFileIsScannedAgain) {
     Video::WriteEncoded({Small()}, {.codec = "mpeg4", .container = "avi"}, In("videos/a.avi"));
     const Names arguments = {"--resume", In("state"), In("videos")};
@@ -270,7 +298,10 @@ TEST_F(BatchTest, ConditionsAreToldAndNoEvents) {
         for (const ConditionRecord& record : records) {
             told += json(LineOf(record)).dump() + ",";
         }
-        Write("state", std::string(known).insert(known.find(lines) + lines.size(), told));
+        const std::string line = known.substr(known.find('\n') + 1);  // behind it, nothing
+        const std::string text(Video::Verified(line.substr(0, line.size() - 1)).value());
+        Write("state", known.substr(0, known.find('\n') + 1) +
+                           Video::Checked(std::string(text).insert(text.find(lines) + lines.size(), told)) + "\n");
         return Mdscan(arguments);
     };
     const ConditionRecord light{.file = In("videos/a.avi"), .start = 10'000'000, .end = 25'000'000};
