@@ -148,6 +148,6 @@ class PageCase(unittest.TestCase):
             message = json.loads(entry["message"])["message"]
             if message["method"] == "Network.requestWillBeSent":
                 url = message["params"]["request"]["url"]
-                self.assertRegex(url, r"^(file|data):", "nothing comes from a network")
+                self.assertRegex(url, r"^(file|data|blob):", "nothing comes from a network")
                 if url.startswith("file:"):
                     self.assertIn(pathlib.Path(self.folder.name).as_uri()[:8], url)
