@@ -30,6 +30,7 @@ function pictureOf(event) {
   }
   const place = make("div", "", "thumb"), picture = make("img"), overlay = makeOverlay();
   picture.alt = "";
+  showBoxes(overlay, event.boxes, event.input, event.input);   // paper does not wait until it is loaded
   picture.addEventListener("load", () => showBoxes(overlay, event.boxes, event.input,
     { width: picture.naturalWidth, height: picture.naturalHeight }));
   picture.src = pictureAddress(event.picture);
