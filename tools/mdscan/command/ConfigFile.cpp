@@ -55,8 +55,17 @@ std::string Heading(const std::string& group) { return group.substr(0, group.fin
 
 }  // namespace
 
+// What is quoted of the file may be of any length, and hold anything.
 std::string PlaceInConfig(const std::string& path, int line, const std::string& what) {
-    return path + ": line " + std::to_string(line) + ": " + what;
+    constexpr std::size_t longest = 240;  // bytes
+    constexpr const char* digits = "0123456789abcdef";
+    std::string text = path + ": line " + std::to_string(line) + ": ";
+    for (const char c : what.substr(0, longest)) {
+        const auto byte = static_cast<unsigned char>(c);
+        const bool isControl = byte < ' ' || byte == 0x7F;
+        text += isControl ? std::string("\\x") + digits[byte >> 4] + digits[byte & 15] : std::string(1, c);
+    }
+    return text + (what.size() > longest ? "..." : "");
 }
 
 std::vector<Setting> ReadSettings(const std::string& path) {

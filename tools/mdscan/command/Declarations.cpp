@@ -63,6 +63,18 @@ CLI::Validator Within(double low, double high) {
         "");
 }
 
+// A whole number within bounds. Whatever else may look like one to the parser, 1e2, 1.5 or 010, is none.
+CLI::Validator WholeWithin(int low, int high) {
+    const std::string range = std::to_string(low) + " to " + std::to_string(high);
+    return CLI::Validator(
+        [low, high, range](std::string& value) {
+            const std::optional<int> number = ReadWhole(value);
+            const bool inside = number && *number >= low && *number <= high;
+            return inside ? std::string() : "must be a whole number from " + range + ", not " + value;
+        },
+        "");
+}
+
 // What `read` makes a value of. what: what the text must be else.
 template <typename Value>
 CLI::Validator Reads(std::optional<Value> (*read)(const std::string&), const char* what) {
@@ -126,7 +138,7 @@ void AddChoice(CLI::App& app, const std::string& name, Value& value, const std::
 CLI::Validator IsPlaceOrSize() {
     return CLI::Validator(
         [](std::string& value) {
-            return value.find(',') == std::string::npos ? Within(0, largestBlock)(value) : IsPlace()(value);
+            return value.find(',') == std::string::npos ? WholeWithin(0, largestBlock)(value) : IsPlace()(value);
         },
         "");
 }
@@ -153,7 +165,7 @@ void DeclareInputs(CLI::App& app, Options& options) {
         ->default_str("")
         ->configurable(false);
     app.add_option("-j,--jobs", options.run.jobs, "Inputs scanned at a time; 0: one per processor")
-        ->check(Within(0, mostJobs))
+        ->check(WholeWithin(0, mostJobs))
         ->type_name("N");
     app.add_option("--resume", options.run.resume, "Remember finished inputs there; skip those that it knows")
         ->type_name("STATE")
@@ -184,7 +196,7 @@ void DeclareMotion(CLI::App& app, ScanSettings& settings) {
         ->type_name("N");
     app.add_flag("--fast", settings.fast, "Decode keyframes, and all else only where these show motion");
     app.add_option("--block", settings.blockSize, "Block size in pixels, up to 64; 0: gives up to 128 columns")
-        ->check(Within(0, largestBlock))
+        ->check(WholeWithin(0, largestBlock))
         ->type_name("N");
     AddChoice(app, "--condition", settings.condition, conditionWords,
               "default: primed, balanced, stabilised, gated; none: the plain detector");
@@ -200,7 +212,7 @@ void DeclareMotion(CLI::App& app, ScanSettings& settings) {
         ->check(Within(0, 1))
         ->type_name("F");
     app.add_option("--min-blocks", settings.minBlocks, "Moving blocks below which a frame counts as still")
-        ->check(Within(1, mostMovingBlocks))
+        ->check(WholeWithin(1, mostMovingBlocks))
         ->type_name("N");
     app.add_option("--merge-gap", settings.mergeGap, "Seconds without an object that end an event")
         ->check(Within(0, longestTime))
@@ -335,7 +347,7 @@ std::string TakeIn(const Words& words, Options& options) {
             }
             question.block = place;
         } else {
-            options.scan.blockSize = static_cast<int>(std::strtod(block.c_str(), nullptr));
+            options.scan.blockSize = ReadWhole(block).value();
         }
     }
     question.pixel = words.pixel.empty() ? std::nullopt : ReadPlace(words.pixel);

@@ -50,6 +50,11 @@ std::optional<double> ReadTime(const std::string& text) {
     return whole * 60 + *seconds;
 }
 
+std::optional<int> ReadWhole(const std::string& text) {
+    const bool isOctal = text.size() > 1 && text.front() == '0';  // to some readers
+    return isOctal ? std::nullopt : Read<int>(text);
+}
+
 std::optional<std::array<int, 2>> ReadPlace(const std::string& text) {
     const std::vector<std::string_view> parts = Parts(text, ',');
     const std::optional<int> x = Read<int>(parts.front()), y = Read<int>(parts.back());

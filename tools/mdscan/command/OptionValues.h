@@ -12,6 +12,9 @@ namespace Scan {
 // "12.5", "1:02" or "1:02:03.5" in seconds. Absent: something else.
 std::optional<double> ReadTime(const std::string& text);
 
+// "40": a whole number from 0, in plain digits. Absent: something else.
+std::optional<int> ReadWhole(const std::string& text);
+
 // "40,22": two whole numbers from 0. Absent: something else.
 std::optional<std::array<int, 2>> ReadPlace(const std::string& text);
 

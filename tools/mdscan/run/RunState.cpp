@@ -23,6 +23,7 @@
 #include "results/Records.h"
 #include "results/ScanPictures.h"
 #include "video/base/Failure.h"
+#include "video/files/CheckedLine.h"
 
 namespace Scan {
 
@@ -30,7 +31,9 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr int stateVersion = 1;
+constexpr auto replaced = Json::error_handler_t::replace;  // what is no UTF-8
+constexpr int stateVersion = 2;                            // 1: without checksums
+constexpr const char* versionName = "mdscan-state";
 
 // A path may hold any bytes, JSON holds text: every byte above ASCII becomes %XX, and so does the sign itself.
 std::string KeyOf(const std::string& path) {
@@ -48,7 +51,7 @@ std::string KeyOf(const std::string& path) {
 }
 
 std::string HeaderLine(const std::string& run) {
-    return Json{{"mdscan-state", stateVersion}, {"run", run}}.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+    return Video::Checked(Json{{versionName, stateVersion}, {"run", run}}.dump(-1, ' ', false, replaced)) + "\n";
 }
 
 // A run that has just been killed holds its lock a moment longer.
@@ -128,12 +131,21 @@ void RunState::Load(const std::string& run) {
     std::string part(1 << 16, '\0');
     off_t whole = 0;  // bytes; of lines with an end
     int number = 0;
-    for (ssize_t got = 0; (got = read(_file, part.data(), part.size())) > 0;) {
+    for (ssize_t got = 0; (got = read(_file, part.data(), part.size())) != 0;) {
+        if (got < 0 && errno != EINTR) {
+            throw Video::Failure(Video::Concern::Output, "cannot read " + _path + ": " + std::strerror(errno));
+        }
+        got = std::max<ssize_t>(got, 0);
         unread.append(part, 0, static_cast<std::size_t>(got));
         std::size_t begin = 0;
         for (std::size_t end = 0; (end = unread.find('\n', begin)) != std::string::npos; begin = end + 1) {
             const std::string line = unread.substr(begin, end - begin);
-            TakeLine(line, ++number, whole, header);
+            if (++number == 1) {
+                TakeHeader(line, header);
+            } else if (!TakeLine(line, whole)) {
+                _damaged.push_back(number);
+                Blank(whole, line.size());
+            }
             whole += static_cast<off_t>(line.size() + 1);
         }
         unread.erase(0, begin);
@@ -150,32 +162,64 @@ void RunState::Load(const std::string& run) {
     }
 }
 
-void RunState::TakeLine(const std::string& line, int number, off_t offset, const std::string& header) {
-    const Json record = Json::parse(line, nullptr, false);
-    if (number == 1) {
-        if (!record.is_object() || !record.contains("mdscan-state")) {
-            throw Video::Failure(Video::Concern::Usage, "cannot resume from " + _path + ": is not a state of mdscan");
-        }
-        if (line + "\n" != header) {
-            throw Video::Failure(Video::Concern::Usage,
-                                 "cannot resume from " + _path + ": was made with other options or another version");
-        }
+void RunState::TakeHeader(const std::string& line, const std::string& header) const {
+    if (line + "\n" == header) {
         return;
     }
+    const auto text = Video::Verified(line);
+    const Json record = Json::parse(text.value_or(line), nullptr, false);  // older ones have no checksum
+    std::string trouble = "is not a state of mdscan";
+    if (record.is_object() && record.contains(versionName)) {
+        trouble = "was made with other options or another version";
+    } else if (line.find(versionName) != std::string::npos) {
+        trouble = "its first line is damaged";
+    }
+    throw Video::Failure(Video::Concern::Usage, "cannot resume from " + _path + ": " + trouble);
+}
+
+// False: it is damaged. Damage has to be known before the run writes anything.
+bool RunState::TakeLine(const std::string& line, off_t offset) {
+    if (line.find_first_not_of(' ') == std::string::npos) {
+        return true;  // it was damaged once
+    }
+    const auto text = Video::Verified(line);
+    const Json record = text ? Json::parse(*text, nullptr, false) : Json();
     try {
-        // Damage has to be known before the run writes anything. Records are read for that; pictures, which are large, are
-        // only known to be texts, and are read when it is their turn.
         RecordsOf(record);
-        PictureLinesOf(record);
+        PictureLinesOf(record);  // they are large: read when it is their turn
         _entries.insert_or_assign(record.at("file").get<std::string>(),
                                   Entry{{record.at("size").get<std::int64_t>(), record.at("changed").get<std::int64_t>()},
                                         ResultOf(record),
                                         offset,
                                         line.size()});
+        return true;
     } catch (const std::exception&) {
-        throw Video::Failure(Video::Concern::Output,
-                             "cannot resume from " + _path + ": line " + std::to_string(number) + " is damaged");
+        return false;
     }
+}
+
+// So that the next run does not tell of it again. Where that fails, it will.
+void RunState::Blank(off_t offset, std::size_t size) const {
+    const int flags = fcntl(_file, F_GETFL);
+    fcntl(_file, F_SETFL, flags & ~O_APPEND);  // or it would go to the end
+    const std::string blanks(size, ' ');
+    [[maybe_unused]] const ssize_t written = pwrite(_file, blanks.data(), blanks.size(), offset);
+    fcntl(_file, F_SETFL, flags);
+}
+
+std::string RunState::Damage() const {
+    constexpr std::size_t mostNamed = 5;
+    if (_damaged.empty()) {
+        return "";
+    }
+    std::string text = _damaged.size() == 1 ? "line " : "lines ";
+    for (std::size_t i = 0; i < std::min(_damaged.size(), mostNamed); ++i) {
+        text += (i == 0 ? "" : ", ") + std::to_string(_damaged[i]);
+    }
+    if (_damaged.size() > mostNamed) {
+        text += " and " + std::to_string(_damaged.size() - mostNamed) + " more";
+    }
+    return text + (_damaged.size() == 1 ? " is" : " are") + " damaged: what was known from there is scanned anew";
 }
 
 std::optional<JobResult> RunState::Find(const std::string& input) const {
@@ -188,11 +232,12 @@ RecalledInput RunState::Read(const std::string& input) const {
     const Entry& entry = _entries.at(KeyOf(input));
     std::string line(entry.size, '\0');
     const ssize_t got = pread(_file, line.data(), line.size(), entry.offset);
-    const Json record = Json::parse(line, nullptr, false);
-    if (got != static_cast<ssize_t>(line.size()) || record.is_discarded()) {
+    const auto text = Video::Verified(line);
+    if (got != static_cast<ssize_t>(line.size()) || !text) {
         throw Video::Failure(Video::Concern::Output, "cannot resume from " + _path + ": has changed since this run began");
     }
     try {
+        const Json record = Json::parse(*text);
         return {ResultOf(record), RecordsOf(record), PicturesOf(record)};
     } catch (const std::exception&) {
         throw Video::Failure(Video::Concern::Output,
@@ -212,7 +257,7 @@ void RunState::Add(const std::string& input, const Identity& identity, const Fin
     if (!finished.pictures.empty()) {
         record["attachments"] = finished.pictures;
     }
-    Append(record.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
+    Append(Video::Checked(record.dump(-1, ' ', false, replaced)) + "\n");
 }
 
 void RunState::Append(const std::string& line) {

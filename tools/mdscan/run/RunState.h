@@ -1,7 +1,7 @@
 // Which inputs were finished by an earlier run, and with what results?  A file that grows by one line per finished input.
 //
 // A line is appended by one call. A run that is killed leaves whole lines, or at worst a last one that lacks its end: that
-// one is cut off and its input scanned again.
+// one is cut off and its input scanned again. Every line has a checksum: what a disk has damaged is scanned again, too.
 #pragma once
 
 #include <cstdint>
@@ -43,11 +43,15 @@ struct RecalledInput {
 class RunState {
 public:
     // run: what decides the results, apart from the inputs. A state made by another run is refused, so is a file that is no
-    // state and a state in use. Throws Failure.
+    // state, one whose first line is damaged and a state in use. Throws Failure.
     RunState(const std::string& path, const std::string& run);
     ~RunState();
     RunState(const RunState&) = delete;
     RunState& operator=(const RunState&) = delete;
+
+    // "line 3 is damaged ...", once; empty: none was. What such lines held is not known any more, and they are blank from
+    // now on.
+    std::string Damage() const;
 
     // Absent: it has to be scanned.
     std::optional<JobResult> Find(const std::string& input) const;
@@ -71,12 +75,15 @@ private:
     };
 
     void Load(const std::string& run);
-    void TakeLine(const std::string& line, int number, off_t offset, const std::string& header);
+    void TakeHeader(const std::string& line, const std::string& header) const;
+    bool TakeLine(const std::string& line, off_t offset);
+    void Blank(off_t offset, std::size_t size) const;
     void Append(const std::string& line);
 
     std::string _path;
     int _file = -1;                         // descriptor
-    std::map<std::string, Entry> _entries;  // by input
+    std::map<std::string, Entry> _entries;  // by input, the last of its lines
+    std::vector<int> _damaged;              // numbers of lines
 };
 
 }  // namespace Scan

@@ -124,6 +124,9 @@ int ScanMany(const InputList& list, JobSettings job, const OutputSettings& outpu
     std::optional<RunState> state;
     if (!run.resume.empty()) {
         state.emplace(run.resume, version + "\n" + SettingsFingerprint(job.scan, job.files));
+        if (const std::string damage = state->Damage(); !damage.empty()) {
+            PrintLastLine(run.resume, damage);
+        }
     }
     MakeFolders({outputs.background, outputs.overlay});
     RunOutputs results(outputs, ScanLine(job.scan), paths, true);
