@@ -46,3 +46,17 @@ test("the largest or longest come first, by whatever clock", () => {
   assert.equal(ids({ order: "blocks" }, true), "bca");
   assert.equal(events.map((event) => event.id).join(""), "abc", "what was given stays as it was");
 });
+
+test("twice as many events are twice as much work", () => {
+  const workFor = (count) => {
+    let reads = 0;
+    const input = { camera: "gate", width: 100, height: 100 };
+    const many = Array.from({ length: count }, (_, i) => new Proxy(
+      { input, start: i, length: i % 9, mark: "", zones: ["road"], boxes: [[0, 0, 10, 10]], track: "0 0 0 9 9 9 9 9 0 0",
+        searched: "road" }, { get: (event, name) => { ++reads; return event[name]; } }));
+    chosen(many, { ...everything(), words: ["road"], zones: new Set(["road"]), marks: new Set([""]), smallest: 1,
+                   place: { camera: "gate", area: [0, 0, 50, 50] } }, false);
+    return reads;
+  };
+  assert.equal(workFor(4000), 2 * workFor(2000));
+});
