@@ -20,6 +20,7 @@ complete -c mdscan -l memory -x -a '(__fish_complete_directories)' -d 'Keep each
 complete -c mdscan -l shadows -d 'Drop shadows with --condition none, too; else always dropped'
 complete -c mdscan -l min-size -x -d 'Smallest object, as a fraction of picture width and height'
 complete -c mdscan -l min-blocks -x -d 'Moving blocks below which a frame counts as still'
+complete -c mdscan -l ignore-flashes -d 'Drop events in which nothing but the light changed, at once'
 complete -c mdscan -l merge-gap -x -d 'Seconds without an object that end an event'
 complete -c mdscan -l min-duration -x -d 'Seconds below which an event is dropped'
 complete -c mdscan -l pre-roll -x -d 'Seconds added before an event'

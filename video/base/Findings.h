@@ -19,6 +19,9 @@ struct MovingObject {
 struct Findings {
     Ticks time;
     std::vector<MovingObject> objects;  // largest first
+    int pictureBlocks = 0;              // of the whole picture, moving or not; 0: not known
+    int changedBlocks = 0;              // moving blocks that look other than in the frame before
+    bool isFlash = false;               // nearly all of the picture got brighter at once, or darker
 };
 
 // In all of its objects.

@@ -24,6 +24,7 @@ struct Tally {
     double elapsed = 0;  // seconds that the scan took
     int events = 0;
     int dropped = 0;                  // too short
+    int flashes = 0;                  // dropped, where flashes are ignored
     int gaps = 0;                     // of a live source
     std::int64_t droppedPackets = 0;  // of a live source, because the scan was too slow
     GopTally gops = {};               // with --fast

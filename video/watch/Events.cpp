@@ -27,27 +27,51 @@ std::optional<Event> EventLog::Add(const Findings& frame) {
     }
     _lastFrame = frame.time;
     _stillInBetween = !moves;
+    if (frame.isFlash) {
+        _lastFlash = frame.time;
+        _hasFlashed = true;
+    }
     if (moves) {
         Extend(frame, blocks);
     }
     return over;
 }
 
+// What moves there is what a flash has left behind: by itself, hardly anything changes.
+bool EventLog::FollowsFromFlash(const Findings& frame, int blocks) const {
+    return _lastFlash && frame.time - *_lastFlash <= flashAftermath &&
+           100 * std::int64_t{frame.changedBlocks} < std::int64_t{leastChangedPercent} * blocks;
+}
+
+// Does the frame show what moves?  Where more than half of the picture does, it is the light that changed, or the camera.
+bool EventLog::IsClear(const Findings& frame, int blocks) const {
+    const bool isMuch = frame.pictureBlocks > 0 && 2 * std::int64_t{blocks} > frame.pictureBlocks;
+    return !isMuch && !frame.isFlash && !FollowsFromFlash(frame, blocks);
+}
+
 // The running event, or a new one, by a frame that moves.
 void EventLog::Extend(const Findings& frame, int blocks) {
+    const bool isClear = IsClear(frame, blocks);
     if (!_running) {
         _running = Event{.start = frame.time,
                          .end = frame.time,
                          .peak = frame.time,
                          .frames = 0,
                          .peakBlocks = blocks,
-                         .objects = frame.objects};
+                         .objects = frame.objects,
+                         .onlyFlash = true};
+        _hasFlashed = frame.isFlash;
+        _isPeakClear = isClear;
     }
     _running->end = frame.time;
+    _running->flash |= std::exchange(_hasFlashed, false);
+    _running->onlyFlash &= frame.isFlash || FollowsFromFlash(frame, blocks);
     for (const MovingObject& object : frame.objects) {
         _running->zones |= object.zones;
     }
-    if (blocks > _running->peakBlocks) {
+    const bool isLarger = frame.objects.front().blocks > _running->objects.front().blocks;
+    if (isClear == _isPeakClear ? isLarger : isClear) {
+        _isPeakClear = isClear;
         _running->peak = frame.time;
         _running->peakBlocks = blocks;
         _running->objects = frame.objects;
@@ -75,6 +99,7 @@ void EventLog::Discard(Ticks from) {
 std::optional<Event> EventLog::Close() {
     std::optional<Event> over = Finish(_lastFrame.value_or(0));
     _lastFrame.reset();
+    _lastFlash.reset();
     return over;
 }
 
@@ -84,8 +109,8 @@ std::optional<Event> EventLog::Finish(Ticks lastSeen) {
     if (!over) {
         return over;
     }
-    if (!Counts(*over)) {
-        ++_dropped;
+    if (!IsLong(*over) || IsIgnored(*over)) {
+        ++(IsLong(*over) ? _flashes : _dropped);
         return std::nullopt;
     }
     ++_finished;
@@ -101,6 +126,6 @@ std::optional<Span> EventLog::Running() const {
     return Span{std::max(_running->start - _rules.preRoll, _firstSeen), _running->end + _rules.postRoll};
 }
 
-int EventLog::Count() const { return _finished + (_running && Counts(*_running) ? 1 : 0); }
+int EventLog::Count() const { return _finished + (_running && IsLong(*_running) && !IsIgnored(*_running) ? 1 : 0); }
 
 }  // namespace Video

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <iterator>
 #include <string>
 #include <utility>
@@ -191,9 +192,25 @@ void Watcher::Show(const std::uint8_t* ycbcr, Ticks stamp) {
                       .isIFrame = true});
 }
 
+// Which blocks look other than in the picture before?  Returns whether nearly all of them got brighter, or darker.
+bool Watcher::CompareWithBefore(const std::uint8_t* luma) {
+    const std::size_t blocks = _isWatched.size();
+    std::size_t brighter = 0, darker = 0;
+    _hasChanged.assign(blocks, 0);
+    for (std::size_t i = 0; i < _before.size(); ++i) {
+        const int change = luma[i] - _before[i];
+        brighter += change >= flashLevels ? 1 : 0;
+        darker += change <= -flashLevels ? 1 : 0;
+        _hasChanged[i] = std::abs(change) >= flashLevels ? 1 : 0;
+    }
+    _before.assign(luma, luma + blocks);
+    return 100 * std::max(brighter, darker) >= flashPercent * blocks;
+}
+
 Findings Watcher::Judge(const BlockPicture& picture, Ticks time) {
     ++_pictures;
-    Findings findings{time, {}};
+    Findings findings{.time = time, .objects = {}, .pictureBlocks = static_cast<int>(_isWatched.size())};
+    findings.isFlash = CompareWithBefore(picture.ycbcr);
     if (_conditioner) {
         _conditioner->OnPicture(picture, time, [this](const std::uint8_t* ycbcr, Ticks stamp) { Show(ycbcr, stamp); });
         ShapeAnswer(time);
@@ -212,6 +229,9 @@ void Watcher::FindObjects(Findings& findings) {
     for (const coremd::Object& object : _detector.Objects()) {
         if (object.BlockCount() > 0) {
             findings.objects.push_back({PixelBox(object.Bounds(), _grid), object.BlockCount(), ZonesOf(object)});
+            for (const coremd::Block block : object.Blocks()) {
+                findings.changedBlocks += _hasChanged[static_cast<std::size_t>(block.row * _grid.columns + block.column)];
+            }
             if (_rules.heat) {
                 CountBlocks(object);
             }
@@ -251,6 +271,7 @@ void Watcher::FindLabelled(Findings& findings) {
                                                : coremd::Box{std::min(object.bounds.left, column), object.bounds.top,
                                                              std::max(object.bounds.right, column), row};
             ++object.blocks;
+            findings.changedBlocks += _hasChanged[block];
             object.zones |= _zonesOfBlock.empty() ? 0 : _zonesOfBlock[block];
             if (_rules.heat) {
                 ++_heat.counts[block];

@@ -48,6 +48,11 @@ PictureGrid GridOf(int pictureWidth, int pictureHeight, int wish, const Conditio
 // An object's box in pixels, within the picture.
 Box PixelBox(const coremd::Box& blocks, const PictureGrid& grid);
 
+// In a flash, nearly everything gets brighter at once, or darker: so many percent of the picture's blocks, and by so many
+// grey levels of luma or more from one frame to the next.
+inline constexpr int flashPercent = 75;
+inline constexpr int flashLevels = 8;
+
 class Watcher {
 public:
     // picture: its block size is taken from the grid.
@@ -107,6 +112,7 @@ public:
 
 private:
     void AddZones();
+    bool CompareWithBefore(const std::uint8_t* luma);
     std::uint64_t ZonesOf(const coremd::Object& object) const;
     void CountBlocks(const coremd::Object& object);
     void Show(const std::uint8_t* ycbcr, Ticks stamp);
@@ -135,6 +141,8 @@ private:
     std::vector<std::uint16_t> _labels;     // [block] of the objects that are told, where it conditions
     std::vector<LabelledObject> _labelled;  // [label]
     Host::Shift _shift;                     // of the newest picture
+    std::vector<std::uint8_t> _before;      // [block] luma of the newest picture; empty: there was none
+    std::vector<std::uint8_t> _hasChanged;  // [block] {0,1}; since the picture before it
     HeatMap _heat;
     std::vector<std::uint32_t> _countedAt;  // [block] last picture in which it was counted: zones may overlap
     std::uint32_t _pictures = 0;

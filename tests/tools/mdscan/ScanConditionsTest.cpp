@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <optional>
@@ -125,6 +126,42 @@ TEST_F(ScanConditions, ABlackClipIsTooDark) {
         EXPECT_EQ(run.lines[0]["condition"], "too dark");
         EXPECT_NE(run.err.find("too dark for 9."), std::string::npos) << run.err;
     }
+}
+
+// A person walks, and it gets brighter; nobody is there, and it does.
+TEST_F(ScanConditions, AFlashIsToldAndNoPeak) {
+    MdScene::Settings settings = Street(24);
+    settings.disturbances[0] = {.kind = MdScene::DisturbanceKind::Light, .begin = 20, .end = 30};
+    const std::string street = Clip(StreetClip(settings), 0, 24);
+    const MdScene::Scene scene(settings);
+    for (const char* condition : {"none", "default"}) {
+        SCOPED_TRACE(condition);
+        const std::vector<json> plain = LinesOf(Mdscan({"--condition", condition, street}), "event");
+        const std::vector<json> events = LinesOf(Mdscan({"--condition", condition, "--ignore-flashes", street}), "event");
+        EXPECT_EQ(events, plain) << "something moves in all of them";
+        ASSERT_FALSE(events.empty());
+        const json& event = events.front();
+        EXPECT_LT(event["start"], 19) << "the walk began before";
+        EXPECT_GT(event["end"], 21);
+        EXPECT_TRUE(event.value("flash", false));
+        MdScene::Frame frame;
+        scene.Render(event["peak_frame"].get<int>(), frame);
+        ASSERT_FALSE(frame.things.empty());
+        const MdScene::Thing& thing = frame.things.front();
+        const int left = std::min(thing.box.left, thing.shadow.left), right = std::max(thing.box.right, thing.shadow.right);
+        const json& box = event["boxes"][0];
+        EXPECT_LE(std::abs(box["x"].get<int>() - left), 30) << event << " " << left;
+        EXPECT_LE(std::abs(box["x"].get<int>() + box["w"].get<int>() - right), 30) << event << " " << right;
+    }
+    const std::string empty = Clip(StreetClip(Disturbed(10, MdScene::DisturbanceKind::Light, 8, 30)), 0, 10);
+    const std::vector<json> flashes = LinesOf(Mdscan({"--condition", "none", empty}), "event");
+    ASSERT_EQ(flashes.size(), 1U);
+    EXPECT_TRUE(flashes[0].value("flash", false)) << flashes[0];
+    const Outcome ignored = Mdscan({"--condition", "none", "--ignore-flashes", empty});
+    EXPECT_EQ(ignored.code, 3) << ignored.err;
+    EXPECT_TRUE(LinesOf(ignored, "event").empty());
+    EXPECT_EQ(ignored.scan.value("ignore_flashes", false), true);
+    EXPECT_NE(ignored.err.find("; 0 events (1 flash ignored);"), std::string::npos) << ignored.err;
 }
 
 // A detector of our own beside the program, with nothing around it.

@@ -26,6 +26,9 @@ ZONES = {"zones": [{"name": "left", "polygon": [[0, 0], [0.5, 0], [0.5, 1], [0, 
 # As JsonLinesTest has it.
 CONDITION = {"type": "condition", "file": "a.mp4", "condition": "shaking", "start": 1.235, "end": 21.235,
              "start_time": "1970-01-01T00:00:01.235Z", "end_time": "1970-01-01T00:00:21.235Z"}
+FLASH = {"type": "event", "event": 3, "start": 1.235, "end": 9.877, "peak": 5.0, "start_frame": 10, "end_frame": 79,
+         "peak_frame": 40, "frame_exact": True, "frames": 17, "blocks": 99, "flash": True,
+         "boxes": [{"x": 0, "y": 2, "w": 30, "h": 40, "blocks": 5}]}
 
 
 def run(*arguments):
@@ -50,13 +53,13 @@ class SchemaTest(unittest.TestCase):
                           "--zones", str(zones)]
             cls.runs = [run("--progress", "json", *everything, folder),
                         run("--progress", "json", f"{folder}/gate/1.mp4"),
-                        run("--fast", folder),
+                        run("--fast", "--ignore-flashes", folder),
                         run("zones", "--preview", f"{folder}/preview.png", "--zones", str(zones), f"{folder}/gate/1.mp4")]
             # Before anything is judged, and within the square, when its background is known; and what is conditioned.
             plain = ["--condition", "none"]
             cls.answers = [run("explain", "--json", "--at", at, "--pixel", "150,60", *more, f"{folder}/gate/2.mp4")[0][0]
                            for at, more in (("0.1", plain), ("6.6", plain), ("6.6", [*plain, "--shadows"]), ("6.6", []))]
-        cls.lines = [line for out, err in cls.runs for line in out + err] + cls.answers + [CONDITION]
+        cls.lines = [line for out, err in cls.runs for line in out + err] + cls.answers + [CONDITION, FLASH]
 
     def test_every_line_is_valid(self):
         for line in self.lines:

@@ -87,13 +87,92 @@ TEST(Events, PeakIsTheFirstFrameWithTheMostMovingBlocks) {
     EXPECT_EQ(events[0].objects[0].box.x, 7);
 }
 
-TEST(Events, BlocksOfAllObjectsCountTowardsThePeak) {
-    Findings pair{20, {{Box{1, 1, 1, 1}, 4}, {Box{2, 2, 2, 2}, 4}}};
-    const auto events = EventsOf(rules, {Moving(10, 7), pair, Moving(30, 7)});
+TEST(Events, PeakIsWhereOneObjectHasTheMostBlocks) {
+    const Findings many{20, {{Box{1, 1, 1, 1}, 4}, {Box{2, 2, 2, 2}, 4}, {Box{3, 3, 3, 3}, 4}}};
+    const Findings pair{30, {{Box{4, 4, 4, 4}, 8}, {Box{5, 5, 5, 5}, 1}}};
+    const auto events = EventsOf(rules, {Moving(10, 7), many, pair, Moving(40, 7)});
     ASSERT_EQ(events.size(), 1u);
-    EXPECT_EQ(events[0].peak, 20);
-    EXPECT_EQ(events[0].peakBlocks, 8);
+    EXPECT_EQ(events[0].peak, 30);
+    EXPECT_EQ(events[0].peakBlocks, 9) << "of all objects there";
     EXPECT_EQ(events[0].objects.size(), 2u);
+}
+
+// Of a picture of 100 blocks. changed: of the moving ones; the rest moves because it is not as it used to be.
+Findings Lit(Ticks time, int blocks, int changed, bool isFlash) {
+    return {.time = time,
+            .objects = {{Box{blocks, 0, 8, 8}, blocks}},
+            .pictureBlocks = 100,
+            .changedBlocks = changed,
+            .isFlash = isFlash};
+}
+Findings Seen(Ticks time, int blocks) { return Lit(time, blocks, blocks, false); }
+Findings Flash(Ticks time, int blocks) { return Lit(time, blocks, blocks, true); }
+Findings Left(Ticks time, int blocks) { return Lit(time, blocks, 0, false); }
+
+TEST(Events, NoPeakWhereMoreThanHalfOfThePictureMoves) {
+    const auto events = EventsOf(rules, {Seen(10, 20), Seen(20, 51), Seen(30, 50), Seen(40, 49)});
+    ASSERT_EQ(events.size(), 1u);
+    EXPECT_EQ(events[0].peak, 30);
+    EXPECT_EQ(events[0].peakBlocks, 50);
+    const auto crowded = EventsOf(rules, {Seen(10, 60), Seen(20, 70), Seen(30, 65)});
+    ASSERT_EQ(crowded.size(), 1u);
+    EXPECT_EQ(crowded[0].peak, 20) << "there is no other frame";
+    const auto late = EventsOf(rules, {Seen(10, 90), Seen(20, 2), Seen(30, 3), Seen(40, 95)});
+    ASSERT_EQ(late.size(), 1u);
+    EXPECT_EQ(late[0].peak, 30);
+    EXPECT_FALSE(late[0].flash) << "things do fill pictures";
+}
+
+// A zone of a third of the picture: what a flash lights in there is no half of it.
+TEST(Events, NoPeakInAFlashNorInWhatFollows) {
+    const auto events =
+        EventsOf(rules, {Seen(10, 9), Flash(20, 33), Left(30, 32), Seen(40, 10), Left(flashAftermath + 20, 31)});
+    ASSERT_EQ(events.size(), 1u);
+    EXPECT_EQ(events[0].peak, 40);
+    EXPECT_EQ(events[0].objects[0].box.x, 10);
+    EXPECT_TRUE(events[0].flash);
+    EXPECT_FALSE(events[0].onlyFlash);
+    const auto later = EventsOf(rules, {Flash(20, 33), Left(flashAftermath + 21, 31)});
+    ASSERT_EQ(later.size(), 1u);
+    EXPECT_EQ(later[0].peak, flashAftermath + 21) << "so late, it is no aftermath";
+}
+
+TEST(Events, AFlashIsToldWhereItFallsBetweenFramesThatMove) {
+    Findings balanced = Still(20);
+    balanced.isFlash = true;
+    const auto events = EventsOf(rules, {balanced, Seen(21, 3), Still(22), Seen(30, 3)});
+    ASSERT_EQ(events.size(), 1u);
+    EXPECT_FALSE(events[0].flash) << "it was before";
+    const auto within = EventsOf(rules, {Seen(10, 3), balanced, Seen(30, 3)});
+    ASSERT_EQ(within.size(), 1u);
+    EXPECT_TRUE(within[0].flash);
+    EXPECT_FALSE(within[0].onlyFlash);
+    const auto after = EventsOf(rules, {Seen(10, 3), balanced, Still(30 * oneSecond), Seen(40 * oneSecond, 3)});
+    ASSERT_EQ(after.size(), 2u);
+    EXPECT_FALSE(after[0].flash);
+    EXPECT_FALSE(after[1].flash);
+}
+
+TEST(Events, WhatConsistsOfFlashesIsDroppedWhereTheyAreIgnored) {
+    EventRules blind = rules;
+    blind.ignoreFlashes = true;
+    const std::vector<Findings> flash = {Still(0), Flash(10, 90), Left(20, 80), Left(30, 3), Still(40)};
+    ASSERT_EQ(EventsOf(rules, flash).size(), 1u);
+    EXPECT_TRUE(EventsOf(rules, flash)[0].onlyFlash);
+    EXPECT_TRUE(EventsOf(blind, flash).empty());
+    EXPECT_EQ(EventsOf(blind, {Flash(10, 90), Left(20, 80), Seen(30, 3)}).size(), 1u) << "something moves";
+    EXPECT_EQ(EventsOf(blind, {Seen(5, 3), Flash(10, 90), Left(20, 80)}).size(), 1u);
+    EXPECT_EQ(EventsOf(blind, {Left(5, 3), Flash(10, 90), Left(20, 80)}).size(), 1u) << "not without a flash before";
+    EXPECT_EQ(EventsOf(blind, {Flash(10, 90), Lit(20, 50, 5, false)}).size(), 1u) << "a tenth of what moves has changed";
+    EXPECT_TRUE(EventsOf(blind, {Flash(10, 90), Lit(20, 50, 4, false)}).empty());
+    EventLog log(blind);
+    for (const Findings& frame : flash) {
+        EXPECT_FALSE(log.Add(frame));
+        EXPECT_EQ(log.Count(), 0);
+    }
+    log.Close();
+    EXPECT_EQ(log.Flashes(), 1);
+    EXPECT_EQ(log.Dropped(), 0) << "it was not too short";
 }
 
 TEST(Events, AGapOfExactlyTheMergeGapJoins) {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
@@ -13,6 +14,7 @@
 #include "video/base/Findings.h"
 #include "video/base/PictureGrid.h"
 #include "video/time/TickTime.h"
+#include "video/watch/Events.h"
 #include "video/zones/ZoneMask.h"
 
 namespace Video {
@@ -186,6 +188,63 @@ TEST(Watcher, ObjectsTooNarrowOrTooLowAreDropped) {
     EXPECT_EQ(LastOf(enough, bothEnough).objects.size(), 2u);
     EXPECT_EQ(LastOf(narrow, oneNarrow).objects.size(), 1u);
     EXPECT_EQ(LastOf(low, oneLow).objects.size(), 1u);
+}
+
+// 80 x 60 pixels in 40 x 30 blocks, of which `lit` percent, in whole columns, get brighter by `levels` at the eleventh step.
+Findings LitBy(int levels, int lit) {
+    Watcher watcher(grey, GridOf(80, 60, 2), everything);
+    Findings findings{};
+    for (int step = 0; step <= 11; ++step) {
+        std::vector<std::uint8_t> pixels(std::size_t{80} * 60, 100);
+        for (std::size_t i = 0; i < pixels.size() && step >= 10; ++i) {
+            pixels[i] = static_cast<std::uint8_t>(static_cast<int>(i % 80) * 100 < 80 * lit ? 100 + levels : 100);
+        }
+        Host::PictureView view;
+        view.plane[0] = pixels.data();
+        view.stride[0] = 80;
+        const Findings now = watcher.Watch(view, step * oneSecond / 10);
+        EXPECT_EQ(now.pictureBlocks, 1200);
+        EXPECT_FALSE(step != 10 && now.isFlash) << step;
+        findings = step == 10 ? now : findings;
+    }
+    return findings;
+}
+
+TEST(Watcher, NearlyEverythingThatGetsBrighterAtOnceIsAFlash) {
+    EXPECT_TRUE(LitBy(60, 100).isFlash);
+    EXPECT_TRUE(LitBy(-60, 100).isFlash);
+    EXPECT_TRUE(LitBy(flashLevels, flashPercent).isFlash);
+    EXPECT_TRUE(LitBy(-flashLevels, flashPercent).isFlash);
+    EXPECT_FALSE(LitBy(flashLevels - 1, 100).isFlash);
+    EXPECT_FALSE(LitBy(60, flashPercent - 3).isFlash) << "less than that, by one column";
+}
+
+// A square of 16 pixels comes after a second, goes on for two, and stands still then.
+TEST(Watcher, BlocksThatMoveAndHaveNotChangedAreTold) {
+    for (const bool conditioned : {false, true}) {
+        WatchRules rules = everything;
+        rules.conditioning.on = conditioned;
+        Watcher watcher(grey, GridOf(80, 60, 2), rules);
+        int going = 0, standing = 0, changedGoing = 0, changedStanding = 0;  // blocks
+        for (int step = 0; step <= 35; ++step) {
+            std::vector<std::uint8_t> pixels(std::size_t{80} * 60, 50);
+            for (std::size_t i = 0; i < pixels.size() && step >= 10; ++i) {
+                const int x = static_cast<int>(i % 80) - 2 * std::min(step - 10, 20), y = static_cast<int>(i / 80);
+                pixels[i] = static_cast<std::uint8_t>(x >= 0 && x < 16 && y >= 20 && y < 36 ? 200 : 50);
+            }
+            Host::PictureView view;
+            view.plane[0] = pixels.data();
+            view.stride[0] = 80;
+            const Findings findings = watcher.Watch(view, step * oneSecond / 10);
+            ASSERT_LE(findings.changedBlocks, MovingBlocks(findings));
+            (step <= 30 ? going : standing) += MovingBlocks(findings);
+            (step <= 30 ? changedGoing : changedStanding) += findings.changedBlocks;
+        }
+        EXPECT_GT(100 * changedGoing, leastChangedPercent * going) << conditioned;
+        EXPECT_GT(going, 0) << conditioned;
+        EXPECT_EQ(standing > 0, conditioned) << "the plain detector tells what moved just now";
+        EXPECT_EQ(changedStanding, 0) << conditioned;
+    }
 }
 
 // A striped picture of 160 x 120; after eight seconds something chequered appears at (16, 16), and (96, 64) gets a third

@@ -54,12 +54,14 @@ public:
     void OnPicture(double done, const Video::Tally& tally) override { _progress.Show(done, tally); }
 
     // Every event, whatever its length: see Explain.
-    void OnEvent(const Video::Event&) override {
+    void OnEvent(const Video::Event& event) override {
         if (!_running) {
             return;
         }
         EventFate fate = *std::exchange(_running, std::nullopt);
-        fate.counts = fate.end - fate.start >= Video::FromSeconds(_settings.minDuration);
+        const bool isLong = fate.end - fate.start >= Video::FromSeconds(_settings.minDuration);
+        fate.flash = isLong && _settings.ignoreFlashes && event.onlyFlash;
+        fate.counts = isLong && !fate.flash;
         fate.number = fate.counts ? ++_counted : 0;
         if (std::exchange(_isFollowed, false)) {
             _explanation.event = fate;
@@ -160,7 +162,8 @@ int Explain(const std::vector<std::string>& inputs, const ScanSettings& settings
     }
     const std::string& input = inputs.front();
     JobSettings whole{.scan = settings};
-    whole.scan.minDuration = 0;  // short events are told apart here, not dropped on the way
+    whole.scan.minDuration = 0;  // short events and flashes are told apart here, not dropped on the way
+    whole.scan.ignoreFlashes = false;
     Witness witness(settings, question, progress);
     const JobResult result = RunJob(whole, input, "", witness);
     const std::string shown = Video::ShownName(input);

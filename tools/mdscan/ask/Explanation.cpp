@@ -56,6 +56,9 @@ std::string MotionText(const Explanation& e) {
     if (e.event->forgotten) {
         return Joined(text, ". What moved", span, " was forgotten: it was a disturbance, as became known then.");
     }
+    if (e.event->flash) {
+        return Joined(text, ". What moved", span, " was dropped as a flash: --ignore-flashes.");
+    }
     return e.event->counts ? Joined(text, ", in event ", e.event->number, span, ".")
                            : Joined(text, ". What moved", span, " was dropped: --min-duration is ", e.minDuration, " s.");
 }

@@ -12,7 +12,8 @@ namespace Scan {
 
 // What became of the event that the frame belongs to.
 struct EventFate {
-    bool counts = false;     // false: it was shorter than --min-duration, or forgotten
+    bool counts = false;     // false: it was shorter than --min-duration, a flash that is ignored, or forgotten
+    bool flash = false;      // it is dropped as a flash
     bool forgotten = false;  // a disturbance began with it or before
     int number = 0;          // as a scan numbers it, where it counts
     Video::Ticks start = 0;  // first and last frame that moved, without rolls

@@ -214,6 +214,7 @@ void DeclareMotion(CLI::App& app, ScanSettings& settings) {
     app.add_option("--min-blocks", settings.minBlocks, "Moving blocks below which a frame counts as still")
         ->check(WholeWithin(1, mostMovingBlocks))
         ->type_name("N");
+    app.add_flag("--ignore-flashes", settings.ignoreFlashes, "Drop events in which nothing but the light changed, at once");
     app.add_option("--merge-gap", settings.mergeGap, "Seconds without an object that end an event")
         ->check(Within(0, longestTime))
         ->type_name("S");

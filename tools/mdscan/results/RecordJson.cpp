@@ -90,6 +90,7 @@ EventRecord EventOf(const Json& json) {
                       .frameExact = json.at("frame_exact").get<bool>(),
                       .frames = json.at("frames").get<int>(),
                       .blocks = json.at("blocks").get<int>(),
+                      .flash = json.value("flash", false),
                       .thumbnail = json.value("thumbnail", std::string()),
                       .boxes = BoxesOf(json.at("boxes"))};
     if (json.contains("start_time")) {
@@ -158,6 +159,9 @@ Json JsonOf(const EventRecord& event) {
     json["frame_exact"] = event.frameExact;
     json["frames"] = event.frames;
     json["blocks"] = event.blocks;
+    if (event.flash) {
+        json["flash"] = true;
+    }
     if (event.zones) {
         json["zones"] = *event.zones;
     }

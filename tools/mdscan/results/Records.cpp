@@ -47,6 +47,7 @@ EventRecord RecordOf(const std::string& file, int number, const Video::Event& ev
                        .frameExact = extras.start.exact && extras.end.exact && extras.peak.exact,
                        .frames = event.frames,
                        .blocks = event.peakBlocks,
+                       .flash = event.flash,
                        .thumbnail = extras.thumbnail,
                        .clip = extras.clip,
                        .boxes = BoxesOf(event.objects, mostBoxesPerEvent)};

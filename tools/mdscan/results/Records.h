@@ -41,7 +41,8 @@ struct EventRecord {
     std::int64_t startFrame = 0, endFrame = 0, peakFrame = 0;
     bool frameExact = true;                                    // all three
     int frames = 0;                                            // analysed frames that moved
-    int blocks = 0;                                            // moving blocks at the peak
+    int blocks = 0;                                            // moving blocks of all objects at the peak
+    bool flash = false;                                        // in a frame of it, nearly everything changed at once
     std::optional<std::vector<std::string>> zones = {};        // touched; absent: none is watched
     std::string thumbnail = {};                                // path; empty: none
     std::optional<Video::Clip> clip = {};                      // absent: none

@@ -32,6 +32,9 @@ std::string ScanLine(const ScanSettings& settings) {
                  {"post_roll", settings.postRoll},
                  {"zones", Json::array()},
                  {"excluded", Json::array()}};
+    if (settings.ignoreFlashes) {
+        line["ignore_flashes"] = true;
+    }
     for (const Video::Zone& zone : settings.zones) {
         line[zone.exclude ? "excluded" : "zones"].push_back(zone.name);
     }

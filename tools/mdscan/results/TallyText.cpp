@@ -44,8 +44,12 @@ std::string TallyText(const Video::Tally& tally) {
         }
     }
     text += Text("; %d event%s", tally.events, tally.events == 1 ? "" : "s");
-    if (tally.dropped > 0) {
+    if (tally.dropped > 0 && tally.flashes > 0) {
+        text += Text(" (%d too short, %d flash%s)", tally.dropped, tally.flashes, tally.flashes == 1 ? "" : "es");
+    } else if (tally.dropped > 0) {
         text += Text(" (%d too short)", tally.dropped);
+    } else if (tally.flashes > 0) {
+        text += Text(" (%d flash%s ignored)", tally.flashes, tally.flashes == 1 ? "" : "es");
     }
     if (tally.gaps > 0) {
         text += Text("; %d gap%s", tally.gaps, tally.gaps == 1 ? "" : "s");

@@ -161,7 +161,8 @@ Job::Job(const JobSettings& settings, const std::string& input, const std::strin
                .longestGap = _longestGap,
                .preRoll = Video::FromSeconds(settings.scan.preRoll),
                .postRoll = Video::FromSeconds(settings.scan.postRoll),
-               .minBlocks = settings.scan.minBlocks}),
+               .minBlocks = settings.scan.minBlocks,
+               .ignoreFlashes = settings.scan.ignoreFlashes}),
       _side(settings, input, !name.empty(), _memory, _decoder) {
     if (settings.scan.fast) {
         _scout.emplace(input, settings.decoderThreads, settings.scan.blockSize, settings.scan.rate, _rules);
@@ -401,6 +402,7 @@ Video::Tally Job::Sum() const {
     tally.elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - _begin).count();
     tally.events = _events.Count();
     tally.dropped = _events.Dropped();
+    tally.flashes = _events.Flashes();
     tally.gaps = _gaps;
     tally.droppedPackets = _decoder.DroppedPackets();
     tally.grid = _watcher ? _watcher->Grid() : Video::PictureGrid{};

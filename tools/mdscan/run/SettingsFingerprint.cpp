@@ -24,6 +24,9 @@ std::string SettingsFingerprint(const ScanSettings& scan, const JobFiles& files)
     if (scan.startTime) {
         text << " start-time " << *scan.startTime;
     }
+    if (scan.ignoreFlashes) {
+        text << " ignore-flashes";
+    }
     for (const Video::Zone& zone : scan.zones) {
         text << " zone \"" << zone.name << "\" " << zone.exclude << " " << zone.minSize.value_or(-1);
         for (const Video::Point& corner : zone.polygon) {

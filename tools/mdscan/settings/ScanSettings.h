@@ -40,6 +40,7 @@ struct ScanSettings {
     double preRoll = 0;                            // seconds
     double postRoll = 0;                           // seconds
     int minBlocks = 1;                             // moving blocks, for a frame to count
+    bool ignoreFlashes = false;                    // drop events in which nothing but the light changed, all at once
     std::vector<Video::Zone> zones;                // none: the whole picture
     bool frames = false;                           // one line per analysed frame, too
     bool track = false;                            // where the largest object went, in every event

@@ -40,6 +40,16 @@ TEST(JsonLines, AnEventLineHoldsAllFieldsInOrder) {
         R"("boxes":[{"x":0,"y":2,"w":30,"h":40,"blocks":5}]})");
 }
 
+TEST(JsonLines, AnEventLineTellsAFlash) {
+    Video::Event event = AnEvent(1);
+    event.flash = true;
+    EXPECT_EQ(
+        LineOf(RecordOf("", 3, event, {.start = {10, true}, .end = {79, true}, .peak = {40, true}})),
+        R"({"type":"event","event":3,"start":1.235,"end":9.877,"peak":5.0,"start_frame":10,"end_frame":79,"peak_frame":40,)"
+        R"("frame_exact":true,"frames":17,"blocks":99,"flash":true,)"
+        R"("boxes":[{"x":0,"y":2,"w":30,"h":40,"blocks":5}]})");
+}
+
 TEST(JsonLines, AnEventLineHoldsTheFirstBoxesOnly) {
     const auto line = nlohmann::json::parse(LineOf(RecordOf("", 1, AnEvent(mostBoxesPerEvent + 3))));
     ASSERT_EQ(line["boxes"].size(), mostBoxesPerEvent);

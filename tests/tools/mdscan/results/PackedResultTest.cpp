@@ -22,6 +22,7 @@ TEST(PackedResult, ArrivesWhole) {
                                    .elapsed = 0.1,
                                    .events = 4,
                                    .dropped = 2,
+                                   .flashes = 6,
                                    .gaps = 8,
                                    .droppedPackets = 9,
                                    .grid = {1, 2, 3, 4, 5}},
@@ -38,6 +39,7 @@ TEST(PackedResult, ArrivesWhole) {
     EXPECT_EQ(got.tally.elapsed, sent.tally.elapsed);
     EXPECT_EQ(got.tally.events, sent.tally.events);
     EXPECT_EQ(got.tally.dropped, sent.tally.dropped);
+    EXPECT_EQ(got.tally.flashes, 6);
     EXPECT_EQ(got.tally.gaps, 8);
     EXPECT_EQ(got.tally.droppedPackets, 9);
     EXPECT_EQ(got.tally.grid.rows, 5);

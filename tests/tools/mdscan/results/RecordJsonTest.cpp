@@ -60,6 +60,7 @@ private:
                           .frameExact = Yes(),
                           .frames = Int(),
                           .blocks = Int(),
+                          .flash = Yes(),
                           .thumbnail = Name(),
                           .boxes = Boxes()};
         if (Yes()) {

@@ -23,6 +23,11 @@ TEST(TallyText, TheTallyNamesWhatWasDone) {
     tally.events = 2;
     tally.dropped = 3;
     EXPECT_NE(TallyText(tally).find("; 2 events (3 too short);"), std::string::npos);
+    tally.flashes = 1;
+    EXPECT_NE(TallyText(tally).find("; 2 events (3 too short, 1 flash);"), std::string::npos);
+    tally.flashes = 2;
+    tally.dropped = 0;
+    EXPECT_NE(TallyText(tally).find("; 2 events (2 flashes ignored);"), std::string::npos);
     tally.gaps = 1;
     tally.droppedPackets = 12;
     EXPECT_NE(TallyText(tally).find("; 1 gap; 12 packets dropped, the scan was too slow; took"), std::string::npos);

@@ -36,6 +36,12 @@ TEST(SettingsFingerprint, KeepTheirText) {
                                                    "-1 0,0 0.5,0 0.5,1 mask 0x0 14695981039346656037");
 }
 
+TEST(SettingsFingerprint, TellWhetherFlashesAreIgnored) {
+    ScanSettings scan;
+    scan.ignoreFlashes = true;
+    EXPECT_NE(SettingsFingerprint(scan, {}), SettingsFingerprint({}, {}));
+}
+
 TEST(SettingsFingerprint, TellHowPicturesAreConditioned) {
     const std::string usual = SettingsFingerprint({}, {});
     const auto with = [](const auto& change) {
