@@ -3,36 +3,19 @@
 A test's first arguments are MDSCAN MAKE_CLIPS. Without Chromium, its driver or Selenium it is skipped.
 """
 import json
-import os
 import pathlib
 import re
-import shutil
 import subprocess
 import sys
 import tempfile
 import time
 import unittest
 
-try:
-    from selenium import webdriver
-    from selenium.webdriver.chrome.options import Options
-    from selenium.webdriver.chrome.service import Service
-    from selenium.webdriver.common.by import By
-except ImportError:
-    if os.path.realpath(sys.executable) != os.path.realpath("/usr/bin/python3") and os.path.exists("/usr/bin/python3"):
-        os.execv("/usr/bin/python3", ["/usr/bin/python3", *sys.argv])      # the one that distributors' packages belong to
-    print("python3-selenium is not installed: the page is not opened")
-    sys.exit(77)
+from page_browser import new_browser
+
+from selenium.webdriver.common.by import By
 
 MDSCAN, MAKE_CLIPS = sys.argv[1:3]
-CHROMIUM, DRIVER = shutil.which("chromium"), shutil.which("chromedriver")
-if not CHROMIUM or not DRIVER:
-    print("chromium or chromium-driver is not installed: the page is not opened")
-    sys.exit(77)
-
-SWITCHES = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
-            "--disable-background-networking", "--disable-component-update", "--disable-sync",
-            "--mute-audio", "--window-size=1280,1000"]
 ZONES = {"zones": [{"name": "left", "polygon": [[0, 0], [0.3, 0], [0.3, 1], [0, 1]]},
                    {"name": "right <b>", "polygon": [[0.5, 0], [1, 0], [1, 1], [0.5, 1]]}]}
 
@@ -42,15 +25,8 @@ class PageCase(unittest.TestCase):
     def setUpClass(cls):
         cls.folder = tempfile.TemporaryDirectory()
         cls.addClassCleanup(cls.folder.cleanup)
-        options = Options()
-        options.binary_location = CHROMIUM
-        for switch in [*SWITCHES, f"--user-data-dir={cls.folder.name}/profile"]:
-            options.add_argument(switch)
-        options.set_capability("goog:loggingPrefs", {"browser": "ALL", "performance": "ALL"})
-        cls.browser = webdriver.Chrome(service=Service(DRIVER), options=options)
+        cls.browser = new_browser(cls.folder.name)
         cls.addClassCleanup(cls.browser.quit)
-        cls.browser.get("about:blank")
-        cls.browser.get_log("performance")                   # of the browser's own first page
         clips = pathlib.Path(cls.folder.name, "recordings of <b>")
         subprocess.run([MAKE_CLIPS, str(clips)], check=True)
         zones = pathlib.Path(cls.folder.name, "zones.json")
