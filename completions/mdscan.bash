@@ -26,6 +26,7 @@ _mdscan() {
     --zones) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
     --mask) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
     --preview) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
+    --edit) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
     -o|--output) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
     --csv) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
     --report) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
@@ -38,7 +39,7 @@ _mdscan() {
     --pixel) ;;
     *)
         if [[ $current == -* ]]; then
-            mapfile -t COMPREPLY < <(compgen -W '-h --help --version --config --write-config -j --jobs --resume -q --quiet --progress --start-time --name-time --reconnect --rate --fast --block --condition --stabilise --sensitivity --memory --shadows --min-size --min-blocks --ignore-flashes --merge-gap --min-duration --pre-roll --post-roll --zone --zones --mask --preview -o --output --csv --report --frames --track --thumbnails --clips --background --heatmap --overlay --at --pixel --json' -- "$current")
+            mapfile -t COMPREPLY < <(compgen -W '-h --help --version --config --write-config -j --jobs --resume -q --quiet --progress --start-time --name-time --reconnect --rate --fast --block --condition --stabilise --sensitivity --memory --shadows --min-size --min-blocks --ignore-flashes --merge-gap --min-duration --pre-roll --post-roll --zone --zones --mask --preview --edit -o --output --csv --report --frames --track --thumbnails --clips --background --heatmap --overlay --at --pixel --json' -- "$current")
         else
             compopt -o filenames
             mapfile -t COMPREPLY < <(compgen -f -- "$current")

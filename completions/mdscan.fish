@@ -29,6 +29,7 @@ complete -c mdscan -l zone -x -d 'Only within this rectangle, in fractions of th
 complete -c mdscan -l zones -r -d 'Only within the zones of this file; events name them'
 complete -c mdscan -l mask -r -d 'Only where this picture is bright'
 complete -c mdscan -l preview -r -d 'With mdscan zones: draw the zones over the first picture'
+complete -c mdscan -l edit -r -d 'With mdscan zones: write a page on which to draw and change them'
 complete -c mdscan -s o -l output -r -d 'Write the result lines there instead of printing them'
 complete -c mdscan -l csv -r -d 'Also write the events as a table'
 complete -c mdscan -l report -r -d 'Write a page with timeline, pictures and filters'

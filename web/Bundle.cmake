@@ -2,6 +2,7 @@
 set(web_folder ${CMAKE_CURRENT_LIST_DIR})
 set(web_report_modules
     address.js
+    blocks.js
     boxes.js
     colours.js
     elements.js
@@ -27,7 +28,6 @@ set(web_report_modules
     playback.js
     player.js
     printing.js
-    report/blocks.js
     report/cameras.js
     report/keys.js
     report/main.js
@@ -43,6 +43,28 @@ set(web_report_modules
     timeline/legend.js
     timeline/timeline.js
     tracking.js)
+set(web_zones_modules
+    blocks.js
+    colours.js
+    elements.js
+    files.js
+    texts.js
+    theme.js
+    zones/cards.js
+    zones/facts.js
+    zones/frames.js
+    zones/main.js
+    zones/model/checks.js
+    zones/model/coverage.js
+    zones/model/editing.js
+    zones/model/geometry.js
+    zones/model/history.js
+    zones/model/jsontext.js
+    zones/model/zonefile.js
+    zones/pointer.js
+    zones/shortcuts.js
+    zones/stage.js
+    zones/storing.js)
 
 # web_bundle(ESBUILD OUTPUT ENTRY MODULE...): a rule for OUTPUT, of ENTRY and what it imports, which must be these modules.
 function(web_bundle esbuild output entry)

@@ -6,6 +6,7 @@ import test from "node:test";
 import { fileURLToPath } from "node:url";
 
 const web = fileURLToPath(new URL("../../web", import.meta.url));
+const pages = ["report/", "zones/"];
 const base = ["colours.js", "elements.js", "texts.js"];
 
 function modulesIn(folder) {
@@ -17,12 +18,13 @@ function modulesIn(folder) {
 
 const imports = new Map(modulesIn("").map((module) => {
   const text = readFileSync(path.join(web, module), "utf8");
-  const found = [...text.matchAll(/^import .* from "(\..*)";$/gm)];
+  const found = [...text.matchAll(/^import [^;]* from "(\..*)";$/gm)];
   return [module, found.map((one) => path.join(path.dirname(module), one[1]))];
 }));
 
 function levelOf(module) {
-  return module.startsWith("report/") ? 3 : base.includes(module) ? 0 : module.startsWith("model/") ? 1 : 2;
+  return module.startsWith("model/") || module.startsWith("zones/model/") ? 1
+    : pages.some((page) => module.startsWith(page)) ? 3 : base.includes(module) ? 0 : 2;
 }
 
 function circleFrom(module, way = []) {
@@ -47,6 +49,13 @@ test("no import leads up", () => {
   }
 });
 
+test("a page is no part of another", () => {
+  for (const [module, wanted] of imports) {
+    const page = pages.find((one) => module.startsWith(one));
+    assert.deepEqual(wanted.filter((other) => pages.some((one) => one !== page && other.startsWith(one))), [], module);
+  }
+});
+
 test("no imports form a circle", () => {
   for (const module of imports.keys()) {
     assert.equal(circleFrom(module), undefined);
@@ -56,7 +65,7 @@ test("no imports form a circle", () => {
 test("every module is part of a page", () => {
   const reached = new Set();
   const reach = (module) => { if (!reached.has(module)) { reached.add(module); imports.get(module).forEach(reach); } };
-  reach("report/main.js");
+  pages.forEach((page) => reach(page + "main.js"));
   assert.deepEqual([...imports.keys()].filter((module) => !reached.has(module)), []);
 });
 

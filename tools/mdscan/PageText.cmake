@@ -16,7 +16,7 @@ endif()
 
 include(${PROJECT_SOURCE_DIR}/web/Bundle.cmake)
 set(page_texts "")
-foreach(page report)
+foreach(page report zones)
     set(bundle ${CMAKE_CURRENT_BINARY_DIR}/${page}.js)
     set(text ${CMAKE_CURRENT_BINARY_DIR}/PageText-${page}.cpp)
     set(parts ${web_folder}/base.css)

@@ -33,7 +33,7 @@ int Main(const std::vector<std::string>& arguments) {
     try {
         options.scan.zones = Video::ReadZones(options.zones);
         if (options.showZones) {
-            return ShowZones(options.inputs, options.scan, options.preview);
+            return ShowZones(options.inputs, options.scan, {options.preview, options.edit}, options.zones.file);
         }
         if (options.explain) {
             Progress progress(StyleOf(options.run));

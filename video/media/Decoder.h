@@ -55,6 +55,8 @@ public:
     Ticks NominalInterval() const { return _facts->nominalInterval; }  // between two pictures, at least 1
     AVRational SampleAspect() const { return _facts->sampleAspect; }   // 0/1: not known
 
+    Ticks SeekableLength() const { return _source->SeekableLength(); }  // as of a PacketSource
+
     // Does it come as it happens, without an end?
     bool IsLive() const { return _source->IsLive(); }
 

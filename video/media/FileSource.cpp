@@ -156,6 +156,16 @@ Reading FileSource::Read(AVPacket& packet) {
     return {.kind = Reading::Kind::Packet, .damage = isCut ? "incomplete packet" : "", .facts = _facts};
 }
 
+Ticks FileSource::SeekableLength() const {
+    const bool goesBack = !_pipe && _silence == 0 && _input->pb && (_input->pb->seekable & AVIO_SEEKABLE_NORMAL) != 0;
+    return goesBack ? TicksOf(_input->duration, av_get_time_base_q()).value_or(0) : 0;
+}
+
+bool FileSource::Seek(Ticks time) {
+    const std::int64_t stamp = av_rescale_q(time + _origin.value_or(0), tickBase, _stream->time_base);
+    return av_seek_frame(_input.get(), _stream->index, stamp, AVSEEK_FLAG_BACKWARD) >= 0;
+}
+
 double FileSource::Progress(Ticks time) const {
     if (_input->duration > 0) {
         const Ticks duration = av_rescale_q(_input->duration, av_get_time_base_q(), tickBase);

@@ -29,6 +29,8 @@ public:
     std::unique_ptr<PictureDating> NewDating() const override;
     Reading Read(AVPacket& packet) override;
     const std::optional<StartTime>& Started() const override { return _started; }
+    Ticks SeekableLength() const override;
+    bool Seek(Ticks time) override;
     double Progress(Ticks time) const override;
     std::string EndError() const override;
     std::string Shortfall(Ticks end, const std::string& complaint) const override;

@@ -52,6 +52,12 @@ public:
     // Wall clock at time 0; absent where nothing says so believably.
     virtual const std::optional<StartTime>& Started() const = 0;
 
+    // How far one can go in it: ticks; 0: it is read once, from its beginning to its end.
+    virtual Ticks SeekableLength() const { return 0; }
+
+    // Goes on with the keyframe at or before this time. Called before the first packet is read. False: it is where it was.
+    virtual bool Seek(Ticks) { return false; }
+
     // How much of it has been read, 0 to 1. time: of the newest picture.
     virtual double Progress(Ticks) const { return 0; }
 

@@ -1,5 +1,6 @@
 // What is the page of --report made of, and where does it begin?
 import { startAddress } from "../address.js";
+import { takeBlocks } from "../blocks.js";
 import { startBoxes } from "../boxes.js";
 import { applyFilters, startFilters } from "../filters.js";
 import { startHanding } from "../handing.js";
@@ -17,7 +18,6 @@ import { startBar } from "../timeline/bar.js";
 import { showLegend } from "../timeline/legend.js";
 import { startTimeline } from "../timeline/timeline.js";
 import { startTracking } from "../tracking.js";
-import { takeBlocks } from "./blocks.js";
 import { showCameras } from "./cameras.js";
 import { startKeys } from "./keys.js";
 import { showProblems } from "./problems.js";

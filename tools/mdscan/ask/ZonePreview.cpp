@@ -11,6 +11,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "ask/ZoneEditor.h"
 #include "results/ScanLine.h"
 #include "settings/ScanSettings.h"
 #include "video/base/BgrPicture.h"
@@ -106,11 +107,12 @@ void PaintOutline(Video::BgrPicture& picture, const std::vector<Video::Point>& p
 
 }  // namespace
 
-int ShowZones(const std::vector<std::string>& inputs, const ScanSettings& settings, const std::string& preview) {
+int ShowZones(const std::vector<std::string>& inputs, const ScanSettings& settings, const ZonePictures& pictures,
+              const std::string& zoneFile) {
     if (inputs.size() != 1) {
         throw Video::Failure(Video::Concern::Usage, "mdscan zones wants a single video");
     }
-    const std::string& input = inputs.front();
+    const std::string &input = inputs.front(), &preview = pictures.preview;
     Video::Decoder decoder(Video::OpenSource(input));
     if (!decoder.Next()) {
         throw Video::Failure(Video::Concern::Input, input + ": no picture could be decoded");
@@ -138,6 +140,9 @@ int ShowZones(const std::vector<std::string>& inputs, const ScanSettings& settin
             PaintOutline(picture, zone.polygon, colour);
         }
         std::printf("%s\n", line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace).c_str());
+    }
+    if (!pictures.editor.empty()) {
+        WriteZoneEditor(pictures.editor, input, decoder, grid, settings, zoneFile);
     }
     if (!preview.empty()) {
         Video::AtomicFile file(preview, input);

@@ -8,8 +8,15 @@
 
 namespace Scan {
 
-// Prints a line per zone. inputs: one, or it is refused. preview: file for a picture; empty: none. Returns the exit code.
-// Throws Failure.
-int ShowZones(const std::vector<std::string>& inputs, const ScanSettings& settings, const std::string& preview);
+// Files to write; empty: none.
+struct ZonePictures {
+    std::string preview;  // a picture
+    std::string editor;   // a page on which zones are drawn
+};
+
+// Prints a line per zone. inputs: one, or it is refused. zoneFile: what an editor begins with; empty: nothing. Returns the
+// exit code. Throws Failure.
+int ShowZones(const std::vector<std::string>& inputs, const ScanSettings& settings, const ZonePictures& pictures,
+              const std::string& zoneFile);
 
 }  // namespace Scan

@@ -246,6 +246,10 @@ void DeclareZones(CLI::App& app, Options& options, Words& words) {
         ->type_name("FILE.png")
         ->default_str("")
         ->configurable(false);
+    app.add_option("--edit", options.edit, "With mdscan zones: write a page on which to draw and change them")
+        ->type_name("FILE.html")
+        ->default_str("")
+        ->configurable(false);
 }
 
 void DeclareResults(CLI::App& app, OutputSettings& outputs, ScanSettings& settings) {
@@ -285,7 +289,7 @@ void TurnIntoExplain(CLI::App& app) {
     for (CLI::Option* option : app.get_options()) {
         bool isOfScan = option->get_group() == resultGroup;
         for (const char* name : {"--write-config", "--jobs", "--resume", "--start-time", "--name-time", "--reconnect",
-                                 "--memory", "--preview", "--block"}) {
+                                 "--memory", "--preview", "--edit", "--block"}) {
             isOfScan = isOfScan || option->check_name(name);
         }
         if (isOfScan) {
@@ -332,12 +336,26 @@ void Declare(CLI::App& app, Options& options, Words& words, const std::string& v
     }
 }
 
+namespace {
+
+// The page knows a zone file, and writes one.
+std::string TroubleOfZones(const Options& options) {
+    if (!options.showZones) {
+        const std::string asked = !options.preview.empty() ? "--preview" : !options.edit.empty() ? "--edit" : "";
+        return asked.empty() ? "" : asked + " belongs to \"mdscan zones\"";
+    }
+    const bool others = !options.zones.mask.empty() || !options.zones.rectangles.empty();
+    return options.edit.empty() || !others ? "" : "--edit begins with the zones of --zones, not with --mask or --zone";
+}
+
+}  // namespace
+
 std::string TakeIn(const Words& words, Options& options) {
     for (const std::string& zone : words.zones) {
         options.zones.rectangles.push_back(ReadZone(zone).value());
     }
     if (!options.explain) {
-        return options.showZones || options.preview.empty() ? "" : "--preview belongs to \"mdscan zones\"";
+        return TroubleOfZones(options);
     }
     Question& question = options.question;
     question.at = ReadTime(words.at).value();

@@ -21,6 +21,7 @@ struct Options {
     RunSettings run;
     bool showZones = false;  // draw zones instead of scanning: "mdscan zones"
     std::string preview;     // file to draw them into; empty: none
+    std::string edit;        // page to draw them on; empty: none
     bool explain = false;    // look into one moment instead: "mdscan explain"
     Question question = {};  // then
     std::string config;      // file of options, read already; empty: the usual one, if there is one

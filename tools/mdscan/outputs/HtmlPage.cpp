@@ -14,8 +14,9 @@
 #include "outputs/Camera.h"
 #include "outputs/CameraGrounds.h"
 #include "outputs/PageLink.h"
-#include "outputs/PageTrack.h"
+#include "outputs/PageParts.h"
 #include "outputs/PageText.h"
+#include "outputs/PageTrack.h"
 #include "results/JobResult.h"
 #include "results/JsonLines.h"
 #include "results/PictureLines.h"
@@ -40,10 +41,6 @@ constexpr int widestHeatPicture = 640;              // pixels
 
 std::string DumpedForScript(const Json& json) {
     return SafeInScript(json.dump(-1, ' ', false, Json::error_handler_t::replace));
-}
-
-std::string Block(const char* kind, const std::string& json) {
-    return std::string("<script type=\"application/json\" class=\"") + kind + "\">" + json + "</script>\n";
 }
 
 bool IsFile(const std::string& input) {
@@ -99,17 +96,10 @@ Json Shown(OtherRecord record) {
 
 }  // namespace
 
-std::string SafeInScript(std::string json) {
-    for (std::size_t i = 0; (i = json.find('<', i)) != std::string::npos;) {
-        json.replace(i, 1, "\\u003c");  // stands only within strings
-    }
-    return json;
-}
-
 HtmlPage::HtmlPage(const std::string& path, const std::vector<std::string>& inputs, const std::string& scan)
     : _text(path, inputs) {
-    _text.Write(std::string(reportPage.head) + "<style>\n" + reportPage.style + "</style>\n</head>\n" + reportPage.body);
-    _text.Write(Block("scan", SafeInScript(scan)));
+    _text.Write(PageBegin(reportPage));
+    _text.Write(DataBlock("scan", SafeInScript(scan)));
 }
 
 // The block of an input begins with its lines, for these come first.
@@ -176,15 +166,15 @@ void HtmlPage::Keep(const CameraGrounds& cameras) {
     for (const auto& [camera, ground] : cameras.All()) {
         const Video::PictureGrid& grid = ground.heat.grid;
         const int shrink = (grid.pictureWidth + widestHeatPicture - 1) / widestHeatPicture;
-        _text.Write(Block("camera",
-                          DumpedForScript({{"camera", camera},
-                                           {"width", grid.pictureWidth},
-                                           {"height", grid.pictureHeight},
-                                           {"heat", PngAddress(Video::HeatPicture(ground.heat, ground.background, shrink))},
-                                           {"background", PngAddress(Video::GreyWhereUnknown(ground.background))}})));
+        _text.Write(DataBlock(
+            "camera", DumpedForScript({{"camera", camera},
+                                       {"width", grid.pictureWidth},
+                                       {"height", grid.pictureHeight},
+                                       {"heat", PngAddress(Video::HeatPicture(ground.heat, ground.background, shrink))},
+                                       {"background", PngAddress(Video::GreyWhereUnknown(ground.background))}})));
     }
-    _text.Write(Block("end", Json{{"left_out", _withoutRoom}}.dump()));
-    _text.Write(std::string("<script>\n\"use strict\";\n") + reportPage.script + "</script>\n</body>\n</html>\n");
+    _text.Write(DataBlock("end", Json{{"left_out", _withoutRoom}}.dump()));
+    _text.Write(PageEnd(reportPage));
     _text.Keep();
 }
 

@@ -51,7 +51,4 @@ private:
     std::int64_t _withoutRoom = 0;  // pictures that the page does not hold
 };
 
-// JSON that may stand within a script element, whatever names it holds.
-std::string SafeInScript(std::string json);
-
 }  // namespace Scan

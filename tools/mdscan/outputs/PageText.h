@@ -12,5 +12,6 @@ struct PageText {
 };
 
 extern const PageText reportPage;
+extern const PageText zonesPage;
 
 }  // namespace Scan

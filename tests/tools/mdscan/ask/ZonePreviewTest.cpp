@@ -3,10 +3,15 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <cstddef>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include <nlohmann/json.hpp>
 #include <png.h>
+#include <sys/stat.h>
 
 #include "ScanFixture.h"
 
@@ -63,6 +68,75 @@ TEST_F(ZonePreview, ThePictureShowsThem) {
     EXPECT_LT(pixel(250, 150)[0], 80);
     // The preview must not take the place of the video.
     EXPECT_EQ(Mdscan({"zones", "--zones", In("zones.json"), "--preview", In("clip.y4m"), In("clip.y4m")}).code, 2);
+}
+
+// What the page of zones knows, of every block of a kind.
+std::vector<nlohmann::json> BlocksOf(const std::string& page, const std::string& kind) {
+    std::vector<nlohmann::json> blocks;
+    const std::string opening = "class=\"" + kind + "\">";
+    for (std::size_t at = 0; (at = page.find(opening, at)) != std::string::npos;) {
+        at += opening.size();
+        blocks.push_back(nlohmann::json::parse(page.substr(at, page.find("</script>", at) - at)));
+    }
+    return blocks;
+}
+
+TEST_F(ZonePreview, ThePageHoldsTheFileAndWhatItsMasksCover) {
+    const std::string text = "{\"zones\":\r\n [{\"name\":\"a </script>\",\"mask\":\"left.png\"}] }\n\n";
+    Write("mask.json", text);
+    png_image mask = {};
+    mask.version = PNG_IMAGE_VERSION;
+    mask.width = 2;
+    mask.height = 1;
+    mask.format = PNG_FORMAT_GRAY;
+    const std::vector<png_byte> leftHalf = {255, 0};
+    ASSERT_TRUE(png_image_write_to_file(&mask, In("left.png").c_str(), 0, leftHalf.data(), 0, nullptr)) << mask.message;
+    const Outcome run = Mdscan({"zones", "--edit", In("page.html"), "--zones", In("mask.json"), "--block", "20",
+                                "--sensitivity", "low", RawClip({.seconds = 1})});
+    EXPECT_EQ(run.code, 0) << run.err;
+    ASSERT_EQ(run.lines.size(), 1u) << "a line per zone, with a page too";
+    const std::string page = Read("page.html");
+    EXPECT_EQ(BlocksOf(page, "zonefile").at(0), nlohmann::json({{"name", "mask.json"}, {"text", text}}));
+    const nlohmann::json facts = BlocksOf(page, "facts").at(0);
+    const nlohmann::json grid = {{"width", 320}, {"height", 240}, {"block", 20}, {"columns", 16}, {"rows", 12}};
+    EXPECT_EQ(facts["grid"], grid);
+    EXPECT_EQ(facts["min_size"], 0.05) << "as the sensitivity has it";
+    std::string halves;
+    for (int row = 0; row < 12; ++row) {
+        halves += "1111111100000000";
+    }
+    EXPECT_EQ(facts["masks"]["left.png"], halves);
+}
+
+TEST_F(ZonePreview, ThePageHoldsPicturesFromAllOfTheVideo) {
+    const std::string clip = RawClip({.width = 64, .height = 48, .seconds = 24});
+    EXPECT_EQ(Mdscan({"zones", "--edit", In("page.html"), clip}).code, 0);
+    std::vector<double> times;
+    for (const nlohmann::json& picture : BlocksOf(Read("page.html"), "picture")) {
+        times.push_back(picture["at"]);
+        EXPECT_EQ(picture["jpeg"].get<std::string>().substr(0, 4), "/9j/") << "the first bytes of a JPEG file";
+    }
+    ASSERT_EQ(times.size(), 12u);
+    for (std::size_t i = 0; i < times.size(); ++i) {
+        EXPECT_NEAR(times[i], 2.0 * static_cast<double>(i), 0.15);
+    }
+    EXPECT_TRUE(BlocksOf(Read("page.html"), "zonefile").empty());
+
+    std::signal(SIGPIPE, SIG_IGN);  // the program leaves before all is fed
+    ASSERT_EQ(mkfifo(In("pipe").c_str(), 0600), 0);
+    std::thread feeder([this] { Write("pipe", Read("clip.y4m")); });
+    EXPECT_EQ(Mdscan({"zones", "--edit", In("pipe.html"), In("pipe")}).code, 0);
+    feeder.join();
+    EXPECT_EQ(BlocksOf(Read("pipe.html"), "picture").size(), 1u) << "there is no way back in it";
+}
+
+TEST_F(ZonePreview, ThePageTakesNothingsPlace) {
+    const std::string clip = RawClip({.seconds = 1});
+    EXPECT_EQ(Mdscan({"zones", "--edit", clip, clip}).code, 2);
+    EXPECT_EQ(Mdscan({"zones", "--edit", In("zones.json"), "--zones", In("zones.json"), clip}).code, 2);
+    EXPECT_EQ(Mdscan({"zones", "--edit", In("page.html"), "--zone", "0,0,1,1", clip}).code, 2);
+    EXPECT_EQ(Mdscan({"--edit", In("page.html"), clip}).code, 2);
+    EXPECT_EQ(Mdscan({"zones", "--edit", In("missing") + "/page.html", clip}).code, 1);
 }
 
 TEST_F(ZonePreview, AMistakeIsOneLineBeforeAnythingIsScanned) {

@@ -10,6 +10,7 @@
 
 #include "FolderFixture.h"
 #include "outputs/CameraGrounds.h"
+#include "outputs/PageParts.h"
 #include "results/JobResult.h"
 #include "results/Records.h"
 #include "video/base/Clip.h"
