@@ -9,4 +9,4 @@ export const grid = told.grid;                               // { width, height,
 export const minSize = told.min_size, maxSize = told.max_size;
 export const masks = Object.fromEntries(Object.entries(told.masks).map(([name, blocks]) => [name,
   Uint8Array.from(blocks, Number)]));                        // [block] 1 where it is covered, by the name of the mask's file
-export const facts = { grid, masks, minSize };
+export const facts = { grid, masks, minSize, maxSize };

@@ -200,7 +200,7 @@ class ZonesPageTest(unittest.TestCase):
         self.draw((0.1, 0.1), (0.5, 0.5), (0.5, 0.1), (0.1, 0.5))
         self.assertEqual(self.troubles(0, "error"), ["the line from [0] to [1] crosses the one from [2] to [3]"])
         self.draw((0.7, 0.1), (0.72, 0.1), (0.72, 0.12))
-        self.assertEqual(len(self.troubles(1, "warning")), 1, "smaller than an object")
+        self.assertEqual(len(self.troubles(1, "warning")), 1, "no room for an object")
         self.fill(1, ".name", "zone 1")
         self.assertEqual(self.troubles(1, "error"), ["another zone is called \"zone 1\""])
         self.fill(1, ".name", Keys.BACKSPACE)

@@ -1,5 +1,6 @@
 // What would mdscan say of these zones?  Errors make it refuse the file, warnings tell of zones that find nothing.
-import { countOf, coveredBlocks, extentOf, leastExtent, withoutThese } from "./coverage.js";
+import { countOf, coveredBlocks, extentOf, hasRoom, withoutThese } from "./coverage.js";
+import { countText } from "../../texts.js";
 import { polygonTrouble } from "./geometry.js";
 import { membersOf } from "./jsontext.js";
 import { cornersOf } from "./zonefile.js";
@@ -83,16 +84,32 @@ export function effectOf(zone, zones, facts) {
     : withoutThese(blocks, excluded.map((other) => blocksOf(other, facts)).filter(Boolean));
 }
 
-// facts: the grid, masks, and the { minSize } of zones that state none.
+const extentText = ({ columns, rows }) => columns + " by " + rows;
+
+// Why it can never find anything; empty: it can.
+function idleness(zone, blocks, all, facts) {
+  const [least, most] = [zone.value.min_size ?? facts.minSize, zone.value.max_size ?? facts.maxSize ?? 1].map((size) =>
+    extentOf(size, facts.grid));
+  const count = countOf(blocks), covered = countOf(all);
+  if (!covered) {
+    return "it covers the centre of no block";
+  }
+  if (!count) {
+    return "excluded " + (covered === 1 ? "is its only block" : "are all of its " + countText(covered, "block"));
+  }
+  if (Math.min(most.columns, most.rows) < 1) {
+    return "the largest object that counts has " + extentText(most) + " blocks";
+  }
+  if (least.columns > most.columns || least.rows > most.rows) {
+    return "the smallest object that counts has " + extentText(least) + " blocks, the largest " + extentText(most);
+  }
+  return hasRoom(blocks, facts.grid, least) ? "" : "its " + countText(count, "block") + (count === 1 ? " has" : " have") +
+    " no room for " + extentText(least) + ", the smallest object that counts";
+}
+
+// facts: the grid, masks, and the { minSize, maxSize } of zones that state none.
 export function warningsOf(zone, zones, facts) {
-  const blocks = effectOf(zone, zones, facts);
-  if (!blocks || zone.value.exclude === true) {
-    return [];
-  }
-  if (!countOf(blocks)) {
-    return ["excluded zones cover all of it: it finds nothing"];
-  }
-  const extent = extentOf(blocks, facts.grid), least = leastExtent(zone.value.min_size ?? facts.minSize, facts.grid);
-  return extent.columns < least.columns || extent.rows < least.rows
-    ? ["smaller than its smallest object, " + least.columns + " x " + least.rows + " blocks: it finds nothing"] : [];
+  const blocks = zone.value.exclude === true ? null : effectOf(zone, zones, facts);
+  const why = blocks && idleness(zone, blocks, blocksOf(zone, facts), facts);
+  return why ? ["it can never tell motion: " + why] : [];
 }

@@ -73,21 +73,36 @@ export function countOf(mask) {
   return mask.reduce((sum, covered) => sum + covered, 0);
 }
 
-// How many columns and rows the blocks stretch over: nothing that stays within them is larger.
-export function extentOf(mask, grid) {
-  let [left, top, right, bottom] = [grid.columns, grid.rows, -1, -1];
-  mask.forEach((covered, i) => {
-    if (covered) {
-      const column = i % grid.columns, row = Math.floor(i / grid.columns);
-      [left, top] = [Math.min(left, column), Math.min(top, row)];
-      [right, bottom] = [Math.max(right, column), Math.max(bottom, row)];
+// Blocks of an object lie two columns, or a row and a column, from one another.
+const reach = [[-2, 0], [-1, 0], [1, 0], [2, 0], [-1, -1], [0, -1], [1, -1], [-1, 1], [0, 1], [1, 1]];
+
+// Is there a part of the mask, as far as objects reach, of at least so many columns and rows?
+export function hasRoom(mask, grid, least) {
+  const rest = Uint8Array.from(mask);
+  for (let first = rest.indexOf(1); first >= 0; first = rest.indexOf(1, first)) {
+    const part = [first], column = (block) => block % grid.columns, row = (block) => Math.floor(block / grid.columns);
+    let [left, right, bottom] = [column(first), column(first), row(first)];      // the first one is the highest
+    rest[first] = 0;
+    for (const from of part) {                               // which grows meanwhile
+      [left, right] = [Math.min(left, column(from)), Math.max(right, column(from))];
+      bottom = Math.max(bottom, row(from));
+      for (const [across, down] of reach) {
+        const [x, y] = [column(from) + across, row(from) + down], next = y * grid.columns + x;
+        if (x >= 0 && x < grid.columns && y >= 0 && y < grid.rows && rest[next]) {
+          rest[next] = 0;
+          part.push(next);
+        }
+      }
     }
-  });
-  return { columns: Math.max(0, right + 1 - left), rows: Math.max(0, bottom + 1 - top) };
+    if (right - left + 1 >= least.columns && bottom - row(first) + 1 >= least.rows) {
+      return true;
+    }
+  }
+  return false;
 }
 
-// Of the smallest object that counts; size: a fraction of the picture. Deliberate: floats, as in the detector.
-export function leastExtent(size, grid) {
-  const least = (blocks) => Math.trunc(Math.fround(blocks * Math.fround(size)));
-  return { columns: least(grid.columns), rows: least(grid.rows) };
+// Of an object of this size, a fraction of the picture, in blocks. Deliberate: floats, as in the detector.
+export function extentOf(size, grid) {
+  const blocks = (across) => Math.trunc(Math.fround(across * Math.fround(size)));
+  return { columns: blocks(grid.columns), rows: blocks(grid.rows) };
 }

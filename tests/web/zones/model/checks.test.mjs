@@ -3,7 +3,7 @@ import assert from "node:assert";
 import test from "node:test";
 
 import { effectOf, errorsOf, fileErrors, isSound, warningsOf } from "../../../../web/zones/model/checks.js";
-import { countOf, coveredBlocks, extentOf, leastExtent } from "../../../../web/zones/model/coverage.js";
+import { countOf, coveredBlocks, extentOf, hasRoom } from "../../../../web/zones/model/coverage.js";
 import { readZones } from "../../../../web/zones/model/zonefile.js";
 
 const grid = { width: 40, height: 30, block: 10, columns: 4, rows: 3 };
@@ -29,9 +29,20 @@ test("a polygon without a centre is a chain of blocks, one at least", () => {
 });
 
 test("extents are counted in whole blocks", () => {
-  assert.deepEqual(extentOf(coveredBlocks(rectangle(0.25, 0.34, 0.5, 0.3), grid), grid), { columns: 2, rows: 1 });
-  assert.deepEqual(extentOf(new Uint8Array(12), grid), { columns: 0, rows: 0 });
-  assert.deepEqual(leastExtent(0.03, { columns: 128, rows: 72 }), { columns: 3, rows: 2 });
+  assert.deepEqual(extentOf(0.03, { columns: 128, rows: 72 }), { columns: 3, rows: 2 });
+});
+
+test("an object has room where blocks lie within its reach of one another", () => {
+  const room = (digits, columns, rows) => hasRoom(Uint8Array.from(digits, Number), grid, { columns, rows });
+  assert.equal(room("110011000000", 2, 2), true);
+  assert.equal(room("110011000000", 3, 1), false);
+  assert.equal(room("110011000000", 1, 3), false);
+  assert.equal(room("101000000000", 3, 1), true, "two columns apart");
+  assert.equal(room("100100000000", 4, 1), false, "three apart");
+  assert.equal(room("100001000010", 3, 3), true, "on a slant");
+  assert.equal(room("100000001000", 1, 3), false, "two rows apart");
+  assert.equal(room("000110000000", 4, 2), false, "the next row begins at the other side");
+  assert.equal(room("000000000000", 0, 0), false);
 });
 
 test("what mdscan refuses is an error of its zone", () => {
@@ -79,12 +90,14 @@ test("a zone that can find nothing is warned of", () => {
   const zone = (shape, more = "") => "\"name\": \"a\", \"polygon\": " + JSON.stringify(shape) + more;
   const hole = (shape) => zone(shape, ", \"exclude\": true");
   assert.equal(told(zone(rectangle(0, 0, 0.3, 0.3))), "");
-  assert.match(told(zone(rectangle(0, 0, 0.3, 0.2))), /smaller than its smallest object, 3 x 3 blocks/);
-  assert.match(told(zone(rectangle(0, 0, 0.2, 0.3))), /smaller/);
+  assert.match(told(zone(rectangle(0, 0, 0.3, 0.2))), /: its 6 blocks have no room for 3 by 3, the smallest object that counts$/);
+  assert.match(told(zone(rectangle(0, 0, 0.2, 0.3))), /no room/);
   assert.equal(told(zone(rectangle(0, 0, 0.2, 0.2), ", \"min_size\": 0.2")), "", "by its own size");
   assert.equal(told(zone(rectangle(0, 0, 0.1, 0.1), ", \"min_size\": 0")), "");
-  assert.match(told(zone(rectangle(0, 0, 0.5, 0.5)), hole(rectangle(0, 0, 0.3, 1))), /smaller/, "what is left of it");
-  assert.match(told(zone(rectangle(0, 0, 0.5, 0.5)), hole(rectangle(0, 0, 1, 1))), /cover all of it/);
+  assert.match(told(zone(rectangle(0, 0, 0.5, 0.5)), hole(rectangle(0, 0, 0.3, 1))), /no room/, "what is left of it");
+  assert.match(told(zone(rectangle(0, 0, 0.5, 0.5)), hole(rectangle(0, 0, 1, 1))), /: excluded are all of its 25 blocks$/);
+  assert.match(told(zone(rectangle(0, 0, 0.5, 0.5), ", \"max_size\": 0.05, \"min_size\": 0")), /largest .* 0 by 0 blocks$/);
+  assert.match(told(zone(rectangle(0, 0, 0.5, 0.5), ", \"max_size\": 0.2")), /has 3 by 3 blocks, the largest 2 by 2$/);
   assert.equal(told(hole(rectangle(0, 0, 0.1, 0.1))), "", "it is to find nothing");
 });
 
