@@ -20,7 +20,7 @@ from selenium.webdriver.common.by import By
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 ZONES = {"zones": [{"name": "pavement", "polygon": [[0, 0.4], [1, 0.4], [1, 0.62], [0, 0.62]]},
                    {"name": "road", "polygon": [[0, 0.62], [1, 0.62], [1, 1], [0, 1]]}]}
-WIDTH, HEIGHT = 1120, 1180                 # pixels
+WIDTH, HEIGHT = 1120, 1330                 # pixels
 RECORDINGS = {"front-door": ("08:00:00", "08:02:10"), "street": ("07:59:00", "08:01:15")}
 
 

@@ -46,6 +46,9 @@ export function eventCell(event) {
   if (event.mark) {
     zones.append(make("small", event.mark, "mark"));
   }
+  if (event.flash) {
+    zones.append(make("small", "flash", "flash"));
+  }
   text.append(make("b", eventTime(event) + "  \u00b7  " + lengthText(event.length)), name, zones);
   addZoneMarks(event.zones || [], zones);
   cell.title = event.input.file;

@@ -35,6 +35,9 @@ function showFacts() {
   }
   const [x, y, width, height] = picked.boxes[0];
   addFact("largest", width + " \u00d7 " + height + " pixels at " + x + ", " + y + "; " + picked.blocks + " blocks in all");
+  if (picked.flash) {
+    addFact("flash", "in a picture of it, nearly everything got brighter or darker at once");
+  }
   addFact("file", picked.input.file);
 }
 

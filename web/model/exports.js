@@ -1,6 +1,6 @@
 // How do events look in a spreadsheet, and to other programs?  Named as the fields of mdscan's lines.
-const columns = ["file", "camera", "event", "start", "end", "peak", "start_time", "end_time", "blocks", "zones", "x", "y",
-                 "w", "h", "clip", "mark"];
+const columns = ["file", "camera", "event", "start", "end", "peak", "start_time", "end_time", "blocks", "flash", "zones", "x",
+                 "y", "w", "h", "clip", "mark"];
 
 function fieldsOf(event) {
   const { input, start, end, boxes } = event, [box] = boxes;
@@ -8,8 +8,8 @@ function fieldsOf(event) {
     : new Date(Math.round((input.begin + time) * 1000)).toISOString();
   return {
     file: input.file, camera: input.camera, event: event.event, start, end, peak: event.peak, start_time: timeOf(start),
-    end_time: timeOf(end), blocks: event.blocks, zones: event.zones, x: box?.[0], y: box?.[1], w: box?.[2], h: box?.[3],
-    clip: event.clip, mark: event.mark || undefined,
+    end_time: timeOf(end), blocks: event.blocks, flash: event.flash, zones: event.zones, x: box?.[0], y: box?.[1],
+    w: box?.[2], h: box?.[3], clip: event.clip, mark: event.mark || undefined,
   };
 }
 

@@ -25,7 +25,7 @@ export function recordingsOf(zones, inputs) {
     event.colours = colourBits(zones, event.zones);
     event.key = keyOf(event);
     event.mark = "";
-    event.searched = [event.input.file, ...(event.zones || [])].join("\n").toLowerCase();
+    event.searched = [event.input.file, ...(event.zones || []), ...(event.flash ? ["flash"] : [])].join("\n").toLowerCase();
   }
   for (const condition of conditions) {
     condition.colours = conditionBit(condition.condition);

@@ -18,6 +18,8 @@ test("events and gaps keep the order of their lines and know their input", () =>
   assert.deepEqual(events.map((event) => event.colours), [2, 1]);
   assert.deepEqual(events.map((event) => event.searched), ["yard/a.mp4\ngate", "b.mp4"]);
   assert.equal(one.lines, null);
+  const flashed = recordingsOf([], [input({ file: "c" }, { ...moved, flash: true })]).events[0];
+  assert.equal(flashed.searched, "c\ngate\nflash");
 });
 
 test("conditions are no events, and known to their input", () => {

@@ -75,6 +75,9 @@ Json Shown(const EventRecord& event) {
         json["start_time"] = Video::WallTimeText(event.wall->start);
     }
     json["blocks"] = event.blocks;
+    if (event.flash) {
+        json["flash"] = true;
+    }
     if (event.zones) {
         json["zones"] = *event.zones;
     }

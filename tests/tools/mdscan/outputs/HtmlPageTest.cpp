@@ -55,6 +55,7 @@ TEST_F(HtmlPageTest, HoldsWhatCame) {
     page.Take(input, FrameRecord{.picture = {1, true}});
     page.Take(input, event);
     EventRecord inAClip = event;
+    inAClip.flash = true;
     inAClip.clip = Video::Clip{In("c/d.mp4"), 40'000'000};
     page.Take(input, inAClip);
     page.Take(input, GapRecord{.file = "x", .start = 60'000'000, .end = 70'000'000, .reason = "r"});
@@ -88,6 +89,8 @@ TEST_F(HtmlPageTest, HoldsWhatCame) {
     EXPECT_FALSE(inClip.contains("picture")) << "its picture came once";
     EXPECT_FALSE(inClip.contains("track"));
     EXPECT_EQ(inClip["link"], "c/d.mp4");
+    EXPECT_EQ(inClip["flash"], true);
+    EXPECT_FALSE(inFile.contains("flash"));
     EXPECT_EQ(inClip["at"], 0.5);
     EXPECT_EQ(inputs[0]["status"], "damaged");
     EXPECT_EQ(inputs[0]["reason"], "why");
