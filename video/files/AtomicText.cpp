@@ -26,7 +26,10 @@ void AtomicText::Check(bool good) const {
     }
 }
 
-void AtomicText::Write(const std::string& text) { Check(std::fwrite(text.data(), 1, text.size(), _file) == text.size()); }
+// Nothing waits in memory: what cannot be written is known at once, and to whoever asked for it.
+void AtomicText::Write(const std::string& text) {
+    Check(std::fwrite(text.data(), 1, text.size(), _file) == text.size() && std::fflush(_file) == 0);
+}
 
 void AtomicText::Keep() {
     if (_file) {

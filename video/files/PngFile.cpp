@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <exception>
 #include <stdexcept>
 
 #include <png.h>
@@ -10,6 +11,7 @@
 #include "video/base/BgrPicture.h"
 #include "video/base/Failure.h"
 #include "video/files/AtomicFile.h"
+#include "video/files/FileBytes.h"
 
 namespace Video {
 
@@ -27,10 +29,13 @@ png_image HeaderOf(const BgrPicture& picture) {
 }  // namespace
 
 void WritePng(const BgrPicture& picture, const AtomicFile& file) {
-    png_image image = HeaderOf(picture);
-    if (!png_image_write_to_file(&image, file.PassingPath().c_str(), 0, picture.pixels.data(), 0, nullptr)) {
-        throw Failure(Concern::Output, "cannot write " + file.Path() + ": " + image.message);
+    std::string bytes;
+    try {
+        bytes = PngBytes(picture);
+    } catch (const std::exception& error) {
+        throw Failure(Concern::Output, "cannot write " + file.Path() + ": " + error.what());
     }
+    WriteBytes(bytes, file);
 }
 
 std::string PngBytes(const BgrPicture& picture) {

@@ -3,10 +3,10 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <fstream>
 
 #include "video/base/Failure.h"
 #include "video/files/AtomicFile.h"
+#include "video/files/FileBytes.h"
 #include "video/media/Libav.h"
 
 namespace Video {
@@ -64,12 +64,7 @@ void WriteThumbnail(const AVFrame& frame, const AtomicFile& file) {
     if (jpeg.empty()) {
         throw Failure(Concern::Output, "cannot write " + file.Path() + ": FFmpeg cannot make a JPEG of it");
     }
-    std::ofstream out(file.PassingPath(), std::ios::binary);
-    out.write(jpeg.data(), static_cast<std::streamsize>(jpeg.size()));
-    out.close();
-    if (!out) {
-        throw Failure(Concern::Output, "cannot write " + file.Path());
-    }
+    WriteBytes(jpeg, file);
 }
 
 }  // namespace Video
