@@ -13,7 +13,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <thread>
 #include <utility>
+#include <variant>
 
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -36,16 +38,19 @@ namespace Scan {
 
 namespace {
 
+constexpr int orderlyEnd = 5'000;  // milliseconds
+
 class Speaker : public JobListener {
 public:
     explicit Speaker(int pipe) : _pipe(pipe) {}
 
+    // Throws Failure.
     void Say(char kind, const std::string& text) {
         const std::string message = kind + text + "\n";
         for (std::size_t done = 0; done < message.size();) {
             const ssize_t written = write(_pipe, message.data() + done, message.size() - done);
-            if (written < 0 && errno != EINTR) {
-                _exit(Video::exitFailed);  // nobody listens any more
+            if (written < 0 && errno != EINTR) {  // nobody listens any more: files that are not whole go
+                throw Video::Failure(Video::Concern::Output, std::string("cannot tell results: ") + std::strerror(errno));
             }
             done += static_cast<std::size_t>(std::max<ssize_t>(written, 0));
         }
@@ -106,7 +111,11 @@ Worker::Worker(const std::function<void(int pipe)>& work) {
         close(ends[0]);
         prctl(PR_SET_PDEATHSIG, SIGKILL);  // without its parent nobody needs it
         setpgid(0, 0);                     // the keyboard interrupts the parent, which tells its children
-        work(ends[1]);
+        try {
+            work(ends[1]);
+        } catch (const std::exception&) {  // cannot be told
+            std::exit(Video::exitFailed);
+        }
         std::exit(0);
     }
     close(ends[1]);
@@ -115,15 +124,38 @@ Worker::Worker(const std::function<void(int pipe)>& work) {
 
 Worker::~Worker() {
     if (_process > 0) {
-        kill(_process, SIGKILL);
+        Dismiss();
+        if (!EndsWithin(orderlyEnd)) {
+            kill(_process, SIGKILL);
+        }
         Bury();
     }
 }
 
-void Worker::Interrupt() const {
-    if (_process > 0) {
+// Once: a second signal would end it at once.
+void Worker::Interrupt() {
+    if (_process > 0 && !std::exchange(_isLeaving, true)) {
         kill(_process, SIGTERM);
     }
+}
+
+void Worker::Dismiss() {
+    if (_pipe >= 0) {
+        close(std::exchange(_pipe, -1));  // it may be waiting for somebody to read
+    }
+    Interrupt();
+}
+
+bool Worker::EndsWithin(int milliseconds) {
+    constexpr int step = 10;
+    for (int waited = 0; waited < milliseconds; waited += step) {
+        siginfo_t end = {};
+        if (waitid(P_PID, static_cast<id_t>(_process), &end, WEXITED | WNOHANG | WNOWAIT) != 0 || end.si_pid != 0) {
+            return true;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(step));
+    }
+    return false;
 }
 
 bool Worker::Read() {
@@ -155,7 +187,10 @@ void Worker::Understand(const std::string& message) {
     const std::string text = message.substr(std::min<std::size_t>(1, message.size()));
     switch (message.empty() ? '\0' : message.front()) {
         case 'V': _isLive = true; break;
-        case 'L': _records.push_back(RecordOfLine(text)); break;
+        case 'L':
+            _records.push_back(RecordOfLine(text));
+            _events += std::holds_alternative<EventRecord>(_records.back()) ? 1 : 0;
+            break;
         case 'A': _pictures.push_back(text); break;
         case 'E': _result = Unpacked(text); break;
         default: {
@@ -174,7 +209,9 @@ void Worker::Bury(bool understood) {
     while (waitpid(_process, &status, 0) < 0 && errno == EINTR) {
     }
     _process = -1;
-    close(std::exchange(_pipe, -1));
+    if (_pipe >= 0) {
+        close(std::exchange(_pipe, -1));
+    }
     if (_result) {
         _tally = _result->tally;
         return;
@@ -183,8 +220,12 @@ void Worker::Bury(bool understood) {
     _wasKilled = signal == SIGKILL || signal == SIGTERM || signal == SIGINT || signal == 0;
     const std::string end =
         signal != 0 ? std::string("by signal ") + std::to_string(signal) + ", " + strsignal(signal) : "without a result";
-    _result = JobResult{
-        .health = Health::Unreadable, .code = Video::exitFailed, .trouble = "its scan was ended " + end, .tally = _tally};
+    _tally.events = _events;  // its own count may be older, or never have come
+    const bool wentSomewhere = understood && (_events > 0 || _tally.pictures > 0);
+    _result = JobResult{.health = wentSomewhere ? Health::Damaged : Health::Unreadable,
+                        .code = Video::exitFailed,
+                        .trouble = "its scan was ended " + end,
+                        .tally = _tally};
 }
 
 std::vector<Record> Worker::TakeRecords() { return std::exchange(_records, {}); }

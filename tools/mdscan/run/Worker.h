@@ -26,7 +26,7 @@ public:
     // Starts a process that does this work, which is to say messages into the pipe, and ends.
     explicit Worker(const std::function<void(int pipe)>& work);
 
-    // Ends a scan that is still under way at once.
+    // Ends a scan that is still under way: in good order, so that it leaves no half of a file, unless it takes too long.
     ~Worker();
     Worker(const Worker&) = delete;
     Worker& operator=(const Worker&) = delete;
@@ -38,7 +38,10 @@ public:
     bool Read();
 
     // Lets the scan end in good order.
-    void Interrupt() const;
+    void Interrupt();
+
+    // Likewise, and nobody listens to it any more.
+    void Dismiss();
 
     std::vector<Record> TakeRecords();        // those since the last call
     std::vector<std::string> TakePictures();  // likewise: their lines, unread, for they may have to wait
@@ -52,16 +55,19 @@ public:
 
 private:
     void Understand(const std::string& message);
+    bool EndsWithin(int milliseconds);
     void Bury(bool understood = true);
 
     pid_t _process = -1;
     int _pipe = -1;
-    std::string _unread;  // an incomplete message
+    bool _isLeaving = false;  // it has been told
+    std::string _unread;      // an incomplete message
     std::vector<Record> _records;
     std::vector<std::string> _pictures;  // lines
     bool _isLive = false;
     double _done = 0;
     Video::Tally _tally;
+    int _events = 0;  // told
     std::optional<JobResult> _result;
     bool _wasKilled = false;
 };

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <csignal>
 #include <string>
 #include <variant>
@@ -58,6 +59,43 @@ TEST(Worker, EndsAScanThatCannotBeUnderstood) {
         EXPECT_TRUE(left.wasKilled) << words << "says nothing about the input";
         EXPECT_EQ(left.records.size(), 1u) << words << "what came before is good, what comes after is not asked for";
     }
+}
+
+TEST(Worker, TellsWhatAScanFoundBeforeItDied) {
+    const std::string whole = "L" + LineOf(EventRecord{.number = 1}) + "\nL" + LineOf(EventRecord{.number = 2}) + "\n",
+                      words = whole + ("L" + LineOf(EventRecord{.number = 3})).substr(0, 40);
+    Worker worker([&](int pipe) {
+        std::signal(SIGSEGV, SIG_DFL);  // whoever else may want to know of it
+        if (write(pipe, words.data(), words.size()) == static_cast<ssize_t>(words.size())) {
+            std::raise(SIGSEGV);
+        }
+    });
+    while (worker.Read()) {
+    }
+    EXPECT_EQ(worker.TakeRecords().size(), 2u) << "half a record is none";
+    EXPECT_EQ(worker.Result().health, Health::Damaged) << "scanned as far as it goes";
+    EXPECT_EQ(worker.Result().tally.events, 2);
+    EXPECT_EQ(worker.Result().trouble.rfind("its scan was ended by signal 11, ", 0), 0u) << worker.Result().trouble;
+}
+
+TEST(Worker, ADismissedScanEndsInGoodOrder) {
+    std::array<int, 2> ends = {};
+    ASSERT_EQ(pipe(ends.data()), 0);
+    {
+        Worker worker([&](int pipe) {
+            std::signal(SIGPIPE, SIG_IGN);
+            std::signal(SIGTERM, [](int) {});
+            while (write(pipe, "P\n", 2) == 2) {  // until nobody listens
+                pause();
+            }
+            EXPECT_EQ(write(ends[1], "whole", 5), 5);
+        });
+        close(ends[1]);
+        EXPECT_TRUE(worker.Read()) << "it is under way";
+    }
+    std::array<char, 8> said = {};
+    EXPECT_EQ(read(ends[0], said.data(), said.size()), 5) << "it was not killed";
+    close(ends[0]);
 }
 
 TEST(Worker, NamesWhatEndedAScan) {
