@@ -2,8 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <iterator>
 #include <string>
+#include <utility>
 #include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include <sys/types.h>
 
 #include "ScanFixture.h"
 
@@ -12,7 +18,52 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class ScanResults : public ScanFixture {};
+using nlohmann::json;
+using Names = std::vector<std::string>;
+
+// Six seconds of it, or twelve with two events.
+constexpr Video::SquareScene small = {.width = 160, .height = 120, .seconds = 6, .from = 3, .until = 4.8};
+const Video::Encoding avi = {.codec = "mpeg4", .container = "avi"};
+
+class ScanResults : public ScanFixture {
+protected:
+    static std::vector<json> Of(const Outcome& run, const char* type) {
+        std::vector<json> lines;
+        for (const json& line : run.lines) {
+            if (line["type"] == type) {
+                lines.push_back(line);
+            }
+        }
+        return lines;
+    }
+
+    static std::size_t Count(const std::string& text, const std::string& words) {
+        std::size_t count = 0;
+        for (std::size_t at = 0; (at = text.find(words, at)) != std::string::npos; ++at) {
+            ++count;
+        }
+        return count;
+    }
+
+    // What an event names is there, whole; nothing else is left of what was given up.
+    void ExpectNoHalves(const Outcome& run) const {
+        std::size_t named = 0;
+        for (const json& event : Of(run, "event")) {
+            for (const char* name : {"thumbnail", "clip"}) {
+                named += event.contains(name) ? 1 : 0;
+                EXPECT_TRUE(!event.contains(name) || fs::exists(event[name].get<std::string>())) << event;
+            }
+        }
+        for (const char* folder : {"thumbnails", "clips"}) {
+            named -=
+                fs::exists(In(folder)) ? static_cast<std::size_t>(std::distance(fs::directory_iterator(In(folder)), {})) : 0;
+        }
+        EXPECT_EQ(named, 0u) << "files that no event names";
+        for (const auto& entry : fs::recursive_directory_iterator(Folder())) {
+            EXPECT_NE(entry.path().extension(), ".part") << entry.path();
+        }
+    }
+};
 
 TEST_F(ScanResults, AnOverlayThatCannotBeCompletedIsNotThere) {
     const std::string clip = RawClip({});
@@ -21,6 +72,115 @@ TEST_F(ScanResults, AnOverlayThatCannotBeCompletedIsNotThere) {
     EXPECT_EQ(run.ErrorLines(), 1) << run.err;
     EXPECT_NE(run.err.find("cannot write"), std::string::npos) << run.err;
     EXPECT_EQ(FilesInFolder(), std::vector<std::string>{"clip.y4m"});
+}
+
+TEST_F(ScanResults, NoFileThatCannotBeWrittenTakesAnEventWithIt) {
+    Video::WriteEncoded({small, small}, avi, In("clip.avi"));
+    const std::vector<json> events = Mdscan({In("clip.avi")}).lines;
+    ASSERT_EQ(events.size(), 2u);
+    for (const auto& [option, name] : std::vector<std::pair<const char*, const char*>>{{"--clips", "clips"},
+                                                                                       {"--thumbnails", "thumbnails"},
+                                                                                       {"--overlay", "overlay.mp4"},
+                                                                                       {"--background", "ground.png"},
+                                                                                       {"--memory", "known"},
+                                                                                       {"--heatmap", "heat.png"}}) {
+        const Outcome run = Mdscan({option, In(name), In("clip.avi")}, {.largestFile = 200});
+        EXPECT_EQ(run.code, 1) << option;
+        EXPECT_EQ(run.lines, events) << option;
+        EXPECT_EQ(run.ErrorLines(), 1) << run.err;
+        EXPECT_EQ(Count(run.err, "cannot write " + In(name)), 1u) << run.err;
+        EXPECT_EQ(Count(run.err, ": File too large; 120 pictures"), 1u) << "named once, with its reason: " << run.err;
+        EXPECT_TRUE(fs::is_directory(In(name)) || !fs::exists(In(name))) << option;
+        ExpectNoHalves(run);
+    }
+}
+
+TEST_F(ScanResults, APageThatCannotBeCompletedTakesNothingWithIt) {
+    Video::WriteEncoded({small, small}, avi, In("clip.avi"));
+    const Names arguments = {"--report", In("page.html"), "--csv", In("table.csv"), "-o", In("lines"), In("clip.avi")};
+    EXPECT_EQ(Mdscan(arguments).code, 0);
+    const std::string lines = Read("lines"), table = Read("table.csv");
+    const auto size = static_cast<long>(fs::file_size(In("page.html")));
+    for (const char* name : {"page.html", "lines", "table.csv"}) {
+        fs::remove(In(name));
+    }
+    const Outcome run = Mdscan(arguments, {.largestFile = size - 1});
+    EXPECT_EQ(run.code, 1);
+    EXPECT_EQ(Count(run.err, "cannot write " + In("page.html") + ": File too large; 120 pictures"), 1u) << run.err;
+    EXPECT_EQ(run.ErrorLines(), 1) << run.err;
+    EXPECT_EQ(FilesInFolder(), (Names{"clip.avi", "lines", "table.csv"}));
+    EXPECT_EQ(Read("lines"), lines);
+    EXPECT_EQ(Read("table.csv"), table);
+}
+
+TEST_F(ScanResults, EveryInputTriesAnew) {
+    Video::SquareScene scene = small;
+    scene.width = 320, scene.height = 240;
+    Video::WriteEncoded({scene, scene}, avi, In("a.avi"));
+    Video::WriteEncoded({scene}, avi, In("b.avi"));
+    const Names inputs = {In("a.avi"), In("b.avi"), In("missing.avi")};
+    Names arguments = {"-j",        "1",         "--thumbnails", In("thumbnails"), "--clips",
+                       In("clips"), "--overlay", In("drawn"),    "--resume",       In("state")};
+    arguments.insert(arguments.end(), inputs.begin(), inputs.end());
+    const Outcome full = Mdscan(arguments, {.largestFile = 900});
+    EXPECT_EQ(full.code, 1);
+    EXPECT_EQ(Of(full, "event").size(), 3u);
+    ExpectNoHalves(full);
+    const std::vector<json> ends = Of(full, "file");
+    ASSERT_EQ(ends.size(), inputs.size()) << "the run goes on: " << full.err;
+    for (std::size_t i = 0; i < 2; ++i) {
+        EXPECT_EQ(ends[i]["file"], inputs[i]);
+        EXPECT_EQ(ends[i]["status"], "unwritten");
+        for (const char* name : {"thumbnails/", "clips/", "drawn/"}) {
+            const std::string named = "cannot write " + In(name) + (i == 0 ? "a-" : "b-");
+            EXPECT_EQ(Count(ends[i]["reason"], named), 1u) << ends[i];
+            EXPECT_EQ(Count(full.err, named), 1u) << full.err;
+        }
+        EXPECT_EQ(Count(ends[i]["reason"], ": File too large"), 3u) << ends[i];
+    }
+    EXPECT_EQ(ends[2]["status"], "unreadable");
+
+    const Outcome again = Mdscan(arguments);
+    EXPECT_EQ(again.err.find("known from before"), std::string::npos) << "what lacks its files is made anew: " << again.err;
+    EXPECT_EQ(Of(again, "file")[0]["status"], "complete");
+    EXPECT_TRUE(Of(again, "event")[0].contains("clip")) << again.lines[0];
+    ExpectNoHalves(again);
+    EXPECT_NE(Mdscan(arguments).err.find(", 2 known from before"), std::string::npos);
+}
+
+TEST_F(ScanResults, AFullDiskIsNamedAsSuch) {
+    Video::WriteEncoded({small, small}, {.codec = "ffv1", .container = "matroska"}, In("clip.mkv"));
+    fs::create_directory(In("disk"));
+    const Outcome run = Mdscan({"--clips", In("disk/clips"), "--thumbnails", In("disk/pictures"), "--overlay",
+                                In("disk/o.mp4"), "--report", In("disk/page.html"), In("clip.mkv")},
+                               {.smallDisk = In("disk")});
+    if (run.code == noSmallDisk) {
+        GTEST_SKIP() << "this machine does not let a test mount a disk of its own";
+    }
+    EXPECT_EQ(run.code, 1);
+    EXPECT_EQ(run.lines.size(), 2u) << run.err;
+    EXPECT_NE(run.err.find("cannot write " + In("disk/clips/clip-1.mkv") + ": No space left on device"), std::string::npos)
+        << run.err;
+    EXPECT_EQ(run.ErrorLines(), 1) << run.err;
+}
+
+TEST_F(ScanResults, AFolderThatGoesTakesNoEventWithIt) {
+    Video::WriteEncoded({small, small}, {.codec = "mpeg2video", .container = "mpegts"}, In("clip.ts"));
+    const Names arguments = {"--clips",      In("gone/clips"),      "--thumbnails", In("gone/pictures"),
+                             "--background", In("gone/ground.png"), "--report",     In("page.html")};
+    fs::create_directory(In("gone"));
+    const Outcome run =
+        MdscanDisturbed(arguments, In("clip.ts"), In("pipe.ts"), 1, [&](pid_t) { fs::remove_all(In("gone")); });
+    EXPECT_EQ(run.code, 1);
+    const std::vector<json> events = Of(run, "event");
+    ASSERT_EQ(events.size(), 2u) << run.err;
+    EXPECT_TRUE(events[0].contains("clip"));
+    EXPECT_FALSE(events[1].contains("clip") || events[1].contains("thumbnail")) << events[1];
+    for (const char* name : {"gone/clips/pipe-2.mp4", "gone/pictures/pipe-2.jpg", "gone/ground.png"}) {
+        EXPECT_EQ(Count(run.err, "cannot write " + In(name) + ": No such file or directory"), 1u) << run.err;
+    }
+    EXPECT_EQ(run.ErrorLines(), 1) << run.err;
+    EXPECT_TRUE(fs::exists(In("page.html")));
 }
 
 TEST_F(ScanResults, ResultsNeverReplaceTheInput) {

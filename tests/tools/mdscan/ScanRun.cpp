@@ -12,8 +12,11 @@
 #include <iterator>
 #include <sstream>
 #include <thread>
+#include <utility>
 
 #include <fcntl.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -29,6 +32,25 @@ struct Outputs {
     std::string in = "";  // path of standard input; empty: the test's own
 };
 
+bool WriteInto(const char* path, const std::string& text) {
+    const int file = open(path, O_WRONLY);
+    const bool good = file >= 0 && write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+    close(file);
+    return good;
+}
+
+// For this process alone, with the rights of whoever runs the test or of a user of its own.
+bool MountSmallDisk(const std::string& folder) {
+    const std::string user = std::to_string(getuid()), group = std::to_string(getgid());
+    if (unshare(CLONE_NEWNS) != 0 &&
+        (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0 || !WriteInto("/proc/self/uid_map", "0 " + user + " 1") ||
+         !WriteInto("/proc/self/setgroups", "deny") || !WriteInto("/proc/self/gid_map", "0 " + group + " 1"))) {
+        return false;
+    }
+    return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           mount("none", folder.c_str(), "tmpfs", 0, "size=64k") == 0;
+}
+
 [[noreturn]] void Become(const std::vector<std::string>& arguments, const Outputs& outputs,
                          const Surroundings& surroundings) {
     setenv("XDG_CONFIG_HOME", surroundings.configFolder.c_str(), 1);
@@ -42,6 +64,9 @@ struct Outputs {
     redirect(outputs.err, STDERR_FILENO);
     if (!outputs.in.empty()) {
         redirect(outputs.in, STDIN_FILENO);
+    }
+    if (!surroundings.smallDisk.empty() && !MountSmallDisk(surroundings.smallDisk)) {
+        _exit(noSmallDisk);
     }
     if (surroundings.largestFile > 0) {
         std::signal(SIGXFSZ, SIG_IGN);  // the write fails instead
@@ -98,15 +123,71 @@ Outcome Parsed(int code, const std::string& out, const std::string& err) {
 
 std::string Scratch(const char* name) { return testing::TempDir() + "ScanRun." + std::to_string(getpid()) + "." + name; }
 
+Outcome Disturbed(std::vector<std::string> arguments, const std::string& clip, const std::string& pipe, int lines,
+                  const Surroundings& surroundings, const std::function<void(pid_t program)>& disturb) {
+    std::signal(SIGPIPE, SIG_IGN);  // the program may leave before all is fed
+    const std::string out = Scratch("fifo"), err = Scratch("err");
+    mkfifo(pipe.c_str(), 0600);
+    mkfifo(out.c_str(), 0600);
+    arguments.push_back(pipe);
+    const pid_t child = Start(arguments, {out, err}, surroundings);
+
+    // The last part of the clip is held back until the program has been disturbed: it cannot end by itself.
+    const std::string content = Content(clip);
+    const std::size_t heldBack = content.size() / 100 * 15;
+    bool disturbed = false;
+    std::ofstream feed;
+    std::thread feeder([&] {
+        feed.open(pipe, std::ios::binary);
+        feed.write(content.data(), static_cast<std::streamsize>(content.size() - heldBack));
+        feed.flush();
+    });
+    std::ifstream reader(out);
+    std::string printed;
+    int count = 0;
+    for (std::string line; std::getline(reader, line);) {
+        printed += line + "\n";
+        if (++count == lines + 1 && !disturbed) {
+            disturbed = true;
+            feeder.join();
+            disturb(child);
+            feed.write(content.data() + content.size() - heldBack, static_cast<std::streamsize>(heldBack));
+            feed.close();
+        }
+    }
+    if (feeder.joinable()) {
+        feeder.join();
+    }
+    EXPECT_TRUE(disturbed) << "only " << count << " lines were printed";
+    const int code = CodeOf(child);
+    Outcome run = Parsed(code, printed, Content(err));
+    unlink(out.c_str());
+    unlink(err.c_str());
+    return run;
+}
+
 }  // namespace
 
 int Outcome::ErrorLines() const { return static_cast<int>(std::count(err.begin(), err.end(), '\n')); }
 
 Outcome Mdscan(const std::vector<std::string>& arguments, const Surroundings& surroundings) {
     const Outputs outputs{surroundings.output.empty() ? Scratch("out") : surroundings.output, Scratch("err")};
+    std::string printed, said;
+    std::vector<std::thread> readers;  // of pipes, which are no files that grow
+    const auto read = [&](const std::string& pipe, std::string& text) {
+        mkfifo(pipe.c_str(), 0600);
+        readers.emplace_back([pipe, &text] { text = Content(pipe); });
+    };
+    if (surroundings.output.empty()) {
+        read(outputs.out, printed);
+    }
+    read(outputs.err, said);
     const pid_t child = Start(arguments, outputs, surroundings);
     const int code = CodeOf(child);
-    Outcome run = Parsed(code, surroundings.output.empty() ? Content(outputs.out) : "", Content(outputs.err));
+    for (std::thread& reader : readers) {
+        reader.join();
+    }
+    Outcome run = Parsed(code, printed, said);
     unlink(Scratch("out").c_str());
     unlink(Scratch("err").c_str());
     return run;
@@ -157,47 +238,31 @@ Outcome MdscanFed(const std::vector<std::string>& arguments, const std::string& 
     return run;
 }
 
-Outcome MdscanInterrupted(std::vector<std::string> arguments, const std::string& clip, const std::string& pipe, int lines,
-                          const Interruption& how) {
-    std::signal(SIGPIPE, SIG_IGN);  // the program may leave before all is fed
-    const std::string out = Scratch("fifo"), err = Scratch("err");
-    mkfifo(pipe.c_str(), 0600);
-    mkfifo(out.c_str(), 0600);
-    arguments.push_back(pipe);
-    const pid_t child = Start(arguments, {out, err}, {.ignoredSignal = how.ignored ? how.signal : 0});
-
-    // The last part of the clip is held back until the program has been interrupted: it cannot end by itself.
-    const std::string content = Content(clip);
-    const std::size_t heldBack = content.size() / 100 * 15;
-    bool interrupted = false;
-    std::ofstream feed;
-    std::thread feeder([&] {
-        feed.open(pipe, std::ios::binary);
-        feed.write(content.data(), static_cast<std::streamsize>(content.size() - heldBack));
-        feed.flush();
-    });
-    std::ifstream reader(out);
-    std::string printed;
-    int count = 0;
-    for (std::string line; std::getline(reader, line);) {
-        printed += line + "\n";
-        if (++count == lines + 1 && !interrupted) {
-            interrupted = true;
-            feeder.join();
-            kill(child, how.signal);
-            feed.write(content.data() + content.size() - heldBack, static_cast<std::streamsize>(heldBack));
-            feed.close();
+Outcome MdscanUnheard(const std::vector<std::string>& arguments, int lines) {
+    const Outputs outputs{Scratch("fifo"), Scratch("err")};
+    mkfifo(outputs.out.c_str(), 0600);
+    const pid_t child = Start(arguments, outputs);
+    {
+        std::ifstream reader(outputs.out);
+        std::string line;
+        for (int count = 0; count <= lines && std::getline(reader, line); ++count) {
         }
     }
-    if (feeder.joinable()) {
-        feeder.join();
-    }
-    EXPECT_TRUE(interrupted) << "only " << count << " lines were printed";
-    const int code = CodeOf(child);
-    Outcome run = Parsed(code, printed, Content(err));
-    unlink(out.c_str());
-    unlink(err.c_str());
+    const Outcome run{CodeOf(child), {}, Content(outputs.err)};
+    unlink(outputs.out.c_str());
+    unlink(outputs.err.c_str());
     return run;
+}
+
+Outcome MdscanDisturbed(std::vector<std::string> arguments, const std::string& clip, const std::string& pipe, int lines,
+                        const std::function<void(pid_t program)>& disturb) {
+    return Disturbed(std::move(arguments), clip, pipe, lines, {}, disturb);
+}
+
+Outcome MdscanInterrupted(std::vector<std::string> arguments, const std::string& clip, const std::string& pipe, int lines,
+                          const Interruption& how) {
+    return Disturbed(std::move(arguments), clip, pipe, lines, {.ignoredSignal = how.ignored ? how.signal : 0},
+                     [&](pid_t program) { kill(program, how.signal); });
 }
 
 }  // namespace Scan

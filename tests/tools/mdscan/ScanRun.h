@@ -2,8 +2,11 @@
 #pragma once
 
 #include <csignal>
+#include <functional>
 #include <string>
 #include <vector>
+
+#include <sys/types.h>
 
 #include <nlohmann/json.hpp>
 
@@ -21,9 +24,13 @@ struct Outcome {
 struct Surroundings {
     std::string output = "";                    // where standard output goes; empty: read by the test
     long largestFile = 0;                       // bytes that the program may write into one file; 0: any number
+    std::string smallDisk = "";                 // folder that is a disk of its own for the program, of 64 KB; empty: none is
     std::string configFolder = "/nonexistent";  // of the user; that of whoever runs the test is never read
     int ignoredSignal = 0;                      // which the program finds ignored; 0: none
 };
+
+// Exit code of a program that could not be given its small disk: the machine does not let it have one.
+inline constexpr int noSmallDisk = 125;
 
 // A line of standard output that is not JSON fails the test, and so does a first line that is not of type scan.
 Outcome Mdscan(const std::vector<std::string>& arguments, const Surroundings& surroundings = {});
@@ -47,6 +54,14 @@ struct Interruption {
     int signal = SIGINT;
     bool ignored = false;  // by whoever starts the program, as nohup does
 };
+
+// Feeds most of the clip through a pipe made for it, disturbs the program once it has printed `lines` lines after the first,
+// then feeds the rest.
+Outcome MdscanDisturbed(std::vector<std::string> arguments, const std::string& clip, const std::string& pipe, int lines,
+                        const std::function<void(pid_t program)>& disturb);
+
+// Reads no further than `lines` lines after the first. Only what it says on standard error is in the outcome.
+Outcome MdscanUnheard(const std::vector<std::string>& arguments, int lines);
 
 // Feeds the clip through a pipe made for it, interrupts the program once it has printed `lines` lines after the first, then
 // feeds the rest.

@@ -9,6 +9,7 @@ import concurrent.futures
 import http.server
 import json
 import pathlib
+import re
 import signal
 import subprocess
 import sys
@@ -132,6 +133,30 @@ class LiveHttpTest(unittest.TestCase):
         self.assertLess(took, SOON)
         self.assertIn(code, (0, 3), scan.said)
         self.assertFalse(scan.of("gap"), "it did not break")
+
+    def test_events_are_told_at_once_beside_a_page(self):
+        """The page shows one source after another; lines do not wait for it, and a killed run has told them."""
+        clip = str(pathlib.Path(self.folder.name, "short.ts"))
+        page = self.folder.name + "/page.html"
+        first, second = self.url("/first"), self.url("/second")
+        scan = live_scan.Scan(MDSCAN, *EAGER, "--report", page, first, second, clip)
+        scan.wait_for(lambda scan: {second, clip} <= {line["file"] for line in scan.of("event")})
+        self.assertEqual([line["file"] for line in scan.of("file")], [clip], "the sources still run")
+        told = scan.of("event")
+        scan.end(signal.SIGTERM)
+        self.assertEqual(scan.of("event")[:len(told)], told)
+        live_scan.check(self, scan.lines, SCHEMA)
+        shown = re.findall(r'"event":\d+|"file":"[^"]*","camera"', pathlib.Path(page).read_text())
+        count = lambda name: sum(line["file"] == name for line in scan.of("event"))
+        expected = []
+        for name in first, second, clip:
+            expected += ['"event":%d' % (i + 1) for i in range(count(name))] + ['"file":"%s","camera"' % name]
+        self.assertEqual(shown, expected, "nothing is lost on its way to the page, and nothing mixed")
+
+        scan = live_scan.Scan(MDSCAN, *EAGER, "--report", page + "2", first + "2", second + "2")
+        scan.wait_for(lambda scan: second + "2" in {line["file"] for line in scan.of("event")})
+        self.assertIn(second + "2", {line["file"] for line in scan.of("event")})
+        scan.end(signal.SIGKILL)
 
     def test_several_sources_run_beside_files(self):
         clip = str(pathlib.Path(self.folder.name, "short.ts"))

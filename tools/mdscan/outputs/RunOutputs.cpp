@@ -22,57 +22,61 @@ namespace fs = std::filesystem;
 
 RunOutputs::RunOutputs(const OutputSettings& outputs, const std::string& scan, const std::vector<std::string>& inputs,
                        bool several)
-    : _heatFolder(several ? outputs.heatmap : ""), _inputs(inputs), _several(several), _lines(outputs.lines, inputs) {
+    : _paths(outputs), _inputs(inputs), _several(several), _lines(outputs.lines, inputs) {
     if (!outputs.csv.empty()) {
         _table.emplace(outputs.csv, inputs);
     }
     if (!outputs.report.empty()) {
         _page.emplace(outputs.report, inputs, scan);
     }
-    if (!_heatFolder.empty()) {
-        Video::MakeFolder(_heatFolder);
+    if (several && !outputs.heatmap.empty()) {
+        Video::MakeFolder(_heatFolder.emplace(outputs.heatmap));
     } else if (!outputs.heatmap.empty()) {
         _heat.emplace(outputs.heatmap, inputs);
     }
     _lines.Begin(scan);
 }
 
-void RunOutputs::Take(const std::string& input, const Record& record) {
+void RunOutputs::Tell(const std::string& input, const Record& record) {
     _lines.Take(record);
-    if (_table) {
-        _table->Take(Video::ShownName(input), record);
-    }
-    if (_page) {
-        _page->Take(Video::ShownName(input), record);
-    }
+    _gaveUp.Try(_table, _paths.csv, [&](CsvTable& table) { table.Take(Video::ShownName(input), record); });
 }
 
-void RunOutputs::Take(const std::string& input, const ScanPicture& picture) {
-    if (const auto* ground = std::get_if<GroundPicture>(&picture)) {
-        _cameras.Add(CameraOf(Video::ShownName(input)), *ground);
-    } else if (_page) {
-        _page->Take(std::get<EventPicture>(picture));
-    }
-}
-
-void RunOutputs::Finish(const std::string& input, const JobResult& result) {
+void RunOutputs::TellEnd(const std::string& input, const JobResult& result) {
     if (_several) {
         _lines.Finish(Video::ShownName(input), result);
     }
-    if (_page) {
-        _page->Finish(Video::ShownName(input), result);
+}
+
+void RunOutputs::Show(const std::string& input, const Record& record) {
+    _gaveUp.Try(_page, _paths.report, [&](HtmlPage& page) { page.Take(Video::ShownName(input), record); });
+}
+
+void RunOutputs::Show(const std::string& input, const ScanPicture& picture) {
+    if (const auto* ground = std::get_if<GroundPicture>(&picture)) {
+        _cameras.Add(CameraOf(Video::ShownName(input)), *ground);
+    } else {
+        _gaveUp.Try(_page, _paths.report, [&](HtmlPage& page) { page.Take(std::get<EventPicture>(picture)); });
     }
 }
 
-void RunOutputs::KeepHeat() {
-    if (_heat && !_cameras.All().empty()) {
-        const GroundPicture& ground = _cameras.All().begin()->second;
-        Video::WritePng(Video::HeatPicture(ground.heat, ground.background), *_heat);
-        _heat->Keep();
-    }
-    if (_heatFolder.empty()) {
-        return;
-    }
+void RunOutputs::ShowEnd(const std::string& input, const JobResult& result) {
+    _gaveUp.Try(_page, _paths.report, [&](HtmlPage& page) { page.Finish(Video::ShownName(input), result); });
+}
+
+void RunOutputs::GiveUpShowing(const std::string& reason) {
+    const auto giveUp = [&](auto& output, const std::string& path) {
+        if (output) {
+            output.reset();
+            _gaveUp.Add("cannot write " + path + ": " + reason);
+        }
+    };
+    giveUp(_page, _paths.report);
+    giveUp(_heat, _paths.heatmap);
+    giveUp(_heatFolder, _paths.heatmap);
+}
+
+void RunOutputs::KeepHeatMaps(const std::string& folder) {
     std::vector<std::string> cameras;
     for (const auto& [camera, ground] : _cameras.All()) {
         cameras.push_back(camera);
@@ -80,21 +84,25 @@ void RunOutputs::KeepHeat() {
     const std::vector<std::string> names = PictureNames(cameras);
     for (std::size_t i = 0; i < cameras.size(); ++i) {
         const GroundPicture& ground = _cameras.All().at(cameras[i]);
-        Video::AtomicFile file((fs::path(_heatFolder) / names[i]).string(), _inputs);
+        Video::AtomicFile file((fs::path(folder) / names[i]).string(), _inputs);
         Video::WritePng(Video::HeatPicture(ground.heat, ground.background), file);
         file.Keep();
     }
 }
 
+// Lines first: they are what was found.
 void RunOutputs::Keep() {
-    KeepHeat();
-    if (_page) {
-        _page->Keep(_cameras);
+    _gaveUp.Try(_paths.lines, [&] { _lines.Keep(); });
+    _gaveUp.Try(_table, _paths.csv, [](CsvTable& table) { table.Keep(); });
+    _gaveUp.Try(_page, _paths.report, [&](HtmlPage& page) { page.Keep(_cameras); });
+    _gaveUp.Try(_heatFolder, _paths.heatmap, [&](const std::string& folder) { KeepHeatMaps(folder); });
+    if (!_cameras.All().empty()) {
+        _gaveUp.Try(_heat, _paths.heatmap, [&](Video::AtomicFile& file) {
+            const GroundPicture& ground = _cameras.All().begin()->second;
+            Video::WritePng(Video::HeatPicture(ground.heat, ground.background), file);
+            file.Keep();
+        });
     }
-    if (_table) {
-        _table->Keep();
-    }
-    _lines.Keep();
 }
 
 }  // namespace Scan

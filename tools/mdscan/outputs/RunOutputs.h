@@ -7,6 +7,7 @@
 
 #include "outputs/CameraGrounds.h"
 #include "outputs/CsvTable.h"
+#include "outputs/GivenUp.h"
 #include "outputs/HtmlPage.h"
 #include "outputs/JsonOutput.h"
 #include "results/JobResult.h"
@@ -23,25 +24,39 @@ public:
     // scan: that line. several: lines name their file, heat maps go into a folder. Throws Failure.
     RunOutputs(const OutputSettings& outputs, const std::string& scan, const std::vector<std::string>& inputs, bool several);
 
-    // Of one input after another, each ended by Finish. Throw Failure.
-    void Take(const std::string& input, const Record& record);
-    void Take(const std::string& input, const ScanPicture& picture);  // before the record of its event
-    void Finish(const std::string& input, const JobResult& result);
+    // Lines and table; inputs may mix. A table that cannot be written is given up; Tell and TellEnd throw Failure when lines
+    // cannot be told.
+    void Tell(const std::string& input, const Record& record);
+    void TellEnd(const std::string& input, const JobResult& result);  // where there are several
 
-    // Completes all files; without it none remains. Throws Failure.
+    // Page and heat maps, which are given up when they cannot be written. Of one input after another, each ended by ShowEnd;
+    // an event's picture goes before its record.
+    void Show(const std::string& input, const Record& record);
+    void Show(const std::string& input, const ScanPicture& picture);
+    void ShowEnd(const std::string& input, const JobResult& result);
+
+    // What was to be shown is lost.
+    void GiveUpShowing(const std::string& reason);
+
+    // Completes all files that can be; of the others none remains.
     void Keep();
 
-private:
-    void KeepHeat();
+    // Each named once, with path and reason.
+    const GivenUp& GaveUp() const { return _gaveUp; }
 
-    const std::string _heatFolder;  // of several inputs; empty: none
+private:
+    void KeepHeatMaps(const std::string& folder);
+
+    const OutputSettings _paths;
     const std::vector<std::string> _inputs;
     const bool _several;
     JsonOutput _lines;
     std::optional<CsvTable> _table;
     std::optional<HtmlPage> _page;
     std::optional<Video::AtomicFile> _heat;  // of a single input
+    std::optional<std::string> _heatFolder;  // of several
     CameraGrounds _cameras;
+    GivenUp _gaveUp;
 };
 
 }  // namespace Scan

@@ -11,9 +11,19 @@ const char* NameOf(Health health) {
         case Health::Damaged: return "damaged";
         case Health::Unreadable: return "unreadable";
         case Health::Interrupted: return "interrupted";
-        case Health::Unwritten: return "unwritten";
+        case Health::Unwritten:
+        case Health::Untold: return "unwritten";
     }
     return "";
+}
+
+void AddUnwritten(const std::string& reasons, JobResult& result) {
+    if (reasons.empty()) {
+        return;
+    }
+    result.health = result.health == Health::Whole ? Health::Unwritten : result.health;
+    result.trouble += (result.trouble.empty() ? "" : "; ") + reasons;
+    result.unwritten = true;
 }
 
 Video::ExitCode CodeOf(const JobResult& result) {
@@ -25,7 +35,7 @@ Video::ExitCode CodeOf(const JobResult& result) {
 
 Video::Failure FailureOf(const JobResult& result, const std::string& before) {
     const bool isTheUsers = result.code == Video::exitUsage;
-    const Video::Concern concern = result.health == Health::Unwritten
+    const Video::Concern concern = result.health == Health::Unwritten || result.health == Health::Untold
                                        ? (isTheUsers ? Video::Concern::Place : Video::Concern::Output)
                                        : (isTheUsers ? Video::Concern::Usage : Video::Concern::Input);
     return {concern, before + result.trouble};

@@ -15,19 +15,24 @@ enum class Health {
     Damaged,      // scanned as far as it goes
     Unreadable,   // not scanned at all
     Interrupted,  // scanned until the user had enough
-    Unwritten     // a result could not be written
+    Unwritten,    // scanned from start to end, but a file beside its lines could not be written
+    Untold        // its lines could not be told, or a file has an impossible place: nothing is as it was asked for
 };
 
 struct JobResult {
     Health health = Health::Whole;
     Video::ExitCode code = Video::exitComplete;  // when a failure named one
     std::string trouble = "";                    // one line; empty where Whole
+    bool unwritten = false;                      // whatever its health: a file beside its lines was given up
     Video::Tally tally = {};
     std::optional<Video::StartTime> clock = {};  // absent: not known
 };
 
-// "complete", "damaged", "unreadable", "interrupted"; what a file's line calls it.
+// "complete", "damaged", "unreadable", "interrupted", "unwritten"; what a file's line calls it.
 const char* NameOf(Health health);
+
+// A file beside the lines was given up. reasons: one line; empty: none was.
+void AddUnwritten(const std::string& reasons, JobResult& result);
 
 // Exit code for a scan of this one input.
 Video::ExitCode CodeOf(const JobResult& result);

@@ -22,6 +22,7 @@ std::string Packed(const JobResult& result) {
     Json packed = {{"health", static_cast<int>(result.health)},
                    {"code", static_cast<int>(result.code)},
                    {"trouble", result.trouble},
+                   {"unwritten", result.unwritten},
                    {"pictures", tally.pictures},
                    {"analysed", tally.analysed},
                    {"length", tally.length},
@@ -47,7 +48,7 @@ JobResult Unpacked(const std::string& text) {
     const auto number = [&](const char* name) { return packed.at(name).get<int>(); };
     const auto side = [&](std::size_t index) { return packed.at("grid").at(index).get<int>(); };
     const int health = number("health");
-    if (health < 0 || health > static_cast<int>(Health::Unwritten)) {
+    if (health < 0 || health > static_cast<int>(Health::Untold)) {
         throw std::out_of_range("health");
     }
     std::optional<Video::StartTime> clock;
@@ -64,6 +65,7 @@ JobResult Unpacked(const std::string& text) {
     return {.health = static_cast<Health>(health),
             .code = static_cast<Video::ExitCode>(number("code")),
             .trouble = packed.at("trouble").get<std::string>(),
+            .unwritten = packed.at("unwritten").get<bool>(),
             .tally = {.pictures = packed.at("pictures").get<std::int64_t>(),
                       .analysed = packed.at("analysed").get<std::int64_t>(),
                       .length = packed.at("length").get<Video::Ticks>(),

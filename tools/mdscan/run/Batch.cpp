@@ -13,10 +13,8 @@
 #include "outputs/RunOutputs.h"
 #include "results/ConditionNote.h"
 #include "results/JobResult.h"
-#include "results/PictureLines.h"
 #include "results/Progress.h"
 #include "results/Records.h"
-#include "results/ScanPictures.h"
 #include "results/TallyText.h"
 #include "run/CameraMemory.h"
 #include "run/Inputs.h"
@@ -47,6 +45,7 @@ Batch::Batch(const JobSettings& settings, const RunSettings& run, const InputLis
       _otherFiles(list.otherFiles),
       _results(results),
       _state(state),
+      _remembers(state != nullptr),
       _progress(progress),
       _jobs(static_cast<std::size_t>(run.jobs)) {
     for (const Input& input : list.inputs) {
@@ -57,17 +56,21 @@ Batch::Batch(const JobSettings& settings, const RunSettings& run, const InputLis
     }
 }
 
+Batch::~Batch() {
+    for (Item& item : _items) {
+        if (item.worker) {
+            item.worker->Dismiss();  // all at once, before any is waited for
+        }
+    }
+}
+
 int Batch::Run() {
     Recall();
     Queue();
     TellInOrder();
     while (_head < _items.size()) {
         if (Video::Interrupted() && !std::exchange(_leaving, true)) {
-            for (const Item& item : _items) {
-                if (item.worker) {
-                    item.worker->Interrupt();
-                }
-            }
+            InterruptAll();
         }
         Start();
         if (_running + _live == 0) {
@@ -77,6 +80,12 @@ int Batch::Run() {
         TellInOrder();
         ShowProgress();
     }
+    for (Item& item : _items) {
+        if (item.result && !item.isClosed) {
+            HandOn(item, true);  // it waited for one that never began
+        }
+    }
+    _results.Keep();
     return Conclude();
 }
 
@@ -110,6 +119,14 @@ void Batch::Queue() {
             _ready.insert(i);
         } else {
             _items[std::exchange(before->second, i)].heir = i;
+        }
+    }
+}
+
+void Batch::InterruptAll() const {
+    for (const Item& item : _items) {
+        if (item.worker) {
+            item.worker->Interrupt();
         }
     }
 }
@@ -152,102 +169,42 @@ void Batch::Listen() {
             item.records.push_back(std::move(record));
         }
         for (const std::string& line : item.worker->TakePictures()) {
-            item.pictures.push_back(_spillFile.Add(line));
+            Spill([&] { item.pictures.push_back(_spillFile.Add(line)); });
         }
         if (!goesOn) {
             const std::unique_ptr<Worker> worker = std::move(item.worker);
             --(item.isLive ? _live : _running);
-            const JobResult& result = worker->Result();
-            const bool lasting =
-                result.health != Health::Interrupted && result.health != Health::Unwritten && !worker->WasKilled();
-            if (_state && lasting && item.identity != Identity{}) {  // of what is no file, nobody knows whether it changed
-                _state->Add(item.input.path, item.identity, FinishedOf(item, result));
+            if (_remembers && !worker->WasKilled()) {
+                Remember(item, worker->Result());
             }
-            Finish(item, result);
+            Finish(item, worker->Result());
         }
     }
 }
 
 void Batch::Finish(Item& item, JobResult result) {
-    if (result.health == Health::Unwritten) {
-        throw FailureOf(result);
-    }
     item.result = std::move(result);
     if (item.heir) {
         _ready.insert(*item.heir);
     }
 }
 
-FinishedInput Batch::FinishedOf(const Item& item, const JobResult& result) {
-    FinishedInput finished{result, item.records};
-    for (const SpillFile::Place& place : item.pictures) {
-        finished.pictures.push_back(_spillFile.Get(place));
-    }
-    return finished;
-}
-
-void Batch::TellInOrder() {
-    const bool mayMix = _settings.files.report.empty();  // a page shows one input after another
-    bool isTurn = true;                                  // nothing before is still to come
-    for (std::size_t i = _head; i < _items.size(); ++i) {
-        Item& item = _items[i];
-        if (item.isClosed || !(isTurn || (item.isLive && mayMix))) {
-            continue;
-        }
-        if (item.told < item.records.size() || item.result) {
-            _progress.Clear();  // both may go to the same terminal
-        }
-        HandOn(item);
-        if (item.isLive) {
-            item.records.clear();  // there is no end to them
-            item.told = 0;
-        }
-        if (item.result) {
-            _results.Finish(item.input.path, *item.result);
-            item.records = {};
-            item.told = 0;
-            item.pictures = {};
-            item.shown = 0;
-            item.isClosed = true;
-        }
-        isTurn = isTurn && (item.isClosed || (item.isLive && mayMix));
-    }
-    while (_head < _items.size() && _items[_head].isClosed) {
-        ++_head;
-    }
-}
-
-// What has come of this item since the last call; an event's picture goes before its record.
-void Batch::HandOn(Item& item) {
-    if (item.recalled) {
-        const RecalledInput recalled = _state->Read(item.input.path);
-        for (const ScanPicture& picture : recalled.pictures) {
-            _results.Take(item.input.path, picture);
-        }
-        for (const Record& record : recalled.records) {
-            Tell(item, record);
-        }
+// Inputs of which something is missing are scanned anew by the next run.
+void Batch::Remember(const Item& item, const JobResult& result) {
+    const bool isMissingSomething =
+        result.health == Health::Interrupted || result.health == Health::Untold || result.unwritten;
+    if (isMissingSomething || item.identity == Identity{}) {  // of what is no file, nobody knows whether it changed
         return;
     }
-    for (; item.shown < item.pictures.size(); ++item.shown) {
-        _results.Take(item.input.path, PictureAt(item.pictures[item.shown]));
-    }
-    for (; item.told < item.records.size(); ++item.told) {
-        Tell(item, item.records[item.told]);
-    }
-}
-
-void Batch::Tell(Item& item, const Record& record) {
-    item.note.Take(record);
-    _results.Take(item.input.path, record);
-}
-
-ScanPicture Batch::PictureAt(const SpillFile::Place& place) {
-    const std::string line = _spillFile.Get(place);
-    try {
-        return PictureOf(line);
-    } catch (const std::exception&) {
-        throw Video::Failure(Video::Concern::System, "cannot use a temporary file: a picture in it is damaged");
+    FinishedInput finished{result, item.records};
+    Spill([&] {
+        for (const SpillFile::Place& place : item.pictures) {
+            finished.pictures.push_back(_spillFile.Get(place));
+        }
+    });
+    const bool needsPictures = _settings.files.heatmap || !_settings.files.report.empty();
+    if (_spills || !needsPictures) {
+        _remembers = _gaveUp.Try("the state", [&] { _state->Add(item.input.path, item.identity, finished); });
     }
 }
 
@@ -296,6 +253,13 @@ int Batch::Conclude() {
             PrintLastLine(Video::ShownName(item.input.path), item.note.Text());
         }
     }
+    bool unwritten = false;
+    for (const GivenUp* gaveUp : {&std::as_const(_gaveUp), &_results.GaveUp()}) {
+        for (const std::string& reason : gaveUp->Reasons()) {
+            unwritten = true;
+            PrintLastLine("", reason);
+        }
+    }
     const bool cut = finished < _items.size();
     const Video::Tally sum = Sum();
     std::string text = Count(_items.size(), _items.size() == 1 ? "input" : "inputs");
@@ -306,7 +270,7 @@ int Batch::Conclude() {
     if (!_quiet) {
         PrintLastLine("", text + "; " + SumText(sum, _recalledLength));
     }
-    if (failed > 0 || cut) {
+    if (failed > 0 || cut || unwritten) {
         return Video::exitFailed;
     }
     return moving > 0 ? Video::exitComplete : Video::exitNothing;

@@ -3,12 +3,14 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "outputs/GivenUp.h"
 #include "outputs/RunOutputs.h"
 #include "results/ConditionNote.h"
 #include "results/JobResult.h"
@@ -32,7 +34,13 @@ public:
     Batch(const JobSettings& settings, const RunSettings& run, const InputList& list, RunOutputs& results, RunState* state,
           Progress& progress);
 
-    // Returns the exit code; everything has been said by then. Throws Failure when a result cannot be written.
+    // Scans that are still under way end in good order.
+    ~Batch();
+    Batch(const Batch&) = delete;
+    Batch& operator=(const Batch&) = delete;
+
+    // Returns the exit code; everything has been said by then, and all results are kept that can be. Throws Failure when
+    // lines cannot be told.
     int Run();
 
 private:
@@ -48,9 +56,11 @@ private:
         std::size_t told = 0;                    // of them
         std::vector<SpillFile::Place> pictures;  // lines of them
         std::size_t shown = 0;                   // of them
+        std::vector<SpillFile::Place> waiting;   // lines of records that were told and not shown yet
         ConditionNote note;                      // on what was told
         bool isLive = false;                     // its records wait for nobody, and it takes nobody's place
-        bool isClosed = false;                   // all is told
+        bool isTold = false;                     // all of it, its end too
+        bool isClosed = false;                   // all is told and shown
         std::optional<std::size_t> heir;         // item that waits for the end of this one's scan
     };
 
@@ -59,11 +69,15 @@ private:
     void Start();
     void Listen();
     void Finish(Item& item, JobResult result);
+    void Remember(const Item& item, const JobResult& result);
     void TellInOrder();
-    void HandOn(Item& item);
+    void HandOn(Item& item, bool mayShow);
+    void HandOnRecalled(Item& item, bool mayShow);
     void Tell(Item& item, const Record& record);
-    ScanPicture PictureAt(const SpillFile::Place& place);
-    FinishedInput FinishedOf(const Item& item, const JobResult& result);
+    void ShowWaiting(Item& item);
+    void Close(Item& item);
+    void Spill(const std::function<void()>& work);
+    void InterruptAll() const;
     void ShowProgress();
     Video::Tally Sum() const;
     int Conclude();
@@ -73,7 +87,10 @@ private:
     const int _otherFiles;
     RunOutputs& _results;
     SpillFile _spillFile;
+    bool _spills = true;  // what it held is not lost
     RunState* _state;
+    bool _remembers;  // the state takes further inputs
+    GivenUp _gaveUp;
     Progress& _progress;
     const std::chrono::steady_clock::time_point _begin = std::chrono::steady_clock::now();
     std::vector<Item> _items;

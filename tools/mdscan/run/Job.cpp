@@ -78,7 +78,7 @@ std::optional<Video::StartTime> StartByName(const std::string& input, const std:
 }
 
 JobResult ResultOf(const Video::Failure& failure, Health health) {
-    return {.health = failure.EndsRun() ? Health::Unwritten : health,
+    return {.health = failure.EndsRun() ? Health::Untold : health,
             .code = failure.Code(),
             .trouble = failure.what(),
             .tally = {}};
@@ -212,6 +212,7 @@ JobResult Job::Run() {
         result.health = _decoder.Pictures() > 0 ? Health::Damaged : Health::Unreadable;
         result.trouble = DamageText(_decoder.Found());
     }
+    AddUnwritten(_side.GaveUp().Text(), result);
     result.tally = Sum();
     result.clock = Clock();
     return result;

@@ -42,9 +42,10 @@ public:
     void OnRecord(const Record& record) override {
         _progress.Clear();  // both may go to the same terminal
         _note.Take(record);
-        _results.Take(_input, record);
+        _results.Tell(_input, record);
+        _results.Show(_input, record);
     }
-    void OnScanPicture(const ScanPicture& picture) override { _results.Take(_input, picture); }
+    void OnScanPicture(const ScanPicture& picture) override { _results.Show(_input, picture); }
     void OnPicture(double done, const Video::Tally& tally) override { _progress.Show(done, tally); }
     const ConditionNote& Note() const { return _note; }
 
@@ -90,12 +91,14 @@ int ScanOne(const std::string& input, const JobSettings& job, const OutputSettin
         Teller teller(results, input, progress);
         result = RunJob(job, input, "", teller);
         note = teller.Note().Text();
-        if (result.health != Health::Unreadable && result.health != Health::Unwritten) {
-            results.Finish(input, result);
+        if (result.health != Health::Unreadable && result.health != Health::Untold) {
+            results.TellEnd(input, result);
+            results.ShowEnd(input, result);
             results.Keep();
+            AddUnwritten(results.GaveUp().Text(), result);
         }
     } catch (const Video::Failure& failure) {
-        result.health = Health::Unwritten;
+        result.health = Health::Untold;
         result.code = failure.Code();
         result.trouble = failure.what();
     }
@@ -131,9 +134,7 @@ int ScanMany(const InputList& list, JobSettings job, const OutputSettings& outpu
     MakeFolders({outputs.background, outputs.overlay});
     RunOutputs results(outputs, ScanLine(job.scan), paths, true);
     Progress progress(StyleOf(run));
-    const int code = Batch(job, run, list, results, state ? &*state : nullptr, progress).Run();
-    results.Keep();
-    return code;
+    return Batch(job, run, list, results, state ? &*state : nullptr, progress).Run();
 }
 
 }  // namespace

@@ -14,41 +14,61 @@ namespace Scan {
 
 SideOutputs::SideOutputs(const JobSettings& settings, const std::string& input, bool several, const std::string& memory,
                          Video::Decoder& decoder)
-    : _files(settings.files), _input(input), _several(several), _memory(memory) {
-    const auto placeOf = [&](const std::string& path, const char* ending) {
-        return several ? Video::OutputPath(path, input, true, ending) : path;
+    : _files(settings.files),
+      _input(input),
+      _several(several),
+      _wantPictures(!_files.overlay.empty() || !_files.clips.empty() || !_files.thumbnails.empty() ||
+                    !_files.report.empty()),
+      _memory(memory) {
+    const auto open = [&](auto& output, const std::string& asked, const char* ending, const auto&... about) {
+        const std::string path = several ? Video::OutputPath(asked, input, true, ending) : asked;
+        if (asked.empty()) {
+            return;
+        }
+        if (!several) {
+            output.emplace(path, input, about...);
+        } else {
+            _gaveUp.Try(path, [&] { output.emplace(path, input, about...); });
+        }
     };
-    if (!_files.background.empty()) {
-        _background.emplace(placeOf(_files.background, ".png"), input);
-    }
-    if (!_files.overlay.empty()) {
-        _overlay.emplace(placeOf(_files.overlay, ".mp4"), input, decoder.NominalInterval(), decoder.SampleAspect(),
-                         Video::WatchedNames(settings.scan.zones));
-    }
+    open(_background, _files.background, ".png");
+    open(_overlay, _files.overlay, ".mp4", decoder.NominalInterval(), decoder.SampleAspect(),
+         Video::WatchedNames(settings.scan.zones));
     if (!_files.clips.empty()) {
         _clips.emplace(_files.clips, input, several, Video::FromSeconds(settings.scan.preRoll), decoder.NominalInterval());
         decoder.Tell(*this);
     }
+    if (!_files.thumbnails.empty()) {
+        _thumbnails = _files.thumbnails;
+    }
+    if (!_files.report.empty()) {
+        _page = _files.report;
+    }
+    if (!memory.empty()) {
+        _kept.emplace();
+    }
 }
 
-bool SideOutputs::WantPictures() const { return _overlay || _clips || WantPeaks(); }
+void SideOutputs::OnStream(const AVStream& stream) {
+    _gaveUp.Try(_clips, _files.clips, [&](Video::Clips& clips) { clips.OnStream(stream); });
+}
+
+void SideOutputs::OnPacket(const AVPacket& packet, std::int64_t number) {
+    _gaveUp.Try(_clips, _files.clips, [&](Video::Clips& clips) { clips.OnPacket(packet, number); });
+}
 
 void SideOutputs::Before(const Video::Decoder& decoder) {
-    if (_clips) {
-        _clips->OnPicture(decoder.Frame(), decoder.Packet(), decoder.Time());
-    }
+    _gaveUp.Try(_clips, _files.clips,
+                [&](Video::Clips& clips) { clips.OnPicture(decoder.Frame(), decoder.Packet(), decoder.Time()); });
 }
 
 void SideOutputs::After(const Video::Decoder& decoder) {
-    if (_overlay) {
-        _overlay->Write(decoder.Frame(), decoder.Time(), _marking);
-    }
+    _gaveUp.Try(_overlay, _files.overlay,
+                [&](Video::Overlay& overlay) { overlay.Write(decoder.Frame(), decoder.Time(), _marking); });
 }
 
 void SideOutputs::Follow(const std::optional<Video::Span>& running, int number) {
-    if (_clips) {
-        _clips->Follow(running, number);
-    }
+    _gaveUp.Try(_clips, _files.clips, [&](Video::Clips& clips) { clips.Follow(running, number); });
 }
 
 void SideOutputs::Mark(const std::function<Video::Marking()>& marking) {
@@ -58,13 +78,13 @@ void SideOutputs::Mark(const std::function<Video::Marking()>& marking) {
 }
 
 void SideOutputs::Remember(const Video::BlockPicture& picture, const Video::PictureGrid& grid, Video::Ticks time) {
-    if (!_memory.empty()) {
-        _kept.Add(picture, grid, time);
+    if (_kept) {
+        _kept->Add(picture, grid, time);
     }
 }
 
 void SideOutputs::Peak(const AVFrame* frame) {
-    if (WantPeaks()) {
+    if (_thumbnails || _page) {
         _peak.reset(av_frame_clone(frame));  // shares the picture
     }
 }
@@ -72,15 +92,14 @@ void SideOutputs::Peak(const AVFrame* frame) {
 EventFiles SideOutputs::FilesOf(const Video::Event& event, int number) {
     EventFiles files;
     const Video::FramePointer peak = std::move(_peak);
-    if (peak && !_files.report.empty()) {
-        files.picture = EventPictureOf(*peak);
+    if (peak) {
+        _gaveUp.Try(_page, _files.report, [&](const std::string&) { files.picture = EventPictureOf(*peak); });
+        _gaveUp.Try(_thumbnails, _files.thumbnails,
+                    [&](const std::string&) { files.thumbnail = ThumbnailOf(*peak, number); });
     }
-    if (peak && !_files.thumbnails.empty()) {
-        files.thumbnail = ThumbnailOf(*peak, number);
-    }
-    if (_clips) {
-        files.clip = _clips->Finish({event.start, event.end}, number);
-    }
+    _gaveUp.Try(_clips, _files.clips, [&](Video::Clips& clips) {
+        files.clip = clips.Finish({event.start, event.end}, number);
+    });
     return files;
 }
 
@@ -102,15 +121,13 @@ std::string SideOutputs::ThumbnailOf(const AVFrame& peak, int number) const {
 }
 
 void SideOutputs::Finish(const std::function<Video::BgrPicture()>& background) {
-    if (!_memory.empty()) {
-        _kept.Save(_memory);
-    }
-    if (_overlay) {
-        _overlay->Finish();
-    }
-    if (_background && background) {
-        Video::WritePng(background(), *_background);
-        _background->Keep();
+    _gaveUp.Try(_kept, _memory, [&](Video::KeptBackground& kept) { kept.Save(_memory); });
+    _gaveUp.Try(_overlay, _files.overlay, [](Video::Overlay& overlay) { overlay.Finish(); });
+    if (background) {
+        _gaveUp.Try(_background, _files.background, [&](Video::AtomicFile& file) {
+            Video::WritePng(background(), file);
+            file.Keep();
+        });
     }
 }
 

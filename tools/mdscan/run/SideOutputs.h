@@ -1,5 +1,7 @@
 // What is written of one input beside its result lines?  Clips, thumbnails, pictures for a page, a video with boxes, the
 // background as a picture, and what is known of the camera.
+//
+// None of it keeps the scan from telling what it finds: what cannot be written is given up, and the rest goes on.
 #pragma once
 
 #include <cstdint>
@@ -7,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "outputs/GivenUp.h"
 #include "settings/JobSettings.h"
 #include "video/base/BgrPicture.h"
 #include "video/base/Clip.h"
@@ -34,12 +37,13 @@ struct EventFiles {
 class SideOutputs : public Video::PacketListener {
 public:
     // several: of several inputs, whose files go into folders. memory: path of what is kept of the camera; empty: nothing.
-    // settings and decoder must outlive it. Throws Failure when there is no place for a file.
+    // settings and decoder must outlive it. Of a single input, whose scan would be in vain, throws Failure when there is no
+    // place for a file.
     SideOutputs(const JobSettings& settings, const std::string& input, bool several, const std::string& memory,
                 Video::Decoder& decoder);
 
-    // Are pictures looked at, so that they cannot wait? Then frames come with every judgement.
-    bool WantPictures() const;
+    // Are pictures looked at, so that they cannot wait? Then frames come with every judgement. The same for the whole scan.
+    bool WantPictures() const { return _wantPictures; }
 
     // Of every picture: before it is judged, and after.
     void Before(const Video::Decoder& decoder);
@@ -59,20 +63,28 @@ public:
     // The scan came to its end: completes all that is of the whole input. background: asked for where it is wanted.
     void Finish(const std::function<Video::BgrPicture()>& background);
 
+    // Each named once, with path and reason.
+    const GivenUp& GaveUp() const { return _gaveUp; }
+
 private:
-    void OnStream(const AVStream& stream) override { _clips->OnStream(stream); }
-    void OnPacket(const AVPacket& packet, std::int64_t number) override { _clips->OnPacket(packet, number); }
-    bool WantPeaks() const { return !_files.thumbnails.empty() || !_files.report.empty(); }
+    void OnStream(const AVStream& stream) override;
+    void OnPacket(const AVPacket& packet, std::int64_t number) override;
     std::string EventPictureOf(const AVFrame& peak) const;
     std::string ThumbnailOf(const AVFrame& peak, int number) const;
 
     const JobFiles& _files;
     const std::string _input;
     const bool _several;
+    const bool _wantPictures;
     const std::string _memory;
-    Video::KeptBackground _kept;
+    GivenUp _gaveUp;
     Video::FramePointer _peak;  // of the running event, where pictures of it are wanted
     Video::Marking _marking;    // of the newest analysed frame, for the overlay
+
+    // Absent: not asked for, or given up.
+    std::optional<std::string> _thumbnails;  // folder
+    std::optional<std::string> _page;        // path
+    std::optional<Video::KeptBackground> _kept;
     std::optional<Video::AtomicFile> _background;
     std::optional<Video::Overlay> _overlay;
     std::optional<Video::Clips> _clips;

@@ -90,6 +90,24 @@ TEST_F(RunOutputsTest, AppearWholeOrNotAtAll) {
     }
 }
 
+TEST_F(RunOutputsTest, OneThatCannotBeCompletedTakesNoOtherWithIt) {
+    MakeFolder();
+    EXPECT_EQ(Mdscan(Arguments("whole", {})).code, 1) << "one of them is no video";
+    const auto size = static_cast<long>(fs::file_size(In("whole.html")));
+    const Outcome full = Mdscan(Arguments("full", {}), {.largestFile = size - 1});
+    EXPECT_EQ(full.code, 1);
+    const std::string named = "mdscan: cannot write " + In("full.html") + ": File too large\n";
+    EXPECT_NE(full.err.find(named), std::string::npos) << full.err;
+    EXPECT_EQ(full.err.find(named), full.err.rfind(named)) << "once";
+    EXPECT_FALSE(fs::exists(In("full.html")));
+    for (const char* name : {".jsonl", ".csv", "/gate.png", "/yard.png"}) {
+        EXPECT_EQ(Read(std::string("full") + name), Read(std::string("whole") + name)) << name;
+        EXPECT_FALSE(Read(std::string("full") + name).empty()) << name;
+    }
+    fs::remove(In("videos/yard/text.avi"));
+    EXPECT_EQ(Mdscan(Arguments("again", {}), {.largestFile = size / 2}).code, 1) << "only the page fails this run";
+}
+
 TEST_F(RunOutputsTest, ImpossiblePlacesAreKnownBeforeTheScan) {
     const std::string clip = RawClip({.seconds = 1});
     for (const char* option : {"--csv", "--report", "--heatmap"}) {

@@ -17,6 +17,19 @@ TEST(JobResult, TheExitCodeTellsMotionNoneAndFailureApart) {
     EXPECT_EQ(CodeOf({.health = Health::Unwritten, .code = Video::exitUsage}), Video::exitUsage);
 }
 
+TEST(JobResult, AMissingFileIsNamedBesideOtherTrouble) {
+    JobResult whole{.tally = {.events = 1}}, damaged{.health = Health::Damaged, .trouble = "damaged near 3 s"};
+    AddUnwritten("", whole);
+    EXPECT_EQ(CodeOf(whole), Video::exitComplete);
+    AddUnwritten("cannot write a.mp4", whole);
+    AddUnwritten("cannot write a.mp4", damaged);
+    EXPECT_EQ(NameOf(whole.health), std::string("unwritten"));
+    EXPECT_EQ(CodeOf(whole), Video::exitFailed);
+    EXPECT_EQ(NameOf(damaged.health), std::string("damaged")) << "what could be read counts for more";
+    EXPECT_EQ(damaged.trouble, "damaged near 3 s; cannot write a.mp4");
+    EXPECT_TRUE(whole.unwritten && damaged.unwritten);
+}
+
 TEST(JobResult, ABadOneMeansWhatEndedIt) {
     const auto concern = [](Health health, Video::ExitCode code) {
         return FailureOf({.health = health, .code = code}).Concerns();

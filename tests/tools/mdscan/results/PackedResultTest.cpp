@@ -16,6 +16,7 @@ TEST(PackedResult, ArrivesWhole) {
     const JobResult sent{.health = Health::Damaged,
                          .code = Video::exitFailed,
                          .trouble = "bad \"data\"\n",
+                         .unwritten = true,
                          .tally = {.pictures = 5'000'000'000,
                                    .analysed = 7,
                                    .length = -3,
@@ -33,6 +34,7 @@ TEST(PackedResult, ArrivesWhole) {
     EXPECT_EQ(got.health, sent.health);
     EXPECT_EQ(got.code, sent.code);
     EXPECT_EQ(got.trouble, sent.trouble);
+    EXPECT_TRUE(got.unwritten);
     EXPECT_EQ(got.tally.pictures, sent.tally.pictures);
     EXPECT_EQ(got.tally.analysed, sent.tally.analysed);
     EXPECT_EQ(got.tally.length, sent.tally.length);

@@ -7,11 +7,14 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <set>
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include <sys/types.h>
 
 #include <nlohmann/json.hpp>
 
@@ -374,6 +377,62 @@ TEST_F(BatchTest, AFullOutputEndsTheRun) {
     EXPECT_EQ(run.code, 1);
     EXPECT_EQ(run.ErrorLines(), 1) << run.err;
     EXPECT_NE(run.err.find("cannot print results"), std::string::npos) << run.err;
+}
+
+TEST_F(BatchTest, AScanThatDiesHasToldItsEvents) {
+    const auto part = [](double from) {
+        return Video::SquareScene{.width = 160, .height = 120, .seconds = 6, .from = from, .until = from + 1.8};
+    };
+    Video::WriteEncoded({part(3), part(3), part(3), part(1)}, {.codec = "mpeg2video", .container = "mpegts"}, In("clip.ts"));
+    Video::WriteEncoded({Small()}, {.codec = "mpeg4", .container = "avi"}, In("a.avi"));
+    const auto killWorker = [](pid_t program) {
+        std::ifstream list("/proc/" + std::to_string(program) + "/task/" + std::to_string(program) + "/children");
+        pid_t worker = 0;
+        ASSERT_TRUE(list >> worker);
+        kill(worker, SIGSEGV);
+    };
+    // A line and an end of the first, then two of the second, whose last part is held back.
+    const Outcome run =
+        MdscanDisturbed({"-j", "1", "--report", In("page.html"), In("a.avi")}, In("clip.ts"), In("pipe.ts"), 4, killWorker);
+    EXPECT_EQ(run.code, 1);
+    ASSERT_GE(run.lines.size(), 5u) << run.err;
+    const json end = Last(run);
+    EXPECT_EQ(end["type"], "file");
+    EXPECT_EQ(end["status"], "damaged");
+    EXPECT_EQ(end["reason"].get<std::string>().rfind("its scan was ended ", 0), 0u) << end;
+    EXPECT_EQ(end["events"], run.lines.size() - 3) << "all that were told";
+    EXPECT_NE(Read("page.html").find("its scan was ended "), std::string::npos);
+}
+
+TEST_F(BatchTest, WhenNobodyListensNoHalfOfAFileIsLeft) {
+    Video::SquareScene longer = Small();
+    longer.seconds = 60;
+    for (const char* name : {"videos/a.avi", "videos/b.avi", "videos/c.avi"}) {
+        Video::WriteEncoded({name == std::string("videos/a.avi") ? Small() : longer}, {.codec = "mpeg4", .container = "avi"},
+                            In(name));
+    }
+    const Outcome run = MdscanUnheard(
+        {"-j", "2", "--overlay", In("drawn"), "--clips", In("clips"), "--report", In("page.html"), In("videos")}, 1);
+    EXPECT_EQ(run.code, 1);
+    EXPECT_EQ(run.err, "mdscan: cannot print results: Broken pipe\n");
+    EXPECT_FALSE(fs::exists(In("page.html")));
+    for (const auto& entry : fs::recursive_directory_iterator(Folder())) {
+        EXPECT_NE(entry.path().extension(), ".part") << entry.path();
+    }
+}
+
+TEST_F(BatchTest, AStateThatCannotGrowTakesNothingWithIt) {
+    for (const char* name : {"videos/a.avi", "videos/b.avi"}) {
+        Video::WriteEncoded({Small()}, {.codec = "mpeg4", .container = "avi"}, In(name));
+    }
+    const Names arguments = {"-j", "1", "--resume", In("state"), In("videos")};
+    const Outcome whole = Mdscan({"-j", "1", In("videos")}), full = Mdscan(arguments, {.largestFile = 1'200});
+    EXPECT_EQ(full.code, 1);
+    EXPECT_EQ(full.lines, whole.lines);
+    const std::string named = "mdscan: cannot write " + In("state") + ": File too large\n";
+    EXPECT_EQ(full.err.find(named), full.err.rfind(named)) << "once: " << full.err;
+    EXPECT_NE(full.err.find(named), std::string::npos) << full.err;
+    EXPECT_EQ(Mdscan(arguments).lines, whole.lines) << "what it holds is whole";
 }
 
 TEST_F(BatchTest, WhatIsNoFileIsNotRemembered) {
