@@ -39,7 +39,7 @@ _mdscan() {
     --pixel) ;;
     *)
         if [[ $current == -* ]]; then
-            mapfile -t COMPREPLY < <(compgen -W '-h --help --version --config --write-config -j --jobs --resume -q --quiet --progress --start-time --name-time --reconnect --rate --fast --block --condition --stabilise --sensitivity --memory --shadows --min-size --min-blocks --ignore-flashes --merge-gap --min-duration --pre-roll --post-roll --zone --zones --mask --preview --edit -o --output --csv --report --frames --track --thumbnails --clips --background --heatmap --overlay --at --pixel --json' -- "$current")
+            mapfile -t COMPREPLY < <(compgen -W '-h --help --version --config --write-config -j --jobs --resume -q --quiet --progress --start-time --name-time --reconnect --rate --fast --skip-loop-filter --block --condition --stabilise --sensitivity --memory --shadows --min-size --min-blocks --ignore-flashes --merge-gap --min-duration --pre-roll --post-roll --zone --zones --mask --preview --edit -o --output --csv --report --frames --track --thumbnails --clips --background --heatmap --overlay --at --pixel --json' -- "$current")
         else
             compopt -o filenames
             mapfile -t COMPREPLY < <(compgen -f -- "$current")

@@ -12,6 +12,7 @@ complete -c mdscan -l name-time -x -d 'Times in names: auto, none, or a pattern 
 complete -c mdscan -l reconnect -x -d 'Seconds without a picture after which a live source is given up'
 complete -c mdscan -l rate -x -d 'Pictures analysed per second; 0: every picture'
 complete -c mdscan -l fast -d 'Decode keyframes, and all else only where these show motion'
+complete -c mdscan -l skip-loop-filter -d 'Decode H.264 without its filter: cheaper, less exact'
 complete -c mdscan -l block -x -d 'Block size in pixels, up to 64; 0: gives up to 128 columns'
 complete -c mdscan -l condition -x -a 'default none' -d 'default: primed, balanced, stabilised, gated; none: the plain detector'
 complete -c mdscan -l stabilise -x -a 'auto on off' -d 'auto: while the camera shakes; on: always; off: never'

@@ -26,6 +26,7 @@ Decoder::Decoder(std::unique_ptr<PacketSource> source, int threads, SelectionRul
     : _source(std::move(source)),
       _facts(_source->Facts()),
       _threads(threads),
+      _unfiltered(rules.unfiltered),
       _selection(_source->IsLive() ? SelectionRules{} : std::move(rules), _facts->Codec()),
       _dating(_source->NewDating()),
       _numbers(_facts->nominalInterval) {
@@ -44,6 +45,9 @@ void Decoder::OpenCodec() {
     int error = avcodec_parameters_to_context(_codec.get(), &_facts->Codec());
     _codec->pkt_timebase = _facts->timeBase;
     _codec->thread_count = _threads;
+    if (_unfiltered && codec && codec->id == AV_CODEC_ID_H264) {
+        _codec->skip_loop_filter = AVDISCARD_ALL;
+    }
     if (error >= 0) {
         error = avcodec_open2(_codec.get(), codec, nullptr);
     }

@@ -25,7 +25,7 @@ namespace Video {
 class Decoder {
 public:
     //   threads  that decode, 0: one per processor
-    //   rules    what may go undecoded; of a live source, nothing does: it may stall or break at any time
+    //   rules    what may go undecoded; of a live source, no picture does: it may stall or break at any time
     // Throws Failure with one line that says what is wrong.
     explicit Decoder(std::unique_ptr<PacketSource> source, int threads = 0, SelectionRules rules = {});
     Decoder(const Decoder&) = delete;
@@ -86,6 +86,7 @@ private:
     const std::unique_ptr<PacketSource> _source;
     std::shared_ptr<const StreamFacts> _facts;  // of the packets that are decoded
     const int _threads;
+    const bool _unfiltered;
     CodecPointer _codec;
     bool _fed = false;       // the codec may have pictures
     bool _draining = false;  // it gives its last ones: nothing follows, or nothing that belongs to them

@@ -17,7 +17,7 @@ namespace Video {
 // The picture to show instead of the GOP that begins at this time of the file; null: the GOP is to be decoded.
 using StandIn = std::function<FramePointer(Ticks time)>;
 
-// What may go undecoded. Without any, all pictures are decoded.
+// What may go undecoded. Without any, all pictures are decoded, and as they are meant to be seen.
 struct SelectionRules {
     // Is a picture at this time of the scan asked for?  Non-reference pictures that are not may be discarded, if that is
     // known beforehand; all else is as if they had been shown.
@@ -26,6 +26,9 @@ struct SelectionRules {
     StandIn standIn = nullptr;
     // Is the first picture of every GOP enough from here on?  GOPs are the same for all decoders of an input.
     std::function<bool()> keyframesOnly = nullptr;
+    // Is nobody shown a picture?  Then the edges of blocks are left as they are in H.264: a fifth of its decoding is to
+    // smooth them, and means over blocks hardly tell. Errors drift until the next keyframe.
+    bool unfiltered = false;
 };
 
 // What becomes of one packet.

@@ -39,11 +39,10 @@ int Opening::BackgroundPictures() const {
 BlockPicture Opening::Picture(int index) const { return {_planes.Picture(index), _shifts[static_cast<std::size_t>(index)]}; }
 
 std::unique_ptr<Opening> ReadOpening(const std::string& input, int threads, double rate, const PictureGrid& grid,
-                                     const WatchRules& rules) {
+                                     const WatchRules& rules, SelectionRules decoding) {
     std::optional<Cadence> cadence;  // asked by the decoder's threads only once it is there
-    SelectionRules selection;
-    selection.needed = [&](Ticks time) { return !cadence || cadence->MayTake(time); };
-    Decoder decoder(OpenSource(input), threads, selection);
+    decoding.needed = [&](Ticks time) { return !cadence || cadence->MayTake(time); };
+    Decoder decoder(OpenSource(input), threads, std::move(decoding));
     cadence.emplace(rate, decoder.NominalInterval());
     PlainPicture picture;
     std::optional<Watcher> watcher;

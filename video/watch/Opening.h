@@ -8,6 +8,7 @@
 
 #include "conditioning/Priming.h"
 #include "video/base/PictureGrid.h"
+#include "video/media/PictureSelection.h"
 #include "video/time/TickTime.h"
 #include "video/watch/BlockPicture.h"
 #include "video/watch/Watcher.h"
@@ -42,8 +43,8 @@ private:
 };
 
 // Reads the first seconds of an input that can be read twice, for a scan that cannot wait for them: the very pictures that
-// it will analyse. threads, rate, rules: as for the scan. Null where there is none of that grid. Throws Failure.
+// it will analyse. threads, rate, rules, decoding: as for the scan. Null where there is none of that grid. Throws Failure.
 std::unique_ptr<Opening> ReadOpening(const std::string& input, int threads, double rate, const PictureGrid& grid,
-                                     const WatchRules& rules);
+                                     const WatchRules& rules, SelectionRules decoding = {});
 
 }  // namespace Video

@@ -106,5 +106,25 @@ TEST_F(DecoderDiscard, AHoleInTheMiddleChangesNothing) {
     EXPECT_GT(DiscardedOf(6), 40);
 }
 
+TEST_F(DecoderDiscard, TheFilterOfH264IsLeftOutWhereAskedFor) {
+    const auto pictures = [&](bool unfiltered) {
+        std::vector<std::vector<std::uint8_t>> luma;
+        for (Decoder decoder(OpenSource(Path()), 1, {.unfiltered = unfiltered}); decoder.Next();) {
+            const AVFrame& frame = decoder.Frame();
+            luma.emplace_back(frame.data[0], frame.data[0] + frame.linesize[0] * (frame.height - 1) + frame.width);
+        }
+        return luma;
+    };
+    Write({.codec = "mpeg4", .container = "mp4"});
+    EXPECT_EQ(pictures(true), pictures(false)) << "has none";
+    if (!HasEncoder("libx264")) {
+        GTEST_SKIP() << "FFmpeg has no encoder for H.264";
+    }
+    Write({.codec = "libx264", .container = "mp4"});
+    const auto smooth = pictures(false), plain = pictures(true);
+    ASSERT_EQ(plain.size(), smooth.size());
+    EXPECT_NE(plain, smooth);
+}
+
 }  // namespace
 }  // namespace Video

@@ -195,6 +195,7 @@ void DeclareMotion(CLI::App& app, ScanSettings& settings) {
         ->check(Within(0, highestRate))
         ->type_name("N");
     app.add_flag("--fast", settings.fast, "Decode keyframes, and all else only where these show motion");
+    app.add_flag("--skip-loop-filter", settings.skipLoopFilter, "Decode H.264 without its filter: cheaper, less exact");
     app.add_option("--block", settings.blockSize, "Block size in pixels, up to 64; 0: gives up to 128 columns")
         ->check(WholeWithin(0, largestBlock))
         ->type_name("N");

@@ -18,6 +18,7 @@ std::string ScanLine(const ScanSettings& settings) {
                  {"version", std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(patch)},
                  {"rate", settings.rate},
                  {"fast", settings.fast},
+                 {"skip_loop_filter", settings.skipLoopFilter},
                  {"condition", conditionWords[settings.condition ? 1 : 0]},
                  {"stabilise", WordOf(settings.stabilise)},
                  {"sensitivity", WordOf(settings.sensitivity)},

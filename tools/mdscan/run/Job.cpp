@@ -171,6 +171,7 @@ Job::Job(const JobSettings& settings, const std::string& input, const std::strin
 
 Video::SelectionRules Job::Selection() {
     Video::SelectionRules rules;
+    rules.unfiltered = _settings.skipLoopFilter;
     if (_files.overlay.empty() && _files.clips.empty()) {  // one shows every picture, the other wants the time of each
         rules.needed = [this](Video::Ticks time) { return _cadence.MayTake(time); };
     }
@@ -270,7 +271,8 @@ void Job::Begin(const Host::PictureFormat& format) {
         }
     } else if (!_side.WantPictures() && !_settings.fast) {  // pictures do not wait: they are large
         _opening = std::make_unique<Video::Opening>(grid);
-    } else if (const auto opening = Video::ReadOpening(_input, _threads, _settings.rate, grid, _rules)) {
+    } else if (const auto opening = Video::ReadOpening(_input, _threads, _settings.rate, grid, _rules,
+                                                       {.unfiltered = _settings.skipLoopFilter})) {
         _watcher->Prime(opening->Planes(), _remembered, opening->BackgroundPictures());
     }
 }

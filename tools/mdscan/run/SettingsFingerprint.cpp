@@ -21,6 +21,9 @@ std::string SettingsFingerprint(const ScanSettings& scan, const JobFiles& files)
          << files.thumbnails << "\" clips \"" << files.clips << "\" background \"" << files.background << "\" overlay \""
          << files.overlay << "\" heatmap " << files.heatmap << " report " << !files.report.empty() << " name-time \""
          << scan.nameTime << "\"";
+    if (scan.skipLoopFilter) {
+        text << " skip-loop-filter";
+    }
     if (scan.startTime) {
         text << " start-time " << *scan.startTime;
     }

@@ -28,6 +28,7 @@ constexpr const char* WordOf(Sensitivity value) { return sensitivityWords[static
 struct ScanSettings {
     double rate = 6;                        // pictures analysed per second; 0: all
     bool fast = false;                      // decode only where keyframes differ
+    bool skipLoopFilter = false;            // decode H.264 without smoothing the edges of its blocks
     int blockSize = 0;                      // pixels; 0: chosen from the picture's size
     bool condition = true;                  // all that is done around the detector; false: the plain detector
     Stabilise stabilise = Stabilise::Auto;  // where it is conditioned

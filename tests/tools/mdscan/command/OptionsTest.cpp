@@ -35,6 +35,7 @@ TEST(Options, TheInputAloneIsEnough) {
 TEST(Options, EveryOptionReachesItsField) {
     const Parsed parsed = Parse({"--rate",
                                  "0",
+                                 "--skip-loop-filter",
                                  "--block",
                                  "7",
                                  "--stabilise",
@@ -89,6 +90,7 @@ TEST(Options, EveryOptionReachesItsField) {
     EXPECT_EQ(options.inputs, (std::vector<std::string>{"clip.mp4", "-"}));
     EXPECT_EQ(options.scan.rate, 0);
     EXPECT_EQ(options.scan.blockSize, 7);
+    EXPECT_TRUE(options.scan.skipLoopFilter);
     EXPECT_EQ(options.scan.stabilise, Stabilise::Off);
     EXPECT_EQ(options.scan.sensitivity, Sensitivity::High);
     EXPECT_EQ(options.scan.memory, "known");

@@ -222,6 +222,7 @@ TEST_F(BatchTest, TheFirstLineNamesAllSettings) {
                                       {"name": "b", "polygon": [[0, 0], [0.1, 0], [0, 0.1]], "exclude": true}]})");
     Names arguments = {"--rate",
                        "5",
+                       "--skip-loop-filter",
                        "--block",
                        "8",
                        "--stabilise",
@@ -249,10 +250,11 @@ TEST_F(BatchTest, TheFirstLineNamesAllSettings) {
     json scan = Mdscan(arguments).scan;
     EXPECT_TRUE(scan["version"].is_string());
     scan.erase("version");
-    EXPECT_EQ(scan,
-              json::parse(
-                  R"({"type": "scan", "schema": 2, "rate": 5.0, "fast": false, "condition": "default", "stabilise": "on",
-                      "sensitivity": "low", "memory": true, "block": 8, "shadows": true, "min_size": 0.1,
+    EXPECT_EQ(
+        scan,
+        json::parse(
+            R"({"type": "scan", "schema": 2, "rate": 5.0, "fast": false, "skip_loop_filter": true, "condition": "default",
+                      "stabilise": "on", "sensitivity": "low", "memory": true, "block": 8, "shadows": true, "min_size": 0.1,
                       "min_blocks": 2, "merge_gap": 3.0, "min_duration": 1.0, "pre_roll": 4.0, "post_roll": 5.0,
                       "zones": ["a"], "excluded": ["b"]})"));
 }

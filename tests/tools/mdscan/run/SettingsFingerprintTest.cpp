@@ -52,6 +52,7 @@ TEST(SettingsFingerprint, TellHowPicturesAreConditioned) {
     EXPECT_NE(with([](ScanSettings& scan) { scan.condition = false; }), usual);
     EXPECT_NE(with([](ScanSettings& scan) { scan.stabilise = Stabilise::Off; }), usual);
     EXPECT_NE(with([](ScanSettings& scan) { scan.sensitivity = Sensitivity::High; }), usual);
+    EXPECT_NE(with([](ScanSettings& scan) { scan.skipLoopFilter = true; }), usual);
     const std::string kept = with([](ScanSettings& scan) { scan.memory = "m"; });
     EXPECT_NE(kept, usual);
     EXPECT_NE(with([](ScanSettings& scan) { scan.memory = "n"; }), kept);
