@@ -13,6 +13,8 @@ struct GopTally {
     int gops = 0;       // 0: the input was not taken apart
     int decoded = 0;    // whole; of the others, the first picture only
     int tooLong = 0;    // decoded because of their length alone
+    int bySize = 0;     // decoded because more is stored of them than of others in which nothing moves
+    int unscouted = 0;  // decoded because looking at keyframes had saved nothing
     Ticks longest = 0;  // from the start of a GOP to the start of the next one
 };
 

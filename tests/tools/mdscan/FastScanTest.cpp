@@ -87,13 +87,52 @@ TEST_F(FastScan, KeyframesTooFarApartAreNotTrusted) {
 }
 
 TEST_F(FastScan, WhatMovesWithinOneGopOnlyIsMissed) {
-    // The price, as documented: here and gone between two keyframes.
+    // The price, as documented: here and gone between two keyframes. Of so few GOPs, none may be decoded for its size.
     const Video::SquareScene brief{.width = 160, .height = 120, .seconds = 30, .from = 20.3, .until = 21.7};
     Video::WriteEncoded({brief}, {.codec = "mpeg4", .container = "mp4", .gop = 20}, In("clip"));
     EXPECT_EQ(Scanned({}).size(), 2u);
     const std::vector<json> fast = Scanned({"--fast"}, 3);
     ASSERT_EQ(fast.size(), 1u);
     EXPECT_LT(fast[0]["groups_decoded"], 6);
+}
+
+TEST_F(FastScan, WhatMovesWithinOneGopShowsInItsSize) {
+    const Video::SquareScene brief{.width = 160, .height = 120, .seconds = 60, .from = 40.3, .until = 41.7};
+    Video::WriteEncoded({brief}, {.codec = "mpeg4", .container = "mp4", .gop = 20, .quality = 12}, In("clip"));
+    EXPECT_EQ(Scanned({}).size(), 2u);
+    const std::vector<json> fast = Scanned({"--fast"});
+    ASSERT_EQ(fast.size(), 2u);
+    EXPECT_NEAR(fast[0]["start"].get<double>(), 40.3, 0.5);
+    EXPECT_EQ(fast[1]["groups"], 30);
+    EXPECT_EQ(fast[1]["groups_by_size"], 1);
+    EXPECT_LT(fast[1]["groups_decoded"], 6);
+    EXPECT_NE(Mdscan({"--fast", In("clip")}).err.find(", 1 because much is stored of them; 1 event"), std::string::npos);
+}
+
+TEST_F(FastScan, WhereItSavesNothingItIsAPlainScan) {
+    const Video::SquareScene busy{.width = 160, .height = 120, .seconds = 10, .from = 0, .until = 10};
+    Video::WriteEncoded({busy, busy, busy, busy, busy, busy}, {.codec = "mpeg4", .container = "mp4", .gop = 10}, In("clip"));
+    const std::vector<json> whole = Scanned({}), fast = Scanned({"--fast"});
+    ASSERT_EQ(fast.size(), whole.size());
+    EXPECT_EQ(fast.back()["groups"], 60);
+    EXPECT_EQ(fast.back()["groups_decoded"], 60);
+    EXPECT_GT(fast.back()["groups_unscouted"], 40);
+    EXPECT_EQ(fast.back()["analysed"], whole.back()["analysed"]);
+    for (std::size_t i = 0; i + 1 < whole.size(); ++i) {
+        EXPECT_EQ(fast[i]["start"], whole[i]["start"]);
+        EXPECT_EQ(fast[i]["end"], whole[i]["end"]);
+    }
+    EXPECT_NE(Mdscan({"--fast", In("clip")}).err.find(" because looking at keyframes did not pay"), std::string::npos);
+}
+
+TEST_F(FastScan, PicturesChangeNoEvent) {
+    Video::WriteEncoded(TwoVisits(), {.codec = "mpeg4", .container = "mp4", .gop = 20}, In("clip"));
+    std::vector<json> without = Scanned({"--fast"}), with = Scanned({"--fast", "--thumbnails", In("pictures")});
+    ASSERT_EQ(with.size(), without.size());
+    for (std::size_t i = 0; i < with.size(); ++i) {
+        with[i].erase("thumbnail");
+        EXPECT_EQ(with[i], without[i]);
+    }
 }
 
 TEST_F(FastScan, JoinedRecordingsAreJudgedLikeSingleOnes) {

@@ -93,7 +93,7 @@ CodecPointer OpenEncoder(const SquareScene& scene, AVPixelFormat format, const E
     if ((output.oformat->flags & AVFMT_GLOBALHEADER) != 0) {
         codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     }
-    codec->global_quality = 2 * FF_QP2LAMBDA;
+    codec->global_quality = encoding.quality * FF_QP2LAMBDA;
     Require(avcodec_open2(codec.get(), encoder, nullptr) == 0, "opening the encoder");
     return codec;
 }

@@ -36,6 +36,7 @@ struct Encoding {
     AVPixelFormat format = AV_PIX_FMT_YUV420P;
     AVPixelFormat laterFormat = AV_PIX_FMT_NONE;  // from the second scene on; none: the same
     int gop = 12;                                 // pictures from one keyframe to the next
+    int quality = 2;                              // quantiser: the more, the less is kept of noise
     AVRational sampleAspect = {0, 1};
     int rotation = 0;          // degrees that players turn it by; written where the container can
     bool headerFirst = false;  // MP4: tables at the front

@@ -49,6 +49,8 @@ std::string FileLine(const std::string& file, const std::string& camera, const J
         line["groups"] = result.tally.gops.gops;
         line["groups_decoded"] = result.tally.gops.decoded;
         line["groups_too_long"] = result.tally.gops.tooLong;
+        line["groups_by_size"] = result.tally.gops.bySize;
+        line["groups_unscouted"] = result.tally.gops.unscouted;
         line["longest_group"] = Video::PrintedSeconds(result.tally.gops.longest);
     }
     line["events"] = result.tally.events;

@@ -32,7 +32,9 @@ std::string Packed(const JobResult& result) {
                    {"flashes", tally.flashes},
                    {"gaps", tally.gaps},
                    {"droppedPackets", tally.droppedPackets},
-                   {"groups", {tally.gops.gops, tally.gops.decoded, tally.gops.tooLong, tally.gops.longest}},
+                   {"groups",
+                    {tally.gops.gops, tally.gops.decoded, tally.gops.tooLong, tally.gops.longest, tally.gops.bySize,
+                     tally.gops.unscouted}},
                    {"grid", {grid.pictureWidth, grid.pictureHeight, grid.blockSize, grid.columns, grid.rows}}};
     if (result.clock) {
         packed["clock"] = {result.clock->at, static_cast<int>(result.clock->source)};
@@ -47,6 +49,7 @@ JobResult Unpacked(const std::string& text) {
     const Json packed = Json::parse(text);
     const auto number = [&](const char* name) { return packed.at(name).get<int>(); };
     const auto side = [&](std::size_t index) { return packed.at("grid").at(index).get<int>(); };
+    const auto group = [&](std::size_t index) { return packed.at("groups").at(index).get<int>(); };
     const int health = number("health");
     if (health < 0 || health > static_cast<int>(Health::Untold)) {
         throw std::out_of_range("health");
@@ -75,8 +78,12 @@ JobResult Unpacked(const std::string& text) {
                       .flashes = number("flashes"),
                       .gaps = number("gaps"),
                       .droppedPackets = packed.at("droppedPackets").get<std::int64_t>(),
-                      .gops = {packed.at("groups").at(0).get<int>(), packed.at("groups").at(1).get<int>(),
-                               packed.at("groups").at(2).get<int>(), packed.at("groups").at(3).get<Video::Ticks>()},
+                      .gops = {.gops = group(0),
+                               .decoded = group(1),
+                               .tooLong = group(2),
+                               .bySize = group(4),
+                               .unscouted = group(5),
+                               .longest = packed.at("groups").at(3).get<Video::Ticks>()},
                       .grid = {side(0), side(1), side(2), side(3), side(4)}},
             .clock = clock};
 }

@@ -42,6 +42,12 @@ std::string TallyText(const Video::Tally& tally) {
             text += Text(", %d because keyframes lie up to %.1f s apart", tally.gops.tooLong,
                          Video::ToSeconds(tally.gops.longest));
         }
+        if (tally.gops.bySize > 0) {
+            text += Text(", %d because much is stored of them", tally.gops.bySize);
+        }
+        if (tally.gops.unscouted > 0) {
+            text += Text(", %d because looking at keyframes did not pay", tally.gops.unscouted);
+        }
     }
     text += Text("; %d event%s", tally.events, tally.events == 1 ? "" : "s");
     if (tally.dropped > 0 && tally.flashes > 0) {

@@ -36,6 +36,7 @@
 #include "video/media/PictureSelection.h"
 #include "video/media/PlainPicture.h"
 #include "video/pictures/Overlay.h"
+#include "video/scout/KeyframeScout.h"
 #include "video/time/Cadence.h"
 #include "video/time/NameTime.h"
 #include "video/time/PictureNumbers.h"
@@ -44,7 +45,6 @@
 #include "video/watch/ConditionLog.h"
 #include "video/watch/Events.h"
 #include "video/watch/HeatMap.h"
-#include "video/watch/KeyframeScout.h"
 #include "video/watch/Opening.h"
 #include "video/watch/Watcher.h"
 #include "video/zones/Zone.h"
@@ -93,7 +93,9 @@ public:
     JobResult Run();
 
 private:
+    std::unique_ptr<Video::KeyframeScout> NewScout() const;
     Video::SelectionRules Selection();
+    std::unique_ptr<Video::Opening> ReadAhead(const Video::PictureGrid& grid) const;
     void Scan();
     void Finish();
     void Analyse(const AVFrame& frame, Video::Ticks time);
@@ -118,7 +120,7 @@ private:
     const std::chrono::steady_clock::time_point _begin = std::chrono::steady_clock::now();
     Video::Decoder _decoder;
     const std::optional<Video::StartTime> _named;  // by the input's name
-    std::optional<Video::KeyframeScout> _scout;    // where GOPs may be skipped
+    std::unique_ptr<Video::KeyframeScout> _scout;  // where GOPs may be skipped
     const int _threads;                            // the decoder's
     Video::Cadence _cadence;
     const Video::WatchRules _rules;
@@ -165,8 +167,12 @@ Job::Job(const JobSettings& settings, const std::string& input, const std::strin
                .ignoreFlashes = settings.scan.ignoreFlashes}),
       _side(settings, input, !name.empty(), _memory, _decoder) {
     if (settings.scan.fast) {
-        _scout.emplace(input, settings.decoderThreads, settings.scan.blockSize, settings.scan.rate, _rules);
+        _scout = NewScout();
     }
+}
+
+std::unique_ptr<Video::KeyframeScout> Job::NewScout() const {
+    return std::make_unique<Video::KeyframeScout>(_input, _threads, _settings.blockSize, _rules, _settings.skipLoopFilter);
 }
 
 Video::SelectionRules Job::Selection() {
@@ -269,12 +275,21 @@ void Job::Begin(const Host::PictureFormat& format) {
         if (_remembered) {
             _watcher->Prime(*_remembered);
         }
-    } else if (!_side.WantPictures() && !_settings.fast) {  // pictures do not wait: they are large
+    } else if (!_side.WantPictures()) {  // pictures do not wait: they are large
         _opening = std::make_unique<Video::Opening>(grid);
-    } else if (const auto opening = Video::ReadOpening(_input, _threads, _settings.rate, grid, _rules,
-                                                       {.unfiltered = _settings.skipLoopFilter})) {
+    } else if (const auto opening = ReadAhead(grid)) {
         _watcher->Prime(opening->Planes(), _remembered, opening->BackgroundPictures());
     }
+}
+
+// The pictures that would wait, of the same GOPs.
+std::unique_ptr<Video::Opening> Job::ReadAhead(const Video::PictureGrid& grid) const {
+    const std::unique_ptr<Video::KeyframeScout> scout = _settings.fast ? NewScout() : nullptr;
+    Video::SelectionRules decoding{.unfiltered = _settings.skipLoopFilter};
+    if (scout) {
+        decoding.standIn = [&](Video::Ticks time) { return scout->At(time); };
+    }
+    return Video::ReadOpening(_input, _threads, _settings.rate, grid, _rules, decoding);
 }
 
 void Job::JudgeOpening() {

@@ -26,6 +26,7 @@ TEST(PackedResult, ArrivesWhole) {
                                    .flashes = 6,
                                    .gaps = 8,
                                    .droppedPackets = 9,
+                                   .gops = {.gops = 9, .decoded = 8, .tooLong = 1, .bySize = 2, .unscouted = 3},
                                    .grid = {1, 2, 3, 4, 5}},
                          .clock = Video::StartTime{17'723'448'000'000'001, Video::ClockSource::Container}};
     const std::string text = Packed(sent);
@@ -44,6 +45,8 @@ TEST(PackedResult, ArrivesWhole) {
     EXPECT_EQ(got.tally.flashes, 6);
     EXPECT_EQ(got.tally.gaps, 8);
     EXPECT_EQ(got.tally.droppedPackets, 9);
+    EXPECT_EQ(got.tally.gops.bySize, 2);
+    EXPECT_EQ(got.tally.gops.unscouted, 3);
     EXPECT_EQ(got.tally.grid.rows, 5);
     ASSERT_TRUE(got.clock);
     EXPECT_EQ(got.clock->at, sent.clock->at);

@@ -33,6 +33,16 @@ TEST(TallyText, TheTallyNamesWhatWasDone) {
     EXPECT_NE(TallyText(tally).find("; 1 gap; 12 packets dropped, the scan was too slow; took"), std::string::npos);
 }
 
+TEST(TallyText, WhyGroupsWereDecodedIsTold) {
+    Video::Tally tally{.gops = {.gops = 100, .decoded = 60}};
+    EXPECT_NE(TallyText(tally).find("; decoded 60 of 100 groups; 0 events"), std::string::npos);
+    tally.gops.bySize = 3;
+    tally.gops.unscouted = 20;
+    EXPECT_NE(TallyText(tally).find("; decoded 60 of 100 groups, 3 because much is stored of them, 20 because looking at "
+                                    "keyframes did not pay; 0 events"),
+              std::string::npos);
+}
+
 TEST(TallyText, AnEmptyTallyDividesByNothing) {
     EXPECT_EQ(TallyText(Video::Tally{}), "0 pictures (0.0 s), 0 analysed; 0 events; took 0.0 s, 0.0 x real time");
 }
