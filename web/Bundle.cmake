@@ -4,6 +4,7 @@ set(web_report_modules
     address.js
     blocks.js
     boxes.js
+    clock.js
     colours.js
     elements.js
     files.js
@@ -17,10 +18,14 @@ set(web_report_modules
     model/conditions.js
     model/cuts.js
     model/exports.js
+    model/names.js
     model/recordings.js
     model/rows.js
     model/span.js
     model/state.js
+    model/timeoffsets.js
+    model/timerange.js
+    model/timetyped.js
     model/track.js
     model/verdicts.js
     notice.js
@@ -41,10 +46,12 @@ set(web_report_modules
     timeline/drawing.js
     timeline/geometry.js
     timeline/legend.js
+    timeline/period.js
     timeline/timeline.js
     tracking.js)
 set(web_zones_modules
     blocks.js
+    clock.js
     colours.js
     elements.js
     files.js

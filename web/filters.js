@@ -1,7 +1,7 @@
 // What does the viewer want to see?  The fields of #filters, and a button for each zone.
 import { byId, make, makeToggle } from "./elements.js";
 import { markWith } from "./marks.js";
-import { events, inputs, scan, shown, want, wanted, when } from "./model/state.js";
+import { events, follow, inputs, scan, shown, want, wanted, when } from "./model/state.js";
 import { countText } from "./texts.js";
 
 function numberOf(id, otherwise) {
@@ -36,18 +36,19 @@ export function clearFilters() {
   for (const button of byId("zones").children) {
     button.setAttribute("aria-pressed", "false");
   }
+  follow(false);
   applyFilters({ zones: new Set(), marks: new Set(), place: null });
 }
 
 export function startFilters() {
   scan.zones.forEach(makeZoneButton);
-  const names = [...new Set(inputs.map((input) => input.camera))];
-  for (const name of names) {
+  const cameras = new Map(inputs.map((input) => [input.camera, input.cameraName]));
+  for (const [camera, name] of cameras) {
     const option = make("option", name);
-    option.value = name;
+    option.value = camera;
     byId("camera").append(option);
   }
-  byId("camerafilter").hidden = names.length < 2;
+  byId("camerafilter").hidden = cameras.size < 2;
   for (const id of ["text", "camera", "shortest", "longest", "smallest", "largest", "order"]) {
     byId(id).addEventListener("input", () => applyFilters());
   }

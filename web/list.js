@@ -42,7 +42,7 @@ function pictureOf(event) {
 export function eventCell(event) {
   const cell = make("div", "", "event");
   const text = make("div"), name = make("span", baseName(event.input.file), "name"), zones = make("span");
-  name.append(make("small", " \u00b7 " + event.input.camera));
+  name.append(make("small", " \u00b7 " + event.input.cameraName));
   if (event.mark) {
     zones.append(make("small", event.mark, "mark"));
   }
@@ -99,6 +99,7 @@ export function startList() {
   when("shown", showChoice);
   when("picked", showPicked);
   when("judged", showAnew);
+  when("teller", showAnew);
   list.addEventListener("scroll", fill);
   new ResizeObserver(fill).observe(list);
 }

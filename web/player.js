@@ -96,6 +96,7 @@ export function togglePlay() {
 export function startPlayer() {
   when("picked", showPicked);
   when("shown", allowSteps);
+  when("teller", () => picked && showFacts());
   byId("previous").addEventListener("click", () => step(-1, true));
   byId("next").addEventListener("click", () => step(1, true));
   video.addEventListener("error", () => {

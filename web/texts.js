@@ -1,4 +1,6 @@
 // How do times, lengths, counts and names of files read?
+import { shownAt } from "./clock.js";
+
 const two = (number) => String(number).padStart(2, "0");
 
 // 75.25 as 1:15.2 where tenths are wanted, longer ones as 2:01:15
@@ -12,16 +14,16 @@ export function lengthText(seconds) {
   return seconds < 60 ? seconds.toFixed(1) + " s" : secondsText(seconds, false) + " min";
 }
 
-// Seconds since 1970, as the viewer's clock shows them.
+// Seconds since 1970, as the clock shows them by which times are told.
 export function clockText(seconds, precise) {
-  const time = new Date(seconds * 1000);
-  return two(time.getHours()) + ":" + two(time.getMinutes()) + ":" + two(time.getSeconds()) +
+  const time = new Date(shownAt(seconds) * 1000);
+  return two(time.getUTCHours()) + ":" + two(time.getUTCMinutes()) + ":" + two(time.getUTCSeconds()) +
          (precise ? "." + Math.floor(seconds * 10) % 10 : "");
 }
 
 export function dateText(seconds) {
-  const time = new Date(seconds * 1000);
-  return time.getFullYear() + "-" + two(time.getMonth() + 1) + "-" + two(time.getDate());
+  const time = new Date(shownAt(seconds) * 1000);
+  return time.getUTCFullYear() + "-" + two(time.getUTCMonth() + 1) + "-" + two(time.getUTCDate());
 }
 
 export function eventTime(event) {

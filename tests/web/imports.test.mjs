@@ -7,7 +7,7 @@ import { fileURLToPath } from "node:url";
 
 const web = fileURLToPath(new URL("../../web", import.meta.url));
 const pages = ["report/", "zones/"];
-const base = ["colours.js", "elements.js", "texts.js"];
+const base = ["clock.js", "colours.js", "elements.js", "texts.js"];
 
 function modulesIn(folder) {
   return readdirSync(path.join(web, folder), { withFileTypes: true }).flatMap((entry) => {

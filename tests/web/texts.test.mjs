@@ -2,6 +2,7 @@
 import assert from "node:assert";
 import test from "node:test";
 
+import { tellBy } from "../../web/clock.js";
 import { baseName, clockText, countText, dateText, eventTime, lengthText, secondsText, spanText } from "../../web/texts.js";
 
 process.env.TZ = "Asia/Kolkata";                             // half past five hours ahead
@@ -27,6 +28,14 @@ test("the clock is the viewer's", () => {
   assert.equal(dateText(at("2026-03-01T18:29:59Z")), "2026-03-01");
   assert.equal(clockText(at("2026-03-01T18:30:00Z")), "00:00:00");
   assert.equal(dateText(at("2026-03-01T18:30:00Z")), "2026-03-02");
+});
+
+test("or another's, where that tells the times", () => {
+  tellBy("utc");
+  assert.equal(dateText(at("2026-03-01T18:30:00Z")) + " " + clockText(at("2026-03-01T18:30:00Z")), "2026-03-01 18:30:00");
+  tellBy("recording", () => -5 * 3600);
+  assert.equal(eventTime({ start: 75.25, input: { begin: at("2026-03-01T00:00:00Z") } }), "2026-02-28 19:01:15");
+  tellBy("viewer");
 });
 
 test("an event has its time of day where there is one", () => {

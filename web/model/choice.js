@@ -1,11 +1,12 @@
 // Which events are wanted, in which order?
+import { isWithin } from "./timerange.js";
 import { sizeOf, touches } from "./track.js";
 
 // What is wanted where nobody has asked for less. marks: any of these, "" for none; place: of one camera, in pixels of its
 // picture.
 export function everything() {
   return { words: [], camera: "", shortest: 0, longest: Infinity, order: "time", zones: new Set(),
-           smallest: 0, largest: Infinity, marks: new Set(), place: null };
+           smallest: 0, largest: Infinity, marks: new Set(), place: null, range: null };
 }
 
 function hasSize(event, { smallest, largest }) {
@@ -16,7 +17,7 @@ function hasSize(event, { smallest, largest }) {
 // byClock: all have a time of day, by which to sort; without it, the order of inputs is kept.
 export function chosen(events, wanted, byClock) {
   const shown = events.filter((event) => event.length >= wanted.shortest && event.length <= wanted.longest &&
-    (!wanted.camera || event.input.camera === wanted.camera) &&
+    (!wanted.range || isWithin(event, wanted.range)) && (!wanted.camera || event.input.camera === wanted.camera) &&
     wanted.words.every((word) => event.searched.includes(word)) &&
     (!wanted.zones.size || (event.zones || []).some((zone) => wanted.zones.has(zone))) &&
     (!wanted.marks.size || wanted.marks.has(event.mark)) && hasSize(event, wanted) &&

@@ -1,14 +1,17 @@
 // What happened in the inputs, and when?  Completes inputs and events by what the page asks of them again and again.
 import { colourBits, conditionBit } from "../colours.js";
+import { shortNames } from "./names.js";
 import { keyOf } from "./verdicts.js";
 
 const wallClock = (text) => Date.parse(text) / 1000;         // seconds since 1970
 
-// inputs: as mdscan wrote them; each loses its lines. Gives every input its conditions, and the time it begins, null where
-// nobody knows.
+// inputs: as mdscan wrote them; each loses its lines. Gives every input its conditions, its camera's short name, and the time
+// it begins, null where nobody knows.
 export function recordingsOf(zones, inputs) {
   const events = [], gaps = [], conditions = [], ofType = { event: events, gap: gaps, condition: conditions };
+  const names = shortNames(inputs.map((input) => input.camera || ""));
   for (const input of inputs) {
+    input.cameraName = names.get(input.camera || "");
     input.begin = input.start_time ? wallClock(input.start_time) : null;
     for (const line of input.lines) {
       line.input = input;

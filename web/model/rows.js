@@ -15,7 +15,7 @@ export function hasPlace(input, byClock) {
 export function laidRows(inputs, byClock) {
   const ofInputs = [], ofCamera = new Map();
   for (const input of inputs) {
-    const name = byClock ? input.camera : input.file;
+    const name = byClock ? input.cameraName : input.file;
     input.row = -1;
     if (!hasPlace(input, byClock) || input.seconds === 0) {
       continue;
@@ -25,6 +25,9 @@ export function laidRows(inputs, byClock) {
       ofInputs.push({ name, inputs: [], conditions: [] });
     }
     ofInputs[ofCamera.get(name)].inputs.push(input);
+  }
+  if (byClock) {
+    ofInputs.forEach((row) => row.inputs.sort((a, b) => a.begin - b.begin));
   }
   const rows = ofInputs.flatMap(withConditions);
   rows.forEach((row, place) => row.inputs.forEach((input) => { input.row = place; }));

@@ -1,9 +1,12 @@
 // What do the parts of a page share?  What was scanned, what of it is shown, what is picked. Parts read it here, change it
 // with the functions here only, and hear of the changes that they ask for with when().
+import { tellBy } from "../clock.js";
 import { chosen, everything } from "./choice.js";
 import { allHaveClock, recordingsOf } from "./recordings.js";
 import { laidRows } from "./rows.js";
 import { fitted, including, panned, zoomed } from "./span.js";
+import { offsetsOf } from "./timeoffsets.js";
+import { rangeOfView } from "./timerange.js";
 
 export let scan = { zones: [] };                             // the first line of the results
 export let inputs = [], events = [], gaps = [], conditions = [];
@@ -14,9 +17,11 @@ let hiddenAt = -1;                                           // between which tw
 export let byClock = false;                                  // the time axis is that of the day, not of each input
 export let rows = [];                                        // of the timeline: name, inputs or conditions
 export let whole = { from: 0, to: 1 }, view = whole;         // seconds: of all rows, and the part to see
+export let isFollowing = false;                              // only what is in view is wanted
+export let teller = "viewer";                                // by whose clock times are told
 export let theme = "";                                       // "light" or "dark"; empty: as the system has it
 
-const listeners = { shown: [], picked: [], judged: [], rows: [], view: [], theme: [] };
+const listeners = { shown: [], picked: [], judged: [], rows: [], view: [], teller: [], theme: [] };
 
 // Calls act after each change of what, in the order in which they asked.
 export function when(what, act) {
@@ -63,6 +68,25 @@ export function judge(verdicts, byViewer) {
   }
 }
 
+// Wants what lies in this range only, whatever is in view later; null: at any time.
+export function wantRange(range) {
+  isFollowing = false;
+  want({ ...wanted, range });
+}
+
+// From now on, what is in view is the range; or there is none any more.
+export function follow(on) {
+  isFollowing = on;
+  want({ ...wanted, range: on ? rangeOfView(view, whole, byClock) : null });
+}
+
+// After a change of the view: whoever hears of "view" calls this when no further change is to be expected at once.
+export function followView() {
+  if (isFollowing) {
+    follow(true);
+  }
+}
+
 // play: begin to play it, too.
 export function pick(event, play) {
   picked = event;
@@ -89,6 +113,9 @@ export function setClock(on) {
   ({ rows, whole } = laidRows(inputs, byClock));
   view = whole;
   tell("rows");
+  if (wanted.range && (isFollowing || !wanted.range.byClock)) {
+    want({ ...wanted, range: null });                        // of the other axis
+  }
 }
 
 export function setView(span) {
@@ -113,6 +140,13 @@ export function reveal(span) {
   if (including(view, span) !== view) {
     setView(including(view, span));
   }
+}
+
+// name: one of the clock's names.
+export function setTeller(name) {
+  teller = name;
+  tellBy(name, offsetsOf(inputs) || undefined);
+  tell("teller");
 }
 
 export function setTheme(name) {

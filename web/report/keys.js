@@ -6,6 +6,7 @@ import { toggleMark } from "../judging.js";
 import { pan, picked, showAll, step, zoom } from "../model/state.js";
 import { togglePlayAll } from "../playback.js";
 import { togglePlay } from "../player.js";
+import { wantView } from "../timeline/period.js";
 
 function toggleHelp() {
   byId("keys").hidden = !byId("keys").hidden;
@@ -16,7 +17,7 @@ const acts = {
   j: () => step(1, true), k: () => step(-1, true), ArrowDown: () => step(1, true), ArrowUp: () => step(-1, true),
   a: togglePlayAll, b: toggleBoxes, 1: () => toggleMark("seen"), 2: () => toggleMark("keep"), 3: () => toggleMark("false"),
   ArrowLeft: () => pan(-0.2), ArrowRight: () => pan(0.2), "+": () => zoom(0.5), "=": () => zoom(0.5), "-": () => zoom(2),
-  0: showAll, "/": () => byId("text").focus(), "?": toggleHelp, Escape: clearFilters,
+  0: showAll, "/": () => byId("text").focus(), g: () => byId("find").focus(), r: wantView, "?": toggleHelp, Escape: clearFilters,
   Enter: () => { if (!picked) { step(1, true); } }, " ": togglePlay,
 };
 

@@ -16,17 +16,19 @@ import { startPrinting } from "../printing.js";
 import { startTheme } from "../theme.js";
 import { startBar } from "../timeline/bar.js";
 import { showLegend } from "../timeline/legend.js";
+import { startPeriod } from "../timeline/period.js";
 import { startTimeline } from "../timeline/timeline.js";
 import { startTracking } from "../tracking.js";
 import { showCameras } from "./cameras.js";
 import { startKeys } from "./keys.js";
 import { showProblems } from "./problems.js";
-import { showSettings, showSummary } from "./summary.js";
+import { showSummary, startSettings } from "./summary.js";
 
 open(takeBlocks("scan")[0], takeBlocks("input"));
 startTheme(setTheme);                                        // who hears of it reads colours that the page has already
+startPeriod();                                               // before anything tells a time
 showSummary(takeBlocks("end")[0].left_out);
-showSettings();
+startSettings();
 showCameras(takeBlocks("camera"));
 showProblems();
 showLegend();

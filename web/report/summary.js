@@ -1,8 +1,12 @@
 // How much was scanned, how much moved, and by which settings?
 import { byId } from "../elements.js";
 import { someHaveClock } from "../model/recordings.js";
-import { events, inputs, scan } from "../model/state.js";
+import { events, inputs, scan, teller, when } from "../model/state.js";
 import { countText, secondsText } from "../texts.js";
+
+const placeOf = {
+  viewer: Intl.DateTimeFormat().resolvedOptions().timeZone, recording: "the place that was recorded", utc: "UTC",
+};
 
 // leftOut: pictures that the page has no room for.
 export function showSummary(leftOut) {
@@ -19,5 +23,10 @@ export function showSettings() {
   const { type, schema, version, zones, excluded, ...settings } = scan;
   byId("settings").textContent = "mdscan " + version + ": " +
     Object.entries(settings).map(([name, value]) => name.replace(/_/g, "-") + " " + value).join(", ") +
-    (someHaveClock(inputs) ? ". Times of day as in " + Intl.DateTimeFormat().resolvedOptions().timeZone : "");
+    (someHaveClock(inputs) ? ". Times of day as in " + placeOf[teller] : "");
+}
+
+export function startSettings() {
+  when("teller", showSettings);
+  showSettings();
 }

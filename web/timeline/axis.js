@@ -1,4 +1,5 @@
 // Which times are written above the rows, and how?
+import { shownAt } from "../clock.js";
 import { clockText, dateText, secondsText } from "../texts.js";
 
 const steps = [0.1, 0.2, 0.5, 1, 2, 5, 10, 15, 30, 60, 120, 300, 600, 900, 1800, 3600, 7200, 10800, 21600, 43200, 86400];
@@ -10,9 +11,9 @@ export function tickStep(view, width) {
   return steps.find((step) => step >= least) || Math.ceil(least / day) * day;
 }
 
-// By the clock, ticks stand at full hours of the viewer's zone, and the first after midnight tells the day, too.
+// By the clock, ticks stand at its full hours, and the first after midnight tells the day, too.
 export function ticksOf(view, width, byClock) {
-  const step = tickStep(view, width), shift = byClock ? new Date(view.from * 1000).getTimezoneOffset() * 60 : 0;
+  const step = tickStep(view, width), shift = byClock ? view.from - shownAt(view.from) : 0;
   const first = Math.ceil((view.from - shift) / step) * step + shift, ticks = [];
   let date = "";
   for (let i = 0; first + i * step <= view.to; ++i) {

@@ -23,12 +23,16 @@ export function edgesOf({ input, start, end }, place) {
   return place.edges(origin + start, origin + end);
 }
 
-export function drawTimeline(pen, place) {
+// range: that is wanted; null: any time.
+export function drawTimeline(pen, place, range) {
   const last = Math.min(rows.length - 1, place.lastRow);
   pen.clearRect(0, 0, place.width, place.height);
   pen.font = "12px " + getComputedStyle(document.body).fontFamily;
   pen.textBaseline = "middle";
   drawAxis(pen, place);
+  if (range) {
+    drawRange(pen, place, range);
+  }
   within(pen, 0, place, () => {
     within(pen, place.gutter, place, () => {
       drawInputs(pen, place, last);
@@ -62,6 +66,23 @@ function drawAxis(pen, place) {
     if (x + pen.measureText(label).width < place.width) {
       pen.fillText(label, x + 3, 12);
     }
+  }
+}
+
+// On the axis, with an edge down through all rows on either side.
+function drawRange(pen, place, { from, to }) {
+  const left = Math.max(place.gutter, place.xOf(from)), right = Math.min(place.gutter + place.across, place.xOf(to));
+  if (right < left) {
+    return;                                                  // not in view
+  }
+  pen.fillStyle = colours.accent;
+  pen.globalAlpha = 0.3;
+  pen.fillRect(left, 0, right - left, axisHeight);
+  pen.globalAlpha = 0.1;
+  pen.fillRect(left, axisHeight, right - left, place.height);
+  pen.globalAlpha = 1;
+  for (const x of [left, right - 2]) {
+    pen.fillRect(x, 0, 2, place.height);
   }
 }
 

@@ -3,6 +3,8 @@
 import { byId } from "../elements.js";
 import { hasPlace, originOf } from "../model/rows.js";
 import { byClock, inputs, pan, pick, picked, reveal, rows, setView, shown, view, when, zoom } from "../model/state.js";
+import { wanted, wantRange } from "../model/state.js";
+import { rangeBetween } from "../model/timerange.js";
 import { clockText, dateText, secondsText, spanText } from "../texts.js";
 import { drawTimeline, edgesOf, readColours } from "./drawing.js";
 import { axisHeight, geometryOf, rowHeight } from "./geometry.js";
@@ -10,6 +12,8 @@ import { axisHeight, geometryOf, rowHeight } from "./geometry.js";
 const canvas = byId("canvas"), pen = canvas.getContext("2d"), timeline = byId("timeline"), tip = byId("tip");
 let due = false;                                             // the next frame draws
 let drag = null;                                             // what was where when the button went down
+let sweep = null;                                            // a range that is being picked
+const leastSweep = 5;                                        // pixels; less is a click
 
 function geometry() {
   return geometryOf(canvas.clientWidth, canvas.clientHeight, timeline.scrollTop, view);
@@ -25,8 +29,13 @@ function resize() {
   draw();                                                    // at once: its new size has emptied the canvas
 }
 
+function markedRange() {
+  const range = sweep || wanted.range;
+  return range && range.byClock === byClock ? range : null;
+}
+
 function draw() {
-  drawTimeline(pen, geometry());
+  drawTimeline(pen, geometry(), markedRange());
   showRange();
   canvas.dataset.from = view.from;
   canvas.dataset.to = view.to;
@@ -91,13 +100,27 @@ function showTip(span, { clientX, clientY }) {
 }
 
 function press(event) {
-  drag = { x: event.offsetX, y: event.offsetY, from: view.from, to: view.to, top: timeline.scrollTop, moved: false };
+  const onAxis = event.offsetY < axisHeight, sweeps = onAxis || event.shiftKey;
+  drag = { x: event.offsetX, y: event.offsetY, from: view.from, to: view.to, top: timeline.scrollTop, moved: false, onAxis,
+           sweeps };
   canvas.setPointerCapture(event.pointerId);
+}
+
+// Within what is in view, whatever the pointer does.
+function rangeTo(x) {
+  const { gutter, across, timeOf } = geometry(), inside = (at) => timeOf(Math.min(Math.max(at, gutter), gutter + across));
+  return rangeBetween(inside(drag.x), inside(x), byClock, inside(gutter + leastSweep) - inside(gutter));
 }
 
 function move(event) {
   if (!drag) {
     showTip(spanAt(event.offsetX, event.offsetY), event);
+    canvas.classList.toggle("axis", event.offsetY < axisHeight);
+    return;
+  }
+  if (drag.sweeps) {
+    sweep = rangeTo(event.offsetX);
+    redraw();
     return;
   }
   drag.moved = drag.moved || Math.abs(event.offsetX - drag.x) + Math.abs(event.offsetY - drag.y) > 4;
@@ -110,7 +133,13 @@ function move(event) {
 }
 
 function release(event) {
-  const clicked = drag && !drag.moved ? eventAt(event.offsetX, event.offsetY) : null;
+  const clicked = drag && !drag.moved && !sweep ? eventAt(event.offsetX, event.offsetY) : null;
+  const swept = drag && drag.sweeps && (sweep || drag.onAxis);
+  if (swept) {
+    const range = sweep;
+    sweep = null;
+    wantRange(range);
+  }
   drag = null;
   canvas.classList.remove("dragged");
   if (clicked) {
@@ -136,11 +165,13 @@ export function startTimeline() {
     resize();
   });
   when("view", redraw);
+  when("teller", redraw);
   when("shown", redraw);
   when("picked", () => { bringIntoView(picked); redraw(); });
   canvas.addEventListener("pointerdown", press);
   canvas.addEventListener("pointermove", move);
   canvas.addEventListener("pointerup", release);
+  canvas.addEventListener("pointercancel", () => { drag = sweep = null; redraw(); });
   canvas.addEventListener("pointerleave", () => { tip.hidden = true; });
   canvas.addEventListener("wheel", turn, { passive: false });
   timeline.addEventListener("scroll", redraw);

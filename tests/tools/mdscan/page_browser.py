@@ -24,7 +24,7 @@ if not CHROMIUM or not DRIVER:
 
 SWITCHES = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
             "--disable-background-networking", "--disable-component-update", "--disable-sync",
-            "--mute-audio", "--window-size=1280,1000"]
+            "--mute-audio", "--lang=en-US", "--window-size=1280,1000"]
 
 
 def new_browser(folder):

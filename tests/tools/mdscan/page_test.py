@@ -9,15 +9,19 @@ skipped.
 """
 import json
 import math
+import os
 import pathlib
 import re
+import shutil
 import sys
 import unittest
+import unittest.mock
 
 from page_case import PageCase                               # ends here where there is no browser
 from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
+from selenium.webdriver.support.select import Select
 
 FOOTAGE = sys.argv[3]
 
@@ -94,6 +98,95 @@ class PageTest(PageCase):
         shown = [cell.get_attribute("title").split("/")[-1] for cell in self.cells()]
         self.assertEqual(shown, names)
         self.assertNotEqual(shown, [event["file"].split("/")[-1] for event in events])
+
+    def open_recorder(self, zone):
+        """The page of a recorder's six files below folders of days, scanned in New York, as seen in that time zone."""
+        self.browser.execute_cdp_cmd("Emulation.setTimezoneOverride", {"timezoneId": zone})
+        self.addCleanup(self.browser.execute_cdp_cmd, "Emulation.setTimezoneOverride", {"timezoneId": ""})
+        page = pathlib.Path(self.folder.name, "recorder.html")
+        if not page.exists():
+            clip = pathlib.Path(self.folder.name, "recordings of <b>/gate/1.mp4")
+            for place in ("gate/2026/03/01/06-00-00", "gate/2026/03/01/18-00-00", "gate/2026/03/02/06-00-00",
+                          "gate/2026/03/03/06-00-00", "yard/2026-03-01/060100", "yard/2026-03-02/180000"):
+                copy = pathlib.Path(self.folder.name, "nvr", place + ".mp4")
+                copy.parent.mkdir(parents=True, exist_ok=True)
+                shutil.copy(clip, copy)
+            with unittest.mock.patch.dict(os.environ, TZ="EST5EDT,M3.2.0,M11.1.0"):
+                _, events = self.scan("recorder.html", "-j", "2", str(pathlib.Path(self.folder.name, "nvr")))
+            type(self).recorded = [event["start_time"] for event in events]
+        self.open(page)
+
+    def tell_by(self, clock):
+        Select(self.one("#teller")).select_by_value(clock)
+
+    def test_a_recorders_files_are_a_row_per_camera(self):
+        self.open_recorder("Asia/Tokyo")
+        self.addCleanup(self.tell_by, "viewer")              # the browser keeps it for all pages
+        self.assertEqual(self.one("#canvas").get_attribute("data-rows"), "2")
+        self.assertEqual([option.text for option in Select(self.one("#camera")).options], ["all", "gate", "yard"])
+        self.assertIn("06-00-00.mp4 \u00b7 gate", self.cells()[0].text)
+        self.cells()[0].click()
+        for clock, begins in (("viewer", "2026-03-01 20:00:0"), ("utc", "2026-03-01 11:00:0"),
+                              ("recording", "2026-03-01 06:00:0")):
+            self.tell_by(clock)
+            self.assertTrue(self.cells()[0].text.startswith(begins), self.cells()[0].text)
+            self.assertIn("begins\n" + begins, self.one("#facts").text)
+            self.view()
+            self.assertTrue(self.one("#range").text.startswith(begins[:-1]), self.one("#range").text)
+        self.browser.refresh()
+        self.assertTrue(self.cells()[0].text.startswith("2026-03-01 06:00:0"), "remembered")
+        self.assertIn("the place that was recorded", self.one("#settings").text)
+
+    def test_a_day_is_found_and_a_time_picked(self):
+        self.open_recorder("America/New_York")
+        count, found = (lambda: self.one("#count").text), (lambda: self.one("#found").text)
+        whole, canvas = self.view(), self.one("#canvas")
+        self.one("body").send_keys("g")
+        self.browser.switch_to.active_element.send_keys("2026-03-02", Keys.ENTER)
+        midnight = self.script("Date.parse('2026-03-02T00:00-05:00') / 1000")
+        self.assertEqual(self.view(), (midnight, midnight + 86400))
+        self.assertIn("2026-03-02 06:00:0", self.one(".event[aria-selected='true']").text)
+        self.assertEqual(count(), "6 of 6 events", "found, not filtered")
+
+        left, right = self.script("[Math.min(220, Math.max(84, canvas.clientWidth * 0.16)), canvas.clientWidth - 8]")
+        noon = (left + right - canvas.size["width"]) / 2     # from the middle
+        drag = ActionChains(self.browser).move_to_element_with_offset(canvas, int(noon), 10 - canvas.size["height"] // 2)
+        drag.click_and_hold().move_by_offset(-300, 0).move_by_offset(-380, 0).release().perform()
+        self.assertEqual(count(), "1 of 6 events", "until noon")
+        self.assertEqual(self.view(), (midnight, midnight + 86400), "the timeline stays")
+        self.assertEqual(self.one("#from").get_attribute("value")[:16], "2026-03-02T00:00")
+        self.assertRegex(self.one("#until").get_attribute("value"), "^2026-03-02T1[12]:")
+        self.one("#anytime").click()
+        self.assertEqual((count(), self.one("#from").get_attribute("value")), ("6 of 6 events", ""))
+        self.assertFalse(self.one("#anytime").is_displayed())
+
+        self.one("#from").send_keys("03012026120000PM")
+        self.assertEqual(count(), "4 of 6 events")
+        self.one("#until").send_keys("03022026120000PM")
+        self.assertEqual(count(), "2 of 6 events")
+        self.assertEqual(self.view(), (midnight - 43200, midnight + 43200), "it shows what was picked")
+        self.one("#find").clear()
+        self.one("#find").send_keys("2026-03-09", Keys.ENTER)
+        self.assertEqual(found(), "nothing recorded then")
+        self.one("#find").send_keys("x", Keys.ENTER)
+        self.assertTrue(found().startswith("no time like"))
+        self.one("#find").send_keys(Keys.ESCAPE)
+        self.one("body").send_keys(Keys.ESCAPE, "0")
+        self.assertEqual((count(), self.view()), ("6 of 6 events", whole))
+
+        self.one("#follow").click()
+        self.one("body").send_keys("+", "+")
+        inside = sum(self.view()[0] <= begin <= self.view()[1] for begin in self.script(
+            "arguments[0].map((time) => Date.parse(time) / 1000)", self.recorded))
+        self.wait(lambda: count() == f"{inside} of 6 events", f"{inside} in view")
+        self.assertLess(inside, 6)
+        self.one("#follow").click()
+        self.assertEqual(count(), "6 of 6 events")
+        self.one("body").send_keys("r")
+        self.assertEqual(count(), f"{inside} of 6 events")
+        self.one("body").send_keys("0")
+        self.view()
+        self.assertEqual(count(), f"{inside} of 6 events", "that was for once")
 
     def test_zooms_and_pans(self):
         self.open(self.page)

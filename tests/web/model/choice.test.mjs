@@ -9,7 +9,7 @@ const events = [
   { id: "a", input: late, start: 0, length: 1, blocks: 7, searched: "gate/1.mp4\nroad", zones: ["road"] },
   { id: "b", input: late, start: 5, length: 3, blocks: 9, searched: "gate/1.mp4\nroad\nlawn", zones: ["road", "lawn"] },
   { id: "c", input: early, start: 2, length: 2, blocks: 8, searched: "door/2.mp4" },
-];
+].map((event) => ({ ...event, end: event.start + event.length }));
 const ids = (wanted, byClock = false) =>
   chosen(events, { ...everything(), ...wanted }, byClock).map((event) => event.id).join("");
 
@@ -21,6 +21,7 @@ test("nothing asked for leaves all in the order of the inputs, or by time of day
 test("each filter takes away what it must, borders stay", () => {
   for (const [wanted, left] of [[{ shortest: 2 }, "bc"], [{ longest: 2 }, "ac"], [{ shortest: 2, longest: 2 }, "c"],
     [{ camera: "gate" }, "ab"], [{ words: ["gate", "lawn"] }, "b"], [{ words: ["lawn", "door"] }, ""],
+    [{ range: { from: 1001, to: 1004, byClock: true } }, "a"], [{ range: { from: 2, to: 4, byClock: false } }, "c"],
     [{ zones: new Set(["lawn"]) }, "b"], [{ zones: new Set(["lawn", "road"]) }, "ab"]]) {
     assert.equal(ids(wanted), left, JSON.stringify(wanted));
   }

@@ -8,7 +8,7 @@ const inputs = () => [
   { file: "1", camera: "gate", begin: 1000, seconds: 60 }, { file: "2", camera: "door", begin: 900, seconds: 50 },
   { file: "3", camera: "gate", begin: null, seconds: 500 }, { file: "4", camera: "gate", begin: 2000, seconds: 10 },
   { file: "5", camera: "roof", begin: 5000, seconds: 0 },
-].map((input) => ({ ...input, conditions: [] }));
+].map((input) => ({ ...input, cameraName: input.camera, conditions: [] }));
 
 test("each input has its row and begins at 0", () => {
   const all = inputs(), { rows, whole } = laidRows(all, false);
@@ -23,6 +23,13 @@ test("by the clock, a camera's inputs share a row; those without have none", () 
   assert.deepEqual(names, [["gate", "1", "4"], ["door", "2"]]);
   assert.deepEqual(all.map((input) => input.row), [0, 1, -1, 0, -1]);
   assert.deepEqual(whole, { from: 900, to: 2010 });
+});
+
+test("a camera's inputs stand in the order of their time, whatever the order in which they came", () => {
+  const all = inputs();
+  all[0].begin = 3000;
+  assert.deepEqual(laidRows(all, true).rows[0].inputs.map((input) => input.begin), [2000, 3000]);
+  assert.deepEqual(laidRows(all, false).rows.map((row) => row.name), ["1", "2", "3", "4"], "files stay where they are");
 });
 
 test("conditions have a row below that of their inputs", () => {

@@ -9,7 +9,7 @@ const inputs = () => [{ file: "a", camera: "gate", seconds: 100, lines: [1, 2, 3
   { type: "event", event: length, start: 10 * length, end: 11 * length, boxes: [] })) }];
 const heard = [];
 
-for (const what of ["shown", "picked", "judged", "rows", "view", "theme"]) {
+for (const what of ["shown", "picked", "judged", "rows", "view", "teller", "theme"]) {
   state.when(what, (...values) => heard.push([what, ...values]));
 }
 
@@ -73,4 +73,44 @@ test("from an event that its mark has hidden, steps lead to its neighbours", () 
   assert.deepEqual([state.neighbour(-1), state.neighbour(1)], [first, undefined]);
   state.want({ ...state.wanted });
   assert.deepEqual([state.neighbour(-1), state.neighbour(1)], [undefined, first], "a new choice, a new beginning");
+});
+
+test("a range is wanted once, or follows what is in view until something else is wanted", () => {
+  const byTime = () => state.shown.map((event) => event.event).join("");
+  state.want({ ...state.wanted, words: [], marks: new Set(), shortest: 0, longest: Infinity });
+  state.setClock(false);
+  state.showAll();
+  assert.equal(byTime(), "123");
+  assert.deepEqual(hearing(() => state.wantRange({ from: 12, to: 20, byClock: false })), ["shown false"]);
+  assert.equal(byTime(), "2");
+  state.setView({ from: 28, to: 40 });
+  assert.deepEqual(hearing(state.followView), [], "nothing follows");
+  state.follow(true);
+  assert.equal(byTime(), "3");
+  state.setView({ from: 0, to: 11 });
+  state.followView();
+  assert.equal(byTime(), "1");
+  state.showAll();
+  state.followView();
+  assert.equal(byTime(), "123");
+  assert.equal(state.isFollowing, true, "all is in view");
+  state.wantRange(null);
+  assert.equal(state.isFollowing, false);
+});
+
+test("seconds of inputs are no time of day", () => {
+  state.setClock(false);
+  state.wantRange({ from: 12, to: 20, byClock: false });
+  state.setClock(true);
+  assert.equal(state.wanted.range, null);
+  state.wantRange({ from: 12, to: 20, byClock: true });
+  state.setClock(false);
+  assert.ok(state.wanted.range, "the calendar's stays");
+  state.wantRange(null);
+});
+
+test("times are told by one clock", () => {
+  assert.deepEqual(hearing(() => state.setTeller("utc")), ["teller"]);
+  assert.equal(state.teller, "utc");
+  state.setTeller("viewer");
 });

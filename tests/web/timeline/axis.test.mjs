@@ -2,6 +2,7 @@
 import assert from "node:assert";
 import test from "node:test";
 
+import { tellBy } from "../../../web/clock.js";
 import { ticksOf, tickStep } from "../../../web/timeline/axis.js";
 
 process.env.TZ = "Asia/Kolkata";                             // half past five hours ahead
@@ -28,6 +29,9 @@ test("tenths are those of the tick, not a little less", () => {
 
 test("hours are full in the viewer's zone, and the first of a day tells which", () => {
   assert.equal(labels(at("2026-03-01T14:40:00Z"), 6 * 3600, 84 * 6, true), "21:00 22:00 23:00 03-02 00:00 01:00 02:00");
+  tellBy("recording", () => -5 * 3600);
+  assert.equal(labels(at("2026-03-01T03:30:00Z"), 3 * 3600, 84 * 3, true), "23:00 03-01 00:00 01:00");
+  tellBy("viewer");
   assert.equal(labels(at("2026-03-01T00:00:00Z"), 3 * 86400, 84 * 3 + 1, true), "03-02 03-03 03-04");
   assert.equal(labels(at("2026-03-01T00:00:00Z"), 20, 84 * 4, true), "05:30:00 05:30:05 05:30:10 05:30:15 05:30:20");
 });
