@@ -1,6 +1,8 @@
 // What does mdscan find?  Shows pictures to the watcher as its scans do.
 #pragma once
 
+#include <optional>
+
 #include "Subject.h"
 #include "video/watch/Conditioning.h"
 
@@ -13,7 +15,7 @@ struct ScannerRules {
     double rate;
     int blockSize;
     bool shadows;
-    double minSize;
+    std::optional<double> minSize;
     Video::ConditioningRules conditioning;
 };
 

@@ -22,6 +22,10 @@ KeyframeScout::KeyframeScout(const std::string& input, int threads, int blockSiz
       _survey(OpenSource(input)),
       _gain(_survey.PromisedPictures()) {
     _rules.conditioning = {};  // it sees a picture every few seconds
+    _rules.maxSize = 1;        // what is too large now was small when it came
+    for (Zone& zone : _rules.zones) {
+        zone.maxSize.reset();
+    }
 }
 
 // A detector wants eleven pictures before it finds anything. Eleven keyframes would take long: it gets those of the

@@ -5,16 +5,16 @@
 
 namespace Video {
 
-double SmallestSize(double stated, const ConditioningRules& rules) {
-    if (!rules.on || stated != usualSmallestSize) {
-        return stated;
+double SmallestSize(std::optional<double> stated, const ConditioningRules& rules) {
+    if (!rules.on || stated) {
+        return stated.value_or(usualSmallestSize);
     }
     switch (rules.sensitivity) {
         case Sensitivity::Low: return 0.05;
-        case Sensitivity::Normal: return stated;
+        case Sensitivity::Normal: return usualSmallestSize;
         case Sensitivity::High: return 0.015;
     }
-    return stated;
+    return usualSmallestSize;
 }
 
 int BlockSizeOf(int fitting, const ConditioningRules& rules) {

@@ -1,6 +1,8 @@
 // How is a detector to be conditioned?
 #pragma once
 
+#include <optional>
+
 namespace Video {
 
 // What a shaking camera's pictures are moved back by.
@@ -26,8 +28,9 @@ struct ConditioningRules {
 // Of an object, as a fraction of the picture's width and of its height, where nobody states another.
 inline constexpr double usualSmallestSize = 0.03;
 
-// Of an object that is told, by the sensitivity; what somebody states stands, and where nobody conditions everything does.
-double SmallestSize(double stated, const ConditioningRules& rules);
+// Of an object that is told: what somebody states stands, 0 and the usual one too; else the sensitivity says, where anybody
+// conditions.
+double SmallestSize(std::optional<double> stated, const ConditioningRules& rules);
 
 // Of the detector's blocks, likewise, where the picture's size asks for `fitting` pixels.
 int BlockSizeOf(int fitting, const ConditioningRules& rules);

@@ -85,6 +85,8 @@ Box PixelBox(const coremd::Box& blocks, const PictureGrid& grid) {
     return {left, top, right - left, bottom - top};
 }
 
+ObjectSizes SizesOf(const WatchRules& rules) { return {SmallestSize(rules.minSize, rules.conditioning), rules.maxSize}; }
+
 Watcher::Watcher(const Host::PictureFormat& picture, const PictureGrid& grid, const WatchRules& rules)
     : _grid(grid), _layout(picture.format), _rules(rules) {
     if (rules.conditioning.on && rules.conditioning.stabilise != Stabilise::Off) {
@@ -116,10 +118,14 @@ void Watcher::AddZones() {
     _excluded = ExcludedBlocks(_rules.zones, _grid);
     _isWatched.assign(_excluded.size(), 0);
     _zonesOfBlock.assign(named ? _excluded.size() : 0, 0);
+    const Extent everything{_grid.columns, _grid.rows};
+    bool isLimited = false;
     for (std::size_t i = 0; i < watched.size(); ++i) {
-        const auto minSize =
-            static_cast<float>(watched[i].minSize.value_or(SmallestSize(_rules.minSize, _rules.conditioning)));
-        _watched.push_back({watched[i].name, WatchedBlocks(watched[i], _excluded, _grid), minSize});
+        const ObjectSizes sizes = SizesIn(watched[i], SizesOf(_rules));
+        const auto minSize = static_cast<float>(sizes.smallest);
+        const Extent largest = ExtentOf(sizes.largest, _grid);
+        isLimited = isLimited || largest.columns < everything.columns || largest.rows < everything.rows;
+        _watched.push_back({watched[i].name, WatchedBlocks(watched[i], _excluded, _grid), minSize, largest});
         const std::vector<std::uint8_t>& mask = _watched.back().mask;
         _detector.AddZone({.mask = mask,
                            .columns = _grid.columns,
@@ -133,6 +139,7 @@ void Watcher::AddZones() {
             }
         }
     }
+    _largeOf.resize(isLimited ? _excluded.size() : 0);
 }
 
 std::uint64_t Watcher::ZonesOf(const coremd::Object& object) const {
@@ -143,6 +150,36 @@ std::uint64_t Watcher::ZonesOf(const coremd::Object& object) const {
         }
     }
     return zones;
+}
+
+// Leaves those zones in which the object is not too large. Absent: there are any.
+std::optional<LargeObject> Watcher::Excess(const coremd::Box& bounds, std::uint64_t& zones) const {
+    if (_largeOf.empty()) {
+        return std::nullopt;
+    }
+    const Extent extent{bounds.Width(), bounds.Height()};
+    LargeObject excess{extent, {0, 0}};
+    bool isTold = false;
+    for (std::size_t i = 0; i < _watched.size(); ++i) {
+        const std::uint64_t zone = std::uint64_t{1} << i;
+        const Extent& largest = _watched[i].largest;
+        if (!_zonesOfBlock.empty() && (zones & zone) == 0) {
+            continue;
+        }
+        if (extent.columns <= largest.columns && extent.rows <= largest.rows) {
+            isTold = true;
+            continue;
+        }
+        zones &= ~zone;
+        const bool isMore = largest.columns * largest.rows >= excess.largest.columns * excess.largest.rows;
+        excess.largest = isMore ? largest : excess.largest;
+    }
+    return isTold ? std::nullopt : std::optional(excess);
+}
+
+std::optional<LargeObject> Watcher::TooLargeAt(std::size_t block) const {
+    const std::size_t place = _largeOf.empty() ? 0 : _largeOf[block];
+    return place != 0 ? std::optional(_large[place - 1]) : std::nullopt;
 }
 
 void Watcher::CountBlocks(const coremd::Object& object) {
@@ -211,6 +248,8 @@ Findings Watcher::Judge(const BlockPicture& picture, Ticks time) {
     ++_pictures;
     Findings findings{.time = time, .objects = {}, .pictureBlocks = static_cast<int>(_isWatched.size())};
     findings.isFlash = CompareWithBefore(picture.ycbcr);
+    _large.clear();
+    std::fill(_largeOf.begin(), _largeOf.end(), std::size_t{0});
     if (_conditioner) {
         _conditioner->OnPicture(picture, time, [this](const std::uint8_t* ycbcr, Ticks stamp) { Show(ycbcr, stamp); });
         ShapeAnswer(time);
@@ -227,14 +266,23 @@ Findings Watcher::Judge(const BlockPicture& picture, Ticks time) {
 
 void Watcher::FindObjects(Findings& findings) {
     for (const coremd::Object& object : _detector.Objects()) {
-        if (object.BlockCount() > 0) {
-            findings.objects.push_back({PixelBox(object.Bounds(), _grid), object.BlockCount(), ZonesOf(object)});
+        if (object.BlockCount() == 0) {
+            continue;
+        }
+        std::uint64_t zones = ZonesOf(object);
+        if (const std::optional<LargeObject> excess = Excess(object.Bounds(), zones)) {
+            _large.push_back(*excess);
             for (const coremd::Block block : object.Blocks()) {
-                findings.changedBlocks += _hasChanged[static_cast<std::size_t>(block.row * _grid.columns + block.column)];
+                _largeOf[static_cast<std::size_t>(block.row * _grid.columns + block.column)] = _large.size();
             }
-            if (_rules.heat) {
-                CountBlocks(object);
-            }
+            continue;
+        }
+        findings.objects.push_back({PixelBox(object.Bounds(), _grid), object.BlockCount(), zones});
+        for (const coremd::Block block : object.Blocks()) {
+            findings.changedBlocks += _hasChanged[static_cast<std::size_t>(block.row * _grid.columns + block.column)];
+        }
+        if (_rules.heat) {
+            CountBlocks(object);
         }
     }
 }
@@ -254,28 +302,47 @@ void Watcher::ShapeAnswer(Ticks time) {
     }
 }
 
-void Watcher::FindLabelled(Findings& findings) {
-    std::fill(_labelled.begin(), _labelled.end(), LabelledObject{});
+void Watcher::Outline(const std::uint16_t* labels, std::vector<LabelledObject>& objects) const {
+    std::fill(objects.begin(), objects.end(), LabelledObject{});
     for (int row = 0; row < _grid.rows; ++row) {
         for (int column = 0; column < _grid.columns; ++column) {
             const auto block = static_cast<std::size_t>(row * _grid.columns + column);
-            const std::size_t label = _labels[block];
-            if (label == 0) {
+            const std::size_t label = labels[block];
+            if (label == 0 || _isWatched[block] == 0) {
                 continue;
             }
-            if (label >= _labelled.size()) {
-                _labelled.resize(label + 1);
+            if (label >= objects.size()) {
+                objects.resize(label + 1);
             }
-            LabelledObject& object = _labelled[label];
+            LabelledObject& object = objects[label];
             object.bounds = object.blocks == 0 ? coremd::Box{column, row, column, row}
                                                : coremd::Box{std::min(object.bounds.left, column), object.bounds.top,
                                                              std::max(object.bounds.right, column), row};
             ++object.blocks;
-            findings.changedBlocks += _hasChanged[block];
             object.zones |= _zonesOfBlock.empty() ? 0 : _zonesOfBlock[block];
-            if (_rules.heat) {
-                ++_heat.counts[block];
-            }
+        }
+    }
+}
+
+void Watcher::FindLabelled(Findings& findings) {
+    Outline(_labels.data(), _labelled);
+    std::vector<std::size_t> largeOf(_largeOf.empty() ? 0 : _labelled.size());  // [label]
+    for (std::size_t label = 0; label < largeOf.size(); ++label) {
+        LabelledObject& object = _labelled[label];
+        if (const auto excess = object.blocks > 0 ? Excess(object.bounds, object.zones) : std::nullopt) {
+            _large.push_back(*excess);
+            largeOf[label] = _large.size();
+            object.blocks = 0;
+        }
+    }
+    for (std::size_t block = 0; block < _labels.size(); ++block) {
+        if (!largeOf.empty() && largeOf[_labels[block]] != 0) {
+            _largeOf[block] = largeOf[_labels[block]];
+            _labels[block] = 0;
+        }
+        findings.changedBlocks += _labels[block] != 0 ? _hasChanged[block] : 0;
+        if (_rules.heat && _labels[block] != 0) {
+            ++_heat.counts[block];
         }
     }
     for (const LabelledObject& object : _labelled) {
@@ -303,14 +370,20 @@ std::vector<BlockMark> Watcher::Marks() {
         break;
     }
     if (_conditioner) {
+        const std::uint16_t* const labels = _conditioner->WithStopped();
+        Outline(labels, _stopped);
         for (std::size_t i = 0; i < marks.size(); ++i) {
-            marks[i] = _isWatched[i] != 0 && _conditioner->WithStopped()[i] != 0 ? BlockMark::Object : marks[i];
+            if (_isWatched[i] != 0 && labels[i] != 0) {
+                LabelledObject& object = _stopped[labels[i]];
+                marks[i] = Excess(object.bounds, object.zones) ? marks[i] : BlockMark::Object;
+            }
         }
         return marks;
     }
     for (const coremd::Object& object : _detector.Objects()) {
         for (const coremd::Block block : object.Blocks()) {
-            marks[static_cast<std::size_t>(block.row * _grid.columns + block.column)] = BlockMark::Object;
+            const auto i = static_cast<std::size_t>(block.row * _grid.columns + block.column);
+            marks[i] = TooLargeAt(i) ? marks[i] : BlockMark::Object;
         }
     }
     return marks;

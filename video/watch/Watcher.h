@@ -21,16 +21,18 @@
 #include "video/watch/Conditioning.h"
 #include "video/watch/HeatMap.h"
 #include "video/watch/SteadyReduction.h"
+#include "video/zones/ObjectSizes.h"
 #include "video/zones/Zone.h"
 
 namespace Video {
 
 struct WatchRules {
-    double framesPerSecond;   // of the video
-    bool shadows;             // drop them
-    double minSize;           // smallest object, as a fraction of the picture's width and height, before the sensitivity
-    std::vector<Zone> zones;  // none to watch: the whole picture, without what is excluded
-    bool heat = false;        // count how often each block moves
+    double framesPerSecond;         // of the video
+    bool shadows;                   // drop them
+    std::optional<double> minSize;  // smallest object, a fraction of the picture's width and height; absent: as is usual
+    std::vector<Zone> zones;        // none to watch: the whole picture, without what is excluded
+    double maxSize = 1;             // largest object, likewise; all that is larger is not told
+    bool heat = false;              // count how often each block moves
     ConditioningRules conditioning = {};
 };
 
@@ -39,6 +41,16 @@ struct WatchedZone {
     std::string name;                // empty: the whole picture
     std::vector<std::uint8_t> mask;  // [block] 1 where it is watched
     float minSize;                   // smallest object, as a fraction of the grid's width and height
+    Extent largest;                  // object, in blocks
+};
+
+// Of objects, where a zone states none of its own.
+ObjectSizes SizesOf(const WatchRules& rules);
+
+// An object that is not told because it is larger than every zone allows in which it lies.
+struct LargeObject {
+    Extent extent;
+    Extent largest;  // that would be told
 };
 
 // wish: block size in pixels, 0: chosen, by how the detector is conditioned. Throws Failure when the grid has more blocks
@@ -95,6 +107,9 @@ public:
     // Of the objects told of the newest picture, the one that the block belongs to. Precondition: the watcher conditions.
     std::optional<MovingObject> ToldAt(std::size_t block) const;
 
+    // Of the objects that are too large to be told, the one that the block belongs to. Precondition: a picture was judged.
+    std::optional<LargeObject> TooLargeAt(std::size_t block) const;
+
     // Empty where it is not counted.
     const HeatMap& Heat() const { return _heat; }
     // Was it made for such pictures?
@@ -125,6 +140,8 @@ private:
         int blocks = 0;
         std::uint64_t zones = 0;
     };
+    void Outline(const std::uint16_t* labels, std::vector<LabelledObject>& objects) const;
+    std::optional<LargeObject> Excess(const coremd::Box& bounds, std::uint64_t& zones) const;
     MovingObject Told(const LabelledObject& object) const;
 
     PictureGrid _grid;
@@ -140,6 +157,9 @@ private:
     std::optional<Conditioner> _conditioner;
     std::vector<std::uint16_t> _labels;     // [block] of the objects that are told, where it conditions
     std::vector<LabelledObject> _labelled;  // [label]
+    std::vector<LabelledObject> _stopped;   // [label] scratch
+    std::vector<LargeObject> _large;        // of the newest picture
+    std::vector<std::size_t> _largeOf;      // [block] 1 + its place there, 0: none; empty where no size is too large
     Host::Shift _shift;                     // of the newest picture
     std::vector<std::uint8_t> _before;      // [block] luma of the newest picture; empty: there was none
     std::vector<std::uint8_t> _hasChanged;  // [block] {0,1}; since the picture before it

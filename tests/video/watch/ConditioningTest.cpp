@@ -14,9 +14,9 @@ ConditioningRules RulesOf(Sensitivity sensitivity) { return {.on = true, .sensit
 TEST(Conditioning, TheMoreSensitiveTheSmallerAndFainterIsWhatIsTold) {
     const ConditioningRules low = RulesOf(Sensitivity::Low), normal = RulesOf(Sensitivity::Normal),
                             high = RulesOf(Sensitivity::High);
-    EXPECT_GT(SmallestSize(usualSmallestSize, low), usualSmallestSize);
-    EXPECT_EQ(SmallestSize(usualSmallestSize, normal), usualSmallestSize);
-    EXPECT_LT(SmallestSize(usualSmallestSize, high), usualSmallestSize);
+    EXPECT_GT(SmallestSize({}, low), usualSmallestSize);
+    EXPECT_EQ(SmallestSize({}, normal), usualSmallestSize);
+    EXPECT_LT(SmallestSize({}, high), usualSmallestSize);
     EXPECT_LT(DimmingOf(Sensitivity::Low), DimmingOf(Sensitivity::Normal));
     EXPECT_LT(DimmingOf(Sensitivity::Normal), DimmingOf(Sensitivity::High));
     EXPECT_EQ(GridOf(1280, 720, 0, normal).blockSize, 10);
@@ -40,9 +40,11 @@ TEST(Conditioning, WhatIsStatedStandsAndAPlainDetectorHasNoSensitivity) {
     ConditioningRules rules = RulesOf(Sensitivity::High);
     EXPECT_EQ(SmallestSize(0.1, rules), 0.1);
     EXPECT_EQ(SmallestSize(0, rules), 0);
+    EXPECT_EQ(SmallestSize(usualSmallestSize, rules), usualSmallestSize) << "stated is stated";
     EXPECT_EQ(GridOf(1280, 720, 12, rules).blockSize, 12);
     rules.on = false;
-    EXPECT_EQ(SmallestSize(usualSmallestSize, rules), usualSmallestSize);
+    EXPECT_EQ(SmallestSize({}, rules), usualSmallestSize);
+    EXPECT_EQ(SmallestSize(0.05, rules), 0.05);
     EXPECT_EQ(GridOf(1280, 720, 0, rules).blockSize, GridOf(1280, 720, 0).blockSize);
 }
 

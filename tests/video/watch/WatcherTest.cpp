@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "video/base/BgrPicture.h"
@@ -245,6 +246,74 @@ TEST(Watcher, BlocksThatMoveAndHaveNotChangedAreTold) {
         EXPECT_EQ(standing > 0, conditioned) << "the plain detector tells what moved just now";
         EXPECT_EQ(changedStanding, 0) << conditioned;
     }
+}
+
+TEST(Watcher, ObjectsTooWideOrTooHighAreNotTold) {
+    WatchRules small = everything;
+    small.maxSize = 0.25;  // 10 of 40 columns, 7 of 30 rows
+    Watcher enough(grey, GridOf(80, 60, 2), small), wide(grey, GridOf(80, 60, 2), small),
+        high(grey, GridOf(80, 60, 2), small);
+    Appearance bothEnough({20, 14}, {20, 14}), oneWide({20, 14}, {22, 14}), oneHigh({20, 14}, {20, 16});
+    EXPECT_EQ(LastOf(enough, bothEnough).objects.size(), 2u);
+    const Findings findings = LastOf(wide, oneWide);
+    ASSERT_EQ(findings.objects.size(), 1u);
+    EXPECT_EQ(findings.objects[0].box.y, 10);
+    EXPECT_EQ(LastOf(high, oneHigh).objects.size(), 1u);
+    const std::optional<LargeObject> large = wide.TooLargeAt(20 * 40 + 25);
+    ASSERT_TRUE(large);
+    EXPECT_EQ(large->extent.columns, 11);
+    EXPECT_EQ(large->largest.columns, 10);
+    EXPECT_FALSE(wide.TooLargeAt(5 * 40 + 10));
+    EXPECT_EQ(wide.Marks()[20 * 40 + 25], BlockMark::None);
+    EXPECT_EQ(wide.Marks()[5 * 40 + 10], BlockMark::Object);
+}
+
+// The larger square lies in both zones: it counts where it may be that large.
+TEST(Watcher, AZoneMayHaveALargestSizeOfItsOwn) {
+    WatchRules own = everything;
+    own.zones = {RectangleZone("all", {0, 0, 1, 1}), RectangleZone("lower", {0, 0.5, 1, 0.5})};
+    own.zones[0].maxSize = 0.25;
+    Watcher watcher(grey, GridOf(80, 60, 2), own);
+    Appearance squares({10, 10}, {24, 16});
+    Findings findings = LastOf(watcher, squares);
+    ASSERT_EQ(findings.objects.size(), 2u);
+    EXPECT_EQ(findings.objects[0].zones, 0b10u);
+    EXPECT_EQ(findings.objects[1].zones, 0b01u);
+    own.zones[1].maxSize = 0.25;
+    Watcher neither(grey, GridOf(80, 60, 2), own);
+    findings = LastOf(neither, squares);
+    ASSERT_EQ(findings.objects.size(), 1u);
+    EXPECT_EQ(findings.objects[0].zones, 0b01u);
+}
+
+// Conditioned, what is told is put together from labels: sizes hold there, too, and so does a smallest size of nothing.
+TEST(Watcher, SizesHoldForAConditionedDetector) {
+    const auto told = [](std::optional<double> smallest, double largest, const Size& other) {
+        WatchRules rules = everything;
+        rules.conditioning.on = true;
+        rules.minSize = smallest;
+        rules.maxSize = largest;
+        rules.heat = true;
+        Watcher watcher(grey, GridOf(80, 60, 2), rules);
+        watcher.Prime(std::vector<std::uint8_t>(3 * 40 * 30, 50));
+        Appearance squares({20, 14}, other);
+        Findings findings = LastOf(watcher, squares);
+        std::size_t hot = 0, marked = 0;
+        for (const std::uint32_t count : watcher.Heat().counts) {
+            hot += count > 0 ? 1 : 0;
+        }
+        for (const BlockMark mark : watcher.Marks()) {
+            marked += mark == BlockMark::Object ? 1 : 0;
+        }
+        EXPECT_EQ(hot, static_cast<std::size_t>(MovingBlocks(findings)));
+        EXPECT_EQ(marked, hot);
+        return findings.objects.size();
+    };
+    EXPECT_EQ(told({}, 1, {24, 16}), 2u);
+    EXPECT_EQ(told({}, 0.25, {24, 16}), 1u);
+    EXPECT_EQ(told({}, 0.2, {24, 16}), 0u);
+    EXPECT_EQ(told(0.05, 1, {2, 2}), 1u);
+    EXPECT_EQ(told(0, 1, {2, 2}), 2u);
 }
 
 // A striped picture of 160 x 120; after eight seconds something chequered appears at (16, 16), and (96, 64) gets a third

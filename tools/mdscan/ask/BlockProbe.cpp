@@ -55,6 +55,7 @@ public:
         }
         _facts.verdict = Judge();
         AskConditioning();
+        AskSize();
         return _facts;
     }
 
@@ -148,6 +149,15 @@ private:
         _facts.verdict = _facts.object                     ? Verdict::Motion
                          : _facts.found == Verdict::Motion ? Verdict::Dropped
                                                            : *_facts.found;
+    }
+
+    // Decided last, of what would have been told.
+    void AskSize() {
+        _facts.large = _watcher.TooLargeAt(_index);
+        if (_facts.large) {
+            _facts.verdict = Verdict::Large;
+            _facts.object.reset();
+        }
     }
 
     // 8: what lies close together in a zone, how much of it counts, whether that is large enough.

@@ -37,6 +37,7 @@ enum class Verdict {
     Trimmed,   // beside the part of its object that changed just now
     Small,     // its object is smaller than one has to be
     Dropped,   // the detector found its object, conditioning dropped it
+    Large,     // its object is larger than one may be
     Motion     // part of an object
 };
 
@@ -90,6 +91,7 @@ struct BlockFacts {
     double shadowLimit = 0;                  // below it is a shadow
 
     std::vector<Candidate> candidates = {};          // one for each of its zones, where it is foreground
+    std::optional<Video::LargeObject> large = {};    // that it belongs to, and that is not told for that
     std::optional<Video::MovingObject> object = {};  // that it belongs to in the result
 };
 

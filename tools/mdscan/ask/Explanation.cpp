@@ -102,6 +102,10 @@ std::string VerdictText(const Explanation& e) {
             return Joined("No motion: its object is too small, ", Size(candidate->box.Width(), candidate->box.Height()),
                           ". It needs ", Size(candidate->leastColumns, candidate->leastRows), " (--min-size).");
         case Verdict::Dropped: return DroppedText(facts);
+        case Verdict::Large:
+            return Joined("No motion: its object is larger than --max-size, ",
+                          Size(facts.large->extent.columns, facts.large->extent.rows), ". It may have ",
+                          Size(facts.large->largest.columns, facts.large->largest.rows), ".");
         case Verdict::Motion: break;
     }
     return MotionText(e);
@@ -192,6 +196,7 @@ const char* NameOf(Verdict verdict) {
         case Verdict::Trimmed: return "trimmed";
         case Verdict::Small: return "small";
         case Verdict::Dropped: return "dropped";
+        case Verdict::Large: return "large";
         case Verdict::Motion: break;
     }
     return "motion";

@@ -93,6 +93,12 @@ std::string ExplanationLine(const Explanation& e) {
     if (facts.judged) {
         AddJudgement(line, facts);
     }
+    if (facts.large) {
+        line["large"] = {{"columns", facts.large->extent.columns},
+                         {"rows", facts.large->extent.rows},
+                         {"most_columns", facts.large->largest.columns},
+                         {"most_rows", facts.large->largest.rows}};
+    }
     if (facts.object) {
         line["object"] = BoxOf(facts.object->box);
         line["object"]["blocks"] = facts.object->blocks;

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,7 @@
 
 #include "ask/ZoneEditor.h"
 #include "results/ScanLine.h"
+#include "results/TallyText.h"
 #include "settings/ScanSettings.h"
 #include "video/base/BgrPicture.h"
 #include "video/base/Failure.h"
@@ -23,6 +25,7 @@
 #include "video/media/PacketSource.h"
 #include "video/media/Libav.h"
 #include "video/watch/Watcher.h"
+#include "video/zones/IdleZones.h"
 #include "video/zones/Zone.h"
 #include "video/zones/ZoneMask.h"
 
@@ -122,6 +125,11 @@ int ShowZones(const std::vector<std::string>& inputs, const ScanSettings& settin
     const std::vector<std::uint8_t> excluded = Video::ExcludedBlocks(settings.zones, grid);
     Video::BgrPicture picture = preview.empty() ? Video::BgrPicture{} : Coloured(frame);
     std::printf("%s\n", ScanLine(settings).c_str());
+    std::map<std::string, std::string> reasons;  // by the names of zones
+    for (const Video::IdleZone& zone : Video::IdleZones(settings.zones, grid, SizesOf(settings))) {
+        reasons[zone.name] = zone.reason;
+        PrintLastLine("", Video::Told(zone));
+    }
     std::size_t next = 0;
     for (const Video::Zone& zone : settings.zones) {
         const ZoneColour& colour = zone.exclude ? excludedColour : zoneColours[next++ % zoneColours.size()];
@@ -134,6 +142,9 @@ int ShowZones(const std::vector<std::string>& inputs, const ScanSettings& settin
                                        {"exclude", zone.exclude},
                                        {"blocks", blocks},
                                        {"share", std::round(1e3 * share) / 1e3}};
+        if (const auto reason = reasons.find(zone.name); !zone.exclude && reason != reasons.end()) {
+            line["idle"] = reason->second;
+        }
         if (!preview.empty()) {
             line["color"] = colour.name;
             PaintBlocks(picture, mask, grid, colour);

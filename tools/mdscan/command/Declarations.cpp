@@ -209,7 +209,11 @@ void DeclareMotion(CLI::App& app, ScanSettings& settings) {
         ->type_name("DIR")
         ->default_str("");
     app.add_flag("--shadows", settings.shadows, "Drop shadows with --condition none, too; else always dropped");
-    app.add_option("--min-size", settings.minSize, "Smallest object, as a fraction of picture width and height")
+    app.add_option("--min-size", settings.minSize, "Smallest object, of width and height; 0.03, by --sensitivity; 0: any")
+        ->check(Within(0, 1))
+        ->type_name("F")
+        ->default_str("");
+    app.add_option("--max-size", settings.maxSize, "Largest object, as a fraction of picture width and height")
         ->check(Within(0, 1))
         ->type_name("F");
     app.add_option("--min-blocks", settings.minBlocks, "Moving blocks below which a frame counts as still")

@@ -128,6 +128,9 @@ Parsed ParseOptions(const std::vector<std::string>& all, const std::string& vers
     if (options.scan.fast && !options.outputs.overlay.empty()) {
         return refuse("--overlay shows every picture, --fast decodes few (see mdscan --help)");
     }
+    if (options.scan.minSize.value_or(0) > options.scan.maxSize) {
+        return refuse("--max-size is smaller than --min-size (see mdscan --help)");
+    }
     if (!options.scan.condition && !options.scan.memory.empty()) {
         return refuse("--condition none is the plain detector, which has no --memory (see mdscan --help)");
     }

@@ -25,7 +25,7 @@ std::string ScanLine(const ScanSettings& settings) {
                  {"memory", !settings.memory.empty()},
                  {"block", settings.blockSize},
                  {"shadows", settings.shadows},
-                 {"min_size", settings.minSize},
+                 {"min_size", SizesOf(settings).smallest},
                  {"min_blocks", settings.minBlocks},
                  {"merge_gap", settings.mergeGap},
                  {"min_duration", settings.minDuration},
@@ -38,6 +38,9 @@ std::string ScanLine(const ScanSettings& settings) {
     }
     for (const Video::Zone& zone : settings.zones) {
         line[zone.exclude ? "excluded" : "zones"].push_back(zone.name);
+    }
+    if (settings.maxSize < 1) {
+        line["max_size"] = settings.maxSize;
     }
     return line.dump(-1, ' ', false, Json::error_handler_t::replace);
 }

@@ -168,6 +168,9 @@ void Batch::Listen() {
         for (Record& record : item.worker->TakeRecords()) {
             item.records.push_back(std::move(record));
         }
+        for (const std::string& warning : item.worker->TakeWarnings()) {
+            Warn(warning);
+        }
         for (const std::string& line : item.worker->TakePictures()) {
             Spill([&] { item.pictures.push_back(_spillFile.Add(line)); });
         }
@@ -179,6 +182,14 @@ void Batch::Listen() {
             }
             Finish(item, worker->Result());
         }
+    }
+}
+
+// Five hundred inputs of one camera have one thing to say.
+void Batch::Warn(const std::string& warning) {
+    if (!_quiet && _warned.insert(warning).second) {
+        _progress.Clear();
+        PrintLastLine("", warning);
     }
 }
 

@@ -68,6 +68,7 @@ private:
     void Queue();
     void Start();
     void Listen();
+    void Warn(const std::string& warning);
     void Finish(Item& item, JobResult result);
     void Remember(const Item& item, const JobResult& result);
     void TellInOrder();
@@ -102,6 +103,7 @@ private:
     std::size_t _live = 0;             // scans of live sources, beside them
     int _recalled = 0;                 // items that an earlier run had finished
     Video::Ticks _recalledLength = 0;  // of their videos
+    std::set<std::string> _warned;     // texts
     bool _leaving = false;             // interrupted, children have been told
 };
 

@@ -47,6 +47,7 @@
 #include "video/watch/HeatMap.h"
 #include "video/watch/Opening.h"
 #include "video/watch/Watcher.h"
+#include "video/zones/IdleZones.h"
 #include "video/zones/Zone.h"
 
 namespace Scan {
@@ -100,6 +101,7 @@ private:
     void Finish();
     void Analyse(const AVFrame& frame, Video::Ticks time);
     void Begin(const Host::PictureFormat& format);
+    void DoubtZones(const Video::PictureGrid& grid) const;
     void JudgeOpening();
     void Judge(const Video::BlockPicture& picture, Video::Ticks time, const AVFrame* frame);
     void TellEvent(const std::optional<Video::Event>& event);
@@ -153,6 +155,7 @@ Job::Job(const JobSettings& settings, const std::string& input, const std::strin
              .shadows = settings.scan.shadows,
              .minSize = settings.scan.minSize,
              .zones = settings.scan.zones,
+             .maxSize = settings.scan.maxSize,
              .heat = settings.files.heatmap || !settings.files.report.empty(),
              .conditioning = ConditioningOf(settings.scan)},
       _longestGap(std::max({Video::FromSeconds(settings.scan.mergeGap), periodsWithoutFrame * _cadence.Period(),
@@ -264,6 +267,7 @@ void Job::Begin(const Host::PictureFormat& format) {
     _heat.Add(_watcher ? _watcher->Heat() : Video::HeatMap{});
     const bool isFirst = !_watcher;
     const Video::PictureGrid grid = Video::GridOf(format.width, format.height, _settings.blockSize, _rules.conditioning);
+    DoubtZones(grid);
     _watcher.emplace(format, grid, _rules);
     if (!_rules.conditioning.on || !isFirst) {
         return;
@@ -290,6 +294,21 @@ std::unique_ptr<Video::Opening> Job::ReadAhead(const Video::PictureGrid& grid) c
         decoding.standIn = [&](Video::Ticks time) { return scout->At(time); };
     }
     return Video::ReadOpening(_input, _threads, _settings.rate, grid, _rules, decoding);
+}
+
+// A scan that can find nothing would end in "no motion", which nobody has looked for: it is refused.
+void Job::DoubtZones(const Video::PictureGrid& grid) const {
+    const std::vector<Video::IdleZone> idle = Video::IdleZones(_rules.zones, grid, Video::SizesOf(_rules));
+    const bool isHopeless = Video::AreAll(idle, _rules.zones);
+    if (isHopeless && idle.size() == 1) {
+        throw Video::Failure(Video::Concern::Usage, Video::Told(idle.front()));
+    }
+    for (const Video::IdleZone& zone : idle) {
+        _listener.OnWarning(Video::Told(zone));
+    }
+    if (isHopeless) {
+        throw Video::Failure(Video::Concern::Usage, "none of its zones can ever tell motion");
+    }
 }
 
 void Job::JudgeOpening() {

@@ -25,6 +25,8 @@ public:
     virtual void OnScanPicture(const ScanPicture& picture) = 0;
     // Before all others, where the input is a live source.
     virtual void OnLive() {}
+    // Something that the user wants cannot be, though the scan goes on; one line. Early, as soon as it is known.
+    virtual void OnWarning(const std::string&) {}
     // Once per picture. done: 0 to 1.
     virtual void OnPicture(double done, const Video::Tally& tally) = 0;
     // An event is over; before its record.

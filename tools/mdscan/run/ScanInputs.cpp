@@ -8,6 +8,7 @@
 #include <iterator>
 #include <map>
 #include <optional>
+#include <set>
 #include <thread>
 #include <utility>
 
@@ -37,8 +38,8 @@ namespace {
 // Hands on what the one scan finds.
 class Teller : public JobListener {
 public:
-    Teller(RunOutputs& results, const std::string& input, Progress& progress)
-        : _results(results), _input(input), _progress(progress) {}
+    Teller(RunOutputs& results, const std::string& input, Progress& progress, bool quiet)
+        : _results(results), _input(input), _progress(progress), _quiet(quiet) {}
     void OnRecord(const Record& record) override {
         _progress.Clear();  // both may go to the same terminal
         _note.Take(record);
@@ -47,12 +48,20 @@ public:
     }
     void OnScanPicture(const ScanPicture& picture) override { _results.Show(_input, picture); }
     void OnPicture(double done, const Video::Tally& tally) override { _progress.Show(done, tally); }
+    void OnWarning(const std::string& text) override {
+        if (!_quiet && _warned.insert(text).second) {
+            _progress.Clear();
+            PrintLastLine("", text);
+        }
+    }
     const ConditionNote& Note() const { return _note; }
 
 private:
     RunOutputs& _results;
     const std::string& _input;
     Progress& _progress;
+    const bool _quiet;
+    std::set<std::string> _warned;
     ConditionNote _note;
 };
 
@@ -88,7 +97,7 @@ int ScanOne(const std::string& input, const JobSettings& job, const OutputSettin
     std::string note;
     try {
         RunOutputs results(outputs, ScanLine(job.scan), {input}, false);
-        Teller teller(results, input, progress);
+        Teller teller(results, input, progress, run.quiet);
         result = RunJob(job, input, "", teller);
         note = teller.Note().Text();
         if (result.health != Health::Unreadable && result.health != Health::Untold) {

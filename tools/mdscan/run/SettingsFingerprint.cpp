@@ -15,14 +15,17 @@ std::string SettingsFingerprint(const ScanSettings& scan, const JobFiles& files)
     text.precision(17);
     text << "rate " << scan.rate << " fast " << scan.fast << " condition " << scan.condition << " stabilise "
          << WordOf(scan.stabilise) << " sensitivity " << WordOf(scan.sensitivity) << " memory \"" << scan.memory
-         << "\" block " << scan.blockSize << " shadows " << scan.shadows << " min-size " << scan.minSize << " merge-gap "
-         << scan.mergeGap << " min-duration " << scan.minDuration << " frames " << scan.frames << " rolls " << scan.preRoll
-         << " " << scan.postRoll << " min-blocks " << scan.minBlocks << " track " << scan.track << " thumbnails \""
-         << files.thumbnails << "\" clips \"" << files.clips << "\" background \"" << files.background << "\" overlay \""
-         << files.overlay << "\" heatmap " << files.heatmap << " report " << !files.report.empty() << " name-time \""
-         << scan.nameTime << "\"";
+         << "\" block " << scan.blockSize << " shadows " << scan.shadows << " min-size " << SizesOf(scan).smallest
+         << " merge-gap " << scan.mergeGap << " min-duration " << scan.minDuration << " frames " << scan.frames << " rolls "
+         << scan.preRoll << " " << scan.postRoll << " min-blocks " << scan.minBlocks << " track " << scan.track
+         << " thumbnails \"" << files.thumbnails << "\" clips \"" << files.clips << "\" background \"" << files.background
+         << "\" overlay \"" << files.overlay << "\" heatmap " << files.heatmap << " report " << !files.report.empty()
+         << " name-time \"" << scan.nameTime << "\"";
     if (scan.skipLoopFilter) {
         text << " skip-loop-filter";
+    }
+    if (scan.maxSize < 1) {
+        text << " max-size " << scan.maxSize;
     }
     if (scan.startTime) {
         text << " start-time " << *scan.startTime;
@@ -32,6 +35,9 @@ std::string SettingsFingerprint(const ScanSettings& scan, const JobFiles& files)
     }
     for (const Video::Zone& zone : scan.zones) {
         text << " zone \"" << zone.name << "\" " << zone.exclude << " " << zone.minSize.value_or(-1);
+        if (zone.maxSize) {
+            text << " to " << *zone.maxSize;
+        }
         for (const Video::Point& corner : zone.polygon) {
             text << " " << corner.x << "," << corner.y;
         }

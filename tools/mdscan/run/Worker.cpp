@@ -1,7 +1,7 @@
 // What do parent and child say to each other?
 //
-// The child writes messages into a pipe, one a line: L and a record, A and a picture, V that the input is a live
-// source, P and numbers on its progress, E and its packed result. A child that dies sends no E.
+// The child writes messages into a pipe, one a line: L and a record, A and a picture, W and a warning, V that the
+// input is a live source, P and numbers on its progress, E and its packed result. A child that dies sends no E.
 #include "run/Worker.h"
 
 #include <algorithm>
@@ -59,6 +59,7 @@ public:
     void OnRecord(const Record& record) override { Say('L', LineOf(record)); }
     void OnScanPicture(const ScanPicture& picture) override { Say('A', LineOf(picture)); }
     void OnLive() override { Say('V', ""); }
+    void OnWarning(const std::string& text) override { Say('W', text); }
 
     void OnPicture(double done, const Video::Tally& tally) override {
         if (tally.elapsed < _lastSaid + sayingInterval) {
@@ -192,6 +193,7 @@ void Worker::Understand(const std::string& message) {
             _events += std::holds_alternative<EventRecord>(_records.back()) ? 1 : 0;
             break;
         case 'A': _pictures.push_back(text); break;
+        case 'W': _warnings.push_back(text); break;
         case 'E': _result = Unpacked(text); break;
         default: {
             long long pictures = 0, length = 0;
@@ -229,6 +231,8 @@ void Worker::Bury(bool understood) {
 }
 
 std::vector<Record> Worker::TakeRecords() { return std::exchange(_records, {}); }
+
+std::vector<std::string> Worker::TakeWarnings() { return std::exchange(_warnings, {}); }
 
 std::vector<std::string> Worker::TakePictures() { return std::exchange(_pictures, {}); }
 

@@ -45,6 +45,7 @@ public:
 
     std::vector<Record> TakeRecords();        // those since the last call
     std::vector<std::string> TakePictures();  // likewise: their lines, unread, for they may have to wait
+    std::vector<std::string> TakeWarnings();  // likewise
     bool IsLive() const { return _isLive; }   // as far as is known
     double Done() const { return _done; }     // 0 to 1
     const Video::Tally& SoFar() const { return _tally; }
@@ -64,6 +65,7 @@ private:
     std::string _unread;      // an incomplete message
     std::vector<Record> _records;
     std::vector<std::string> _pictures;  // lines
+    std::vector<std::string> _warnings;
     bool _isLive = false;
     double _done = 0;
     Video::Tally _tally;

@@ -10,6 +10,7 @@
 #include "video/time/NameTime.h"
 #include "video/time/WallClock.h"
 #include "video/watch/Conditioning.h"
+#include "video/zones/ObjectSizes.h"
 #include "video/zones/Zone.h"
 
 namespace Scan {
@@ -35,7 +36,8 @@ struct ScanSettings {
     Sensitivity sensitivity = Sensitivity::Normal;
     std::string memory;                            // folder that knows each camera's background; empty: none is kept
     bool shadows = false;                          // drop shadows
-    double minSize = Video::usualSmallestSize;     // smallest object, as a fraction of the picture's width and of its height
+    std::optional<double> minSize;                 // smallest object, of the picture's width and height; absent: as usual
+    double maxSize = 1;                            // largest object, likewise
     double mergeGap = 2;                           // seconds
     double minDuration = 0.5;                      // seconds
     double preRoll = 0;                            // seconds
@@ -51,6 +53,11 @@ struct ScanSettings {
 
 inline Video::ConditioningRules ConditioningOf(const ScanSettings& settings) {
     return {.on = settings.condition, .stabilise = settings.stabilise, .sensitivity = settings.sensitivity};
+}
+
+// Of objects, where a zone states none of its own.
+inline Video::ObjectSizes SizesOf(const ScanSettings& settings) {
+    return {Video::SmallestSize(settings.minSize, ConditioningOf(settings)), settings.maxSize};
 }
 
 }  // namespace Scan

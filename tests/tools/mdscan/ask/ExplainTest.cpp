@@ -141,6 +141,13 @@ TEST_F(ExplainTest, NamesEachReason) {
         return Explain(more, clip);
     };
     EXPECT_EQ(with({"--min-size", "0.5"})["verdict"], "small");
+    answer = with({"--max-size", "0.05"});  // 5 by 4 blocks
+    EXPECT_EQ(answer["verdict"], "large");
+    EXPECT_GT(answer["large"]["columns"], answer["large"]["most_columns"]);
+    EXPECT_EQ(answer["large"]["most_rows"], 3);
+    EXPECT_FALSE(answer.contains("object"));
+    EXPECT_EQ(answer["blocks"], 0);
+    EXPECT_EQ(ExplainTest::Explain({"--at", "11", "--block", "40,30", "--max-size", "0.05"}, clip)["verdict"], "large");
     EXPECT_EQ(with({"--zones", In("zones.json")})["zones"], Words{"right"});
     EXPECT_EQ(Explain({"--at", "11", "--block", "52,30", "--zones", In("zones.json")}, clip)["verdict"], "excluded");
     EXPECT_EQ(Explain({"--at", "11", "--block", "10,30", "--zones", In("zones.json")}, clip)["verdict"], "outside");

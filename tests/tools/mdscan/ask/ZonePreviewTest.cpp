@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <cstddef>
+#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
@@ -137,6 +138,52 @@ TEST_F(ZonePreview, ThePageTakesNothingsPlace) {
     EXPECT_EQ(Mdscan({"zones", "--edit", In("page.html"), "--zone", "0,0,1,1", clip}).code, 2);
     EXPECT_EQ(Mdscan({"--edit", In("page.html"), clip}).code, 2);
     EXPECT_EQ(Mdscan({"zones", "--edit", In("missing") + "/page.html", clip}).code, 1);
+}
+
+// One that is too small, and one that is excluded: what they lack is said before anything is scanned, once each.
+TEST_F(ZonePreview, ZonesThatCanTellNothingAreNamed) {
+    Write("idle.json", R"({"zones": [{"name": "left", "polygon": [[0, 0], [0.5, 0], [0.5, 1], [0, 1]]},
+                                     {"name": "tiny", "polygon": [[0.2, 0], [0.21, 0], [0.2, 0.01]]},
+                                     {"name": "lost", "polygon": [[0.6, 0], [1, 0], [1, 1]]},
+                                     {"name": "hole", "exclude": true,
+                                      "polygon": [[0.5, 0], [1, 0], [1, 1], [0.5, 1]]}]})");
+    const std::string clip = RawClip({.width = 160, .height = 120, .seconds = 5, .from = 2, .until = 4});
+    std::filesystem::copy_file(clip, In("other.y4m"));
+    std::filesystem::copy_file(clip, In("third.y4m"));
+    const std::string tiny = "mdscan: zone \"tiny\" can never tell motion: its 1 block has no room for ";
+    const std::string lost = "mdscan: zone \"lost\" can never tell motion: excluded are all of its ";
+    const auto count = [](const std::string& text, const std::string& part) {
+        int times = 0;
+        for (std::size_t place = text.find(part); place != std::string::npos; place = text.find(part, place + 1)) {
+            ++times;
+        }
+        return times;
+    };
+    const std::vector<std::string> several = {clip, In("other.y4m"), In("third.y4m"), "-j", "2"};
+    for (const std::vector<std::string>& inputs : {std::vector<std::string>{clip}, several}) {
+        std::vector<std::string> arguments = {"--zones", In("idle.json")};
+        arguments.insert(arguments.end(), inputs.begin(), inputs.end());
+        const Outcome run = Mdscan(arguments);
+        EXPECT_EQ(run.code, 0) << run.err;
+        EXPECT_EQ(count(run.err, tiny), 1) << run.err;
+        EXPECT_EQ(count(run.err, lost), 1) << run.err;
+        EXPECT_EQ(count(run.err, "can never"), 2) << run.err;
+        arguments.push_back("--quiet");
+        EXPECT_EQ(Mdscan(arguments).err, "");
+    }
+    Outcome run = Mdscan({"zones", "--zones", In("idle.json"), clip});
+    EXPECT_EQ(run.code, 0);
+    EXPECT_EQ(count(run.err, tiny) + count(run.err, lost), 2) << run.err;
+    EXPECT_FALSE(run.lines.at(0).contains("idle"));
+    EXPECT_EQ(run.lines.at(1)["idle"].get<std::string>().rfind("its 1 block has no room", 0), 0u);
+    EXPECT_EQ(run.lines.at(2)["idle"].get<std::string>().rfind("excluded are all", 0), 0u);
+    EXPECT_FALSE(run.lines.at(3).contains("idle"));
+
+    run = Mdscan({"--zone", "0.2,0,0.01,0.01", clip});
+    EXPECT_EQ(run.code, 2) << "nothing can be found: that is no answer";
+    EXPECT_EQ(run.ErrorLines(), 1) << run.err;
+    EXPECT_NE(run.err.find("zone \"zone 1\" can never tell motion: its 1 block has no room"), std::string::npos) << run.err;
+    EXPECT_EQ(Mdscan({"--zone", "0.2,0,0.01,0.01", "--min-size", "0", clip}).code, 3) << "there is room for any object";
 }
 
 TEST_F(ZonePreview, AMistakeIsOneLineBeforeAnythingIsScanned) {

@@ -234,6 +234,8 @@ TEST_F(BatchTest, TheFirstLineNamesAllSettings) {
                        "--shadows",
                        "--min-size",
                        "0.1",
+                       "--max-size",
+                       "0.5",
                        "--min-blocks",
                        "2",
                        "--merge-gap",
@@ -256,7 +258,7 @@ TEST_F(BatchTest, TheFirstLineNamesAllSettings) {
             R"({"type": "scan", "schema": 2, "rate": 5.0, "fast": false, "skip_loop_filter": true, "condition": "default",
                       "stabilise": "on", "sensitivity": "low", "memory": true, "block": 8, "shadows": true, "min_size": 0.1,
                       "min_blocks": 2, "merge_gap": 3.0, "min_duration": 1.0, "pre_roll": 4.0, "post_roll": 5.0,
-                      "zones": ["a"], "excluded": ["b"]})"));
+                      "zones": ["a"], "excluded": ["b"], "max_size": 0.5})"));
 }
 
 TEST_F(BatchTest, ADamagedStateChangesNoResult) {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 
 #include "settings/JobSettings.h"
@@ -56,6 +57,25 @@ TEST(SettingsFingerprint, TellHowPicturesAreConditioned) {
     const std::string kept = with([](ScanSettings& scan) { scan.memory = "m"; });
     EXPECT_NE(kept, usual);
     EXPECT_NE(with([](ScanSettings& scan) { scan.memory = "n"; }), kept);
+}
+
+TEST(SettingsFingerprint, TellSizes) {
+    const auto with = [](Sensitivity sensitivity, std::optional<double> smallest, double largest,
+                         std::optional<double> own) {
+        ScanSettings scan;
+        scan.sensitivity = sensitivity;
+        scan.minSize = smallest;
+        scan.maxSize = largest;
+        scan.zones = {{.name = "a", .maxSize = own}};
+        return SettingsFingerprint(scan, {});
+    };
+    const std::string usual = with(Sensitivity::Low, {}, 1, {});
+    EXPECT_NE(with(Sensitivity::Low, 0.03, 1, {}), usual) << "stated, it stands";
+    EXPECT_NE(with(Sensitivity::Low, 0, 1, {}), usual);
+    EXPECT_NE(with(Sensitivity::Low, {}, 0.5, {}), usual);
+    EXPECT_NE(with(Sensitivity::Low, {}, 1, 0.5), usual);
+    EXPECT_NE(with(Sensitivity::Low, {}, 1, 0.5), with(Sensitivity::Low, {}, 0.5, {}));
+    EXPECT_EQ(with(Sensitivity::Normal, 0.03, 1, {}), with(Sensitivity::Normal, {}, 1, {}));
 }
 
 // Results go into them as they come; which file it is decides nothing about an input.
