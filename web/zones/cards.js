@@ -51,7 +51,7 @@ function makeCard({ id }) {
   card.addEventListener("pointerdown", () => pick(id));
   troubles.setAttribute("aria-live", "polite");
   first.append(make("i", "", "zone"), name, labelled("Excluded", excluded), remove);
-  second.append(labelled("Objects from", sizes[0]), ...(maxSize === undefined ? [] : [labelled("to", sizes[1])]));
+  second.append(labelled("Objects from", sizes[0]), labelled("to", sizes[1]));
   card.append(first, second, said, troubles);
   byId("cards").append(card);
   return { card, name, excluded, sizes, said, troubles, mark: first.firstChild };

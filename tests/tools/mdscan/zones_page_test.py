@@ -133,6 +133,7 @@ class ZonesPageTest(unittest.TestCase):
         self.at(0.6, 0.95).double_click().perform()
         self.fill(0, ".name", "pavement")
         self.fill(0, ".min_size", "0.04")
+        self.fill(0, ".max_size", "0.9")
         self.fill(1, ".name", "trees")
         self.field(1, ".exclude").click()
         self.assertFalse(self.field(1, ".min_size").is_enabled())
@@ -143,7 +144,8 @@ class ZonesPageTest(unittest.TestCase):
         zones = json.loads(file.read_text())["zones"]
         hundredths = [[[round(100 * part) for part in corner] for corner in zone.pop("polygon")] for zone in zones]
         self.assertEqual(hundredths, [[[5, 10], [45, 10], [45, 90], [5, 90]], [[60, 0], [97, 0], [97, 95], [60, 95]]])
-        self.assertEqual(zones, [{"name": "pavement", "min_size": 0.04}, {"name": "trees", "exclude": True}])
+        self.assertEqual(zones, [{"name": "pavement", "min_size": 0.04, "max_size": 0.9},
+                                 {"name": "trees", "exclude": True}])
 
         code, told = self.mdscan("zones", "--zones", str(file))
         self.assertEqual(code, 0)
@@ -289,6 +291,20 @@ class ZonesPageTest(unittest.TestCase):
         self.assertRegex(self.one("#at").text, "0:0[67]")
         self.assertNotEqual(self.script("document.getElementById('frame').src"), first)
         self.wait(lambda: self.script(width) == 160, "the last picture")
+
+    def test_warnings_are_those_of_mdscan(self):
+        shapes = {"small": [[0.1, 0.1], [0.12, 0.1], [0.12, 0.12]], "hidden": [[0.6, 0.6], [0.7, 0.6], [0.7, 0.7]],
+                  "half": [[0.3, 0.5], [0.53, 0.5], [0.53, 0.9]], "large": [[0, 0], [0.4, 0], [0, 0.4]]}
+        zones = [{"name": name, "polygon": polygon} for name, polygon in shapes.items()]
+        zones[3]["max_size"] = 0.02
+        zones.append({"name": "hole", "polygon": [[0.52, 0.5], [1, 0.5], [1, 1], [0.52, 1]], "exclude": True})
+        file = self.folder / "idle.json"
+        file.write_text(json.dumps({"zones": zones}))
+        self.open("--zones", str(file))
+        told = [["it can never tell motion: " + zone["idle"]] if "idle" in zone else []
+                for zone in self.mdscan("zones", "--zones", str(file))[1]]
+        self.assertEqual([bool(reasons) for reasons in told], [True, True, False, True, False])
+        self.assertEqual([self.troubles(place, "warning") for place in range(5)], told)
 
     def test_blocks_are_shown(self):
         self.open("--zones", str(self.folder / "written.json"))

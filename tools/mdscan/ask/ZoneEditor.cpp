@@ -77,6 +77,7 @@ void WriteZoneEditor(const std::string& page, const std::string& input, const Vi
                                            {"columns", grid.columns},
                                            {"rows", grid.rows}}},
                                          {"min_size", Video::SmallestSize(settings.minSize, ConditioningOf(settings))},
+                                         {"max_size", settings.maxSize},
                                          {"masks", MaskBlocks(text, settings.zones, grid)}})));
     for (const Video::Sample& sample : Video::SamplesOf(input, decoder, mostPictures, widestPicture)) {
         out.Write(DataBlock("picture", Dumped({{"at", Video::PrintedSeconds(sample.time)}, {"jpeg", Base64(sample.jpeg)}})));

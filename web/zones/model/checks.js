@@ -88,7 +88,7 @@ const extentText = ({ columns, rows }) => columns + " by " + rows;
 
 // Why it can never find anything; empty: it can.
 function idleness(zone, blocks, all, facts) {
-  const [least, most] = [zone.value.min_size ?? facts.minSize, zone.value.max_size ?? facts.maxSize ?? 1].map((size) =>
+  const [least, most] = [zone.value.min_size ?? facts.minSize, zone.value.max_size ?? facts.maxSize].map((size) =>
     extentOf(size, facts.grid));
   const count = countOf(blocks), covered = countOf(all);
   if (!covered) {

@@ -82,7 +82,7 @@ test("a file has zones, and no more than an object can remember", () => {
 });
 
 test("a zone that can find nothing is warned of", () => {
-  const facts = { grid: { width: 100, height: 100, block: 10, columns: 10, rows: 10 }, masks: {}, minSize: 0.3 };
+  const facts = { grid: { width: 100, height: 100, block: 10, columns: 10, rows: 10 }, masks: {}, minSize: 0.3, maxSize: 1 };
   const told = (...fields) => {
     const zones = zonesOf(...fields);
     return warningsOf(zones[0], zones, facts).join();
@@ -103,7 +103,7 @@ test("a zone that can find nothing is warned of", () => {
 
 test("a mask covers what mdscan has told of it", () => {
   const zones = zonesOf("\"name\": \"a\", \"mask\": \"m.png\"", "\"name\": \"b\", \"mask\": \"other.png\"");
-  const facts = { grid, masks: { "m.png": Uint8Array.from("110000000000", Number) }, minSize: 0 };
+  const facts = { grid, masks: { "m.png": Uint8Array.from("110000000000", Number) }, minSize: 0, maxSize: 1 };
   assert.equal(countOf(effectOf(zones[0], zones, facts)), 2);
   assert.equal(effectOf(zones[1], zones, facts), null);
   assert.deepEqual(warningsOf(zones[1], zones, facts), []);
