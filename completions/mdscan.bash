@@ -9,6 +9,8 @@ _mdscan() {
     --progress) mapfile -t COMPREPLY < <(compgen -W 'auto json none' -- "$current") ;;
     --start-time) ;;
     --name-time) ;;
+    --from) ;;
+    --to) ;;
     --reconnect) ;;
     --rate) ;;
     --block) ;;
@@ -17,6 +19,7 @@ _mdscan() {
     --sensitivity) mapfile -t COMPREPLY < <(compgen -W 'low normal high' -- "$current") ;;
     --memory) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -d -- "$current") ;;
     --min-size) ;;
+    --max-size) ;;
     --min-blocks) ;;
     --merge-gap) ;;
     --min-duration) ;;
@@ -39,7 +42,7 @@ _mdscan() {
     --pixel) ;;
     *)
         if [[ $current == -* ]]; then
-            mapfile -t COMPREPLY < <(compgen -W '-h --help --version --config --write-config -j --jobs --resume -q --quiet --progress --start-time --name-time --reconnect --rate --fast --skip-loop-filter --block --condition --stabilise --sensitivity --memory --shadows --min-size --min-blocks --ignore-flashes --merge-gap --min-duration --pre-roll --post-roll --zone --zones --mask --preview --edit -o --output --csv --report --frames --track --thumbnails --clips --background --heatmap --overlay --at --pixel --json' -- "$current")
+            mapfile -t COMPREPLY < <(compgen -W '-h --help --version --config --write-config -j --jobs --resume -q --quiet --progress --start-time --name-time --from --to --reconnect --rate --fast --skip-loop-filter --block --condition --stabilise --sensitivity --memory --shadows --min-size --max-size --min-blocks --ignore-flashes --merge-gap --min-duration --pre-roll --post-roll --zone --zones --mask --preview --edit -o --output --csv --report --frames --track --thumbnails --clips --background --heatmap --overlay --at --pixel --json' -- "$current")
         else
             compopt -o filenames
             mapfile -t COMPREPLY < <(compgen -f -- "$current")

@@ -62,6 +62,13 @@ void Decoder::Tell(PacketListener& listener) {
     listener.OnStream(_facts->Stream());
 }
 
+void Decoder::SkipTo(Ticks time) {
+    if (_source->SkipTo(time)) {
+        _wanted = time;
+        _numbers.Lose();
+    }
+}
+
 bool Decoder::Next() {
     _source->AwaitPicture();
     while (_source->IsLive() || _failuresInARow < mostFailures) {
@@ -253,6 +260,9 @@ void Decoder::CheckEnd() {
 void Decoder::NoteDamage(const std::string& what) {
     ++_failuresInARow;
     _numbers.Lose();
+    if (_time < _wanted) {  // of pictures that refer to what was left out
+        return;
+    }
     if (_source->IsLive()) {  // comes and goes; the source is as it is
         return;
     }

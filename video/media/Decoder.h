@@ -34,6 +34,10 @@ public:
     // The listener is told of the video's packets that are read after this. It must live as long as the decoder is used.
     void Tell(PacketListener& listener);
 
+    // Before the first picture: those before this time are not wanted, and are left out as far as the source can. Numbers
+    // are approximate then, and damage before it is nobody's.
+    void SkipTo(Ticks time);
+
     // Decodes the next picture. False: there is none, because the file is over or cannot be read further, because a live
     // source was given up, or because the user has had enough.
     bool Next();
@@ -101,6 +105,7 @@ private:
     std::int64_t _packets = 0;   // of the video, read so far
     std::int64_t _pictures = 0;  // so far, those discarded too
     Ticks _time = 0;             // ticks; of the newest picture
+    Ticks _wanted = 0;           // ticks; where something was left out: from then on all is wanted
     Ticks _later = 0;            // ticks; _time, behind the file's time of it
     int _failuresInARow = 0;     // of reading and decoding, without a picture in between
     bool _isOver = false;        // nothing more is wanted, or to be had

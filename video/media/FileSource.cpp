@@ -78,7 +78,9 @@ std::optional<StartTime> ContainerStart(const AVFormatContext& input, const AVSt
 
 }  // namespace
 
-FileSource::FileSource(const std::string& path) : _patience(std::make_unique<Patience>()) { Examine(path, Open(path)); }
+FileSource::FileSource(const std::string& path) : _path(path), _patience(std::make_unique<Patience>()) {
+    Examine(path, Open(path));
+}
 
 FileSource::FileSource(const std::string& url, InputPointer input, std::unique_ptr<Patience> patience, Ticks silence)
     : _patience(std::move(patience)), _silence(silence) {
@@ -130,6 +132,42 @@ void FileSource::Examine(const std::string& path, InputPointer input) {
 
 std::unique_ptr<PictureDating> FileSource::NewDating() const {
     return std::make_unique<FileDating>(_origin, _facts->nominalInterval, _facts->overflow);
+}
+
+// Where times begin anew or are guessed, nobody knows what lies where without reading it all.
+bool FileSource::IsSeekable() const {
+    constexpr int unsure = AVFMT_TS_DISCONT | AVFMT_NOTIMESTAMPS;
+    const bool isFile = !_path.empty() && !_pipe && _path != PipeReader::standardInput && !IsPattern(_path);
+    return isFile && _origin && _input->pb && (_input->pb->seekable & AVIO_SEEKABLE_NORMAL) != 0 &&
+           (_input->iformat->flags & unsure) == 0;
+}
+
+// What a container says of its keyframes need not be true, and there is no way back but a new beginning: another one tries.
+bool FileSource::SkipTo(Ticks time) {
+    if (!IsSeekable()) {
+        return false;
+    }
+    FileSource trial(_path);
+    const bool isSure = trial.GoTo(time) && trial.LandsBefore(time);
+    TakeComplaint();
+    return isSure && GoTo(time);
+}
+
+// A second of margin: what is shown first need not have been stored first, nor need it be whole.
+bool FileSource::GoTo(Ticks time) {
+    const std::int64_t target = av_rescale_q(time - oneSecond + *_origin, tickBase, _stream->time_base);
+    return time > oneSecond && av_seek_frame(_input.get(), _stream->index, target, AVSEEK_FLAG_BACKWARD) >= 0;
+}
+
+bool FileSource::LandsBefore(Ticks time) {
+    const PacketPointer packet = NewPacket();
+    Reading reading;
+    while ((reading = Read(*packet)).kind == Reading::Kind::Nothing && reading.damage.empty()) {
+    }
+    const std::optional<Ticks> shown =
+        TicksOf(packet->pts != AV_NOPTS_VALUE ? packet->pts : packet->dts, _stream->time_base);
+    return reading.kind == Reading::Kind::Packet && (packet->flags & AV_PKT_FLAG_KEY) != 0 && shown &&
+           *shown - *_origin <= time - oneSecond;
 }
 
 Reading FileSource::Read(AVPacket& packet) {

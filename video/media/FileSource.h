@@ -27,6 +27,7 @@ public:
     bool IsLive() const override { return false; }
     std::shared_ptr<const StreamFacts> Facts() const override { return _facts; }
     std::unique_ptr<PictureDating> NewDating() const override;
+    bool SkipTo(Ticks time) override;
     Reading Read(AVPacket& packet) override;
     const std::optional<StartTime>& Started() const override { return _started; }
     Ticks SeekableLength() const override;
@@ -39,7 +40,11 @@ private:
     InputPointer Open(const std::string& path);
     void Examine(const std::string& path, InputPointer input);
     bool EndsWithinPicture() const;
+    bool IsSeekable() const;
+    bool GoTo(Ticks time);
+    bool LandsBefore(Ticks time);
 
+    const std::string _path;  // of a file; else empty
     std::unique_ptr<Patience> _patience;
     const Ticks _silence = 0;  // ticks; 0: a file may take as long as it likes
     std::unique_ptr<PipeReader> _pipe;

@@ -43,6 +43,9 @@ public:
     // Says when its pictures are shown.
     virtual std::unique_ptr<PictureDating> NewDating() const = 0;
 
+    // Before the first packet: goes on at a keyframe not behind this time of the results. False: it cannot, and stays.
+    virtual bool SkipTo(Ticks) { return false; }
+
     // From here until the next call, packets are read for one picture.
     virtual void AwaitPicture() {}
 

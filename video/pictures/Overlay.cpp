@@ -176,7 +176,7 @@ void Overlay::Write(const AVFrame& picture, Ticks time, const Marking& marking) 
     Prepare(picture);
     Draw(picture, time, marking);
     const std::int64_t before = _canvas->pts;
-    _canvas->pts = std::max(av_rescale_q(time, tickBase, timeBase), before + 1);
+    _canvas->pts = std::max(av_rescale_q(time - _origin, tickBase, timeBase), before + 1);
     Encode(_canvas.get());
 }
 

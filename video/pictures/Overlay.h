@@ -37,6 +37,9 @@ public:
     Overlay(const std::string& path, const std::string& input, Ticks nominalInterval, AVRational sampleAspect,
             std::vector<std::string> zones);
 
+    // What is time 0 of the file; before the first picture.
+    void BeginAt(Ticks time) { _origin = time; }
+
     // Times must rise. Throws Failure when the picture cannot be written.
     void Write(const AVFrame& picture, Ticks time, const Marking& marking);
 
@@ -51,7 +54,8 @@ private:
     void Check(int result) const;
 
     AtomicFile _file;
-    Ticks _interval;  // ticks
+    Ticks _interval;    // ticks
+    Ticks _origin = 0;  // ticks
     AVRational _sampleAspect;
     std::vector<std::string> _zones;
     OutputPointer _output;

@@ -38,16 +38,23 @@ int Opening::BackgroundPictures() const {
 
 BlockPicture Opening::Picture(int index) const { return {_planes.Picture(index), _shifts[static_cast<std::size_t>(index)]}; }
 
-std::unique_ptr<Opening> ReadOpening(const std::string& input, int threads, double rate, const PictureGrid& grid,
-                                     const WatchRules& rules, SelectionRules decoding) {
+std::unique_ptr<Opening> ReadOpening(const std::string& input, Ticks begin, int threads, double rate,
+                                     const PictureGrid& grid, const WatchRules& rules, SelectionRules decoding) {
     std::optional<Cadence> cadence;  // asked by the decoder's threads only once it is there
     decoding.needed = [&](Ticks time) { return !cadence || cadence->MayTake(time); };
+    const bool readsAll = decoding.standIn != nullptr;  // who stands in wants to be asked for every GOP
     Decoder decoder(OpenSource(input), threads, std::move(decoding));
     cadence.emplace(rate, decoder.NominalInterval());
+    if (!readsAll) {
+        decoder.SkipTo(begin);
+    }
     PlainPicture picture;
     std::optional<Watcher> watcher;
     auto opening = std::make_unique<Opening>(grid);
     while (!Interrupted() && decoder.Next()) {
+        if (decoder.Time() < begin) {
+            continue;
+        }
         if (!opening->Takes(decoder.Time())) {
             break;
         }

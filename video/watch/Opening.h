@@ -43,8 +43,9 @@ private:
 };
 
 // Reads the first seconds of an input that can be read twice, for a scan that cannot wait for them: the very pictures that
-// it will analyse. threads, rate, rules, decoding: as for the scan. Null where there is none of that grid. Throws Failure.
-std::unique_ptr<Opening> ReadOpening(const std::string& input, int threads, double rate, const PictureGrid& grid,
-                                     const WatchRules& rules, SelectionRules decoding = {});
+// it will analyse. begin: time before which it analyses none. threads, rate, rules, decoding: as for the scan. Null where
+// there is none of that grid. Throws Failure.
+std::unique_ptr<Opening> ReadOpening(const std::string& input, Ticks begin, int threads, double rate,
+                                     const PictureGrid& grid, const WatchRules& rules, SelectionRules decoding = {});
 
 }  // namespace Video

@@ -2,6 +2,7 @@
 // detector, reads its objects back. A picture of another size or layout needs a new one, which starts learning afresh.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -112,6 +113,9 @@ public:
 
     // Empty where it is not counted.
     const HeatMap& Heat() const { return _heat; }
+    // Begins to count anew.
+    void ForgetHeat() { std::fill(_heat.counts.begin(), _heat.counts.end(), 0u); }
+
     // Was it made for such pictures?
     bool Suits(const Host::PictureFormat& picture) const;
 

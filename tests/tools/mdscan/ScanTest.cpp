@@ -429,5 +429,86 @@ TEST_F(ScanTest, APatternThatTellsNoTimeIsRefused) {
         << run.err;
 }
 
+// A minute with a square from 45 s to 49 s. Whatever the container, by seeking or without: the part is told as the whole is.
+TEST_F(ScanTest, APartIsToldAsTheWholeIs) {
+    const Video::SquareScene scene{.width = 160, .height = 120, .seconds = 60, .from = 45, .until = 49};
+    for (const char* container : {"mp4", "avi", "matroska", "mpegts"}) {
+        const std::string clip = In(std::string("clip.") + container);
+        const int bFrames = std::string(container) == "avi" ? 0 : 2;  // which AVI has no times for
+        Video::WriteEncoded({scene}, {.codec = "mpeg4", .container = container, .bFrames = bFrames}, clip);
+        const Outcome whole = Mdscan({clip}), part = Mdscan({clip, "--from", "40", "--to", "0:55"});
+        EXPECT_EQ(part.code, 0) << part.err;
+        ASSERT_EQ(whole.lines.size(), 1u) << container;
+        ASSERT_EQ(part.lines.size(), 1u) << container;
+        EXPECT_EQ(part.scan["from"], "40");
+        EXPECT_EQ(part.scan["to"], "0:55");
+        for (const char* when : {"start", "end"}) {
+            EXPECT_NEAR(part.lines[0][when], whole.lines[0][when], 0.21) << container;
+            const std::string frame = std::string(when) + "_frame";
+            EXPECT_NEAR(part.lines[0][frame], whole.lines[0][frame], 2.1) << container;
+        }
+        const bool sought = std::string(container) != "mpegts";  // whose times may begin anew anywhere
+        EXPECT_EQ(part.lines[0]["frame_exact"], !sought) << container;
+        const int pictures = std::stoi(part.err.substr(part.err.find(": ", part.err.find("clip.")) + 2));
+        EXPECT_EQ(pictures < 400, sought) << part.err;
+        EXPECT_NE(part.err.find(" 75 analysed"), std::string::npos) << "15 s, five in a second: " << part.err;
+    }
+}
+
+TEST_F(ScanTest, WhatLiesBeforeOrBehindAPartIsNotTold) {
+    const Video::SquareScene scene{.width = 160, .height = 120, .seconds = 30, .from = 20, .until = 26};
+    const std::string clip = In("clip.mp4");
+    Video::WriteEncoded({scene}, {.codec = "mpeg4", .container = "mp4"}, clip);
+    Outcome run =
+        Mdscan({clip, "--from", "22", "--to", "24", "--overlay", In("o.mp4"), "--thumbnails", In("t"), "--frames"});
+    EXPECT_EQ(run.code, 0) << run.err;
+    int frames = 0, events = 0;
+    for (const json& line : run.lines) {
+        frames += line["type"] == "frame" ? 1 : 0;
+        events += line["type"] == "event" ? 1 : 0;
+        EXPECT_GE(line.contains("time") ? line["time"] : line["start"], 22.0) << line;
+        EXPECT_LT(line.contains("time") ? line["time"] : line["end"], 24.0) << line;
+    }
+    EXPECT_EQ(frames, 10);
+    EXPECT_EQ(events, 1);
+    Video::Decoder overlay(Video::OpenSource(In("o.mp4")));
+    while (overlay.Next()) {
+    }
+    EXPECT_EQ(overlay.Pictures(), 20);
+    EXPECT_LT(overlay.Time(), 2 * Video::oneSecond);
+    EXPECT_EQ(Mdscan({clip, "--to", "19"}).code, 3);
+    EXPECT_EQ(Mdscan({clip, "--from", "27"}).code, 3);
+    EXPECT_EQ(Mdscan({clip, "--fast", "--from", "18"}).lines.size(), 1u);
+    run = MdscanFed({"-", "--from", "18"}, RawClip(scene));
+    ASSERT_EQ(run.lines.size(), 1u) << run.err;
+    ExpectTheSquare(run.lines[0], scene);
+    EXPECT_EQ(run.lines[0]["frame_exact"], true);
+
+    run = Mdscan({clip, "--from", "100"});
+    EXPECT_EQ(run.code, 3);
+    EXPECT_NE(run.err.find("nothing analysed: it has nothing from --from 100"), std::string::npos) << run.err;
+}
+
+TEST_F(ScanTest, APartMayBeATimeOfDay) {
+    const Video::SquareScene scene{.width = 160, .height = 120, .seconds = 30, .from = 20, .until = 24};
+    const std::string clip = In("clip.mp4"), mute = In("mute.mp4");
+    Video::WriteEncoded({scene}, {.codec = "mpeg4", .container = "mp4", .created = "2019-05-04T23:59:45Z"}, clip);
+    Video::WriteEncoded({scene}, {.codec = "mpeg4", .container = "mp4"}, mute);
+    EXPECT_EQ(Mdscan({clip, "--from", "T23:00Z", "--to", "T01:00Z"}).lines.size(), 1u) << "across midnight";
+    EXPECT_EQ(Mdscan({clip, "--from", "T00:00Z", "--to", "T01:00Z"}).lines.size(), 1u);
+    EXPECT_EQ(Mdscan({clip, "--from", "2019-05-05T00:00:00Z"}).lines.size(), 1u);
+    Outcome run = Mdscan({clip, "--from", "T23:00Z", "--to", "T00:00Z"});
+    EXPECT_EQ(run.code, 3) << run.err;
+    EXPECT_NE(run.err.find(" 75 analysed"), std::string::npos) << run.err;
+    EXPECT_EQ(Mdscan({clip, "--to", "2019-05-04T12:00:00Z"}).code, 3);
+    run = Mdscan({mute, "--from", "T23:00Z"});
+    EXPECT_EQ(run.code, 2);
+    EXPECT_NE(run.err.find("--from T23:00Z: nothing tells what time of day it was"), std::string::npos) << run.err;
+    EXPECT_EQ(Mdscan({mute, "--from", "T23:00Z", "--start-time", "2019-05-04T23:59:45Z"}).code, 3) << "over at midnight";
+    run = Mdscan({clip, mute, "--from", "100"});
+    EXPECT_EQ(run.code, 3);
+    EXPECT_NE(run.err.find("2 have nothing from --from 100"), std::string::npos) << run.err;
+}
+
 }  // namespace
 }  // namespace Scan

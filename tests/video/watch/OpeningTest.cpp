@@ -72,7 +72,7 @@ TEST_F(OpeningTest, ItKeepsWhatItIsGiven) {
 TEST_F(OpeningTest, ReadFromAFileItIsWhatAScanAnalyses) {
     const std::string clip = RawClip({.width = 64, .height = 48, .seconds = 20, .from = 3, .until = 8});
     const PictureGrid grid = GridOf(64, 48, 4);
-    const std::unique_ptr<Opening> opening = ReadOpening(clip, 1, rate, grid, Rules());
+    const std::unique_ptr<Opening> opening = ReadOpening(clip, 0, 1, rate, grid, Rules());
     ASSERT_TRUE(opening);
     Decoder decoder(OpenSource(clip), 1);
     Cadence cadence(rate, decoder.NominalInterval());
@@ -98,7 +98,7 @@ TEST_F(OpeningTest, ReadFromAFileItIsWhatAScanAnalyses) {
 TEST_F(OpeningTest, APictureOfAnotherSizeEndsIt) {
     WriteEncoded({{.width = 64, .height = 48, .seconds = 2}, {.width = 80, .height = 64, .seconds = 2}},
                  {.codec = "mpeg2video", .container = "mpegts"}, In("sizes.ts"));
-    const std::unique_ptr<Opening> opening = ReadOpening(In("sizes.ts"), 1, 0, GridOf(64, 48, 4), Rules());
+    const std::unique_ptr<Opening> opening = ReadOpening(In("sizes.ts"), 0, 1, 0, GridOf(64, 48, 4), Rules());
     ASSERT_TRUE(opening);
     int ofThatSize = 0, others = 0;
     for (Decoder decoder(OpenSource(In("sizes.ts")), 1); decoder.Next();) {

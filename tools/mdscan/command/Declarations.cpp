@@ -96,6 +96,7 @@ CLI::Validator IsNameTime() {
         "");
 }
 CLI::Validator IsMoment() { return Reads(&ReadTime, "seconds or hh:mm:ss"); }
+CLI::Validator IsEdge() { return Reads(&ReadEdge, "seconds, hh:mm:ss, or a time of day like T22:30"); }
 CLI::Validator IsPlace() { return Reads(&ReadPlace, "x,y, two whole numbers from 0"); }
 
 // "auto, json or none"
@@ -157,7 +158,7 @@ void DeclareProgram(CLI::App& app, Options& options, const std::string& version)
         ->configurable(false);
 }
 
-void DeclareInputs(CLI::App& app, Options& options) {
+void DeclareInputs(CLI::App& app, Options& options, Words& words) {
     app.option_defaults()->group(inputGroup);
     app.add_option("input", options.inputs, "Video files, folders, patterns, rtsp:// and the like, /dev/videoN, or -")
         ->required()
@@ -184,6 +185,11 @@ void DeclareInputs(CLI::App& app, Options& options) {
     app.add_option("--name-time", options.scan.nameTime, "Times in names: auto, none, or a pattern like %Y%m%d_%H%M%S")
         ->check(IsNameTime())
         ->type_name("PATTERN");
+    app.add_option("--from", words.from, "Analyse from there on: seconds, hh:mm:ss, or a time of day like T22:30")
+        ->check(IsEdge())
+        ->type_name("TIME")
+        ->default_str("");
+    app.add_option("--to", words.to, "Analyse up to there")->check(IsEdge())->type_name("TIME")->default_str("");
     app.add_option("--reconnect", options.run.reconnect, "Seconds without a picture after which a live source is given up")
         ->check(Within(0, longestTime))
         ->type_name("S");
@@ -331,7 +337,7 @@ void Declare(CLI::App& app, Options& options, Words& words, const std::string& v
     app.option_defaults()->always_capture_default();
     app.get_formatter()->column_width(28);
     DeclareProgram(app, options, version);
-    DeclareInputs(app, options);
+    DeclareInputs(app, options, words);
     DeclareMotion(app, options.scan);
     DeclareZones(app, options, words);
     DeclareResults(app, options.outputs, options.scan);
@@ -358,6 +364,12 @@ std::string TroubleOfZones(const Options& options) {
 std::string TakeIn(const Words& words, Options& options) {
     for (const std::string& zone : words.zones) {
         options.zones.rectangles.push_back(ReadZone(zone).value());
+    }
+    Video::TimeRange& range = options.scan.range;
+    range.from = words.from.empty() ? std::nullopt : ReadEdge(words.from);
+    range.to = words.to.empty() ? std::nullopt : ReadEdge(words.to);
+    if (const std::string trouble = Video::Trouble(range); !trouble.empty()) {
+        return trouble;
     }
     if (!options.explain) {
         return TroubleOfZones(options);

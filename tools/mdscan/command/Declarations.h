@@ -16,6 +16,7 @@ namespace Scan {
 struct Words {
     std::vector<std::string> zones;
     std::vector<std::string> blocks;  // of explain: places and sizes
+    std::string from, to;
     std::string at;
     std::string pixel;
 };

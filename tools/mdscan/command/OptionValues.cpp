@@ -50,6 +50,13 @@ std::optional<double> ReadTime(const std::string& text) {
     return whole * 60 + *seconds;
 }
 
+std::optional<Video::RangeEdge> ReadEdge(const std::string& text) {
+    if (const std::optional<double> seconds = ReadTime(text)) {
+        return Video::RangeEdge{.kind = Video::RangeEdge::Kind::Elapsed, .at = Video::FromSeconds(*seconds), .text = text};
+    }
+    return Video::ParseClockEdge(text);
+}
+
 std::optional<int> ReadWhole(const std::string& text) {
     const bool isOctal = text.size() > 1 && text.front() == '0';  // to some readers
     return isOctal ? std::nullopt : Read<int>(text);

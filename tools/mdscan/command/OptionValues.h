@@ -5,12 +5,16 @@
 #include <optional>
 #include <string>
 
+#include "video/time/TimeRange.h"
 #include "video/zones/ZoneMask.h"
 
 namespace Scan {
 
 // "12.5", "1:02" or "1:02:03.5" in seconds. Absent: something else.
 std::optional<double> ReadTime(const std::string& text);
+
+// An end of --from and --to: seconds as above, or a time by the clock. Absent: something else.
+std::optional<Video::RangeEdge> ReadEdge(const std::string& text);
 
 // "40": a whole number from 0, in plain digits. Absent: something else.
 std::optional<int> ReadWhole(const std::string& text);

@@ -6,6 +6,7 @@
 
 #include "video/base/Failure.h"
 #include "video/base/Tally.h"
+#include "video/time/TimeRange.h"
 #include "video/time/WallClock.h"
 
 namespace Scan {
@@ -33,6 +34,11 @@ const char* NameOf(Health health);
 
 // A file beside the lines was given up. reasons: one line; empty: none was.
 void AddUnwritten(const std::string& reasons, JobResult& result);
+
+// Was there nothing in it of the part that is wanted?
+inline bool IsOutside(const JobResult& result, const Video::TimeRange& range) {
+    return !range.IsAll() && result.health == Health::Whole && result.tally.analysed == 0;
+}
 
 // Exit code for a scan of this one input.
 Video::ExitCode CodeOf(const JobResult& result);

@@ -42,6 +42,12 @@ std::string ScanLine(const ScanSettings& settings) {
     if (settings.maxSize < 1) {
         line["max_size"] = settings.maxSize;
     }
+    if (settings.range.from) {
+        line["from"] = settings.range.from->text;
+    }
+    if (settings.range.to) {
+        line["to"] = settings.range.to->text;
+    }
     return line.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 

@@ -249,13 +249,14 @@ Video::Tally Batch::Sum() const {
 // Names what went wrong, sums up, chooses the exit code.
 int Batch::Conclude() {
     _progress.Clear();
-    std::size_t finished = 0, moving = 0, failed = 0;
+    std::size_t finished = 0, moving = 0, failed = 0, outside = 0;
     for (const Item& item : _items) {
         if (!item.result) {
             continue;
         }
         ++finished;
         moving += item.result->tally.events > 0 ? 1 : 0;
+        outside += IsOutside(*item.result, _settings.scan.range) ? 1 : 0;
         if (item.result->health != Health::Whole) {
             ++failed;
             PrintLastLine(Video::ShownName(item.input.path), ResultText(*item.result));
@@ -277,6 +278,7 @@ int Batch::Conclude() {
     text += cut ? ", interrupted after " + std::to_string(finished) : "";
     text += ": " + Count(moving, "with motion") + ", " + Count(failed, "failed");
     text += _recalled > 0 ? ", " + Count(static_cast<std::size_t>(_recalled), "known from before") : "";
+    text += outside > 0 ? ", " + std::to_string(outside) + " have nothing from " + _settings.scan.range.Text() : "";
     text += _otherFiles > 0 ? "; " + Count(static_cast<std::size_t>(_otherFiles), "other files passed over") : "";
     if (!_quiet) {
         PrintLastLine("", text + "; " + SumText(sum, _recalledLength));

@@ -19,6 +19,7 @@
 #include "results/ScanPictures.h"
 #include "results/TallyText.h"
 #include "run/CameraMemory.h"
+#include "run/Excerpt.h"
 #include "run/SideOutputs.h"
 #include "settings/JobSettings.h"
 #include "settings/ScanSettings.h"
@@ -99,6 +100,7 @@ private:
     std::unique_ptr<Video::Opening> ReadAhead(const Video::PictureGrid& grid) const;
     void Scan();
     void Finish();
+    void EndPart();
     void Analyse(const AVFrame& frame, Video::Ticks time);
     void Begin(const Host::PictureFormat& format);
     void DoubtZones(const Video::PictureGrid& grid) const;
@@ -128,6 +130,9 @@ private:
     const Video::WatchRules _rules;
     const Video::Ticks _longestGap;  // between two analysed frames of one event
     const std::string _memory;       // file of the camera's background; empty: none
+    Excerpt _excerpt;
+    bool _isNewPart = false;  // behind one that was told of: what the watcher knows is old
+    bool _isLearning = true;  // what is analysed is not told
     Video::EventLog _events;
     Video::ConditionLog _conditions;
     Video::PlainPicture _picture;
@@ -161,6 +166,7 @@ Job::Job(const JobSettings& settings, const std::string& input, const std::strin
       _longestGap(std::max({Video::FromSeconds(settings.scan.mergeGap), periodsWithoutFrame * _cadence.Period(),
                             settings.scan.fast ? 2 * Video::KeyframeScout::longestHonest : 0})),
       _memory(settings.scan.memory.empty() ? "" : CameraMemory(settings.scan.memory, input)),
+      _excerpt(settings.scan.range),
       _events({.mergeGap = Video::FromSeconds(settings.scan.mergeGap),
                .minDuration = Video::FromSeconds(settings.scan.minDuration),
                .longestGap = _longestGap,
@@ -172,6 +178,11 @@ Job::Job(const JobSettings& settings, const std::string& input, const std::strin
     if (settings.scan.fast) {
         _scout = NewScout();
     }
+    _excerpt.Prepare(_decoder.IsLive(), Clock(), _cadence.Period());
+    _side.BeginAt(_excerpt.FirstTold());
+    if (!_scout) {  // which wants to be asked for every GOP
+        _decoder.SkipTo(_excerpt.LearnsFrom());
+    }
 }
 
 std::unique_ptr<Video::KeyframeScout> Job::NewScout() const {
@@ -182,7 +193,7 @@ Video::SelectionRules Job::Selection() {
     Video::SelectionRules rules;
     rules.unfiltered = _settings.skipLoopFilter;
     if (_files.overlay.empty() && _files.clips.empty()) {  // one shows every picture, the other wants the time of each
-        rules.needed = [this](Video::Ticks time) { return _cadence.MayTake(time); };
+        rules.needed = [this](Video::Ticks time) { return _excerpt.Analyses(time) && _cadence.MayTake(time); };
     }
     if (_settings.fast) {
         rules.standIn = [this](Video::Ticks time) { return _scout->At(time); };
@@ -232,18 +243,39 @@ void Job::Scan() {
     if (_decoder.IsLive()) {
         _listener.OnLive();
     }
-    while (!Video::Interrupted() && !_listener.HasEnough() && _decoder.Next()) {
+    while (!Video::Interrupted() && !_listener.HasEnough() && !_excerpt.IsOver() && _decoder.Next()) {
         TellGap(_decoder.TakeGap());
-        _side.Before(_decoder);
-        if (_cadence.Takes(_decoder.Time())) {
-            Analyse(_decoder.Frame(), _decoder.Time());
+        const Video::Ticks time = _decoder.Time();
+        if (_excerpt.Ends(time)) {
+            EndPart();
         }
-        _side.After(_decoder);
+        _excerpt.Advance(time, Clock());
+        _side.Before(_decoder);
+        if (_excerpt.Analyses(time) && !_excerpt.IsOver() && _cadence.Takes(time)) {
+            Analyse(_decoder.Frame(), time);
+        }
+        if (_excerpt.Tells(time)) {
+            _side.After(_decoder);
+        }
         _listener.OnPicture(_decoder.Progress(), Sum());
     }
 }
 
+// Nothing of it goes on in the part that may follow.
+void Job::EndPart() {
+    JudgeOpening();
+    TellEvent(_events.Close());
+    _conditions.Close();
+    TellConditions();
+    _isNewPart = true;
+}
+
 void Job::Analyse(const AVFrame& frame, Video::Ticks time) {
+    if (std::exchange(_isNewPart, false) && _watcher) {
+        _heat.Add(_watcher->Heat());
+        _watcher.reset();
+        _isLearning = true;
+    }
     _picture.Take(frame);
     const Host::PictureFormat& format = _picture.Format();
     if (!_watcher || !_watcher->Suits(format)) {
@@ -293,7 +325,7 @@ std::unique_ptr<Video::Opening> Job::ReadAhead(const Video::PictureGrid& grid) c
     if (scout) {
         decoding.standIn = [&](Video::Ticks time) { return scout->At(time); };
     }
-    return Video::ReadOpening(_input, _threads, _settings.rate, grid, _rules, decoding);
+    return Video::ReadOpening(_input, _excerpt.LearnsFrom(), _threads, _settings.rate, grid, _rules, decoding);
 }
 
 // A scan that can find nothing would end in "no motion", which nobody has looked for: it is refused.
@@ -326,7 +358,15 @@ void Job::JudgeOpening() {
 
 // frame: what it was made of, absent where nobody wants it.
 void Job::Judge(const Video::BlockPicture& picture, Video::Ticks time, const AVFrame* frame) {
+    const bool isTold = _excerpt.Tells(time);
+    if (isTold && std::exchange(_isLearning, false)) {
+        _watcher->ForgetHeat();
+    }
     Video::Findings findings = _watcher->Judge(picture, time);
+    if (!isTold) {
+        FollowConditions(time);
+        return;
+    }
     ++_analysed;
     if (_settings.frames) {
         _listener.OnRecord(RecordOf(_name, NumberAt(time), findings));
@@ -380,7 +420,8 @@ void Job::FollowConditions(Video::Ticks time) {
 }
 
 void Job::TellLastConditions() {
-    if (_rules.conditioning.on && !_decoder.IsLive() && _watcher && _analysed < fewestAnalysed) {
+    if (_rules.conditioning.on && !_decoder.IsLive() && _watcher && _analysed < fewestAnalysed &&
+        _excerpt.Tells(_decoder.Time())) {
         _conditions.AddTooShort(0, _decoder.Time());
     }
     _conditions.Close();
@@ -389,7 +430,9 @@ void Job::TellLastConditions() {
 
 void Job::TellConditions() {
     for (const Video::Condition& condition : _conditions.Take()) {
-        _listener.OnRecord(RecordOf(_name, condition, Clock()));
+        if (const std::optional<Video::Condition> told = _excerpt.Clipped(condition)) {
+            _listener.OnRecord(RecordOf(_name, *told, Clock()));
+        }
     }
 }
 

@@ -115,6 +115,9 @@ int ScanOne(const std::string& input, const JobSettings& job, const OutputSettin
     if (!run.quiet && !note.empty()) {
         PrintLastLine(Video::ShownName(input), note);
     }
+    if (!run.quiet && IsOutside(result, job.scan.range)) {
+        PrintLastLine(Video::ShownName(input), "nothing analysed: it has nothing from " + job.scan.range.Text());
+    }
     if (!run.quiet || !result.trouble.empty()) {
         PrintLastLine(Video::ShownName(input), ResultText(result));
     }

@@ -27,6 +27,9 @@ std::string SettingsFingerprint(const ScanSettings& scan, const JobFiles& files)
     if (scan.maxSize < 1) {
         text << " max-size " << scan.maxSize;
     }
+    if (!scan.range.IsAll()) {
+        text << " range " << scan.range.Text();
+    }
     if (scan.startTime) {
         text << " start-time " << *scan.startTime;
     }

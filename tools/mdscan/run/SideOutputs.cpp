@@ -57,6 +57,12 @@ void SideOutputs::OnPacket(const AVPacket& packet, std::int64_t number) {
     _gaveUp.Try(_clips, _files.clips, [&](Video::Clips& clips) { clips.OnPacket(packet, number); });
 }
 
+void SideOutputs::BeginAt(Video::Ticks time) {
+    if (_overlay) {
+        _overlay->BeginAt(time);
+    }
+}
+
 void SideOutputs::Before(const Video::Decoder& decoder) {
     _gaveUp.Try(_clips, _files.clips,
                 [&](Video::Clips& clips) { clips.OnPicture(decoder.Frame(), decoder.Packet(), decoder.Time()); });

@@ -45,6 +45,9 @@ public:
     // Are pictures looked at, so that they cannot wait? Then frames come with every judgement. The same for the whole scan.
     bool WantPictures() const { return _wantPictures; }
 
+    // The first picture that is told is not before that: where a video of them begins.
+    void BeginAt(Video::Ticks time);
+
     // Of every picture: before it is judged, and after.
     void Before(const Video::Decoder& decoder);
     void After(const Video::Decoder& decoder);

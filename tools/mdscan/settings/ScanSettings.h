@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "video/time/NameTime.h"
+#include "video/time/TimeRange.h"
 #include "video/time/WallClock.h"
 #include "video/watch/Conditioning.h"
 #include "video/zones/ObjectSizes.h"
@@ -37,6 +38,7 @@ struct ScanSettings {
     std::string memory;                            // folder that knows each camera's background; empty: none is kept
     bool shadows = false;                          // drop shadows
     std::optional<double> minSize;                 // smallest object, of the picture's width and height; absent: as usual
+    Video::TimeRange range;                        // of each input; nothing else is analysed
     double maxSize = 1;                            // largest object, likewise
     double mergeGap = 2;                           // seconds
     double minDuration = 0.5;                      // seconds

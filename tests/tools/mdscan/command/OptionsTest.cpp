@@ -67,6 +67,10 @@ TEST(Options, EveryOptionReachesItsField) {
                                  "3",
                                  "--max-size",
                                  "0.75",
+                                 "--from",
+                                 "T22:00",
+                                 "--to",
+                                 "T06:00",
                                  "--pre-roll",
                                  "1.5",
                                  "--post-roll",
@@ -99,6 +103,7 @@ TEST(Options, EveryOptionReachesItsField) {
     EXPECT_TRUE(options.scan.shadows);
     EXPECT_EQ(options.scan.minSize, 0.125);
     EXPECT_EQ(options.scan.maxSize, 0.75);
+    EXPECT_EQ(options.scan.range.Text(), "--from T22:00 --to T06:00");
     EXPECT_EQ(options.scan.mergeGap, 3.5);
     EXPECT_EQ(options.scan.minDuration, 0.25);
     EXPECT_TRUE(options.scan.frames);
@@ -193,13 +198,15 @@ INSTANTIATE_TEST_SUITE_P(
                     Words{"a.mp4", "--stabilise"}, Words{"a.mp4", "--sensitivity", "11"}, Words{"a.mp4", "--condition", ""},
                     Words{"a.mp4", "--rate", "-1"}, Words{"a.mp4", "--rate", "fast"}, Words{"a.mp4", "--rate", "nan"},
                     Words{"a.mp4", "--rate", "inf"}, Words{"a.mp4", "--rate"}, Words{"a.mp4", "--block", "2.5"},
-                    Words{"a.mp4", "--min-size", "0.2", "--max-size", "0.1"}, Words{"a.mp4", "--max-size", "1.1"},
-                    Words{"a.mp4", "--jobs", "1e1"}, Words{"a.mp4", "--block", "-4"}, Words{"a.mp4", "--block", "65"},
-                    Words{"a.mp4", "--min-size", "1.1"}, Words{"a.mp4", "--merge-gap", "-0.1"},
-                    Words{"a.mp4", "--min-duration", "1e9"}, Words{"a.mp4", "--zone", "0,0,1"},
-                    Words{"a.mp4", "--zone", "0,0,1,1,1"}, Words{"a.mp4", "--zone", "0,0,1,x"},
-                    Words{"a.mp4", "--zone", "0,0,0,1"}, Words{"a.mp4", "--zone", "0.5,0,0.6,1"},
-                    Words{"a.mp4", "--zone", "nan,0,1,1"}, Words{"a.mp4", "--zone", "-0.1,0,1,1"}));
+                    Words{"a.mp4", "--min-size", "0.2", "--max-size", "0.1"}, Words{"a.mp4", "--from", "20", "--to", "10"},
+                    Words{"a.mp4", "--from", "T22:00", "--to", "10"}, Words{"a.mp4", "--from", "22h"},
+                    Words{"a.mp4", "--max-size", "1.1"}, Words{"a.mp4", "--jobs", "1e1"}, Words{"a.mp4", "--block", "-4"},
+                    Words{"a.mp4", "--block", "65"}, Words{"a.mp4", "--min-size", "1.1"},
+                    Words{"a.mp4", "--merge-gap", "-0.1"}, Words{"a.mp4", "--min-duration", "1e9"},
+                    Words{"a.mp4", "--zone", "0,0,1"}, Words{"a.mp4", "--zone", "0,0,1,1,1"},
+                    Words{"a.mp4", "--zone", "0,0,1,x"}, Words{"a.mp4", "--zone", "0,0,0,1"},
+                    Words{"a.mp4", "--zone", "0.5,0,0.6,1"}, Words{"a.mp4", "--zone", "nan,0,1,1"},
+                    Words{"a.mp4", "--zone", "-0.1,0,1,1"}));
 
 }  // namespace
 }  // namespace Scan

@@ -59,6 +59,12 @@ TEST(SettingsFingerprint, TellHowPicturesAreConditioned) {
     EXPECT_NE(with([](ScanSettings& scan) { scan.memory = "n"; }), kept);
 }
 
+TEST(SettingsFingerprint, TellTheRange) {
+    ScanSettings part;
+    part.range.from = Video::ParseClockEdge("T22:00");
+    EXPECT_NE(SettingsFingerprint(part, {}), SettingsFingerprint({}, {}));
+}
+
 TEST(SettingsFingerprint, TellSizes) {
     const auto with = [](Sensitivity sensitivity, std::optional<double> smallest, double largest,
                          std::optional<double> own) {
