@@ -11,6 +11,7 @@
 #include "video/base/PictureGrid.h"
 #include "video/files/AtomicFile.h"
 #include "video/media/Libav.h"
+#include "video/pictures/VideoEncoder.h"
 #include "video/time/TickTime.h"
 #include "video/time/WallClock.h"
 
@@ -47,23 +48,16 @@ public:
     void Finish();
 
 private:
-    void Open(const AVFrame& first);
-    void Prepare(const AVFrame& picture);
-    void Draw(const AVFrame& picture, Ticks time, const Marking& marking);
-    void Encode(const AVFrame* frame);
-    void Check(int result) const;
+    void Prepare(const AVFrame& picture, AVFrame& canvas);
+    void Draw(const AVFrame& picture, Ticks time, const Marking& marking, AVFrame& canvas);
 
     AtomicFile _file;
     Ticks _interval;    // ticks
     Ticks _origin = 0;  // ticks
     AVRational _sampleAspect;
     std::vector<std::string> _zones;
-    OutputPointer _output;
-    AVStream* _stream = nullptr;  // owned by _output
-    CodecPointer _codec;
     ScalerPointer _scaler;
-    FramePointer _canvas;  // what is encoded
-    PacketPointer _packet = NewPacket();
+    std::optional<VideoEncoder> _video;  // once there was a picture
 };
 
 }  // namespace Video
