@@ -35,6 +35,7 @@ _mdscan() {
     --report) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
     --thumbnails) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -d -- "$current") ;;
     --clips) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -d -- "$current") ;;
+    --join) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
     --background) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
     --heatmap) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
     --overlay) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
@@ -42,7 +43,7 @@ _mdscan() {
     --pixel) ;;
     *)
         if [[ $current == -* ]]; then
-            mapfile -t COMPREPLY < <(compgen -W '-h --help --version --config --write-config -j --jobs --resume -q --quiet --progress --start-time --name-time --from --to --reconnect --rate --fast --skip-loop-filter --block --condition --stabilise --sensitivity --memory --shadows --min-size --max-size --min-blocks --ignore-flashes --merge-gap --min-duration --pre-roll --post-roll --zone --zones --mask --preview --edit -o --output --csv --report --frames --track --thumbnails --clips --background --heatmap --overlay --at --pixel --json' -- "$current")
+            mapfile -t COMPREPLY < <(compgen -W '-h --help --version --config --write-config -j --jobs --resume -q --quiet --progress --start-time --name-time --from --to --reconnect --rate --fast --skip-loop-filter --block --condition --stabilise --sensitivity --memory --shadows --min-size --max-size --min-blocks --ignore-flashes --merge-gap --min-duration --pre-roll --post-roll --zone --zones --mask --preview --edit -o --output --csv --report --frames --track --thumbnails --clips --join --background --heatmap --overlay --at --pixel --json' -- "$current")
         else
             compopt -o filenames
             mapfile -t COMPREPLY < <(compgen -f -- "$current")

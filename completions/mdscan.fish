@@ -41,6 +41,7 @@ complete -c mdscan -l frames -d 'Also a line per analysed frame with its objects
 complete -c mdscan -l track -d 'Also where the largest object went during an event'
 complete -c mdscan -l thumbnails -x -a '(__fish_complete_directories)' -d 'Write a small picture of every event at its peak there'
 complete -c mdscan -l clips -x -a '(__fish_complete_directories)' -d 'Write the video of every event there, as it is stored'
+complete -c mdscan -l join -r -d 'Write one video of all events there, one after another, with chapters'
 complete -c mdscan -l background -r -d 'Write the learned background; of several inputs, a folder of them'
 complete -c mdscan -l heatmap -r -d 'Write where it moved; of several inputs, a folder of them'
 complete -c mdscan -l overlay -r -d 'Write the video with boxes, blocks, times and zones drawn'

@@ -93,15 +93,20 @@ const std::set<std::string>& PassingNames(const fs::path& folder) {
 
 }  // namespace
 
+bool IsPassingNameOf(std::string_view name, std::string_view passing) {
+    const std::size_t rest = name.size() + 1 + ending.size();
+    return passing.size() > rest && passing.starts_with(name) && passing[name.size()] == '.' && passing.ends_with(ending) &&
+           IsNumber(passing.substr(name.size() + 1, passing.size() - rest));
+}
+
 void RemoveLeftovers(const std::string& path, const std::vector<std::string>& inputs) {
     static std::mutex mutex;
     const std::lock_guard lock(mutex);
     const fs::path folder = fs::path(path).has_parent_path() ? fs::path(path).parent_path() : fs::path(".");
-    const std::string begin = fs::path(path).filename().native() + ".";
+    const std::string own = fs::path(path).filename().native(), begin = own + ".";
     const std::set<std::string>& names = PassingNames(folder);
     for (auto name = names.lower_bound(begin); name != names.end() && name->starts_with(begin); ++name) {
-        const std::size_t rest = begin.size() + ending.size();
-        if (name->size() > rest && IsNumber(std::string_view(*name).substr(begin.size(), name->size() - rest))) {
+        if (IsPassingNameOf(own, *name)) {
             const fs::path file = folder / *name;
             std::error_code ignored;
             const auto isInput = [&](const std::string& input) { return fs::equivalent(file, input, ignored); };

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Video {
@@ -28,6 +29,9 @@ private:
     int _file = -1;  // descriptor, which holds the lock
     bool _renamed = false;
 };
+
+// Is it "NAME.NUMBER.part"?
+bool IsPassingNameOf(std::string_view name, std::string_view passing);
 
 // Removes "PATH.NUMBER.part" that nobody holds a lock of: where file systems have no locks, none. A folder is looked through
 // when a process first asks about a file in it. inputs: files that must not be removed.

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -254,6 +256,159 @@ TEST_F(ClipScanTest, AFullDiskIsNamed) {
     EXPECT_NE(run.err.find("cannot write " + In("clips/input-1.mkv")), std::string::npos) << run.err;
     EXPECT_EQ(run.ErrorLines(), 1) << run.err;
     EXPECT_TRUE(std::filesystem::is_empty(In("clips")));
+}
+
+class JoinedScanTest : public ClipScanTest {
+protected:
+    // Two inputs with two events each; of the second, pictures of this width.
+    void WriteInputs(int secondWidth) const {
+        Video::WriteEncoded(twoSquares, {.codec = "mpeg4", .container = "mp4", .gop = 12}, In("a.mp4"));
+        std::vector<Video::SquareScene> others = twoSquares;
+        for (Video::SquareScene& scene : others) {
+            scene.width = secondWidth;
+        }
+        Video::WriteEncoded(others, {.codec = "mpeg4", .container = "mp4", .gop = 12}, In("b.mp4"));
+    }
+
+    Outcome Join(std::vector<std::string> options = {}) const {
+        options.insert(options.end(), {"--join", In("all.mp4"), "--min-size", "0", "--block", "4", "--merge-gap", "1",
+                                       "--post-roll", "0", In("a.mp4"), In("b.mp4")});
+        return Mdscan(options);
+    }
+
+    struct Chapter {
+        double start, end;  // seconds
+        std::string title;
+    };
+
+    std::vector<Chapter> Chapters() const {
+        AVFormatContext* opened = nullptr;
+        EXPECT_GE(avformat_open_input(&opened, In("all.mp4").c_str(), nullptr, nullptr), 0);
+        const Video::InputPointer input(opened);
+        std::vector<Chapter> chapters;
+        for (unsigned i = 0; input && i < input->nb_chapters; ++i) {
+            const AVChapter& chapter = *input->chapters[i];
+            const AVDictionaryEntry* title = av_dict_get(chapter.metadata, "title", nullptr, 0);
+            chapters.push_back({static_cast<double>(chapter.start) * av_q2d(chapter.time_base),
+                                static_cast<double>(chapter.end) * av_q2d(chapter.time_base), title ? title->value : ""});
+        }
+        return chapters;
+    }
+
+    // Names of what is left in the folder.
+    std::vector<std::string> Left() const {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(In(""))) {
+            names.push_back(entry.path().filename());
+        }
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    static std::vector<json> EventsOf(const Outcome& run) {
+        std::vector<json> events;
+        std::copy_if(run.lines.begin(), run.lines.end(), std::back_inserter(events),
+                     [](const json& line) { return line["type"] == "event"; });
+        return events;
+    }
+};
+
+TEST_F(JoinedScanTest, IsEveryClipAsItIsStored) {
+    WriteInputs(128);
+    const Outcome run = Join({"--clips", In("clips")});
+    EXPECT_EQ(run.code, 0) << run.err;
+    const std::vector<json> events = EventsOf(run);
+    ASSERT_EQ(events.size(), 4u) << run.err;
+    const Video::StoredPictures joined = Video::ReadPictures(In("all.mp4"));
+    EXPECT_TRUE(joined.errors.empty());
+    const std::vector<Chapter> chapters = Chapters();
+    ASSERT_EQ(chapters.size(), events.size());
+    std::size_t next = 0;
+    for (std::size_t i = 0; i < events.size(); ++i) {
+        const Video::StoredPictures clip = Video::ReadPictures(events[i]["clip"]);
+        ASSERT_LE(next + clip.pictures.size(), joined.pictures.size());
+        EXPECT_NEAR(joined.pictures[next].time, chapters[i].start, 0.002);
+        for (const Video::StoredPicture& picture : clip.pictures) {
+            ASSERT_EQ(joined.pictures[next].luma, picture.luma) << "event " << i;
+            EXPECT_NEAR(joined.pictures[next].time, chapters[i].start + picture.time, 0.002);
+            ++next;
+        }
+        EXPECT_NEAR(joined.pictures[next - 1].time + 0.1, chapters[i].end, 0.002);
+        EXPECT_EQ(chapters[i].title, events[i]["file"].get<std::string>() + ", " + events[i]["start"].dump() + " s");
+    }
+    EXPECT_EQ(next, joined.pictures.size());
+}
+
+TEST_F(JoinedScanTest, NeedsNoFolderOfClips) {
+    WriteInputs(128);
+    const Outcome run = Join();
+    EXPECT_EQ(run.code, 0) << run.err;
+    ASSERT_EQ(EventsOf(run).size(), 4u) << run.err;
+    EXPECT_FALSE(EventsOf(run).front().contains("clip"));
+    EXPECT_EQ(Chapters().size(), 4u);
+    EXPECT_EQ(Left(), (std::vector<std::string>{"a.mp4", "all.mp4", "b.mp4"}));
+}
+
+TEST_F(JoinedScanTest, EncodesAnewWhatDiffers) {
+    WriteInputs(96);
+    const Outcome run = Join({"--clips", In("clips")});
+    EXPECT_EQ(run.code, 0) << run.err;
+    const std::vector<json> events = EventsOf(run);
+    ASSERT_EQ(events.size(), 4u) << run.err;
+    const Video::StoredPictures joined = Video::ReadPictures(In("all.mp4"));
+    std::size_t pictures = 0;
+    for (const json& event : events) {
+        pictures += Video::ReadPictures(event["clip"]).pictures.size();
+    }
+    ASSERT_EQ(joined.pictures.size(), pictures);
+    EXPECT_EQ(joined.pictures.front().width, 128);
+    const auto lumaAt = [](const Video::StoredPicture& picture, int x) {
+        return int{picture.luma[static_cast<std::size_t>(48 * picture.width + x)]};
+    };
+    EXPECT_GT(lumaAt(joined.pictures.front(), 4), 40);  // the first ones fill it
+    EXPECT_LT(lumaAt(joined.pictures.back(), 4), 24);   // the narrower ones stand in the middle
+    EXPECT_GT(lumaAt(joined.pictures.back(), 24), 40);
+    const std::vector<Chapter> chapters = Chapters();
+    ASSERT_EQ(chapters.size(), 4u);
+    EXPECT_NEAR(chapters.back().end, joined.pictures.back().time + 0.1, 0.11);
+}
+
+TEST_F(JoinedScanTest, WithoutEventsThereIsNone) {
+    Video::WriteEncoded({{.width = 128, .height = 96, .seconds = 2, .from = 0, .until = 0}},
+                        {.codec = "mpeg4", .container = "mp4"}, In("still.mp4"));
+    const Outcome run = Mdscan({"--join", In("all.mp4"), In("still.mp4")});
+    EXPECT_EQ(run.code, 3) << run.err;
+    EXPECT_EQ(Left(), (std::vector<std::string>{"still.mp4"}));
+}
+
+TEST_F(JoinedScanTest, WhatWasKnownFromBeforeNeedsItsClips) {
+    WriteInputs(128);
+    const Outcome run = Join({"--resume", In("state")});
+    EXPECT_EQ(run.code, 2);
+    EXPECT_NE(run.err.find("--join wants --clips with --resume"), std::string::npos) << run.err;
+    for (int turn = 0; turn < 2; ++turn) {
+        EXPECT_EQ(Join({"--resume", In("state"), "--clips", In("clips")}).code, 0);
+        EXPECT_EQ(Chapters().size(), 4u);
+        std::filesystem::remove(In("all.mp4"));
+    }
+}
+
+// The lines come first, and say what went wrong only at the end.
+TEST_F(JoinedScanTest, WhatCannotBeWrittenLosesNoEvent) {
+    WriteInputs(128);
+    const std::string passing = In("all.mp4.clips.1.part");  // of a run that is long over
+    std::filesystem::create_directory(passing);
+    std::ofstream(passing + "/left.mp4") << "left";
+    const Outcome whole = Join({"--clips", In("clips")});
+    const auto bytes = static_cast<long>(std::filesystem::file_size(In("all.mp4")));
+    std::filesystem::remove(In("all.mp4"));
+    const Outcome run = Mdscan({"--join", In("all.mp4"), "--min-size", "0", "--block", "4", "--merge-gap", "1",
+                                "--post-roll", "0", In("a.mp4"), In("b.mp4")},
+                               {.largestFile = bytes - 1000});
+    EXPECT_EQ(EventsOf(run).size(), EventsOf(whole).size());
+    EXPECT_EQ(run.code, 1);
+    EXPECT_NE(run.err.find("cannot write " + In("all.mp4")), std::string::npos) << run.err;
+    EXPECT_EQ(Left(), (std::vector<std::string>{"a.mp4", "b.mp4", "clips"}));
 }
 
 }  // namespace

@@ -280,6 +280,9 @@ void DeclareResults(CLI::App& app, OutputSettings& outputs, ScanSettings& settin
     app.add_option("--clips", outputs.clips, "Write the video of every event there, as it is stored")
         ->type_name("DIR")
         ->default_str("");
+    app.add_option("--join", outputs.join, "Write one video of all events there, one after another, with chapters")
+        ->type_name("FILE.mp4")
+        ->default_str("");
     app.add_option("--background", outputs.background, "Write the learned background; of several inputs, a folder of them")
         ->type_name("FILE.png")
         ->default_str("");

@@ -34,12 +34,25 @@ RunOutputs::RunOutputs(const OutputSettings& outputs, const std::string& scan, c
     } else if (!outputs.heatmap.empty()) {
         _heat.emplace(outputs.heatmap, inputs);
     }
+    if (!outputs.join.empty()) {
+        _join.emplace(outputs.join, inputs);
+    }
     _lines.Begin(scan);
 }
 
+// Without what ends with the run.
+Record RunOutputs::Lasting(const Record& record) const {
+    Record lasting = record;
+    if (auto* event = std::get_if<EventRecord>(&lasting); event && !_paths.keepsClips) {
+        event->clip.reset();
+    }
+    return lasting;
+}
+
 void RunOutputs::Tell(const std::string& input, const Record& record) {
-    _lines.Take(record);
-    _gaveUp.Try(_table, _paths.csv, [&](CsvTable& table) { table.Take(Video::ShownName(input), record); });
+    const Record lasting = Lasting(record);
+    _lines.Take(lasting);
+    _gaveUp.Try(_table, _paths.csv, [&](CsvTable& table) { table.Take(Video::ShownName(input), lasting); });
 }
 
 void RunOutputs::TellEnd(const std::string& input, const JobResult& result) {
@@ -49,7 +62,8 @@ void RunOutputs::TellEnd(const std::string& input, const JobResult& result) {
 }
 
 void RunOutputs::Show(const std::string& input, const Record& record) {
-    _gaveUp.Try(_page, _paths.report, [&](HtmlPage& page) { page.Take(Video::ShownName(input), record); });
+    _gaveUp.Try(_page, _paths.report, [&](HtmlPage& page) { page.Take(Video::ShownName(input), Lasting(record)); });
+    _gaveUp.Try(_join, _paths.join, [&](EventJoin& join) { join.Take(Video::ShownName(input), record); });
 }
 
 void RunOutputs::Show(const std::string& input, const ScanPicture& picture) {
@@ -72,6 +86,7 @@ void RunOutputs::GiveUpShowing(const std::string& reason) {
         }
     };
     giveUp(_page, _paths.report);
+    giveUp(_join, _paths.join);
     giveUp(_heat, _paths.heatmap);
     giveUp(_heatFolder, _paths.heatmap);
 }
@@ -95,6 +110,7 @@ void RunOutputs::Keep() {
     _gaveUp.Try(_paths.lines, [&] { _lines.Keep(); });
     _gaveUp.Try(_table, _paths.csv, [](CsvTable& table) { table.Keep(); });
     _gaveUp.Try(_page, _paths.report, [&](HtmlPage& page) { page.Keep(_cameras); });
+    _gaveUp.Try(_join, _paths.join, [](EventJoin& join) { join.Keep(); });
     _gaveUp.Try(_heatFolder, _paths.heatmap, [&](const std::string& folder) { KeepHeatMaps(folder); });
     if (!_cameras.All().empty()) {
         _gaveUp.Try(_heat, _paths.heatmap, [&](Video::AtomicFile& file) {

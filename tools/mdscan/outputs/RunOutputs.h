@@ -1,4 +1,5 @@
-// Where does what a run finds go?  Lines, table, page and heat maps come from here, in the order of the inputs.
+// Where does what a run finds go?  Lines, table, page, heat maps and the video of all events come from
+// here, in the order of the inputs.
 #pragma once
 
 #include <optional>
@@ -7,6 +8,7 @@
 
 #include "outputs/CameraGrounds.h"
 #include "outputs/CsvTable.h"
+#include "outputs/EventJoin.h"
 #include "outputs/GivenUp.h"
 #include "outputs/HtmlPage.h"
 #include "outputs/JsonOutput.h"
@@ -29,8 +31,8 @@ public:
     void Tell(const std::string& input, const Record& record);
     void TellEnd(const std::string& input, const JobResult& result);  // where there are several
 
-    // Page and heat maps, which are given up when they cannot be written. Of one input after another, each ended by ShowEnd;
-    // an event's picture goes before its record.
+    // Page, heat maps and the video of all events, which are given up when they cannot be written. Of one input after
+    // another, each ended by ShowEnd; an event's picture goes before its record.
     void Show(const std::string& input, const Record& record);
     void Show(const std::string& input, const ScanPicture& picture);
     void ShowEnd(const std::string& input, const JobResult& result);
@@ -45,6 +47,7 @@ public:
     const GivenUp& GaveUp() const { return _gaveUp; }
 
 private:
+    Record Lasting(const Record& record) const;
     void KeepHeatMaps(const std::string& folder);
 
     const OutputSettings _paths;
@@ -55,6 +58,7 @@ private:
     std::optional<HtmlPage> _page;
     std::optional<Video::AtomicFile> _heat;  // of a single input
     std::optional<std::string> _heatFolder;  // of several
+    std::optional<EventJoin> _join;
     CameraGrounds _cameras;
     GivenUp _gaveUp;
 };

@@ -30,6 +30,7 @@
 #include "video/base/LiveName.h"
 #include "video/base/Tally.h"
 #include "video/files/Folder.h"
+#include "video/files/PassingFolder.h"
 
 namespace Scan {
 
@@ -67,11 +68,15 @@ private:
 
 // several: of several inputs, some results are folders.
 void RefuseSameFileTwice(const OutputSettings& outputs, const std::string& resume, bool several) {
-    const std::pair<const char*, const std::string&> places[] = {
-        {"--output", outputs.lines},   {"--csv", outputs.csv},         {"--report", outputs.report},
-        {"--resume", resume},          {"--heatmap", outputs.heatmap}, {"--background", outputs.background},
-        {"--overlay", outputs.overlay}};
-    constexpr std::size_t firstFolder = 4;  // of several inputs, these are folders that may be one
+    const std::pair<const char*, const std::string&> places[] = {{"--output", outputs.lines},
+                                                                 {"--csv", outputs.csv},
+                                                                 {"--report", outputs.report},
+                                                                 {"--resume", resume},
+                                                                 {"--join", outputs.join},
+                                                                 {"--heatmap", outputs.heatmap},
+                                                                 {"--background", outputs.background},
+                                                                 {"--overlay", outputs.overlay}};
+    constexpr std::size_t firstFolder = 5;  // of several inputs, these are folders that may be one
     std::map<std::filesystem::path, std::size_t> taken;
     for (std::size_t i = 0; i < std::size(places); ++i) {
         const auto& [name, path] = places[i];
@@ -157,8 +162,18 @@ int ScanInputs(const std::vector<std::string>& names, const ScanSettings& scan, 
     const InputList list = FindInputs(names);
     const bool several = list.several || !run.resume.empty();
     RefuseSameFileTwice(outputs, run.resume, several);
-    const JobSettings job{.scan = scan, .files = FilesOf(outputs), .reconnect = run.reconnect};
-    return several ? ScanMany(list, job, outputs, run, version) : ScanOne(list.inputs.front().path, job, outputs, run);
+    OutputSettings places = outputs;
+    std::optional<Video::PassingFolder> clips;
+    if (!outputs.join.empty() && outputs.clips.empty()) {
+        if (!run.resume.empty()) {
+            throw Video::Failure(Video::Concern::Usage,
+                                 "--join wants --clips with --resume: what was known from before has to have its clips yet");
+        }
+        places.clips = clips.emplace(outputs.join + ".clips").Name();
+        places.keepsClips = false;
+    }
+    const JobSettings job{.scan = scan, .files = FilesOf(places), .reconnect = run.reconnect};
+    return several ? ScanMany(list, job, places, run, version) : ScanOne(list.inputs.front().path, job, places, run);
 }
 
 }  // namespace Scan

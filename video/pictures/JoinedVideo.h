@@ -1,0 +1,21 @@
+// What does everything that moved look like, one after another?  Joins clips into one video, with a chapter for each.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "video/files/AtomicFile.h"
+
+namespace Video {
+
+struct JoinPart {
+    std::string clip;   // path of a video
+    std::string title;  // its chapter's
+};
+
+// parts: at least one, in their order. Pictures are copied as they are stored where all clips are of one kind and the file's
+// container takes it, else they are encoded anew, the smaller ones in the middle of the largest. The file is complete, but
+// not yet kept. Throws Failure.
+void JoinClips(const std::vector<JoinPart>& parts, const AtomicFile& file);
+
+}  // namespace Video
