@@ -21,6 +21,7 @@ except ImportError:
 MDSCAN, MAKE_CLIPS, SCHEMA = sys.argv[1:4]
 CONDITIONS = pathlib.Path(__file__).parents[3] / "video/watch/Condition.h"
 ZONES = {"zones": [{"name": "left", "polygon": [[0, 0], [0.5, 0], [0.5, 1], [0, 1]]},
+                   {"name": "wire", "polygon": [[0.2, 0], [0.201, 0], [0.2, 0.001]]},
                    {"name": "corner", "polygon": [[0.9, 0.9], [1, 0.9], [1, 1]], "exclude": True}]}
 
 # As JsonLinesTest has it.
@@ -54,11 +55,13 @@ class SchemaTest(unittest.TestCase):
             cls.runs = [run("--progress", "json", *everything, folder),
                         run("--progress", "json", f"{folder}/gate/1.mp4"),
                         run("--fast", "--ignore-flashes", folder),
+                        run("--from", "1", "--to", "5", "--max-size", "0.9", f"{folder}/gate/1.mp4"),
                         run("zones", "--preview", f"{folder}/preview.png", "--zones", str(zones), f"{folder}/gate/1.mp4")]
             # Before anything is judged, and within the square, when its background is known; and what is conditioned.
             plain = ["--condition", "none"]
             cls.answers = [run("explain", "--json", "--at", at, "--pixel", "150,60", *more, f"{folder}/gate/2.mp4")[0][0]
-                           for at, more in (("0.1", plain), ("6.6", plain), ("6.6", [*plain, "--shadows"]), ("6.6", []))]
+                           for at, more in (("0.1", plain), ("6.6", plain), ("6.6", [*plain, "--shadows"]), ("6.6", []),
+                                            ("6.6", [*plain, "--max-size", "0.05"]))]
         cls.lines = [line for out, err in cls.runs for line in out + err] + cls.answers + [CONDITION, FLASH]
 
     def test_every_line_is_valid(self):

@@ -187,7 +187,7 @@ TEST_F(ConfigFile, TheTemplateHasEveryOptionOfTheHelp) {
     for (std::sregex_iterator match(help.begin(), help.end(), name), end; match != end; ++match, ++found) {
         const std::string option = (*match)[1];
         const bool belongs = option != "help" && option != "version" && option != "config" && option != "write-config" &&
-                             option != "preview" && option != "start-time";
+                             option != "preview" && option != "edit" && option != "start-time";
         EXPECT_EQ(text.find("\n#" + option + " = ") != std::string::npos, belongs) << option;
     }
     EXPECT_GE(found, 20);
