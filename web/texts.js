@@ -37,6 +37,12 @@ export function spanText(span) {
           ...(span.zones || [])].join(", ");
 }
 
+// A share of the time in percent: coarser where it is more.
+export function shareText(share) {
+  const percent = 100 * share;
+  return percent < 0.01 ? "<0.01 %" : percent.toFixed(percent < 0.1 ? 2 : percent < 9.95 ? 1 : 0) + " %";
+}
+
 export function countText(number, what) {
   return number + " " + what + (number === 1 ? "" : "s");
 }

@@ -3,7 +3,9 @@ import assert from "node:assert";
 import test from "node:test";
 
 import { tellBy } from "../../web/clock.js";
-import { baseName, clockText, countText, dateText, eventTime, lengthText, secondsText, spanText } from "../../web/texts.js";
+import {
+  baseName, clockText, countText, dateText, eventTime, lengthText, secondsText, shareText, spanText
+} from "../../web/texts.js";
 
 process.env.TZ = "Asia/Kolkata";                             // half past five hours ahead
 const at = (text) => Date.parse(text) / 1000;
@@ -48,6 +50,13 @@ test("what stands for itself says file, kind, time, length and zones", () => {
   assert.equal(spanText({ input, start: 75.25, length: 3, zones: ["road", "lawn"] }), "a.mp4, 1:15.2, 3.0 s, road, lawn");
   assert.equal(spanText({ input, start: 0, length: 60 }), "a.mp4, 0:00.0, 1:00 min");
   assert.equal(spanText({ input, condition: "too dark", start: 0, length: 60 }), "a.mp4, too dark, 0:00.0, 1:00 min");
+});
+
+test("a small share has decimals", () => {
+  for (const [share, text] of [[1, "100 %"], [0.126, "13 %"], [0.0996, "10 %"], [0.0994, "9.9 %"], [0.005, "0.5 %"],
+    [0.0004, "0.04 %"], [0.00004, "<0.01 %"]]) {
+    assert.equal(shareText(share), text);
+  }
 });
 
 test("one is no plural", () => {

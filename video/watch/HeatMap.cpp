@@ -5,6 +5,7 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <iterator>
 #include <limits>
 #include <utility>
 
@@ -18,11 +19,11 @@ namespace {
 using Colour = std::array<float, 3>;  // blue, green, red; 0 to 255
 
 // Dark violet over red and orange to a pale yellow: brighter at every step, for those who see no colours, too.
-constexpr std::array<Colour, 5> warmth = {{{96, 20, 60}, {92, 30, 150}, {45, 60, 222}, {20, 150, 250}, {140, 240, 255}}};
+constexpr std::array<Colour, 5> warmth = {{{170, 30, 90}, {92, 30, 150}, {45, 60, 222}, {20, 150, 250}, {140, 240, 255}}};
 constexpr std::array<std::uint8_t, 3> unknownGrey = {40, 40, 40};
 constexpr Colour unknownGround = {40, 40, 40};
-constexpr float dimmed = 0.55f;      // of a background's brightness
-constexpr float leastCover = 0.45f;  // of the colour where anything moved
+constexpr float dimmed = 0.55f;     // of a background's brightness
+constexpr float leastCover = 0.7f;  // of the colour where anything moved
 constexpr float mostCover = 0.9f;
 
 Colour WarmthOf(float level) {
@@ -88,17 +89,76 @@ std::vector<Colour> Ground(const BgrPicture& background, const PictureGrid& grid
     return ground;
 }
 
-// [block] 0: nothing moved, 1: nowhere more.
-std::vector<float> Levels(const std::vector<std::uint32_t>& counts) {
-    std::vector<float> levels(counts.size());
-    const std::uint32_t most = counts.empty() ? 0 : *std::max_element(counts.begin(), counts.end());
-    for (std::size_t block = 0; block < counts.size() && most > 0; ++block) {
-        levels[block] = std::log1p(static_cast<float>(counts[block])) / std::log1p(static_cast<float>(most));
+struct Warmth {
+    float level;  // as HeatScale has it, 0 where nothing moved
+    float cover;  // 0: nothing moved; 1: something did
+};
+
+std::vector<Warmth> WarmthOfBlocks(const HeatMap& map) {
+    const HeatScale scale(map);
+    std::vector<Warmth> blocks;
+    blocks.reserve(map.counts.size());
+    for (const std::uint32_t count : map.counts) {
+        blocks.push_back(count > 0 ? Warmth{scale.LevelOf(count), 1} : Warmth{0, 0});
     }
-    return levels;
+    return blocks;
 }
 
 }  // namespace
+
+HeatScale::HeatScale(const HeatMap& map) {
+    std::vector<std::uint32_t> moved;
+    std::copy_if(map.counts.begin(), map.counts.end(), std::back_inserter(moved),
+                 [](std::uint32_t count) { return count > 0; });
+    std::sort(moved.begin(), moved.end());
+    for (std::size_t i = 0; i < moved.size(); ++i) {
+        if (i == 0 || moved[i] != moved[i - 1]) {
+            _steps.push_back({moved[i], i});
+        }
+    }
+}
+
+float HeatScale::LevelOf(std::uint32_t count) const {
+    const Step least = _steps.front(), most = _steps.back();
+    if (least.count == most.count) {
+        return 1;
+    }
+    const auto step =
+        std::lower_bound(_steps.begin(), _steps.end(), count, [](const Step& a, std::uint32_t b) { return a.count < b; });
+    const double time =
+        std::log(static_cast<double>(count) / least.count) / std::log(static_cast<double>(most.count) / least.count);
+    const double rank = static_cast<double>(step->fewer) / static_cast<double>(most.fewer);
+    return static_cast<float>((time + rank) / 2);
+}
+
+std::uint32_t HeatScale::CountFrom(float level) const {
+    for (const Step& step : _steps) {
+        if (LevelOf(step.count) >= level) {
+            return step.count;
+        }
+    }
+    return 0;
+}
+
+std::vector<HeatColour> HeatLegend(const HeatMap& map) {
+    const HeatScale scale(map);
+    std::vector<HeatColour> legend;
+    std::uint32_t before = 0;
+    for (std::size_t i = 0; i < warmth.size(); ++i) {
+        const std::uint32_t count = scale.CountFrom(static_cast<float>(i) / static_cast<float>(warmth.size() - 1));
+        if (count == 0) {
+            break;
+        }
+        if (count == before) {  // nothing is as cold as that
+            legend.pop_back();
+        }
+        const auto byte = [&](std::size_t channel) { return static_cast<std::uint8_t>(warmth[i][channel]); };
+        const double frames = std::max(static_cast<double>(map.frames), static_cast<double>(count));
+        legend.push_back({{byte(0), byte(1), byte(2)}, count / frames});
+        before = count;
+    }
+    return legend;
+}
 
 void HeatMap::Add(const HeatMap& other) {
     if (counts.empty()) {
@@ -108,6 +168,7 @@ void HeatMap::Add(const HeatMap& other) {
     if (other.counts.empty()) {
         return;
     }
+    frames += other.frames;
     for (int row = 0; row < grid.rows; ++row) {
         for (int column = 0; column < grid.columns; ++column) {
             std::uint32_t& count = counts[static_cast<std::size_t>(row * grid.columns + column)];
@@ -123,7 +184,7 @@ BgrPicture HeatPicture(const HeatMap& map, const BgrPicture& background, int shr
     BgrPicture picture{std::max(1, grid.pictureWidth / shrink), std::max(1, grid.pictureHeight / shrink), {}};
     picture.pixels.reserve(3 * static_cast<std::size_t>(picture.width) * static_cast<std::size_t>(picture.height));
     const std::vector<Colour> ground = Ground(background, grid);
-    const std::vector<float> levels = Levels(map.counts);
+    const std::vector<Warmth> blocks = WarmthOfBlocks(map);
     const auto index = [&](int column, int row) { return static_cast<std::size_t>(row * grid.columns + column); };
     const float blockSize = static_cast<float>(grid.blockSize) / static_cast<float>(shrink);
     std::vector<Place> across;
@@ -134,8 +195,9 @@ BgrPicture HeatPicture(const HeatMap& map, const BgrPicture& background, int shr
     for (int y = 0; y < picture.height; ++y) {
         const Place down = PlaceOf(static_cast<float>(y), blockSize, grid.rows);
         for (const Place& place : across) {
-            const float level = Between(place, down, [&](int column, int row) { return levels[index(column, row)]; });
-            const float cover = level > 0 ? std::min(1.0f, 8 * level) * (leastCover + (mostCover - leastCover) * level) : 0;
+            const float level = Between(place, down, [&](int column, int row) { return blocks[index(column, row)].level; });
+            const float part = Between(place, down, [&](int column, int row) { return blocks[index(column, row)].cover; });
+            const float cover = part * (leastCover + (mostCover - leastCover) * level);
             const Colour colour = WarmthOf(level);
             for (std::size_t i = 0; i < 3; ++i) {
                 const float below = Between(place, down, [&](int column, int row) { return ground[index(column, row)][i]; });

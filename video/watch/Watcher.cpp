@@ -246,6 +246,7 @@ bool Watcher::CompareWithBefore(const std::uint8_t* luma) {
 
 Findings Watcher::Judge(const BlockPicture& picture, Ticks time) {
     ++_pictures;
+    _heat.frames += _rules.heat ? 1 : 0;
     Findings findings{.time = time, .objects = {}, .pictureBlocks = static_cast<int>(_isWatched.size())};
     findings.isFlash = CompareWithBefore(picture.ycbcr);
     _large.clear();

@@ -1,6 +1,20 @@
 // Where did it move, before each camera?  Its heat map, or the background that was learned.
 import { byId, make, makeToggle } from "../elements.js";
 import { askPlaces } from "../place.js";
+import { shareText } from "../texts.js";
+
+// From which share of the analysed time on, a place has this colour.
+function heatLegend(colours) {
+  const legend = make("p", "", "heatlegend");
+  for (const { red, green, blue, share } of colours) {
+    const mark = make("i");
+    mark.style.background = `rgb(${red},${green},${blue})`;
+    legend.append(mark, make("small", shareText(share)));
+  }
+  legend.title = "Share of the time in which something moved there";
+  legend.hidden = !colours.length;
+  return legend;
+}
 
 export function showCameras(cameras) {
   const place = document.querySelector("#cameras .cards");
@@ -17,7 +31,7 @@ export function showCameras(cameras) {
       picture.src = bare ? camera.background : camera.heat;
       picture.alt = bare ? "Learned background" : "Where it moved";
     });
-    caption.append(make("b", camera.camera), toggle);
+    caption.append(make("b", camera.camera), toggle, heatLegend(camera.heat_colours));
     picture.draggable = false;
     scene.append(picture);
     askPlaces(scene, camera);

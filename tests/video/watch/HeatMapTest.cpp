@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "video/base/BgrPicture.h"
@@ -50,6 +52,67 @@ TEST(HeatMap, ThePictureIsWarmestWhereMostMoved) {
     EXPECT_GT(Brightness(picture, 7, 1), 2 * Brightness(picture, 0, 1));
     const std::uint8_t* warm = picture.pixels.data() + 3 * 7;
     EXPECT_GT(warm[2], warm[0]) << "warm is more red than blue";
+}
+
+// 20 columns of 10 blocks: the left half moves in nearly every frame, one column of the right one in a few of them.
+HeatMap Busy(std::uint32_t path) {
+    HeatMap map{.grid = {80, 40, 4, 20, 10}, .counts = std::vector<std::uint32_t>(200), .frames = 1000};
+    for (std::size_t i = 0; i < map.counts.size(); ++i) {
+        map.counts[i] = i % 20 < 10 ? 1000 - static_cast<std::uint32_t>(i % 20 * 60) : i % 20 == 15 ? path : 0;
+    }
+    return map;
+}
+
+// How far colours lie apart, 0 to 441.
+double Apart(const BgrPicture& picture, int oneX, int otherX) {
+    const auto at = [&](int x) { return picture.pixels.data() + 3 * (std::ptrdiff_t{20} * picture.width + x); };
+    double sum = 0;
+    for (int i = 0; i < 3; ++i) {
+        sum += (at(oneX)[i] - at(otherX)[i]) * (at(oneX)[i] - at(otherX)[i]);
+    }
+    return std::sqrt(sum);
+}
+
+TEST(HeatMap, ABusyHalfLeavesColoursForARarePathAndForItself) {
+    for (const std::uint32_t crossed : {1u, 5u, 40u, 200u}) {
+        const BgrPicture picture = HeatPicture(Busy(crossed), {});
+        EXPECT_GT(Apart(picture, 62, 72), 60) << "path and ground, " << crossed;
+        EXPECT_GT(Apart(picture, 62, 22), 90) << "path and busy half, " << crossed;
+        EXPECT_GT(Apart(picture, 2, 22), 90) << "all of the time and seven tenths of it, " << crossed;
+        EXPECT_GT(Apart(picture, 22, 37), 60) << "seven tenths and not half, " << crossed;
+    }
+}
+
+TEST(HeatMap, LevelsRiseFromTheLeastToTheMost) {
+    const HeatMap map = Busy(5);
+    const HeatScale scale(map);
+    EXPECT_EQ(scale.LevelOf(5), 0.0f);
+    EXPECT_EQ(scale.LevelOf(1000), 1.0f);
+    for (std::uint32_t count = 460; count < 1000; count += 60) {
+        EXPECT_LT(scale.LevelOf(count), scale.LevelOf(count + 60)) << count;
+    }
+    EXPECT_EQ(scale.CountFrom(0), 5u);
+    EXPECT_EQ(scale.CountFrom(1), 1000u);
+    EXPECT_EQ(HeatScale(Map(4, {0, 7})).LevelOf(7), 1.0f) << "there is but one";
+    EXPECT_EQ(HeatScale(Map(4, {0, 0})).CountFrom(0), 0u);
+}
+
+TEST(HeatMap, TheLegendTellsSharesOfTheTime) {
+    const std::vector<HeatColour> legend = HeatLegend(Busy(5));
+    ASSERT_EQ(legend.size(), 5u);
+    EXPECT_DOUBLE_EQ(legend[1].share, 0.46) << "the least of the busy half";
+    ASSERT_EQ(HeatLegend(Map(4, {3, 300})).size(), 2u) << "nothing lies between";
+    EXPECT_DOUBLE_EQ(legend.front().share, 0.005);
+    EXPECT_DOUBLE_EQ(legend.back().share, 1);
+    for (std::size_t i = 1; i < legend.size(); ++i) {
+        EXPECT_LT(legend[i - 1].share, legend[i].share);
+    }
+    EXPECT_TRUE(HeatLegend(Map(4, {0, 0})).empty());
+    ASSERT_EQ(HeatLegend(Map(4, {0, 3})).size(), 1u);
+    HeatMap sum = Busy(5);
+    sum.Add(Busy(5));
+    EXPECT_EQ(sum.frames, 2000u);
+    EXPECT_DOUBLE_EQ(HeatLegend(sum).front().share, 0.005);
 }
 
 TEST(HeatMap, StillGroundIsTheDimmedBackground) {

@@ -52,6 +52,16 @@ std::string PngAddress(const Video::BgrPicture& picture) {
     return "data:image/png;base64," + Base64(Video::PngBytes(picture));
 }
 
+// From cold to warm: a colour, and from which share of the analysed time on it is a block's.
+Json LegendOf(const Video::HeatMap& heat) {
+    Json legend = Json::array();
+    for (const Video::HeatColour& step : Video::HeatLegend(heat)) {
+        const auto& [blue, green, red] = step.bgr;
+        legend.push_back({{"red", red}, {"green", green}, {"blue", blue}, {"share", step.share}});
+    }
+    return legend;
+}
+
 // Where to look at an event: in its clip, else in the recording.
 void AddLink(Json& shown, const EventRecord& event, const std::string& page, const std::string& input) {
     const double start = Video::PrintedSeconds(event.start);
@@ -174,6 +184,7 @@ void HtmlPage::Keep(const CameraGrounds& cameras) {
                                        {"width", grid.pictureWidth},
                                        {"height", grid.pictureHeight},
                                        {"heat", PngAddress(Video::HeatPicture(ground.heat, ground.background, shrink))},
+                                       {"heat_colours", LegendOf(ground.heat)},
                                        {"background", PngAddress(Video::GreyWhereUnknown(ground.background))}})));
     }
     _text.Write(DataBlock("end", Json{{"left_out", _withoutRoom}}.dump()));

@@ -14,7 +14,7 @@
 #include "video/files/AtomicFile.h"
 #include "video/files/Folder.h"
 #include "video/files/PngFile.h"
-#include "video/watch/HeatMap.h"
+#include "video/pictures/HeatSheet.h"
 
 namespace Scan {
 
@@ -100,7 +100,7 @@ void RunOutputs::KeepHeatMaps(const std::string& folder) {
     for (std::size_t i = 0; i < cameras.size(); ++i) {
         const GroundPicture& ground = _cameras.All().at(cameras[i]);
         Video::AtomicFile file((fs::path(folder) / names[i]).string(), _inputs);
-        Video::WritePng(Video::HeatPicture(ground.heat, ground.background), file);
+        Video::WritePng(Video::HeatSheet(ground.heat, ground.background), file);
         file.Keep();
     }
 }
@@ -115,7 +115,7 @@ void RunOutputs::Keep() {
     if (!_cameras.All().empty()) {
         _gaveUp.Try(_heat, _paths.heatmap, [&](Video::AtomicFile& file) {
             const GroundPicture& ground = _cameras.All().begin()->second;
-            Video::WritePng(Video::HeatPicture(ground.heat, ground.background), file);
+            Video::WritePng(Video::HeatSheet(ground.heat, ground.background), file);
             file.Keep();
         });
     }

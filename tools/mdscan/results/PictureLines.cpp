@@ -95,6 +95,7 @@ Json JsonOf(const GroundPicture& picture) {
     const Video::BgrPicture& background = picture.background;
     return {{"grid", {grid.pictureWidth, grid.pictureHeight, grid.blockSize, grid.columns, grid.rows}},
             {"heat", Runs(picture.heat.counts)},
+            {"frames", picture.heat.frames},
             {"background", background.pixels.empty() ? "" : Base64(Video::PngBytes(background))}};
 }
 
@@ -125,6 +126,7 @@ ScanPicture PictureOf(const std::string& line) {
     GroundPicture ground;
     ground.heat.grid = {side(0), side(1), side(2), side(3), side(4)};
     ground.heat.counts = Unrolled(parsed.at("heat"), static_cast<std::size_t>(side(3)) * static_cast<std::size_t>(side(4)));
+    ground.heat.frames = parsed.at("frames").get<std::uint64_t>();
     if (const auto background = parsed.at("background").get<std::string>(); !background.empty()) {
         ground.background = Video::ReadPngBytes(Unbase64(background));
     }

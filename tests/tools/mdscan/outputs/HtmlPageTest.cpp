@@ -68,7 +68,7 @@ TEST_F(HtmlPageTest, HoldsWhatCame) {
     page.Finish("gate/2026-03-01/a.mp4", {.clock = named});
     page.Finish("gate/b.mp4", {.clock = Video::StartTime{0, Video::ClockSource::Container}});
     CameraGrounds cameras;
-    cameras.Add("gate", {{.grid = {4, 2, 2, 2, 1}, .counts = {1, 2}}, {2, 1, {1, 1, 1, 2, 2, 2}}});
+    cameras.Add("gate", {{.grid = {4, 2, 2, 2, 1}, .counts = {1, 2}, .frames = 8}, {2, 1, {1, 1, 1, 2, 2, 2}}});
     page.Keep(cameras);
 
     EXPECT_EQ(Blocks("scan").at(0)["zones"][0], "</script>");
@@ -105,6 +105,11 @@ TEST_F(HtmlPageTest, HoldsWhatCame) {
     EXPECT_FALSE(inputs[1].contains("utc_offset"));
     EXPECT_EQ(Blocks("camera").at(0)["camera"], "gate");
     EXPECT_EQ(Blocks("camera").at(0)["heat"].get<std::string>().rfind("data:image/png;base64,", 0), 0u);
+    const json colours = Blocks("camera").at(0)["heat_colours"];
+    ASSERT_EQ(colours.size(), 2u) << "an eighth of the time, and a quarter";
+    EXPECT_EQ(colours[0]["share"], 0.125);
+    EXPECT_EQ(colours[1]["share"], 0.25);
+    EXPECT_GT(colours[1]["red"], colours[0]["red"]);
     EXPECT_EQ(Blocks("end").at(0)["left_out"], 0);
 }
 

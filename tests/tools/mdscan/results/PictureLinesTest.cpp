@@ -30,7 +30,7 @@ TEST(PictureLines, APictureComesBack) {
 
 TEST(PictureLines, GroundComesBack) {
     GroundPicture ground;
-    ground.heat = {.grid = {6, 4, 2, 3, 2}, .counts = {0, 0, 0, 5, 5, 4'000'000'000u}};
+    ground.heat = {.grid = {6, 4, 2, 3, 2}, .counts = {0, 0, 0, 5, 5, 4'000'000'000u}, .frames = 5'000'000'000u};
     ground.background = {3, 2, {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 255, 0, 255}};
     const std::string line = LineOf(ground);
     EXPECT_EQ(line.find('\n'), std::string::npos);
@@ -38,6 +38,7 @@ TEST(PictureLines, GroundComesBack) {
     const auto* back = std::get_if<GroundPicture>(&picture);
     ASSERT_TRUE(back);
     EXPECT_EQ(back->heat.counts, ground.heat.counts);
+    EXPECT_EQ(back->heat.frames, ground.heat.frames);
     EXPECT_EQ(back->heat.grid.pictureWidth, 6);
     EXPECT_EQ(back->heat.grid.rows, 2);
     EXPECT_EQ(back->background.pixels, ground.background.pixels);
