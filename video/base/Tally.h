@@ -31,6 +31,8 @@ struct Tally {
     std::int64_t droppedPackets = 0;  // of a live source, because the scan was too slow
     GopTally gops = {};               // with --fast
     PictureGrid grid = {};            // of the last picture analysed
+    int rotation = 0;                 // degrees by which pictures are turned clockwise to be shown
+    bool mirrored = false;            // left and right are exchanged then
 };
 
 // Seconds of video in a second of scanning.

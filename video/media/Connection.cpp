@@ -77,6 +77,10 @@ std::shared_ptr<const StreamFacts> FactsOf(AVFormatContext& input, AVStream& str
     facts->timeBase = stream.time_base;
     facts->nominalInterval = std::max<Ticks>(1, av_rescale_q(1, av_inv_q(NominalRate(stream)), tickBase));
     facts->sampleAspect = av_guess_sample_aspect_ratio(&input, &stream, nullptr);
+    facts->turn = TurnOf(stream);
+    if (facts->turn.transposed && facts->sampleAspect.num > 0) {
+        facts->sampleAspect = av_inv_q(facts->sampleAspect);
+    }
     facts->overflow = OverflowPeriod(stream);
     return facts;
 }

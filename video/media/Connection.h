@@ -9,6 +9,7 @@
 #include <string>
 
 #include "video/media/Libav.h"
+#include "video/media/PlainPicture.h"
 #include "video/time/TickTime.h"
 
 namespace Video {
@@ -43,6 +44,7 @@ struct StreamFacts {
     AVRational timeBase = {0, 1};
     Ticks nominalInterval = 1;         // ticks between two pictures, at least 1
     AVRational sampleAspect = {0, 1};  // 0/1: not known
+    Turn turn = {};                    // that players make
     Ticks overflow = 0;                // ticks after which its count of time begins at 0 again; 0: never
 
     const AVStream& Stream() const { return *copy->streams[0]; }

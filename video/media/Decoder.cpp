@@ -69,7 +69,18 @@ void Decoder::SkipTo(Ticks time) {
     }
 }
 
+const AVFrame& Decoder::Frame() const {
+    if (_facts->turn.IsNone()) {
+        return *_frame;
+    }
+    if (!_upright) {
+        _upright = Video::Turned(*_frame, _facts->turn);
+    }
+    return *_upright;
+}
+
 bool Decoder::Next() {
+    _upright.reset();
     _source->AwaitPicture();
     while (_source->IsLive() || _failuresInARow < mostFailures) {
         const int result = avcodec_receive_frame(_codec.get(), _frame.get());

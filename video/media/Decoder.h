@@ -15,6 +15,7 @@
 #include "video/media/PacketListener.h"
 #include "video/media/PacketSource.h"
 #include "video/media/PictureSelection.h"
+#include "video/media/PlainPicture.h"
 #include "video/time/PictureDating.h"
 #include "video/time/PictureNumbers.h"
 #include "video/time/TickTime.h"
@@ -42,8 +43,11 @@ public:
     // source was given up, or because the user has had enough.
     bool Next();
 
-    const AVFrame& Frame() const { return *_frame; }  // until the following Next
-    Ticks Time() const { return _time; }              // since the start of the file; always rising
+    // Until the following Next: as players show it, turned and mirrored; and as it is coded.
+    const AVFrame& Frame() const;
+    const AVFrame& CodedFrame() const { return *_frame; }
+    Turn Turned() const { return _facts->turn; }
+    Ticks Time() const { return _time; }  // since the start of the file; always rising
     std::int64_t PacketsRead() const { return _packets; }
     std::int64_t Packet() const { return _frame->reordered_opaque; }  // number of the one that holds the newest picture
     Ticks FileTime() const { return _time - _later; }                 // of the picture, as the file counts
@@ -57,7 +61,7 @@ public:
     const std::optional<StartTime>& Started() const { return _source->Started(); }
 
     Ticks NominalInterval() const { return _facts->nominalInterval; }  // between two pictures, at least 1
-    AVRational SampleAspect() const { return _facts->sampleAspect; }   // 0/1: not known
+    AVRational SampleAspect() const { return _facts->sampleAspect; }   // of what is shown; 0/1: not known
 
     Ticks SeekableLength() const { return _source->SeekableLength(); }  // as of a PacketSource
 
@@ -96,6 +100,7 @@ private:
     bool _draining = false;  // it gives its last ones: nothing follows, or nothing that belongs to them
     PacketPointer _packet = NewPacket();
     FramePointer _frame = NewFrame();
+    mutable FramePointer _upright;   // the newest frame as it is shown, where that is another and somebody has asked
     FramePointer _standIn;           // to be shown as soon as the codec has no older picture
     std::optional<Reading> _behind;  // of _packet, the first behind a hole, which waits for that, too
     PictureSelection _selection;

@@ -54,8 +54,8 @@ bool KeyframeScout::Advance() {
             return false;
         }
     } while (_decoder->Packet() < _firstPacket);
-    FramePointer picture(av_frame_clone(&_decoder->Frame()));
-    const bool quiet = IsQuiet(*picture);
+    FramePointer picture(av_frame_clone(&_decoder->CodedFrame()));
+    const bool quiet = IsQuiet(_decoder->Frame());
     _keys.push_back({_ofKeys.Next(_decoder->FileTime()), std::move(picture), quiet});
     return true;
 }

@@ -5,12 +5,15 @@
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
 #include <nlohmann/json.hpp>
 
 #include "ScanFixture.h"
+#include "StoredPictures.h"
+#include "TestClip.h"
 
 namespace Scan {
 namespace {
@@ -102,6 +105,80 @@ TEST_F(OddPictures, AnotherSizeOrFormatInTheMiddleBeginsAnew) {
             const Outcome run = Mdscan({"--stabilise", mode, "--memory", In(mode), In("clip.avi")});
             EXPECT_GE(run.code, 0) << run.err;
             EXPECT_EQ(run.lines.size(), 2U) << run.err;
+        }
+    }
+}
+
+std::string Bytes(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// Without loss, neither width nor height in whole blocks: what is found and drawn is that of the scene coded upright.
+TEST_F(OddPictures, TurnedVideosAreScannedAsTheyAreShown) {
+    const Video::SquareScene scene{.width = 316, .height = 238, .seconds = 6, .from = 3, .until = 5};
+    const auto outputs = [&](const std::string& name) {
+        const std::string folder = In(name + ".out");
+        std::filesystem::create_directories(folder);
+        return folder + "/";
+    };
+    const auto scan = [&](const std::string& name) {
+        const std::string folder = outputs(name);
+        std::vector<std::string> arguments = {"--track",        "--zone",       "0,0.2,0.6,0.7",  "--thumbnails",
+                                              folder,           "--background", folder + "g.png", "--heatmap",
+                                              folder + "h.png", "--overlay",    folder + "o.mp4"};
+        arguments.push_back(In(name));
+        Outcome run = Mdscan(arguments);
+        EXPECT_EQ(run.code, 0) << run.err;
+        for (nlohmann::json& line : run.lines) {
+            line.erase("thumbnail");
+        }
+        return run.lines;
+    };
+    const auto write = [&](const std::string& name, int rotation, bool mirrored) {
+        Video::WriteEncoded(
+            {scene}, {.codec = "ffv1", .container = "mov", .rotation = rotation, .mirrored = mirrored, .shownUpright = true},
+            In(name));
+    };
+    write("upright.mov", 0, false);
+    const std::vector<nlohmann::json> upright = scan("upright.mov");
+    ASSERT_EQ(upright.size(), 1U);
+    EXPECT_GT(upright[0]["track"].size(), 3U);
+    const Video::StoredPictures drawn = Video::ReadPictures(outputs("upright.mov") + "o.mp4");
+    ASSERT_EQ(drawn.pictures.size(), 60U);
+    struct Case {
+        std::string name;
+        int rotation;
+        bool mirrored;
+    };
+    for (const Case& turned : {Case{"90.mov", 90, false}, Case{"180.mov", 180, false}, Case{"270.mov", 270, false},
+                               Case{"mirrored.mov", 0, true}, Case{"mirrored90.mov", 90, true}}) {
+        SCOPED_TRACE(turned.name);
+        write(turned.name, turned.rotation, turned.mirrored);
+        EXPECT_EQ(scan(turned.name), upright);
+        const std::string folder = outputs(turned.name), expected = outputs("upright.mov");
+        for (const char* picture : {"g.png", "h.png"}) {
+            EXPECT_EQ(Bytes(folder + picture), Bytes(expected + picture)) << picture;
+        }
+        const std::string stem = turned.name.substr(0, turned.name.find('.'));
+        EXPECT_FALSE(Bytes(expected + "upright-1.jpg").empty());
+        EXPECT_EQ(Bytes(folder + stem + "-1.jpg"), Bytes(expected + "upright-1.jpg"));
+        const Video::StoredPictures pictures = Video::ReadPictures(folder + "o.mp4");
+        EXPECT_EQ(pictures.rotation, 0);
+        ASSERT_EQ(pictures.pictures.size(), drawn.pictures.size());
+        EXPECT_EQ(pictures.pictures[40].width, drawn.pictures[40].width);
+        EXPECT_EQ(pictures.pictures[40].luma, drawn.pictures[40].luma);
+    }
+    EXPECT_EQ(Mdscan({"--fast", In("90.mov")}).lines, Mdscan({"--fast", In("upright.mov")}).lines);
+    const Outcome zones = Mdscan({"zones", "--zone", "0,0,0.5,0.5", "--preview", In("lying.png"), In("90.mov")});
+    EXPECT_EQ(zones.lines,
+              Mdscan({"zones", "--zone", "0,0,0.5,0.5", "--preview", In("upright.png"), In("upright.mov")}).lines);
+    EXPECT_EQ(Bytes(In("lying.png")), Bytes(In("upright.png")));
+    for (const nlohmann::json& line : Mdscan({In("upright.mov"), In("mirrored90.mov")}).lines) {
+        const bool turned = line["file"] == In("mirrored90.mov");
+        if (line["type"] == "file") {
+            EXPECT_EQ(line.value("rotation", 0), turned ? 90 : 0);
+            EXPECT_EQ(line.contains("mirrored"), turned);
         }
     }
 }

@@ -31,6 +31,9 @@ FLASH = {"type": "event", "event": 3, "start": 1.235, "end": 9.877, "peak": 5.0,
          "peak_frame": 40, "frame_exact": True, "frames": 17, "blocks": 99, "flash": True,
          "boxes": [{"x": 0, "y": 2, "w": 30, "h": 40, "blocks": 5}]}
 
+TURNED = {"type": "file", "file": "b/a.mp4", "camera": "b", "status": "complete", "pictures": 0, "seconds": 0.0,
+          "rotation": 270, "mirrored": True, "analysed": 0, "events": 0}
+
 
 def run(*arguments):
     """All lines of both outputs that are JSON."""
@@ -62,7 +65,7 @@ class SchemaTest(unittest.TestCase):
             cls.answers = [run("explain", "--json", "--at", at, "--pixel", "150,60", *more, f"{folder}/gate/2.mp4")[0][0]
                            for at, more in (("0.1", plain), ("6.6", plain), ("6.6", [*plain, "--shadows"]), ("6.6", []),
                                             ("6.6", [*plain, "--max-size", "0.05"]))]
-        cls.lines = [line for out, err in cls.runs for line in out + err] + cls.answers + [CONDITION, FLASH]
+        cls.lines = [line for out, err in cls.runs for line in out + err] + cls.answers + [CONDITION, FLASH, TURNED]
 
     def test_every_line_is_valid(self):
         for line in self.lines:

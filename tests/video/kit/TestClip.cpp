@@ -59,6 +59,46 @@ FramePointer Draw(const SquareScene& scene, int number) {
     return frame;
 }
 
+// Where in the scene a pixel of the coded picture is shown.
+struct PixelPlace {
+    int x, y;
+};
+
+PixelPlace ShownAt(int x, int y, int width, int height, const Encoding& encoding) {
+    PixelPlace place = {x, y};
+    for (int turned = 0; turned < encoding.rotation; turned += 90) {
+        place = {height - 1 - place.y, place.x};
+        std::swap(width, height);
+    }
+    return encoding.mirrored ? PixelPlace{width - 1 - place.x, place.y} : place;
+}
+
+bool LiesDown(const Encoding& encoding) { return encoding.shownUpright && encoding.rotation % 180 != 0; }
+
+// The scene's picture as it is coded.
+FramePointer Coded(FramePointer shown, const Encoding& encoding) {
+    if (!encoding.shownUpright) {
+        return shown;
+    }
+    FramePointer frame = NewFrame();
+    frame->width = LiesDown(encoding) ? shown->height : shown->width;
+    frame->height = LiesDown(encoding) ? shown->width : shown->height;
+    frame->format = AV_PIX_FMT_YUV420P;
+    Require(av_frame_get_buffer(frame.get(), 0) == 0, "frame");
+    for (int plane = 0; plane < 3; ++plane) {
+        const int shift = plane > 0 ? 1 : 0, width = (frame->width + shift) >> shift,
+                  height = (frame->height + shift) >> shift;
+        for (int y = 0; y < height; ++y) {
+            for (int x = 0; x < width; ++x) {
+                const PixelPlace from = ShownAt(x, y, width, height, encoding);
+                frame->data[plane][std::ptrdiff_t{y} * frame->linesize[plane] + x] =
+                    shown->data[plane][std::ptrdiff_t{from.y} * shown->linesize[plane] + from.x];
+            }
+        }
+    }
+    return frame;
+}
+
 FramePointer InFormat(FramePointer frame, AVPixelFormat format) {
     if (frame->format == format) {
         return frame;
@@ -79,8 +119,8 @@ CodecPointer OpenEncoder(const SquareScene& scene, AVPixelFormat format, const E
     const AVCodec* encoder = avcodec_find_encoder_by_name(encoding.codec.c_str());
     Require(encoder != nullptr, "encoder");
     CodecPointer codec(avcodec_alloc_context3(encoder));
-    codec->width = scene.width;
-    codec->height = scene.height;
+    codec->width = LiesDown(encoding) ? scene.height : scene.width;
+    codec->height = LiesDown(encoding) ? scene.width : scene.height;
     codec->pix_fmt = format;
     codec->time_base = {1, scene.framesPerSecond};
     codec->framerate = {scene.framesPerSecond, 1};
@@ -162,11 +202,12 @@ void WriteEncoded(const std::vector<SquareScene>& scenes, const Encoding& encodi
     stream->time_base = codec->time_base;
     stream->avg_frame_rate = codec->framerate;
     stream->sample_aspect_ratio = encoding.sampleAspect;
-    if (encoding.rotation != 0) {
+    if (encoding.rotation != 0 || encoding.mirrored) {
         constexpr std::size_t matrixSize = 9 * sizeof(std::int32_t);
         std::uint8_t* matrix = av_stream_new_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, matrixSize);
         Require(matrix != nullptr, "rotation");
         av_display_rotation_set(reinterpret_cast<std::int32_t*>(matrix), encoding.rotation);
+        av_display_matrix_flip(reinterpret_cast<std::int32_t*>(matrix), encoding.mirrored ? 1 : 0, 0);
     }
     if (encoding.headerFirst) {
         Require(av_opt_set(output.get(), "movflags", "+faststart", AV_OPT_SEARCH_CHILDREN) == 0, "header first");
@@ -181,12 +222,14 @@ void WriteEncoded(const std::vector<SquareScene>& scenes, const Encoding& encodi
     for (const SquareScene& scene : scenes) {
         const bool later = written > 0 && encoding.laterFormat != AV_PIX_FMT_NONE;
         const AVPixelFormat format = later ? encoding.laterFormat : encoding.format;
-        if (scene.width != codec->width || scene.height != codec->height || format != codec->pix_fmt) {
+        const bool fits = scene.width == (LiesDown(encoding) ? codec->height : codec->width) &&
+                          scene.height == (LiesDown(encoding) ? codec->width : codec->height);
+        if (!fits || format != codec->pix_fmt) {
             Encode(*codec, *output, nullptr);
             codec = OpenEncoder(scene, format, encoding, *output);
         }
         for (int number = 0; number < scene.Frames(); ++number, ++written) {
-            const FramePointer frame = InFormat(Draw(scene, number), format);
+            const FramePointer frame = InFormat(Coded(Draw(scene, number), encoding), format);
             frame->pts = encoding.time ? encoding.time(written) : written;
             frame->quality = codec->global_quality;
             Encode(*codec, *output, frame.get());

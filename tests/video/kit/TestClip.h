@@ -38,10 +38,12 @@ struct Encoding {
     int gop = 12;                                 // pictures from one keyframe to the next
     int quality = 2;                              // quantiser: the more, the less is kept of noise
     AVRational sampleAspect = {0, 1};
-    int rotation = 0;          // degrees that players turn it by; written where the container can
-    bool headerFirst = false;  // MP4: tables at the front
-    int bFrames = 0;           // pictures in a row that are decoded after a later one
-    std::string created = "";  // what the container says of its creation; empty: nothing
+    int rotation = 0;           // degrees that players turn it by; written where the container can
+    bool mirrored = false;      // and then exchange left and right
+    bool shownUpright = false;  // coded the other way round, so that players show the scene
+    bool headerFirst = false;   // MP4: tables at the front
+    int bFrames = 0;            // pictures in a row that are decoded after a later one
+    std::string created = "";   // what the container says of its creation; empty: nothing
     // Presentation time of a picture in frames; none: its number.
     std::function<std::int64_t(int frame)> time = {};
 };

@@ -44,6 +44,12 @@ std::string FileLine(const std::string& file, const std::string& camera, const J
     }
     line["pictures"] = result.tally.pictures;
     line["seconds"] = Video::PrintedSeconds(result.tally.length);
+    if (result.tally.rotation != 0) {
+        line["rotation"] = result.tally.rotation;
+    }
+    if (result.tally.mirrored) {
+        line["mirrored"] = true;
+    }
     line["analysed"] = result.tally.analysed;
     if (result.tally.gops.gops > 0) {
         line["groups"] = result.tally.gops.gops;

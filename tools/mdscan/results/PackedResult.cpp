@@ -35,6 +35,7 @@ std::string Packed(const JobResult& result) {
                    {"groups",
                     {tally.gops.gops, tally.gops.decoded, tally.gops.tooLong, tally.gops.longest, tally.gops.bySize,
                      tally.gops.unscouted}},
+                   {"turn", {tally.rotation, tally.mirrored}},
                    {"grid", {grid.pictureWidth, grid.pictureHeight, grid.blockSize, grid.columns, grid.rows}}};
     if (result.clock) {
         packed["clock"] = {result.clock->at, static_cast<int>(result.clock->source)};
@@ -84,7 +85,9 @@ JobResult Unpacked(const std::string& text) {
                                .bySize = group(4),
                                .unscouted = group(5),
                                .longest = packed.at("groups").at(3).get<Video::Ticks>()},
-                      .grid = {side(0), side(1), side(2), side(3), side(4)}},
+                      .grid = {side(0), side(1), side(2), side(3), side(4)},
+                      .rotation = packed.at("turn").at(0).get<int>(),
+                      .mirrored = packed.at("turn").at(1).get<bool>()},
             .clock = clock};
 }
 

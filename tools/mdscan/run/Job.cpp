@@ -483,6 +483,8 @@ Video::Tally Job::Sum() const {
     tally.events = _events.Count();
     tally.dropped = _events.Dropped();
     tally.flashes = _events.Flashes();
+    tally.rotation = _decoder.Turned().Rotation();
+    tally.mirrored = _decoder.Turned().IsMirrored();
     tally.gaps = _gaps;
     tally.droppedPackets = _decoder.DroppedPackets();
     tally.grid = _watcher ? _watcher->Grid() : Video::PictureGrid{};

@@ -65,7 +65,7 @@ void SideOutputs::BeginAt(Video::Ticks time) {
 
 void SideOutputs::Before(const Video::Decoder& decoder) {
     _gaveUp.Try(_clips, _files.clips,
-                [&](Video::Clips& clips) { clips.OnPicture(decoder.Frame(), decoder.Packet(), decoder.Time()); });
+                [&](Video::Clips& clips) { clips.OnPicture(decoder.CodedFrame(), decoder.Packet(), decoder.Time()); });
 }
 
 void SideOutputs::After(const Video::Decoder& decoder) {

@@ -127,6 +127,12 @@ TEST(JsonLines, AFileLineTellsWhenItBegan) {
               R"("pictures":0,"seconds":0.0,"analysed":0,"events":0})");
 }
 
+TEST(JsonLines, AFileLineTellsHowItsPicturesAreTurned) {
+    EXPECT_EQ(FileLine("b/a.mp4", "b", {.tally = {.rotation = 270, .mirrored = true}}),
+              R"({"type":"file","file":"b/a.mp4","camera":"b","status":"complete","pictures":0,"seconds":0.0,)"
+              R"("rotation":270,"mirrored":true,"analysed":0,"events":0})");
+}
+
 TEST(JsonLines, AFileLineTellsHowTheScanEnded) {
     const Video::Tally tally{.pictures = 12, .analysed = 6, .length = 12'000'000, .elapsed = 1, .events = 2};
     EXPECT_EQ(FileLine("b/a.mp4", "b", {.tally = tally}),

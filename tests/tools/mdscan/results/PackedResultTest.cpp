@@ -27,7 +27,9 @@ TEST(PackedResult, ArrivesWhole) {
                                    .gaps = 8,
                                    .droppedPackets = 9,
                                    .gops = {.gops = 9, .decoded = 8, .tooLong = 1, .bySize = 2, .unscouted = 3},
-                                   .grid = {1, 2, 3, 4, 5}},
+                                   .grid = {1, 2, 3, 4, 5},
+                                   .rotation = 270,
+                                   .mirrored = true},
                          .clock = Video::StartTime{17'723'448'000'000'001, Video::ClockSource::Container}};
     const std::string text = Packed(sent);
     EXPECT_EQ(text.find('\n'), std::string::npos) << "a message is one line";
@@ -48,6 +50,8 @@ TEST(PackedResult, ArrivesWhole) {
     EXPECT_EQ(got.tally.gops.bySize, 2);
     EXPECT_EQ(got.tally.gops.unscouted, 3);
     EXPECT_EQ(got.tally.grid.rows, 5);
+    EXPECT_EQ(got.tally.rotation, 270);
+    EXPECT_TRUE(got.tally.mirrored);
     ASSERT_TRUE(got.clock);
     EXPECT_EQ(got.clock->at, sent.clock->at);
     EXPECT_EQ(got.clock->source, Video::ClockSource::Container);
