@@ -6,14 +6,34 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <string_view>
 
 #include "video/base/LiveName.h"
+#include "video/files/Utf8.h"
 
 namespace Video {
 
 namespace {
 
 constexpr std::size_t longestStem = 80;  // bytes
+
+// Lines and pages name results in UTF-8: so are they called, whatever the input is.
+std::string AsText(std::string_view name) {
+    std::string text;
+    while (!name.empty()) {
+        const auto [code, size] = FirstCharacter(name);
+        if (text.size() + std::max<std::size_t>(1, size) > longestStem) {
+            break;
+        }
+        if (size == 0 || code < ' ') {
+            text += '_';
+        } else {
+            text += name.substr(0, size);
+        }
+        name.remove_prefix(std::max<std::size_t>(1, size));
+    }
+    return text;
+}
 
 }  // namespace
 
@@ -28,10 +48,7 @@ std::string MarkOf(const std::string& path) {
 }
 
 std::string OutputPath(const std::string& folder, const std::string& input, bool distinct, const std::string& ending) {
-    std::string stem =
-        input == "-" ? "stdin" : std::filesystem::path(ShownName(input)).stem().string().substr(0, longestStem);
-    std::replace_if(
-        stem.begin(), stem.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, '_');
+    const std::string stem = input == "-" ? "stdin" : AsText(std::filesystem::path(ShownName(input)).stem().native());
     const std::string mark = distinct ? MarkOf(input) : "";
     return (std::filesystem::path(folder) / (stem + mark + ending)).string();
 }

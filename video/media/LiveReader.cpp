@@ -167,7 +167,8 @@ void LiveReader::Shared::Accept(LivePacket packet) {
         return;
     }
     if (droppedInARow > 0) {
-        const std::string slow = "the scan was too slow, " + std::to_string(droppedInARow) + " packets dropped";
+        const std::string slow = "the scan was too slow, " + std::to_string(droppedInARow) +
+                                 (droppedInARow == 1 ? " packet dropped" : " packets dropped");
         hole = hole.empty() ? slow : hole + "; " + slow;
         droppedInARow = 0;
     }

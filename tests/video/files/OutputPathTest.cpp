@@ -28,5 +28,15 @@ TEST(ResultName, ControlCharactersAndLengthAreLimited) {
     EXPECT_EQ(OutputPath("", more + ".mp4", false, ".png"), most + ".png");
 }
 
+TEST(ResultName, IsText) {
+    EXPECT_EQ(OutputPath("out", "caf\xe9\xff.mp4", false, ".png"), "out/caf__.png");
+    EXPECT_EQ(OutputPath("out", "caf\u00e9-\u6e2f-\U0001f3a5.mp4", false, ".png"), "out/caf\u00e9-\u6e2f-\U0001f3a5.png");
+    EXPECT_NE(OutputPath("", "\xe9.mp4", true, ".png"), OutputPath("", "\xe8.mp4", true, ".png"));
+    const std::string most(78, 'x');
+    EXPECT_EQ(OutputPath("", most + "\u6e2f.mp4", false, ".png"), most + ".png") << "no part of a character";
+    const std::string noText(300, '\xff'), dashes(80, '_');
+    EXPECT_EQ(OutputPath("", noText + ".mp4", false, ".png"), dashes + ".png");
+}
+
 }  // namespace
 }  // namespace Video

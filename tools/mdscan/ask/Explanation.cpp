@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "ask/BlockProbe.h"
+#include "results/VisibleText.h"
 #include "video/base/Box.h"
 #include "video/base/Findings.h"
 #include "video/time/TickTime.h"
@@ -215,10 +216,10 @@ std::string ExplanationText(const Explanation& e) {
     const std::string later = Video::PrintedSeconds(e.time) == Video::PrintedSeconds(e.asked)
                                   ? ""
                                   : Joined(", the last one analysed by ", SecondsText(e.asked), " s");
-    std::string text =
-        Joined(e.file, ": block ", facts.place.column, ",", facts.place.row, " (pixels ", pixels.x, ",", pixels.y, " to ",
-               pixels.x + pixels.width - 1, ",", pixels.y + pixels.height - 1, "), ", e.picture.exact ? "" : "about ",
-               "picture ", e.picture.number, " at ", SecondsText(e.time), " s", later, "\n", VerdictText(e), "\n");
+    std::string text = Joined(Visible(e.file), ": block ", facts.place.column, ",", facts.place.row, " (pixels ", pixels.x,
+                              ",", pixels.y, " to ", pixels.x + pixels.width - 1, ",", pixels.y + pixels.height - 1, "), ",
+                              e.picture.exact ? "" : "about ", "picture ", e.picture.number, " at ", SecondsText(e.time),
+                              " s", later, "\n", VerdictText(e), "\n");
     text += ConditioningRows(facts);
     if (!facts.judged) {
         return text + Row("luma", Joined(facts.current.y)) + ZoneRows(facts);

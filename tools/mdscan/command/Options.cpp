@@ -9,6 +9,7 @@
 
 #include "command/ConfigFile.h"
 #include "command/Declarations.h"
+#include "results/VisibleText.h"
 #include "video/base/Failure.h"
 
 namespace Scan {
@@ -76,6 +77,17 @@ std::vector<std::string> WordsOfFile(const std::string& path, const CLI::App& gi
     return words;
 }
 
+// The option that was given twice where one value is wanted; empty: none.
+std::string Doubled(const CLI::App& app) {
+    for (const CLI::Option* option : app.get_options()) {
+        const bool isFlag = option->get_expected_min() == 0;
+        if (!isFlag && option->get_expected_max() == 1 && option->count() > 1) {
+            return option->get_name();
+        }
+    }
+    return "";
+}
+
 // Without the second of two empty lines and an empty last one, which would not fit on a screen.
 std::string HelpOf(const CLI::App& app) {
     std::string text = app.help();
@@ -100,7 +112,7 @@ Parsed ParseOptions(const std::vector<std::string>& all, const std::string& vers
     CLI::App app;
     Declare(app, options, notPlain, version);
     const auto refuse = [](const std::string& what) {
-        return Parsed{std::nullopt, Video::exitUsage, "mdscan: " + what + "\n"};
+        return Parsed{std::nullopt, Video::exitUsage, "mdscan: " + Visible(what) + "\n"};
     };
     try {
         Parse(app, words);
@@ -117,7 +129,8 @@ Parsed ParseOptions(const std::vector<std::string>& all, const std::string& vers
     } catch (const CallForTemplate&) {
         return {std::nullopt, Video::exitComplete, ConfigTemplate(app)};
     } catch (const CLI::ParseError& error) {
-        return refuse(OneLine(error.what()) + " (see mdscan --help)");
+        const std::string doubled = Doubled(app);
+        return refuse((doubled.empty() ? OneLine(error.what()) : doubled + " is given twice") + " (see mdscan --help)");
     } catch (const Video::Failure& failure) {
         return refuse(failure.what());
     }

@@ -18,11 +18,11 @@
 #include "outputs/PageText.h"
 #include "outputs/PageTrack.h"
 #include "results/JobResult.h"
-#include "results/JsonLines.h"
 #include "results/PictureLines.h"
 #include "results/RecordJson.h"
 #include "results/Records.h"
 #include "results/ScanPictures.h"
+#include "results/VisibleText.h"
 #include "video/base/BgrPicture.h"
 #include "video/base/PictureGrid.h"
 #include "video/files/PngFile.h"
@@ -66,7 +66,7 @@ Json LegendOf(const Video::HeatMap& heat) {
 void AddLink(Json& shown, const EventRecord& event, const std::string& page, const std::string& input) {
     const double start = Video::PrintedSeconds(event.start);
     if (event.clip) {
-        shown["link"] = LinkFrom(page, ToldName(event.clip->path));
+        shown["link"] = LinkFrom(page, event.clip->path);
         shown["at"] = std::round(1000 * std::max(0.0, start - Video::PrintedSeconds(event.clip->start))) / 1000;
     } else if (IsFile(input)) {
         shown["link"] = LinkFrom(page, input);
@@ -158,8 +158,8 @@ void HtmlPage::Take(const EventPicture& picture) {
 
 void HtmlPage::Finish(const std::string& input, const JobResult& result) {
     Open();
-    Json end = {{"file", input},
-                {"camera", CameraOf(input)},
+    Json end = {{"file", Visible(input)},
+                {"camera", Visible(CameraOf(input))},
                 {"link", IsFile(input) ? LinkFrom(_text.Path(), input) : ""},
                 {"status", NameOf(result.health)},
                 {"reason", result.trouble},
@@ -180,7 +180,7 @@ void HtmlPage::Keep(const CameraGrounds& cameras) {
         const Video::PictureGrid& grid = ground.heat.grid;
         const int shrink = (grid.pictureWidth + widestHeatPicture - 1) / widestHeatPicture;
         _text.Write(DataBlock(
-            "camera", DumpedForScript({{"camera", camera},
+            "camera", DumpedForScript({{"camera", Visible(camera)},
                                        {"width", grid.pictureWidth},
                                        {"height", grid.pictureHeight},
                                        {"heat", PngAddress(Video::HeatPicture(ground.heat, ground.background, shrink))},

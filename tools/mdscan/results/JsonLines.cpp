@@ -8,6 +8,7 @@
 #include "results/JobResult.h"
 #include "results/RecordJson.h"
 #include "results/Records.h"
+#include "results/VisibleText.h"
 #include "video/base/Tally.h"
 #include "video/time/TickTime.h"
 #include "video/time/WallClock.h"
@@ -18,7 +19,7 @@ namespace {
 
 using Json = nlohmann::ordered_json;  // fields in the order in which they are written
 
-std::string Dumped(const Json& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace); }
+std::string Dumped(const Json& json) { return VisibleJson(json.dump(-1, ' ', false, Json::error_handler_t::replace)); }
 
 }  // namespace
 

@@ -24,11 +24,11 @@ constexpr double leastGain = 0.005;      // of the whole; less does not tell how
 }  // namespace
 
 ProgressStyle StyleOf(const RunSettings& settings) {
+    if (settings.progress == "json") {  // machines that ask for it listen, however quiet it is for people
+        return ProgressStyle::Json;
+    }
     if (settings.quiet || settings.progress == "none") {
         return ProgressStyle::None;
-    }
-    if (settings.progress == "json") {
-        return ProgressStyle::Json;
     }
     return isatty(STDERR_FILENO) != 0 ? ProgressStyle::Line : ProgressStyle::None;
 }

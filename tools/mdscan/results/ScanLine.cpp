@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "coreMD.hpp"
+#include "results/VisibleText.h"
 #include "settings/ScanSettings.h"
 #include "video/zones/Zone.h"
 
@@ -48,7 +49,7 @@ std::string ScanLine(const ScanSettings& settings) {
     if (settings.range.to) {
         line["to"] = settings.range.to->text;
     }
-    return line.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return VisibleJson(line.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 
 }  // namespace Scan

@@ -1,11 +1,11 @@
 // How are counts and lengths worded?
 #include "results/TallyText.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
 
 #include "results/JobResult.h"
+#include "results/VisibleText.h"
 #include "video/base/Damage.h"
 #include "video/base/Tally.h"
 #include "video/time/TickTime.h"
@@ -23,6 +23,10 @@ std::string Text(const char* format, Values... values) {
 
 }  // namespace
 
+std::string Counted(std::int64_t count, const char* one) {
+    return std::to_string(count) + " " + one + (count == 1 ? "" : "s");
+}
+
 std::string ResultText(const JobResult& result) {
     if (result.tally.elapsed == 0) {
         return result.trouble;  // it was not even opened
@@ -31,13 +35,15 @@ std::string ResultText(const JobResult& result) {
 }
 
 std::string TallyText(const Video::Tally& tally) {
-    std::string text = Text("%lld pictures (%.1f s), %lld analysed", static_cast<long long>(tally.pictures),
-                            Video::ToSeconds(tally.length), static_cast<long long>(tally.analysed));
+    std::string text = Counted(tally.pictures, "picture") + Text(" (%.1f s), %lld analysed", Video::ToSeconds(tally.length),
+                                                                 static_cast<long long>(tally.analysed));
     if (tally.analysed > 0) {
-        text += Text(" on %dx%d blocks of %d pixels", tally.grid.columns, tally.grid.rows, tally.grid.blockSize);
+        const bool isOne = tally.grid.columns == 1 && tally.grid.rows == 1;
+        text += Text(" on %dx%d %s of ", tally.grid.columns, tally.grid.rows, isOne ? "block" : "blocks") +
+                Counted(tally.grid.blockSize, "pixel");
     }
     if (tally.gops.gops > 0) {
-        text += Text("; decoded %d of %d groups", tally.gops.decoded, tally.gops.gops);
+        text += Text("; decoded %d of ", tally.gops.decoded) + Counted(tally.gops.gops, "group");
         if (tally.gops.tooLong > 0) {
             text += Text(", %d because keyframes lie up to %.1f s apart", tally.gops.tooLong,
                          Video::ToSeconds(tally.gops.longest));
@@ -49,7 +55,7 @@ std::string TallyText(const Video::Tally& tally) {
             text += Text(", %d because looking at keyframes did not pay", tally.gops.unscouted);
         }
     }
-    text += Text("; %d event%s", tally.events, tally.events == 1 ? "" : "s");
+    text += "; " + Counted(tally.events, "event");
     if (tally.dropped > 0 && tally.flashes > 0) {
         text += Text(" (%d too short, %d flash%s)", tally.dropped, tally.flashes, tally.flashes == 1 ? "" : "es");
     } else if (tally.dropped > 0) {
@@ -58,30 +64,28 @@ std::string TallyText(const Video::Tally& tally) {
         text += Text(" (%d flash%s ignored)", tally.flashes, tally.flashes == 1 ? "" : "es");
     }
     if (tally.gaps > 0) {
-        text += Text("; %d gap%s", tally.gaps, tally.gaps == 1 ? "" : "s");
+        text += "; " + Counted(tally.gaps, "gap");
     }
     if (tally.droppedPackets > 0) {
-        text += Text("; %lld packets dropped, the scan was too slow", static_cast<long long>(tally.droppedPackets));
+        text += "; " + Counted(tally.droppedPackets, "packet") + " dropped, the scan was too slow";
     }
     return text + Text("; took %.1f s, %.1f x real time", tally.elapsed, Video::SpeedOf(tally));
 }
 
 std::string SumText(const Video::Tally& tally, Video::Ticks recalled) {
     const double speed = tally.elapsed > 0 ? Video::ToSeconds(tally.length - recalled) / tally.elapsed : 0;
-    return Text("%d event%s in %.1f s of video; took %.1f s, %.1f x real time", tally.events, tally.events == 1 ? "" : "s",
-                Video::ToSeconds(tally.length), tally.elapsed, speed);
+    return Counted(tally.events, "event") +
+           Text(" in %.1f s of video; took %.1f s, %.1f x real time", Video::ToSeconds(tally.length), tally.elapsed, speed);
 }
 
 void PrintLastLine(const std::string& subject, const std::string& text) {
-    std::string line = "mdscan: " + (subject.empty() ? text : subject + ": " + text);
-    std::replace_if(
-        line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
-    std::fprintf(stderr, "%s\n", line.c_str());
+    std::fprintf(stderr, "%s\n", Visible("mdscan: " + (subject.empty() ? text : subject + ": " + text)).c_str());
 }
 
 std::string ProgressText(double done, double left, const Video::Tally& tally) {
-    std::string text = Text("%3.0f %%  %.1f s  %.1f x  %d event%s", done * 100, Video::ToSeconds(tally.length),
-                            Video::SpeedOf(tally), tally.events, tally.events == 1 ? "" : "s");
+    std::string text =
+        Text("%3.0f %%  %.1f s  %.1f x  ", done * 100, Video::ToSeconds(tally.length), Video::SpeedOf(tally)) +
+        Counted(tally.events, "event");
     if (left >= 0) {
         const auto seconds = static_cast<long long>(left + 0.5);
         text += Text("  %lld:%02lld:%02lld left", seconds / 3600, seconds / 60 % 60, seconds % 60);

@@ -1,6 +1,7 @@
 // What are people told about a scan, in a line?  What it amounts to, how it ended, what was damaged.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "results/JobResult.h"
@@ -9,6 +10,9 @@
 #include "video/time/TickTime.h"
 
 namespace Scan {
+
+// "1 picture", "2 pictures".
+std::string Counted(std::int64_t count, const char* one);
 
 // What is said of an input in the end: what went wrong, what was read.
 std::string ResultText(const JobResult& result);
@@ -22,8 +26,8 @@ std::string SumText(const Video::Tally& tally, Video::Ticks recalled);
 // "42 %  345.0 s ...": how far a scan is. done: 0 to 1. left: seconds; negative: not known.
 std::string ProgressText(double done, double left, const Video::Tally& tally);
 
-// One line on standard error: "mdscan: subject: text", without the subject where it is empty. A path may hold anything; the
-// line is one line.
+// One line on standard error: "mdscan: subject: text", without the subject where it is empty. A path may hold anything: the
+// line is one line, and shows what it holds.
 void PrintLastLine(const std::string& subject, const std::string& text);
 
 // "damaged near 12.4 s: ...", one line.

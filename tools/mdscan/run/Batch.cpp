@@ -279,7 +279,7 @@ int Batch::Conclude() {
     text += ": " + Count(moving, "with motion") + ", " + Count(failed, "failed");
     text += _recalled > 0 ? ", " + Count(static_cast<std::size_t>(_recalled), "known from before") : "";
     text += outside > 0 ? ", " + std::to_string(outside) + " have nothing from " + _settings.scan.range.Text() : "";
-    text += _otherFiles > 0 ? "; " + Count(static_cast<std::size_t>(_otherFiles), "other files passed over") : "";
+    text += _otherFiles > 0 ? "; " + Counted(_otherFiles, "other file") + " passed over" : "";
     if (!_quiet) {
         PrintLastLine("", text + "; " + SumText(sum, _recalledLength));
     }

@@ -208,5 +208,17 @@ INSTANTIATE_TEST_SUITE_P(
                     Words{"a.mp4", "--zone", "0.5,0,0.6,1"}, Words{"a.mp4", "--zone", "nan,0,1,1"},
                     Words{"a.mp4", "--zone", "-0.1,0,1,1"}));
 
+TEST(Options, OneThatIsGivenTwiceIsNamed) {
+    EXPECT_EQ(Parse({"a.mp4", "--rate", "3", "--rate", "4"}).text, "mdscan: --rate is given twice (see mdscan --help)\n");
+    EXPECT_EQ(Parse({"a.mp4", "-o", "x", "--output", "y"}).text, "mdscan: --output is given twice (see mdscan --help)\n");
+    EXPECT_EQ(Parse({"explain", "a.mp4", "--at", "1", "--at", "2", "--block", "1,1"}).text,
+              "mdscan: --at is given twice (see mdscan --help)\n");
+    EXPECT_TRUE(Parse({"a.mp4", "--zone", "0,0,1,1", "--zone", "0,0,1,0.5"}).options) << "is repeatable";
+}
+
+TEST(Options, AMistakeDoesNotSteerTheTerminal) {
+    EXPECT_NE(Parse({"a.mp4", "--progress", "\x1b[31m\u202e"}).text.find("not \\x1b[31m\\u202e"), std::string::npos);
+}
+
 }  // namespace
 }  // namespace Scan

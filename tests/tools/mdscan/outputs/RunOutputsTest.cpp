@@ -4,8 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
+
+#include <nlohmann/json.hpp>
 
 #include "ScanFixture.h"
 #include "video/base/BgrPicture.h"
@@ -123,6 +126,43 @@ TEST_F(RunOutputsTest, ImpossiblePlacesAreKnownBeforeTheScan) {
     EXPECT_EQ(Mdscan({"--background", In("same.png"), "--heatmap", In("same.png"), clip}).code, 2);
     fs::copy_file(clip, In("other.y4m"));
     EXPECT_EQ(Mdscan({"--background", In("one"), "--heatmap", In("./one"), clip, In("other.y4m")}).code, 3) << "one folder";
+}
+
+// What a browser makes of an address.
+std::string Unescaped(const std::string& link) {
+    std::string path;
+    for (std::size_t i = 0; i < link.size(); ++i) {
+        const bool isEscape = link[i] == '%';
+        path += isEscape ? static_cast<char>(std::stoi(link.substr(i + 1, 2), nullptr, 16)) : link[i];
+        i += isEscape ? 2 : 0;
+    }
+    return path;
+}
+
+TEST_F(RunOutputsTest, NamesThatAreNoTextLeadToTheirFiles) {
+    const Video::SquareScene scene{.width = 160, .height = 120, .seconds = 6, .from = 3, .until = 5};
+    const Names videos = {In("videos/caf\xe9\xff \u202e.avi"), In("videos/" + std::string(78, 'x') + "\u6e2f.avi")};
+    fs::create_directories(In("videos"));
+    for (const std::string& video : videos) {
+        Video::WriteEncoded({scene}, {.codec = "mpeg4", .container = "avi"}, video);
+    }
+    const Outcome run = Mdscan({"--clips", In("clips"), "--report", In("page.html"), In("videos")});
+    EXPECT_EQ(run.code, 0) << run.err;
+    for (const nlohmann::json& line : run.lines) {
+        EXPECT_TRUE(line["type"] != "event" || fs::exists(line["clip"].get<std::string>())) << line;
+    }
+    const std::string page = Read("page.html"), begin = "\"link\":\"";
+    std::set<fs::path> linked;
+    for (std::size_t at = 0; (at = page.find(begin, at)) != std::string::npos; ++at) {
+        const std::size_t from = at + begin.size();
+        linked.insert(fs::path(Folder()) / Unescaped(page.substr(from, page.find('"', from) - from)));
+    }
+    EXPECT_EQ(linked.size(), 4u) << "recordings and clips";
+    for (const fs::path& path : linked) {
+        EXPECT_TRUE(fs::exists(path)) << path;
+    }
+    EXPECT_NE(page.find(R"(caf\\xe9\\xff \\u202e.avi)"), std::string::npos);
+    EXPECT_EQ(page.find("\u202e.avi"), std::string::npos) << "nothing turns what people read";
 }
 
 }  // namespace

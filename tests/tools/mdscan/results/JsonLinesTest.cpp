@@ -144,5 +144,14 @@ TEST(JsonLines, AFileLineTellsHowTheScanEnded) {
               R"("events":2})");
 }
 
+TEST(JsonLines, NamesThatTurnALineAreTheSameValue) {
+    const std::string name = "a\u202eb\u0085\x7f.mp4";
+    const std::string line = FileLine(name, "", {});
+    EXPECT_NE(line.find("\"a\\u202eb\\u0085\\u007f.mp4\""), std::string::npos) << line;
+    EXPECT_EQ(nlohmann::json::parse(line)["file"], name);
+    const std::string record = LineOf(GapRecord{.file = name, .reason = "why"});
+    EXPECT_EQ(LineOf(RecordOfLine(record)), record);
+}
+
 }  // namespace
 }  // namespace Scan

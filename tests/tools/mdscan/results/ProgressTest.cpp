@@ -19,13 +19,14 @@ TEST(Progress, ProgressTellsWhatIsLeft) {
     EXPECT_NE(ProgressLine(0, -1, {}).find(R"("left":null)"), std::string::npos);
 }
 
-TEST(Progress, QuietIsStrongerThanAStyle) {
+TEST(Progress, MachinesAreToldHoweverQuietItIs) {
     RunSettings settings;
-    settings.progress = "json";
-    EXPECT_EQ(StyleOf(settings), ProgressStyle::Json);
     settings.quiet = true;
     EXPECT_EQ(StyleOf(settings), ProgressStyle::None);
+    settings.progress = "json";
+    EXPECT_EQ(StyleOf(settings), ProgressStyle::Json);
     settings.quiet = false;
+    EXPECT_EQ(StyleOf(settings), ProgressStyle::Json);
     settings.progress = "none";
     EXPECT_EQ(StyleOf(settings), ProgressStyle::None);
 }

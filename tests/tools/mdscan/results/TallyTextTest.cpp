@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "results/VisibleText.h"
 #include "video/base/Tally.h"
 
 namespace Scan {
@@ -50,6 +51,34 @@ TEST(TallyText, AnEmptyTallyDividesByNothing) {
 TEST(TallyText, DamageNamesThePlaceAndTheCount) {
     EXPECT_EQ(DamageText({1, "bad data", 124'000'000}), "damaged near 12.4 s: bad data");
     EXPECT_EQ(DamageText({7, "bad data", 0}), "damaged near 0.0 s: bad data (first of 7 errors)");
+}
+
+TEST(TallyText, OneIsOne) {
+    EXPECT_EQ(Counted(0, "input"), "0 inputs");
+    EXPECT_EQ(Counted(1, "input"), "1 input");
+    const Video::Tally one{.pictures = 1,
+                           .analysed = 1,
+                           .length = 10'000'000,
+                           .elapsed = 1,
+                           .events = 1,
+                           .gaps = 1,
+                           .droppedPackets = 1,
+                           .gops = {.gops = 1, .decoded = 1},
+                           .grid = {1, 1, 1, 1, 1}};
+    EXPECT_EQ(TallyText(one), "1 picture (1.0 s), 1 analysed on 1x1 block of 1 pixel; decoded 1 of 1 group; 1 event; 1 gap; "
+                              "1 packet dropped, the scan was too slow; took 1.0 s, 1.0 x real time");
+    EXPECT_EQ(SumText(one, 0), "1 event in 1.0 s of video; took 1.0 s, 1.0 x real time");
+}
+
+TEST(TallyText, NamesAreShownWithAllThatTheyHold) {
+    EXPECT_EQ(Visible("caf\u00e9 \u6e2f.mp4"), "caf\u00e9 \u6e2f.mp4");
+    EXPECT_EQ(Visible("a\nb\x1b[31m\x7f\u0085"), "a\\x0ab\\x1b[31m\\x7f\\u0085");
+    EXPECT_EQ(Visible("invoice-\u202e4pm.exe\u2066\u200f\u061c\ufeff"),
+              "invoice-\\u202e4pm.exe\\u2066\\u200f\\u061c\\ufeff");
+    EXPECT_EQ(Visible("caf\xe9.mp4\xc3"), "caf\\xe9.mp4\\xc3");
+    EXPECT_EQ(Visible("\xc0\xaf\xed\xa0\x80\xf4\x90\x80\x80"), "\\xc0\\xaf\\xed\\xa0\\x80\\xf4\\x90\\x80\\x80")
+        << "longer than need be, a surrogate, beyond the last character";
+    EXPECT_EQ(VisibleJson("{\"\u202e\":\"\u00e9\x7f\",\n\"\xff\":1}"), "{\"\\u202e\":\"\u00e9\\u007f\",\n\"\xff\":1}");
 }
 
 }  // namespace

@@ -150,7 +150,7 @@ TEST_F(BatchTest, NamesEveryBrokenFileAndMissesNoOther) {
     EXPECT_EQ(order.size(), expected.size());
     EXPECT_TRUE(std::is_sorted(order.begin(), order.end(), [](const fs::path& a, const fs::path& b) { return a < b; }));
     EXPECT_NE(run.err.find("mdscan: 25 inputs: "), std::string::npos) << run.err;
-    EXPECT_NE(run.err.find(", 8 failed; 1 other files passed over; "), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find(", 8 failed; 1 other file passed over; "), std::string::npos) << run.err;
     EXPECT_EQ(run.ErrorLines(), 9) << run.err;
 }
 
