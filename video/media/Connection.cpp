@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <new>
 #include <ratio>
+#include <string>
 #include <utility>
+#include <vector>
 
 extern "C" {
 #ifdef COREMD_HAS_DEVICES
@@ -114,6 +116,31 @@ private:
     AVDictionary* _settings = nullptr;
 };
 
+void RefuseTooLarge(const AVFormatContext& input) {
+    for (unsigned i = 0; i < input.nb_streams; ++i) {
+        const AVCodecParameters& codec = *input.streams[i]->codecpar;
+        const bool isCover = (input.streams[i]->disposition & AV_DISPOSITION_ATTACHED_PIC) != 0;
+        if (codec.codec_type == AVMEDIA_TYPE_VIDEO && !isCover && std::int64_t{codec.width} * codec.height > mostPixels) {
+            throw Failure(Concern::Input, TooLargeText(codec.width, codec.height));
+        }
+    }
+}
+
+// Looks into the streams, which may decode pictures: none that is too large.
+int FindStreams(AVFormatContext& input) {
+    std::vector<Settings> settings(input.nb_streams);
+    std::vector<AVDictionary*> options;
+    for (Settings& stream : settings) {
+        stream.Set("max_pixels", std::to_string(mostPixels));
+        options.push_back(*stream.Address());
+    }
+    const int result = avformat_find_stream_info(&input, options.data());  // each may have become another one
+    for (std::size_t i = 0; i < options.size(); ++i) {
+        *settings[i].Address() = options[i];
+    }
+    return result;
+}
+
 }  // namespace
 
 Ticks SteadyTicks(SteadyTime time) {
@@ -161,7 +188,10 @@ InputPointer OpenRemote(const std::string& url, Patience& patience, double recon
 Connection FindVideo(InputPointer input) {
     Connection connection;
     connection.opened = std::chrono::steady_clock::now();
-    if (const int error = avformat_find_stream_info(input.get(), nullptr); error < 0) {
+    RefuseTooLarge(*input);  // where the header says it
+    const int error = FindStreams(*input);
+    RefuseTooLarge(*input);
+    if (error < 0) {
         throw Failure(Concern::Input, "cannot read: " + Explained(ErrorText(error)));
     }
     const AVCodec* codec = nullptr;
@@ -176,9 +206,12 @@ Connection FindVideo(InputPointer input) {
         input->streams[i]->discard = i == static_cast<unsigned>(index) ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
     }
     connection.stream = input->streams[index];
+    const std::string complaint = TakeComplaint();  // probing complains about what turns out well, too
+    if (connection.stream->codecpar->width <= 0 && IsTooLargeText(complaint)) {
+        throw Failure(Concern::Input, complaint);
+    }
     connection.facts = FactsOf(*input, *connection.stream);
     connection.input = std::move(input);
-    TakeComplaint();  // probing complains about what turns out well
     return connection;
 }
 

@@ -66,7 +66,7 @@ InputPointer NewInput(Patience& patience);
 // Throws Failure with one line that says what is wrong.
 InputPointer OpenRemote(const std::string& url, Patience& patience, double reconnect);
 
-// Finds the video in what was opened. Throws Failure.
+// Finds the video in what was opened. Throws Failure, where its pictures are too large, too.
 Connection FindVideo(InputPointer input);
 
 }  // namespace Video

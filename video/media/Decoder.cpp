@@ -48,6 +48,7 @@ void Decoder::OpenCodec() {
     if (_unfiltered && codec && codec->id == AV_CODEC_ID_H264) {
         _codec->skip_loop_filter = AVDISCARD_ALL;
     }
+    _codec->max_pixels = mostPixels;  // of later ones, too
     if (error >= 0) {
         error = avcodec_open2(_codec.get(), codec, nullptr);
     }

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <array>
 #include <cstdarg>
+#include <cstdint>
+#include <cstdio>
 #include <mutex>
 #include <new>
 #include <utility>
@@ -24,6 +26,16 @@ namespace {
 std::mutex complaintMutex;
 std::string complaint;
 
+constexpr const char* tooLarge = "its pictures are too large: ";
+
+// FFmpeg has a limit of its own, which it does not tell.
+std::string Reworded(const std::string& text) {
+    unsigned width = 0, height = 0;
+    const bool isSize = std::sscanf(text.c_str(), "Picture size %ux%u ", &width, &height) == 2;
+    const bool isLarge = isSize && std::uint64_t{width} * height > static_cast<std::uint64_t>(mostPixels);
+    return isLarge ? TooLargeText(width, height) : text;
+}
+
 void Remember(void* source, int level, const char* format, va_list arguments) {
     if (level > AV_LOG_ERROR) {
         return;
@@ -37,7 +49,7 @@ void Remember(void* source, int level, const char* format, va_list arguments) {
     text.erase(text.find_last_not_of(' ') + 1);
     const std::lock_guard lock(complaintMutex);
     if (complaint.empty()) {
-        complaint = std::move(text);
+        complaint = Reworded(text);
     }
 }
 
@@ -83,8 +95,18 @@ std::string TakeComplaint() {
     return std::exchange(complaint, std::string());
 }
 
+std::string TooLargeText(std::int64_t width, std::int64_t height) {
+    return tooLarge + std::to_string(width) + "x" + std::to_string(height) + ", at most " + std::to_string(mostPixels) +
+           " pixels are scanned";
+}
+
+bool IsTooLargeText(const std::string& text) { return text.starts_with(tooLarge); }
+
 std::string Explained(const std::string& what) {
     const std::string detail = TakeComplaint();
+    if (IsTooLargeText(detail)) {
+        return detail;
+    }
     return detail.empty() ? what : what + " (" + detail + ")";
 }
 

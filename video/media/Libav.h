@@ -18,6 +18,10 @@ extern "C" {
 
 namespace Video {
 
+// Larger pictures are refused before anything is made of them: what a few damaged bytes announce may be more than a machine
+// has. 8192 x 8192, twice the largest that a level of H.264, H.265 or AV1 allows.
+inline constexpr std::int64_t mostPixels = std::int64_t{1} << 26;
+
 inline constexpr AVRational tickBase = {1, static_cast<int>(oneSecond)};
 
 struct LibavDeleter {
@@ -54,7 +58,11 @@ AVPixelFormat PlainFormat(int format);
 
 std::string ErrorText(int error);
 
-// "what (detail)", with what FFmpeg said about it, if it did.
+// What is said of pictures with more than mostPixels, as an input's failure and as FFmpeg's complaint.
+std::string TooLargeText(std::int64_t width, std::int64_t height);
+bool IsTooLargeText(const std::string& text);
+
+// "what (detail)", with what FFmpeg said about it, if it did. Of pictures that are too large: the detail alone.
 std::string Explained(const std::string& what);
 
 // Ticks; absent: not given, or beyond any calendar.
