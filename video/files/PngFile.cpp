@@ -2,8 +2,10 @@
 #include "video/files/PngFile.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstddef>
 #include <exception>
+#include <filesystem>
 #include <stdexcept>
 
 #include <png.h>
@@ -27,6 +29,15 @@ png_image HeaderOf(const BgrPicture& picture) {
 }
 
 }  // namespace
+
+void RefuseUnlessPng(const std::string& option, const std::string& path) {
+    std::string ending = std::filesystem::path(path).extension().native();
+    std::transform(ending.begin(), ending.end(), ending.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    if (!ending.empty() && ending != ".png") {
+        throw Failure(Concern::Usage, option + " writes PNG: " + path + " must end in .png");
+    }
+}
 
 void WritePng(const BgrPicture& picture, const AtomicFile& file) {
     std::string bytes;

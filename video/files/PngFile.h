@@ -10,6 +10,10 @@
 
 namespace Video {
 
+// Files that are called other than they are help nobody. option: that asks for it. path: empty: none is asked for; ends in
+// .png, or has no ending. Throws Failure.
+void RefuseUnlessPng(const std::string& option, const std::string& path);
+
 // Writes under the file's passing name. Throws Failure.
 void WritePng(const BgrPicture& picture, const AtomicFile& file);
 

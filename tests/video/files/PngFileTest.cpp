@@ -11,6 +11,7 @@
 
 #include "FolderFixture.h"
 #include "video/base/BgrPicture.h"
+#include "video/base/Failure.h"
 #include "video/files/AtomicFile.h"
 
 namespace Video {
@@ -42,6 +43,21 @@ TEST_F(PngFileTest, WhatIsWrittenIsRead) {
     std::vector<std::uint8_t> pixels(PNG_IMAGE_SIZE(image));
     ASSERT_TRUE(png_image_finish_read(&image, nullptr, pixels.data(), 0, nullptr)) << image.message;
     EXPECT_EQ(pixels, twoByOne.pixels);
+}
+
+TEST(PngFile, OtherNamesAreRefused) {
+    for (const char* name : {"", "a.png", "a.PNG", "a", "folder.jpg/a", ".png"}) {
+        EXPECT_NO_THROW(RefuseUnlessPng("--heatmap", name)) << name;
+    }
+    for (const char* name : {"a.jpg", "a.png.jpg", "a.gif", "a.pn"}) {
+        try {
+            RefuseUnlessPng("--heatmap", name);
+            ADD_FAILURE() << name;
+        } catch (const Failure& failure) {
+            EXPECT_EQ(failure.Code(), exitUsage);
+            EXPECT_EQ(failure.what(), "--heatmap writes PNG: " + std::string(name) + " must end in .png");
+        }
+    }
 }
 
 }  // namespace

@@ -116,6 +116,7 @@ int ShowZones(const std::vector<std::string>& inputs, const ScanSettings& settin
         throw Video::Failure(Video::Concern::Usage, "mdscan zones wants a single video");
     }
     const std::string &input = inputs.front(), &preview = pictures.preview;
+    Video::RefuseUnlessPng("--preview", preview);
     Video::Decoder decoder(Video::OpenSource(input));
     if (!decoder.Next()) {
         throw Video::Failure(Video::Concern::Input, input + ": no picture could be decoded");

@@ -31,6 +31,7 @@
 #include "video/base/Tally.h"
 #include "video/files/Folder.h"
 #include "video/files/PassingFolder.h"
+#include "video/files/PngFile.h"
 
 namespace Scan {
 
@@ -162,6 +163,10 @@ int ScanInputs(const std::vector<std::string>& names, const ScanSettings& scan, 
     const InputList list = FindInputs(names);
     const bool several = list.several || !run.resume.empty();
     RefuseSameFileTwice(outputs, run.resume, several);
+    if (!several) {
+        Video::RefuseUnlessPng("--background", outputs.background);
+        Video::RefuseUnlessPng("--heatmap", outputs.heatmap);
+    }
     OutputSettings places = outputs;
     std::optional<Video::PassingFolder> clips;
     if (!outputs.join.empty() && outputs.clips.empty()) {
