@@ -78,8 +78,9 @@ std::optional<StartTime> ContainerStart(const AVFormatContext& input, const AVSt
 
 }  // namespace
 
-FileSource::FileSource(const std::string& path) : _path(path), _patience(std::make_unique<Patience>()) {
-    Examine(path, Open(path));
+FileSource::FileSource(const std::string& path, const std::function<void()>& onWait)
+    : _path(path), _patience(std::make_unique<Patience>()) {
+    Examine(path, Open(path, onWait));
 }
 
 FileSource::FileSource(const std::string& url, InputPointer input, std::unique_ptr<Patience> patience, Ticks silence)
@@ -88,14 +89,14 @@ FileSource::FileSource(const std::string& url, InputPointer input, std::unique_p
     Examine(url, std::move(input));
 }
 
-InputPointer FileSource::Open(const std::string& path) {
+InputPointer FileSource::Open(const std::string& path, const std::function<void()>& onWait) {
     if (const std::string obstacle = Obstacle(path); !obstacle.empty() && !IsPattern(path)) {
         throw Failure(Concern::Input, "cannot open: " + obstacle);
     }
     TakeComplaint();
     InputPointer input = NewInput(*_patience);
     if (PipeReader::Reads(path)) {
-        _pipe = std::make_unique<PipeReader>(path, *_patience);
+        _pipe = std::make_unique<PipeReader>(path, *_patience, onWait);
         input->pb = _pipe->Context();
     }
     AVFormatContext* opened = input.release();  // freed by FFmpeg where it fails

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -18,8 +19,8 @@ namespace Video {
 
 class FileSource : public PacketSource {
 public:
-    // "-": the standard input. Throws Failure.
-    explicit FileSource(const std::string& path);
+    // "-": the standard input. onWait: as PipeReader takes it. Throws Failure.
+    explicit FileSource(const std::string& path, const std::function<void()>& onWait = {});
 
     // A download that was opened with this patience. silence: ticks without data, after which it counts as broken.
     FileSource(const std::string& url, InputPointer input, std::unique_ptr<Patience> patience, Ticks silence);
@@ -37,7 +38,7 @@ public:
     std::string Shortfall(Ticks end, const std::string& complaint) const override;
 
 private:
-    InputPointer Open(const std::string& path);
+    InputPointer Open(const std::string& path, const std::function<void()>& onWait);
     void Examine(const std::string& path, InputPointer input);
     bool EndsWithinPicture() const;
     bool IsSeekable() const;

@@ -14,9 +14,9 @@
 namespace Video {
 
 // A download that has an end is a file like others; all else that has no path is live.
-std::unique_ptr<PacketSource> OpenSource(const std::string& path, double reconnect) {
+std::unique_ptr<PacketSource> OpenSource(const std::string& path, double reconnect, const std::function<void()>& onWait) {
     if (!IsUrl(path) && !IsCamera(path)) {
-        return std::make_unique<FileSource>(path);
+        return std::make_unique<FileSource>(path, onWait);
     }
     const LiveLimits limits{.reconnect = reconnect};
     auto patience = std::make_unique<Patience>();

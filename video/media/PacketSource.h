@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -80,7 +81,9 @@ public:
 
 // Opens a file or source and finds its first video stream. "-": the standard input.
 //   reconnect  seconds for which a live source that breaks is tried again
+//   onWait     called once where it is a pipe to which nobody writes yet
 // Throws Failure with one line that says what is wrong.
-std::unique_ptr<PacketSource> OpenSource(const std::string& path, double reconnect = 0);
+std::unique_ptr<PacketSource> OpenSource(const std::string& path, double reconnect = 0,
+                                         const std::function<void()>& onWait = {});
 
 }  // namespace Video

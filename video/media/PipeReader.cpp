@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -32,21 +33,21 @@ bool PipeReader::Reads(const std::string& path) {
                                  : stat(path.c_str(), &status) == 0 && S_ISFIFO(status.st_mode);
 }
 
-PipeReader::PipeReader(const std::string& path, const Patience& patience)
+PipeReader::PipeReader(const std::string& path, const Patience& patience, std::function<void()> onWait)
     : _patience(patience),
       _file(path == standardInput ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)),
-      _owned(path != standardInput) {
+      _owned(path != standardInput),
+      _onWait(_owned ? std::move(onWait) : nullptr) {
     if (_file < 0) {
         throw Failure(Concern::Input, std::string("cannot open: ") + std::strerror(errno));
     }
     auto* const buffer = static_cast<unsigned char*>(av_malloc(bufferSize));
-    _context = buffer ? avio_alloc_context(
-                            buffer, bufferSize, 0, this,
-                            [](void* self, std::uint8_t* to, int size) {
-                                return static_cast<const PipeReader*>(self)->Read(to, size);
-                            },
-                            nullptr, nullptr)
-                      : nullptr;
+    _context =
+        buffer ? avio_alloc_context(
+                     buffer, bufferSize, 0, this,
+                     [](void* self, std::uint8_t* to, int size) { return static_cast<PipeReader*>(self)->Read(to, size); },
+                     nullptr, nullptr)
+               : nullptr;
     if (!_context) {
         av_free(buffer);
         if (_owned) {
@@ -64,13 +65,21 @@ PipeReader::~PipeReader() {
     }
 }
 
-int PipeReader::Read(unsigned char* to, int size) const {
+// A pipe that nobody has opened for writing is silent; to read from it all the same is to reach an end, which counts only
+// once there was a beginning.
+int PipeReader::Read(unsigned char* to, int size) {
     while (!_patience.IsOver()) {
         pollfd waiting = {_file, POLLIN, 0};
-        if (poll(&waiting, 1, pollInterval) <= 0) {
+        const bool isSilent = poll(&waiting, 1, pollInterval) <= 0;
+        if (isSilent && !_onWait) {
             continue;
         }
+        const auto onWait = std::exchange(_onWait, nullptr);
         const ssize_t got = read(_file, to, static_cast<std::size_t>(size));
+        if (isSilent && got == 0) {
+            onWait();
+            continue;
+        }
         if (got > 0) {
             return static_cast<int>(got);
         }

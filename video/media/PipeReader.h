@@ -2,7 +2,7 @@
 // go on until the other side says something.
 #pragma once
 
-#include <memory>
+#include <functional>
 #include <string>
 
 #include "video/media/Connection.h"
@@ -13,8 +13,9 @@ class PipeReader {
 public:
     static constexpr const char* standardInput = "-";
 
-    // path: of a named pipe, or standardInput. patience must outlive the reader. Throws Failure.
-    PipeReader(const std::string& path, const Patience& patience);
+    // path: of a named pipe, or standardInput. patience must outlive the reader. onWait: called once where nobody writes to
+    // the named pipe yet; may be empty. Throws Failure.
+    PipeReader(const std::string& path, const Patience& patience, std::function<void()> onWait = {});
     ~PipeReader();
     PipeReader(const PipeReader&) = delete;
     PipeReader& operator=(const PipeReader&) = delete;
@@ -25,11 +26,12 @@ public:
     AVIOContext* Context() const { return _context; }
 
 private:
-    int Read(unsigned char* to, int size) const;
+    int Read(unsigned char* to, int size);
 
     const Patience& _patience;
-    int _file;    // descriptor
-    bool _owned;  // closed by this
+    int _file;                      // descriptor
+    bool _owned;                    // closed by this
+    std::function<void()> _onWait;  // empty: not, or not any more
     AVIOContext* _context;
 };
 

@@ -1,6 +1,7 @@
 // What happens to results that cannot be completed?
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <filesystem>
 #include <iterator>
 #include <string>
@@ -9,6 +10,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <sys/stat.h>
 #include <sys/types.h>
 
 #include "ScanFixture.h"
@@ -243,6 +245,80 @@ TEST_F(ScanResults, NohupOutlivesItsTerminal) {
     const Outcome run = MdscanInterrupted({"--frames"}, In("clip.y4m"), In("pipe"), 80, {.signal = SIGHUP, .ignored = true});
     EXPECT_EQ(run.code, 0) << run.err;
     EXPECT_GE(run.lines.size(), 101u);
+}
+
+TEST_F(ScanResults, PicturesAreNotCalledOtherThanTheyAre) {
+    const std::string clip = RawClip({.seconds = 1});
+    for (const char* option : {"--heatmap", "--background"}) {
+        const Outcome run = Mdscan({option, In("x.jpg"), clip});
+        EXPECT_EQ(run.code, 2);
+        EXPECT_EQ(run.err, "mdscan: " + std::string(option) + " writes PNG: " + In("x.jpg") + " must end in .png\n");
+        EXPECT_TRUE(run.scan.is_null()) << "known before the scan";
+    }
+    EXPECT_EQ(Mdscan({"zones", "--preview", In("x.jpg"), clip}).code, 2);
+    EXPECT_EQ(FilesInFolder(), std::vector<std::string>{"clip.y4m"});
+}
+
+TEST_F(ScanResults, AnInputMayBeginWithADash) {
+    Video::WriteEncoded({{.width = 160, .height = 120, .seconds = 6, .from = 3, .until = 5}},
+                        {.codec = "mpeg4", .container = "mp4"}, In("-dash.mp4"));
+    Write("mdscan.conf", "rate = 6\n");
+    const Outcome run = Mdscan({"--thumbnails", ".", "--clips", ".", "--overlay", "o.mp4", "--background", "b.png",
+                                "--report", "r.html", "--csv", "t.csv", "--", "-dash.mp4"},
+                               {.configFolder = Folder(), .folder = Folder()});
+    EXPECT_EQ(run.code, 0) << run.err;
+    ASSERT_EQ(run.lines.size(), 1u);
+    EXPECT_EQ(run.lines[0]["clip"], "./-dash-1.mp4");
+    EXPECT_EQ(FilesInFolder(), (std::vector<std::string>{"-dash-1.jpg", "-dash-1.mp4", "-dash.mp4", "b.png", "mdscan.conf",
+                                                         "o.mp4", "r.html", "t.csv"}));
+    EXPECT_NE(Read("r.html").find("\"link\":\"-dash-1.mp4\""), std::string::npos);
+    EXPECT_NE(Read("r.html").find("\"link\":\"-dash.mp4\""), std::string::npos);
+    const Outcome both =
+        Mdscan({"--resume", "state", "--overlay", "drawn", "--", "-dash.mp4", "-dash-1.mp4"}, {.folder = Folder()});
+    EXPECT_EQ(both.code, 0) << both.err;
+    EXPECT_EQ(std::distance(fs::directory_iterator(In("drawn")), fs::directory_iterator()), 2);
+    EXPECT_EQ(Mdscan({"zones", "--preview", "p.png", "--", "-dash.mp4"}, {.folder = Folder()}).code, 0);
+}
+
+// A header of a few bytes.
+TEST_F(ScanResults, PicturesThatAreTooLargeAreRefused) {
+    const auto png = [](const std::string& header) {
+        return std::string("\x89PNG\r\n\x1a\n\0\0\0\x0dIHDR", 16) + header +
+               std::string(
+                   "\0\0\0\x0cIDAT\x78\x9c\x63\x60\xa0\x3d\0\0\0\x64\0\x01\x86\x64\x3c\x35\0\0\0\0IEND\xae\x42\x60\x82", 36);
+    };
+    Write("16000.png", png(std::string("\0\0\x3e\x80\0\0\x3e\x80\x08\x02\0\0\0\xce\x1c\x48\x89", 17)));
+    Write("30000.png", png(std::string("\0\0\x75\x30\0\0\x75\x30\x08\x02\0\0\0\xe9\x45\x6f\xed", 17)));
+    for (const std::string size : {"16000", "30000"}) {
+        Write(size + ".y4m", "YUV4MPEG2 W" + size + " H" + size + " F10:1 C420jpeg\nFRAME\n" + std::string(10'000, '\0'));
+        for (const char* ending : {".y4m", ".png"}) {
+            const Outcome run = Mdscan({In(size + ending)});
+            EXPECT_EQ(run.code, 1);
+            EXPECT_EQ(run.ErrorLines(), 1) << run.err;
+            EXPECT_NE(
+                run.err.find("its pictures are too large: " + size + "x" + size + ", at most 67108864 pixels are scanned\n"),
+                std::string::npos)
+                << run.err;
+        }
+    }
+}
+
+TEST_F(ScanResults, APipeWithoutAWriterIsWaitedForVisibly) {
+    ASSERT_EQ(mkfifo(In("pipe").c_str(), 0600), 0);
+    const std::string waiting = "mdscan: " + In("pipe") + ": waiting for a writer\n";
+    double seconds = 0;
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        const Outcome run = MdscanSignalledAt({In("pipe")}, signal, waiting, seconds);
+        EXPECT_EQ(run.code, 1);
+        EXPECT_EQ(run.err, waiting + "mdscan: " + In("pipe") + ": interrupted\n");
+        EXPECT_LT(seconds, 5);
+    }
+    const Outcome many = MdscanSignalledAt({In("missing.mp4"), In("pipe")}, SIGTERM, waiting, seconds);
+    EXPECT_EQ(many.code, 1);
+    EXPECT_EQ(many.err.find(waiting), 0u) << many.err;
+    EXPECT_LT(seconds, 5);
+    const Outcome fed = MdscanInterrupted({"--frames"}, RawClip({}), In("fed"), 80);
+    EXPECT_EQ(fed.err.find("waiting"), std::string::npos) << fed.err;
 }
 
 }  // namespace

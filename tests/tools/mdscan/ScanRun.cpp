@@ -74,6 +74,9 @@ bool MountSmallDisk(const std::string& folder) {
         const rlimit limit = {most, most};
         setrlimit(RLIMIT_FSIZE, &limit);
     }
+    if (!surroundings.folder.empty() && chdir(surroundings.folder.c_str()) != 0) {
+        _exit(126);
+    }
     if (surroundings.ignoredSignal != 0) {
         std::signal(surroundings.ignoredSignal, SIG_IGN);
     }
@@ -215,6 +218,24 @@ Outcome MdscanSignalled(const std::vector<std::string>& arguments, int signal, i
     const int code = CodeOf(child);
     Outcome run = signal == SIGKILL && code < 0 ? Outcome{code, {}, Content(outputs.err)}  // its last line may be cut
                                                 : Parsed(code, Content(outputs.out), Content(outputs.err));
+    unlink(outputs.out.c_str());
+    unlink(outputs.err.c_str());
+    return run;
+}
+
+Outcome MdscanSignalledAt(const std::vector<std::string>& arguments, int signal, const std::string& saying,
+                          double& seconds) {
+    const Outputs outputs{Scratch("out"), Scratch("err")};
+    const pid_t child = Start(arguments, outputs);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (std::chrono::steady_clock::now() < end && Content(outputs.err).find(saying) == std::string::npos) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    const auto sent = std::chrono::steady_clock::now();
+    kill(child, signal);
+    const int code = CodeOf(child);
+    seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - sent).count();
+    Outcome run = Parsed(code, Content(outputs.out), Content(outputs.err));
     unlink(outputs.out.c_str());
     unlink(outputs.err.c_str());
     return run;

@@ -26,6 +26,7 @@ struct Surroundings {
     long largestFile = 0;                       // bytes that the program may write into one file; 0: any number
     std::string smallDisk = "";                 // folder that is a disk of its own for the program, of 64 KB; empty: none is
     std::string configFolder = "/nonexistent";  // of the user; that of whoever runs the test is never read
+    std::string folder = "";                    // where it runs; empty: where the test does
     int ignoredSignal = 0;                      // which the program finds ignored; 0: none
 };
 
@@ -45,6 +46,9 @@ Said MdscanSaying(const std::vector<std::string>& arguments);
 
 // Sends the signal after so many milliseconds, unless the program has ended by then.
 Outcome MdscanSignalled(const std::vector<std::string>& arguments, int signal, int milliseconds);
+
+// Sends the signal once it has said this on standard error. seconds: that it took to end from then on.
+Outcome MdscanSignalledAt(const std::vector<std::string>& arguments, int signal, const std::string& saying, double& seconds);
 
 // With a file as standard input.
 Outcome MdscanFed(const std::vector<std::string>& arguments, const std::string& clip);

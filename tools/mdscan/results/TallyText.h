@@ -30,6 +30,9 @@ std::string ProgressText(double done, double left, const Video::Tally& tally);
 // line is one line, and shows what it holds.
 void PrintLastLine(const std::string& subject, const std::string& text);
 
+// What is said of a pipe, once.
+inline constexpr const char* waitingForWriter = "waiting for a writer";
+
 // "damaged near 12.4 s: ...", one line.
 std::string DamageText(const Video::Damage& damage);
 

@@ -161,6 +161,10 @@ void Batch::Listen() {
         }
         Item& item = *speakers[i];
         const bool goesOn = item.worker->Read();
+        if (item.worker->TakeWait() && !_quiet) {
+            _progress.Clear();
+            PrintLastLine(Video::ShownName(item.input.path), waitingForWriter);
+        }
         if (item.worker->IsLive() && !std::exchange(item.isLive, true)) {
             --_running;
             ++_live;

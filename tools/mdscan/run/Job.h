@@ -23,6 +23,8 @@ public:
     virtual void OnRecord(const Record& record) = 0;
     // Where the settings ask for any; before the record of its event.
     virtual void OnScanPicture(const ScanPicture& picture) = 0;
+    // Before all others, where nobody writes yet to a pipe that is the input.
+    virtual void OnWait() {}
     // Before all others, where the input is a live source.
     virtual void OnLive() {}
     // Something that the user wants cannot be, though the scan goes on; one line. Early, as soon as it is known.

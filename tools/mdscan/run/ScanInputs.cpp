@@ -42,6 +42,11 @@ class Teller : public JobListener {
 public:
     Teller(RunOutputs& results, const std::string& input, Progress& progress, bool quiet)
         : _results(results), _input(input), _progress(progress), _quiet(quiet) {}
+    void OnWait() override {
+        if (!_quiet) {
+            PrintLastLine(Video::ShownName(_input), waitingForWriter);
+        }
+    }
     void OnRecord(const Record& record) override {
         _progress.Clear();  // both may go to the same terminal
         _note.Take(record);

@@ -1,7 +1,8 @@
 // What do parent and child say to each other?
 //
-// The child writes messages into a pipe, one a line: L and a record, A and a picture, W and a warning, V that the
-// input is a live source, P and numbers on its progress, E and its packed result. A child that dies sends no E.
+// The child writes messages into a pipe, one a line: L and a record, A and a picture, W and a warning, N that nobody writes
+// yet to the pipe that is the input, V that it is a live source, P and numbers on its progress, E and its packed result. A
+// child that dies sends no E.
 #include "run/Worker.h"
 
 #include <algorithm>
@@ -58,6 +59,7 @@ public:
 
     void OnRecord(const Record& record) override { Say('L', LineOf(record)); }
     void OnScanPicture(const ScanPicture& picture) override { Say('A', LineOf(picture)); }
+    void OnWait() override { Say('N', ""); }
     void OnLive() override { Say('V', ""); }
     void OnWarning(const std::string& text) override { Say('W', text); }
 
@@ -187,6 +189,7 @@ bool Worker::Read() {
 void Worker::Understand(const std::string& message) {
     const std::string text = message.substr(std::min<std::size_t>(1, message.size()));
     switch (message.empty() ? '\0' : message.front()) {
+        case 'N': _waits = true; break;
         case 'V': _isLive = true; break;
         case 'L':
             _records.push_back(RecordOfLine(text));
@@ -229,6 +232,8 @@ void Worker::Bury(bool understood) {
                         .trouble = "its scan was ended " + end,
                         .tally = _tally};
 }
+
+bool Worker::TakeWait() { return std::exchange(_waits, false); }
 
 std::vector<Record> Worker::TakeRecords() { return std::exchange(_records, {}); }
 

@@ -43,6 +43,7 @@ public:
     // Likewise, and nobody listens to it any more.
     void Dismiss();
 
+    bool TakeWait();                          // nobody writes to the pipe that is the input: once
     std::vector<Record> TakeRecords();        // those since the last call
     std::vector<std::string> TakePictures();  // likewise: their lines, unread, for they may have to wait
     std::vector<std::string> TakeWarnings();  // likewise
@@ -66,6 +67,7 @@ private:
     std::vector<Record> _records;
     std::vector<std::string> _pictures;  // lines
     std::vector<std::string> _warnings;
+    bool _waits = false;
     bool _isLive = false;
     double _done = 0;
     Video::Tally _tally;
