@@ -13,11 +13,11 @@ target_compile_options(coreMD_rules INTERFACE
 
 # Linked after the rules by what runs once or writes text: compiled sooner, hardly slower.
 add_library(coreMD_light_rules INTERFACE)
-target_compile_options(coreMD_light_rules INTERFACE $<$<NOT:$<CONFIG:Debug>>:-O1>
+target_compile_options(coreMD_light_rules INTERFACE $<IF:$<CONFIG:Debug>,-O0,-O1>
     $<$<AND:$<CXX_COMPILER_ID:GNU>,$<NOT:$<CONFIG:Debug>>>:-Wno-array-bounds>)   # g++ 12 errs about sums of short strings
 
-if(COREMD_SANITIZE)
-    target_compile_options(coreMD_rules INTERFACE
+if(COREMD_SANITIZE)     # what looks at pictures does so for minutes in the tests
+    target_compile_options(coreMD_rules INTERFACE $<$<CONFIG:Debug>:-O1>
         -fsanitize=${COREMD_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(coreMD_rules INTERFACE -fsanitize=${COREMD_SANITIZE})
 endif()
