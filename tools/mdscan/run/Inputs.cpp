@@ -12,6 +12,7 @@
 #include <glob.h>
 
 #include "video/base/LiveName.h"
+#include "video/time/NameTime.h"
 
 namespace Scan {
 
@@ -123,6 +124,22 @@ bool HasVideoName(const std::string& path) {
     std::transform(ending.begin(), ending.end(), ending.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return std::binary_search(videoEndings.begin(), videoEndings.end(), std::string_view(ending).substr(1));
+}
+
+bool CanBeReadTwice(const std::string& input) {
+    std::error_code error;
+    return fs::is_regular_file(input, error);
+}
+
+std::optional<Video::StartTime> StartByName(const std::string& input, const std::string& pattern) {
+    if (input == "-") {
+        return std::nullopt;
+    }
+    if (Video::IsUrl(input)) {
+        return Video::TimeInName(input.substr(0, input.find_first_of("?#")), pattern);
+    }
+    std::error_code error;
+    return Video::TimeInName(fs::absolute(input, error).lexically_normal().string(), pattern);
 }
 
 InputList FindInputs(const std::vector<std::string>& names) {

@@ -1,9 +1,12 @@
-// Which videos do these names mean?  Files, folders with everything below them, patterns and the standard input become one
-// list.
+// Which videos do these names mean, and what do the names tell of them?  Files, folders with everything below them, patterns
+// and the standard input become one list.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "video/time/WallClock.h"
 
 namespace Scan {
 
@@ -24,5 +27,12 @@ InputList FindInputs(const std::vector<std::string>& names);
 
 // Does the name end as videos do?
 bool HasVideoName(const std::string& path);
+
+// A pipe or a live source cannot; numbered pictures have no file of their name.
+bool CanBeReadTwice(const std::string& input);
+
+// When it was at its start, as its name says; of a file by all of its path, for folders that the user did not name may be
+// those of a day; of an address by that. pattern: as --name-time takes it.
+std::optional<Video::StartTime> StartByName(const std::string& input, const std::string& pattern);
 
 }  // namespace Scan

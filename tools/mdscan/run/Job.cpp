@@ -5,12 +5,10 @@
 #include <chrono>
 #include <cstdint>
 #include <exception>
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -20,6 +18,7 @@
 #include "results/TallyText.h"
 #include "run/CameraMemory.h"
 #include "run/Excerpt.h"
+#include "run/Inputs.h"
 #include "run/SideOutputs.h"
 #include "settings/JobSettings.h"
 #include "settings/ScanSettings.h"
@@ -28,7 +27,6 @@
 #include "video/base/Findings.h"
 #include "video/base/Gap.h"
 #include "video/base/Interruption.h"
-#include "video/base/LiveName.h"
 #include "video/base/PictureGrid.h"
 #include "video/base/Tally.h"
 #include "video/media/Decoder.h"
@@ -39,7 +37,6 @@
 #include "video/pictures/Overlay.h"
 #include "video/scout/KeyframeScout.h"
 #include "video/time/Cadence.h"
-#include "video/time/NameTime.h"
 #include "video/time/PictureNumbers.h"
 #include "video/time/TickTime.h"
 #include "video/time/WallClock.h"
@@ -60,24 +57,6 @@ constexpr int periodsWithoutFrame = 10;
 
 // What moves is what changes from one picture to another.
 constexpr std::int64_t fewestAnalysed = 2;
-
-// A pipe or a live source cannot; numbered pictures have no file of their name.
-bool CanBeReadTwice(const std::string& input) {
-    std::error_code error;
-    return std::filesystem::is_regular_file(input, error);
-}
-
-// Of a file by all of its path, for folders that the user did not name may be those of a day; of an address by that.
-std::optional<Video::StartTime> StartByName(const std::string& input, const std::string& pattern) {
-    if (input == "-") {
-        return std::nullopt;
-    }
-    if (Video::IsUrl(input)) {
-        return Video::TimeInName(input.substr(0, input.find_first_of("?#")), pattern);
-    }
-    std::error_code error;
-    return Video::TimeInName(std::filesystem::absolute(input, error).lexically_normal().string(), pattern);
-}
 
 JobResult ResultOf(const Video::Failure& failure, Health health) {
     return {.health = failure.EndsRun() ? Health::Untold : health,
