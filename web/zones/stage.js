@@ -57,7 +57,7 @@ function pixelsOf(corners) {
 const pointsText = (corners) => pixelsOf(corners).map((point) => point.join(",")).join(" ");
 
 function showOutlines() {
-  const drawable = zones().filter(cornersOf);
+  const drawable = zones().filter((zone) => cornersOf(zone)?.length);
   const makeOutline = (outline) => {
     outline.setAttribute("tabindex", "0");
     outline.addEventListener("focus", () => pick(Number(outline.dataset.zone)));
@@ -96,9 +96,9 @@ function showHandles(zone) {
 
 // Around the middle of the picked zone.
 function showLeastObject(zone) {
-  const box = byId("least"), corners = zone && cornersOf(zone);
-  box.toggleAttribute("hidden", !corners || zone.value.exclude === true);
-  if (corners) {
+  const box = byId("least"), corners = zone && cornersOf(zone) || [];
+  box.toggleAttribute("hidden", !corners.length || zone.value.exclude === true);
+  if (corners.length) {
     const { width, height } = sizeOfStage(), size = zone.value.min_size ?? minSize;
     const mean = (axis) => corners.reduce((sum, one) => sum + one[axis], 0) / corners.length;
     setAll(box, { x: (mean(0) - size / 2) * width, y: (mean(1) - size / 2) * height, width: size * width,

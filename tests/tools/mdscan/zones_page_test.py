@@ -196,6 +196,14 @@ class ZonesPageTest(unittest.TestCase):
         self.assertEqual(len(self.all(".card")), 2)
 
     def test_what_mdscan_would_refuse_is_not_saved(self):
+        odd = self.folder / "odd.json"
+        odd.write_text('{"zones": [{"name": "none", "polygon": []}, {"name": "far", "mask": "constructor"}]}')
+        self.open()
+        self.one("#file").send_keys(str(odd))
+        self.wait(lambda: self.one("#say").text.startswith("Loaded odd.json"), "it is shown, however odd")
+        self.field(0, ".name").click()
+        self.assertEqual(self.troubles(0, "error"), ["must be a polygon of at least three corners"])
+        self.assertIn("does not know", self.card(1).text)
         self.open()
         self.one("#save").click()
         self.assertIn("there is no zone", self.one("#say").text)

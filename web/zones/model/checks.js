@@ -72,7 +72,8 @@ const covered = new WeakMap();                               // by the parsed zo
 export function blocksOf({ value }, { grid, masks }) {
   if (!covered.has(value)) {
     const corners = cornersOf({ value });
-    covered.set(value, corners && corners.length > 2 ? coveredBlocks(corners, grid) : masks[value.mask] || null);
+    const isKnown = Object.hasOwn(masks, value.mask);        // a file may be called "constructor"
+    covered.set(value, corners && corners.length > 2 ? coveredBlocks(corners, grid) : isKnown ? masks[value.mask] : null);
   }
   return covered.get(value);
 }

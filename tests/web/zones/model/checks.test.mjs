@@ -102,9 +102,11 @@ test("a zone that can find nothing is warned of", () => {
 });
 
 test("a mask covers what mdscan has told of it", () => {
-  const zones = zonesOf("\"name\": \"a\", \"mask\": \"m.png\"", "\"name\": \"b\", \"mask\": \"other.png\"");
+  const zones = zonesOf("\"name\": \"a\", \"mask\": \"m.png\"", "\"name\": \"b\", \"mask\": \"other.png\"",
+                        "\"name\": \"c\", \"mask\": \"constructor\"");
   const facts = { grid, masks: { "m.png": Uint8Array.from("110000000000", Number) }, minSize: 0, maxSize: 1 };
   assert.equal(countOf(effectOf(zones[0], zones, facts)), 2);
   assert.equal(effectOf(zones[1], zones, facts), null);
+  assert.equal(effectOf(zones[2], zones, facts), null, "of a file that is called like what every object has");
   assert.deepEqual(warningsOf(zones[1], zones, facts), []);
 });
