@@ -34,15 +34,19 @@ set -u
 const body = `
 results=\${2:-cuts}
 failed=0
+now=
+trap 'rm -f -- "$now"; exit 130' HUP INT TERM
 mkdir -p -- "$results" || exit 1
 
 cut() {  # from second $1 on, $2 seconds of $3, as $4; what is there already is left alone
     [ -e "$results/$4" ] && return
+    now=$results/$4
     if ! ffmpeg -nostdin -hide_banner -loglevel error -ss "$1" -i "file:$folder/$3" -t "$2" -map 0:v:0 -map '0:a?' \\
             -c copy -avoid_negative_ts make_zero "file:$results/$4"; then
         rm -f -- "$results/$4"
         failed=$((failed + 1))
     fi
+    now=
 }
 
 `;

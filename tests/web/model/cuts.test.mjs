@@ -64,6 +64,22 @@ test("every name reaches ffmpeg as it is, in one argument", () => within((folder
   assert.ok(readFileSync(log, "latin1").includes("file:-from/plain.mp4\0"));
 }));
 
+test("a cut that is broken off is not taken for a whole one", () => within((folder) => {
+  const stub = path.join(folder, "ffmpeg"), run = () => spawnSync("sh", ["cuts.sh"], { cwd: folder, env });
+  const env = { PATH: folder + ":/usr/bin:/bin" };
+  writeFileSync(path.join(folder, "cuts.sh"), cutScript(["a.mp4", "b.mp4"].map(eventOf), "").script);
+  for (const [signal, status] of [["", 0], ["INT", 130], ["TERM", 130]]) {
+    writeFileSync(stub, `#!/bin/sh
+      for out; do :; done
+      case $out in *0002*) [ -z "${signal}" ] || { : > "\${out#file:}"; kill -s ${signal} $PPID; };; *) : > "\${out#file:}";; esac
+    `);
+    chmodSync(stub, 0o755);
+    rmSync(path.join(folder, "cuts"), { recursive: true, force: true });
+    assert.equal(run().status, status, signal);
+    assert.deepEqual(readdirSync(path.join(folder, "cuts")), ["0001_a_0s.mp4"], "none is half there");
+  }
+}));
+
 test("ffmpeg cuts, and the script tells what it could not", (context) => {
   if (spawnSync("ffmpeg", ["-version"]).status !== 0) {
     context.skip("ffmpeg is not installed");
