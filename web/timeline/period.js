@@ -68,13 +68,15 @@ function find() {
   const span = { from: timeOf(typed.from), to: timeOf(typed.to) }, length = span.to - span.from;
   const around = Math.max(0, Math.min(3600, view.to - view.from) - length) / 2;
   setView({ from: span.from - around, to: span.to + around });
+  followView();                                              // to find among what is listed then
   const event = firstFrom(shown, span.from), isThen = event && event.input.begin + event.start < span.to;
   if (isThen) {
     pick(event, false);
     setView({ from: span.from - around, to: span.to + around });                    // picked, it may have moved
   }
   say(span.to <= whole.from || span.from >= whole.to ? "nothing recorded then"
-    : isThen ? "" : event ? "no event then, next " + eventTime(event) : "no event from then on");
+    : isThen ? "" : event ? "no event then, next " + eventTime(event)
+      : isFollowing ? "no event then" : "no event from then on");
 }
 
 function keep(name) {

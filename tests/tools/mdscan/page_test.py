@@ -188,6 +188,13 @@ class PageTest(PageCase):
         self.view()
         self.assertEqual(count(), f"{inside} of 6 events", "that was for once")
 
+        self.one("#follow").click()
+        for time, listed in ("2026-03-01", 3), ("2026-03-03 06:00", 1):
+            self.one("#find").clear()
+            self.one("#find").send_keys(time, Keys.ENTER)
+            self.assertEqual((found(), count()), ("", f"{listed} of 6 events"), "also what was not in view")
+            self.assertIn(time, self.one(".event[aria-selected='true']").text)
+
     def test_zooms_and_pans(self):
         self.open(self.page)
         whole = self.view()
