@@ -55,6 +55,9 @@ export function askPlaces(scene, camera) {
   scene.title = "Drag over a place to see the events that touched it";
   scene.append(mark);
   scene.addEventListener("pointerdown", (press) => {
+    if (press.button !== 0) {
+      return;
+    }
     press.preventDefault();
     scene.focus({ preventScroll: true });
     scene.setPointerCapture(press.pointerId);
@@ -63,7 +66,10 @@ export function askPlaces(scene, camera) {
   scene.addEventListener("pointermove", (move) => corner && show(areaOf(corner.point, pointOf(move), camera)));
   scene.addEventListener("pointercancel", () => { corner = null; showWanted(); });
   scene.addEventListener("pointerup", (release) => {
-    const far = corner && Math.min(Math.abs(release.clientX - corner.x), Math.abs(release.clientY - corner.y)) >= leastDrag;
+    if (!corner) {
+      return;                                                // it went down elsewhere, or was another button
+    }
+    const far = Math.min(Math.abs(release.clientX - corner.x), Math.abs(release.clientY - corner.y)) >= leastDrag;
     const area = far ? areaOf(corner.point, pointOf(release), camera) : null;
     corner = null;
     ask(area ? { camera: camera.camera, area } : null);

@@ -285,6 +285,10 @@ class PageReviewTest(PageCase):
         track = [event for event in self.found if event["track"]][0]
         x, y, width, height = box_at(track, (track["start"] + track["end"]) / 2)
         self.assertGreater(drag(x + 2, y + 2, x + width - 2, y + height - 2), 0, "where it moved")
+        ActionChains(self.browser).context_click(scene).perform()
+        ActionChains(self.browser).move_to_element(self.one("#cameras h2")).click_and_hold().move_to_element(scene).release(
+        ).perform()
+        self.assertTrue(self.one("#place").is_displayed(), "neither another button asks, nor one that went down elsewhere")
         self.one("#place").click()
         self.assertEqual(self.one("#count").text, "4 of 4 events")
         self.assertFalse(self.one(".scene .area").is_displayed())
