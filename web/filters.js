@@ -1,7 +1,7 @@
 // What does the viewer want to see?  The fields of #filters, and a button for each zone.
 import { byId, make, makeToggle } from "./elements.js";
 import { markWith } from "./marks.js";
-import { events, follow, inputs, scan, shown, want, wanted, when } from "./model/state.js";
+import { cameras, events, follow, scan, shown, want, wanted, when } from "./model/state.js";
 import { countText } from "./texts.js";
 
 function numberOf(id, otherwise) {
@@ -42,7 +42,6 @@ export function clearFilters() {
 
 export function startFilters() {
   scan.zones.forEach(makeZoneButton);
-  const cameras = new Map(inputs.map((input) => [input.camera, input.cameraName]));
   for (const [camera, name] of cameras) {
     const option = make("option", name);
     option.value = camera;

@@ -2,7 +2,7 @@
 import { makeOverlay, showBoxes } from "./boxes.js";
 import { byId, make, pictureAddress } from "./elements.js";
 import { addZoneMarks } from "./marks.js";
-import { pick, picked, shown, when } from "./model/state.js";
+import { cameras, pick, picked, shown, when } from "./model/state.js";
 import { baseName, eventTime, lengthText } from "./texts.js";
 
 const list = byId("list"), tall = byId("tall"), eventHeight = 84;
@@ -42,7 +42,9 @@ function pictureOf(event) {
 export function eventCell(event) {
   const cell = make("div", "", "event");
   const text = make("div"), name = make("span", baseName(event.input.file), "name"), zones = make("span");
-  name.append(make("small", " \u00b7 " + event.input.cameraName));
+  if (cameras.size > 1) {
+    name.append(make("small", " \u00b7 " + event.input.cameraName));
+  }
   if (event.mark) {
     zones.append(make("small", event.mark, "mark"));
   }

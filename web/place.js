@@ -1,7 +1,7 @@
 // Which part of the scene is asked for?  A rectangle, dragged on a camera's picture or moved with the arrow keys, leaves the
 // events that touched it.
 import { byId, make } from "./elements.js";
-import { want, wanted, when } from "./model/state.js";
+import { cameras, want, wanted, when } from "./model/state.js";
 
 const leastDrag = 4;                                         // CSS pixels: less is a click
 const keyStep = 0.05;                                        // of the picture's side
@@ -92,6 +92,6 @@ export function startPlace() {
   byId("place").addEventListener("click", () => ask(null));
   when("shown", () => {
     byId("place").hidden = !wanted.place;
-    byId("place").textContent = wanted.place ? "Place: " + wanted.place.camera + " \u00d7" : "";
+    byId("place").textContent = wanted.place ? "Place: " + cameras.get(wanted.place.camera) + " \u00d7" : "";
   });
 }

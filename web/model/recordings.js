@@ -3,6 +3,7 @@ import { colourBits, conditionBit } from "../colours.js";
 import { shortNames } from "./names.js";
 import { keyOf } from "./verdicts.js";
 
+const here = "this folder";                                  // where a scan of files without one was begun
 const wallClock = (text) => Date.parse(text) / 1000;         // seconds since 1970
 
 // inputs: as mdscan wrote them; each loses its lines. Gives every input its conditions, its camera's short name, and the time
@@ -11,7 +12,7 @@ export function recordingsOf(zones, inputs) {
   const events = [], gaps = [], conditions = [], ofType = { event: events, gap: gaps, condition: conditions };
   const names = shortNames(inputs.map((input) => input.camera || ""));
   for (const input of inputs) {
-    input.cameraName = names.get(input.camera || "");
+    input.cameraName = input.camera === "." ? here : names.get(input.camera || "");
     input.begin = input.start_time ? wallClock(input.start_time) : null;
     for (const line of input.lines) {
       line.input = input;

@@ -10,6 +10,7 @@ import { rangeOfView } from "./timerange.js";
 
 export let scan = { zones: [] };                             // the first line of the results
 export let inputs = [], events = [], gaps = [], conditions = [];
+export let cameras = new Map();                              // short names by their names
 export let wanted = everything();                            // by the filters
 export let shown = [];                                       // events that the filters leave, in the order wanted
 export let picked = null;                                    // an event, shown or not
@@ -38,6 +39,7 @@ export function open(itsScan, itsInputs) {
   scan = itsScan;
   inputs = itsInputs;
   ({ events, gaps, conditions } = recordingsOf(scan.zones, inputs));
+  cameras = new Map(inputs.map((input) => [input.camera, input.cameraName]));
 }
 
 function choose() {

@@ -1,5 +1,6 @@
 // Where did it move, before each camera?  Its heat map, or the background that was learned.
 import { byId, make, makeToggle } from "../elements.js";
+import { cameras as names } from "../model/state.js";
 import { askPlaces } from "../place.js";
 import { shareText } from "../texts.js";
 
@@ -31,7 +32,8 @@ export function showCameras(cameras) {
       picture.src = bare ? camera.background : camera.heat;
       picture.alt = bare ? "Learned background" : "Where it moved";
     });
-    caption.append(make("b", camera.camera), toggle, heatLegend(camera.heat_colours));
+    caption.append(make("b", names.get(camera.camera)), toggle, heatLegend(camera.heat_colours));
+    caption.title = camera.camera;
     picture.draggable = false;
     scene.append(picture);
     askPlaces(scene, camera);

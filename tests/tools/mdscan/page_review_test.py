@@ -19,6 +19,7 @@ from page_case import PageCase                               # ends here where t
 from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
+from selenium.webdriver.support.select import Select
 
 MANY, INPUTS = 20000, 500                                    # events, in so many files
 MOST_PICTURES = 64 << 20                                     # bytes of pictures that mdscan writes into a page
@@ -265,7 +266,7 @@ class PageReviewTest(PageCase):
 
         scene = self.one("#cameras .scene")
         self.script("arguments[0].scrollIntoView({block: 'center'})", scene)
-        camera = self.one("#cameras b").text
+        camera, name = self.one("#cameras figcaption").get_attribute("title"), self.one("#cameras b").text
         box = self.script("arguments[0].getBoundingClientRect()", scene)
 
         def drag(left, top, right, bottom):                  # in pixels of the picture, 160 by 120
@@ -279,7 +280,8 @@ class PageReviewTest(PageCase):
         there = sum(one["camera"] == camera for one in self.inputs for line in one["lines"])
         self.assertLess(there, 4)
         self.assertEqual(drag(4, 4, 156, 116), there, "of this camera all")
-        self.assertIn("Place: " + camera, self.one("#place").text)
+        self.assertIn("Place: " + name, self.one("#place").text)
+        self.assertIn(name, [option.text for option in Select(self.one("#camera")).options], "by one name everywhere")
         self.assertTrue(self.one(".scene .area").is_displayed())
         self.assertEqual(drag(4, 2, 156, 8), 0, "nothing moves up there")
         track = [event for event in self.found if event["track"]][0]

@@ -22,6 +22,12 @@ test("events and gaps keep the order of their lines and know their input", () =>
   assert.equal(flashed.searched, "c\ngate\nflash");
 });
 
+test("cameras have short names, the folder of the scan, too", () => {
+  const inputs = ["rec/gate", "rec/yard", "."].map((camera) => input({ camera }));
+  recordingsOf([], inputs);
+  assert.deepEqual(inputs.map((one) => one.cameraName), ["gate", "yard", "this folder"]);
+});
+
 test("conditions are no events, and known to their input", () => {
   const covered = { type: "condition", condition: "covered", start: 2, end: 3.5, start_time: "2026-03-01T00:00:02Z" };
   const one = input({}, { ...moved }, { type: "gap", start: 1, end: 2 }, { ...covered }), other = input({}, { ...moved });
