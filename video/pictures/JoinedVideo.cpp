@@ -5,9 +5,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <new>
 #include <optional>
+#include <string_view>
 #include <utility>
 
 extern "C" {
@@ -201,6 +203,15 @@ private:
 Decoder DecoderOf(const std::string& clip) { return Decoder(OpenSource(clip, 0), 0, {}); }
 
 }  // namespace
+
+void CheckJoins(const std::string& path) {
+    constexpr std::string_view takes[] = {"mp4", "mov", "ipod", "matroska"};
+    const std::string_view name = FormatOf(path)->name;
+    if (std::find(std::begin(takes), std::end(takes), name) == std::end(takes)) {
+        throw Failure(Concern::Place,
+                      "cannot write " + path + ": a video with chapters wants a name like .mp4, .mov or .mkv");
+    }
+}
 
 void JoinClips(const std::vector<JoinPart>& parts, const AtomicFile& file) {
     std::vector<Extent> extents;

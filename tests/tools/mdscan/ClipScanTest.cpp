@@ -381,6 +381,22 @@ TEST_F(JoinedScanTest, WithoutEventsThereIsNone) {
     EXPECT_EQ(Left(), (std::vector<std::string>{"still.mp4"}));
 }
 
+TEST_F(JoinedScanTest, ContainersWithoutChaptersAreRefusedBeforeTheScan) {
+    WriteInputs(128);
+    for (const char* name : {"all.webm", "all.avi", "all.jpg"}) {
+        const Outcome run = Mdscan({"--join", In(name), In("a.mp4")});
+        EXPECT_EQ(run.code, 2) << name;
+        EXPECT_TRUE(run.scan.is_null()) << "nothing was scanned";
+        EXPECT_EQ(run.err, "mdscan: " + In("a.mp4") + ": cannot write " + In(name) +
+                               ": a video with chapters wants a name like .mp4, .mov or .mkv\n");
+    }
+    for (const char* name : {"all.mov", "all.mkv", "all"}) {
+        EXPECT_EQ(Mdscan({"--join", In(name), In("a.mp4")}).code, 0) << name;
+        EXPECT_FALSE(Video::ReadPictures(In(name)).pictures.empty()) << name;
+    }
+    EXPECT_EQ(Left(), (std::vector<std::string>{"a.mp4", "all", "all.mkv", "all.mov", "b.mp4"}));
+}
+
 TEST_F(JoinedScanTest, WhatWasKnownFromBeforeNeedsItsClips) {
     WriteInputs(128);
     const Outcome run = Join({"--resume", In("state")});

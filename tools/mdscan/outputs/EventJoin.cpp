@@ -24,7 +24,10 @@ std::string TitleOf(const std::string& input, const EventRecord& event) {
 
 }  // namespace
 
-EventJoin::EventJoin(const std::string& path, const std::vector<std::string>& inputs) : _file(path, inputs) {}
+EventJoin::EventJoin(const std::string& path, const std::vector<std::string>& inputs) {
+    Video::CheckJoins(path);
+    _file.emplace(path, inputs);
+}
 
 void EventJoin::Take(const std::string& input, const Record& record) {
     const auto* event = std::get_if<EventRecord>(&record);
@@ -35,8 +38,8 @@ void EventJoin::Take(const std::string& input, const Record& record) {
 
 void EventJoin::Keep() {
     if (!_parts.empty()) {
-        Video::JoinClips(_parts, _file);
-        _file.Keep();
+        Video::JoinClips(_parts, *_file);
+        _file->Keep();
     }
 }
 

@@ -1,6 +1,7 @@
 // Which clips does the video of all events consist of, and what are its chapters called?
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,7 +23,7 @@ public:
     void Keep();
 
 private:
-    Video::AtomicFile _file;
+    std::optional<Video::AtomicFile> _file;  // always there
     std::vector<Video::JoinPart> _parts;
 };
 
