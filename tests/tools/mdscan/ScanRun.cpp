@@ -259,7 +259,7 @@ Outcome MdscanFed(const std::vector<std::string>& arguments, const std::string& 
     return run;
 }
 
-Outcome MdscanUnheard(const std::vector<std::string>& arguments, int lines) {
+Outcome MdscanUnheard(const std::vector<std::string>& arguments, int lines, int signal) {
     const Outputs outputs{Scratch("fifo"), Scratch("err")};
     mkfifo(outputs.out.c_str(), 0600);
     const pid_t child = Start(arguments, outputs);
@@ -268,6 +268,9 @@ Outcome MdscanUnheard(const std::vector<std::string>& arguments, int lines) {
         std::string line;
         for (int count = 0; count <= lines && std::getline(reader, line); ++count) {
         }
+    }
+    if (signal != 0) {
+        kill(child, signal);
     }
     const Outcome run{CodeOf(child), {}, Content(outputs.err)};
     unlink(outputs.out.c_str());

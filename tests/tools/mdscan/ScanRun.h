@@ -65,7 +65,8 @@ Outcome MdscanDisturbed(std::vector<std::string> arguments, const std::string& c
                         const std::function<void(pid_t program)>& disturb);
 
 // Reads no further than `lines` lines after the first. Only what it says on standard error is in the outcome.
-Outcome MdscanUnheard(const std::vector<std::string>& arguments, int lines);
+// signal: that it gets when nobody reads any more, as of a terminal that closes; 0: none.
+Outcome MdscanUnheard(const std::vector<std::string>& arguments, int lines, int signal = 0);
 
 // Feeds the clip through a pipe made for it, interrupts the program once it has printed `lines` lines after the first, then
 // feeds the rest.

@@ -10,6 +10,8 @@
 #include "results/Records.h"
 #include "results/ScanPictures.h"
 #include "settings/OutputSettings.h"
+#include "video/base/Failure.h"
+#include "video/base/Interruption.h"
 #include "video/base/LiveName.h"
 #include "video/files/AtomicFile.h"
 #include "video/files/Folder.h"
@@ -49,15 +51,31 @@ Record RunOutputs::Lasting(const Record& record) const {
     return lasting;
 }
 
+// A terminal that has closed ends the run in good order, and takes no more lines: whatever else is written is completed.
+void RunOutputs::Print(const std::function<void()>& line) {
+    if (_linesLost) {
+        return;
+    }
+    try {
+        line();
+    } catch (const Video::Failure& failure) {
+        if (!Video::Interrupted()) {
+            throw;
+        }
+        _linesLost = true;
+        _gaveUp.Add(failure.what());
+    }
+}
+
 void RunOutputs::Tell(const std::string& input, const Record& record) {
     const Record lasting = Lasting(record);
-    _lines.Take(lasting);
+    Print([&] { _lines.Take(lasting); });
     _gaveUp.Try(_table, _paths.csv, [&](CsvTable& table) { table.Take(Video::ShownName(input), lasting); });
 }
 
 void RunOutputs::TellEnd(const std::string& input, const JobResult& result) {
     if (_several) {
-        _lines.Finish(Video::ShownName(input), result);
+        Print([&] { _lines.Finish(Video::ShownName(input), result); });
     }
 }
 
@@ -107,7 +125,9 @@ void RunOutputs::KeepHeatMaps(const std::string& folder) {
 
 // Lines first: they are what was found.
 void RunOutputs::Keep() {
-    _gaveUp.Try(_paths.lines, [&] { _lines.Keep(); });
+    if (!_linesLost) {
+        _gaveUp.Try(_paths.lines, [&] { _lines.Keep(); });
+    }
     _gaveUp.Try(_table, _paths.csv, [](CsvTable& table) { table.Keep(); });
     _gaveUp.Try(_page, _paths.report, [&](HtmlPage& page) { page.Keep(_cameras); });
     _gaveUp.Try(_join, _paths.join, [](EventJoin& join) { join.Keep(); });

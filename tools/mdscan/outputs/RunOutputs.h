@@ -2,6 +2,7 @@
 // here, in the order of the inputs.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -48,12 +49,14 @@ public:
 
 private:
     Record Lasting(const Record& record) const;
+    void Print(const std::function<void()>& line);
     void KeepHeatMaps(const std::string& folder);
 
     const OutputSettings _paths;
     const std::vector<std::string> _inputs;
     const bool _several;
     JsonOutput _lines;
+    bool _linesLost = false;
     std::optional<CsvTable> _table;
     std::optional<HtmlPage> _page;
     std::optional<Video::AtomicFile> _heat;  // of a single input

@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include <sys/stat.h>
 #include <sys/types.h>
 
 #include <nlohmann/json.hpp>
@@ -423,6 +424,19 @@ TEST_F(BatchTest, WhenNobodyListensNoHalfOfAFileIsLeft) {
     for (const auto& entry : fs::recursive_directory_iterator(Folder())) {
         EXPECT_NE(entry.path().extension(), ".part") << entry.path();
     }
+}
+
+// What goes to the terminal is lost with it, and nothing else.
+TEST_F(BatchTest, AClosedTerminalTakesNoFileWithIt) {
+    Video::WriteEncoded({Small()}, {.codec = "mpeg4", .container = "avi"}, In("a.avi"));
+    ASSERT_EQ(mkfifo(In("pipe").c_str(), 0600), 0);  // to which nobody ever writes
+    const Outcome run =
+        MdscanUnheard({"-j", "1", "--csv", In("t.csv"), "--report", In("page.html"), In("a.avi"), In("pipe")}, 2, SIGHUP);
+    EXPECT_EQ(run.code, 1);
+    EXPECT_NE(run.err.find("mdscan: cannot print results: Broken pipe\n"), std::string::npos) << run.err;
+    const std::string table = Read("t.csv");
+    EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), 2) << table;
+    EXPECT_TRUE(fs::exists(In("page.html")));
 }
 
 TEST_F(BatchTest, AStateThatCannotGrowTakesNothingWithIt) {
