@@ -114,7 +114,10 @@ public:
     // Empty where it is not counted.
     const HeatMap& Heat() const { return _heat; }
     // Begins to count anew.
-    void ForgetHeat() { std::fill(_heat.counts.begin(), _heat.counts.end(), 0u); }
+    void ForgetHeat() {
+        std::fill(_heat.counts.begin(), _heat.counts.end(), 0u);
+        _heat.frames = 0;
+    }
 
     // Was it made for such pictures?
     bool Suits(const Host::PictureFormat& picture) const;

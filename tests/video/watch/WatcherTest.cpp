@@ -307,6 +307,10 @@ TEST(Watcher, SizesHoldForAConditionedDetector) {
         }
         EXPECT_EQ(hot, static_cast<std::size_t>(MovingBlocks(findings)));
         EXPECT_EQ(marked, hot);
+        EXPECT_GT(watcher.Heat().frames, 0u);
+        watcher.ForgetHeat();
+        EXPECT_EQ(std::count(watcher.Heat().counts.begin(), watcher.Heat().counts.end(), 0u), 40 * 30);
+        EXPECT_EQ(watcher.Heat().frames, 0u) << "or what comes would seem rarer than it is";
         return findings.objects.size();
     };
     EXPECT_EQ(told({}, 1, {24, 16}), 2u);
