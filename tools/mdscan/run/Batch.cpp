@@ -282,7 +282,9 @@ int Batch::Conclude() {
     text += cut ? ", interrupted after " + std::to_string(finished) : "";
     text += ": " + Count(moving, "with motion") + ", " + Count(failed, "failed");
     text += _recalled > 0 ? ", " + Count(static_cast<std::size_t>(_recalled), "known from before") : "";
-    text += outside > 0 ? ", " + std::to_string(outside) + " have nothing from " + _settings.scan.range.Text() : "";
+    text += outside > 0 ? ", " + std::to_string(outside) + (outside == 1 ? " has" : " have") + " nothing from " +
+                              _settings.scan.range.Text()
+                        : "";
     text += _otherFiles > 0 ? "; " + Counted(_otherFiles, "other file") + " passed over" : "";
     if (!_quiet) {
         PrintLastLine("", text + "; " + SumText(sum, _recalledLength));
