@@ -92,6 +92,7 @@ private:
     void TellGap(const std::optional<Video::Gap>& gap);
     std::optional<Video::StartTime> Clock() const;
     Video::PictureNumber NumberAt(Video::Ticks time) const;
+    Video::HeatMap ToldHeat() const;
     void TellGround();
     Video::Tally Sum() const;
 
@@ -252,7 +253,7 @@ void Job::EndPart() {
 
 void Job::Analyse(const AVFrame& frame, Video::Ticks time) {
     if (std::exchange(_isNewPart, false) && _watcher) {
-        _heat.Add(_watcher->Heat());
+        _heat.Add(ToldHeat());
         _watcher.reset();
         _isLearning = true;
     }
@@ -276,7 +277,7 @@ void Job::Begin(const Host::PictureFormat& format) {
     TellEvent(_events.Close());
     _conditions.Close();  // who looks at the new ones never saw them begin
     TellConditions();
-    _heat.Add(_watcher ? _watcher->Heat() : Video::HeatMap{});
+    _heat.Add(ToldHeat());
     const bool isFirst = !_watcher;
     const Video::PictureGrid grid = Video::GridOf(format.width, format.height, _settings.blockSize, _rules.conditioning);
     DoubtZones(grid);
@@ -416,9 +417,12 @@ void Job::TellConditions() {
     }
 }
 
+// What moved while the scene was learned does not count.
+Video::HeatMap Job::ToldHeat() const { return _watcher && !_isLearning ? _watcher->Heat() : Video::HeatMap{}; }
+
 void Job::TellGround() {
-    if (_rules.heat && _analysed > 0) {
-        _heat.Add(_watcher->Heat());
+    if (_rules.heat && _analysed > 0 && _watcher) {  // else a later part failed before its first picture
+        _heat.Add(ToldHeat());
         _listener.OnScanPicture(GroundPicture{_heat, _watcher->Background()});
     }
 }
