@@ -111,7 +111,9 @@ TEST_F(ScanTest, RollsAndTracksAreTold) {
 
 TEST_F(ScanTest, QuietSaysOnlyWhatWentWrong) {
     EXPECT_EQ(Mdscan({"--quiet", RawClip({.seconds = 1})}).err, "");
-    std::istringstream asked(Mdscan({"--quiet", "--progress", "json", In("clip.y4m")}).err);
+    const std::string progress = Mdscan({"--quiet", "--progress", "json", In("clip.y4m")}).err;
+    EXPECT_NE(progress, "");
+    std::istringstream asked(progress);
     for (std::string line; std::getline(asked, line);) {
         EXPECT_EQ(json::parse(line)["type"], "progress") << line;
     }
