@@ -14,7 +14,7 @@ struct OutputSettings {
     std::string thumbnails;  // folder for one of every event
     std::string clips;       // likewise
     bool keepsClips = true;  // false: their folder lasts as long as the run, and nothing names them
-    std::string join;        // file for one video of all events
+    std::string join = {};   // file for one video of all events
     std::string background;  // file, of several inputs a folder
     std::string overlay;     // likewise
 };
