@@ -76,7 +76,7 @@ TEST_F(RunOutputsTest, ASingleInputHasOneHeatMap) {
     EXPECT_EQ(FilesInFolder(), (Names{"clip.y4m", "h.png", "p.html", "t.csv"}));
     const Video::BgrPicture picture = Video::ReadPngBytes(Read("h.png"));
     ASSERT_EQ(picture.width, 160);
-    ASSERT_EQ(picture.height, 120);
+    ASSERT_EQ(picture.height, 120 + 12) << "with a legend below";
     const auto red = [&](int x, int y) { return picture.pixels[static_cast<std::size_t>(3 * (y * 160 + x) + 2)]; };
     EXPECT_GT(red(80, 60), 2 * red(80, 10)) << "the square crosses the middle";
     EXPECT_NE(Read("t.csv").find("\r\n" + clip + ",1,"), std::string::npos) << "rows name the file always";
