@@ -88,11 +88,6 @@ bool AreAlike(const AVStream& one, const AVStream& other) {
            av_cmp_q(one.sample_aspect_ratio, other.sample_aspect_ratio) == 0 && TurnOf(one) == TurnOf(other);
 }
 
-const AVOutputFormat* FormatOf(const std::string& path) {
-    const AVOutputFormat* format = av_guess_format(nullptr, path.c_str(), nullptr);
-    return format && format->video_codec != AV_CODEC_ID_NONE ? format : av_guess_format("mp4", nullptr, nullptr);
-}
-
 // Clips one after another, each from where the one before ended.
 class Copier {
 public:

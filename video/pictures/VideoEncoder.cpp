@@ -27,6 +27,11 @@ const AVCodec* Encoder() {
 
 }  // namespace
 
+const AVOutputFormat* FormatOf(const std::string& path) {
+    const AVOutputFormat* format = av_guess_format(nullptr, path.c_str(), nullptr);
+    return format && format->video_codec != AV_CODEC_ID_NONE ? format : av_guess_format("mp4", nullptr, nullptr);
+}
+
 int EvenSize(int size) { return std::max(2, size & ~1); }
 
 void VideoEncoder::CheckIsThere(const std::string& path) {
@@ -38,10 +43,8 @@ void VideoEncoder::CheckIsThere(const std::string& path) {
 VideoEncoder::VideoEncoder(const AtomicFile& file, const VideoForm& form, const std::vector<Chapter>& chapters)
     : _file(file), _interval(form.interval) {
     CheckIsThere(file.Path());
-    const AVOutputFormat* format = av_guess_format(nullptr, _file.Path().c_str(), nullptr);
-    format = format && format->video_codec != AV_CODEC_ID_NONE ? format : av_guess_format("mp4", nullptr, nullptr);
     AVFormatContext* made = nullptr;
-    Check(avformat_alloc_output_context2(&made, format, nullptr, _file.PassingPath().c_str()));
+    Check(avformat_alloc_output_context2(&made, FormatOf(_file.Path()), nullptr, _file.PassingPath().c_str()));
     _output.reset(made);
 
     const AVCodec* encoder = Encoder();

@@ -19,6 +19,9 @@ struct VideoForm {
     AVColorRange range = AVCOL_RANGE_UNSPECIFIED;
 };
 
+// The container that a file's name asks for; MP4 where it asks for none.
+const AVOutputFormat* FormatOf(const std::string& path);
+
 // Of a side of the video, made from one of a picture.
 int EvenSize(int size);
 
