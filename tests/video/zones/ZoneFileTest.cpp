@@ -13,6 +13,7 @@
 #include <png.h>
 
 #include "FolderFixture.h"
+#include "MutatedText.h"
 #include "video/base/Failure.h"
 #include "video/zones/Zone.h"
 
@@ -149,22 +150,9 @@ TEST_F(ZoneFileTest, MutatedFilesAreZonesOrRefusedInOurWords) {
         "\"",    "\\u00",  "null", "\"\xFF\"", "\n",    "true", "]]", "184467440737095516160"};
     const std::regex ours("line [0-9]+(, column [0-9]+: is not JSON here|: [^\n]+).*");
     std::mt19937 random(13);
-    const auto below = [&](std::size_t end) { return static_cast<std::size_t>(random() % end); };
     int refused = 0, accepted = 0;
     for (int i = 0; i < 300; ++i) {
-        std::string text = whole;
-        for (std::size_t changes = 1 + below(3); changes > 0; --changes) {
-            const std::size_t place = below(text.size()), kind = below(4);
-            if (kind == 0) {
-                text[place] = static_cast<char>(below(256));
-            } else if (kind == 1) {
-                text.erase(place, 1 + below(3));
-            } else if (kind == 2) {
-                text.insert(place, text.substr(below(text.size()), below(20)));
-            } else {
-                text.replace(place, below(4), pieces[below(pieces.size())]);
-            }
-        }
+        const std::string text = Kit::MutatedText(whole, pieces, random);
         const std::string said = Complaint(text);
         said.empty() ? ++accepted : ++refused;
         EXPECT_TRUE(said.empty() || std::regex_match(said, ours)) << text << "\n  " << said;

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "MutatedText.h"
 #include "ScanFixture.h"
 #include "command/Options.h"
 #include "run/SettingsFingerprint.h"
@@ -118,22 +119,9 @@ TEST_F(ConfigFile, MutatedFilesAreTakenOrRefusedInOurWords) {
     const std::regex ours("line [0-9]+: (must be \"name = value\", not |there is no name|unknown name \"|the quotes of |"
                           "[a-z-]+ (must be |has no value|is given twice, first in line [0-9]+))[^\n]*");
     std::mt19937 random(8);
-    const auto below = [&](std::size_t end) { return static_cast<std::size_t>(random() % end); };
     int refused = 0, accepted = 0;
     for (int i = 0; i < 200; ++i) {
-        std::string text = whole;
-        for (std::size_t changes = 1 + below(3); changes > 0; --changes) {
-            const std::size_t place = below(text.size()), kind = below(4);
-            if (kind == 0) {
-                text[place] = static_cast<char>(below(256));
-            } else if (kind == 1) {
-                text.erase(place, 1 + below(3));
-            } else if (kind == 2) {
-                text.insert(place, text.substr(below(text.size()), below(20)));
-            } else {
-                text.replace(place, below(4), pieces[below(pieces.size())]);
-            }
-        }
+        const std::string text = Kit::MutatedText(whole, pieces, random);
         if (ParseWith(text).options) {
             ++accepted;
             continue;
