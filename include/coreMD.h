@@ -214,7 +214,8 @@ namespace MD {
 class MotionDetector;
 }
 
-/* The detector behind a handle, for hosts that use the classes: no ABI promise beyond this version.
+/* The detector behind a handle, for hosts that use the classes: no ABI promise beyond this version. Its version node and
+ * theirs is COREMD_CLASSES; that of the C functions, COREMD_1, holds what is promised.
  * `handle` must not be null ("ptr"), nor the variable ("*ptr"), nor what it holds ("res"). */
 COREMD_API MD::MotionDetector* GetDetector(void** handle);
 #endif

@@ -5,8 +5,8 @@
 #                                      of the library on purpose, each of which must be noticed
 #     scripts/check-abi.sh --update    writes abi/ anew: with a release, never to silence the check
 #
-# The interface is what coreMD.h declares: functions, records, version node, SONAME. The classes behind GetDetector are no
-# part of it. A function that was added is fine. Needs abidw and abidiff.       CXX: the compiler, g++ if not set
+# The interface is what coreMD.h declares: functions, records, version node, SONAME. GetDetector and the classes behind it
+# are no part of it. A function that was added is fine. Needs abidw and abidiff.       CXX: the compiler, g++ if not set
 set -euo pipefail
 cd "$(dirname "$0")/.."
 compiler=${CXX:-g++}

@@ -49,8 +49,10 @@ older() { # name, version script, options: an older library, in a directory of t
 with() { LD_LIBRARY_PATH="$trouble/$1" "$trouble/$2"; } # library, program
 older other_node 'COREMD_0 { global: *; };'
 says "version \`COREMD_1' not found (required by" with other_node minimal
-older without_query 'COREMD_1 { global: *; };'
+older without_classes 'COREMD_1 { global: *; };'
+says "version \`COREMD_CLASSES' not found (required by" with without_classes background_snapshot
+older without_query 'COREMD_1 { global: *; }; COREMD_CLASSES { };'
 says "undefined symbol: coreMD_Version, version COREMD_1" with without_query background_snapshot
-older with_query 'COREMD_1 { global: *; };' -DVERSION=9901
+older with_query 'COREMD_1 { global: *; }; COREMD_CLASSES { };' -DVERSION=9901
 says "compiled for another coreMD" with with_query background_snapshot
 with with_query minimal >"$trouble/minimal.txt" || fail "an older library with all that a host needs is refused"

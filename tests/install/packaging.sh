@@ -9,5 +9,5 @@ this_version="| libcoremd1 (>= $version), libcoremd1 (<< ${version%.*}.$((${vers
 grep -qxF "$this_version" "$debian/libcoremd1.symbols" || fail "debian/libcoremd1.symbols lacks: $this_version"
 
 agreed=$(grep -v '[:(]' "$source_root/tests/public/exported_symbols.txt")
-listed=$(sed -n 's/^ \([A-Za-z0-9_]*\)@COREMD_1 .*/\1/p' "$debian/libcoremd1.symbols" | LC_ALL=C sort)
+listed=$(sed -En 's/^ ([A-Za-z0-9_]+)@COREMD_(1|CLASSES) .*/\1/p' "$debian/libcoremd1.symbols" | LC_ALL=C sort)
 diff <(echo "$agreed") <(echo "$listed") || fail "debian/libcoremd1.symbols lists other functions than exported_symbols.txt"

@@ -1,16 +1,25 @@
 # Does the library export exactly the agreed symbols?  cmake -DNM= -DLIBRARY= -DEXPECTED= -P compare_exports.cmake
-# EXPECTED holds one symbol per line, sorted, each once (constructors and destructors come twice), without the version.
+# EXPECTED holds one symbol per line, sorted, each once (constructors and destructors come twice), without its version, which
+# is COREMD_1 for C functions and CLASSES_NODE, COREMD_CLASSES if not set, for C++: in another node it is another symbol.
 cmake_minimum_required(VERSION 3.25)
 execute_process(COMMAND ${NM} -DC --defined-only ${LIBRARY} OUTPUT_VARIABLE listing COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX REPLACE "\n$" "" listing "${listing}")
 string(REPLACE "\n" ";" lines "${listing}")
 
+if(NOT CLASSES_NODE)
+    set(CLASSES_NODE COREMD_CLASSES)
+endif()
 set(symbols)
 foreach(line IN LISTS lines)
     if(NOT line MATCHES "^[0-9a-f]+ [A-Za-z] (.+)$")
         message(FATAL_ERROR "not a symbol: ${line}")
     endif()
-    string(REGEX REPLACE "@@COREMD_1$" "" symbol "${CMAKE_MATCH_1}")
+    set(symbol "${CMAKE_MATCH_1}")
+    if(symbol MATCHES "::|\\(|^COREMD_CLASSES")
+        string(REGEX REPLACE "@@${CLASSES_NODE}$" "" symbol "${symbol}")
+    else()
+        string(REGEX REPLACE "@@COREMD_1$" "" symbol "${symbol}")
+    endif()
     list(APPEND symbols "${symbol}")
 endforeach()
 list(SORT symbols)
