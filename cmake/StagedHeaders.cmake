@@ -11,6 +11,7 @@ set(coreMD_host_headers
     BlockReducer.h
     conditioning/BackgroundMemory.h
     conditioning/BrightnessBalance.h
+    conditioning/Conditioner.h
     conditioning/Disturbances.h
     conditioning/MemoryFile.h
     conditioning/MotionGate.h
@@ -18,6 +19,7 @@ set(coreMD_host_headers
     conditioning/Priming.h
     conditioning/ShiftedReduction.h
     conditioning/Stabiliser.h
+    conditioning/SteadyReduction.h
     conditioning/StreamTime.h
     kernels/BlockMean.h)
 # Rules for one block: the scanner explains blocks by the very ones that the library asks. Not installed.

@@ -21,13 +21,4 @@ int BlockSizeOf(int fitting, const ConditioningRules& rules) {
     return rules.on && rules.sensitivity == Sensitivity::High ? std::max(1, (2 * fitting + 1) / 3) : fitting;
 }
 
-int DimmingOf(Sensitivity sensitivity) {
-    switch (sensitivity) {
-        case Sensitivity::Low: return 5;
-        case Sensitivity::Normal: return 7;
-        case Sensitivity::High: return 10;
-    }
-    return 10;
-}
-
 }  // namespace Video

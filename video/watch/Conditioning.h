@@ -3,21 +3,13 @@
 
 #include <optional>
 
+#include "conditioning/Conditioner.h"
+#include "conditioning/SteadyReduction.h"
+
 namespace Video {
 
-// What a shaking camera's pictures are moved back by.
-enum class Stabilise {
-    Auto,  // as soon as it is seen to shake
-    On,    // every picture
-    Off    // none
-};
-
-// How little is told?
-enum class Sensitivity {
-    Low,     // large things of good contrast
-    Normal,  //
-    High     // small and faint ones, too
-};
+using Host::Sensitivity;
+using Host::Stabilise;
 
 struct ConditioningRules {
     bool on = false;  // off: the detector sees the pictures as they are, and its answer stands
@@ -34,8 +26,5 @@ double SmallestSize(std::optional<double> stated, const ConditioningRules& rules
 
 // Of the detector's blocks, likewise, where the picture's size asks for `fitting` pixels.
 int BlockSizeOf(int fitting, const ConditioningRules& rules);
-
-// The share of the luma that the detector gets to see, in tenths: its thresholds stay, so that less of it is found.
-int DimmingOf(Sensitivity sensitivity);
 
 }  // namespace Video

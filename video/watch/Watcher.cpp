@@ -96,7 +96,7 @@ Watcher::Watcher(const Host::PictureFormat& picture, const PictureGrid& grid, co
     }
     AddZones();
     if (_rules.conditioning.on) {
-        _conditioner.emplace(grid, picture.range, _rules.conditioning);
+        _conditioner.emplace(grid.columns, grid.rows, picture.range, _rules.conditioning.sensitivity);
         _labels.resize(_isWatched.size());
         _detector.LimitToMotion(false);  // what stopped is held here, and bounded
     }
@@ -252,7 +252,8 @@ Findings Watcher::Judge(const BlockPicture& picture, Ticks time) {
     _large.clear();
     std::fill(_largeOf.begin(), _largeOf.end(), std::size_t{0});
     if (_conditioner) {
-        _conditioner->OnPicture(picture, time, [this](const std::uint8_t* ycbcr, Ticks stamp) { Show(ycbcr, stamp); });
+        const auto show = [this](const std::uint8_t* ycbcr, Ticks stamp) { Show(ycbcr, stamp); };
+        _conditioner->OnPicture(picture.ycbcr, picture.shift, time, show);
         ShapeAnswer(time);
         _shift = picture.shift;
         FindLabelled(findings);
@@ -398,7 +399,7 @@ BgrPicture Watcher::Background() {
     coremd::BackgroundPicture background = _detector.Background();
     BgrPicture picture{background.columns, background.rows, std::move(background.bgr)};
     if (_conditioner) {
-        _conditioner->Brighten(picture, background.known);
+        _conditioner->Brighten(picture.pixels.data(), background.known.data());
     }
     return picture;
 }

@@ -15,13 +15,13 @@
 #include "video/base/Box.h"
 #include "video/base/Findings.h"
 #include "video/base/PictureGrid.h"
+#include "conditioning/Conditioner.h"
 #include "conditioning/Priming.h"
+#include "conditioning/SteadyReduction.h"
 #include "video/time/TickTime.h"
 #include "video/watch/BlockPicture.h"
-#include "video/watch/Conditioner.h"
 #include "video/watch/Conditioning.h"
 #include "video/watch/HeatMap.h"
-#include "video/watch/SteadyReduction.h"
 #include "video/zones/ObjectSizes.h"
 #include "video/zones/Zone.h"
 
@@ -154,14 +154,14 @@ private:
     PictureGrid _grid;
     Host::PixelFormat _layout;
     WatchRules _rules;
-    std::optional<Host::BlockReducer> _reducer;  // where no shift is taken back
-    std::optional<SteadyReduction> _steady;      // where one is
+    std::optional<Host::BlockReducer> _reducer;    // where no shift is taken back
+    std::optional<Host::SteadyReduction> _steady;  // where one is
     coremd::Detector _detector;
     std::vector<WatchedZone> _watched;         // as many as the detector has
     std::vector<std::uint8_t> _excluded;       // [block]
     std::vector<std::uint8_t> _isWatched;      // [block] 1 where it lies in any zone
     std::vector<std::uint64_t> _zonesOfBlock;  // [block] bit i: it lies in the i-th watched zone; empty without zones
-    std::optional<Conditioner> _conditioner;
+    std::optional<Host::Conditioner> _conditioner;
     std::vector<std::uint16_t> _labels;     // [block] of the objects that are told, where it conditions
     std::vector<LabelledObject> _labelled;  // [label]
     std::vector<LabelledObject> _stopped;   // [label] scratch

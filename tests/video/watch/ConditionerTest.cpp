@@ -1,5 +1,5 @@
 // Does a conditioned watcher find what a plain one cannot, and only that?
-#include "video/watch/Conditioner.h"
+#include "conditioning/Conditioner.h"
 
 #include <gtest/gtest.h>
 

@@ -17,8 +17,8 @@ TEST(Conditioning, TheMoreSensitiveTheSmallerAndFainterIsWhatIsTold) {
     EXPECT_GT(SmallestSize({}, low), usualSmallestSize);
     EXPECT_EQ(SmallestSize({}, normal), usualSmallestSize);
     EXPECT_LT(SmallestSize({}, high), usualSmallestSize);
-    EXPECT_LT(DimmingOf(Sensitivity::Low), DimmingOf(Sensitivity::Normal));
-    EXPECT_LT(DimmingOf(Sensitivity::Normal), DimmingOf(Sensitivity::High));
+    EXPECT_LT(Host::DimmingOf(Sensitivity::Low), Host::DimmingOf(Sensitivity::Normal));
+    EXPECT_LT(Host::DimmingOf(Sensitivity::Normal), Host::DimmingOf(Sensitivity::High));
     EXPECT_EQ(GridOf(1280, 720, 0, normal).blockSize, 10);
     EXPECT_EQ(GridOf(1280, 720, 0, low).blockSize, 10);
     EXPECT_EQ(GridOf(1280, 720, 0, high).blockSize, 7);

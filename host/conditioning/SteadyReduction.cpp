@@ -1,12 +1,10 @@
 // When is a shift taken back?
-#include "video/watch/SteadyReduction.h"
+#include "conditioning/SteadyReduction.h"
 
 #include <bit>
 #include <cstdint>
 
-#include "video/watch/Conditioning.h"
-
-namespace Video {
+namespace Host {
 
 namespace {
 
@@ -16,16 +14,16 @@ constexpr int fewestShifted = 4;
 
 }  // namespace
 
-SteadyReduction::SteadyReduction(const Host::PictureFormat& format, Stabilise wish)
+SteadyReduction::SteadyReduction(const PictureFormat& format, Stabilise wish)
     : _wish(wish), _stabiliser(format), _reduction(format) {}
 
 bool SteadyReduction::IsShaking() const { return std::popcount(_shifted) >= fewestShifted; }
 
-void SteadyReduction::Reduce(const Host::PictureView& picture) {
+void SteadyReduction::Reduce(const PictureView& picture) {
     _measured = _stabiliser.Measure(picture);
     _shifted = _shifted << 1 | (_measured.IsNone() ? 0 : 1);
-    _takenBack = _wish == Stabilise::On || IsShaking() ? _measured : Host::Shift{};
+    _takenBack = _wish == Stabilise::On || IsShaking() ? _measured : Shift{};
     _reduction.Reduce(picture, _takenBack);
 }
 
-}  // namespace Video
+}  // namespace Host

@@ -6,52 +6,66 @@
 // The settings are those that did best on labelled sequences: docs/accuracy.md.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
 #include <vector>
 
+#include "BlockReducer.h"
 #include "conditioning/BrightnessBalance.h"
 #include "conditioning/Disturbances.h"
 #include "conditioning/MotionGate.h"
 #include "conditioning/ObjectShape.h"
 #include "conditioning/Priming.h"
-#include "video/base/BgrPicture.h"
-#include "video/base/PictureGrid.h"
-#include "video/time/TickTime.h"
-#include "video/watch/BlockPicture.h"
-#include "video/watch/Conditioning.h"
+#include "conditioning/Stabiliser.h"
+#include "conditioning/StreamTime.h"
 
-namespace Video {
+namespace Host {
+
+// How little is told?
+enum class Sensitivity {
+    Low,     // large things of good contrast
+    Normal,  //
+    High     // small and faint ones, too
+};
+
+// The share of the luma that the detector gets to see, in tenths: its thresholds stay, so that less of it is found.
+int DimmingOf(Sensitivity sensitivity);
 
 class Conditioner {
 public:
+    // States of blocks, as the detector's zoneMap tells them: here is motion, and no shadow.
+    static constexpr std::uint8_t stateMotion = 1;
+
     // What the detector is shown: three [block] planes, and when.
     using Show = std::function<void(const std::uint8_t* ycbcr, Ticks stamp)>;
 
-    // range: of the pictures' samples.
-    Conditioner(const PictureGrid& grid, Host::ColourRange range, const ConditioningRules& rules);
+    // columns, rows: 1..9999 blocks, else the process stops; range: of the pictures' samples.
+    Conditioner(int columns, int rows, ColourRange range, Sensitivity sensitivity);
 
     // Before the first picture, or when the scene is another one: what it looks like when nothing happens, 3 * [block].
     void Prime(const std::vector<std::uint8_t>& background, const Show& show);
 
     // Where in these pictures, beside that background, is it restless?  Precondition: Prime was called.
-    void LearnRestlessness(const Host::Priming& seconds);
+    void LearnRestlessness(const Priming& seconds);
 
-    // The next picture, at a time not before that of the one before; its planes are looked at again with OnAnswer. show is
-    // called once; not at all where there is nothing to be seen; more often where a new scene has to be learned.
-    void OnPicture(const BlockPicture& picture, Ticks time, const Show& show);
+    // The next picture: three [block] planes, and the shift that was taken out of them, at a time above -2^62 and not before
+    // that of the one before. The planes are looked at again with OnAnswer. show is called once; not at all where there is
+    // nothing to be seen; more often where a new scene has to be learned.
+    void OnPicture(const std::uint8_t* ycbcr, Shift shift, Ticks time, const Show& show);
 
     // What the detector said of it: a label map, [block], 0 or the place of the block's object, from 1. Objects grow, stay
     // or are dropped.
-    // states: [block] coremd::BlockState; null: there is no answer yet.
+    // states: [block] as in zoneMap; null: there is no answer yet.
     void OnAnswer(std::uint16_t* labels, const std::uint8_t* states, Ticks time);
 
     // [block] The newest label map, with objects that stopped longer ago than is told as motion.
     const std::uint16_t* WithStopped() const { return _withStopped.data(); }
 
-    // Undoes the dimming in a picture of one pixel per block that the detector drew, for people to look at.
-    void Brighten(BgrPicture& dimmed, const std::vector<std::int32_t>& isKnown) const;
+    // Undoes the dimming in a picture of one pixel per block that the detector drew, for people to look at. bgr: 3 * [block]
+    // bytes; isKnown: [block] not 0 where the picture shows what was learned.
+    void Brighten(std::uint8_t* bgr, const std::int32_t* isKnown) const;
 
     // Was the detector shown the newest picture?
     bool WasShown() const { return _isAnswered; }
@@ -75,7 +89,8 @@ private:
     const std::size_t _blockCount;
     const int _black;                         // luma
     const int _dimming;                       // tenths of the luma that the detector gets to see
-    BlockPicture _picture = {};               // the newest one
+    const std::uint8_t* _picture = nullptr;   // 3 * [block] the newest one, borrowed
+    Shift _shift;                             // that was taken out of it
     std::vector<std::uint8_t> _balanced;      // 3 * [block]
     std::vector<std::uint8_t> _dimmed;        // 3 * [block]
     std::vector<std::uint8_t> _learned;       // 3 * [block] the background that the detector was shown, balanced
@@ -85,14 +100,14 @@ private:
     std::vector<std::uint8_t> _wasObject;     // [block] {0,1}; in the picture before
     std::vector<std::uint8_t> _wasTold;       // [block] {0,1}; in the picture before
     std::vector<std::uint8_t> _isOld;         // [label] {0,1}; goes on from an object of the picture before
-    Host::BrightnessBalance _balance;
-    Host::MotionGate _gate;
-    Host::ObjectHold _hold;
-    Host::ObjectHold _motion;
-    Host::HoleFill _holes;
+    BrightnessBalance _balance;
+    MotionGate _gate;
+    ObjectHold _hold;
+    ObjectHold _motion;
+    HoleFill _holes;
     Host::Disturbances _disturbances;
-    Host::QuickStart _quick;
-    Host::Priming _newScene;  // the pictures since a scene has changed for good, until there are enough to learn it
+    QuickStart _quick;
+    Priming _newScene;  // the pictures since a scene has changed for good, until there are enough to learn it
     bool _isNewScene = false;
     bool _isAnswered = false;  // the newest picture was shown to the detector
     bool _isDark = false;
@@ -102,4 +117,4 @@ private:
     std::optional<Ticks> _first;  // time of the stream's first picture, or of the first one after it was learned afresh
 };
 
-}  // namespace Video
+}  // namespace Host

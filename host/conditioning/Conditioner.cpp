@@ -1,5 +1,5 @@
 // How is a detector conditioned?
-#include "video/watch/Conditioner.h"
+#include "conditioning/Conditioner.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -8,14 +8,7 @@
 #include <limits>
 #include <utility>
 
-#include "coreMD.hpp"
-
-#include "video/base/BgrPicture.h"
-#include "video/base/PictureGrid.h"
-#include "video/time/TickTime.h"
-#include "video/watch/Conditioning.h"
-
-namespace Video {
+namespace Host {
 
 namespace {
 
@@ -23,10 +16,10 @@ namespace {
 constexpr Ticks timeDivisor = 2;
 
 // What stopped is told for so long after it moved last.
-constexpr Ticks longestHold = 30 * oneSecond;
+constexpr Ticks longestHold = 30 * ticksPerSecond;
 
 // For so long it is motion: who has left a place where he stood leaves what he hid behind, which looks like him.
-constexpr Ticks longestMotion = oneSecond / 2;
+constexpr Ticks longestMotion = ticksPerSecond / 2;
 
 // Of an object's blocks, confirmed by the gate: of a new one, and of one that goes on from the picture before. What stands
 // still for long is taken for background by the gate, too, but not from one picture to the next.
@@ -41,7 +34,7 @@ constexpr int restlessDepartures = 5;
 constexpr int newScenePictures = 6;
 
 // Hardly any contrast is left, and nobody says that the lens is covered: after so long, that is what it looks like there.
-constexpr Ticks longestDoubt = 10 * oneSecond;
+constexpr Ticks longestDoubt = 10 * ticksPerSecond;
 
 // Dark is a picture of which less than one block in so many is further from black.
 constexpr int darkLevels = 16;
@@ -51,10 +44,19 @@ constexpr std::size_t mostLabels = std::numeric_limits<std::uint16_t>::max();
 
 }  // namespace
 
-Conditioner::Conditioner(const PictureGrid& grid, Host::ColourRange range, const ConditioningRules& rules)
-    : _blockCount(static_cast<std::size_t>(grid.columns) * static_cast<std::size_t>(grid.rows)),
-      _black(range == Host::ColourRange::Limited ? 16 : 0),
-      _dimming(DimmingOf(rules.sensitivity)),
+int DimmingOf(Sensitivity sensitivity) {
+    switch (sensitivity) {
+        case Sensitivity::Low: return 5;
+        case Sensitivity::Normal: return 7;
+        case Sensitivity::High: return 10;
+    }
+    return 10;
+}
+
+Conditioner::Conditioner(int columns, int rows, ColourRange range, Sensitivity sensitivity)
+    : _blockCount(static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows)),
+      _black(range == ColourRange::Limited ? 16 : 0),
+      _dimming(DimmingOf(sensitivity)),
       _balanced(3 * _blockCount),
       _dimmed(3 * _blockCount),
       _withStopped(_blockCount),
@@ -63,13 +65,13 @@ Conditioner::Conditioner(const PictureGrid& grid, Host::ColourRange range, const
       _wasObject(_blockCount),
       _wasTold(_blockCount),
       _isOld(mostLabels + 1),
-      _balance(grid.columns, grid.rows, range),
-      _gate(grid.columns, grid.rows),
-      _hold(grid.columns, grid.rows, longestHold),
-      _motion(grid.columns, grid.rows, longestMotion),
-      _holes(grid.columns, grid.rows),
-      _disturbances(grid.columns, grid.rows),
-      _newScene(grid.columns, grid.rows, newScenePictures) {}
+      _balance(columns, rows, range),
+      _gate(columns, rows),
+      _hold(columns, rows, longestHold),
+      _motion(columns, rows, longestMotion),
+      _holes(columns, rows),
+      _disturbances(columns, rows),
+      _newScene(columns, rows, newScenePictures) {}
 
 const std::uint8_t* Conditioner::Dimmed(const std::uint8_t* ycbcr) {
     const int dimming = _dimming;
@@ -84,7 +86,7 @@ void Conditioner::Prime(const std::vector<std::uint8_t>& background, const Show&
     _balance.Reset();
     _balance.Balance(_learned.data());  // its reference from now on
     const auto showDimmed = [&](const std::uint8_t* ycbcr, Ticks stamp) { show(Dimmed(ycbcr), stamp); };
-    _offset = Host::ShowBackground(_learned.data(), 0, showDimmed);  // a detector that has seen others starts afresh
+    _offset = ShowBackground(_learned.data(), 0, showDimmed);  // a detector that has seen others starts afresh
     _hold.EndHold();
     _motion.EndHold();
     _isPrimed = true;
@@ -93,7 +95,7 @@ void Conditioner::Prime(const std::vector<std::uint8_t>& background, const Show&
 
 // Leaves leave and come back many times within seconds, whoever walks by leaves a place once or twice: what stands where
 // nothing is restless is not shown to the gate, which would take it for background.
-void Conditioner::LearnRestlessness(const Host::Priming& seconds) {
+void Conditioner::LearnRestlessness(const Priming& seconds) {
     std::vector<int> departures(_blockCount);
     std::vector<bool> isAway(_blockCount);
     for (int i = 0; i < seconds.Pictures(); ++i) {
@@ -127,11 +129,11 @@ Ticks Conditioner::StampOf(Ticks time) {
 // Nothing that a picture shows now is worth learning: what was there before will be there again. But nobody may be blind for
 // long unless that is told.
 bool Conditioner::IsBlind(Ticks time) {
-    if (_disturbances.IsRunning(Host::Disturbance::Covered)) {
+    if (_disturbances.IsRunning(Disturbance::Covered)) {
         _doubtfulSince.reset();
         return true;
     }
-    if (_balance.State() != Host::PictureState::Covered) {
+    if (_balance.State() != PictureState::Covered) {
         _doubtfulSince.reset();
         return false;
     }
@@ -159,13 +161,13 @@ void Conditioner::BeginNewScene() {
     _newScene.Clear();
 }
 
-void Conditioner::OnPicture(const BlockPicture& picture, Ticks time, const Show& show) {
-    _picture = picture;
-    const std::uint8_t* const ycbcr = picture.ycbcr;
+void Conditioner::OnPicture(const std::uint8_t* ycbcr, Shift shift, Ticks time, const Show& show) {
+    _picture = ycbcr;
+    _shift = shift;
     const auto visible = std::count_if(ycbcr, ycbcr + _blockCount, [&](int luma) { return luma > _black + darkLevels; });
     _isDark = static_cast<std::size_t>(visible) < _blockCount / darkShare;
     std::copy(ycbcr, ycbcr + 3 * _blockCount, _balanced.begin());
-    const bool isSwitching = _balance.Balance(_balanced.data()) == Host::PictureState::Infrared;
+    const bool isSwitching = _balance.Balance(_balanced.data()) == PictureState::Infrared;
     _isAnswered = !IsBlind(time) && (_isNewScene || !isSwitching);  // a red car may pass for a switch, for a second
     if (!_isAnswered) {
         return;
@@ -196,7 +198,7 @@ void Conditioner::OnPicture(const BlockPicture& picture, Ticks time, const Show&
 const std::uint16_t* Conditioner::EverySpot(const std::uint16_t* labels, const std::uint8_t* states) {
     std::uint16_t last = *std::max_element(labels, labels + _blockCount);
     for (std::size_t i = 0; i < _blockCount; ++i) {
-        const bool isSpot = labels[i] == 0 && states[i] == coremd::StateMotion && last < mostLabels;
+        const bool isSpot = labels[i] == 0 && states[i] == stateMotion && last < mostLabels;
         _spots[i] = isSpot ? ++last : labels[i];
     }
     return _spots.data();
@@ -237,13 +239,13 @@ void Conditioner::OnAnswer(std::uint16_t* labels, const std::uint8_t* states, Ti
     if (!_isAnswered) {
         std::fill(labels, labels + _blockCount, std::uint16_t{0});
     }
-    _disturbances.Look({.ycbcr = _picture.ycbcr,
+    _disturbances.Look({.ycbcr = _picture,
                         .time = time,
-                        .shiftX16 = _picture.shift.dx16,
-                        .shiftY16 = _picture.shift.dy16,
+                        .shiftX16 = _shift.dx16,
+                        .shiftY16 = _shift.dy16,
                         .isStabilised = true,
                         .labels = _isAnswered && states ? EverySpot(labels, states) : nullptr});
-    if (_disturbances.Began(Host::Disturbance::Moved) || _disturbances.Began(Host::Disturbance::Infrared)) {
+    if (_disturbances.Began(Disturbance::Moved) || _disturbances.Began(Disturbance::Infrared)) {
         BeginNewScene();
     }
     if (_disturbances.Suppresses()) {
@@ -252,7 +254,7 @@ void Conditioner::OnAnswer(std::uint16_t* labels, const std::uint8_t* states, Ti
         _motion.EndHold();
     }
     std::transform(labels, labels + _blockCount, _isObject.begin(), [](int label) { return label != 0 ? 1 : 0; });
-    if (_disturbances.IsRunning(Host::Disturbance::Shaking) || _disturbances.IsRunning(Host::Disturbance::Rain)) {
+    if (_disturbances.IsRunning(Disturbance::Shaking) || _disturbances.IsRunning(Disturbance::Rain)) {
         DropNew(labels);
     }
     std::swap(_isObject, _wasObject);
@@ -263,9 +265,8 @@ void Conditioner::OnAnswer(std::uint16_t* labels, const std::uint8_t* states, Ti
     _motion.Hold(_balanced.data(), time, labels);
 }
 
-void Conditioner::Brighten(BgrPicture& dimmed, const std::vector<std::int32_t>& isKnown) const {
-    for (std::size_t i = 0; i < isKnown.size(); ++i) {
-        std::uint8_t* bgr = dimmed.pixels.data() + 3 * i;
+void Conditioner::Brighten(std::uint8_t* bgr, const std::int32_t* isKnown) const {
+    for (std::size_t i = 0; i < _blockCount; ++i, bgr += 3) {
         const int luma = (29 * bgr[0] + 150 * bgr[1] + 77 * bgr[2]) / 256;
         const int missing = isKnown[i] != 0 ? luma * (10 - _dimming) / _dimming : 0;
         std::transform(bgr, bgr + 3, bgr,
@@ -273,4 +274,4 @@ void Conditioner::Brighten(BgrPicture& dimmed, const std::vector<std::int32_t>& 
     }
 }
 
-}  // namespace Video
+}  // namespace Host
