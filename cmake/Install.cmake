@@ -55,6 +55,10 @@ if(TARGET mdscan)
     install(TARGETS mdscan RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT coreMD_tools)
 endif()
 
+# The licence goes with every part that is copied alone.
+foreach(component runtime development tools)
+    install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT coreMD_${component})
+endforeach()
 foreach(example minimal.c minimal.cpp multi_camera.cpp background_snapshot.cpp)
     install(FILES ${PROJECT_SOURCE_DIR}/examples/${example}
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT coreMD_development)
