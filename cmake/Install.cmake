@@ -59,7 +59,7 @@ endif()
 foreach(component runtime development tools)
     install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT coreMD_${component})
 endforeach()
-foreach(example minimal.c minimal.cpp multi_camera.cpp background_snapshot.cpp)
+foreach(example minimal.c minimal.cpp multi_camera.cpp background_snapshot.cpp partly_h264.cpp)
     install(FILES ${PROJECT_SOURCE_DIR}/examples/${example}
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT coreMD_development)
 endforeach()

@@ -36,7 +36,8 @@ for example in minimal.c background_snapshot.cpp; do
     compile=("$CC")
     [[ $example == *.c ]] || compile=("$CXX" -std=c++20)
     # shellcheck disable=SC2046
-    "${compile[@]}" "$examples/$example" -o "$trouble/${example%.*}" $(pkg-config --cflags --libs coreMD) -Wl,-z,lazy
+    "${compile[@]}" "$examples/$example" -o "$trouble/${example%.*}" -Wl,-z,lazy \
+        $(pkg-config --cflags --libs coreMD-host coreMD)
 done
 says "libcoreMD.so.1: cannot open shared object file" "$trouble/minimal"
 

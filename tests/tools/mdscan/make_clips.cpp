@@ -1,5 +1,5 @@
 // Which clips do tests need that are no C++?  Writes a small folder of recordings of two cameras, sound and broken ones, or
-// what live sources send.
+// what live sources send, or what H.264 cameras do.
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -27,14 +27,27 @@ void Broadcast(const std::filesystem::path& path, const char* codec, const char*
     Video::WriteEncoded({scene}, {.codec = codec, .container = container, .gop = 10}, path.string());
 }
 
+// As cameras encode: a key frame a second, P-pictures between. False where no encoder for H.264 is there.
+bool Camera(const std::filesystem::path& path) {
+    const Video::SquareScene scene{.width = 320, .height = 240, .seconds = 24, .from = 13, .until = 19};
+    if (!Video::HasEncoder("libx264")) return false;
+    Video::WriteEncoded({scene}, {.codec = "libx264", .container = "mp4", .gop = 10, .quality = 20}, path.string());
+    return true;
+}
+
 }  // namespace
 
-// With "live": what live sources send instead.
+// With "camera": one H.264 clip, or 77 where none can be encoded. With "live": what live sources send instead.
 int main(int argc, char** argv) {
-    if (argc != 2 && !(argc == 3 && argv[2] == std::string("live"))) {
+    const std::string wish = argc == 3 ? argv[2] : "";
+    if (argc != 2 && wish != "live" && wish != "camera") {
         return 2;
     }
     const std::filesystem::path folder(argv[1]);
+    if (wish == "camera") {
+        std::filesystem::create_directories(folder);
+        return Camera(folder / "camera.mp4") ? 0 : 77;
+    }
     if (argc == 3) {
         std::filesystem::create_directories(folder);
         Broadcast(folder / "short.ts", "mpeg2video", "mpegts", 8, 0.6, 2.6);
