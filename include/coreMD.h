@@ -1,7 +1,7 @@
 /* coreMD: motion detection on a coarse grid of blocks.
  *
  * The complete C interface: five records, one handle, fourteen numbered functions, one that tells the version, three that
- * save and load a detector. C11 and C++; coreMD.hpp puts readable names on it for C++20.
+ * save and load a detector, one that gives it other zones. C11 and C++; coreMD.hpp puts readable names on it for C++20.
  *
  * Words used throughout
  *   block     one cell of the grid; block (x, y) has index y * width + x, rows without padding
@@ -16,8 +16,9 @@
  * Broken preconditions end the process with the C library's assertion message, in release builds too. There is no other
  * error channel besides the status codes below. Record pointers must not be null.
  *
- * Exhausted memory surfaces as a C++ exception (std::bad_alloc) out of h12, h13, h15 or coreMD_LoadState, which a host in C
- * cannot catch. After one out of h13 or coreMD_LoadState the detector can be destroyed, or go on with the next frame.
+ * Exhausted memory surfaces as a C++ exception (std::bad_alloc) out of h12, h13, h15, coreMD_LoadState or
+ * coreMD_ReplaceZones, which a host in C cannot catch. After one out of h13 or coreMD_LoadState the detector can be
+ * destroyed, or go on with the next frame; out of coreMD_ReplaceZones nothing has changed.
  *
  * Threads: a handle belongs to one thread at a time. Different handles share nothing, but for one rand() that h15 draws to
  * spread the detectors' frame cycles: results repeat for the same srand() before it.
@@ -138,11 +139,11 @@ COREMD_API void h14(DetectorHandle* handle);
  * The record must not be null, nor its mask ("source").
  * Zones are fitted to the grid when the detector starts afresh (first frame, new grid size, time running backwards): add
  * them before the first h13. With a zone added later, h13 stops the process ("currentZone->pixelMapWidth == blockCountX")
- * as soon as the history is filled, unless the detector starts afresh before. */
+ * as soon as the history is filled, unless the detector starts afresh before; coreMD_ReplaceZones takes its place. */
 COREMD_API int32_t h12(DetectorHandle* handle, MDZoneInfo* zone);
 
 /* Removes all zones. Returns 0. Frames go on without objects, the label map keeps its last contents; starting afresh without
- * a zone is fatal ("first"). */
+ * a zone is fatal ("first"). coreMD_ReplaceZones brings zones back. */
 COREMD_API int32_t h11(DetectorHandle* handle);
 
 /* Processes one frame.
@@ -197,6 +198,16 @@ COREMD_API int64_t coreMD_StateSize(DetectorHandle* handle);
  * history. The detector does not change. Returns COREMD_STATE_DONE, or COREMD_STATE_NO_ROOM with nothing written.
  * `state` holds `size` bytes and must not be null ("state"). The same detector gives the same bytes on every machine. */
 COREMD_API int32_t coreMD_SaveState(DetectorHandle* handle, uint8_t* state, int64_t size);
+
+/* Makes a detector in the variable `successor` that goes on from the whole state of `handle` with these `count` zones, as if
+ * it had had them all along: blocks and objects of the frames to come are those, to the bit, and so is the result of the
+ * last one, which h17 and h19 give at once. `handle` stays as it is, with its results, and can go on, too: the two share
+ * nothing. The host ends each with h14, usually `handle` right away. Returns 0. Draws no rand().
+ * Records and masks are copied. `zones` must not be null ("zones"), nor a mask ("source"), `count` is at least 1
+ * ("count > 0"). `successor` must not be null ("successor"), its variable must be null ("!*successor"). Objects on which h13
+ * would end the process end it here. */
+COREMD_API int32_t coreMD_ReplaceZones(DetectorHandle* handle, const MDZoneInfo* zones, int32_t count,
+                                       DetectorHandle* successor);
 
 /* Makes the detector what the saved one was. From then on frames give what they would have given there, to the bit; h17 and
  * h19 give the result of its last frame. What the detector was before is forgotten, zones and settings too, and with it the

@@ -18,7 +18,7 @@
  *
  * Broken preconditions end the process with a message, in release builds too: those of the C functions with an assertion
  * (the text in quotation marks), those of this header with "coreMD.hpp: ...". Memory that runs out is std::bad_alloc, out
- * of Detector, AddZone, Detect, Background, SaveState and LoadState.
+ * of Detector, AddZone, ReplaceZones, Detect, Background, SaveState and LoadState.
  *
  * Threads: one thread at a time per detector; detectors share nothing, but for one rand() that each draws when it is made.
  */
@@ -317,18 +317,11 @@ public:
 
     // Adds a zone after those already there. Zones are fitted to the grid when the detector starts afresh: add them before
     // the first frame, at least one ("first"). With a zone added later, Detect ends the process as soon as the history is
-    // filled ("currentZone->pixelMapWidth == blockCountX"), unless the detector starts afresh before. The mask must hold
-    // columns * rows bytes and not be null ("source").
+    // filled ("currentZone->pixelMapWidth == blockCountX"), unless the detector starts afresh before: that is what
+    // ReplaceZones is for. The mask must hold columns * rows bytes and not be null ("source").
     void AddZone(const Zone& zone) {
-        Require(zone.columns <= 0 || zone.rows <= 0 || zone.mask.size() >= Product(zone.columns, zone.rows),
-                "AddZone: mask holds fewer than columns * rows bytes");
-        MDZoneInfo record{};
-        record.mask = Readable(zone.mask);
-        record.maskWidth = zone.columns;
-        record.maskHeight = zone.rows;
-        record.zoneValue = zone.value;
-        record.minObjectWidth = zone.minObjectWidth;
-        record.minObjectHeight = zone.minObjectHeight;
+        Require(HoldsItsMask(zone), "AddZone: mask holds fewer than columns * rows bytes");
+        MDZoneInfo record = RecordOf(zone);
         h12(&_handle, &record);
     }
 
@@ -342,8 +335,24 @@ public:
                  .minObjectHeight = minObjectHeight});
     }
 
-    // Frames go on without objects; starting afresh without a zone ends the process ("first").
+    // Frames go on without objects; starting afresh without a zone ends the process ("first"). ReplaceZones brings zones
+    // back.
     void RemoveZones() { h11(&_handle); }
+
+    // Another detector, which goes on from all that this one knows with these zones, at least one ("count > 0"), as if it
+    // had had them all along: blocks and objects of the frames to come are those, to the bit, and so is the last result.
+    // This one stays as it is and can go on, too. While it runs: detector = detector.ReplaceZones(zones);
+    [[nodiscard]] Detector ReplaceZones(std::span<const Zone> zones) {
+        std::vector<MDZoneInfo> records;
+        records.reserve(zones.size() + 1);  // never null
+        for (const Zone& zone : zones) {
+            Require(HoldsItsMask(zone), "ReplaceZones: mask holds fewer than columns * rows bytes");
+            records.push_back(RecordOf(zone));
+        }
+        Detector successor(_columns, _rows);
+        coreMD_ReplaceZones(&_handle, records.data(), static_cast<std::int32_t>(records.size()), &successor._handle);
+        return successor;
+    }
 
     // Limits objects to blocks that moved just now. On by default.
     void LimitToMotion(bool on) { h35(&_handle, on ? 0 : 1); }
@@ -439,6 +448,22 @@ public:
     DetectorHandle* Handle() { return &_handle; }
 
 private:
+    Detector(int columns, int rows) : _columns(columns), _rows(rows) {}  // no handle yet
+
+    static bool HoldsItsMask(const Zone& zone) {
+        return zone.columns <= 0 || zone.rows <= 0 || zone.mask.size() >= Product(zone.columns, zone.rows);
+    }
+    static MDZoneInfo RecordOf(const Zone& zone) {
+        MDZoneInfo record{};
+        record.mask = Readable(zone.mask);
+        record.maskWidth = zone.columns;
+        record.maskHeight = zone.rows;
+        record.zoneValue = zone.value;
+        record.minObjectWidth = zone.minObjectWidth;
+        record.minObjectHeight = zone.minObjectHeight;
+        return record;
+    }
+
     static std::size_t Product(int columns, int rows) {
         return static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows);
     }

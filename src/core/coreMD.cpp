@@ -99,6 +99,18 @@ int32_t coreMD_SaveState(DetectorHandle* handle, uint8_t* state, int64_t size) {
     return COREMD_STATE_DONE;
 }
 
+int32_t coreMD_ReplaceZones(DetectorHandle* handle, const MDZoneInfo* zones, int32_t count, DetectorHandle* successor) {
+    const MotionDetector& detector = *Behind(handle);
+    assert(zones);
+    assert(count > 0);
+    assert(successor);
+    assert(!*successor);
+    auto next = MD::DetectorState::WithZones(detector, {zones, static_cast<std::size_t>(count)});
+    *successor = new MotionDetector*(next.get());
+    next.release();
+    return 0;
+}
+
 int32_t coreMD_LoadState(DetectorHandle* handle, const uint8_t* state, int64_t size, int32_t* width, int32_t* height) {
     MotionDetector& detector = *Behind(handle);
     if (!state || size < 0) return COREMD_STATE_FOREIGN;

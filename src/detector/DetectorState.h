@@ -1,10 +1,14 @@
 // How does a detector become bytes, and bytes a detector?  Everything that decides about the frames to come, and the result
-// of the last one. Called by the C interface; the core itself reads and writes no file.
+// of the last one. And how does a detector go on with other zones?  Called by the C interface; the core itself reads and
+// writes no file.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
+
+#include "coreMD.h"
 
 namespace MD {
 
@@ -29,6 +33,10 @@ public:
     // last one before anything changes. If memory runs out, it is left as after a failed AllocateBuffers, with its own zones
     // and settings, and the exception goes on.
     static int Load(MotionDetector& detector, std::span<const std::uint8_t> bytes);
+
+    // A detector that goes on from this one, as if it had had these zones all along, at least one; this one stays as it is.
+    // Draws no rand(). The last result is made anew, which may be as fatal as in Detect.
+    static std::unique_ptr<MotionDetector> WithZones(const MotionDetector& from, std::span<const MDZoneInfo> zones);
 
 private:
     static void MakeRoom(MotionDetector& detector, int columns, int rows, std::span<const std::uint8_t> objects);

@@ -20,7 +20,9 @@ namespace {
 constexpr int largestSkipFrameCount = 65;  // the next frame, the 66th, enters the next phase
 
 // Deliberate: the product wraps, so that the phase is 0 or 1, hardly ever 2 (BuffersTest, StartPhaseWraps).
-int StartPhase(int rn) {
+int StartPhase(long rn) {
+    MD_ASSERT_AT(rn >= 0 && rn <= RAND_MAX, "rn >= 0 && rn <= RAND_MAX", __FILE__, __LINE__,
+                 "MD::MotionDetector::MotionDetector()");
     return static_cast<int>(static_cast<std::uint32_t>(rn) * static_cast<std::uint32_t>(MotionDetector::analyzeStageCount) /
                             2147483647u);
 }
@@ -76,13 +78,15 @@ static_assert(std::size(buffers) == MotionDetector::AllBuffersCount);
 
 }  // namespace
 
-MotionDetector::MotionDetector()
+MotionDetector::MotionDetector() : MotionDetector(StartPhase(std::rand())) {}
+
+MotionDetector::MotionDetector(int skipPhase)
     : blockCountX(0),
       blockCountY(0),
       blockCount(0),
       _bgr24Size(0),
       _currentTime(0),
-      _skipPhase(0),
+      _skipPhase(skipPhase),
       _skipFrameCounter(0),
       _lastFrameTime(0),
       _extraFlag1(false),
@@ -108,9 +112,6 @@ MotionDetector::MotionDetector()
       _isOutOfReach(false),
       _shadowRowFirst(0),
       _shadowRowLast(0) {
-    const long rn = std::rand();
-    assert(rn >= 0 && rn <= RAND_MAX);
-    _skipPhase = StartPhase(static_cast<int>(rn));
     InitBuffers();
     _h264FrameCounter = 0;
 }

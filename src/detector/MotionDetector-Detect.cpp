@@ -30,6 +30,10 @@ void MotionDetector::Detect(DetectionInfo* info, bool updateBackground) {
     }
     if (_detectShadow) DetectShadow(info);
 
+    FindObjects();
+}
+
+void MotionDetector::FindObjects() {
     if (_processZones) {
         _nextMotionObject = nullptr;  // it may point to an object that ends here
         _mergedPool.ReleaseBusyList();
@@ -37,6 +41,14 @@ void MotionDetector::Detect(DetectionInfo* info, bool updateBackground) {
         MergeMDZonesResult();
     }
     if (_solveForeground) SolveForeground();
+}
+
+// Zones take blocks out of the map of shadows: with shadow detection all that is foreground was in it before them.
+void MotionDetector::FindObjectsAgain() {
+    if (_detectShadow && _frameStatistics._isFilled && !_h264PartlyIsOptimized)
+        for (std::ptrdiff_t i = 0; i < blockCount; ++i)
+            if (_isObject[i]) _zoneResultMap[i] = 1;
+    FindObjects();
 }
 
 // Statistics, background and foreground, chunk by chunk, once the frame is taken: blocks do not read each other before the

@@ -217,6 +217,8 @@ private:
     friend MotionDetector*(::GetDetector)(void**);
     friend class DetectorState;
 
+    MD_INTERNAL explicit MotionDetector(int skipPhase);  // draws nothing
+
     MD_INTERNAL BlockRange AllBlocks() const { return {0, static_cast<std::size_t>(blockCount)}; }
     MD_INTERNAL Grid BlockGrid() const { return {blockCountX, blockCountY}; }
 
@@ -231,6 +233,8 @@ private:
     MD_INTERNAL void UpdateBlocks(BlockRange range, bool mayLearn);
     MD_INTERNAL void UpdateChunk(BlockRange range, bool mayLearn);
     MD_INTERNAL void ClearShadowPlanes();
+    MD_INTERNAL void FindObjects();
+    MD_INTERNAL void FindObjectsAgain();  // of the last frame, whatever the zones were then
     MD_INTERNAL void ProcessZones();
     MD_INTERNAL void ProcessZone();
     MD_INTERNAL void StartLabels();

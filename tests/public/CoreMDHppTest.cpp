@@ -373,6 +373,29 @@ TEST(CoreMDHppTest, ALoadedDetectorGoesOn) {
     EXPECT_NE(detector.SaveState(), state);
 }
 
+// The left half, then the right one: each object is in one of them.
+TEST(CoreMDHppTest, ReplacedZonesGoOn) {
+    TwoObjects two;
+    const std::vector<std::uint8_t> left{1, 0}, right{0, 1};
+    const coremd::Zone zones[] = {{.mask = left, .columns = 2, .rows = 1}};
+    Detector successor = two.detector.ReplaceZones(zones);
+    EXPECT_EQ(successor.Columns(), columns);
+    EXPECT_EQ(successor.Rows(), rows);
+    std::vector<coremd::Object> objects = Collect(successor.Objects());
+    ASSERT_EQ(objects.size(), 2u);
+    EXPECT_EQ(objects[0].Bounds(), small);
+    EXPECT_EQ(objects[1].Bounds(), (Box{large.left, large.top, columns / 2 - 1, large.bottom}));
+    EXPECT_EQ(successor.Background().bgr, two.detector.Background().bgr);
+    ExpectTwoObjects(two.detector);
+
+    const coremd::Zone others[] = {{.mask = right, .columns = 2, .rows = 1}};
+    successor = successor.ReplaceZones(others);
+    successor.Detect(two.scene.Next());
+    objects = Collect(successor.Objects());
+    ASSERT_EQ(objects.size(), 1u);
+    EXPECT_EQ(objects[0].Bounds(), (Box{columns / 2, large.top, large.right, large.bottom}));
+}
+
 TEST(CoreMDHppTest, ClassesAreThoseOfTheHandle) {
     Detector detector;
     EXPECT_EQ(&detector.Classes(), GetDetector(detector.Handle()));
@@ -385,6 +408,14 @@ TEST(CoreMDHppTest, TheRestForwards) {
     EXPECT_STREQ(destination, "souret");
     EXPECT_EQ(coremd::Zero(), 0);
     coremd::DoNothing();
+}
+
+TEST(CoreMDHppDeathTest, ZonesThatCannotBeEndTheProcess) {
+    Detector detector;
+    const coremd::Zone noMask[] = {{.columns = 1, .rows = 1}};
+    EXPECT_DEATH(static_cast<void>(detector.ReplaceZones({})), "Assertion `count > 0' failed");
+    EXPECT_DEATH(static_cast<void>(detector.ReplaceZones(noMask)),
+                 "ReplaceZones: mask holds fewer than columns \\* rows bytes");
 }
 
 TEST(CoreMDHppDeathTest, MovedFromDetectorsEndTheProcess) {

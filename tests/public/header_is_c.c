@@ -22,7 +22,7 @@ static int32_t isKnown[blocks], width, height;
 static uint8_t state[100000];
 
 int main(void) {
-    DetectorHandle handle = NULL;
+    DetectorHandle handle = NULL, successor = NULL;
     DetectionInfo info;
     MDZoneInfo zone = {mask, 2, 2, 0.3f, 0.0f, 0.0f};
     MDResultInfo summary = {7, 7, 7};
@@ -79,6 +79,12 @@ int main(void) {
     EXPECT(coreMD_LoadState(&handle, state, coreMD_StateSize(&handle), &width, &height) == COREMD_STATE_DONE);
     EXPECT(width == columns && height == rows);
     EXPECT(h19(&handle, &result) == COREMD_DELIVERED && result.objectsMap[4 * columns + 3] == 1);
+
+    zone.minObjectWidth = 0.5f;
+    EXPECT(coreMD_ReplaceZones(&handle, &zone, 1, &successor) == 0 && successor != NULL && successor != handle);
+    EXPECT(h19(&successor, &result) == COREMD_DELIVERED && result.objectsCount == 0);
+    EXPECT(h19(&handle, &result) == COREMD_DELIVERED && result.objectsCount == 1);
+    h14(&successor);
 
     EXPECT(h11(&handle) == 0);
     h14(&handle);

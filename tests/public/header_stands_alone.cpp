@@ -38,5 +38,7 @@ static_assert(std::is_same_v<decltype(coreMD_Version), int32_t()>);
 static_assert(std::is_same_v<decltype(coreMD_StateSize), int64_t(DetectorHandle*)>);
 static_assert(std::is_same_v<decltype(coreMD_SaveState), int32_t(DetectorHandle*, uint8_t*, int64_t)>);
 static_assert(
+    std::is_same_v<decltype(coreMD_ReplaceZones), int32_t(DetectorHandle*, const MDZoneInfo*, int32_t, DetectorHandle*)>);
+static_assert(
     std::is_same_v<decltype(coreMD_LoadState), int32_t(DetectorHandle*, const uint8_t*, int64_t, int32_t*, int32_t*)>);
 static_assert(std::is_same_v<decltype(GetDetector), MD::MotionDetector*(void**)>);

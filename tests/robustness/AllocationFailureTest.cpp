@@ -234,6 +234,29 @@ TEST(AllocationFailureTest, LoadingAState) {
     }
 }
 
+TEST(AllocationFailureTest, ReplacingZonesLeavesEverythingAsItWas) {
+    Host host;
+    host.AddZone({1, 0});
+    Stream stream(Kit::InputKind::Standard);
+    stream.ShowGround(host, 20);
+    DetectionInfo things = stream.Next(WithThings(stream.ground, 6));
+    h13(&host.handle, &things);
+    const auto size = coreMD_StateSize(&host.handle);
+    std::vector<std::uint8_t> before(static_cast<std::size_t>(size)), after(before.size());
+    coreMD_SaveState(&host.handle, before.data(), size);
+    std::uint8_t masks[] = {0, 1};
+    const MDZoneInfo zones[] = {{masks, 2, 1, 0.3f, 0.0f, 0.0f}, {masks, 1, 2, 0.3f, 0.0f, 0.0f}};
+    const int allocations = FailOneByOne("coreMD_ReplaceZones", [&](auto fails) {
+        DetectorHandle successor = nullptr;
+        const bool failed = fails([&] { coreMD_ReplaceZones(&host.handle, zones, 2, &successor); });
+        EXPECT_EQ(successor == nullptr, failed);
+        EXPECT_EQ(coreMD_SaveState(&host.handle, after.data(), size), COREMD_STATE_DONE);
+        EXPECT_EQ(after, before);
+        h14(&successor);
+    });
+    EXPECT_GT(allocations, 38 + 12 + 2 * 3);
+}
+
 // Only the objects of the frame are lost: what follows equals a detector that went through.
 class AllocationFailureObjectsTest : public testing::TestWithParam<int> {};
 
