@@ -1,6 +1,7 @@
 // How are the samples of a block row summed and divided?  See BlockMean.h.
 #include "kernels/BlockMean.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <type_traits>
@@ -109,8 +110,39 @@ std::uint32_t SumOfRange(const Part* part, std::size_t first, std::size_t last) 
     return sum;
 }
 
+// A length that the compiler knows: short loops of another one cost more than what they add up.
+template <std::size_t length, class Part>
+std::uint32_t SumOf(const Part* part) {
+    std::uint32_t sum = part[0];
+    for (std::size_t i = 1; i < length; ++i) sum += part[i];
+    return sum;
+}
+
+// Calls with the length as a constant of its type where it is one that blocks of everyday pictures have, else not at all.
+template <class Call>
+bool WithConstant(std::size_t length, Call call) {
+    switch (length) {
+        case 2: call(std::integral_constant<std::size_t, 2>()); return true;
+        case 3: call(std::integral_constant<std::size_t, 3>()); return true;
+        case 4: call(std::integral_constant<std::size_t, 4>()); return true;
+        case 5: call(std::integral_constant<std::size_t, 5>()); return true;
+        case 6: call(std::integral_constant<std::size_t, 6>()); return true;
+        case 7: call(std::integral_constant<std::size_t, 7>()); return true;
+        case 8: call(std::integral_constant<std::size_t, 8>()); return true;
+        case 9: call(std::integral_constant<std::size_t, 9>()); return true;
+        case 11: call(std::integral_constant<std::size_t, 11>()); return true;
+        case 13: call(std::integral_constant<std::size_t, 13>()); return true;
+        case 15: call(std::integral_constant<std::size_t, 15>()); return true;
+        default: return false;
+    }
+}
+
 template <class Part>
 void SumGroupsOf(const Part* part, std::size_t groupSize, std::uint32_t* sum, std::size_t count) {
+    const bool isDone = WithConstant(groupSize, [&](auto size) {
+        for (std::size_t i = 0; i < count; ++i) sum[i] = SumOf<size>(part + i * size);
+    });
+    if (isDone) return;
     for (std::size_t i = 0; i < count; ++i) sum[i] = SumOfRange(part, i * groupSize, (i + 1) * groupSize);
 }
 
@@ -160,9 +192,14 @@ void SumGroups(const std::uint32_t* part, std::size_t groupSize, std::uint32_t* 
     SumGroupsOf(part, groupSize, sum, count);
 }
 
+// Blocks of an odd size have (blockSize + 1) / 2 halved columns each, wherever they begin, but for one that is cut off.
 void SumHalvedRanges(const std::uint16_t* columnSum, std::size_t blockSize, std::size_t pictureSize, std::uint32_t* sum,
                      std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) {
+    const std::size_t whole = blockSize % 2 != 0 ? std::min(count, pictureSize / blockSize) : 0;
+    const bool isDone = WithConstant((blockSize + 1) / 2, [&](auto length) {
+        for (std::size_t i = 0; i < whole; ++i) sum[i] = SumOf<length>(columnSum + i * blockSize / 2);
+    });
+    for (std::size_t i = isDone ? whole : 0; i < count; ++i) {
         const SampleRange columns = SamplesOfBlock(i, blockSize, pictureSize, true);
         sum[i] = SumOfRange(columnSum, columns.first, columns.last);
     }
@@ -172,6 +209,11 @@ void DivideSums(const std::uint32_t* sum, SampleCount samples, std::uint8_t* mea
     if (samples.isPowerOfTwo) {
         HOST_INDEPENDENT_COLUMNS
         for (std::size_t i = 0; i < count; ++i) mean[i] = ShiftedMean(sum[i], samples);
+        return;
+    }
+    if (samples.isSmall) {
+        HOST_INDEPENDENT_COLUMNS
+        for (std::size_t i = 0; i < count; ++i) mean[i] = SmallMean(static_cast<std::uint16_t>(sum[i]), samples);
         return;
     }
     HOST_INDEPENDENT_COLUMNS

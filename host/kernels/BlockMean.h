@@ -37,6 +37,8 @@ struct RowStack {
     std::size_t count;        // 1..largestBlockSize
 };
 
+inline constexpr std::uint32_t smallSampleCount = 128;  // of blocks whose sums and factors fit 16 bits: up to 11 x 11
+
 // A sample count, prepared for RoundedMean.  1..largestSampleCount.
 //
 // Why the product is exact: factor = (2^32 + e) / count with 0 < e <= count.  For x = sum + half, x * factor / 2^32 exceeds
@@ -47,12 +49,18 @@ struct SampleCount {
         : factor((std::uint64_t{1} << 32) / count + 1),
           half(count / 2),
           isPowerOfTwo(std::has_single_bit(count)),
-          shift(std::countr_zero(count)) {}
+          shift(std::countr_zero(count)),
+          isSmall(count < smallSampleCount),
+          smallShift(isSmall ? std::bit_width(count) - 1 : 0),
+          smallFactor(static_cast<std::uint16_t>(isSmall && !isPowerOfTwo ? (65536u << smallShift) / count + 1 : 0)) {}
 
     std::uint64_t factor;  // 32 fractional bits
     std::uint32_t half;    // makes the division round to nearest, a tie upwards
     bool isPowerOfTwo;     // then the division is
     int shift;             // this shift to the right
+    bool isSmall;          // then SmallMean may be asked, where the division is no shift
+    int smallShift;
+    std::uint16_t smallFactor;  // 16 + smallShift fractional bits
 };
 static_assert(std::uint64_t{511} * largestSampleCount * largestSampleCount < std::uint64_t{1} << 33);
 
@@ -60,6 +68,15 @@ static_assert(std::uint64_t{511} * largestSampleCount * largestSampleCount < std
 constexpr std::uint8_t RoundedMean(std::uint32_t sum, SampleCount count) {
     return static_cast<std::uint8_t>((sum + count.half) * count.factor >> 32);
 }
+
+// One block of fewer than smallSampleCount samples, not 2^shift: the same mean.  Exact as above: x * e stays below 2^16
+// times 2^smallShift, because 2 * 2^smallShift > count and 255.5 * count < 2^15.
+constexpr std::uint8_t SmallMean(std::uint16_t sum, SampleCount count) {
+    const std::uint16_t dividend = static_cast<std::uint16_t>(sum + count.half);
+    const std::uint16_t product = static_cast<std::uint16_t>(std::uint32_t{dividend} * count.smallFactor >> 16);
+    return static_cast<std::uint8_t>(product >> count.smallShift);
+}
+static_assert(511 * smallSampleCount <= 1u << 16);
 
 // One block of 2^shift samples: the same mean.
 constexpr std::uint8_t ShiftedMean(std::uint32_t sum, SampleCount count) {

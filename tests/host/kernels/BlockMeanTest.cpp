@@ -81,6 +81,18 @@ TEST(BlockMean, ShiftedMeanIsTheRoundedMeanForEverySum) {
     }
 }
 
+TEST(BlockMean, SmallMeanIsTheRoundedMeanForEverySum) {
+    for (std::uint32_t count = 1; count <= largestSampleCount; ++count) {
+        const SampleCount samples(count);
+        ASSERT_EQ(samples.isSmall, count < 128);
+        if (!samples.isSmall || samples.isPowerOfTwo) continue;
+        std::uint32_t wrong = 0;
+        for (std::uint32_t sum = 0; sum <= 255 * count; ++sum)
+            wrong += SmallMean(static_cast<std::uint16_t>(sum), samples) != RoundedMean(sum, samples);
+        EXPECT_EQ(wrong, 0u) << "of the sums of " << count << " samples";
+    }
+}
+
 TEST(BlockMean, TieIsRoundedUpwards) {
     EXPECT_EQ(RoundedMean(1, SampleCount(2)), 1);
     EXPECT_EQ(RoundedMean(31, SampleCount(64)), 0);
@@ -212,7 +224,7 @@ TEST(BlockMean, SumsStopAtTheirCount) {
 
 namespace {
 
-constexpr std::size_t groupSizes[] = {1, 2, 3, 4, 5, 7, 8, 16, 31, 63, 64};
+constexpr std::size_t groupSizes[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 11, 13, 15, 64};
 
 // Single columns, pairs and quads are groups of a fixed size.
 template <class Part>
@@ -290,7 +302,7 @@ TEST(BlockMean, DividedSumsEqualTheRule) {
     for (const GuardedSide side : bothSides)
         for (const Filling filling : allFillings)
             for (std::size_t length = 0; length <= longestLength; ++length)
-                for (const std::uint32_t samples : {1u, 2u, 3u, 9u, 63u, 64u, 255u, 4032u, 4096u}) {
+                for (const std::uint32_t samples : {1u, 2u, 3u, 9u, 63u, 64u, 127u, 129u, 255u, 4032u, 4096u}) {
                     const auto sum = Filled<std::uint32_t>(length, filling, side, 255 * samples, random);
                     const GuardedBlocks<std::uint8_t> before(length, side);
                     GuardedBlocks<std::uint8_t> mean(length, side);
