@@ -5,8 +5,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <utility>
+
+#include "conditioning/kernels/LumaCounts.h"
+#include "conditioning/kernels/ObjectLabels.h"
 
 namespace Host {
 
@@ -74,9 +78,7 @@ Conditioner::Conditioner(int columns, int rows, ColourRange range, Sensitivity s
       _newScene(columns, rows, newScenePictures) {}
 
 const std::uint8_t* Conditioner::Dimmed(const std::uint8_t* ycbcr) {
-    const int dimming = _dimming;
-    std::transform(ycbcr, ycbcr + _blockCount, _dimmed.begin(),
-                   [=](std::uint8_t luma) { return static_cast<std::uint8_t>((luma * dimming + 5) / 10); });
+    Kernels::DimLuma(ycbcr, static_cast<std::uint8_t>(_dimming), _dimmed.data(), _blockCount);
     std::copy(ycbcr + _blockCount, ycbcr + 3 * _blockCount, _dimmed.begin() + static_cast<std::ptrdiff_t>(_blockCount));
     return _dimmed.data();
 }
@@ -164,8 +166,8 @@ void Conditioner::BeginNewScene() {
 void Conditioner::OnPicture(const std::uint8_t* ycbcr, Shift shift, Ticks time, const Show& show) {
     _picture = ycbcr;
     _shift = shift;
-    const auto visible = std::count_if(ycbcr, ycbcr + _blockCount, [&](int luma) { return luma > _black + darkLevels; });
-    _isDark = static_cast<std::size_t>(visible) < _blockCount / darkShare;
+    const auto darkest = static_cast<std::uint8_t>(_black + darkLevels);
+    _isDark = Kernels::CountBrighter(ycbcr, darkest, _blockCount) < _blockCount / darkShare;
     std::copy(ycbcr, ycbcr + 3 * _blockCount, _balanced.begin());
     const bool isSwitching = _balance.Balance(_balanced.data()) == PictureState::Infrared;
     _isAnswered = !IsBlind(time) && (_isNewScene || !isSwitching);  // a red car may pass for a switch, for a second
@@ -196,43 +198,42 @@ void Conditioner::OnPicture(const std::uint8_t* ycbcr, Shift shift, Ticks time, 
 // Objects, and every block that differed but belongs to none, as an object of its own: what is too small to be told is what
 // rain is made of.
 const std::uint16_t* Conditioner::EverySpot(const std::uint16_t* labels, const std::uint8_t* states) {
-    std::uint16_t last = *std::max_element(labels, labels + _blockCount);
-    for (std::size_t i = 0; i < _blockCount; ++i) {
-        const bool isSpot = labels[i] == 0 && states[i] == stateMotion && last < mostLabels;
-        _spots[i] = isSpot ? ++last : labels[i];
+    std::uint16_t last = Kernels::LargestPlace(labels, _blockCount);
+    std::copy(labels, labels + _blockCount, _spots.begin());
+    constexpr std::size_t together = sizeof(std::uint64_t);  // blocks, of which none differs in most places
+    for (std::size_t first = 0; first < _blockCount; first += together) {
+        const std::size_t end = std::min(first + together, _blockCount);
+        std::uint64_t any = 0;
+        std::memcpy(&any, states + first, end - first);
+        for (std::size_t i = any != 0 ? first : end; i < end; ++i) {
+            const bool isSpot = labels[i] == 0 && states[i] == stateMotion && last < mostLabels;
+            _spots[i] = isSpot ? ++last : labels[i];
+        }
     }
     return _spots.data();
 }
 
 void Conditioner::Confirm(std::uint16_t* labels) {
     _gate.Confirm(labels, confirmedOld);
-    std::copy(labels, labels + _blockCount, _spots.begin());
-    _gate.Confirm(_spots.data(), confirmedNew);
-    std::fill(_isOld.begin(), _isOld.end(), std::uint8_t{0});
-    for (std::size_t i = 0; i < _blockCount; ++i) {
-        if (_wasTold[i] != 0 || _spots[i] != 0) {
-            _isOld[labels[i]] = 1;
-        }
+    const std::uint16_t largest = Kernels::LargestPlace(labels, _blockCount);
+    for (std::size_t label = 1; label <= largest; ++label) {
+        _isOld[label] = _gate.WouldConfirm(static_cast<std::uint16_t>(label), confirmedNew) ? 1 : 0;
     }
-    DropOthers(labels);
-    std::transform(labels, labels + _blockCount, _wasTold.begin(), [](int label) { return label != 0 ? 1 : 0; });
+    DropUnless(_wasTold, labels);
+    Kernels::MarkLabelled(labels, _wasTold.data(), _blockCount);
 }
 
-void Conditioner::DropOthers(std::uint16_t* labels) const {
-    std::replace_if(
-        labels, labels + _blockCount, [&](std::uint16_t label) { return _isOld[label] == 0; }, std::uint16_t{0});
+// Drops all that have no block where there was one before, but for those that are known to be old.
+void Conditioner::DropUnless(const std::vector<std::uint8_t>& was, std::uint16_t* labels) {
+    Kernels::ForEachLabelled(labels, _blockCount, [&](std::size_t i) { _isOld[labels[i]] |= was[i]; });
+    Kernels::DropObjects(labels, _blockCount, [&](std::uint16_t label) { return _isOld[label] == 0; });
 }
 
 // Edges flash up where pictures cannot quite be moved back, and drops everywhere: an object counts where there was one in
 // the picture before.
 void Conditioner::DropNew(std::uint16_t* labels) {
     std::fill(_isOld.begin(), _isOld.end(), std::uint8_t{0});
-    for (std::size_t i = 0; i < _blockCount; ++i) {
-        if (_wasObject[i] != 0) {
-            _isOld[labels[i]] = 1;
-        }
-    }
-    DropOthers(labels);
+    DropUnless(_wasObject, labels);
 }
 
 void Conditioner::OnAnswer(std::uint16_t* labels, const std::uint8_t* states, Ticks time) {
@@ -253,7 +254,7 @@ void Conditioner::OnAnswer(std::uint16_t* labels, const std::uint8_t* states, Ti
         _hold.EndHold();
         _motion.EndHold();
     }
-    std::transform(labels, labels + _blockCount, _isObject.begin(), [](int label) { return label != 0 ? 1 : 0; });
+    Kernels::MarkLabelled(labels, _isObject.data(), _blockCount);
     if (_disturbances.IsRunning(Disturbance::Shaking) || _disturbances.IsRunning(Disturbance::Rain)) {
         DropNew(labels);
     }

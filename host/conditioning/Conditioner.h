@@ -81,7 +81,7 @@ private:
     void BeginHold(Ticks time);
     void DropNew(std::uint16_t* labels);
     void Confirm(std::uint16_t* labels);
-    void DropOthers(std::uint16_t* labels) const;
+    void DropUnless(const std::vector<std::uint8_t>& was, std::uint16_t* labels);
     void BeginNewScene();
     const std::uint16_t* EverySpot(const std::uint16_t* labels, const std::uint8_t* states);
     bool IsBlind(Ticks time);

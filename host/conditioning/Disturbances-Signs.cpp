@@ -6,6 +6,7 @@
 #include "conditioning/Disturbances.h"
 #include "conditioning/kernels/EdgeComparison.h"
 #include "conditioning/kernels/LumaMeasures.h"
+#include "conditioning/kernels/ObjectLabels.h"
 
 namespace Host {
 namespace {
@@ -67,24 +68,25 @@ bool AreMoved(const std::array<EdgeCounts, 9>& parts, const EdgeCounts& sum) {
 }
 
 // Are the steps correlated by less than a half?  Powers are halved together until their product fits.
-bool IsUncorrelated(EdgeCounts edges) {
-    if (edges.product <= 0) return true;
-    while (edges.power > 1 << 30 || edges.referencePower > 1 << 30) {
-        edges.power /= 2;
-        edges.referencePower /= 2;
-        edges.product /= 2;
+bool IsUncorrelated(Kernels::StepPowers steps) {
+    if (steps.product <= 0) return true;
+    while (steps.power > 1 << 30 || steps.reference > 1 << 30) {
+        steps.power /= 2;
+        steps.reference /= 2;
+        steps.product /= 2;
     }
-    return 4 * edges.product * edges.product < edges.power * edges.referencePower;
+    return 4 * steps.product * steps.product < steps.power * steps.reference;
 }
 
 }  // namespace
 
+// What hardly ever is so is asked last, and only where all else speaks for it.
 Disturbances::Appearance Disturbances::AppearanceOf(const std::uint8_t* ycbcr) const {
     if (_columns < leastGrid || _rows < leastGrid) return {};
     const Ninths ninths = NinthsOf(_columns, _rows);
-    const std::array<EdgeCounts, 9> parts = CompareNinths(ycbcr, _reference.data(), ninths, _columns);
-    const EdgeCounts edges = SumOf(parts);
-    const int spread = Kernels::LumaSpread(ycbcr, _blockCount);
+    const Kernels::StepPowers steps =
+        Kernels::CompareSteps(ycbcr, _reference.data(), _columns, {0, 0, _columns - 1, _rows - 1});
+    const auto spread = [&] { return Kernels::LumaSpread(ycbcr, _blockCount); };
 
     std::array<int, 9> colours;
     for (std::size_t i = 0; i < 9; ++i)
@@ -93,12 +95,16 @@ Disturbances::Appearance Disturbances::AppearanceOf(const std::uint8_t* ycbcr) c
     const int least = colours[2], most = colours[6];  // of seven ninths it holds: no bus takes that many
 
     const bool canCollapse = _referenceSpread >= leastSpread;
-    const bool hasContrast = 4 * edges.power >= edges.referencePower && 2 * spread >= _referenceSpread;
+    const auto hasContrast = [&] { return 4 * steps.power >= steps.reference && 2 * spread() >= _referenceSpread; };
+    const auto areMoved = [&] {
+        const std::array<EdgeCounts, 9> parts = CompareNinths(ycbcr, _reference.data(), ninths, _columns);
+        return AreMoved(parts, SumOf(parts));
+    };
     const bool lostColour = _colour >= leastColour && 4 * most < _colour;
     const bool gotColour = least >= leastColour && 4 * _colour < least;
-    return {.isCollapsed = canCollapse && 16 * edges.power < edges.referencePower && 4 * spread < _referenceSpread,
-            .isOtherColour = hasContrast && (lostColour || gotColour),
-            .isElsewhere = hasContrast && IsUncorrelated(edges) && AreMoved(parts, edges),
+    return {.isCollapsed = canCollapse && 16 * steps.power < steps.reference && 4 * spread() < _referenceSpread,
+            .isOtherColour = (lostColour || gotColour) && hasContrast(),
+            .isElsewhere = IsUncorrelated(steps) && hasContrast() && areMoved(),
             .colour = most};
 }
 
@@ -112,6 +118,10 @@ bool Disturbances::IsSteady(const std::uint8_t* luma) const {
 // All over the picture it is brighter, or all over it is darker, and edges are where they were.
 bool Disturbances::IsLight(const std::uint8_t* luma) const {
     if (_anchors < 2) return false;
+    // Half of them are not that bright, and half not that dark: most pictures.
+    const Kernels::RatioTails tails = Kernels::CountRatioTails(luma, _anchor[0].data(), Kernels::evenRatio - lightLimit,
+                                                               Kernels::evenRatio + lightLimit, _blockCount);
+    if (tails.compared - tails.high > tails.compared / 2 && tails.low <= tails.compared / 2) return false;
     const Kernels::RatioQuartiles ratios = Kernels::CompareBrightness(luma, _anchor[0].data(), _blockCount);
     if (ratios.compared < _blockCount / Kernels::ratioStep / 4) return false;
     const bool isBrighter =
@@ -136,21 +146,22 @@ bool Disturbances::IsShaking(const PictureSigns& signs) {
 // Many small objects in many ninths of the picture, hardly any where there was one in the picture before.
 bool Disturbances::IsRain(const std::uint16_t* labels) {
     if (labels == nullptr || _columns < leastGrid || _rows < leastGrid) return false;
-    std::fill(_objectSize.begin(), _objectSize.end(), 0u);
+    const std::size_t places = std::min(std::size_t{Kernels::LargestPlace(labels, _blockCount)} + 1, _objectSize.size());
+    std::fill_n(_objectSize.begin(), places, 0u);
     std::array<bool, 9> isHit = {};
     std::size_t labelled = 0, again = 0;
-    for (std::size_t i = 0; i < _blockCount; ++i) {
+    Kernels::ForEachLabelled(labels, _blockCount, [&](std::size_t i) {
         const std::uint16_t label = labels[i];
-        again += label != 0 && _wasLabelled[i] != 0;
-        _wasLabelled[i] = label != 0;
-        if (label == 0 || label >= _objectSize.size()) continue;
+        again += _wasLabelled[i] != 0;
+        if (label >= _objectSize.size()) return;
         ++labelled;
         ++_objectSize[label];
         const std::size_t column = i % static_cast<std::size_t>(_columns), row = i / static_cast<std::size_t>(_columns);
         isHit[row * 3 / static_cast<std::size_t>(_rows) * 3 + column * 3 / static_cast<std::size_t>(_columns)] = true;
-    }
+    });
+    Kernels::MarkLabelled(labels, _wasLabelled.data(), _blockCount);
     std::uint32_t objects = 0, largest = 0;
-    for (std::size_t label = 1; label < _objectSize.size(); ++label) {
+    for (std::size_t label = 1; label < places; ++label) {
         objects += _objectSize[label] > 0;
         largest = std::max(largest, _objectSize[label]);
     }
@@ -172,8 +183,7 @@ void Disturbances::Adopt(const std::uint8_t* ycbcr) {
 // A step towards the picture, however far that is: what is seen most of the time prevails, not what stands out most.
 void Disturbances::LearnLuma(const std::uint8_t* luma) {
     const int step = std::max(1, fastestStep >> std::min(_learned++ / 4, 3));
-    for (std::size_t i = 0; i < _blockCount; ++i)
-        _reference[i] = static_cast<std::uint8_t>(_reference[i] + std::clamp(luma[i] - _reference[i], -step, step));
+    Kernels::StepTowards(luma, _reference.data(), static_cast<std::uint8_t>(step), _blockCount);
 }
 
 void Disturbances::KeepAnchors(const std::uint8_t* luma, Ticks time) {

@@ -204,4 +204,10 @@ int MotionGate::Confirm(std::uint16_t* labels, int confirmedPercent) {
     return dropped;
 }
 
+bool MotionGate::WouldConfirm(std::uint16_t place, int confirmedPercent) const {
+    assert(place < _objectBlocks.size());
+    assert(confirmedPercent >= 0 && confirmedPercent <= 100);
+    return Kernels::IsConfirmed(_objectBlocks[place], _confirmedBlocks[place], static_cast<std::uint32_t>(confirmedPercent));
+}
+
 }  // namespace Host

@@ -37,6 +37,9 @@ public:
     // Returns how many objects were dropped.  A place larger than the grid stops the process.
     int Confirm(std::uint16_t* labels, int confirmedPercent = 20);
 
+    // Of an object that the last Confirm kept: would it have done so at this percentage, too?
+    bool WouldConfirm(std::uint16_t place, int confirmedPercent) const;
+
 private:
     static constexpr std::size_t sampleCount = 20;  // colours that a block remembers
 

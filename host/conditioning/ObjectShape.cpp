@@ -13,6 +13,7 @@ namespace {
 
 constexpr int largestGrid = 9999;  // blocks, in either direction: as the detector
 constexpr std::size_t mostPlaces = 65535;
+constexpr std::size_t stretchLength = 64;  // blocks that are left alone together where nothing is held
 constexpr Ticks earliestTime = -(Ticks{1} << 62);
 
 std::size_t CheckedSize(int size) {
@@ -73,7 +74,8 @@ ObjectHold::ObjectHold(int columns, int rows, Ticks hold)
       _luma(picturesKept * _blockCount),
       _isChanged(_blockCount),
       _lastChange(_blockCount, Kernels::noChange),
-      _latest(std::min(_blockCount, mostPlaces) + 1) {
+      _latest(std::min(_blockCount, mostPlaces) + 1),
+      _isHeld((_blockCount + stretchLength - 1) / stretchLength) {
     assert(hold >= 0);
 }
 
@@ -100,8 +102,19 @@ int ObjectHold::Hold(const std::uint8_t* luma, Ticks time, std::uint16_t* labels
     if (largest > 0)
         Kernels::CollectChanges(labels, _isChanged.data(), _lastChange.data(), time, _latest.data(), _blockCount);
     const int dropped = DropExpired(time, largest);
-    Kernels::SpreadChanges(labels, _latest.data(), _lastChange.data(), _blockCount);
+    Spread(labels);
     return dropped;
+}
+
+// What belonged to nobody and still does has no time to lose.
+void ObjectHold::Spread(std::uint16_t* labels) {
+    for (std::size_t stretch = 0; stretch < _isHeld.size(); ++stretch) {
+        const std::size_t first = stretch * stretchLength, count = std::min(stretchLength, _blockCount - first);
+        const bool isNobodys = Kernels::LargestPlace(labels + first, count) == 0;
+        if (!isNobodys || _isHeld[stretch])
+            Kernels::SpreadChanges(labels + first, _latest.data(), _lastChange.data() + first, count);
+        _isHeld[stretch] = !isNobodys;
+    }
 }
 
 int ObjectHold::DropExpired(Ticks time, std::size_t largest) {

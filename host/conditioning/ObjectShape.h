@@ -73,6 +73,7 @@ private:
 
     const std::uint8_t* LumaOfAge(std::size_t age) const;
     int DropExpired(Ticks time, std::size_t largest);
+    void Spread(std::uint16_t* labels);
 
     const std::size_t _blockCount;
     const Ticks _hold;
@@ -83,6 +84,7 @@ private:
     std::vector<std::uint8_t> _isChanged;  // [block] {0,255}
     std::vector<Ticks> _lastChange;        // [block] of the object that it belongs to; noChange if that is not told
     std::vector<Ticks> _latest;            // [place] the same, of objects; place 0 is nobody's
+    std::vector<bool> _isHeld;             // [stretch of blocks] any of them may have a lastChange; 1 bit a stretch
 };
 
 }  // namespace Host

@@ -4,11 +4,12 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <iterator>
 #include <string>
 #include <utility>
 
+#include "conditioning/kernels/LumaCounts.h"
+#include "conditioning/kernels/ObjectLabels.h"
 #include "video/base/BgrPicture.h"
 #include "video/base/BlockMark.h"
 #include "video/base/Box.h"
@@ -232,16 +233,11 @@ void Watcher::Show(const std::uint8_t* ycbcr, Ticks stamp) {
 // Which blocks look other than in the picture before?  Returns whether nearly all of them got brighter, or darker.
 bool Watcher::CompareWithBefore(const std::uint8_t* luma) {
     const std::size_t blocks = _isWatched.size();
-    std::size_t brighter = 0, darker = 0;
-    _hasChanged.assign(blocks, 0);
-    for (std::size_t i = 0; i < _before.size(); ++i) {
-        const int change = luma[i] - _before[i];
-        brighter += change >= flashLevels ? 1 : 0;
-        darker += change <= -flashLevels ? 1 : 0;
-        _hasChanged[i] = std::abs(change) >= flashLevels ? 1 : 0;
-    }
+    _hasChanged.resize(blocks);
+    const Host::Kernels::LumaChanges changes =
+        Host::Kernels::MarkLumaChanges(luma, _before.data(), flashLevels, _hasChanged.data(), _before.size());
     _before.assign(luma, luma + blocks);
-    return 100 * std::max(brighter, darker) >= flashPercent * blocks;
+    return 100 * std::max(changes.brighter, changes.darker) >= flashPercent * blocks;
 }
 
 Findings Watcher::Judge(const BlockPicture& picture, Ticks time) {
@@ -291,12 +287,14 @@ void Watcher::FindObjects(Findings& findings) {
 
 // The detector's map, as far as zones are watched: a hole in an object may be what is not.
 void Watcher::ShapeAnswer(Ticks time) {
-    std::fill(_labels.begin(), _labels.end(), std::uint16_t{0});
     const std::uint8_t* states = nullptr;
     for (const coremd::ZoneResult& zone : _detector.ZoneResults()) {
         std::copy(zone.Labels().begin(), zone.Labels().end(), _labels.begin());
         states = zone.States().data();
         break;  // one map for all zones
+    }
+    if (!states) {
+        std::fill(_labels.begin(), _labels.end(), std::uint16_t{0});
     }
     _conditioner->OnAnswer(_labels.data(), states, time);
     for (std::size_t i = 0; i < _labels.size(); ++i) {
@@ -306,24 +304,22 @@ void Watcher::ShapeAnswer(Ticks time) {
 
 void Watcher::Outline(const std::uint16_t* labels, std::vector<LabelledObject>& objects) const {
     std::fill(objects.begin(), objects.end(), LabelledObject{});
-    for (int row = 0; row < _grid.rows; ++row) {
-        for (int column = 0; column < _grid.columns; ++column) {
-            const auto block = static_cast<std::size_t>(row * _grid.columns + column);
-            const std::size_t label = labels[block];
-            if (label == 0 || _isWatched[block] == 0) {
-                continue;
-            }
-            if (label >= objects.size()) {
-                objects.resize(label + 1);
-            }
-            LabelledObject& object = objects[label];
-            object.bounds = object.blocks == 0 ? coremd::Box{column, row, column, row}
-                                               : coremd::Box{std::min(object.bounds.left, column), object.bounds.top,
-                                                             std::max(object.bounds.right, column), row};
-            ++object.blocks;
-            object.zones |= _zonesOfBlock.empty() ? 0 : _zonesOfBlock[block];
+    Host::Kernels::ForEachLabelled(labels, _isWatched.size(), [&](std::size_t block) {
+        if (_isWatched[block] == 0) {
+            return;
         }
-    }
+        const std::size_t label = labels[block];
+        if (label >= objects.size()) {
+            objects.resize(label + 1);
+        }
+        const int row = static_cast<int>(block) / _grid.columns, column = static_cast<int>(block) % _grid.columns;
+        LabelledObject& object = objects[label];
+        object.bounds = object.blocks == 0 ? coremd::Box{column, row, column, row}
+                                           : coremd::Box{std::min(object.bounds.left, column), object.bounds.top,
+                                                         std::max(object.bounds.right, column), row};
+        ++object.blocks;
+        object.zones |= _zonesOfBlock.empty() ? 0 : _zonesOfBlock[block];
+    });
 }
 
 void Watcher::FindLabelled(Findings& findings) {
@@ -337,16 +333,17 @@ void Watcher::FindLabelled(Findings& findings) {
             object.blocks = 0;
         }
     }
-    for (std::size_t block = 0; block < _labels.size(); ++block) {
+    Host::Kernels::ForEachLabelled(_labels.data(), _labels.size(), [&](std::size_t block) {
         if (!largeOf.empty() && largeOf[_labels[block]] != 0) {
             _largeOf[block] = largeOf[_labels[block]];
             _labels[block] = 0;
+            return;
         }
-        findings.changedBlocks += _labels[block] != 0 ? _hasChanged[block] : 0;
-        if (_rules.heat && _labels[block] != 0) {
+        findings.changedBlocks += _hasChanged[block];
+        if (_rules.heat) {
             ++_heat.counts[block];
         }
-    }
+    });
     for (const LabelledObject& object : _labelled) {
         if (object.blocks > 0) {
             findings.objects.push_back(Told(object));

@@ -1,6 +1,7 @@
 // How do loops over blocks ask for changes?  See ChangeTimes.h.
 #include "conditioning/kernels/ChangeTimes.h"
 
+#include "conditioning/kernels/ObjectLabels.h"
 #include "kernels/ColumnLoop.h"
 
 namespace Host::Kernels {
@@ -18,12 +19,11 @@ void MarkChanges(const std::uint8_t* luma, EarlierLuma earlier, std::uint8_t* is
 
 void CollectChanges(const std::uint16_t* labels, const std::uint8_t* isChanged, const std::int64_t* lastChange,
                     std::int64_t time, std::int64_t* latest, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) {
-        if (labels[i] == 0) continue;
+    ForEachLabelled(labels, count, [&](std::size_t i) {
         const std::int64_t ofBlock = isChanged[i] != 0 ? time : lastChange[i];
         std::int64_t& ofObject = latest[labels[i]];
         ofObject = ofBlock > ofObject ? ofBlock : ofObject;
-    }
+    });
 }
 
 void SpreadChanges(std::uint16_t* labels, const std::int64_t* latest, std::int64_t* lastChange, std::size_t count) {

@@ -3,15 +3,14 @@
 
 #include <cstddef>
 
+#include "kernels/ColumnLoop.h"
+
 namespace Host::Kernels {
 
 void EdgeCounts::Add(const EdgeCounts& more) {
     structured += more.structured;
     another += more.another;
     structuredNow += more.structuredNow;
-    product += more.product;
-    power += more.power;
-    referencePower += more.referencePower;
 }
 
 EdgeCounts CompareEdges(const std::uint8_t* luma, const std::uint8_t* reference, int columns, BlockBox box) {
@@ -19,7 +18,6 @@ EdgeCounts CompareEdges(const std::uint8_t* luma, const std::uint8_t* reference,
     for (int row = box.top; row < box.bottom; ++row) {
         const std::size_t first = static_cast<std::size_t>(row) * static_cast<std::size_t>(columns);
         int structured = 0, another = 0, structuredNow = 0;
-        int product = 0, power = 0, referencePower = 0;  // of a row: below 2^31
         for (int column = box.left; column < box.right; ++column) {
             const std::size_t block = first + static_cast<std::size_t>(column);
             const LumaStep step = StepAt(luma + block, columns), known = StepAt(reference + block, columns);
@@ -27,18 +25,57 @@ EdgeCounts CompareEdges(const std::uint8_t* luma, const std::uint8_t* reference,
             structured += isStructured;
             another += isStructured & isAnother;
             structuredNow += IsStructured(step);
-            product += step.right * known.right + step.down * known.down;
-            power += step.right * step.right + step.down * step.down;
-            referencePower += known.right * known.right + known.down * known.down;
         }
         counts.structured += structured;
         counts.another += another;
         counts.structuredNow += structuredNow;
-        counts.product += product;
-        counts.power += power;
-        counts.referencePower += referencePower;
     }
     return counts;
+}
+
+namespace {
+
+struct RowPowers {
+    int product = 0, power = 0, reference = 0;  // below 2^31
+};
+
+// Steps of 16 bits, of which two products at a time are added up.
+constexpr std::int16_t Step(std::uint8_t from, std::uint8_t to) { return static_cast<std::int16_t>(to - from); }
+
+RowPowers PowersOfRow(const std::uint8_t* luma, const std::uint8_t* reference, std::size_t columns, std::size_t count) {
+    int product = 0, power = 0, known = 0;
+    HOST_INDEPENDENT_COLUMNS
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::int16_t right = Step(luma[i], luma[i + 1]), knownRight = Step(reference[i], reference[i + 1]);
+        product += right * knownRight;
+        power += right * right;
+        known += knownRight * knownRight;
+    }
+    HOST_INDEPENDENT_COLUMNS
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::int16_t down = Step(luma[i], luma[i + columns]), knownDown = Step(reference[i], reference[i + columns]);
+        product += down * knownDown;
+        power += down * down;
+        known += knownDown * knownDown;
+    }
+    return {product, power, known};
+}
+
+}  // namespace
+
+StepPowers CompareSteps(const std::uint8_t* luma, const std::uint8_t* reference, int columns, BlockBox box) {
+    StepPowers sum;
+    if (box.right <= box.left) return sum;
+    for (int row = box.top; row < box.bottom; ++row) {
+        const std::size_t first =
+            static_cast<std::size_t>(row) * static_cast<std::size_t>(columns) + static_cast<std::size_t>(box.left);
+        const RowPowers powers = PowersOfRow(luma + first, reference + first, static_cast<std::size_t>(columns),
+                                             static_cast<std::size_t>(box.right - box.left));
+        sum.product += powers.product;
+        sum.power += powers.power;
+        sum.reference += powers.reference;
+    }
+    return sum;
 }
 
 }  // namespace Host::Kernels

@@ -29,14 +29,18 @@ constexpr bool IsAnother(LumaStep step, LumaStep reference) {
 
 // Over all blocks that have neighbours to the right and below.
 struct EdgeCounts {
-    int structured = 0;        // blocks of the reference that have an edge
-    int another = 0;           // of these, with another step
-    int structuredNow = 0;     // blocks of the picture that have an edge
-    std::int64_t product = 0;  // sum of step times reference
-    std::int64_t power = 0;    // sum of the steps squared
-    std::int64_t referencePower = 0;
+    int structured = 0;     // blocks of the reference that have an edge
+    int another = 0;        // of these, with another step
+    int structuredNow = 0;  // blocks of the picture that have an edge
 
     void Add(const EdgeCounts& more);
+};
+
+// Likewise.
+struct StepPowers {
+    std::int64_t product = 0;    // sum of step times reference
+    std::int64_t power = 0;      // sum of the steps squared
+    std::int64_t reference = 0;  // of the reference's
 };
 
 // Blocks left to right - 1, top to bottom - 1; one past them to the right and below is read.
@@ -45,5 +49,8 @@ struct BlockBox {
 };
 
 EdgeCounts CompareEdges(const std::uint8_t* luma, const std::uint8_t* reference, int columns, BlockBox box);
+
+// Much cheaper: to ask first.
+StepPowers CompareSteps(const std::uint8_t* luma, const std::uint8_t* reference, int columns, BlockBox box);
 
 }  // namespace Host::Kernels

@@ -30,6 +30,16 @@ inline constexpr std::size_t ratioStep = 3;
 
 RatioQuartiles CompareBrightness(const std::uint8_t* luma, const std::uint8_t* before, std::size_t count);
 
+// Of the blocks that CompareBrightness asks: how many have a ratio of at most `low`, how many of at least `high`?  Both in
+// 1..254; without a division.
+struct RatioTails {
+    std::size_t compared, low, high;
+};
+RatioTails CountRatioTails(const std::uint8_t* luma, const std::uint8_t* before, int low, int high, std::size_t count);
+
+// reference[i] nearer to luma[i] by `step` levels, or as near as it gets, i < count.  step: 0..255.
+void StepTowards(const std::uint8_t* luma, std::uint8_t* reference, std::uint8_t step, std::size_t count);
+
 // Grey levels between the darkest and the brightest block when a twentieth of both ends does not count.
 int LumaSpread(const std::uint8_t* luma, std::size_t count);
 

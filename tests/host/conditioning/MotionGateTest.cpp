@@ -295,6 +295,14 @@ TEST(MotionGate, ObjectsInRestlessPlacesAreDropped) {
     EXPECT_EQ(gate.Confirm(labels.data()), 1);
     for (std::size_t i = 0; i < labels.size(); ++i) ASSERT_EQ(labels[i], before[i] == 2 ? 0 : before[i]);
     EXPECT_EQ(gate.Confirm(labels.data()), 0);
+    for (const int percent : {0, 20, 50, 60, 90}) {  // each as a Confirm of its own would say
+        std::vector<std::uint16_t> again = labels;
+        const bool isKept = gate.WouldConfirm(1800, percent), isOtherKept = gate.WouldConfirm(7, percent);
+        gate.Confirm(again.data(), percent);
+        EXPECT_EQ(isKept, std::count(again.begin(), again.end(), 1800) > 0) << percent;
+        EXPECT_EQ(isOtherKept, std::count(again.begin(), again.end(), 7) > 0) << percent;
+        gate.Confirm(labels.data());
+    }
     EXPECT_EQ(gate.Confirm(labels.data(), 90), 1);
     EXPECT_EQ(std::count(labels.begin(), labels.end(), 1800), 0);
     EXPECT_EQ(std::count(labels.begin(), labels.end(), 7), 100);
@@ -329,4 +337,6 @@ TEST(MotionGateDeathTest, BadArgumentsStopTheProcess) {
     labels[3] = 4;
     EXPECT_EQ(gate.Confirm(labels), 0);
     EXPECT_DEATH(gate.Confirm(labels, 101), "confirmedPercent >= 0 && confirmedPercent <= 100");
+    EXPECT_DEATH(gate.WouldConfirm(5, 20), "place < _objectBlocks.size\\(\\)");
+    EXPECT_DEATH(gate.WouldConfirm(1, -1), "confirmedPercent >= 0 && confirmedPercent <= 100");
 }

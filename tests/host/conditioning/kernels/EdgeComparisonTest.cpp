@@ -11,9 +11,21 @@ using namespace Host::Kernels;
 
 namespace {
 
-EdgeCounts Plain(const std::vector<std::uint8_t>& luma, const std::vector<std::uint8_t>& reference, int columns,
-                 BlockBox box) {
+struct Comparison {
     EdgeCounts counts;
+    StepPowers powers;
+};
+
+Comparison Compare(const std::vector<std::uint8_t>& luma, const std::vector<std::uint8_t>& reference, int columns,
+                   BlockBox box) {
+    return {CompareEdges(luma.data(), reference.data(), columns, box),
+            CompareSteps(luma.data(), reference.data(), columns, box)};
+}
+
+Comparison Plain(const std::vector<std::uint8_t>& luma, const std::vector<std::uint8_t>& reference, int columns,
+                 BlockBox box) {
+    Comparison plain;
+    auto& [counts, powers] = plain;
     const auto at = [columns](const std::vector<std::uint8_t>& plane, int x, int y) {
         return static_cast<int>(plane.at(static_cast<std::size_t>(y * columns + x)));
     };
@@ -29,16 +41,17 @@ EdgeCounts Plain(const std::vector<std::uint8_t>& luma, const std::vector<std::u
                 if (difference * 4 > known * 3) ++counts.another;
             }
             if (std::abs(right) + std::abs(down) >= 16) ++counts.structuredNow;
-            counts.product += right * knownRight + down * knownDown;
-            counts.power += right * right + down * down;
-            counts.referencePower += knownRight * knownRight + knownDown * knownDown;
+            powers.product += right * knownRight + down * knownDown;
+            powers.power += right * right + down * down;
+            powers.reference += knownRight * knownRight + knownDown * knownDown;
         }
-    return counts;
+    return plain;
 }
 
-bool AreEqual(const EdgeCounts& a, const EdgeCounts& b) {
-    return a.structured == b.structured && a.another == b.another && a.structuredNow == b.structuredNow &&
-           a.product == b.product && a.power == b.power && a.referencePower == b.referencePower;
+bool AreEqual(const Comparison& a, const Comparison& b) {
+    return a.counts.structured == b.counts.structured && a.counts.another == b.counts.another &&
+           a.counts.structuredNow == b.counts.structuredNow && a.powers.product == b.powers.product &&
+           a.powers.power == b.powers.power && a.powers.reference == b.powers.reference;
 }
 
 }  // namespace
@@ -69,10 +82,13 @@ TEST(EdgeComparison, SumsAsThePlainFormDoes) {
             reference[i] = static_cast<std::uint8_t>(round % 2 == 0 ? luma[i] / 2 : random() % 256);
         const int left = static_cast<int>(random() % static_cast<unsigned>(columns)) - 1, top = round % 2;
         const BlockBox box = {std::max(left, 0), std::min(top, rows - 1), columns - 1, rows - 1};
-        const EdgeCounts got = CompareEdges(luma.data(), reference.data(), columns, box);
+        const Comparison got = Compare(luma, reference, columns, box);
         ASSERT_TRUE(AreEqual(got, Plain(luma, reference, columns, box))) << "round " << round << ", columns " << columns;
-        EdgeCounts wrong = got;  // the comparison notices a planted fault
-        ++wrong.another;
+        Comparison wrong = got;  // the comparison notices a planted fault
+        ++wrong.counts.another;
+        ASSERT_FALSE(AreEqual(wrong, got));
+        wrong = got;
+        ++wrong.powers.reference;
         ASSERT_FALSE(AreEqual(wrong, got));
     }
 }
@@ -81,7 +97,8 @@ TEST(EdgeComparison, WidestRowOfStrongestStepsFits) {
     constexpr int columns = 9999;
     std::vector<std::uint8_t> luma(2 * columns);
     for (std::size_t i = 0; i < columns; ++i) luma[i] = i % 2 == 0 ? 255 : 0, luma[columns + i] = i % 2 == 0 ? 0 : 255;
-    const EdgeCounts counts = CompareEdges(luma.data(), luma.data(), columns, {0, 0, columns - 1, 1});
-    EXPECT_EQ(counts.power, std::int64_t{columns - 1} * 2 * 255 * 255);
-    EXPECT_EQ(counts.product, counts.power);
+    const StepPowers powers = CompareSteps(luma.data(), luma.data(), columns, {0, 0, columns - 1, 1});
+    EXPECT_EQ(powers.power, std::int64_t{columns - 1} * 2 * 255 * 255);
+    EXPECT_EQ(powers.product, powers.power);
+    EXPECT_EQ(powers.reference, powers.power);
 }

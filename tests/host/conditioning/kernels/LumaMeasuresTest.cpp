@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <random>
 #include <vector>
 
@@ -44,6 +45,50 @@ TEST(LumaMeasures, QuartilesAreThoseOfTheSortedRatios) {
     }
 }
 
+TEST(LumaMeasures, TailsAreThoseOfTheSortedRatios) {
+    std::mt19937 random(8);
+    for (std::size_t count = 0; count < 200; ++count) {
+        const auto before = Chance(random, count, 0, 255), luma = Chance(random, count, 0, 255);
+        const int low = 1 + static_cast<int>(random() % 254), high = 1 + static_cast<int>(random() % 254);
+        std::size_t compared = 0, below = 0, above = 0;
+        for (std::size_t i = 0; i < count; i += 3) {
+            if (before[i] < 32) continue;
+            ++compared;
+            below += BrightnessRatio(luma[i], before[i]) <= low ? 1 : 0;
+            above += BrightnessRatio(luma[i], before[i]) >= high ? 1 : 0;
+        }
+        const RatioTails got = CountRatioTails(luma.data(), before.data(), low, high, count);
+        ASSERT_EQ(got.compared, compared);
+        ASSERT_EQ(got.low, below) << count << " blocks, at most " << low;
+        ASSERT_EQ(got.high, above) << count << " blocks, at least " << high;
+    }
+}
+
+TEST(LumaMeasures, EveryPairOfLumasIsInTheTailsOfItsRatio) {
+    for (int before = 32; before < 256; ++before)
+        for (int luma = 0; luma < 256; ++luma) {
+            const auto now = static_cast<std::uint8_t>(luma), then = static_cast<std::uint8_t>(before);
+            const int ratio = BrightnessRatio(luma, before);
+            for (const int limit : {56, 72, std::clamp(ratio, 1, 254), std::clamp(ratio + 1, 1, 254)}) {
+                const RatioTails tails = CountRatioTails(&now, &then, limit, limit, 1);
+                ASSERT_EQ(tails.low, ratio <= limit ? 1u : 0u) << luma << " after " << before << ", limit " << limit;
+                ASSERT_EQ(tails.high, ratio >= limit ? 1u : 0u) << luma << " after " << before << ", limit " << limit;
+            }
+        }
+}
+
+TEST(LumaMeasures, StepsGoTowardsThePictureAndNoFurther) {
+    std::mt19937 random(10);
+    for (std::size_t count = 0; count < 70; ++count)
+        for (const int step : {0, 1, 4, 8, 255}) {
+            const auto luma = Chance(random, count, 0, 255), before = Chance(random, count, 0, 255);
+            auto reference = before;
+            StepTowards(luma.data(), reference.data(), static_cast<std::uint8_t>(step), count);
+            for (std::size_t i = 0; i < count; ++i)
+                ASSERT_EQ(reference[i], before[i] + std::clamp(luma[i] - before[i], -step, step)) << count << ", " << i;
+        }
+}
+
 TEST(LumaMeasures, DarkPicturesTellNoRatio) {
     const std::vector<std::uint8_t> dark(50, 31), bright(50, 200);
     const RatioQuartiles ratios = CompareBrightness(bright.data(), dark.data(), dark.size());
@@ -70,4 +115,16 @@ TEST(LumaMeasures, ColourIsWhatIsBeyondALevelOfGrey) {
     cr[0] = 255;            // outside of the box
     EXPECT_EQ(Colourfulness(cb.data(), cr.data(), columns, box), 7 * 16 / 8);
     EXPECT_EQ(Colourfulness(cb.data(), cr.data(), columns, {2, 2, 2, 3}), 0);
+}
+
+TEST(LumaMeasures, ColoursOfEveryWidthAreAddedUp) {
+    std::mt19937 random(11);
+    for (int columns = 1; columns < 70; ++columns) {
+        const auto cb = Chance(random, static_cast<std::size_t>(3 * columns), 0, 255);
+        const auto cr = Chance(random, static_cast<std::size_t>(3 * columns), columns % 2 == 0 ? 0 : 120, 255);
+        std::int64_t sum = 0;
+        for (std::size_t i = static_cast<std::size_t>(columns); i < cb.size(); ++i)
+            sum += std::max(std::abs(cb[i] - 128) - 1, 0) + std::max(std::abs(cr[i] - 128) - 1, 0);
+        ASSERT_EQ(Colourfulness(cb.data(), cr.data(), columns, {0, 1, columns, 3}), sum * 16 / (2 * columns)) << columns;
+    }
 }

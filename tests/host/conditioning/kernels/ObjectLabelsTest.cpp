@@ -47,6 +47,17 @@ testing::AssertionResult CountsEqual(Fault fault) {
         comparison.Compare(c, "blocks", blocks, plainBlocks);
         comparison.Compare(c, "confirmed", confirmed, plainConfirmed);
 
+        std::vector<std::uint8_t> isLabelled(count, 7), plainIsLabelled(count);
+        std::vector<std::size_t> visited, plainVisited;
+        for (std::size_t i = 0; i < count; ++i) {
+            plainIsLabelled[i] = labelsOfCase[c.first + i] != 0 ? 1 : 0;
+            if (plainIsLabelled[i] != 0 || fault == Fault::NobodyCounts) plainVisited.push_back(i);
+        }
+        MarkLabelled(labels.At(c) + c.first, isLabelled.data(), count);
+        ForEachLabelled(labels.At(c) + c.first, count, [&](std::size_t i) { visited.push_back(i); });
+        comparison.Compare(c, "isLabelled", isLabelled, plainIsLabelled);
+        comparison.Compare(c, "visited", visited, plainVisited);
+
         std::vector<std::uint16_t> kept = labelsOfCase;
         for (std::size_t i = c.first; i < c.last; ++i)
             if (kept[i] % 2 != 0) kept[i] = 0;
@@ -70,6 +81,16 @@ TEST(ObjectLabels, ObjectStaysWithExactlyThePercentage) {
     EXPECT_TRUE(IsConfirmed(3, 0, 0));
     EXPECT_FALSE(IsConfirmed(100, 99, 100));
     EXPECT_TRUE(IsConfirmed(99980001, 99980001, 100));  // the largest grid
+}
+
+TEST(ObjectLabels, EveryLoneBlockIsVisited) {
+    for (std::size_t lone = 0; lone < 67; ++lone) {
+        std::vector<std::uint16_t> labels(67);
+        labels[lone] = lone % 2 == 0 ? 1 : 0x8000;
+        std::vector<std::size_t> visited;
+        ForEachLabelled(labels.data(), labels.size(), [&](std::size_t i) { visited.push_back(i); });
+        EXPECT_EQ(visited, std::vector<std::size_t>{lone});
+    }
 }
 
 TEST(ObjectLabels, NobodysBlocksAreNotAskedFor) {
