@@ -1,6 +1,9 @@
 // What is an end called, and which exit code does it make?
 #include "results/JobResult.h"
 
+#include <exception>
+#include <new>
+
 #include "video/base/Failure.h"
 
 namespace Scan {
@@ -24,6 +27,21 @@ void AddUnwritten(const std::string& reasons, JobResult& result) {
     result.health = result.health == Health::Whole ? Health::Unwritten : result.health;
     result.trouble += (result.trouble.empty() ? "" : "; ") + reasons;
     result.unwritten = true;
+}
+
+JobResult ResultOfException(Health health) {
+    JobResult result{.health = health, .code = Video::exitFailed, .trouble = "not enough memory"};
+    try {
+        throw;
+    } catch (const Video::Failure& failure) {
+        result.health = failure.EndsRun() ? Health::Untold : health;
+        result.code = failure.Code();
+        result.trouble = failure.what();
+    } catch (const std::bad_alloc&) {
+    } catch (const std::exception& error) {
+        result.trouble = error.what();
+    }
+    return result;
 }
 
 Video::ExitCode CodeOf(const JobResult& result) {

@@ -40,6 +40,9 @@ inline bool IsOutside(const JobResult& result, const Video::TimeRange& range) {
     return !range.IsAll() && result.health == Health::Whole && result.tally.analysed == 0;
 }
 
+// What the exception that is being handled makes of an input.  health: where it is the input's fault.
+JobResult ResultOfException(Health health);
+
 // Exit code for a scan of this one input.
 Video::ExitCode CodeOf(const JobResult& result);
 

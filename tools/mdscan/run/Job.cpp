@@ -58,13 +58,6 @@ constexpr int periodsWithoutFrame = 10;
 // What moves is what changes from one picture to another.
 constexpr std::int64_t fewestAnalysed = 2;
 
-JobResult ResultOf(const Video::Failure& failure, Health health) {
-    return {.health = failure.EndsRun() ? Health::Untold : health,
-            .code = failure.Code(),
-            .trouble = failure.what(),
-            .tally = {}};
-}
-
 class Job {
 public:
     // settings and listener must outlive the job. Throws Failure when there is nothing to scan or no place for a result.
@@ -187,9 +180,9 @@ JobResult Job::Run() {
     const auto attempt = [&](const auto& step) {
         try {
             step();
-        } catch (const Video::Failure& failure) {
+        } catch (const std::exception&) {  // memory that was lacking may suffice for what comes
             const Health health = _analysed > 0 ? Health::Damaged : Health::Unreadable;
-            result = result.health == Health::Whole ? ResultOf(failure, health) : result;
+            result = result.health == Health::Whole ? ResultOfException(health) : result;
         }
     };
     attempt([&] { Scan(); });
@@ -487,9 +480,9 @@ JobResult RunJob(const JobSettings& settings, const std::string& input, const st
         if (Video::Interrupted() && failure.Code() == Video::exitFailed) {  // while it was opened
             return {.health = Health::Interrupted, .code = Video::exitFailed, .trouble = "interrupted", .tally = {}};
         }
-        return ResultOf(failure, Health::Unreadable);
-    } catch (const std::exception& error) {  // no memory
-        return {.health = Health::Unreadable, .code = Video::exitFailed, .trouble = error.what(), .tally = {}};
+        return ResultOfException(Health::Unreadable);
+    } catch (const std::exception&) {
+        return ResultOfException(Health::Unreadable);
     }
 }
 
