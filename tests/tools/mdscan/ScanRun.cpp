@@ -74,6 +74,13 @@ bool MountSmallDisk(const std::string& folder) {
         const rlimit limit = {most, most};
         setrlimit(RLIMIT_FSIZE, &limit);
     }
+    if (surroundings.spareFiles > 0) {
+        const int first = dup(STDIN_FILENO);  // whatever the test has open
+        close(first);
+        const auto most = static_cast<rlim_t>(first + surroundings.spareFiles);
+        const rlimit limit = {most, most};
+        setrlimit(RLIMIT_NOFILE, &limit);
+    }
     if (!surroundings.folder.empty() && chdir(surroundings.folder.c_str()) != 0) {
         _exit(126);
     }
@@ -169,6 +176,14 @@ Outcome Disturbed(std::vector<std::string> arguments, const std::string& clip, c
     return run;
 }
 
+// Returns once the file holds the text, or after 20 seconds.
+void AwaitSaying(const std::string& path, const std::string& saying) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (std::chrono::steady_clock::now() < end && Content(path).find(saying) == std::string::npos) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+}
+
 }  // namespace
 
 int Outcome::ErrorLines() const { return static_cast<int>(std::count(err.begin(), err.end(), '\n')); }
@@ -227,10 +242,7 @@ Outcome MdscanSignalledAt(const std::vector<std::string>& arguments, int signal,
                           double& seconds) {
     const Outputs outputs{Scratch("out"), Scratch("err")};
     const pid_t child = Start(arguments, outputs);
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (std::chrono::steady_clock::now() < end && Content(outputs.err).find(saying) == std::string::npos) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
+    AwaitSaying(outputs.err, saying);
     const auto sent = std::chrono::steady_clock::now();
     kill(child, signal);
     const int code = CodeOf(child);
@@ -259,7 +271,7 @@ Outcome MdscanFed(const std::vector<std::string>& arguments, const std::string& 
     return run;
 }
 
-Outcome MdscanUnheard(const std::vector<std::string>& arguments, int lines, int signal) {
+Outcome MdscanUnheard(const std::vector<std::string>& arguments, int lines, int signal, const std::string& saying) {
     const Outputs outputs{Scratch("fifo"), Scratch("err")};
     mkfifo(outputs.out.c_str(), 0600);
     const pid_t child = Start(arguments, outputs);
@@ -270,6 +282,7 @@ Outcome MdscanUnheard(const std::vector<std::string>& arguments, int lines, int 
         }
     }
     if (signal != 0) {
+        AwaitSaying(outputs.err, saying);
         kill(child, signal);
     }
     const Outcome run{CodeOf(child), {}, Content(outputs.err)};

@@ -24,6 +24,7 @@ struct Outcome {
 struct Surroundings {
     std::string output = "";                    // where standard output goes; empty: read by the test
     long largestFile = 0;                       // bytes that the program may write into one file; 0: any number
+    int spareFiles = 0;                         // that the program may open beside standard ones; 0: as many as the test
     std::string smallDisk = "";                 // folder that is a disk of its own for the program, of 64 KB; empty: none is
     std::string configFolder = "/nonexistent";  // of the user; that of whoever runs the test is never read
     std::string folder = "";                    // where it runs; empty: where the test does
@@ -65,8 +66,9 @@ Outcome MdscanDisturbed(std::vector<std::string> arguments, const std::string& c
                         const std::function<void(pid_t program)>& disturb);
 
 // Reads no further than `lines` lines after the first. Only what it says on standard error is in the outcome.
-// signal: that it gets when nobody reads any more, as of a terminal that closes; 0: none.
-Outcome MdscanUnheard(const std::vector<std::string>& arguments, int lines, int signal = 0);
+// signal: that it gets when nobody reads any more and it has said this on standard error, as of a terminal that closes; 0:
+// none.
+Outcome MdscanUnheard(const std::vector<std::string>& arguments, int lines, int signal = 0, const std::string& saying = {});
 
 // Feeds the clip through a pipe made for it, interrupts the program once it has printed `lines` lines after the first, then
 // feeds the rest.

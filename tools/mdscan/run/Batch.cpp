@@ -137,7 +137,16 @@ void Batch::Start() {
         _ready.erase(_ready.begin());
         Item& item = _items[first];
         item.identity = IdentityOf(item.input.path);
-        item.worker = std::make_unique<Worker>(_settings, item.input.path, _state);
+        try {
+            item.worker = std::make_unique<Worker>(_settings, item.input.path, _state);
+        } catch (const Video::Failure& failure) {
+            if (_running + _live > 0) {  // those that run go on, and leave room
+                _ready.insert(first);
+                return;
+            }
+            Finish(item, {.health = Health::Unreadable, .code = failure.Code(), .trouble = failure.what(), .tally = {}});
+            continue;
+        }
         _next = std::max(_next, first + 1);
         ++_running;
     }

@@ -431,12 +431,46 @@ TEST_F(BatchTest, AClosedTerminalTakesNoFileWithIt) {
     Video::WriteEncoded({Small()}, {.codec = "mpeg4", .container = "avi"}, In("a.avi"));
     ASSERT_EQ(mkfifo(In("pipe").c_str(), 0600), 0);  // to which nobody ever writes
     const Outcome run =
-        MdscanUnheard({"-j", "1", "--csv", In("t.csv"), "--report", In("page.html"), In("a.avi"), In("pipe")}, 2, SIGHUP);
+        MdscanUnheard({"-j", "1", "--csv", In("t.csv"), "--report", In("page.html"), In("a.avi"), In("pipe")}, 2, SIGHUP,
+                      "pipe: waiting for a writer");
     EXPECT_EQ(run.code, 1);
     EXPECT_NE(run.err.find("mdscan: cannot print results: Broken pipe\n"), std::string::npos) << run.err;
     const std::string table = Read("t.csv");
     EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), 2) << table;
     EXPECT_TRUE(fs::exists(In("page.html")));
+}
+
+// Sanitizers need a pipe of their own whenever they look at an object's type.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool lacksFiles = false;
+#else
+constexpr bool lacksFiles = true;
+#endif
+
+// A scan takes a pipe. Where the system has none to spare, those that run go on, and the others take their places.
+TEST_F(BatchTest, ScansThatCannotStartWaitForThoseThatRun) {
+    if (!lacksFiles) GTEST_SKIP() << "sanitizers need files themselves";
+    const Names names = {"a.avi", "b.avi", "c.avi", "d.avi", "e.avi", "f.avi", "g.avi", "h.avi", "i.avi", "j.avi"};
+    Video::WriteEncoded({Small()}, {.codec = "mpeg4", .container = "avi"}, In("a.avi"));
+    for (const std::string& name : names) {
+        fs::copy_file(In("a.avi"), In("videos/" + name));
+    }
+    const Outcome run = Mdscan({"-j", "10", In("videos")}, {.spareFiles = 8});
+    EXPECT_EQ(run.code, 0) << run.err;
+    EXPECT_EQ(run.lines.size(), 2 * names.size()) << run.err;
+}
+
+TEST_F(BatchTest, AScanThatCanNeverStartIsNamed) {
+    if (!lacksFiles) GTEST_SKIP() << "sanitizers need files themselves";
+    Video::WriteEncoded({Small()}, {.codec = "mpeg4", .container = "avi"}, In("videos/a.avi"));
+    fs::copy_file(In("videos/a.avi"), In("videos/b.avi"));
+    const Outcome run = Mdscan({"-j", "2", In("videos")}, {.spareFiles = 1});
+    EXPECT_EQ(run.code, 1);
+    ASSERT_EQ(run.lines.size(), 2u) << run.err;
+    for (const json& line : run.lines) {
+        EXPECT_EQ(line["status"], "unreadable");
+        EXPECT_EQ(line["reason"], "cannot start a scan: Too many open files");
+    }
 }
 
 TEST_F(BatchTest, AStateThatCannotGrowTakesNothingWithIt) {
