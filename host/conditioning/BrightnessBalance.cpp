@@ -110,7 +110,11 @@ BrightnessBalance::Colours BrightnessBalance::ColoursOf(const std::uint8_t* ycbc
     return 256 * coloured <= _blockCount ? Colours::Absent : Colours::Unclear;
 }
 
+// unit for whatever lies within the dead band, as it does in most pictures: nobody asks where.
 int BrightnessBalance::MeasuredRatio(const std::uint8_t* luma) {
+    const Kernels::RatioCounts counts =
+        Kernels::CountRatiosUpTo(luma, _reference.data(), _black, unit - deadBand - 1, unit + deadBand, _blockCount);
+    if (counts.low <= _blockCount / 2 && counts.high > _blockCount / 2) return unit;
     Kernels::CountRatios(luma, _reference.data(), _black, _histogram.data(), _blockCount);
     return Kernels::MedianRatio(_histogram.data(), _blockCount);
 }

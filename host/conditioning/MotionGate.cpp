@@ -20,10 +20,6 @@ constexpr std::size_t mostPlaces = 65535;
 // Rows draw the beginning of their bytes with 12 bits.
 constexpr std::size_t drawStarts = 4096;
 
-// Blocks that look for matches together: they stop at the sample after which all have enough, usually the third, where
-// nothing moves.  Shorter parts stop sooner, longer ones cost fewer calls.
-constexpr std::size_t partLength = 128;
-
 std::size_t CheckedSize(int size) {
     assert(size > 0 && size <= largestGrid);
     return static_cast<std::size_t>(size);
@@ -102,20 +98,8 @@ MotionGate::RowDraws MotionGate::DrawRow() {
 
 void MotionGate::Match(const std::uint8_t* ycbcr) {
     const std::size_t known = std::min<std::size_t>(sampleCount, static_cast<std::size_t>(_pictures));
-    const Kernels::BlockColours picture{ycbcr, ycbcr + _blockCount, ycbcr + 2 * _blockCount};
-    std::array<std::uint8_t, partLength> found;
-    for (std::size_t first = 0; first < _blockCount; first += partLength) {
-        const std::size_t count = std::min(partLength, _blockCount - first);
-        found.fill(0);
-        std::fill_n(_nearest.data() + first, count, std::uint8_t{255});
-        for (std::size_t sample = 0; sample < known; ++sample) {
-            const Kernels::BlockColours colours{SamplePlane(sample, 0), SamplePlane(sample, 1), SamplePlane(sample, 2)};
-            Kernels::MatchSample(picture.From(first), colours.From(first), _wholeLimit.data() + first, found.data(),
-                                 _nearest.data() + first, count);
-            if (Kernels::AllMatched(found.data(), count)) break;
-        }
-        Kernels::MarkMoving(found.data(), _isMoving.data() + first, count);
-    }
+    Kernels::FindMatches({ycbcr, ycbcr + _blockCount, ycbcr + 2 * _blockCount}, {_samples.data(), _blockCount, known},
+                         _wholeLimit.data(), _nearest.data(), _isMoving.data(), _blockCount);
 }
 
 void MotionGate::ReplaceSamples(const std::uint8_t* ycbcr) {
@@ -159,7 +143,7 @@ void MotionGate::Adjust() {
     Kernels::AverageTaken(_isOwnTurn.data(), _nearest.data(), Kernels::shareOfOneIn(static_cast<std::uint32_t>(known)),
                           _distance.data(), _blockCount);
     Kernels::AdjustLimits(_distance.data(), _limit.data(), _wholeLimit.data(), _isCalm.data(), _blockCount);
-    Kernels::LookUpSteps(_distance.data(), _step.data(), _blockCount);
+    Kernels::FindSteps(_distance.data(), _step.data(), _blockCount);
     for (std::size_t row = 0; row < _rows; ++row) {
         const std::size_t first = row * _columns;
         Kernels::AdjustIntervals(_isMoving.data() + first, _step.data() + first, _draws.data() + _rowDraws[row].ownDraws,

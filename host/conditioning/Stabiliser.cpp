@@ -12,10 +12,7 @@ namespace Host {
 namespace {
 
 constexpr std::size_t wantedRows = 240, wantedColumns = 320;  // samples that are summed
-constexpr std::size_t chunkLength = 32;                       // columns side by side
 constexpr int shortestSide = 64;                              // pixels: below, too little is left to compare
-constexpr int referenceFraction = 256;                        // of profileUnit
-constexpr int followOf1024 = 31;                              // 3 %
 
 std::size_t StepFor(std::size_t size, std::size_t wanted) { return std::max<std::size_t>((size + wanted / 2) / wanted, 1); }
 
@@ -76,7 +73,7 @@ int Stabiliser::Profile::Shift16() const {
 }
 
 void Stabiliser::Profile::TakeAsReference() {
-    for (std::size_t i = 0; i < elements; ++i) reference[i] = current[i] * referenceFraction;
+    for (std::size_t i = 0; i < elements; ++i) reference[i] = current[i] * Kernels::referenceFraction;
     rounded = current;
 }
 
@@ -84,11 +81,8 @@ void Stabiliser::Profile::TakeAsReference() {
 void Stabiliser::Profile::Follow(int whole) {
     const std::size_t left = whole < 0 ? static_cast<std::size_t>(-whole) : 0;
     const std::size_t right = whole > 0 ? static_cast<std::size_t>(whole) : 0;
-    for (std::size_t i = left; i + right < elements; ++i) {
-        const std::int32_t distance = current[i + right - left] * referenceFraction - reference[i];
-        reference[i] += static_cast<std::int32_t>(RoundedQuotient(std::int64_t{distance} * followOf1024, 1024));
-        rounded[i] = static_cast<std::int16_t>(RoundedQuotient(reference[i], referenceFraction));
-    }
+    if (left + right >= elements) return;
+    Kernels::FollowProfile(current.data() + right, reference.data() + left, rounded.data() + left, elements - left - right);
 }
 
 Stabiliser::Stabiliser(const PictureFormat& format)
@@ -114,18 +108,15 @@ void Stabiliser::SumColumns(const std::uint8_t* luma, std::ptrdiff_t stride) {
 }
 
 void Stabiliser::SumRows(const std::uint8_t* luma, std::ptrdiff_t stride) {
-    std::uint32_t samples = 0;
-    for (std::size_t first = 0; first < _width; first += chunkLength * _chunkStep)
-        samples += static_cast<std::uint32_t>(std::min(chunkLength, _width - first));
+    const std::size_t step = Kernels::sampleChunk * _chunkStep;
+    const std::size_t chunks = _width >= Kernels::sampleChunk ? (_width - Kernels::sampleChunk) / step + 1 : 0;
+    const std::size_t rest = chunks * step < _width ? _width - chunks * step : 0;  // of a chunk that is cut off
     for (std::size_t row = 0; row < _height; ++row, luma += stride) {
-        std::uint32_t sum = 0;
-        std::size_t first = 0;
-        for (; first + chunkLength <= _width; first += chunkLength * _chunkStep)
-            sum += Kernels::SumOfSamples(luma + first, chunkLength);
-        if (first < _width) sum += Kernels::SumOfSamples(luma + first, _width - first);
-        _rows.sum[row] = sum;
+        const std::uint32_t ofRest = rest > 0 ? Kernels::SumOfSamples(luma + chunks * step, rest) : 0;
+        _rows.sum[row] = Kernels::SumOfChunks(luma, step, chunks) + ofRest;
     }
-    Kernels::TakeDerivative(_rows.sum.data(), samples, _rows.current.data(), _rows.elements);
+    Kernels::TakeDerivative(_rows.sum.data(), static_cast<std::uint32_t>(chunks * Kernels::sampleChunk + rest),
+                            _rows.current.data(), _rows.elements);
 }
 
 Shift Stabiliser::Measure(const PictureView& picture) {

@@ -72,6 +72,14 @@ LumaSums SumLuma(const std::uint8_t* luma, const std::uint16_t* reference, std::
 
 std::size_t CountColoured(const std::uint8_t* cb, const std::uint8_t* cr, std::size_t count);
 
+// How many have a ratio of at most `low`, and of at most `high`, i < count?  Without a division, to ask before CountRatios.
+// Both in smallestRatio..2 * ratioUnit.
+struct RatioCounts {
+    std::size_t low, high;
+};
+RatioCounts CountRatiosUpTo(const std::uint8_t* luma, const std::uint16_t* reference, int black, int low, int high,
+                            std::size_t count);
+
 // histogram[ratio - smallestRatio] is how many blocks have this ratio; it is cleared first.
 inline constexpr std::size_t ratioBins = largestRatio - smallestRatio + 1;
 void CountRatios(const std::uint8_t* luma, const std::uint16_t* reference, int black, std::uint32_t* histogram,

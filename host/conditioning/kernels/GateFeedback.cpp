@@ -41,21 +41,14 @@ void AdjustIntervals(const std::uint8_t* isMoving, const std::uint16_t* step, co
     for (std::size_t i = 0; i < count; ++i) interval[i] = NextInterval(interval[i], isMoving[i] != 0, step[i], draw[i]);
 }
 
-namespace {
-
-constexpr std::size_t stepCount = 1024;  // 64 levels in sixteenths: what lies further learns as slowly
-constexpr std::array<std::uint16_t, stepCount> intervalSteps = [] {
-    std::array<std::uint16_t, stepCount> steps{};
-    for (std::size_t i = 0; i < stepCount; ++i) steps[i] = IntervalStep(static_cast<std::uint32_t>(i * 16));
-    return steps;
-}();
-
-}  // namespace
-
-void LookUpSteps(const std::uint16_t* distance, std::uint16_t* step, std::size_t count) {
+// The quotient of whole numbers that small, cut off, is exact: what is left to the next one is 1 / parts at least.
+void FindSteps(const std::uint16_t* distance, std::uint16_t* step, std::size_t count) {
+    HOST_INDEPENDENT_COLUMNS
     for (std::size_t i = 0; i < count; ++i) {
-        const std::size_t place = distance[i] / 16;
-        step[i] = intervalSteps[place < stepCount ? place : stepCount - 1];
+        const int place = distance[i] / 16, known = place < stepCount ? place : stepCount - 1;
+        const int parts = PartsOfStep(known * 16);
+        const auto quotient = static_cast<float>(wholeStep + parts / 2) / static_cast<float>(parts);
+        step[i] = static_cast<std::uint16_t>(static_cast<int>(quotient));
     }
 }
 

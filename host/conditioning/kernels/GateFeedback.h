@@ -37,10 +37,13 @@ inline constexpr std::uint16_t longestInterval = 200 * 256;  // not reached
 inline constexpr std::uint16_t longerStep = 13;              // 1/256: intervals grow by .05 of what they shrink by
 
 // One block: do its matches lie `distance` apart on average, up to 1/256 levels: 1/256 of the largest step of its interval.
+inline constexpr int wholeStep = 256 * 8;
+constexpr int PartsOfStep(int distance) { return 8 + distance * 15 / 256; }  // 256 / (1 + 15/8 levels)
 constexpr std::uint16_t IntervalStep(std::uint32_t distance) {
-    const std::uint32_t whole = 256 * 8, parts = 8 + distance * 15 / 256;  // 256 / (1 + 15/8 levels)
-    return static_cast<std::uint16_t>((whole + parts / 2) / parts);
+    const int parts = PartsOfStep(static_cast<int>(distance));
+    return static_cast<std::uint16_t>((wholeStep + parts / 2) / parts);
 }
+inline constexpr int stepCount = 1024;  // 64 levels in sixteenths: what lies further learns as slowly
 
 // One block: is it its turn?  draw: 0..255, each as likely; about one in `interval` (1/256 pictures) says yes.
 constexpr bool IsTurn(std::uint8_t draw, std::uint16_t interval) { return PartOf(draw, interval) == 0; }
@@ -90,7 +93,7 @@ void AdjustLimits(const std::uint16_t* distance, std::uint16_t* limit, std::uint
 void AdjustIntervals(const std::uint8_t* isMoving, const std::uint16_t* step, const std::uint8_t* draw,
                      std::uint16_t* interval, std::size_t count);
 
-// step[i] = IntervalStep(distance[i]), by a table of sixteenths of a level up to 64 levels, i < count.
-void LookUpSteps(const std::uint16_t* distance, std::uint16_t* step, std::size_t count);
+// step[i] = IntervalStep(distance[i]), in sixteenths of a level up to 64 levels, i < count.
+void FindSteps(const std::uint16_t* distance, std::uint16_t* step, std::size_t count);
 
 }  // namespace Host::Kernels

@@ -19,6 +19,12 @@ struct BlockColours {
     BlockColours From(std::size_t first) const { return {y + first, cb + first, cr + first}; }
 };
 
+// The larger without the smaller: three instructions for sixteen blocks.
+constexpr std::uint8_t Apart(std::uint8_t a, std::uint8_t b) {
+    const std::uint8_t larger = a > b ? a : b, smaller = a < b ? a : b;
+    return static_cast<std::uint8_t>(larger - smaller);
+}
+
 // One block: how far is a colour from a sample?  In levels of luma; 255: that far or further.
 //
 // Stands for a third of the sum of the three differences of a full-range BGR pixel.  A level of luma moves all three
@@ -27,10 +33,9 @@ struct BlockColours {
 // keeps the noise of two planes out of still blocks.
 constexpr std::uint8_t ColourDistance(std::uint8_t y, std::uint8_t cb, std::uint8_t cr, std::uint8_t sampleY,
                                       std::uint8_t sampleCb, std::uint8_t sampleCr) {
-    const std::uint8_t luma = static_cast<std::uint8_t>(y > sampleY ? y - sampleY : sampleY - y);
-    const std::uint8_t blueness = static_cast<std::uint8_t>(cb > sampleCb ? cb - sampleCb : sampleCb - cb);
-    const std::uint8_t redness = static_cast<std::uint8_t>(cr > sampleCr ? cr - sampleCr : sampleCr - cr);
-    const std::uint8_t chroma = static_cast<std::uint8_t>((blueness > redness ? blueness : redness) >> 1);
+    const std::uint8_t luma = Apart(y, sampleY), blueness = Apart(cb, sampleCb), redness = Apart(cr, sampleCr);
+    const std::uint8_t larger = blueness > redness ? blueness : redness;
+    const std::uint8_t chroma = static_cast<std::uint8_t>(larger >> 1);
     const std::uint8_t room = static_cast<std::uint8_t>(255 - luma);
     return static_cast<std::uint8_t>(luma + (chroma < room ? chroma : room));
 }
@@ -47,19 +52,27 @@ struct Matches {
 // One block, one more sample at `distance`: nothing changes once there are enough.
 constexpr Matches WithSample(Matches before, std::uint8_t distance, std::uint8_t limit) {
     const bool counts = (distance < limit) & (before.found < wantedMatches);
-    const std::uint8_t nearest = distance < before.nearest ? distance : before.nearest;
-    return {static_cast<std::uint8_t>(before.found + (counts ? 1 : 0)), counts ? nearest : before.nearest};
+    const std::uint8_t missed = counts ? 0 : 255;  // a mask: further choices would be branches
+    const auto counted = static_cast<std::uint8_t>(distance | missed);
+    return {static_cast<std::uint8_t>(before.found + 1 + missed), counted < before.nearest ? counted : before.nearest};
 }
 
-// found[i], nearest[i] = WithSample of them, i < count.
-void MatchSample(BlockColours picture, BlockColours sample, const std::uint8_t* limit, std::uint8_t* found,
-                 std::uint8_t* nearest, std::size_t count);
+// All samples of all blocks: planes [block] of Y, Cb, Cr, one sample after another.
+struct BlockSamples {
+    const std::uint8_t* planes;
+    std::size_t blocks;  // in a plane
+    std::size_t count;   // samples known
 
-// Has every block enough matches?  True of none.
-bool AllMatched(const std::uint8_t* found, std::size_t count);
+    BlockColours Of(std::size_t sample) const {
+        const std::uint8_t* const y = planes + 3 * sample * blocks;
+        return {y, y + blocks, y + 2 * blocks};
+    }
+};
 
-// isMoving[i] = found[i] is not enough ? 255 : 0, i < count.
-void MarkMoving(const std::uint8_t* found, std::uint8_t* isMoving, std::size_t count);
+// i < count: from {0, 255} on, WithSample of sample after sample; nearest[i] is what that gives, isMoving[i] = not enough
+// were found ? 255 : 0.  limit[i] as for WithSample.
+void FindMatches(BlockColours picture, BlockSamples samples, const std::uint8_t* limit, std::uint8_t* nearest,
+                 std::uint8_t* isMoving, std::size_t count);
 
 // to[i] = isTaken[i] ? from[i] : to[i], i < count.
 void ReplaceTaken(const std::uint8_t* isTaken, const std::uint8_t* from, std::uint8_t* to, std::size_t count);

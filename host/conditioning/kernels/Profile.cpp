@@ -22,6 +22,20 @@ std::uint32_t SumOfSamples(const std::uint8_t* samples, std::size_t count) {
     return sum;
 }
 
+std::uint32_t SumOfChunks(const std::uint8_t* samples, std::size_t step, std::size_t chunks) {
+    constexpr std::size_t most = UINT16_MAX / 255;  // that a lane can take
+    std::uint32_t sum = 0;
+    while (chunks > 0) {
+        std::uint16_t lane[sampleChunk] = {};
+        for (std::size_t left = std::min(chunks, most); left > 0; --left, --chunks, samples += step) {
+            HOST_INDEPENDENT_COLUMNS
+            for (std::size_t i = 0; i < sampleChunk; ++i) lane[i] = static_cast<std::uint16_t>(lane[i] + samples[i]);
+        }
+        for (const std::uint16_t part : lane) sum += part;
+    }
+    return sum;
+}
+
 void AddSums(const std::uint16_t* part, std::uint32_t* sum, std::size_t count) {
     HOST_INDEPENDENT_COLUMNS
     for (std::size_t i = 0; i < count; ++i) sum[i] += part[i];
@@ -33,6 +47,15 @@ void TakeDerivative(const std::uint32_t* sum, std::uint32_t samples, std::int16_
         const int next = ProfileMean(sum[i + 1], samples);
         derivative[i] = static_cast<std::int16_t>(next - mean);
         mean = next;
+    }
+}
+
+void FollowProfile(const std::int16_t* current, std::int32_t* reference, std::int16_t* rounded, std::size_t count) {
+    HOST_INDEPENDENT_COLUMNS
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::int32_t next = Approached(reference[i], current[i]);
+        reference[i] = next;
+        rounded[i] = static_cast<std::int16_t>(NearestQuotient(next, referenceFraction));
     }
 }
 

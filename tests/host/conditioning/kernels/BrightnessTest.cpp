@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "GuardedBlocks.h"
@@ -94,6 +95,31 @@ TEST(Brightness, ColourBeginsFourLevelsFromGrey) {
             ASSERT_EQ(HasColour(cb, cr), std::abs(cb - 128) + std::abs(cr - 128) >= 4) << cb << ", " << cr;
 }
 
+TEST(Brightness, RatioCountsAgreeWithTheRatioOfEveryPair) {
+    std::vector<std::uint8_t> luma(256);
+    for (std::size_t i = 0; i < luma.size(); ++i) luma[i] = static_cast<std::uint8_t>(i);
+    for (const int black : {0, 16})
+        for (int reference = 0; reference <= 255 * 128; reference += reference % 128 == 0 ? 1 : 3) {
+            const std::vector<std::uint16_t> known(luma.size(), static_cast<std::uint16_t>(reference));
+            std::size_t upToLow = 0, upToHigh = 0;
+            for (int seen = 0; seen < 256; ++seen) {
+                upToLow += RatioOf(seen, reference, black) <= 4055 ? 1 : 0;
+                upToHigh += RatioOf(seen, reference, black) <= 4136 ? 1 : 0;
+            }
+            const RatioCounts counts = CountRatiosUpTo(luma.data(), known.data(), black, 4055, 4136, luma.size());
+            ASSERT_EQ(counts.low, upToLow) << reference << ", black " << black;
+            ASSERT_EQ(counts.high, upToHigh) << reference << ", black " << black;
+        }
+}
+
+TEST(Brightness, ColoursOfEveryPairAreCounted) {
+    for (int cb = 0; cb < 256; ++cb)
+        for (int cr = 0; cr < 256; ++cr) {
+            const auto blue = static_cast<std::uint8_t>(cb), red = static_cast<std::uint8_t>(cr);
+            ASSERT_EQ(CountColoured(&blue, &red, 1), HasColour(cb, cr) ? 1u : 0u) << cb << ", " << cr;
+        }
+}
+
 TEST(Brightness, LoopsGiveWhatTheRulesGiveAtEveryLength) {
     ForEachLength([](std::size_t count, SomeBlocks blocks) {
         std::size_t coloured = 0;
@@ -115,6 +141,16 @@ TEST(Brightness, LoopsGiveWhatTheRulesGiveAtEveryLength) {
         EXPECT_EQ(CountColoured(blocks.luma.data(), blocks.other.data(), count), coloured) << count;
         CountRatios(blocks.luma.data(), blocks.reference.data(), 16, histogram.data(), count);
         EXPECT_EQ(histogram, expectedHistogram) << count;
+        for (const auto& [low, high] : {std::pair{4055, 4136}, {1024, 8192}, {4096, 4096}}) {
+            std::size_t upToLow = 0, upToHigh = 0;
+            for (std::size_t ratio = 1024; ratio <= 16384; ++ratio) {
+                upToLow += ratio <= static_cast<std::size_t>(low) ? histogram[ratio - 1024] : 0;
+                upToHigh += ratio <= static_cast<std::size_t>(high) ? histogram[ratio - 1024] : 0;
+            }
+            const RatioCounts counts = CountRatiosUpTo(blocks.luma.data(), blocks.reference.data(), 16, low, high, count);
+            EXPECT_EQ(counts.low, upToLow) << count << " blocks, up to " << low;
+            EXPECT_EQ(counts.high, upToHigh) << count << " blocks, up to " << high;
+        }
 
         const std::vector<std::uint16_t> before(blocks.reference.begin(), blocks.reference.end());
         FollowLuma(blocks.reference.data(), blocks.luma.data(), count);

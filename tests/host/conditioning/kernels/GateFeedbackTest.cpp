@@ -94,7 +94,7 @@ TEST(GateFeedback, StepIsAPictureOfAPerfectMatchAndLessOfOthers) {
         ASSERT_NEAR(IntervalStep(distance), 256 / (1 + distance / 256.0 * 15 / 8), 0.51 + 256.0 / (8 + distance * 15 / 256));
     std::vector<std::uint16_t> distance(65536), step(65536);
     for (std::size_t i = 0; i < distance.size(); ++i) distance[i] = static_cast<std::uint16_t>(i);
-    LookUpSteps(distance.data(), step.data(), step.size());
+    FindSteps(distance.data(), step.data(), step.size());
     for (std::size_t i = 0; i < distance.size(); ++i)
         ASSERT_EQ(step[i], IntervalStep(std::min<std::uint32_t>(static_cast<std::uint32_t>(i) / 16 * 16, 64 * 256 - 16)));
 }

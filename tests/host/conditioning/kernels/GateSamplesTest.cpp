@@ -33,30 +33,37 @@ struct PlainMatching {
     }
 };
 
-testing::AssertionResult MatchingEquals(PlainMatching rule) {
-    KernelPlane<std::uint8_t> y, cb, cr, sampleY, sampleCb, sampleCr, limit, found, nearest;
+testing::AssertionResult MatchingEquals(PlainMatching rule, std::size_t known) {
+    KernelPlane<std::uint8_t> y, cb, cr, limit, nearest, isMoving;
     KernelComparison comparison;
+    std::uint8_t widest = 0;  // so many levels samples lie apart: few or many of them match
     ForEachKernelCase([&](const KernelCase& c) {
         SeededRandom random(c.seed);
-        for (auto* plane : {&y, &cb, &cr})
-            plane->Fill(c, 0, 255, [&] { return static_cast<std::uint8_t>(random.Between(90, 120)); });
-        for (auto* plane : {&sampleY, &sampleCb, &sampleCr})
-            plane->Fill(c, 0, 250, [&] { return static_cast<std::uint8_t>(random.Between(90, 120)); });
+        widest = static_cast<std::uint8_t>((widest + 7) % 60);
+        const auto any = [&] { return static_cast<std::uint8_t>(100 + random.Between(0, widest)); };
+        for (auto* plane : {&y, &cb, &cr}) plane->Fill(c, 0, 255, any);
         limit.Fill(c, 0, 255, [&] { return static_cast<std::uint8_t>(random.Between(5, 30)); });
-        found.Fill(c, 0, 1, [&] { return static_cast<std::uint8_t>(random.Between(0, 2)); });
-        nearest.Fill(c, 255, 3, [&] { return static_cast<std::uint8_t>(random.Between(0, 30)); });
-        std::vector<std::uint8_t> expectedFound = found.Copy(c), expectedNearest = nearest.Copy(c);
+        for (auto* plane : {&nearest, &isMoving}) plane->Draw(c, [&] { return random.Byte(); });
+        const std::size_t count = c.Range().Count();
+        GuardedBlocks<std::uint8_t> samples(3 * known * count, c.side);
+        for (std::uint8_t& sample : samples) sample = c.level == Level::High ? std::uint8_t{250} : any();
+
+        std::vector<std::uint8_t> expectedNearest = nearest.Copy(c), expectedMoving = isMoving.Copy(c);
         for (std::size_t i = c.first; i < c.last; ++i) {
-            const int distance = PlainDistance(y(c, i), cb(c, i), cr(c, i), sampleY(c, i), sampleCb(c, i), sampleCr(c, i));
-            const Matches matches = rule.With({expectedFound[i], expectedNearest[i]}, distance, limit(c, i));
-            expectedFound[i] = matches.found;
+            Matches matches = {0, 255};
+            for (std::size_t sample = 0; sample < known; ++sample) {
+                const std::uint8_t* const known3 = samples.data() + 3 * sample * count + (i - c.first);
+                const int distance = PlainDistance(y(c, i), cb(c, i), cr(c, i), known3[0], known3[count], known3[2 * count]);
+                matches = rule.With(matches, distance, limit(c, i));
+            }
             expectedNearest[i] = matches.nearest;
+            expectedMoving[i] = matches.found < rule.enough ? 255 : 0;
         }
-        const BlockColours picture{y.At(c), cb.At(c), cr.At(c)}, sample{sampleY.At(c), sampleCb.At(c), sampleCr.At(c)};
-        MatchSample(picture.From(c.first), sample.From(c.first), limit.At(c) + c.first, found.At(c) + c.first,
-                    nearest.At(c) + c.first, c.Range().Count());
-        comparison.Compare(c, "found", found, expectedFound);
+        const BlockColours picture{y.At(c), cb.At(c), cr.At(c)};
+        FindMatches(picture.From(c.first), {samples.data(), count, known}, limit.At(c) + c.first, nearest.At(c) + c.first,
+                    isMoving.At(c) + c.first, count);
         comparison.Compare(c, "nearest", nearest, expectedNearest);
+        comparison.Compare(c, "isMoving", isMoving, expectedMoving);
     });
     return comparison.Result();
 }
@@ -94,42 +101,43 @@ TEST(GateSamples, NearestIsThatOfTheFirstTwoMatches) {
     EXPECT_EQ(WithSample({2, 5}, 3, 10).found, 2);
 }
 
-TEST(GateSamples, MatchingEqualsTheRule) { EXPECT_TRUE(MatchingEquals({})); }
-TEST(GateSamples, ComparisonNoticesOneMatchThatIsEnough) { EXPECT_FALSE(MatchingEquals({.enough = 1})); }
-TEST(GateSamples, ComparisonNoticesALimitThatMatches) { EXPECT_FALSE(MatchingEquals({.strictness = 1})); }
+TEST(GateSamples, MatchingEqualsTheRule) {
+    for (const std::size_t known : {1, 2, 7}) EXPECT_TRUE(MatchingEquals({}, known)) << known << " samples";
+}
+TEST(GateSamples, ComparisonNoticesOneMatchThatIsEnough) { EXPECT_FALSE(MatchingEquals({.enough = 1}, 7)); }
+TEST(GateSamples, ComparisonNoticesALimitThatMatches) { EXPECT_FALSE(MatchingEquals({.strictness = 1}, 7)); }
 
-TEST(GateSamples, MarksAndReplacementsEqualTheirRules) {
-    KernelPlane<std::uint8_t> found, isMoving, from, to;
+TEST(GateSamples, ReplacementsEqualTheirRule) {
+    KernelPlane<std::uint8_t> isTaken, from, to;
     KernelComparison comparison;
     ForEachKernelCase([&](const KernelCase& c) {
         SeededRandom random(c.seed);
-        found.Fill(c, 0, 2, [&] { return static_cast<std::uint8_t>(random.Between(0, 2)); });
-        isMoving.Draw(c, [&] { return random.Byte(); });
+        isTaken.Fill(c, 0, 255, [&] { return static_cast<std::uint8_t>(random.OneIn(3) ? 255 : 0); });
         from.Draw(c, [&] { return random.Byte(); });
         to.Draw(c, [&] { return random.Byte(); });
-        std::vector<std::uint8_t> expected = isMoving.Copy(c), replaced = to.Copy(c);
-        bool all = true;
-        for (std::size_t i = c.first; i < c.last; ++i) {
-            expected[i] = found(c, i) < 2 ? 255 : 0;
-            if (found(c, i) < 2) all = false;
-            if (expected[i] != 0) replaced[i] = from(c, i);
-        }
-        const std::size_t count = c.Range().Count();
-        comparison.CompareValue(c, "AllMatched", AllMatched(found.At(c) + c.first, count), all);
-        MarkMoving(found.At(c) + c.first, isMoving.At(c) + c.first, count);
-        comparison.Compare(c, "isMoving", isMoving, expected);
-        ReplaceTaken(isMoving.At(c) + c.first, from.At(c) + c.first, to.At(c) + c.first, count);
+        std::vector<std::uint8_t> replaced = to.Copy(c);
+        for (std::size_t i = c.first; i < c.last; ++i)
+            if (isTaken(c, i) != 0) replaced[i] = from(c, i);
+        ReplaceTaken(isTaken.At(c) + c.first, from.At(c) + c.first, to.At(c) + c.first, c.Range().Count());
         comparison.Compare(c, "to", to, replaced);
     });
     EXPECT_TRUE(comparison.Result());
 }
 
-TEST(GateSamples, OneBlockWithoutAMatchIsFoundWhereverItIs) {
-    for (std::size_t count = 1; count <= 150; ++count)
+TEST(GateSamples, LastSampleDecidesForOneBlockWhereverItIs) {
+    constexpr std::size_t known = 3;
+    for (std::size_t count = 1; count <= 70; ++count)
         for (std::size_t place = 0; place < count; ++place) {
-            std::vector<std::uint8_t> found(count, 2);
-            ASSERT_TRUE(AllMatched(found.data(), count));
-            found[place] = 1;
-            ASSERT_FALSE(AllMatched(found.data(), count)) << place << " of " << count;
+            const std::vector<std::uint8_t> grey(count, 100), limit(count, 10);
+            std::vector<std::uint8_t> samples(3 * known * count, 100), nearest(count), isMoving(count);
+            samples[place] = 110;  // the first is too far: the second and third match
+            samples[6 * count + place] = 104;
+            FindMatches({grey.data(), grey.data(), grey.data()}, {samples.data(), count, known}, limit.data(),
+                        nearest.data(), isMoving.data(), count);
+            for (std::size_t i = 0; i < count; ++i) ASSERT_EQ(isMoving[i], 0) << i << " of " << count;
+            samples[6 * count + place] = 90;
+            FindMatches({grey.data(), grey.data(), grey.data()}, {samples.data(), count, known}, limit.data(),
+                        nearest.data(), isMoving.data(), count);
+            for (std::size_t i = 0; i < count; ++i) ASSERT_EQ(isMoving[i], i == place ? 255 : 0) << i << " of " << count;
         }
 }

@@ -45,6 +45,33 @@ TEST(Profile, ErrorOfAnElementIsBounded) {
                 << a << ", " << b;
 }
 
+TEST(Profile, ReferenceFollowsByThreePercent) {
+    EXPECT_EQ(Approached(0, 16320), 126480);               // 16320 * 256 * 31 / 1024
+    EXPECT_EQ(Approached(-16320 * 256, 16320), -3924960);  // the longest way
+    EXPECT_EQ(Approached(16, 0), 16);                      // 0.48 is nothing
+    EXPECT_EQ(Approached(17, 0), 16);                      // 0.51 is a step
+    EXPECT_EQ(Approached(-17, 0), -16);
+    EXPECT_EQ(NearestQuotient(128, 256), 1);
+    EXPECT_EQ(NearestQuotient(-128, 256), -1);
+    EXPECT_EQ(NearestQuotient(-127, 256), 0);
+}
+
+TEST(Profile, ChunksAreSummedHoweverManyAndFarApart) {
+    SeededRandom random(2);
+    for (const std::size_t chunks : {0, 1, 2, 3, 12, 127, 128, 129, 257, 400})
+        for (const std::size_t step : {32, 64, 96})
+            for (const int level : {0, 1, 2})
+                for (const GuardedSide side : {GuardedSide::End, GuardedSide::Front}) {
+                    GuardedBlocks<std::uint8_t> samples(chunks > 0 ? (chunks - 1) * step + 32 : 0, side);
+                    for (std::uint8_t& sample : samples)
+                        sample = level == 0 ? std::uint8_t{0} : level == 1 ? std::uint8_t{255} : random.Byte();
+                    std::uint32_t sum = 0;
+                    for (std::size_t chunk = 0; chunk < chunks; ++chunk)
+                        for (std::size_t i = 0; i < 32; ++i) sum += samples[chunk * step + i];
+                    ASSERT_EQ(SumOfChunks(samples.data(), step, chunks), sum) << chunks << " chunks, step " << step;
+                }
+}
+
 TEST(Profile, LoopsGiveWhatTheRulesGiveAtEveryLength) {
     SeededRandom random(1);
     for (const std::size_t count : Lengths())
@@ -69,6 +96,20 @@ TEST(Profile, LoopsGiveWhatTheRulesGiveAtEveryLength) {
                 }
                 ASSERT_EQ(SumOfSamples(samples.data(), count), sampleSum) << "length " << count;
                 ASSERT_EQ(ProfileError(a.data(), b.data(), count), error) << "length " << count << ", level " << level;
+                GuardedBlocks<std::int32_t> reference(count, side);
+                GuardedBlocks<std::int16_t> rounded(count, side);
+                std::vector<std::int64_t> followed(count);
+                for (std::size_t i = 0; i < count; ++i) {
+                    reference[i] = 256 * b[i] + static_cast<std::int32_t>(level == 2 ? random.Between(-100, 100) : 0);
+                    const double exact = reference[i] + (256.0 * a[i] - reference[i]) * 31 / 1024;
+                    followed[i] = std::llround(exact);
+                }
+                FollowProfile(a.data(), reference.data(), rounded.data(), count);
+                for (std::size_t i = 0; i < count; ++i) {
+                    ASSERT_LE(std::abs(reference[i] - followed[i]), 1) << "length " << count;  // halves may differ
+                    ASSERT_EQ(rounded[i], std::llround(reference[i] / 256.0)) << "length " << count;
+                }
+                EXPECT_TRUE(reference.SlackIsIntact() && rounded.SlackIsIntact());
                 AddSums(part.data(), sum.data(), count);
                 TakeDerivative(points.data(), 240, derivative.data(), count);
                 for (std::size_t i = 0; i < count; ++i) {
