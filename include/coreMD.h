@@ -1,7 +1,8 @@
 /* coreMD: motion detection on a coarse grid of blocks.
  *
  * The complete C interface: five records, one handle, fourteen numbered functions, one that tells the version, three that
- * save and load a detector, one that gives it other zones. C11 and C++; coreMD.hpp puts readable names on it for C++20.
+ * save and load a detector, one that gives it other zones, four that check a call before it is made, one that names who is
+ * told of a failure. C11 and C++; coreMD.hpp puts readable names on it for C++20.
  *
  * Words used throughout
  *   block     one cell of the grid; block (x, y) has index y * width + x, rows without padding
@@ -14,7 +15,8 @@
  *   returns non-zero; h14 once.
  *
  * Broken preconditions end the process with the C library's assertion message, in release builds too. There is no other
- * error channel besides the status codes below. Record pointers must not be null.
+ * error channel besides the status codes below. Record pointers must not be null. A host that must not end for one wrong
+ * record asks before the call: coreMD_CheckFrame, coreMD_CheckZone.
  *
  * Exhausted memory surfaces as a C++ exception (std::bad_alloc) out of h12, h13, h15, coreMD_LoadState or
  * coreMD_ReplaceZones, which a host in C cannot catch. After one out of h13 or coreMD_LoadState the detector can be
@@ -136,7 +138,8 @@ COREMD_API int32_t h15(DetectorHandle* handle);
 COREMD_API void h14(DetectorHandle* handle);
 
 /* Adds a zone after the ones already there. Returns 0.
- * The record must not be null, nor its mask ("source").
+ * The record must not be null ("zone"), nor its mask ("source"), and its sizes must not be of different sign, which throws
+ * std::bad_array_new_length.
  * Zones are fitted to the grid when the detector starts afresh (first frame, new grid size, time running backwards): add
  * them before the first h13. With a zone added later, h13 stops the process ("currentZone->pixelMapWidth == blockCountX")
  * as soon as the history is filled, unless the detector starts afresh before; coreMD_ReplaceZones takes its place. */
@@ -190,6 +193,50 @@ COREMD_API void h34(void);
  * Compare it with COREMD_VERSION, that of the header a host was compiled with: the same major version is certain (the loader
  * sees to it), and a lower number means an older library, which has the functions and records that it had then. */
 COREMD_API int32_t coreMD_Version(void);
+
+/* Would a call go through?  Null where it would; else the text of the first condition that it would break, the one that its
+ * assertion would print: a string that is never freed. Nothing changes and nothing ends, whatever the arguments are: null
+ * handles, null records. Threads as for any call: a handle belongs to one at a time.
+ *
+ * Not to be known before a call, and not looked at:
+ *   - whether a variable that is not null holds what h15 put there, and arrays are as long as their record says;
+ *   - whether the records of h17, h18 and h19 and the buffer of coreMD_SaveState ("state") are there: a host sees that;
+ *   - whether memory suffices. */
+
+/* Of every function that takes a handle: "ptr", "*ptr", "res". For h11, h17, h19, h33, h35, h36 and the coreMD_ functions
+ * that is all there is. h15 is the other way round: it goes through where this says "*ptr", and breaks "!*ptr" elsewhere,
+ * or "ptr". h14 goes through wherever this does not say "ptr". */
+COREMD_API const char* coreMD_CheckHandle(DetectorHandle* handle);
+
+/* Of h12: the handle's; "zone": no record; "maskWidth * maskHeight >= 0", where h12 throws std::bad_array_new_length;
+ * "source": no mask. */
+COREMD_API const char* coreMD_CheckZone(DetectorHandle* handle, const MDZoneInfo* zone);
+
+/* Of h13, with the detector as it is now: everything that is said there, a late zone and a fresh start without one included.
+ * Costs next to nothing, but where what the picture shows can end h13: on a grid that has room for more than 32767 objects
+ * (width and height, halved and rounded up, multiplied), and with a zone that asks for objects larger than the grid. There
+ * the frame is shown to a copy of the detector, which costs about four times what h13 does, and its memory once more. */
+COREMD_API const char* coreMD_CheckFrame(DetectorHandle* handle, const DetectionInfo* info);
+
+/* Of h18: the handle's; "_isObject": there was no frame yet. */
+COREMD_API const char* coreMD_CheckObject(DetectorHandle* handle);
+
+/* Told of the condition that was broken, and where: text, file, line, function as the assertion's message has them. */
+typedef void (*coreMD_FailureHandler)(void* context, const char* condition, const char* file, int32_t line,
+                                      const char* function);
+
+/* Has `handler` told of the first broken condition of any handle in any thread, before the message is printed and the
+ * process ends. Null: nobody, as in the beginning. May be called at any time, from any thread; the last one counts.
+ *
+ * The handler runs in the thread that broke the condition, inside the call, and must not return into the library: when it
+ * returns, the process ends with the message, as if there were none. It must not leave by longjmp; an exception that leaves
+ * it ends the process too. Another thread that breaks a condition meanwhile waits for the end.
+ *
+ * Safe in it: to write to a log or a file, to ask for memory, to use detectors that no other thread is using, to call abort
+ * or _exit. It is no signal handler. Not safe: the detector that failed, which is in the middle of its call; locks that its
+ * thread holds; exit, which runs destructors beside the other threads. It is not told of std::bad_alloc, nor of what the
+ * system ends. */
+COREMD_API void coreMD_SetFailureHandler(coreMD_FailureHandler handler, void* context);
 
 /* Bytes that coreMD_SaveState writes now; they change with the grid, the zones and the objects of the last frame. */
 COREMD_API int64_t coreMD_StateSize(DetectorHandle* handle);

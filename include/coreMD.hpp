@@ -17,8 +17,9 @@
  * valid. Objects and zone results are small records that may be copied and kept as long.
  *
  * Broken preconditions end the process with a message, in release builds too: those of the C functions with an assertion
- * (the text in quotation marks), those of this header with "coreMD.hpp: ...". Memory that runs out is std::bad_alloc, out
- * of Detector, AddZone, ReplaceZones, Detect, Background, SaveState and LoadState.
+ * (the text in quotation marks), those of this header with "coreMD.hpp: ...". TryAddZone and TryDetect refuse instead, and
+ * say why. Memory that runs out is std::bad_alloc, out of Detector, AddZone, ReplaceZones, Detect, Background, SaveState and
+ * LoadState.
  *
  * Threads: one thread at a time per detector; detectors share nothing, but for one rand() that each draws when it is made.
  */
@@ -293,6 +294,22 @@ struct BackgroundPicture {
     bool IsKnown(int column, int row) const { return known[static_cast<std::size_t>(row * columns + column)] != 0; }
 };
 
+// What became of an attempt: it was made, or refused because of a condition that it would have broken. The shape of
+// std::expected<void, const char*>, which C++20 lacks.
+class [[nodiscard]] Attempt {
+public:
+    constexpr Attempt() = default;
+    constexpr explicit Attempt(const char* broken) : _broken(broken) {}  // null: it was made
+
+    constexpr bool has_value() const noexcept { return !_broken; }
+    constexpr explicit operator bool() const noexcept { return has_value(); }
+    // The text of the condition, of one that was refused: the one that Detect or AddZone would have ended with. Never freed.
+    constexpr const char* error() const noexcept { return _broken; }
+
+private:
+    const char* _broken = nullptr;
+};
+
 // ---- The detector -------------------------------------------------------------------------------------------------------
 
 class Detector {
@@ -320,9 +337,18 @@ public:
     // filled ("currentZone->pixelMapWidth == blockCountX"), unless the detector starts afresh before: that is what
     // ReplaceZones is for. The mask must hold columns * rows bytes and not be null ("source").
     void AddZone(const Zone& zone) {
-        Require(HoldsItsMask(zone), "AddZone: mask holds fewer than columns * rows bytes");
+        Require("AddZone", MissingFrom(zone));
         MDZoneInfo record = RecordOf(zone);
         h12(&_handle, &record);
+    }
+
+    // Adds it where AddZone would not end the process, else says why not: nothing has changed then.
+    Attempt TryAddZone(const Zone& zone) {
+        if (const char* const missing = MissingFrom(zone)) return Attempt(missing);
+        MDZoneInfo record = RecordOf(zone);
+        if (const char* const broken = coreMD_CheckZone(&_handle, &record)) return Attempt(broken);
+        h12(&_handle, &record);
+        return Attempt();
     }
 
     // Adds a zone that covers everything. The sizes are fractions 0..1 of the grid's, 0 keeps all objects.
@@ -346,7 +372,7 @@ public:
         std::vector<MDZoneInfo> records;
         records.reserve(zones.size() + 1);  // never null
         for (const Zone& zone : zones) {
-            Require(HoldsItsMask(zone), "ReplaceZones: mask holds fewer than columns * rows bytes");
+            Require("ReplaceZones", MissingFrom(zone));
             records.push_back(RecordOf(zone));
         }
         Detector successor(_columns, _rows);
@@ -364,29 +390,18 @@ public:
     // Processes one frame. Ends the process where the frame's sizes are outside their ranges or its spans shorter than they
     // say; further preconditions, on zones and objects, are at h13.
     void Detect(const Frame& frame) {
-        const bool hasBlocks = frame.columns > 0 && frame.rows > 0;
-        const std::size_t blocks = hasBlocks ? Product(frame.columns, frame.rows) : 0;
-        Require(frame.ycbcr.size() >= 3 * blocks, "Detect: ycbcr holds fewer than 3 * columns * rows bytes");
-        Require(frame.mpeg4ReferenceLuma.empty() || frame.mpeg4ReferenceLuma.size() >= blocks,
-                "Detect: mpeg4ReferenceLuma holds fewer than columns * rows bytes");
-        DetectionInfo record{};
-        record.width = frame.columns;
-        record.height = frame.rows;
-        record.bgr24stride = 3 * frame.columns;
-        record.timestamp = frame.time.count();
-        record.bgr24ForEachBlock = Readable(frame.ycbcr);  // its pixels are not read; these are as many bytes
-        record.ycbcrForEachBlock = Readable(frame.ycbcr);
-        record.mpeg4ReferenceLuma = Readable(frame.mpeg4ReferenceLuma);
-        record.isIFrame = frame.isIFrame;
-        record.fps = frame.fps;
-        record.passThroughFlag = frame.passThrough;
-        record.detectShadow = frame.detectShadow;
-        record.isMPEG4 = frame.isMPEG4;
-        record.isH264Partly = frame.isPartlyH264;
-        record.isH264PartlyIFrame = frame.isPartlyH264IFrame;
-        _columns = frame.columns;
-        _rows = frame.rows;
-        h13(&_handle, &record);
+        Require("Detect", MissingFrom(frame));
+        Show(RecordOf(frame));
+    }
+
+    // Processes it where Detect would not end the process, else says why not: the detector is as it was then, and takes the
+    // next frame. What that costs, on few grids and with few zones: coreMD_CheckFrame.
+    Attempt TryDetect(const Frame& frame) {
+        if (const char* const missing = MissingFrom(frame)) return Attempt(missing);
+        const DetectionInfo record = RecordOf(frame);
+        if (const char* const broken = coreMD_CheckFrame(&_handle, &record)) return Attempt(broken);
+        Show(record);
+        return Attempt();
     }
 
     // The grid of the last frame, 0 before the first.
@@ -414,8 +429,9 @@ public:
     // flags may be left out. False, and nothing written, before the first frame.
     bool DrawBackground(std::span<std::uint8_t> bgr, std::span<std::int32_t> known = {}) {
         const std::size_t blocks = Product(_columns, _rows);
-        Require(bgr.size() >= 3 * blocks, "DrawBackground: bgr holds fewer than 3 * columns * rows bytes");
-        Require(known.empty() || known.size() >= blocks, "DrawBackground: known holds fewer than columns * rows flags");
+        Require("DrawBackground", bgr.size() < 3 * blocks ? "bgr holds fewer than 3 * columns * rows bytes" : nullptr);
+        Require("DrawBackground",
+                !known.empty() && known.size() < blocks ? "known holds fewer than columns * rows flags" : nullptr);
         return h33(&_handle, bgr.data(), known.empty() ? nullptr : known.data()) == 0;
     }
 
@@ -450,20 +466,6 @@ public:
 private:
     Detector(int columns, int rows) : _columns(columns), _rows(rows) {}  // no handle yet
 
-    static bool HoldsItsMask(const Zone& zone) {
-        return zone.columns <= 0 || zone.rows <= 0 || zone.mask.size() >= Product(zone.columns, zone.rows);
-    }
-    static MDZoneInfo RecordOf(const Zone& zone) {
-        MDZoneInfo record{};
-        record.mask = Readable(zone.mask);
-        record.maskWidth = zone.columns;
-        record.maskHeight = zone.rows;
-        record.zoneValue = zone.value;
-        record.minObjectWidth = zone.minObjectWidth;
-        record.minObjectHeight = zone.minObjectHeight;
-        return record;
-    }
-
     static std::size_t Product(int columns, int rows) {
         return static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows);
     }
@@ -471,9 +473,58 @@ private:
     // The C records have no const; the library does not write to what goes in.
     static std::uint8_t* Readable(std::span<const std::uint8_t> bytes) { return const_cast<std::uint8_t*>(bytes.data()); }
 
-    static void Require(bool condition, const char* failure) {
-        if (condition) return;
-        std::fprintf(stderr, "coreMD.hpp: coremd::Detector::%s\n", failure);
+    // What a span lacks, null where all are as long as their record says.
+    static const char* MissingFrom(const Zone& zone) {
+        const bool hasCells = zone.columns > 0 && zone.rows > 0;
+        if (hasCells && zone.mask.size() < Product(zone.columns, zone.rows))
+            return "mask holds fewer than columns * rows bytes";
+        return nullptr;
+    }
+    static const char* MissingFrom(const Frame& frame) {
+        const bool hasBlocks = frame.columns > 0 && frame.rows > 0;
+        const std::size_t blocks = hasBlocks ? Product(frame.columns, frame.rows) : 0;
+        if (frame.ycbcr.size() < 3 * blocks) return "ycbcr holds fewer than 3 * columns * rows bytes";
+        if (!frame.mpeg4ReferenceLuma.empty() && frame.mpeg4ReferenceLuma.size() < blocks)
+            return "mpeg4ReferenceLuma holds fewer than columns * rows bytes";
+        return nullptr;
+    }
+
+    static MDZoneInfo RecordOf(const Zone& zone) {
+        return {.mask = Readable(zone.mask),
+                .maskWidth = zone.columns,
+                .maskHeight = zone.rows,
+                .zoneValue = zone.value,
+                .minObjectWidth = zone.minObjectWidth,
+                .minObjectHeight = zone.minObjectHeight};
+    }
+    static DetectionInfo RecordOf(const Frame& frame) {
+        DetectionInfo record{};
+        record.width = frame.columns;
+        record.height = frame.rows;
+        record.bgr24stride = static_cast<std::int32_t>(3u * static_cast<unsigned>(frame.columns));  // of any column count
+        record.timestamp = frame.time.count();
+        record.bgr24ForEachBlock = Readable(frame.ycbcr);  // its pixels are not read; these are as many bytes
+        record.ycbcrForEachBlock = Readable(frame.ycbcr);
+        record.mpeg4ReferenceLuma = Readable(frame.mpeg4ReferenceLuma);
+        record.isIFrame = frame.isIFrame;
+        record.fps = frame.fps;
+        record.passThroughFlag = frame.passThrough;
+        record.detectShadow = frame.detectShadow;
+        record.isMPEG4 = frame.isMPEG4;
+        record.isH264Partly = frame.isPartlyH264;
+        record.isH264PartlyIFrame = frame.isPartlyH264IFrame;
+        return record;
+    }
+
+    void Show(DetectionInfo record) {
+        _columns = record.width;
+        _rows = record.height;
+        h13(&_handle, &record);
+    }
+
+    static void Require(const char* operation, const char* failure) {
+        if (!failure) return;
+        std::fprintf(stderr, "coreMD.hpp: coremd::Detector::%s: %s\n", operation, failure);
         std::abort();
     }
 

@@ -1,9 +1,10 @@
-// How does a host reach the detector?  Handle checks, then one forward per function.
+// How does a host reach the detector?  Handle checks, then one forward per function; checks alone, before a call.
 #include "coreMD.h"
 
 #include <cstring>
 #include <memory>
 
+#include "detector/CallCheck.h"
 #include "detector/DetectorState.h"
 #include "detector/MotionDetector.h"
 #include "utils/Assert.h"
@@ -15,12 +16,19 @@ namespace {
 constexpr char getDetector[] = "MD::MotionDetector* GetDetector(void**)";  // asks the questions, as hosts know them
 
 // The host's variable points to a heap cell, the cell to the detector: the variable never changes while it lives.
+MotionDetector* InCell(void* cell) { return *static_cast<MotionDetector**>(cell); }
+
+MD::Broken BrokenHandle(void** ptr) {
+    MD_UNLESS(ptr, getDetector);
+    MD_UNLESS(*ptr, getDetector);
+    const MotionDetector* const res = InCell(*ptr);
+    MD_UNLESS(res, getDetector);
+    return {};
+}
+
 MotionDetector* Behind(void** ptr) {
-    MD_ASSERT_AT(ptr, "ptr", __FILE__, __LINE__, getDetector);
-    MD_ASSERT_AT(*ptr, "*ptr", __FILE__, __LINE__, getDetector);
-    MotionDetector* const res = *static_cast<MotionDetector**>(*ptr);
-    MD_ASSERT_AT(res, "res", __FILE__, __LINE__, getDetector);
-    return res;
+    MD::Ensure(BrokenHandle(ptr));
+    return InCell(*ptr);
 }
 
 }  // namespace
@@ -88,6 +96,25 @@ int32_t h16(void) { return 0; }
 void h34(void) {}
 
 int32_t coreMD_Version(void) { return COREMD_VERSION; }
+
+const char* coreMD_CheckHandle(DetectorHandle* handle) { return BrokenHandle(handle).text; }
+
+const char* coreMD_CheckZone(DetectorHandle* handle, const MDZoneInfo* zone) {
+    const char* const broken = coreMD_CheckHandle(handle);
+    return broken ? broken : MD::CallCheck::OfZone(zone);
+}
+
+const char* coreMD_CheckFrame(DetectorHandle* handle, const DetectionInfo* info) {
+    const char* const broken = coreMD_CheckHandle(handle);
+    return broken ? broken : MD::CallCheck::OfFrame(*InCell(*handle), info);
+}
+
+const char* coreMD_CheckObject(DetectorHandle* handle) {
+    const char* const broken = coreMD_CheckHandle(handle);
+    return broken ? broken : MD::CallCheck::OfObject(*InCell(*handle));
+}
+
+void coreMD_SetFailureHandler(coreMD_FailureHandler handler, void* context) { MD::SetFailureListener({handler, context}); }
 
 int64_t coreMD_StateSize(DetectorHandle* handle) { return static_cast<int64_t>(MD::DetectorState::Size(*Behind(handle))); }
 

@@ -1,7 +1,8 @@
 // How does a detector go on with other zones?  As one that had them all along: a copy of all but the zones, whose last
-// result is made anew. Called by the C interface.
+// result is made anew. Called by the C interface. And how is a copy made that one frame is shown to?  Called by CallCheck.
 #include <algorithm>
 #include <cstdint>
+#include <vector>
 
 #include "detector/DetectorState.h"
 #include "detector/MotionDetector.h"
@@ -24,7 +25,7 @@ void CopyPlanes(const Planes& planes, const Owner& from, Owner& to, std::size_t 
 
 }  // namespace
 
-std::unique_ptr<MotionDetector> DetectorState::WithZones(const MotionDetector& from, std::span<const MDZoneInfo> zones) {
+std::unique_ptr<MotionDetector> DetectorState::WithoutResult(const MotionDetector& from, std::span<const MDZoneInfo> zones) {
     std::unique_ptr<MotionDetector> successor(new MotionDetector(from._skipPhase));
     MotionDetector& to = *successor;
     for (MDZoneInfo zone : zones) to.AddMDZone(&zone);
@@ -41,9 +42,28 @@ std::unique_ptr<MotionDetector> DetectorState::WithZones(const MotionDetector& f
     CopyValues(StateLists::detectorValues, from, to);
     CopyValues(StateLists::statisticsValues, from._frameStatistics, to._frameStatistics);
     CopyValues(StateLists::machineValues, from._h264PartlyStatistic, to._h264PartlyStatistic);
-    to.FindObjectsAgain();
     to._isOutOfReach = true;
     return successor;
+}
+
+std::unique_ptr<MotionDetector> DetectorState::WithZones(const MotionDetector& from, std::span<const MDZoneInfo> zones) {
+    std::unique_ptr<MotionDetector> successor = WithoutResult(from, zones);
+    successor->FindObjectsAgain();
+    return successor;
+}
+
+std::unique_ptr<MotionDetector> DetectorState::Copy(const MotionDetector& from) {
+    std::vector<MDZoneInfo> zones;
+    for (const MDZone* zone = from._zones._first; zone; zone = zone->next)
+        zones.push_back(
+            {zone->map, zone->mapWidth, zone->mapHeight, zone->zoneValue, zone->minObjectWidth, zone->minObjectHeight});
+    std::unique_ptr<MotionDetector> copy = WithoutResult(from, zones);
+    MDZone* fitted = copy->_zones._first;
+    for (const MDZone* zone = from._zones._first; zone; zone = zone->next, fitted = fitted->next) {
+        fitted->pixelMapWidth = zone->pixelMapWidth;
+        fitted->pixelMapHeight = zone->pixelMapHeight;
+    }
+    return copy;
 }
 
 }  // namespace MD

@@ -38,7 +38,11 @@ public:
     // Draws no rand(). The last result is made anew, which may be as fatal as in Detect.
     static std::unique_ptr<MotionDetector> WithZones(const MotionDetector& from, std::span<const MDZoneInfo> zones);
 
+    // One that does in the next frame what this one would; with its zones, fitted or not, and without a last result.
+    static std::unique_ptr<MotionDetector> Copy(const MotionDetector& from);
+
 private:
+    static std::unique_ptr<MotionDetector> WithoutResult(const MotionDetector& from, std::span<const MDZoneInfo> zones);
     static void MakeRoom(MotionDetector& detector, int columns, int rows, std::span<const std::uint8_t> objects);
 };
 

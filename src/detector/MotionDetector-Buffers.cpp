@@ -111,7 +111,8 @@ MotionDetector::MotionDetector(int skipPhase)
       _merger(std::make_unique<ObjectMerger>()),
       _isOutOfReach(false),
       _shadowRowFirst(0),
-      _shadowRowLast(0) {
+      _shadowRowLast(0),
+      _isTrial(false) {
     InitBuffers();
     _h264FrameCounter = 0;
 }
@@ -146,11 +147,16 @@ void MotionDetector::AllocateBuffers(DetectionInfo* info) {
     }
 }
 
+Broken MotionDetector::BrokenStart() const {
+    const MDZone* const first = _zones._first;
+    MD_UNLESS(first, "void MD::MotionDetector::MakeBuffers(DetectionInfo*)");
+    return {};
+}
+
 void MotionDetector::MakeBuffers(DetectionInfo* info) {
     MakeArrays(info);
-    MDZone* const first = _zones._first;
-    assert(first);
-    for (MDZone* zone = first; zone; zone = zone->next) zone->InitPixelMap(info->width, info->height);
+    Ensure(BrokenStart());
+    for (MDZone* zone = _zones._first; zone; zone = zone->next) zone->InitPixelMap(info->width, info->height);
 }
 
 // All but the zones' maps.
@@ -190,8 +196,12 @@ void MotionDetector::ReleaseBuffers() {
     for (int i = 0; i < AllBuffersCount; ++i) _buffers[i].release(_buffers[i].member);
 }
 
+bool MotionDetector::StartsAfresh(const DetectionInfo& info) const {
+    return info.width != blockCountX || info.height != blockCountY || _currentTime > info.timestamp;
+}
+
 void MotionDetector::CheckMemBuffers(DetectionInfo* info) {
-    if (info->width == blockCountX && info->height == blockCountY && _currentTime <= info->timestamp) return;
+    if (!StartsAfresh(*info)) return;
     _detectShadow = info->detectShadow != 0;
     _extraFlag1 = info->extraFlag1 != 0;
     _extraFlag2 = info->extraFlag2 != 0;
@@ -207,7 +217,7 @@ void MotionDetector::CopyImagesToInternalBuffers(DetectionInfo* info) {
 
 bool MotionDetector::TakeFrame(DetectionInfo* info) {
     FrameStatistics& s = _frameStatistics;
-    const bool isOutsideRing = _h264PartlyIsOptimized && !_h264PartlyIsIFrame;
+    const bool isOutsideRing = !EntersRing(_h264PartlyIsOptimized, _h264PartlyIsIFrame);
     if (!isOutsideRing) s.ShiftToNewFrame();
     unsigned char* const frame = isOutsideRing ? s._currentFrame : s.FrameOfAge(0);
     const unsigned char* const planes = info->ycbcrForEachBlock;

@@ -6,14 +6,23 @@
 #include "utils/Assert.h"
 
 namespace MD {
+namespace {
+
+constexpr char detect[] = "void MD::MotionDetector::Detect(DetectionInfo*, bool)";  // asks, as its message says
+
+}  // namespace
+
+Broken MotionDetector::BrokenRecord(const DetectionInfo* info) {
+    MD_UNLESS(info, detect);
+    MD_UNLESS(info->width > 0 && info->width < 10000, detect);
+    MD_UNLESS(info->height > 0 && info->height < 10000, detect);
+    MD_UNLESS(info->bgr24stride > 0, detect);
+    MD_UNLESS(info->bgr24ForEachBlock, detect);
+    return {};
+}
 
 void MotionDetector::Detect(DetectionInfo* info, bool updateBackground) {
-    assert(info);
-    assert(info->width > 0 && info->width < 10000);
-    assert(info->height > 0 && info->height < 10000);
-    assert(info->bgr24stride > 0);
-    assert(info->bgr24ForEachBlock);
-
+    Ensure(BrokenRecord(info));
     _passThroughFlag = info->passThroughFlag != 0;
     _isIFrame = info->isIFrame != 0;
     _h264PartlyIsOptimized = info->isH264Partly != 0;

@@ -45,8 +45,13 @@ int MotionDetector::GetNextMDZoneResult(MDZoneDetectionInfo* out) {
     return delivered;
 }
 
+Broken MotionDetector::BrokenReadout() const {
+    MD_UNLESS(_isObject, "int MD::MotionDetector::GetNextMotionObject(MDObjectInfo*)");
+    return {};
+}
+
 int MotionDetector::GetNextMotionObject(MDObjectInfo* out) {
-    assert(_isObject);
+    Ensure(BrokenReadout());
     if (!_nextMotionObject) return exhausted;
     const MotionObject& object = *_nextMotionObject;
     const bool hasBlocks = object.objectPixelsCount != 0;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "detector/CallCheck.h"
 #include "detector/MotionDetector.h"
 #include "detector/kernels/Segmentation.h"
 #include "utils/Assert.h"
@@ -24,6 +25,17 @@ ObjectBlocks BlocksOf(const MotionObject& object) {
 bool IsLargeEnough(short smallest, short largest, int gridExtent, float minFraction) {
     const short extent = static_cast<short>(largest + 1 - smallest);
     return !(static_cast<float>(extent) < std::trunc(static_cast<float>(gridExtent) * minFraction));
+}
+
+// What depends on the content of pictures.
+Broken BrokenLabel(unsigned short label) {
+    const short motionObjectsCount = static_cast<short>(label);
+    MD_UNLESS_IN(MD_DETECTOR_SOURCE, motionObjectsCount >= 0, Kernels::processOneZone);
+    return {};
+}
+Broken BrokenSmallObject(int mOBlocksCount, int blockCount) {
+    MD_UNLESS_IN(MD_DETECTOR_SOURCE, mOBlocksCount > 0 && mOBlocksCount < blockCount, Kernels::removeSmallObjects);
+    return {};
 }
 
 }  // namespace
@@ -54,15 +66,26 @@ void MotionDetector::StartLabels() {
     _foregroundGroupCount = Kernels::FindForegroundGroups(_isObject, _foregroundGroups.get(), BlockGrid());
 }
 
+void MotionDetector::EnsureOfFrame(const Broken& broken) const {
+    if (broken.text && _isTrial) [[unlikely]]
+        throw TrialEnd{broken.text};
+    Ensure(broken);
+}
+
+Broken MotionDetector::BrokenFit(const MDZone* currentZone) const {
+    MD_UNLESS_IN(MD_DETECTOR_SOURCE, currentZone->map, Kernels::processOneZone);
+    MD_UNLESS_IN(MD_DETECTOR_SOURCE, currentZone->pixelMapWidth == blockCountX, Kernels::processOneZone);
+    MD_UNLESS_IN(MD_DETECTOR_SOURCE, currentZone->pixelMapHeight == blockCountY, Kernels::processOneZone);
+    return {};
+}
+
 // The zone at the cursor.
 void MotionDetector::ProcessZone() {
     if (!_processZones) _nextMotionObject = nullptr;  // it may point to an object that ends here
     _zonePool.ReleaseBusyList();
     MDZone* const currentZone = _nextProcessZone;
     if (!currentZone) return;
-    MD_DETECTOR_ASSERT(currentZone->map, Kernels::processOneZone);
-    MD_DETECTOR_ASSERT(currentZone->pixelMapWidth == blockCountX, Kernels::processOneZone);
-    MD_DETECTOR_ASSERT(currentZone->pixelMapHeight == blockCountY, Kernels::processOneZone);
+    EnsureOfFrame(BrokenFit(currentZone));
 
     const int motionBlocksCount = CollectMovingBlocks(currentZone);
     MD_DETECTOR_ASSERT(motionBlocksCount <= blockCount, Kernels::processOneZone);
@@ -83,8 +106,7 @@ void MotionDetector::ProcessZone() {
         _objectsMap[offsetTmp1] = label;
         int count = 1, processed = 0;
         BuildCurrentMovingObject(processed, count, label);
-        const short motionObjectsCount = static_cast<short>(label);
-        MD_DETECTOR_ASSERT(motionObjectsCount >= 0, Kernels::processOneZone);
+        EnsureOfFrame(BrokenLabel(label));
         if (KeepObject(count, label)) lastLabel = label;
     }
     RemoveSmallObjects(currentZone);
@@ -178,10 +200,9 @@ void MotionDetector::RemoveSmallObjects(MDZone* zone) {
         const bool isKept = IsLargeEnough(object->minX, object->maxX, zone->pixelMapWidth, zone->minObjectWidth) &&
                             IsLargeEnough(object->minY, object->maxY, zone->pixelMapHeight, zone->minObjectHeight);
         if (!isKept) {
-            const int mOBlocksCount = object->objectPixelsCount;
             const short* const curObjMotionBlocksX = object->motionX;
             const short* const curObjMotionBlocksY = object->motionY;
-            MD_DETECTOR_ASSERT(mOBlocksCount > 0 && mOBlocksCount < blockCount, Kernels::removeSmallObjects);
+            EnsureOfFrame(BrokenSmallObject(object->objectPixelsCount, blockCount));
             MD_DETECTOR_ASSERT(curObjMotionBlocksX && curObjMotionBlocksY, Kernels::removeSmallObjects);
             Kernels::RelabelObject(BlocksOf(*object), _objectsMap, 0, BlockGrid());
             _zonePool.RemoveFromBusy(object);
@@ -190,6 +211,12 @@ void MotionDetector::RemoveSmallObjects(MDZone* zone) {
         object = predecessor;
     }
     ResolveMotionObjectsMapIndex(_zonePool, lowestRemoved);
+}
+
+// Only what a fraction above 1 asks for is larger than the grid.
+bool MotionDetector::MayDropWholeGrid(const MDZone& zone) const {
+    return !IsLargeEnough(0, static_cast<short>(blockCountX - 1), blockCountX, zone.minObjectWidth) ||
+           !IsLargeEnough(0, static_cast<short>(blockCountY - 1), blockCountY, zone.minObjectHeight);
 }
 
 void MotionDetector::ResolveMotionObjectsMapIndex(MotionObjectPool& pool, int fromIndex) {

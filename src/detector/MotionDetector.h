@@ -19,8 +19,10 @@
 
 namespace MD {
 
+class CallCheck;
 class DetectorState;
 class ObjectMerger;
+struct Broken;
 namespace Kernels {
 struct BlockGroup;
 struct ObjectBlocks;
@@ -215,10 +217,21 @@ public:
 private:
     friend int32_t(::h15)(DetectorHandle*);
     friend MotionDetector*(::GetDetector)(void**);
+    friend class CallCheck;
     friend class DetectorState;
 
     MD_INTERNAL explicit MotionDetector(int skipPhase);  // draws nothing
 
+    // The first condition of a call that does not hold. Calls ensure them on their way, CallCheck asks before a call.
+    MD_INTERNAL static Broken BrokenRecord(const DetectionInfo* info);
+    MD_INTERNAL Broken BrokenStart() const;
+    MD_INTERNAL Broken BrokenFit(const MDZone* currentZone) const;
+    MD_INTERNAL Broken BrokenReadout() const;
+    MD_INTERNAL bool MayDropWholeGrid(const MDZone& zone) const;
+    MD_INTERNAL void EnsureOfFrame(const Broken& broken) const;  // of a trial, the end is an exception: TrialEnd
+
+    MD_INTERNAL bool StartsAfresh(const DetectionInfo& info) const;
+    static bool EntersRing(bool isH264Partly, bool isH264PartlyIFrame) { return !isH264Partly || isH264PartlyIFrame; }
     MD_INTERNAL BlockRange AllBlocks() const { return {0, static_cast<std::size_t>(blockCount)}; }
     MD_INTERNAL Grid BlockGrid() const { return {blockCountX, blockCountY}; }
 
@@ -250,6 +263,7 @@ private:
     bool _isOutOfReach;   // of hosts: they know the handle only, and write to none of the members
     int _shadowRowFirst;  // rows first to last - 1 of the shadow planes may hold more than zeros
     int _shadowRowLast;
+    bool _isTrial;  // a copy that is shown a frame to see what becomes of it
 };
 
 }  // namespace MD

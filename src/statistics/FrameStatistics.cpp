@@ -78,12 +78,15 @@ void FrameStatistics::ReleaseBuffers() {
 }
 
 void FrameStatistics::EndAtNegativePlace() {
-    __assert_fail("n>=0", "MotionDetector.h", 90, "int MD::FrameStatistics::QueuePos(int)");
+    EndProcess({"n>=0", "MotionDetector.h", 90, "int MD::FrameStatistics::QueuePos(int)"});
 }
 
+bool FrameStatistics::IsNextTheLastOfTheRing() const { return !_isFilled && QueuePos(1) == 0; }
+
 void FrameStatistics::ShiftToNewFrame() {
+    const bool fills = IsNextTheLastOfTheRing();
     _position = QueuePos(1);
-    if (!_isFilled && _position == 0) {
+    if (fills) {
         _isFilled = true;
         _needReCalculate = true;
     }

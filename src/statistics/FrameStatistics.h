@@ -48,7 +48,7 @@ public:
     void ReCalculate(bool isH264Partly);
 
     // Slot of the ring n places after the newest frame's; n >= 0. The frame of age k is in slot QueuePos(11 - k).
-    MD_INTERNAL int QueuePos(int n) {
+    MD_INTERNAL int QueuePos(int n) const {
         if (n < 0) EndAtNegativePlace();
         return static_cast<int>((static_cast<unsigned>(_position) + static_cast<unsigned>(n)) % ringLength);
     }
@@ -80,6 +80,7 @@ public:
     Utils::BufferSlot* _buffers;   // AllBuffersCount entries
 
 private:
+    friend class CallCheck;
     friend class MotionDetector;
 
     static constexpr unsigned ringLength = 11;
@@ -88,6 +89,7 @@ private:
 
     // Update in two halves, for the detector, which has more to ask of every block while it is in cache: BeginUpdate does
     // all but the standard step and says whether that is due; StepStandard then takes every block once.
+    MD_INTERNAL bool IsNextTheLastOfTheRing() const;  // which the next ShiftToNewFrame fills then
     MD_INTERNAL bool BeginUpdate(bool isH264Partly);
     MD_INTERNAL void StepStandard(BlockRange range);
 

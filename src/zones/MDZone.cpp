@@ -110,7 +110,21 @@ void MDZone::InitPixelMap(int width, int height) {
 
 MDZoneList::MDZoneList() : _first(nullptr), _last(nullptr), _count(0) {}
 
+Broken MDZoneList::BrokenRecord(const MDZoneInfo* zone) {
+    MD_UNLESS(zone, "void MD::MDZoneList::Add(MDZoneInfo*)");
+    return {};
+}
+
+// What else ends Add, in the order in which it is found: a size that no mask has is an exception of the allocation.
+Broken MDZoneList::BrokenMask(const MDZoneInfo& zone) {
+    const auto& [mask, maskWidth, maskHeight, zoneValue, minObjectWidth, minObjectHeight] = zone;
+    if (!Utils::IsArrayLength<unsigned char>(CellCount(maskWidth, maskHeight)))
+        return {.text = "maskWidth * maskHeight >= 0"};
+    return Utils::BrokenSource(mask, "");
+}
+
 void MDZoneList::Add(MDZoneInfo* info) {
+    Ensure(BrokenRecord(info));
     MDZone* zone = new MDZone(info->mask, info->maskWidth, info->maskHeight, info->zoneValue, info->minObjectWidth,
                               info->minObjectHeight);
     zone->prev = _last;

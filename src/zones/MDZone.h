@@ -2,8 +2,11 @@
 #pragma once
 
 #include "coreMD.h"
+#include "utils/Visibility.h"
 
 namespace MD {
+
+struct Broken;
 
 class COREMD_API MDZone {
 public:
@@ -43,12 +46,18 @@ class COREMD_API MDZoneList {
 public:
     MDZoneList();
 
-    void Add(MDZoneInfo* info);  // appends a zone built from the record, which must not be null
+    void Add(MDZoneInfo* info);  // appends a zone built from the record; fatal "zone" where that is null
     void Release();              // destroys all zones; fatal "_count == 0" when the count disagrees with the links
 
     MDZone* _first;
     MDZone* _last;
     int _count;
+
+private:
+    friend class CallCheck;
+
+    MD_INTERNAL static Broken BrokenRecord(const MDZoneInfo* zone);
+    MD_INTERNAL static Broken BrokenMask(const MDZoneInfo& zone);
 };
 
 }  // namespace MD

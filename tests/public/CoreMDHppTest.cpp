@@ -173,7 +173,14 @@ void AddFrame(Kit::OutputDigest& digest, Detector& detector, std::size_t blockCo
     digest.AddArray(background.known.data(), blockCount);
 }
 
-std::uint64_t DigestOfFace(Kit::InputKind kind, int changedFrame = -1) {
+// Refused calls between good ones leave no trace.
+void TryWhatIsWrong(Detector& detector, coremd::Frame frame) {
+    frame.rows = 0;
+    EXPECT_STREQ(detector.TryDetect(frame).error(), "info->height > 0 && info->height < 10000");
+    EXPECT_STREQ(detector.TryAddZone({.mask = {}, .columns = 1, .rows = -1}).error(), "maskWidth * maskHeight >= 0");
+}
+
+std::uint64_t DigestOfFace(Kit::InputKind kind, int changedFrame = -1, bool isTrying = false) {
     std::srand(1);
     Detector detector;
     const coremd::Zone second{.mask = otherMask, .columns = 2, .rows = 1, .minObjectWidth = 0.1f, .minObjectHeight = 0.2f};
@@ -195,18 +202,24 @@ std::uint64_t DigestOfFace(Kit::InputKind kind, int changedFrame = -1) {
             detector.AddZone(second);
             info.timestamp = -1;
         }
-        detector.Detect({.columns = info.width,
-                         .rows = info.height,
-                         .ycbcr = {info.ycbcrForEachBlock, 3 * blockCount},
-                         .time = coremd::Ticks(info.timestamp),
-                         .fps = info.fps,
-                         .detectShadow = info.detectShadow != 0,
-                         .isIFrame = info.isIFrame != 0,
-                         .passThrough = info.passThroughFlag != 0,
-                         .isMPEG4 = info.isMPEG4 != 0,
-                         .mpeg4ReferenceLuma = reference,
-                         .isPartlyH264 = info.isH264Partly != 0,
-                         .isPartlyH264IFrame = info.isH264PartlyIFrame != 0});
+        const coremd::Frame shown{.columns = info.width,
+                                  .rows = info.height,
+                                  .ycbcr = {info.ycbcrForEachBlock, 3 * blockCount},
+                                  .time = coremd::Ticks(info.timestamp),
+                                  .fps = info.fps,
+                                  .detectShadow = info.detectShadow != 0,
+                                  .isIFrame = info.isIFrame != 0,
+                                  .passThrough = info.passThroughFlag != 0,
+                                  .isMPEG4 = info.isMPEG4 != 0,
+                                  .mpeg4ReferenceLuma = reference,
+                                  .isPartlyH264 = info.isH264Partly != 0,
+                                  .isPartlyH264IFrame = info.isH264PartlyIFrame != 0};
+        if (isTrying) {
+            TryWhatIsWrong(detector, shown);
+            EXPECT_TRUE(detector.TryDetect(shown)) << frame;
+        } else {
+            detector.Detect(shown);
+        }
         AddFrame(digest, detector, blockCount);
     }
     return digest.Value();
@@ -218,6 +231,12 @@ TEST(CoreMDHppTest, SameOutputsAsTheCFunctions) {
     using enum Kit::InputKind;
     for (const Kit::InputKind kind : {Standard, StandardWithShadows, MPEG4, PartlyH264})
         EXPECT_EQ(DigestOfFace(kind), DigestOfC(kind)) << static_cast<int>(kind);
+}
+
+TEST(CoreMDHppTest, TriedFramesGiveTheSameOutputs) {
+    using enum Kit::InputKind;
+    for (const Kit::InputKind kind : {StandardWithShadows, MPEG4, PartlyH264})
+        EXPECT_EQ(DigestOfFace(kind, -1, true), DigestOfC(kind)) << static_cast<int>(kind);
 }
 
 TEST(CoreMDHppTest, AChangedBlockChangesTheOutputs) {

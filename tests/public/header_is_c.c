@@ -21,6 +21,10 @@ static uint8_t planes[3 * blocks], bgr[3 * blocks], mask[4] = {1, 1, 1, 1}, imag
 static int32_t isKnown[blocks], width, height;
 static uint8_t state[100000];
 
+static void OnFailure(void* context, const char* condition, const char* file, int32_t line, const char* function) {
+    fprintf(stderr, "%s: %s:%d: %s: %s\n", (const char*)context, file, line, function, condition);
+}
+
 int main(void) {
     DetectorHandle handle = NULL, successor = NULL;
     DetectionInfo info;
@@ -32,7 +36,11 @@ int main(void) {
     int frame;
 
     EXPECT(coreMD_Version() == COREMD_VERSION);
+    coreMD_SetFailureHandler(OnFailure, copy);
+    EXPECT(strcmp(coreMD_CheckHandle(&handle), "*ptr") == 0);
     EXPECT(h15(&handle) == 0 && handle != NULL);
+    EXPECT(coreMD_CheckHandle(&handle) == NULL && coreMD_CheckZone(&handle, &zone) == NULL);
+    EXPECT(strcmp(coreMD_CheckZone(&handle, NULL), "zone") == 0 && strcmp(coreMD_CheckObject(&handle), "_isObject") == 0);
     EXPECT(h12(&handle, &zone) == 0);
     EXPECT(h33(&handle, image, isKnown) < 0);
     h35(&handle, 0);
@@ -53,6 +61,7 @@ int main(void) {
     info.passThroughFlag = 1;
     for (frame = 1; frame <= 45; ++frame) { /* nine seconds: time enough to learn the background */
         info.timestamp = frame * INT64_C(2000000);
+        EXPECT(coreMD_CheckFrame(&handle, &info) == NULL);
         h13(&handle, &info);
         EXPECT(h17(&handle, &summary) == (frame < 11 ? COREMD_NOT_READY : COREMD_DELIVERED));
     }
@@ -89,5 +98,6 @@ int main(void) {
     EXPECT(h11(&handle) == 0);
     h14(&handle);
     EXPECT(handle == NULL);
+    coreMD_SetFailureHandler(NULL, NULL);
     return 0;
 }

@@ -35,6 +35,12 @@ static_assert(std::is_same_v<decltype(h34), void()>);
 static_assert(std::is_same_v<decltype(h35), void(DetectorHandle*, int32_t)>);
 static_assert(std::is_same_v<decltype(h36), void(DetectorHandle*, int32_t)>);
 static_assert(std::is_same_v<decltype(coreMD_Version), int32_t()>);
+static_assert(std::is_same_v<decltype(coreMD_CheckHandle), const char*(DetectorHandle*)>);
+static_assert(std::is_same_v<decltype(coreMD_CheckZone), const char*(DetectorHandle*, const MDZoneInfo*)>);
+static_assert(std::is_same_v<decltype(coreMD_CheckFrame), const char*(DetectorHandle*, const DetectionInfo*)>);
+static_assert(std::is_same_v<decltype(coreMD_CheckObject), const char*(DetectorHandle*)>);
+static_assert(std::is_same_v<decltype(coreMD_SetFailureHandler), void(coreMD_FailureHandler, void*)>);
+static_assert(std::is_same_v<coreMD_FailureHandler, void (*)(void*, const char*, const char*, int32_t line, const char*)>);
 static_assert(std::is_same_v<decltype(coreMD_StateSize), int64_t(DetectorHandle*)>);
 static_assert(std::is_same_v<decltype(coreMD_SaveState), int32_t(DetectorHandle*, uint8_t*, int64_t)>);
 static_assert(
