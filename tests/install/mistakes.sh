@@ -32,11 +32,12 @@ says "coreMD.h: No such file" "$CC" -E "$examples/minimal.c"
 says "coreMD.hpp needs C++20" "$CXX" -std=c++17 $(pkg-config --cflags coreMD) -fsyntax-only "$examples/minimal.cpp"
 
 echo "-- started: no library, an older one"
-for example in minimal.c background_snapshot.cpp; do
+for source in "$examples"/{minimal.c,background_snapshot.cpp} "$here/hosts/uses_classes.cpp"; do
     compile=("$CC")
-    [[ $example == *.c ]] || compile=("$CXX" -std=c++20)
+    [[ $source == *.c ]] || compile=("$CXX" -std=c++20)
+    name=${source##*/}
     # shellcheck disable=SC2046
-    "${compile[@]}" "$examples/$example" -o "$trouble/${example%.*}" -Wl,-z,lazy \
+    "${compile[@]}" "$source" -o "$trouble/${name%.*}" -Wl,-z,lazy \
         $(pkg-config --cflags --libs coreMD-host coreMD)
 done
 says "libcoreMD.so.1: cannot open shared object file" "$trouble/minimal"
@@ -51,7 +52,7 @@ with() { LD_LIBRARY_PATH="$trouble/$1" "$trouble/$2"; } # library, program
 older other_node 'COREMD_0 { global: *; };'
 says "version \`COREMD_1' not found (required by" with other_node minimal
 older without_classes 'COREMD_1 { global: *; };'
-says "version \`COREMD_CLASSES' not found (required by" with without_classes background_snapshot
+says "version \`COREMD_CLASSES' not found (required by" with without_classes uses_classes
 older without_query 'COREMD_1 { global: *; }; COREMD_CLASSES { };'
 says "undefined symbol: coreMD_Version, version COREMD_1" with without_query background_snapshot
 older with_query 'COREMD_1 { global: *; }; COREMD_CLASSES { };' -DVERSION=9901
