@@ -51,7 +51,7 @@ struct SampleCount {
           isPowerOfTwo(std::has_single_bit(count)),
           shift(std::countr_zero(count)),
           isSmall(count < smallSampleCount),
-          smallShift(isSmall ? std::bit_width(count) - 1 : 0),
+          smallShift(isSmall ? static_cast<int>(std::bit_width(count)) - 1 : 0),
           smallFactor(static_cast<std::uint16_t>(isSmall && !isPowerOfTwo ? (65536u << smallShift) / count + 1 : 0)) {}
 
     std::uint64_t factor;  // 32 fractional bits
