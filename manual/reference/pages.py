@@ -1,6 +1,7 @@
 """How do declarations become pages of the manual?  One page per header that hosts include, one for all headers of the
 classes, and a list of them, in Markdown; as many links as there are names to link."""
 import html
+import os
 import re
 
 from . import comments, declarations, headers
@@ -23,9 +24,13 @@ def place_of(title):
 
 
 def title_of(declaration):
-    if declaration.name.startswith("@") or not declaration.name:
-        return declaration.text.split("\n")[0].rstrip(".") or "Constants"
-    return declaration.name
+    """Its name; of an enumeration without one what its comment says first, or what its values' names begin with."""
+    if not declaration.name.startswith("@"):
+        return declaration.name
+    first = re.split(r"[.:](?:\s|$)", declaration.text, maxsplit=1)[0].replace("\n", " ")
+    if first and len(first) <= 80:
+        return first
+    return os.path.commonprefix([value.name for value in declaration.members]) + "..."
 
 
 class Writer:
@@ -133,8 +138,8 @@ class Writer:
     def type_body(self, declaration, level):
         name = declaration.name
         text = declaration.text
-        if title_of(declaration) != name:  # the first line is the title already
-            text = text.partition("\n")[2]
+        if title_of(declaration) != name:  # what is the title already is not said twice
+            text = text.replace("\n", " ").removeprefix(title_of(declaration)).lstrip(".: ")
         out = [self.prose(text, name)] if text else []
         if declaration.kind == "enum":
             return "\n".join(out + [self.values(declaration.members, name)])

@@ -89,6 +89,7 @@ class Pages(unittest.TestCase):
                       "<td>boolean: that frame is an I-frame", page)
         self.assertIn("Creates a detector. Returns 0.", page)
         self.assertIn("#define COREMD_VERSION_PATCH", page)
+        self.assertRegex(page, r"(?m)^### Status of h17, h18 and h19$")  # it has no name
 
     def test_every_public_name_of_the_face(self):
         page = self.pages["api-coreMD-hpp.md"]
