@@ -11,6 +11,11 @@ target_compile_options(coreMD_rules INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow
     $<$<CXX_COMPILER_ID:Clang>:-Wno-pass-failed>)        # a loop that clang does not vectorise is slower, not wrong
 
+# On 32-bit x86, x87 arithmetic rounds otherwise than every other processor: SSE2 is what such a machine has to have.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4 AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(i[3-6]86|x86_64|AMD64)$")
+    target_compile_options(coreMD_rules INTERFACE -msse2 -mfpmath=sse)
+endif()
+
 # Linked after the rules by what runs once or writes text: compiled sooner, hardly slower.
 add_library(coreMD_light_rules INTERFACE)
 target_compile_options(coreMD_light_rules INTERFACE $<IF:$<CONFIG:Debug>,-O0,-O1>

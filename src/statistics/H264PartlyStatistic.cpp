@@ -27,31 +27,31 @@ H264PartlyStatistic::H264PartlyStatistic()
       _lastPFrameMotionTime(0),
       _pFrameMotionCount(0) {}
 
-void H264PartlyStatistic::InitializeIFrameAlgorithm(int frameNumber, long time) {
+void H264PartlyStatistic::InitializeIFrameAlgorithm(int frameNumber, std::int64_t time) {
     if (_lastPFrameNumber >= 0) return;
     _lastPFrameNumber = _lastPFrameMotionNumber = frameNumber;
     _lastPFrameTime = _lastPFrameMotionTime = time;
     _pFrameMotionCount = 0;
 }
 
-void H264PartlyStatistic::UpdatePFrameData(int frameNumber, long time) {
+void H264PartlyStatistic::UpdatePFrameData(int frameNumber, std::int64_t time) {
     _lastPFrameTime = time;
     _lastPFrameNumber = frameNumber;
 }
 
-void H264PartlyStatistic::UpdatePFrameMotionData(int frameNumber, long time) {
+void H264PartlyStatistic::UpdatePFrameMotionData(int frameNumber, std::int64_t time) {
     _lastPFrameMotionTime = time;
     _lastPFrameMotionNumber = frameNumber;
 }
 
 bool H264PartlyStatistic::AnalyseIFramesForMotion() { return _analyseIFramesForMotion; }
 
-bool H264PartlyStatistic::ExceededIFrameLimit(int frameNumber, long time) {
+bool H264PartlyStatistic::ExceededIFrameLimit(int frameNumber, std::int64_t time) {
     return Exceeded(frameNumber - _lastPFrameNumber, framesWithoutPFrame, Utils::ElapsedTicks(time, _lastPFrameTime),
                     ticksWithoutPFrame);
 }
 
-bool H264PartlyStatistic::ExceededNoMotionLimit(int frameNumber, long time) {
+bool H264PartlyStatistic::ExceededNoMotionLimit(int frameNumber, std::int64_t time) {
     return Exceeded(frameNumber - _lastPFrameMotionNumber, framesWithoutPFrameMotion,
                     Utils::ElapsedTicks(time, _lastPFrameMotionTime), ticksWithoutPFrameMotion);
 }

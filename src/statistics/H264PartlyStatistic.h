@@ -13,14 +13,14 @@ class COREMD_API H264PartlyStatistic {
 public:
     H264PartlyStatistic();
 
-    void InitializeIFrameAlgorithm(int frameNumber, long time);  // the first call counts, later ones do nothing
-    void UpdatePFrameData(int frameNumber, long time);           // a P-frame was seen
-    void UpdatePFrameMotionData(int frameNumber, long time);     // a P-frame with motion was seen
+    void InitializeIFrameAlgorithm(int frameNumber, std::int64_t time);  // the first call counts, later ones do nothing
+    void UpdatePFrameData(int frameNumber, std::int64_t time);           // a P-frame was seen
+    void UpdatePFrameMotionData(int frameNumber, std::int64_t time);     // a P-frame with motion was seen
 
     bool AnalyseIFramesForMotion();
-    bool ExceededIFrameLimit(int frameNumber, long time);    // no P-frame for 5 frames or 10 s
-    bool ExceededNoMotionLimit(int frameNumber, long time);  // no P-frame with motion for 120 frames or 40 s
-    bool ExceededPFrameMotionLimit();                        // 120 P-frames with motion since turned on
+    bool ExceededIFrameLimit(int frameNumber, std::int64_t time);    // no P-frame for 5 frames or 10 s
+    bool ExceededNoMotionLimit(int frameNumber, std::int64_t time);  // no P-frame with motion for 120 frames or 40 s
+    bool ExceededPFrameMotionLimit();                                // 120 P-frames with motion since turned on
 
     void TurnOnIFramesForMotion();   // counts P-frames with motion from 0
     void TurnOffIFramesForMotion();  // the count stays
