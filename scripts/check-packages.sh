@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Are the built packages fit for use?  Installs them into a clean system, builds and runs hosts there as an integrator would,
-# scans the sample, removes the packages and looks for what they left behind. Called by package.sh; needs root.
+# Are the built packages fit for use?  Installs them into a clean system, looks which library the loader takes there, removes
+# them, looks for what they left behind, and has autopkgtest run debian/tests in a copy of that system. Needs root.
 #
 #     scripts/check-packages.sh <directory>     holds the packages; the clean system stays in <directory>/root for next time
 set -euo pipefail
@@ -52,7 +52,7 @@ listing >"$work/before.txt"
 
 say "installing ${packages[*]}"
 cp "${files[@]}" "$root/samples/crossing.mp4" "$system/test"
-cp -r "$root/examples/expected" "$root/tests/install/hosts" "$root"/tests/install/find_package{,_c} "$system/test"
+cp -r "$root/tests/install/hosts" "$system/test"
 quietly inside sh -c 'apt-get install -y --no-install-recommends /test/*.deb'
 grep "newly installed" "$work/apt.log"
 grep -q "^0 upgraded, ${#packages[@]} newly installed, 0 to remove" "$work/apt.log" ||
@@ -68,23 +68,10 @@ fail() {
     exit 1
 }
 examples=/usr/share/doc/coremd-doc/examples
-printf '\n== hosts by pkg-config\n'
+printf '\n== a host, the scanner\n'
 [[ $(run 'pkg-config --modversion coreMD') == "$1" ]] || fail "another version than $1"
 run "cc $examples/minimal.c"' $(pkg-config --cflags --libs coreMD) -o minimal_c'
-run './minimal_c | tee minimal_c.txt'
-run "c++ -std=c++20 $examples/minimal.cpp"' $(pkg-config --cflags --libs coreMD) -o minimal_cpp'
-run './minimal_cpp | tee minimal_cpp.txt'
-for example in minimal_c minimal_cpp; do cmp $example.txt expected/$example.txt; done
-
-printf '\n== hosts by CMake\n'
-for project in find_package_c find_package; do
-    run "cmake -S $project -B $project/build --no-warn-unused-cli \
-        -DEXAMPLES=$examples -DHOSTS=/test/hosts -DCOREMD_WISH=$1" >/dev/null
-    run "cmake --build $project/build" >/dev/null
-    run "ctest --test-dir $project/build" | grep 'tests passed'
-done
-
-printf '\n== the scanner\n'
+run './minimal_c'
 run 'mdscan crossing.mp4 | tee events.jsonl'
 [[ $(grep -c '"type":"event"' events.jsonl) == 4 ]] || fail "other events than four"
 
@@ -125,3 +112,13 @@ diff "$work/before.txt" "$work/after.txt" || fail "left behind (>) or lost (<)"
 rm -rf "$system/test"
 touch "$work/root.ready"
 echo "nothing is left: $(wc -l <"$work/after.txt") files and folders, as before"
+
+say "autopkgtest"
+rm -rf "$work/autopkgtest" "$work/autopkgtest.results"
+cp -a "$system" "$work/autopkgtest"
+autopkgtest --output-dir "$work/autopkgtest.results" "$work"/coremd_*.dsc "${files[@]}" \
+    -- chroot "$work/autopkgtest" >"$work/autopkgtest.log" 2>&1 || { cat "$work/autopkgtest.log" >&2; fail autopkgtest; }
+cat "$work/autopkgtest.results/summary"
+[[ $(grep -c ' PASS$' "$work/autopkgtest.results/summary") == $(grep -c '^Tests:' "$root/debian/tests/control") ]] ||
+    fail "tests were left out"
+rm -rf "$work/autopkgtest" "$work/autopkgtest.results"

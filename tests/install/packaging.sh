@@ -1,4 +1,5 @@
-# Do debian/ and the library agree on the version and on the C interface?  Nothing is built here.
+# Do debian/ and the library agree on the version and on the C interface, and the files of debian/ on where the project is?
+# Nothing is built here.
 . "$(dirname "$0")/common.sh"
 debian=$source_root/debian
 package_version=$(sed -n '1s/^coremd (\(.*\)-[^-]*) .*/\1/p' "$debian/changelog")
@@ -11,3 +12,20 @@ grep -qxF "$this_version" "$debian/libcoremd1.symbols" || fail "debian/libcoremd
 agreed=$(grep -v '[:(]' "$source_root/tests/public/exported_symbols.txt")
 listed=$(sed -En 's/^ ([A-Za-z0-9_]+)@COREMD_(1|CLASSES) .*/\1/p' "$debian/libcoremd1.symbols" | LC_ALL=C sort)
 diff <(echo "$agreed") <(echo "$listed") || fail "debian/libcoremd1.symbols lists other functions than exported_symbols.txt"
+
+# One place, one address, neither of them an example.
+place=$(sed -n 's/^Homepage: //p' "$debian/control")
+[[ $place == https://* ]] || fail "debian/control names no place: '$place'"
+for line in "control:Vcs-Browser: $place" "control:Vcs-Git: $place.git" "copyright:Source: $place" \
+    "upstream/metadata:Repository: $place.git" "upstream/metadata:Repository-Browse: $place"; do
+    grep -qxF "${line#*:}" "$debian/${line%%:*}" || fail "debian/${line%%:*} lacks: ${line#*:}"
+done
+grep -qF "$place.git refs/tags/v" "$debian/watch" || fail "debian/watch looks elsewhere than at $place.git"
+maintainer=$(sed -n 's/^Maintainer: //p' "$debian/control")
+[[ $(sed -n 's/^ -- \(.*>\)  .*/\1/p' "$debian/changelog" | head -n 1) == "$maintainer" ]] ||
+    fail "debian/changelog is signed by somebody else than $maintainer"
+! grep -rnE '[.@]example|example\.(org|com|net)' "$debian" || fail "an address that is an example"
+
+# What is needed for the packages of one architecture only is not asked for when those for all are built, and vice versa.
+! grep -nE -- '--with' "$debian/rules" || fail "debian/rules loads what not every build has"
+[[ $(sed -n 's/^Build-Depends: //p' "$debian/control") == debhelper-compat* ]] || fail "Build-Depends is for all builds"
