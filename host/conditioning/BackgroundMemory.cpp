@@ -14,7 +14,7 @@ namespace Host {
 namespace {
 
 constexpr std::string_view magic = "coreMDbm";
-constexpr std::size_t checksumPlace = 56, headerSize = 64;  // bytes
+constexpr std::size_t checksumPlace = 56, headerSize = memoryHeaderSize;  // bytes
 
 enum class Kind : std::uint32_t { Background = 1, State = 2 };
 
@@ -115,54 +115,63 @@ Header ReadHeader(std::span<const std::uint8_t> bytes) {
             .checksum = Get(bytes, checksumPlace, 8)};
 }
 
-// Why these bytes cannot be read at all; empty: they are as somebody wrote them.
-std::string DamageOf(std::span<const std::uint8_t> bytes) {
+struct Reason {
+    Refusal kind = Refusal::None;
+    std::string text;
+};
+
+// Why these bytes cannot be read at all; none: they are as somebody wrote them.
+Reason DamageOf(std::span<const std::uint8_t> bytes) {
     const std::size_t compared = std::min(bytes.size(), magic.size());
-    if (bytes.empty()) return "the memory is empty";
+    if (bytes.empty()) return {Refusal::Foreign, "the memory is empty"};
     if (!std::equal(magic.begin(), magic.begin() + static_cast<std::ptrdiff_t>(compared), bytes.begin()))
-        return "this is no memory of a background";
+        return {Refusal::Foreign, "this is no memory of a background"};
+    const auto damaged = [](std::string text) { return Reason{Refusal::Damaged, std::move(text)}; };
     const auto cutOff = [&](std::uint64_t whole) {
-        return "the memory is cut off: " + std::to_string(bytes.size()) + " of " + std::to_string(whole) + " bytes";
+        return damaged("the memory is cut off: " + std::to_string(bytes.size()) + " of " + std::to_string(whole) + " bytes");
     };
     if (bytes.size() < headerSize) return cutOff(headerSize);
     const Header header = ReadHeader(bytes);
     if (header.formatVersion > static_cast<std::uint32_t>(memoryFormatVersion))
-        return "the memory was made by a newer version: its format is " + std::to_string(header.formatVersion) +
-               ", the newest known here " + std::to_string(memoryFormatVersion);
+        return {Refusal::OtherVersion, "the memory was made by a newer version: its format is " +
+                                           std::to_string(header.formatVersion) + ", the newest known here " +
+                                           std::to_string(memoryFormatVersion)};
     const std::uint64_t left = bytes.size() - headerSize;
     if (left < header.payloadLength) {  // a damaged length must not overflow the sum
         const std::uint64_t most = ~std::uint64_t{0} - headerSize;
-        return header.payloadLength > most ? "the memory is damaged: its length" : cutOff(headerSize + header.payloadLength);
+        return header.payloadLength > most ? damaged("the memory is damaged: its length")
+                                           : cutOff(headerSize + header.payloadLength);
     }
     if (left > header.payloadLength)
-        return "the memory is damaged: " + std::to_string(left - header.payloadLength) + " bytes behind its end";
-    if (ChecksumOfMemory(bytes) != header.checksum) return "the memory is damaged: its checksum differs";
+        return damaged("the memory is damaged: " + std::to_string(left - header.payloadLength) + " bytes behind its end");
+    if (ChecksumOfMemory(bytes) != header.checksum) return damaged("the memory is damaged: its checksum differs");
     return {};
 }
 
-// Why whole bytes are not for this host; empty: they are.
-std::string StrangenessOf(const Header& header, Kind wantedKind, const MemoryGrid& wanted) {
+// Why whole bytes are not for this host; none: they are.
+Reason StrangenessOf(const Header& header, Kind wantedKind, const MemoryGrid& wanted) {
     const MemoryGrid& grid = header.grid;
     if (header.formatVersion == 0 || (header.kind != Kind::Background && header.kind != Kind::State) || !IsPossible(grid))
-        return "the memory is damaged: what its header says is impossible";
+        return {Refusal::Damaged, "the memory is damaged: what its header says is impossible"};
     if (header.kind != wantedKind)
-        return wantedKind == Kind::Background ? "the memory is the whole state of a detector, not a background alone"
-                                              : "the memory is a background alone, not the whole state of a detector";
+        return {Refusal::OtherKind, wantedKind == Kind::Background
+                                        ? "the memory is the whole state of a detector, not a background alone"
+                                        : "the memory is a background alone, not the whole state of a detector"};
     if (grid.columns != wanted.columns || grid.rows != wanted.rows)
-        return "the memory is for a grid of " + Sized(grid.columns, grid.rows) + " blocks, not " +
-               Sized(wanted.columns, wanted.rows);
+        return {Refusal::OtherGrid, "the memory is for a grid of " + Sized(grid.columns, grid.rows) + " blocks, not " +
+                                        Sized(wanted.columns, wanted.rows)};
     if (grid.width != wanted.width || grid.height != wanted.height)
-        return "the memory is for pictures of " + Sized(grid.width, grid.height) + " pixels, not " +
-               Sized(wanted.width, wanted.height);
+        return {Refusal::OtherGrid, "the memory is for pictures of " + Sized(grid.width, grid.height) + " pixels, not " +
+                                        Sized(wanted.width, wanted.height)};
     if (grid.blockSize != wanted.blockSize)
-        return "the memory is for blocks of " + std::to_string(grid.blockSize) + " pixels, not " +
-               std::to_string(wanted.blockSize);
+        return {Refusal::OtherGrid, "the memory is for blocks of " + std::to_string(grid.blockSize) + " pixels, not " +
+                                        std::to_string(wanted.blockSize)};
     return {};
 }
 
-std::string RefusalOf(std::span<const std::uint8_t> bytes, Kind wantedKind, const MemoryGrid& wanted) {
-    std::string damage = DamageOf(bytes);
-    return damage.empty() ? StrangenessOf(ReadHeader(bytes), wantedKind, wanted) : damage;
+Reason ReasonAgainst(std::span<const std::uint8_t> bytes, Kind wantedKind, const MemoryGrid& wanted) {
+    Reason damage = DamageOf(bytes);
+    return damage.kind == Refusal::None ? StrangenessOf(ReadHeader(bytes), wantedKind, wanted) : damage;
 }
 
 }  // namespace
@@ -188,35 +197,36 @@ std::vector<std::uint8_t> Encode(const StateMemory& memory) {
 }
 
 Recalled<BackgroundMemory> DecodeBackground(std::span<const std::uint8_t> bytes, const MemoryGrid& wanted) {
-    if (std::string refusal = RefusalOf(bytes, Kind::Background, wanted); !refusal.empty())
-        return {std::nullopt, std::move(refusal)};
+    if (Reason reason = ReasonAgainst(bytes, Kind::Background, wanted); reason.kind != Refusal::None)
+        return {std::nullopt, reason.kind, std::move(reason.text)};
     const Header header = ReadHeader(bytes);
     const std::span<const std::uint8_t> payload = bytes.subspan(headerSize);
     const std::size_t blocks = BlockCount(header.grid);
     if (payload.size() != 3 * blocks + BitBytes(blocks))
-        return {std::nullopt, "the memory is damaged: its planes are not those of its grid"};
+        return {std::nullopt, Refusal::Damaged, "the memory is damaged: its planes are not those of its grid"};
     const std::span<const std::uint8_t> planes = payload.first(3 * blocks), bits = payload.subspan(3 * blocks);
     BackgroundMemory memory{.grid = header.grid,
                             .time = header.time,
                             .ycbcr = {planes.begin(), planes.end()},
                             .isKnown = std::vector<std::uint8_t>(blocks)};
     for (std::size_t i = 0; i < blocks; ++i) memory.isKnown[i] = (bits[i / 8] >> i % 8 & 1) != 0 ? 255 : 0;
-    return {std::move(memory), {}};
+    return {std::move(memory), Refusal::None, {}};
 }
 
 Recalled<StateMemory> DecodeState(std::span<const std::uint8_t> bytes, const MemoryGrid& wanted, int libraryVersion) {
-    if (std::string refusal = RefusalOf(bytes, Kind::State, wanted); !refusal.empty())
-        return {std::nullopt, std::move(refusal)};
+    if (Reason reason = ReasonAgainst(bytes, Kind::State, wanted); reason.kind != Refusal::None)
+        return {std::nullopt, reason.kind, std::move(reason.text)};
     const Header header = ReadHeader(bytes);
     if (header.libraryVersion != libraryVersion)
-        return {std::nullopt, "the memory was made by version " + VersionText(header.libraryVersion) +
-                                  " of the library, this is " + VersionText(libraryVersion)};
+        return {std::nullopt, Refusal::OtherVersion,
+                "the memory was made by version " + VersionText(header.libraryVersion) + " of the library, this is " +
+                    VersionText(libraryVersion)};
     const std::span<const std::uint8_t> payload = bytes.subspan(headerSize);
     StateMemory memory{.grid = header.grid,
                        .time = header.time,
                        .libraryVersion = header.libraryVersion,
                        .state = {payload.begin(), payload.end()}};
-    return {std::move(memory), {}};
+    return {std::move(memory), Refusal::None, {}};
 }
 
 }  // namespace Host

@@ -15,6 +15,7 @@
 //                   first. A state: what coreMD_SaveState wrote.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -24,6 +25,7 @@
 namespace Host {
 
 inline constexpr int memoryFormatVersion = 1;
+inline constexpr std::size_t memoryHeaderSize = 64;  // bytes before the payload
 
 // What a memory belongs to.
 struct MemoryGrid {
@@ -59,10 +61,21 @@ struct StateMemory {
 std::vector<std::uint8_t> Encode(const BackgroundMemory& memory);
 std::vector<std::uint8_t> Encode(const StateMemory& memory);
 
-// One of the two.
+// Why bytes are not what a host can use.
+enum class Refusal {
+    None,
+    Foreign,      // no memory at all
+    Damaged,      // cut off, too long, or not as it was written
+    OtherKind,    // a state, not a background, or the other way round
+    OtherGrid,    // another grid, size of picture or size of block
+    OtherVersion  // a newer format, or a state of another version of the library
+};
+
+// A memory, or why there is none.
 template <class Memory>
 struct Recalled {
     std::optional<Memory> memory;
+    Refusal reason = Refusal::None;
     std::string refusal;  // why there is none: "the memory is for a grid of 160x90 blocks, not 107x80"
 };
 
