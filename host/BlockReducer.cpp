@@ -70,14 +70,15 @@ BlockReducer::BlockReducer(const PictureFormat& format)
     _nextSum.resize(parts);
 }
 
-void BlockReducer::Reduce(const PictureView& picture) {
-    ReducePlane(picture, 0, _luma);
+void BlockReducer::Reduce(const PictureView& picture, std::uint8_t* ycbcr) {
+    std::uint8_t* const chroma = ycbcr + _blockCount;
+    ReducePlane(picture, 0, _luma, ycbcr);
     if (_format.format == PixelFormat::Grey) {
-        std::fill(PlaneOfBlocks(1), PlaneOfBlocks(3), neutralChroma);
+        std::fill(chroma, chroma + 2 * _blockCount, neutralChroma);
         return;
     }
-    ReducePlane(picture, 1, _chroma);
-    if (!_chroma.interleaved) ReducePlane(picture, 2, _chroma);
+    ReducePlane(picture, 1, _chroma, chroma);
+    if (!_chroma.interleaved) ReducePlane(picture, 2, _chroma, chroma + _blockCount);
 }
 
 void BlockReducer::PaintBgr() {
@@ -86,7 +87,8 @@ void BlockReducer::PaintBgr() {
                           _bgr.data(), _blockCount);
 }
 
-void BlockReducer::ReducePlane(const PictureView& picture, std::size_t plane, const PlaneLayout& layout) {
+void BlockReducer::ReducePlane(const PictureView& picture, std::size_t plane, const PlaneLayout& layout,
+                               std::uint8_t* mean) {
     const std::uint8_t* const samples = picture.plane[plane];
     const std::ptrdiff_t stride = picture.stride[plane];
     assert(samples);
@@ -95,7 +97,6 @@ void BlockReducer::ReducePlane(const PictureView& picture, std::size_t plane, co
     };
     // All block rows but the last have as many sample rows as the first.
     RowSamples rowSamples = SamplesOfRow(Length(rowsOf(0)), layout);
-    std::uint8_t* mean = PlaneOfBlocks(plane);
     for (int blockRow = 0; blockRow < _rows; ++blockRow, mean += _columns) {
         const Kernels::SampleRange rows = rowsOf(blockRow);
         if (blockRow > 0 && blockRow == _rows - 1) rowSamples = SamplesOfRow(Length(rows), layout);

@@ -79,7 +79,10 @@ public:
 
     // Fills Ycbcr().  Reads exactly the samples that the format has, no byte of padding behind a row.
     // Planes that the format has must not be null.
-    void Reduce(const PictureView& picture);
+    void Reduce(const PictureView& picture) { Reduce(picture, Ycbcr()); }
+
+    // The same into three [block] planes of the caller's; Ycbcr() stays as it was.
+    void Reduce(const PictureView& picture, std::uint8_t* ycbcr);
 
     // Fills Bgr() with the colours of Ycbcr().  For people to look at: a detector wants the address and reads no pixel, so
     // that most hosts never call this.  Without it the picture is black.
@@ -119,7 +122,7 @@ private:
 
     std::uint8_t* PlaneOfBlocks(std::size_t plane) { return _ycbcr.data() + plane * _blockCount; }
 
-    void ReducePlane(const PictureView& picture, std::size_t plane, const PlaneLayout& layout);
+    void ReducePlane(const PictureView& picture, std::size_t plane, const PlaneLayout& layout, std::uint8_t* mean);
 
     // One block row: rows of samples -> sums of parts -> sums of blocks -> means.
     void SumRows(Kernels::RowStack rows, const PlaneLayout& layout);
