@@ -5,16 +5,18 @@ include(CMakePackageConfigHelpers)
 set(coreMD_package_directory ${CMAKE_INSTALL_LIBDIR}/cmake/coreMD)
 set(coreMD_pkgconfig_directory ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-install(TARGETS coreMD coreMD_static coreMD_host EXPORT coreMDTargets
+install(TARGETS coreMD coreMD_static coreMD_host coreMD_host_static EXPORT coreMDTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT coreMD_runtime NAMELINK_COMPONENT coreMD_development
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT coreMD_development)
 set_target_properties(coreMD_host PROPERTIES EXPORT_NAME host)
+set_target_properties(coreMD_host_static PROPERTIES EXPORT_NAME host_static)
 foreach(level IN LISTS COREMD_HWCAPS)
     install(TARGETS coreMD_${level}
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/glibc-hwcaps/${level} COMPONENT coreMD_runtime NAMELINK_SKIP)
 endforeach()
 
 install(FILES ${PROJECT_SOURCE_DIR}/include/coreMD.h ${PROJECT_SOURCE_DIR}/include/coreMD.hpp
+        ${PROJECT_SOURCE_DIR}/include/coreMD-host.h
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT coreMD_development)
 foreach(header IN LISTS coreMD_staged_headers)
     cmake_path(GET header PARENT_PATH room)
@@ -40,7 +42,7 @@ else()
 endif()
 cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_LIBDIR BASE_DIRECTORY "\${prefix}" OUTPUT_VARIABLE coreMD_pc_libdir)
 cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_INCLUDEDIR BASE_DIRECTORY "\${prefix}" OUTPUT_VARIABLE coreMD_pc_includedir)
-foreach(package coreMD coreMD-host)
+foreach(package coreMD coreMD-host coreMD-host-classes)
     configure_file(${PROJECT_SOURCE_DIR}/cmake/${package}.pc.in ${PROJECT_BINARY_DIR}/${package}.pc @ONLY)
     install(FILES ${PROJECT_BINARY_DIR}/${package}.pc
         DESTINATION ${coreMD_pkgconfig_directory} COMPONENT coreMD_development)
@@ -59,7 +61,7 @@ endif()
 foreach(component runtime development tools)
     install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT coreMD_${component})
 endforeach()
-foreach(example minimal.c minimal.cpp multi_camera.cpp background_snapshot.cpp partly_h264.cpp)
+foreach(example minimal.c conditioned.c minimal.cpp multi_camera.cpp background_snapshot.cpp partly_h264.cpp)
     install(FILES ${PROJECT_SOURCE_DIR}/examples/${example}
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT coreMD_development)
 endforeach()

@@ -227,7 +227,7 @@ class Document:
         source = self.directory / f"home/block{block.line}.{block.kind}"
         source.write_text(text)
         program = str(source.with_suffix(""))
-        flags = self.run(["pkg-config", "--cflags", "--libs", "coreMD-host", "coreMD"]).split()
+        flags = self.run(["pkg-config", "--cflags", "--libs", "coreMD-host-classes", "coreMD-host", "coreMD"]).split()
         self.run(COMPILERS[block.kind] + WARNINGS + [str(source), "-o", program, "-pthread"] + flags, merge=True)
         if inside or block.get("compile"):
             return "fragments"

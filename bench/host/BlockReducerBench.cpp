@@ -1,6 +1,7 @@
 // What does it cost to reduce a decoded picture to blocks?  1920x1080, 4:2:0, blocks of 8: one frame again and again, in
-// cache, and a decoder's pool of frames, out of cache. Beside it what merely reading the samples costs, and,
-// where FFmpeg is, libswscale's area scaling, which is not exact. Names: host/<reducer>/<cache|pool>; ns_block is per block
+// cache, and a decoder's pool of frames, out of cache. By the class, by the function for hosts in C, and by the loop that a
+// host in C would write. Beside them what merely reading the samples costs, and, where FFmpeg is, libswscale's area scaling,
+// which is not exact. Names: host/<reducer>/<cache|pool>; ns_block is per block
 // of the 240x135 that come out.
 #include <cstdint>
 #include <cstring>
@@ -10,6 +11,7 @@
 #include "BlockReducer.h"
 #include "KernelPlanes.h"
 #include "Measure.h"
+#include "coreMD-host.h"
 
 #ifdef BENCH_HAS_SWSCALE
 extern "C" {
@@ -77,6 +79,41 @@ void MeasureBlockReducer(benchmark::State& state, bool isPool) {
     });
 }
 
+void MeasureReducerInC(benchmark::State& state, bool isPool) {
+    const coreMD_PictureFormat format{width, height, COREMD_YUV420, blockSize, COREMD_LIMITED_RANGE, 0, 0, 0, 0};
+    coreMD_Reducer* reducer = nullptr;
+    Require(coreMD_CreateReducer(&format, COREMD_STABILISE_OFF, &reducer) == COREMD_HOST_DONE, "host", "no reducer");
+    Bytes planes(3 * usualGrid.Blocks());
+    MeasureFrames(state, isPool, [&](const DecodedFrame& frame) {
+        const coreMD_Picture picture{{frame.y.data(), frame.cb.data(), frame.cr.data()}, {width, width / 2, width / 2}};
+        coreMD_Reduce(reducer, &picture, planes.data(), static_cast<std::int64_t>(planes.size()), nullptr);
+        benchmark::ClobberMemory();
+    });
+    coreMD_DestroyReducer(&reducer);
+}
+
+// Block by block, as it is written down when nobody thinks of the processor.
+void ReduceSimply(const std::uint8_t* samples, int columns, int rows, int size, std::uint8_t* means) {
+    for (int top = 0; top < rows; top += size) {
+        for (int left = 0; left < columns; left += size) {
+            unsigned sum = 0, count = 0;
+            for (int y = top; y < top + size && y < rows; ++y)
+                for (int x = left; x < left + size && x < columns; ++x, ++count) sum += samples[y * columns + x];
+            *means++ = static_cast<std::uint8_t>((sum + count / 2) / count);
+        }
+    }
+}
+
+void MeasureSimpleLoop(benchmark::State& state, bool isPool) {
+    Bytes planes(3 * usualGrid.Blocks());
+    MeasureFrames(state, isPool, [&](const DecodedFrame& frame) {
+        ReduceSimply(frame.y.data(), width, height, blockSize, planes.data());
+        ReduceSimply(frame.cb.data(), width / 2, height / 2, blockSize / 2, planes.data() + usualGrid.Blocks());
+        ReduceSimply(frame.cr.data(), width / 2, height / 2, blockSize / 2, planes.data() + 2 * usualGrid.Blocks());
+        benchmark::ClobberMemory();
+    });
+}
+
 #ifdef BENCH_HAS_SWSCALE
 void MeasureAreaScaling(benchmark::State& state, bool isPool) {
     SwsContext* const context = sws_getContext(width, height, AV_PIX_FMT_YUV420P, usualGrid.columns, usualGrid.rows,
@@ -101,6 +138,8 @@ void MeasureAreaScaling(benchmark::State& state, bool isPool) {
         const std::string memory = isPool ? "pool" : "cache";
         Register("host/reading/" + memory, 5, [=](benchmark::State& state) { MeasureReading(state, isPool); });
         Register("host/BlockReducer/" + memory, 5, [=](benchmark::State& state) { MeasureBlockReducer(state, isPool); });
+        Register("host/coreMD_Reduce/" + memory, 5, [=](benchmark::State& state) { MeasureReducerInC(state, isPool); });
+        Register("host/plain_loop/" + memory, 5, [=](benchmark::State& state) { MeasureSimpleLoop(state, isPool); });
 #ifdef BENCH_HAS_SWSCALE
         Register("host/swscale/" + memory, 5, [=](benchmark::State& state) { MeasureAreaScaling(state, isPool); });
 #endif

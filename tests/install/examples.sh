@@ -18,9 +18,10 @@ for path in "$examples"/*; do
     program=$work/examples/${example//./_}
     needs=(coreMD)
     case $example in
-        background_snapshot.cpp) needs=(coreMD-host coreMD) ;;
+        conditioned.c) needs=(coreMD-host coreMD) ;;
+        background_snapshot.cpp) needs=(coreMD-host-classes coreMD) ;;
         partly_h264.cpp)                                    # decodes; its own test runs it
-            needs=(coreMD-host coreMD libavformat libavcodec libavutil)
+            needs=(coreMD-host-classes coreMD libavformat libavcodec libavutil)
             if ! pkg-config --exists "${needs[@]}"; then
                 echo "left out: $example, needs FFmpeg's libraries"
                 continue
@@ -47,7 +48,7 @@ for path in "$examples"/*; do
     run "$example" "$program-static"
     [[ $(ldd "$program-static") != *libcoreMD* ]] || fail "$example is linked otherwise"
 done
-((count == 4)) || fail "$count examples instead of 4"
+((count == 5)) || fail "$count examples instead of 5"
 
 # The words of pkg-config may stand before the source.
 # shellcheck disable=SC2046

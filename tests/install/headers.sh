@@ -14,6 +14,7 @@ while read -r header; do
 done < <(cd "$prefix/include" && find . -name '*.h' -o -name '*.hpp' | sed 's|^\./||')
 ((count >= 16)) || fail "$count headers only"
 cp "$directory/coreMD.h.cpp" "$directory/coreMD.c"
+cp "$directory/coreMD-host.h.cpp" "$directory/coreMD-host.c"
 
 check() { "$@" "${warnings[@]}" -I"$prefix/include" -fsyntax-only || fail "$*"; }
 
@@ -29,7 +30,8 @@ for compilers_of in "gcc g++" "clang clang++"; do
         echo "left out: no $c"
         continue
     fi
-    check "$c" -std=c11 "$directory/coreMD.c"
+    check "$c" -std=c11 "$directory/coreMD.c" "$directory/coreMD-host.c"
+    check "$c" -std=c89 "$directory/coreMD-host.c"
     check "$cxx" -std=c++17 "$directory/coreMD.h.cpp"
     check "$cxx" -std=c++20 "$directory"/*.cpp
     compilers=$((compilers + 1))

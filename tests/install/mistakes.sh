@@ -38,7 +38,7 @@ for source in "$examples"/{minimal.c,background_snapshot.cpp} "$here/hosts/uses_
     name=${source##*/}
     # shellcheck disable=SC2046
     "${compile[@]}" "$source" -o "$trouble/${name%.*}" -Wl,-z,lazy \
-        $(pkg-config --cflags --libs coreMD-host coreMD)
+        $(pkg-config --cflags --libs coreMD-host-classes coreMD)
 done
 says "libcoreMD.so.1: cannot open shared object file" "$trouble/minimal"
 

@@ -1,5 +1,5 @@
 # Does the library bear its name and need the language's own libraries only?
-# cmake -DREADELF= -DLIBRARY= -P compare_dependencies.cmake
+# cmake -DREADELF= -DLIBRARY= -DNAME= -P compare_dependencies.cmake
 cmake_minimum_required(VERSION 3.25)
 set(allowed "^(libstdc\\+\\+|libm|libgcc_s|libc|ld-linux-x86-64|ld-linux-aarch64)\\.so\\.[0-9]+$")
 
@@ -8,8 +8,8 @@ string(REPLACE "[" "<" entries "${entries}")  # brackets have a meaning in lists
 string(REPLACE "]" ">" entries "${entries}")
 
 string(REGEX MATCHALL "\\(SONAME\\)[^\n]*<[^>]*>" names "${entries}")
-if(NOT names MATCHES "^\\(SONAME\\)[^\n]*<libcoreMD\\.so\\.1>$")
-    message(SEND_ERROR "the library's name is not libcoreMD.so.1: ${names}")
+if(NOT names MATCHES "^\\(SONAME\\)[^\n]*<${NAME}\\.so\\.1>$")
+    message(SEND_ERROR "the library's name is not ${NAME}.so.1: ${names}")
 endif()
 
 string(REGEX MATCHALL "\\(NEEDED\\)[^\n]*<[^>]*>" needs "${entries}")
