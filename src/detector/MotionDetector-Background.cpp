@@ -15,6 +15,7 @@ constexpr std::int64_t iFrameQuietTimeLong = 30 * MotionDetector::OneSecondInTim
 
 bool MotionDetector::UpdateBackground(unsigned char* mask, int maskRowLength) {
     if (!_frameStatistics._isFilled) return false;
+    assert(_frameStatistics._blockCount == blockCount);
     if (SkipFrame()) return false;
     if (_h264PartlyIsOptimized) return UpdateBackgroundOptimyzedForH264Partly();
     if (!mask) {
@@ -100,6 +101,7 @@ void MotionDetector::UpdateChunk(BlockRange range, bool mayLearn) {
 bool MotionDetector::UpdateBackgroundOptimyzedForH264Partly() {
     assert(_h264PartlyIsOptimized);
     if (!_h264PartlyIsIFrame) return false;
+    assert(_frameStatistics._blockCount == blockCount);
     const FrameStatistics& s = _frameStatistics;
     Kernels::LearnBackgroundFromIFrame({.firstSum = s._firstPartSum,
                                         .firstSquareSum = s._firstPartSquareSum,
@@ -117,6 +119,7 @@ bool MotionDetector::UpdateBackgroundOptimyzedForH264Partly() {
 
 void MotionDetector::FindDifferenceFromPreviousFrames() {
     if (blockCount < 1) return;
+    assert(_frameStatistics._blockCount == blockCount);
     FrameStatistics& s = _frameStatistics;
     Kernels::MarkChanges({.age0 = s.FrameOfAge(0),
                           .age1 = s.FrameOfAge(1),

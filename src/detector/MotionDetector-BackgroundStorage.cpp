@@ -20,6 +20,7 @@ BackgroundStorage* MotionDetector::AllocateBackgroundStorage() {
 void MotionDetector::FillBackgroundStorage(BackgroundStorage* storage, unsigned char* mask, int maskWidthStep) {
     assert(mask);
     assert(maskWidthStep >= blockCountX);
+    assert(storage);
     assert(storage->Suits(blockCountX, blockCountY));
     ForEachSnapshotArray([&](auto array) { Utils::CopyBuff(this->*array.live, storage->*array.saved, blockCount); });
 
@@ -34,9 +35,13 @@ void MotionDetector::FillBackgroundStorage(BackgroundStorage* storage, unsigned 
 }
 
 void MotionDetector::RestoreBackground(BackgroundStorage* storage) {
+    assert(storage);
     const int maskWidthStep = storage->maskWidthStep;
     assert(maskWidthStep >= blockCountX);
     assert(storage->Suits(blockCountX, blockCountY));
+    bool holdsAllArrays = storage->mask != nullptr;
+    ForEachSnapshotArray([&](auto array) { holdsAllArrays = holdsAllArrays && storage->*array.saved; });
+    assert(holdsAllArrays);
     for (std::ptrdiff_t y = 0, i = 0; y < blockCountY; ++y) {
         const unsigned char* const isMeant = storage->mask + y * maskWidthStep;
         for (std::ptrdiff_t x = 0; x < blockCountX; ++x, ++i) {
@@ -59,6 +64,7 @@ void MotionDetector::RestoreBackground(BackgroundStorage* storage) {
 }
 
 void MotionDetector::FreeBackgroundStorage(BackgroundStorage** storage) {
+    assert(storage);
     delete *storage;
     *storage = nullptr;
 }

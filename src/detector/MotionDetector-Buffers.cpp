@@ -138,6 +138,7 @@ void MotionDetector::InitBuffers() {
 }
 
 void MotionDetector::AllocateBuffers(DetectionInfo* info) {
+    assert(info);
     try {
         MakeBuffers(info);
     } catch (...) {
@@ -167,7 +168,8 @@ void MotionDetector::MakeArrays(DetectionInfo* info) {
     blockCountX = info->width;
     blockCountY = info->height;
     const std::int64_t product = static_cast<std::int64_t>(blockCountX) * blockCountY;
-    if (product > std::numeric_limits<int>::max()) throw std::bad_array_new_length();  // beyond what Detect lets through
+    const bool isGrid = blockCountX >= 0 && blockCountY >= 0 && product <= std::numeric_limits<int>::max();
+    if (!isGrid) throw std::bad_array_new_length();  // beyond what Detect lets through
     blockCount = static_cast<int>(product);
     _bgr24Stride = info->bgr24stride;
     _bgr24Size = WrappingProduct(info->bgr24stride, blockCountY);
@@ -201,6 +203,7 @@ bool MotionDetector::StartsAfresh(const DetectionInfo& info) const {
 }
 
 void MotionDetector::CheckMemBuffers(DetectionInfo* info) {
+    assert(info);
     if (!StartsAfresh(*info)) return;
     _detectShadow = info->detectShadow != 0;
     _extraFlag1 = info->extraFlag1 != 0;
@@ -216,6 +219,8 @@ void MotionDetector::CopyImagesToInternalBuffers(DetectionInfo* info) {
 }
 
 bool MotionDetector::TakeFrame(DetectionInfo* info) {
+    assert(info);
+    assert(_frameStatistics._blockCount == blockCount);
     FrameStatistics& s = _frameStatistics;
     const bool isOutsideRing = !EntersRing(_h264PartlyIsOptimized, _h264PartlyIsIFrame);
     if (!isOutsideRing) s.ShiftToNewFrame();

@@ -11,6 +11,7 @@ double MotionDetector::GetDiffState(unsigned char* mask, int maskWidthStep, int 
     assert(mask);
     assert(maskWidthStep);
     if (y1 <= y0) return tooBusy;
+    assert(_frameStatistics._blockCount == blockCount);
 
     const unsigned char* lumaOfAge[Kernels::framesOfRing];
     for (int age = 0; age < Kernels::framesOfRing; ++age) lumaOfAge[age] = _frameStatistics.FrameOfAge(age);
@@ -24,7 +25,10 @@ double MotionDetector::GetDiffState(unsigned char* mask, int maskWidthStep, int 
     int count = 0;
     for (int y = y0; y < y1; ++y) {
         const std::ptrdiff_t rowStart = static_cast<std::ptrdiff_t>(y) * blockCountX;
-        const Kernels::RowVariation row = Kernels::VariationOfRow(lumaOfAge, mask, rowStart + x0, rowStart + x1);
+        const std::ptrdiff_t firstBlock = rowStart + x0, endBlock = rowStart + x1;
+        if (firstBlock >= endBlock) continue;
+        assert(firstBlock >= 0 && endBlock <= blockCount);
+        const Kernels::RowVariation row = Kernels::VariationOfRow(lumaOfAge, mask, firstBlock, endBlock);
         sum += row.sum;
         count += row.count;
         if (sum > bound) return tooBusy;  // looked at after whole rows only

@@ -26,7 +26,9 @@ void MotionDetector::FindForeground(DetectionInfo* info) {
         FindForegroundOptimyzedForH264Partly();
         return;
     }
-    if (_frameStatistics._isFilled) MarkForeground(info, AllBlocks());
+    if (!_frameStatistics._isFilled) return;
+    assert(_frameStatistics._blockCount == blockCount);
+    MarkForeground(info, AllBlocks());
 }
 
 void MotionDetector::MarkForeground(DetectionInfo* info, BlockRange range) {
@@ -34,9 +36,15 @@ void MotionDetector::MarkForeground(DetectionInfo* info, BlockRange range) {
     else MarkForegroundStandard(range);
 }
 
-void MotionDetector::FindForegroundStandart() { MarkForegroundStandard(AllBlocks()); }
+void MotionDetector::FindForegroundStandart() {
+    assert(_frameStatistics._blockCount == blockCount);
+    MarkForegroundStandard(AllBlocks());
+}
 
-void MotionDetector::FindForegroundOptimyzedForMPEG4(DetectionInfo* info) { MarkForegroundMPEG4(info, AllBlocks()); }
+void MotionDetector::FindForegroundOptimyzedForMPEG4(DetectionInfo* info) {
+    assert(_frameStatistics._blockCount == blockCount);
+    MarkForegroundMPEG4(info, AllBlocks());
+}
 
 // Deliberate: _isMotionPixel stays as the change test left it (ForegroundTest, StandardVariantLeavesMotionPixels).
 void MotionDetector::MarkForegroundStandard(BlockRange range) {
@@ -50,6 +58,7 @@ void MotionDetector::MarkForegroundStandard(BlockRange range) {
 }
 
 void MotionDetector::MarkForegroundMPEG4(DetectionInfo* info, BlockRange range) {
+    assert(info);
     if (!info->mpeg4ReferenceLuma) return;
     Kernels::MarkForegroundMPEG4({.current = PlanesOfAge(_frameStatistics, 0),
                                   .referenceLuma = info->mpeg4ReferenceLuma,
@@ -64,6 +73,7 @@ void MotionDetector::MarkForegroundMPEG4(DetectionInfo* info, BlockRange range) 
 void MotionDetector::FindForegroundOptimyzedForH264Partly() {
     MD_ASSERT_AT(_h264PartlyIsOptimized, "_h264PartlyIsOptimized", "MotionDetector.cpp", 1283,
                  "void MD::MotionDetector::FindForegroundOptimyzedForH264Partly()");
+    assert(_frameStatistics._blockCount == blockCount);
     FrameStatistics& s = _frameStatistics;
     H264PartlyStatistic& machine = _h264PartlyStatistic;
     if (!s._isFilled && s._position < 2) return;  // no two I-frames to compare
@@ -87,6 +97,7 @@ void MotionDetector::FindForegroundOptimyzedForH264Partly() {
 
 void MotionDetector::FindForegroundIFrames(unsigned char* current, unsigned char* previous) {
     if (!_h264PartlyStatistic.AnalyseIFramesForMotion()) return;
+    assert(blockCount == 0 || (current && previous));
     Kernels::MarkForegroundIFrame({.current = current,
                                    .previous = previous,
                                    .background = _backgroundY,
@@ -97,6 +108,7 @@ void MotionDetector::FindForegroundIFrames(unsigned char* current, unsigned char
 }
 
 void MotionDetector::FindForegroundPFrames(unsigned char* current, unsigned char* reference) {
+    assert(blockCount == 0 || (current && reference));
     const int foreground = Kernels::MarkForegroundPFrame(
         {.current = current, .reference = reference, .isObject = _isObject, .isMotionPixel = _isMotionPixel}, toEarlierFrame,
         knownBrightness, AllBlocks());

@@ -4,6 +4,7 @@
 
 #include "detector/MotionDetector.h"
 #include "detector/kernels/Shadow.h"
+#include "utils/Assert.h"
 #include "utils/Utils.h"
 
 namespace MD {
@@ -20,6 +21,7 @@ void MotionDetector::ClearShadowPlanes() {
 
 void MotionDetector::DetectShadow(DetectionInfo*) {
     if (!_frameStatistics._isFilled || _h264PartlyIsOptimized) return;
+    assert(_frameStatistics._blockCount == blockCount);
     ClearShadowPlanes();
     const unsigned char* const frame = _frameStatistics.FrameOfAge(0);
     const Kernels::RowRange searched = Kernels::MarkShadowSearch(_isObject, _zoneResultMap, _shadowSearchMask, BlockGrid());

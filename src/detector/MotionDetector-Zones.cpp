@@ -42,6 +42,7 @@ Broken BrokenSmallObject(int mOBlocksCount, int blockCount) {
 
 void MotionDetector::ProcessOneZone() {
     if (!_frameStatistics._isFilled) return;
+    assert(_frameStatistics._blockCount == blockCount);
     if (_nextProcessZone) StartLabels();
     ProcessZone();
 }
@@ -165,6 +166,9 @@ int MotionDetector::RefineObject(ObjectBlocks object, CellBox box, int label) {
 }
 
 int MotionDetector::FindMovingInPixels(MDZone* zone) {
+    assert(zone);
+    assert(zone->pixelMapWidth == blockCountX);
+    assert(zone->pixelMapHeight == blockCountY);
     StartLabels();
     return CollectMovingBlocks(zone);
 }
@@ -181,6 +185,8 @@ int MotionDetector::CollectMovingBlocks(MDZone* zone) {
 }
 
 void MotionDetector::BuildCurrentMovingObject(int& processed, int& count, int label) {
+    if (processed >= count) return;
+    assert(processed >= 0 && count <= blockCount);
     Kernels::GrowObject(
         {.objectsMap = _objectsMap, .xs = _objectPixelX, .ys = _objectPixelY, .processed = processed, .count = count},
         static_cast<std::uint16_t>(label), BlockGrid());

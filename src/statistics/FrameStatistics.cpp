@@ -74,6 +74,7 @@ void FrameStatistics::AllocateBuffers(int blockCount) {
 }
 
 void FrameStatistics::ReleaseBuffers() {
+    _blockCount = _secondPlaneOffset = _thirdPlaneOffset = _frameSize = 0;  // nothing to read from now on
     for (int i = 0; i < AllBuffersCount; ++i) _buffers[i].release(_buffers[i].member);
 }
 
@@ -109,6 +110,7 @@ bool FrameStatistics::BeginUpdate(bool isH264Partly) {
 }
 
 void FrameStatistics::CalculateFrameDiff(unsigned char* a, unsigned char* b, float* diff, float* diffSquare) {
+    assert(_blockCount == 0 || (a && b && diff && diffSquare));
     MD_INDEPENDENT_BLOCKS
     for (std::ptrdiff_t i = 0; i < _blockCount; ++i) {
         const float entering = a[i], leaving = b[i];

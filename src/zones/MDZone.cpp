@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstring>
+#include <new>
 
 #include "utils/Assert.h"
 #include "utils/Buffers.h"
@@ -90,6 +91,7 @@ void MDZone::InitPixelMap(int width, int height) {
     if (pixelMapWidth == width && pixelMapHeight == height) return;
     Utils::SafeReleaseBuff(&pixelMap);
     pixelMapWidth = pixelMapHeight = 0;  // stays so if the allocation throws: the next call then fits the mask anew
+    if (width < 0 || height < 0) throw std::bad_array_new_length();  // whatever their product is
     Utils::AllocBuff(&pixelMap, CellCount(width, height));
     pixelMapWidth = width;
     pixelMapHeight = height;

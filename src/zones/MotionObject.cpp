@@ -116,6 +116,7 @@ MotionObjectList::MotionObjectList() : _first(nullptr), _last(nullptr), _objects
 
 void MotionObjectList::Add(MotionObject* object) {
     assert(object);
+    assert(!object->next && object != _last);
     object->prev = _last;
     if (_last) _last->next = object;
     else _first = object;
@@ -242,7 +243,10 @@ void MotionObjectPool::Add(short* xs, short* ys, int currentPixelsCount, int len
     Fill(TakeWhole(length, currentPixelsCount), xs, ys, currentPixelsCount);
 }
 
-void MotionObjectPool::Copy(MotionObject* src) { FillFrom(TakeWhole(src->_realBufferLenght, src->objectPixelsCount), *src); }
+void MotionObjectPool::Copy(MotionObject* src) {
+    assert(src);
+    FillFrom(TakeWhole(src->_realBufferLenght, src->objectPixelsCount), *src);
+}
 
 void MotionObjectPool::AddWorkingObjects(int count) {
     const std::int64_t length = static_cast<std::int64_t>(_width) * _height;
