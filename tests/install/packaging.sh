@@ -29,3 +29,11 @@ maintainer=$(sed -n 's/^Maintainer: //p' "$debian/control")
 # What is needed for the packages of one architecture only is not asked for when those for all are built, and vice versa.
 ! grep -nE -- '--with' "$debian/rules" || fail "debian/rules loads what not every build has"
 [[ $(sed -n 's/^Build-Depends: //p' "$debian/control") == debhelper-compat* ]] || fail "Build-Depends is for all builds"
+
+# Whoever links a library depends on what its -dev package asks for; on i386 it takes SSE2.
+for symbols in "$debian"/*.symbols; do
+    grep -qxF '* Build-Depends-Package: libcoremd-dev' "$symbols" || fail "${symbols##*/} names no -dev package"
+    grep -A 5 "^Package: $(basename "$symbols" .symbols)\$" "$debian/control" |
+        grep -q '^Depends: sse2-support \[i386\], ' ||
+        fail "${symbols##*/}: its package may be installed where SSE2 is missing"
+done
