@@ -200,16 +200,22 @@ void Conditioner::OnPicture(const std::uint8_t* ycbcr, Shift shift, Ticks time, 
 const std::uint16_t* Conditioner::EverySpot(const std::uint16_t* labels, const std::uint8_t* states) {
     std::uint16_t last = Kernels::LargestPlace(labels, _blockCount);
     std::copy(labels, labels + _blockCount, _spots.begin());
-    constexpr std::size_t together = sizeof(std::uint64_t);  // blocks, of which none differs in most places
-    for (std::size_t first = 0; first < _blockCount; first += together) {
-        const std::size_t end = std::min(first + together, _blockCount);
-        std::uint64_t any = 0;
-        std::memcpy(&any, states + first, end - first);
-        for (std::size_t i = any != 0 ? first : end; i < end; ++i) {
+    const auto examine = [&](std::size_t first, std::size_t end) {
+        for (std::size_t i = first; i < end; ++i) {
             const bool isSpot = labels[i] == 0 && states[i] == stateMotion && last < mostLabels;
             _spots[i] = isSpot ? ++last : labels[i];
         }
+    };
+    constexpr std::size_t together = 2 * sizeof(std::uint64_t);  // blocks, of which none differs in most places
+    std::size_t first = 0;
+    for (; _blockCount - first >= together; first += together) {
+        std::uint64_t eight[2];
+        std::memcpy(eight, states + first, sizeof eight);
+        if ((eight[0] | eight[1]) != 0) {
+            examine(first, first + together);
+        }
     }
+    examine(first, _blockCount);
     return _spots.data();
 }
 
