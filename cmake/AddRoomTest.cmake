@@ -22,3 +22,12 @@ function(add_room_test name)
     add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
     set_tests_properties(${name} PROPERTIES TIMEOUT 1200)
 endfunction()
+
+# run_on_plain_level(<Name>...): these tests once more with the loops for every processor, whatever this one could run.
+function(run_on_plain_level)
+    foreach(name IN LISTS ARGN)
+        target_sources(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests/kit/LevelOfTest.cpp)
+        add_test(NAME ${name}.plain COMMAND ${name} --gtest_brief=1)
+        set_tests_properties(${name}.plain PROPERTIES TIMEOUT 1200 ENVIRONMENT COREMD_TEST_LEVEL=plain)
+    endforeach()
+endfunction()

@@ -24,7 +24,7 @@ set(coreMD_host_headers
     kernels/BlockMean.h)
 # Rules for one block: the scanner explains blocks by the very ones that the library asks. Not installed.
 set(coreMD_rule_headers
-    detector/kernels/Background.h detector/kernels/Foreground.h detector/kernels/Shadow.h utils/Ticks.h)
+    detector/kernels/Background.h detector/kernels/Foreground.h detector/kernels/Shadow.h utils/Levels.h utils/Ticks.h)
 
 function(stage_header source name)
     set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${source})

@@ -35,22 +35,25 @@ inline constexpr std::size_t chunkLength = 256;
 // Pieces of a chunk, where few of its blocks are meant: most pieces have nothing to ask.
 inline constexpr std::size_t pieceLength = 32;
 
+// Part of whoever calls it, so that work() can be, too: that is compiled for the processors of the caller.
+#define MD_PART_OF_CALLER [[gnu::always_inline]] inline
+
 // work(BlockRange part) for parts of at most `length` blocks, from the first to the last.
 template <class Work>
-void ForEachPart(BlockRange range, std::size_t length, Work work) {
+MD_PART_OF_CALLER void ForEachPart(BlockRange range, std::size_t length, Work work) {
     for (std::size_t first = range.first; first < range.last; first += length)
         work(BlockRange{first, first + length < range.last ? first + length : range.last});
 }
 template <class Work>
-void ForEachChunk(BlockRange range, Work work) {
+MD_PART_OF_CALLER void ForEachChunk(BlockRange range, Work work) {
     ForEachPart(range, chunkLength, work);
 }
 template <class Work>
-void ForEachPiece(BlockRange chunk, Work work) {
+MD_PART_OF_CALLER void ForEachPiece(BlockRange chunk, Work work) {
     ForEachPart(chunk, pieceLength, work);
 }
 
-inline bool IsAnySet(const std::uint8_t* marks, std::size_t count) {
+MD_PART_OF_CALLER bool IsAnySet(const std::uint8_t* marks, std::size_t count) {
     std::uint8_t any = 0;
     for (std::size_t j = 0; j < count; ++j) any |= marks[j];
     return any != 0;

@@ -3,7 +3,8 @@
 
 #include "utils/Ticks.h"
 
-namespace MD::Kernels {
+MD_LEVEL_BEGIN
+namespace MD::Kernels::MD_LEVEL {
 namespace {
 
 using Utils::ElapsedTicks;
@@ -235,5 +236,18 @@ void LearnBackgroundFromIFrame(IFrameLearningBlocks b, IFrameLearningTimes times
         if (ElapsedTicks(times.now, b.backgroundTime[i]) > times.forget) b.isBackground[i] = 0;
     }
 }
+
+}  // namespace MD::Kernels::MD_LEVEL
+MD_LEVEL_END
+
+namespace MD::Kernels {
+
+MD_DEFINE_LOOP(JudgeStability);
+MD_DEFINE_LOOP(LearnNoiseFromExtremes);
+MD_DEFINE_LOOP(LearnNoiseFromDispersions);
+MD_DEFINE_LOOP(MarkChanges);
+MD_DEFINE_LOOP(LearnBackground);
+MD_DEFINE_LOOP(ForgetBackground);
+MD_DEFINE_LOOP(LearnBackgroundFromIFrame);
 
 }  // namespace MD::Kernels

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "utils/Blocks.h"
+#include "utils/Levels.h"
 #include "utils/Ticks.h"
 
 namespace MD::Kernels {
@@ -158,7 +159,7 @@ struct StabilityLimits {
 };
 
 // isStable[i] = 255 where the three windows agree, else 0.
-void JudgeStability(WindowSums sums, StabilityLimits limits, std::uint8_t* isStable, BlockRange range);
+extern const Loop<void(WindowSums sums, StabilityLimits limits, std::uint8_t* isStable, BlockRange range)> JudgeStability;
 
 // Noise level of stable blocks; the others keep theirs.
 struct NoiseOfExtremesBlocks {
@@ -168,8 +169,9 @@ struct NoiseOfExtremesBlocks {
     float offset;  // grey levels
     float* noiseLevel;
 };
-void LearnNoiseFromExtremes(NoiseOfExtremesBlocks b, BlockRange range);
-void LearnNoiseFromDispersions(WindowSums sums, const std::uint8_t* isStable, float* noiseLevel, BlockRange range);
+extern const Loop<void(NoiseOfExtremesBlocks b, BlockRange range)> LearnNoiseFromExtremes;
+extern const Loop<void(WindowSums sums, const std::uint8_t* isStable, float* noiseLevel, BlockRange range)>
+    LearnNoiseFromDispersions;
 
 // isMotionPixel[i] = 255 where the luma differs from age 1, 2 or 4, else 0; lastChangeTime of these blocks = now.
 struct ChangeBlocks {
@@ -186,7 +188,7 @@ struct ChangeBlocks {
                 noiseLevel + first, isMotionPixel + first, lastChangeTime + first};
     }
 };
-void MarkChanges(ChangeBlocks b, std::int64_t now, BlockRange range);
+extern const Loop<void(ChangeBlocks b, std::int64_t now, BlockRange range)> MarkChanges;
 
 // The learning state of the blocks, with the newest frame's chroma.
 struct LearningBlocks {
@@ -213,7 +215,7 @@ struct LearningBlocks {
 };
 
 // Every block as Learned() says.
-void LearnBackground(LearningBlocks b, LearningTimes times, float meanLimit, BlockRange range);
+extern const Loop<void(LearningBlocks b, LearningTimes times, float meanLimit, BlockRange range)> LearnBackground;
 
 struct ForgettingBlocks {
     const std::int64_t* backgroundTime;
@@ -225,7 +227,8 @@ struct ForgettingBlocks {
     }
 };
 // Blocks not refreshed for longer than `limit` ticks lose their background and, with it, what is known of their noise.
-void ForgetBackground(ForgettingBlocks b, std::int64_t now, std::int64_t limit, float defaultNoiseLevel, BlockRange range);
+extern const Loop<void(ForgettingBlocks b, std::int64_t now, std::int64_t limit, float defaultNoiseLevel, BlockRange range)>
+    ForgetBackground;
 
 // Partly decoded H.264: what an I-frame teaches. `quiet`, `forget`: ticks, exclusive.
 struct IFrameLearningBlocks {
@@ -242,6 +245,7 @@ struct IFrameLearningTimes {
     std::int64_t quiet;
     std::int64_t forget;
 };
-void LearnBackgroundFromIFrame(IFrameLearningBlocks b, IFrameLearningTimes times, float dispersionLimit, BlockRange range);
+extern const Loop<void(IFrameLearningBlocks b, IFrameLearningTimes times, float dispersionLimit, BlockRange range)>
+    LearnBackgroundFromIFrame;
 
 }  // namespace MD::Kernels

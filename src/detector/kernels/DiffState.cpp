@@ -1,7 +1,8 @@
 // How restless was a block over the whole ring?
 #include "detector/kernels/DiffState.h"
 
-namespace MD::Kernels {
+MD_LEVEL_BEGIN
+namespace MD::Kernels::MD_LEVEL {
 
 RowVariation VariationOfRow(const std::uint8_t* const (&lumaOfAge)[framesOfRing], const std::uint8_t* isSelected,
                             std::ptrdiff_t first, std::ptrdiff_t last) {
@@ -16,5 +17,12 @@ RowVariation VariationOfRow(const std::uint8_t* const (&lumaOfAge)[framesOfRing]
     }
     return row;
 }
+
+}  // namespace MD::Kernels::MD_LEVEL
+MD_LEVEL_END
+
+namespace MD::Kernels {
+
+MD_DEFINE_LOOP(VariationOfRow);
 
 }  // namespace MD::Kernels

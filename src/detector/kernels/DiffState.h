@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "utils/Levels.h"
+
 namespace MD::Kernels {
 
 inline constexpr int framesOfRing = 11;
@@ -15,7 +17,8 @@ struct RowVariation {
 };
 
 // lumaOfAge: [block] luma planes of the ages 0 to 10. isSelected: [block], non-zero takes part. Blocks first to last - 1.
-RowVariation VariationOfRow(const std::uint8_t* const (&lumaOfAge)[framesOfRing], const std::uint8_t* isSelected,
-                            std::ptrdiff_t first, std::ptrdiff_t last);
+extern const Loop<RowVariation(const std::uint8_t* const (&lumaOfAge)[framesOfRing], const std::uint8_t* isSelected,
+                               std::ptrdiff_t first, std::ptrdiff_t last)>
+    VariationOfRow;
 
 }  // namespace MD::Kernels

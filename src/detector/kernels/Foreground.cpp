@@ -3,7 +3,8 @@
 
 #include <algorithm>
 
-namespace MD::Kernels {
+MD_LEVEL_BEGIN
+namespace MD::Kernels::MD_LEVEL {
 
 namespace {
 
@@ -78,5 +79,15 @@ int MarkForegroundPFrame(PFrameForegroundBlocks b, PartlyLimits limits, Brightne
     }
     return count;
 }
+
+}  // namespace MD::Kernels::MD_LEVEL
+MD_LEVEL_END
+
+namespace MD::Kernels {
+
+MD_DEFINE_LOOP(MarkForeground);
+MD_DEFINE_LOOP(MarkForegroundMPEG4);
+MD_DEFINE_LOOP(MarkForegroundIFrame);
+MD_DEFINE_LOOP(MarkForegroundPFrame);
 
 }  // namespace MD::Kernels

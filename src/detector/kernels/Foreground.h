@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "utils/Blocks.h"
+#include "utils/Levels.h"
 
 namespace MD::Kernels {
 
@@ -60,7 +61,7 @@ struct ForegroundBlocks {
                 isBackground + first, noiseLevel + first,   isObject + first};
     }
 };
-void MarkForeground(ForegroundBlocks b, int chromaLimit, BlockRange range);
+extern const Loop<void(ForegroundBlocks b, int chromaLimit, BlockRange range)> MarkForeground;
 
 // The same, with the decoder's reference luma where there is no background (and no chroma there).
 struct MPEG4ForegroundBlocks {
@@ -72,7 +73,7 @@ struct MPEG4ForegroundBlocks {
     std::uint8_t* isObject;
     std::uint8_t* isMotionPixel;
 };
-void MarkForegroundMPEG4(MPEG4ForegroundBlocks b, int chromaLimit, BlockRange range);
+extern const Loop<void(MPEG4ForegroundBlocks b, int chromaLimit, BlockRange range)> MarkForegroundMPEG4;
 
 // Luma of an I-frame against the background, or against the previous I-frame where there is none.
 struct IFrameForegroundBlocks {
@@ -83,8 +84,9 @@ struct IFrameForegroundBlocks {
     std::uint8_t* isObject;
     std::uint8_t* isMotionPixel;
 };
-void MarkForegroundIFrame(IFrameForegroundBlocks b, PartlyLimits toBackground, PartlyLimits toPrevious,
-                          BrightnessRange brightness, BlockRange range);
+extern const Loop<void(IFrameForegroundBlocks b, PartlyLimits toBackground, PartlyLimits toPrevious,
+                       BrightnessRange brightness, BlockRange range)>
+    MarkForegroundIFrame;
 
 // Luma of a P-frame against the last I-frame. Returns the number of foreground blocks.
 struct PFrameForegroundBlocks {
@@ -93,6 +95,7 @@ struct PFrameForegroundBlocks {
     std::uint8_t* isObject;
     std::uint8_t* isMotionPixel;
 };
-int MarkForegroundPFrame(PFrameForegroundBlocks b, PartlyLimits limits, BrightnessRange brightness, BlockRange range);
+extern const Loop<int(PFrameForegroundBlocks b, PartlyLimits limits, BrightnessRange brightness, BlockRange range)>
+    MarkForegroundPFrame;
 
 }  // namespace MD::Kernels

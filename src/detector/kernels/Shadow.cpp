@@ -5,25 +5,15 @@
 #include <array>
 #include <cmath>
 
-namespace MD::Kernels {
+MD_LEVEL_BEGIN
+namespace MD::Kernels::MD_LEVEL {
 namespace {
 
 constexpr std::ptrdiff_t columnsAtOnce = 64;
 
-std::array<double, 256> MakeLogTable() {
-    std::array<double, 256> table;
-    for (int luma = 0; luma < 256; ++luma) table[static_cast<std::size_t>(luma)] = std::log(luma + 1.0);
-    return table;
-}
-
-const double* LogTable() {
-    static const std::array<double, 256> table = MakeLogTable();
-    return table.data();
-}
-
 // work(first column, number of columns)
 template <class Work>
-void ForEachPartOfRow(int columns, Work work) {
+MD_PART_OF_CALLER void ForEachPartOfRow(int columns, Work work) {
     for (std::ptrdiff_t x = 0; x < columns; x += columnsAtOnce)
         work(x, std::min<std::ptrdiff_t>(columnsAtOnce, columns - x));
 }
@@ -31,7 +21,7 @@ void ForEachPartOfRow(int columns, Work work) {
 // gradient[j] = log of `from` less log of `to` where marked.
 void StoreGradients(const std::uint8_t* from, const std::uint8_t* to, const std::uint8_t* isMarked, float* gradient,
                     std::ptrdiff_t count) {
-    const double* const logs = LogTable();
+    const double* const logs = LogLumaTable();
     double fromLog[columnsAtOnce], toLog[columnsAtOnce];
     for (std::ptrdiff_t j = 0; j < count; ++j) fromLog[j] = logs[from[j]];
     for (std::ptrdiff_t j = 0; j < count; ++j) toLog[j] = logs[to[j]];
@@ -117,8 +107,6 @@ void DecideChunk(const ShadowDecisionBlocks b, float shadowThreshold, std::ptrdi
 
 }  // namespace
 
-double LogLuma(std::uint8_t luma) { return LogTable()[luma]; }
-
 RowRange MarkShadowSearch(const std::uint8_t* isObject, std::uint8_t* zoneResultMap, std::uint8_t* searchMask, Grid grid) {
     const std::ptrdiff_t columns = grid.columns;
     std::fill_n(searchMask, columns * grid.rows, std::uint8_t{0});
@@ -185,5 +173,33 @@ void DecideShadows(ShadowDecisionBlocks b, float shadowThreshold, Grid grid) {
             DecideChunk(b, shadowThreshold, y, x, count, grid);
         });
 }
+
+}  // namespace MD::Kernels::MD_LEVEL
+MD_LEVEL_END
+
+namespace MD::Kernels {
+
+#if !defined(MD_LEVEL_IS_AVX2)  // one table for all levels
+namespace {
+
+std::array<double, 256> MakeLogTable() {
+    std::array<double, 256> table;
+    for (int luma = 0; luma < 256; ++luma) table[static_cast<std::size_t>(luma)] = std::log(luma + 1.0);
+    return table;
+}
+
+}  // namespace
+
+const double* LogLumaTable() {
+    static const std::array<double, 256> table = MakeLogTable();
+    return table.data();
+}
+
+double LogLuma(std::uint8_t luma) { return LogLumaTable()[luma]; }
+#endif
+
+MD_DEFINE_LOOP(MarkShadowSearch);
+MD_DEFINE_LOOP(MeasureShadowFeatures);
+MD_DEFINE_LOOP(DecideShadows);
 
 }  // namespace MD::Kernels

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "utils/Blocks.h"
+#include "utils/Levels.h"
 
 namespace MD::Kernels {
 
@@ -13,6 +14,7 @@ namespace MD::Kernels {
 
 // log(luma + 1) in double precision; the table behind it is filled with the very call.
 double LogLuma(std::uint8_t luma);
+const double* LogLumaTable();  // of all 256
 
 // Deliberate: a difference of 6 counts 6, one of 7 counts 1 (ShadowTest, ChromaDeadZoneJumps).
 constexpr float ChromaChange(int chroma, int background) {
@@ -31,7 +33,8 @@ struct RowRange {  // rows first to last - 1
 
 // zoneResultMap[i] = 1 for foreground, else 0; searchMask[i] = 1 for foreground and its up to 8 neighbours, else 0.
 // Returns the rows around all search marks.
-RowRange MarkShadowSearch(const std::uint8_t* isObject, std::uint8_t* zoneResultMap, std::uint8_t* searchMask, Grid grid);
+extern const Loop<RowRange(const std::uint8_t* isObject, std::uint8_t* zoneResultMap, std::uint8_t* searchMask, Grid grid)>
+    MarkShadowSearch;
 
 // Gradients of the logarithm of the luma, in background and frame, and change of the chroma. Blocks without background
 // and blocks that are not searched keep the zeros that the caller put there.
@@ -59,7 +62,7 @@ struct ShadowFeatureBlocks {
                 cbDifference + first,        crDifference + first};
     }
 };
-void MeasureShadowFeatures(ShadowFeatureBlocks b, Grid grid);
+extern const Loop<void(ShadowFeatureBlocks b, Grid grid)> MeasureShadowFeatures;
 
 // Foreground blocks on known background that score below `shadowThreshold` leave the foreground: isObject 0,
 // zoneResultMap 2. All other blocks: isObject 255 where zoneResultMap is 1, else 0.
@@ -76,6 +79,6 @@ struct ShadowDecisionBlocks {
     std::uint8_t* isObject;
     std::uint8_t* zoneResultMap;
 };
-void DecideShadows(ShadowDecisionBlocks b, float shadowThreshold, Grid grid);
+extern const Loop<void(ShadowDecisionBlocks b, float shadowThreshold, Grid grid)> DecideShadows;
 
 }  // namespace MD::Kernels

@@ -3,7 +3,8 @@
 
 #include <algorithm>
 
-namespace MD::Kernels {
+MD_LEVEL_BEGIN
+namespace MD::Kernels::MD_LEVEL {
 
 void StepWindow(SteppingWindow w, BlockRange range) {
     MD_INDEPENDENT_BLOCKS
@@ -28,5 +29,13 @@ void FindExtremes(ExtremesBlocks b, BlockRange range) {
         b.max[i] = largest;
     }
 }
+
+}  // namespace MD::Kernels::MD_LEVEL
+MD_LEVEL_END
+
+namespace MD::Kernels {
+
+MD_DEFINE_LOOP(StepWindow);
+MD_DEFINE_LOOP(FindExtremes);
 
 }  // namespace MD::Kernels

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "utils/Blocks.h"
+#include "utils/Levels.h"
 
 namespace MD::Kernels {
 
@@ -15,7 +16,7 @@ struct SteppingWindow {
     float* sum;
     float* squareSum;
 };
-void StepWindow(SteppingWindow w, BlockRange range);
+extern const Loop<void(SteppingWindow w, BlockRange range)> StepWindow;
 
 // min, max: the extremes of ten luma planes.
 struct ExtremesBlocks {
@@ -23,6 +24,6 @@ struct ExtremesBlocks {
     std::uint8_t* min;
     std::uint8_t* max;
 };
-void FindExtremes(ExtremesBlocks b, BlockRange range);
+extern const Loop<void(ExtremesBlocks b, BlockRange range)> FindExtremes;
 
 }  // namespace MD::Kernels
