@@ -10,10 +10,6 @@ install(TARGETS coreMD coreMD_static coreMD_host coreMD_host_static EXPORT coreM
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT coreMD_development)
 set_target_properties(coreMD_host PROPERTIES EXPORT_NAME host)
 set_target_properties(coreMD_host_static PROPERTIES EXPORT_NAME host_static)
-foreach(level IN LISTS COREMD_HWCAPS)
-    install(TARGETS coreMD_${level}
-        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/glibc-hwcaps/${level} COMPONENT coreMD_runtime NAMELINK_SKIP)
-endforeach()
 
 install(FILES ${PROJECT_SOURCE_DIR}/include/coreMD.h ${PROJECT_SOURCE_DIR}/include/coreMD.hpp
         ${PROJECT_SOURCE_DIR}/include/coreMD-host.h

@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
-# What does it cost?  Builds the benchmarks for every x86-64 level, runs them, prints the tables, and writes
+# What does it cost?  Builds the benchmarks as released, as processors without AVX2 run
+# them, and for x86-64-v3 as a whole, runs them, prints the tables, and writes
 # docs/performance.md with its plot.  The machine should have nothing else to do.
 #
 #     scripts/bench.sh              everything, about ten minutes
 #     scripts/bench.sh --quick      the main table only, below two minutes; prints, writes nothing
 #
-# BENCH_LEVELS: presets to run, those for all levels if not set.  BENCH_REPETITIONS: at most so many per figure.
+# BENCH_LEVELS: presets to run, all three if not set.  BENCH_REPETITIONS: at most so many per figure.
 # BENCH_BUILD: folder of the builds, build/ if not set.  BENCH_DOCS: folder to write to, docs/ if not set.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -24,9 +25,7 @@ esac
 # The features that a level adds, as the processor names them; the first that is missing is printed.
 missing_feature() {
     local features=() feature
-    [[ $1 != *-v[234] ]] || features+=(cx16 lahf_lm popcnt sse4_1 sse4_2 ssse3)
-    [[ $1 != *-v[34] ]] || features+=(avx avx2 bmi1 bmi2 f16c fma abm movbe)
-    [[ $1 != *-v4 ]] || features+=(avx512f avx512bw avx512cd avx512dq avx512vl)
+    [[ $1 != *-v3 ]] || features+=(cx16 lahf_lm popcnt sse4_1 sse4_2 ssse3 avx avx2 bmi1 bmi2 f16c fma abm movbe)
     for feature in "${features[@]}"; do
         if ! grep -qw "$feature" /proc/cpuinfo; then
             echo "$feature"
@@ -36,9 +35,9 @@ missing_feature() {
 }
 
 if [[ -n $quick ]]; then
-    levels=${BENCH_LEVELS:-release-v3}
+    levels=${BENCH_LEVELS:-release}
 else
-    levels=${BENCH_LEVELS:-release release-v2 release-v3 release-v4}
+    levels=${BENCH_LEVELS:-release-plain release release-v3}
 fi
 runnable=()
 for level in $levels; do
@@ -79,10 +78,10 @@ run() {
         --benchmark_context="level=$2" --benchmark_display_aggregates_only=true >>"$log" 2>&1 || fail "$1 of $2 failed"
 }
 
-# The level of which everything is measured: v3, which all machines of the last years have, or the next lower one.
+# The build of which everything is measured: the one that everybody gets.
 main=${runnable[0]}
 for level in "${runnable[@]}"; do
-    [[ $level == release-v4 && ${#runnable[@]} -gt 1 ]] || main=$level
+    [[ $level != release ]] || main=$level
 done
 
 mainTable='^pass/(still|noise|random|lattice|cover|shadow5|shadow100)/standard/1/warm/240x135'

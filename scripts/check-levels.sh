@@ -35,7 +35,8 @@ functions_of() { # object
 
 # Names, and why each of them must not be there.
 faults_of_avx2() { # object
-    nm --defined-only "$1" | awk '$2 ~ /^[WVuBCD]$/ { print $3, "(" $2 ")" }' | c++filt | sed 's/$/: others may bring it too/'
+    nm --defined-only "$1" | awk '$2 ~ /^[WVuBCD]$/ { print $3, "(" $2 ")" }' | c++filt |
+        sed 's/$/: others may bring it too/'
     nm --defined-only "$1" | awk '$2 ~ /^[TR]$/ { print $3 }' | c++filt | grep -v '^MD::Kernels::Avx2::' |
         sed 's/$/: is not of the level/' || true
 }
@@ -71,7 +72,7 @@ check() {
         return
     fi
     # Nehalem knows nothing of AVX, SandyBridge no AVX2.
-    printf 'int main(void) { __asm__ volatile("vpaddb %%%%ymm0, %%%%ymm0, %%%%ymm0" ::: "xmm0"); return 0; }\n' >"$work/avx2.c"
+    echo 'int main(void) { __asm__ volatile("vpaddb %ymm0, %ymm0, %ymm0"); return 0; }' >"$work/avx2.c"
     "${CC:-cc}" "$work/avx2.c" -o "$work/avx2"
     for processor in Nehalem SandyBridge Haswell; do
         if qemu-x86_64 -cpu "$processor" "$work/avx2" >"$work/log" 2>&1; then

@@ -75,30 +75,6 @@ run './minimal_c'
 run 'mdscan crossing.mp4 | tee events.jsonl'
 [[ $(grep -c '"type":"event"' events.jsonl) == 4 ]] || fail "other events than four"
 
-printf '\n== the library that the loader chooses\n'
-loader=$(echo /lib64/ld-linux-x86-64.so.*)
-took() { # the folder below that of all libraries
-    file=$(sed -n 's/.*calling init: \(.*libcoreMD.*\)/\1/p' loader.txt)
-    echo "  $file"
-    [[ $file =~ ^(/usr)?/lib/[^/]*/$1libcoreMD\.so\.1[.0-9]*$ ]]
-}
-best=
-if [[ -x $loader ]]; then
-    for level in none x86-64-v3 x86-64-v4; do
-        folder=
-        if [[ $level != none ]]; then
-            "$loader" --help | grep "$level (supported, searched)" >/dev/null || continue
-            folder=glibc-hwcaps/$level/
-        fi
-        best=$folder
-        run "LD_DEBUG=libs $loader --glibc-hwcaps-mask $level /usr/bin/mdscan crossing.mp4 2>loader.txt" |
-            cmp - events.jsonl || fail "another result for $level"
-        took "$folder" || fail "not the one for $level"
-    done
-fi
-run 'LD_DEBUG=libs ./minimal_c 2>loader.txt >/dev/null'
-took "$best" || fail "${best}libcoreMD.so.1 would be better"
-
 printf '\n== a broken precondition\n'
 run 'cc hosts/broken_precondition.c -lcoreMD -o broken_precondition'
 ! run './broken_precondition 2>&1 | tee broken.txt' || fail "goes on"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Does g++ vectorise every marked loop, for x86-64 and for x86-64-v3?
+# Does g++ vectorise every marked loop, for x86-64, AVX2 and x86-64-v3?
 #
 # A mark is a macro that stands for `GCC ivdep`, on a line of its own before a `for`. Compiles every source that holds a
 # marked loop, or includes a header that does, with the project's own flags, and reads what the vectoriser says about each:

@@ -21,13 +21,13 @@
 #define MD_LEVEL_BEGIN
 #define MD_LEVEL_END
 #elif defined(__clang__)
-#define MD_LEVEL Avx2
+#define MD_LEVEL       Avx2
 #define MD_LEVEL_BEGIN _Pragma("clang attribute push(__attribute__((target(\"avx2\"))), apply_to = function)")
-#define MD_LEVEL_END _Pragma("clang attribute pop")
+#define MD_LEVEL_END   _Pragma("clang attribute pop")
 #else
-#define MD_LEVEL Avx2
+#define MD_LEVEL       Avx2
 #define MD_LEVEL_BEGIN _Pragma("GCC push_options") _Pragma("GCC target(\"avx2\")")
-#define MD_LEVEL_END _Pragma("GCC pop_options")
+#define MD_LEVEL_END   _Pragma("GCC pop_options")
 #endif
 
 namespace MD {
@@ -73,10 +73,10 @@ private:
 #if defined(MD_LEVEL_IS_AVX2)
 #define MD_DEFINE_LOOP(name) static_assert(true)
 #elif MD_HAS_AVX2_LOOPS
-#define MD_DEFINE_LOOP(name)                         \
-    namespace Avx2 {                                 \
-    decltype(Kernels::name)::Function name;          \
-    }                                                \
+#define MD_DEFINE_LOOP(name)                \
+    namespace Avx2 {                        \
+    decltype(Kernels::name)::Function name; \
+    }                                       \
     constinit const decltype(Kernels::name) name(Plain::name, Avx2::name)
 #else
 #define MD_DEFINE_LOOP(name) constinit const decltype(Kernels::name) name(Plain::name, Plain::name)

@@ -1,5 +1,5 @@
-// Which loops do processors with AVX2 run?  The same ones, compiled for them: sources of kernels once more, in a namespace of
-// their own. Segmentation is not among them: it follows objects from block to block, and gains nothing from vectors.
+// Which loops do processors with AVX2 run?  The same ones, compiled for them: sources of kernels once more, in a namespace
+// of their own. Segmentation is not among them: it follows objects from block to block, and gains nothing from vectors.
 #define MD_LEVEL_IS_AVX2
 
 #include "utils/Levels.h"

@@ -25,8 +25,7 @@ using MD::Loop;
 namespace {
 
 constexpr std::int64_t second = 10000000;  // ticks
-constexpr PartlyLimits toBackground{.inRange = 12.0f, .outOfRange = 36.0f},
-    toFrame{.inRange = 15.0f, .outOfRange = 31.5f};
+constexpr PartlyLimits toBackground{.inRange = 12.0f, .outOfRange = 36.0f}, toFrame{.inRange = 15.0f, .outOfRange = 31.5f};
 constexpr BrightnessRange brightness{.darkest = 40.0f, .brightest = 190.0f};
 
 // The arrays of one call, in one piece of memory, with random bytes between them.
@@ -44,7 +43,8 @@ public:
     template <class T, class Draw>
     T* Of(Draw draw) {
         constexpr std::size_t guard = 64;
-        _used = (_used + guard + sizeof(T) - 1) / sizeof(T) * sizeof(T) + sizeof(T) * static_cast<std::size_t>(_random.Below(8));
+        _used =
+            (_used + guard + sizeof(T) - 1) / sizeof(T) * sizeof(T) + sizeof(T) * static_cast<std::size_t>(_random.Below(8));
         T* const plane = reinterpret_cast<T*>(memory.data() + _used);
         _used += blockCount * sizeof(T);
         EXPECT_LE(_used + guard, memory.size());
@@ -53,7 +53,8 @@ public:
     }
     // Close to each other often: limits are met from both sides, and whole parts have nothing to do.
     std::uint8_t* Luma() {
-        return Of<std::uint8_t>([this] { return _random.OneIn(20) ? _random.Byte() : 100 + _random.Between(0, 8 * flatness); });
+        return Of<std::uint8_t>(
+            [this] { return _random.OneIn(20) ? _random.Byte() : 100 + _random.Between(0, 8 * flatness); });
     }
     std::uint8_t* Marks() {
         return Of<std::uint8_t>([this] { return flatness == 0 ? 0 : _random.OneIn(flatness + 1) ? 0 : 255; });
@@ -171,11 +172,9 @@ TEST_F(KernelsAvx2, Stability) {
 
 TEST_F(KernelsAvx2, Noise) {
     EXPECT_TRUE(LevelsAgree(LearnNoiseFromExtremes, [](Arrays& a) {
-        return [b = NoiseOfExtremesBlocks{.isStable = a.Marks(),
-                                          .min = a.Luma(),
-                                          .max = a.Luma(),
-                                          .offset = 12.0f,
-                                          .noiseLevel = a.Noise()},
+        return [b =
+                    NoiseOfExtremesBlocks{
+                        .isStable = a.Marks(), .min = a.Luma(), .max = a.Luma(), .offset = 12.0f, .noiseLevel = a.Noise()},
                 r = a.range](auto f) { f(b, r); };
     }));
     EXPECT_TRUE(LevelsAgree(LearnNoiseFromDispersions, [](Arrays& a) {
@@ -231,9 +230,8 @@ TEST_F(KernelsAvx2, Learning) {
                                          .backgroundY = a.Luma(),
                                          .backgroundTime = a.Times(),
                                          .sampleTime = a.Times()},
-                t = IFrameLearningTimes{.now = a.now, .quiet = 5 * second, .forget = 60 * second}, r = a.range](auto f) {
-            f(b, t, 500.0f, r);
-        };
+                t = IFrameLearningTimes{.now = a.now, .quiet = 5 * second, .forget = 60 * second},
+                r = a.range](auto f) { f(b, t, 500.0f, r); };
     }));
 }
 
@@ -267,10 +265,9 @@ TEST_F(KernelsAvx2, Foreground) {
                 r = a.range](auto f) { f(b, toBackground, toFrame, brightness, r); };
     }));
     EXPECT_TRUE(LevelsAgree(MarkForegroundPFrame, [](Arrays& a) {
-        return [b = PFrameForegroundBlocks{.current = a.Luma(),
-                                           .reference = a.Luma(),
-                                           .isObject = a.Marks(),
-                                           .isMotionPixel = a.Marks()},
+        return [b =
+                    PFrameForegroundBlocks{
+                        .current = a.Luma(), .reference = a.Luma(), .isObject = a.Marks(), .isMotionPixel = a.Marks()},
                 r = a.range](auto f) { return f(b, toFrame, brightness, r); };
     }));
 }
