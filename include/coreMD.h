@@ -69,7 +69,9 @@ enum {
     COREMD_STATE_IMPOSSIBLE = 5     /* whole, but no detector holds such values */
 };
 
-/* One frame. The caller owns every buffer; they are read during the call only. */
+/* One frame. The caller owns every buffer; they are read during the call only. Start from zeros, then set what is known: the
+ * extra flags and `reserved` are 0. Other values have no effect in this version, and may get one in a later minor version.
+ * Records tell no size: within a major version none of them grows, and what is new comes in a record of its own. */
 typedef struct DetectionInfo {
     int32_t width;               /* blocks per row, 1..9999 */
     int32_t height;              /* block rows, 1..9999 */
@@ -78,13 +80,13 @@ typedef struct DetectionInfo {
     uint8_t* bgr24ForEachBlock;  /* one BGR pixel per block; must not be null, its pixels are not read */
     uint8_t* ycbcrForEachBlock;  /* three [block] planes one after another: Y, Cb, Cr */
     uint8_t* mpeg4ReferenceLuma; /* [block] reference luma of the MPEG-4 mode; may be null: that mode then marks nothing */
-    int32_t extraFlag1;          /* boolean, no effect */
+    int32_t extraFlag1;          /* 0 */
     int32_t isIFrame;            /* boolean: a complete picture; matters in MPEG-4 mode, echoed in MDResultInfo */
     double fps;                  /* frames per second of the source; taken when the detector starts afresh */
     int32_t passThroughFlag;     /* boolean, echoed in MDResultInfo */
     int32_t detectShadow;        /* boolean: drop shadows; taken when the detector starts afresh */
-    int32_t extraFlag2;          /* boolean, no effect */
-    int32_t reserved;            /* not read */
+    int32_t extraFlag2;          /* 0 */
+    int32_t reserved;            /* 0 */
     int32_t isMPEG4;             /* boolean: MPEG-4 mode; taken when the detector starts afresh */
     int32_t isH264Partly;        /* boolean: the frame comes from a partial H.264 decode; read every frame */
     int32_t isH264PartlyIFrame;  /* boolean: that frame is an I-frame; read every frame */

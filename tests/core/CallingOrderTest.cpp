@@ -96,6 +96,25 @@ TEST(CallingOrderTest, ResultsStartWithTheEleventhFrame) {
     }
 }
 
+TEST(CallingOrderTest, SpareFieldsHaveNoEffect) {
+    Settled plain;
+    Settled spare;
+    spare.frames.info.extraFlag1 = spare.frames.info.extraFlag2 = 1;
+    spare.frames.info.reserved = -7;
+    spare.frames.info.timestamp = plain.frames.info.timestamp = 0;  // starts afresh, and takes the flags
+    for (Settled* s : {&plain, &spare}) {
+        s->frames.Feed(s->handle, framesUntilBackground);
+        DrawTheObject(s->frames);
+        s->frames.Feed(s->handle);
+        ExpectTheObject(s->handle);
+    }
+    EXPECT_TRUE(GetDetector(spare.handle)->_extraFlag1);
+    std::vector<std::uint8_t> image(3 * columns * rows), other(image.size());
+    h33(plain.handle, image.data(), nullptr);
+    h33(spare.handle, other.data(), nullptr);
+    EXPECT_EQ(image, other);
+}
+
 TEST(CallingOrderTest, ExhaustedObjectsAreNotWritten) {
     Settled s;
     DrawTheObject(s.frames);
