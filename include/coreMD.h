@@ -1,8 +1,8 @@
 /* coreMD: motion detection on a coarse grid of blocks.
  *
  * The complete C interface: five records, one handle, fourteen numbered functions, one that tells the version, three that
- * save and load a detector, one that gives it other zones, four that check a call before it is made, one that names who is
- * told of a failure. C11 and C++; coreMD.hpp puts readable names on it for C++20.
+ * save and load a detector, one that gives it other zones, one that reads its blocks, four that check a call before it is
+ * made, one that names who is told of a failure. C11 and C++; coreMD.hpp puts readable names on it for C++20.
  *
  * Words used throughout
  *   block     one cell of the grid; block (x, y) has index y * width + x, rows without padding
@@ -239,6 +239,14 @@ typedef void (*coreMD_FailureHandler)(void* context, const char* condition, cons
  * thread holds; exit, which runs destructors beside the other threads. It is not told of std::bad_alloc, nor of what the
  * system ends. */
 COREMD_API void coreMD_SetFailureHandler(coreMD_FailureHandler handler, void* context);
+
+/* Copies what is known of every block after the last frame. `ycbcr` gets the learned background, three [block] planes as in
+ * DetectionInfo, whose values mean nothing where none is known; `isKnown` [block] 255 where one is known, else 0;
+ * `isForeground` [block] 255 where the block differed from its background and is no shadow, else 0. Each may be null.
+ * `blocks`: width * height of the last frame. Returns 0, or a negative status with nothing written before the first h13, and
+ * where `blocks` is another number. */
+COREMD_API int32_t coreMD_ReadBlocks(DetectorHandle* handle, uint8_t* ycbcr, uint8_t* isKnown, uint8_t* isForeground,
+                                     int64_t blocks);
 
 /* Bytes that coreMD_SaveState writes now; they change with the grid, the zones and the objects of the last frame. */
 COREMD_API int64_t coreMD_StateSize(DetectorHandle* handle);

@@ -116,6 +116,22 @@ const char* coreMD_CheckObject(DetectorHandle* handle) {
 
 void coreMD_SetFailureHandler(coreMD_FailureHandler handler, void* context) { MD::SetFailureListener({handler, context}); }
 
+int32_t coreMD_ReadBlocks(DetectorHandle* handle, uint8_t* ycbcr, uint8_t* isKnown, uint8_t* isForeground, int64_t blocks) {
+    const MotionDetector& detector = *Behind(handle);
+    if (!detector._backgroundY || blocks != detector.blockCount) return -1;
+    const auto copy = [&](const unsigned char* plane, uint8_t* to) {
+        std::memcpy(to, plane, static_cast<std::size_t>(blocks));
+    };
+    if (ycbcr) {
+        copy(detector._backgroundY, ycbcr);
+        copy(detector._backgroundCb, ycbcr + blocks);
+        copy(detector._backgroundCr, ycbcr + 2 * blocks);
+    }
+    if (isKnown) copy(detector._isBackground, isKnown);
+    if (isForeground) copy(detector._isObject, isForeground);
+    return 0;
+}
+
 int64_t coreMD_StateSize(DetectorHandle* handle) { return static_cast<int64_t>(MD::DetectorState::Size(*Behind(handle))); }
 
 int32_t coreMD_SaveState(DetectorHandle* handle, uint8_t* state, int64_t size) {

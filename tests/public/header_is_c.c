@@ -19,7 +19,7 @@ enum { columns = 12, rows = 9, blocks = columns * rows };
 
 static uint8_t planes[3 * blocks], bgr[3 * blocks], mask[4] = {1, 1, 1, 1}, image[3 * blocks];
 static int32_t isKnown[blocks], width, height;
-static uint8_t state[100000];
+static uint8_t state[100000], background[3 * blocks], known[blocks], foreground[blocks];
 
 static void OnFailure(void* context, const char* condition, const char* file, int32_t line, const char* function) {
     fprintf(stderr, "%s: %s:%d: %s: %s\n", (const char*)context, file, line, function, condition);
@@ -43,6 +43,8 @@ int main(void) {
     EXPECT(strcmp(coreMD_CheckZone(&handle, NULL), "zone") == 0 && strcmp(coreMD_CheckObject(&handle), "_isObject") == 0);
     EXPECT(h12(&handle, &zone) == 0);
     EXPECT(h33(&handle, image, isKnown) < 0);
+    EXPECT(coreMD_ReadBlocks(&handle, NULL, NULL, NULL, 0) < 0);
+    EXPECT(coreMD_ReadBlocks(&handle, background, known, foreground, blocks) < 0);
     h35(&handle, 0);
     h36(&handle, 0);
     EXPECT(h16() == 0);
@@ -80,6 +82,14 @@ int main(void) {
     EXPECT(object.left == 3 && object.right == 4 && object.top == 4 && object.bottom == 4);
     EXPECT(object.pixelsX[0] == 3 && object.pixelsY[0] == 4);
     EXPECT(h18(&handle, &object) == COREMD_EXHAUSTED);
+
+    memset(known, 7, sizeof known);
+    EXPECT(coreMD_ReadBlocks(&handle, background, known, foreground, blocks - 1) < 0 && known[0] == 7);
+    EXPECT(coreMD_ReadBlocks(&handle, background, known, foreground, blocks) == 0);
+    EXPECT(background[4 * columns + 3] == planes[0] && background[blocks] == planes[blocks]);
+    EXPECT(background[3 * blocks - 1] == planes[3 * blocks - 1] && known[0] == 255 && known[blocks - 1] == 255);
+    EXPECT(foreground[4 * columns + 3] == 255 && foreground[4 * columns + 4] == 255 && foreground[4 * columns + 5] == 0);
+    EXPECT(coreMD_ReadBlocks(&handle, NULL, NULL, NULL, blocks) == 0);
 
     EXPECT(coreMD_StateSize(&handle) > 100 * blocks && coreMD_StateSize(&handle) < (int64_t)sizeof state);
     EXPECT(coreMD_SaveState(&handle, state, (int64_t)sizeof state) == COREMD_STATE_DONE);

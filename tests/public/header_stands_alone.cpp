@@ -43,6 +43,7 @@ static_assert(std::is_same_v<decltype(coreMD_SetFailureHandler), void(coreMD_Fai
 static_assert(std::is_same_v<coreMD_FailureHandler, void (*)(void*, const char*, const char*, int32_t line, const char*)>);
 static_assert(std::is_same_v<decltype(coreMD_StateSize), int64_t(DetectorHandle*)>);
 static_assert(std::is_same_v<decltype(coreMD_SaveState), int32_t(DetectorHandle*, uint8_t*, int64_t)>);
+static_assert(std::is_same_v<decltype(coreMD_ReadBlocks), int32_t(DetectorHandle*, uint8_t*, uint8_t*, uint8_t*, int64_t)>);
 static_assert(
     std::is_same_v<decltype(coreMD_ReplaceZones), int32_t(DetectorHandle*, const MDZoneInfo*, int32_t, DetectorHandle*)>);
 static_assert(
