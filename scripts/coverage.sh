@@ -22,7 +22,7 @@ find "$build" -name '*.gcda' -delete
 (cd "$build" && ctest --no-tests=error -j "$(nproc)" >"$log" 2>&1) || { tail -n 40 "$log"; exit 1; }
 tail -n 3 "$log"
 
-asserted='.*\b(assert|MD_ASSERT_AT)\(.*'
+asserted='.*\b(assert|MD_ASSERT_AT|MD_UNLESS|MD_UNLESS_IN)\(.*'
 gcovr --root "$root" --object-directory "$build" --filter "$root/src/" --filter "$root/host/" \
     --exclude-lines-by-pattern "$asserted" --exclude-branches-by-pattern "$asserted" \
     --exclude-throw-branches --exclude-unreachable-branches --gcov-ignore-parse-errors \

@@ -96,6 +96,7 @@ void MDZone::InitPixelMap(int width, int height) {
     pixelMapWidth = width;
     pixelMapHeight = height;
 
+    if (mapWidth <= 0) return;  // a height of any size then, of no cells
     for (int row = 0; row < mapHeight; ++row) {
         const unsigned char* cells = map + static_cast<std::ptrdiff_t>(row) * mapWidth;
         const Span y = OverlappedBlocks(row, mapHeight, pixelMapHeight);
