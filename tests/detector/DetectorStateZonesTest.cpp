@@ -148,7 +148,9 @@ public:
             ForAll([&](Host& host) { h13(&host.handle, &info); });
             Count();
             Compare();
-            if (frame % 10 == 9) EXPECT_EQ(_replaced->State(), AllAlong().State());
+            if (frame % 10 == 9) {
+                EXPECT_EQ(_replaced->State(), AllAlong().State());
+            }
             if (testing::Test::HasFailure()) return;
         }
     }
