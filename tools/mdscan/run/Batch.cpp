@@ -140,7 +140,7 @@ void Batch::Start() {
         try {
             item.worker = std::make_unique<Worker>(_settings, item.input.path, _state);
         } catch (const Video::Failure& failure) {
-            if (_running + _live > 0) {  // those that run go on, and leave room
+            if (_running > 0) {  // those that run go on, and leave room; live sources never do
                 _ready.insert(first);
                 return;
             }

@@ -441,15 +441,15 @@ TEST_F(BatchTest, AClosedTerminalTakesNoFileWithIt) {
 }
 
 // Sanitizers need a pipe of their own whenever they look at an object's type.
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool lacksFiles = false;
+#if defined(SANITIZED)
+constexpr bool needsPipes = true;
 #else
-constexpr bool lacksFiles = true;
+constexpr bool needsPipes = false;
 #endif
 
 // A scan takes a pipe. Where the system has none to spare, those that run go on, and the others take their places.
 TEST_F(BatchTest, ScansThatCannotStartWaitForThoseThatRun) {
-    if (!lacksFiles) GTEST_SKIP() << "sanitizers need files themselves";
+    if (needsPipes) GTEST_SKIP() << "sanitizers need pipes themselves";
     const Names names = {"a.avi", "b.avi", "c.avi", "d.avi", "e.avi", "f.avi", "g.avi", "h.avi", "i.avi", "j.avi"};
     Video::WriteEncoded({Small()}, {.codec = "mpeg4", .container = "avi"}, In("a.avi"));
     for (const std::string& name : names) {
@@ -461,7 +461,7 @@ TEST_F(BatchTest, ScansThatCannotStartWaitForThoseThatRun) {
 }
 
 TEST_F(BatchTest, AScanThatCanNeverStartIsNamed) {
-    if (!lacksFiles) GTEST_SKIP() << "sanitizers need files themselves";
+    if (needsPipes) GTEST_SKIP() << "sanitizers need pipes themselves";
     Video::WriteEncoded({Small()}, {.codec = "mpeg4", .container = "avi"}, In("videos/a.avi"));
     fs::copy_file(In("videos/a.avi"), In("videos/b.avi"));
     const Outcome run = Mdscan({"-j", "2", In("videos")}, {.spareFiles = 1});
