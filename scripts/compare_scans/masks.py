@@ -94,6 +94,8 @@ MASKS = [
          pattern(rb"(?:\r\x1b\[K(?: *\d+ %  [\d.]+ s  [\d.]+ x  \d+ events?(?:  [\d:]+ left)?)?)+", rb"#"), "terminal"),
     Mask("elapsed of states", "how long a finished input took", r"files/.*\.state",
          pattern(rb'\\"elapsed\\":[\d.e+-]+', rb'\\"elapsed\\":#')),
+    Mask("checksums of states", "they are of the time as well", r"files/.*\.state",
+         pattern(rb"(?m)^[0-9a-f]{8} (?=\{)", rb"# ")),
     Mask("order of entries", "inputs scanned at a time finish in any order", r"files/.*\.state", entries, "resumed/.*pages"),
     Mask("scripts and style", "of a page: bundled in another way; --scripts compares them, too", r"files/.*\.html",
          pattern(rb"(<(?P<kind>script|style)(?![^>]*application/json)[^>]*>).*?(</(?P=kind)>)", rb"\1#\3")),
