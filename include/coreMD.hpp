@@ -475,8 +475,9 @@ private:
 
     // What a span lacks, null where all are as long as their record says.
     static const char* MissingFrom(const Zone& zone) {
-        const bool hasCells = zone.columns > 0 && zone.rows > 0;
-        if (hasCells && zone.mask.size() < Product(zone.columns, zone.rows))
+        const std::int64_t cells =
+            std::int64_t{zone.columns} * zone.rows;  // as h12 counts them: above 0 for two negative sizes
+        if (cells > 0 && zone.mask.size() < static_cast<std::uint64_t>(cells))
             return "mask holds fewer than columns * rows bytes";
         return nullptr;
     }

@@ -345,6 +345,8 @@ TEST(CallCheckTest, SpansThatAreTooShortAreRefused) {
                  "mpeg4ReferenceLuma holds fewer than columns * rows bytes");
     EXPECT_STREQ(detector.TryAddZone({.mask = all.first(5), .columns = 3, .rows = 2}).error(),
                  "mask holds fewer than columns * rows bytes");
+    EXPECT_STREQ(detector.TryAddZone({.mask = all.first(5), .columns = -3, .rows = -2}).error(),
+                 "mask holds fewer than columns * rows bytes");  // h12 reads six cells
     EXPECT_EQ(detector.SaveState(), before);
     EXPECT_TRUE(detector.TryDetect({.columns = 3, .rows = 2, .ycbcr = planes}));
 }
