@@ -16,25 +16,25 @@ std::atomic<unsigned> changes{0};
 std::atomic<coreMD_FailureHandler> currentHandler{nullptr};
 std::atomic<void*> currentContext{nullptr};
 
-std::atomic<std::thread::id> teller{};  // the thread that fails; nobody's while all is well
+std::atomic<std::thread::id> failing{};  // the thread that does; nobody's while all is well
 
-// A handler is called once: by the first thread that fails. Another one waits for the end that is under way; a handler that
-// breaks a condition itself is not called again.
-void Tell(const FailureListener& listener, const Broken& broken) {
-    std::thread::id nobody{};
+// The first thread that fails. Another one waits for the end that is under way, whoever listens by now: it may be told for a
+// while. What that one breaks itself, in a handler, ends the process without another call.
+bool IsTheFirst() {
+    std::thread::id first{};
     const std::thread::id self = std::this_thread::get_id();
-    if (teller.compare_exchange_strong(nobody, self)) {
-        listener.handler(listener.context, broken.text, broken.file, broken.line, broken.function);
-        return;
-    }
-    while (nobody != self) ::pause();
+    if (failing.compare_exchange_strong(first, self)) return true;
+    while (first != self) ::pause();
+    return false;
 }
 
 }  // namespace
 
 void EndProcess(const Broken& broken) noexcept {
-    const FailureListener listener = CurrentFailureListener();
-    if (listener.handler) Tell(listener, broken);
+    if (IsTheFirst()) {
+        const FailureListener listener = CurrentFailureListener();
+        if (listener.handler) listener.handler(listener.context, broken.text, broken.file, broken.line, broken.function);
+    }
     __assert_fail(broken.text, broken.file, static_cast<unsigned>(broken.line), broken.function);
 }
 

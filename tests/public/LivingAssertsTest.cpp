@@ -5,6 +5,7 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
@@ -208,4 +209,31 @@ TEST_F(LivingAssertsDeathTest, OneThreadTellsWhileOthersWait) {
     EXPECT_EQ(end.signal, SIGABRT);
     EXPECT_EQ(CountOf("told\n", end.output), 1);
     EXPECT_EQ(CountOf("Assertion `ptr' failed", end.output), 1);
+}
+
+// A handler that takes itself away, or a host that does meanwhile: what was begun is told to the end.
+TEST_F(LivingAssertsDeathTest, OthersWaitThoughNobodyListensAnyMore) {
+    static std::atomic<bool> isTelling, isFailing;
+    const Kit::ProcessEnd end = Kit::EndOf([&] {
+        coreMD_SetFailureHandler(
+            [](void*, const char*, const char*, int32_t, const char*) {
+                coreMD_SetFailureHandler(nullptr, nullptr);
+                isTelling = true;
+                while (!isFailing) std::this_thread::yield();
+                std::this_thread::sleep_for(std::chrono::milliseconds(20));
+                std::fprintf(stderr, "told\n");
+            },
+            nullptr);
+        std::thread other([] {
+            while (!isTelling) std::this_thread::yield();
+            isFailing = true;
+            h11(nullptr);
+        });
+        h15(&handle);
+        other.join();
+    });
+    EXPECT_EQ(end.signal, SIGABRT);
+    EXPECT_EQ(CountOf("told\n", end.output), 1);
+    EXPECT_EQ(CountOf("Assertion `!*ptr' failed", end.output), 1);
+    EXPECT_EQ(CountOf("Assertion `ptr' failed", end.output), 0);
 }
