@@ -149,12 +149,12 @@ bool Conditioner::IsBlind(Ticks time) {
     return false;
 }
 
-// What differs from the background has changed, also in the first picture.
+// What differs from the background has changed, also in the first picture. It may be the earliest one: no time comes before.
 void Conditioner::BeginHold(Ticks time) {
     if (_isPrimed) {
         std::fill(_spots.begin(), _spots.end(), std::uint16_t{0});
-        _hold.Hold(_learned.data(), time - 1, _spots.data());
-        _motion.Hold(_learned.data(), time - 1, _spots.data());
+        _hold.Hold(_learned.data(), time, _spots.data());
+        _motion.Hold(_learned.data(), time, _spots.data());
     }
 }
 

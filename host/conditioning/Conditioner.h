@@ -50,9 +50,9 @@ public:
     // Where in these pictures, beside that background, is it restless?  Precondition: Prime was called.
     void LearnRestlessness(const Priming& seconds);
 
-    // The next picture: three [block] planes, and the shift that was taken out of them, at a time above -2^62 and not before
-    // that of the one before. The planes are looked at again with OnAnswer. show is called once; not at all where there is
-    // nothing to be seen; more often where a new scene has to be learned.
+    // The next picture: three [block] planes, and the shift that was taken out of them, at a time between -2^62 and 2^62 and
+    // not before that of the one before. The planes are looked at again with OnAnswer. show is called once; not at all where
+    // there is nothing to be seen; more often where a new scene has to be learned.
     void OnPicture(const std::uint8_t* ycbcr, Shift shift, Ticks time, const Show& show);
 
     // What the detector said of it: a label map, [block], 0 or the place of the block's object, from 1. Objects grow, stay

@@ -263,6 +263,28 @@ TEST(ConditionerInC, AFunctionThatIsCalledMayNotCallBack) {
     EXPECT_EQ(caller.statuses, std::vector<std::int32_t>(4, COREMD_HOST_WRONG_ORDER));
 }
 
+TEST(ConditionerInC, TheEarliestAndTheLatestTimeAreTimes) {
+    constexpr std::int64_t limit = std::int64_t{1} << 62;
+    for (const bool isPrimed : {false, true}) {
+        Conditioner conditioner;
+        ASSERT_EQ(coreMD_CreateConditioner(columns, rows, 0, 0, &conditioner.handle), COREMD_HOST_DONE);
+        if (isPrimed) {
+            ASSERT_EQ(coreMD_PrimeConditioner(conditioner, Scene(0).data(), 3 * blocks, nullptr, ShowNobody, nullptr),
+                      COREMD_HOST_DONE);
+        }
+        int picture = 30;
+        for (const std::int64_t time : {1 - limit, 1 - limit, 2 - limit, std::int64_t{0}, limit - 1, limit - 1}) {
+            Labels labels(blocks);
+            labels[3] = 7;
+            const Bytes planes = Scene(picture++), states(blocks, 1);
+            ASSERT_EQ(coreMD_ConditionPicture(conditioner, planes.data(), 3 * blocks, nullptr, time, ShowNobody, nullptr),
+                      COREMD_HOST_DONE);
+            ASSERT_EQ(coreMD_ConditionAnswer(conditioner, labels.data(), states.data(), labels.data(), blocks),
+                      COREMD_HOST_DONE);
+        }
+    }
+}
+
 TEST(OutlinesInC, EveryLabelHasItsBox) {
     const Labels labels = {0, 5, 5, 0,  //
                            0, 0, 5, 2,  //
