@@ -226,8 +226,8 @@ COREMD_HOST_API int32_t coreMD_PrimeConditioner(coreMD_Conditioner* conditioner,
                                                 const coreMD_Priming* restless, coreMD_Show show, void* context);
 
 /* The next picture. Shows it once; not at all where there is nothing to be seen, as with a covered lens; more often where a
- * new scene has to be learned, for which it takes memory. After COREMD_HOST_NO_MEMORY and COREMD_HOST_FAILED the
- * conditioner goes on with the next picture.
+ * new scene has to be learned. After COREMD_HOST_NO_MEMORY and COREMD_HOST_FAILED the conditioner goes on with the next
+ * picture; what it was learning then, it learns again.
  * ycbcr: planes, as reduced; size: bytes there. shift: what coreMD_Reduce took back; null: nothing.
  * time: ticks, not below that of the picture before (COREMD_HOST_WRONG_ORDER), between -2^62 and 2^62. */
 COREMD_HOST_API int32_t coreMD_ConditionPicture(coreMD_Conditioner* conditioner, const uint8_t* ycbcr, int64_t size,

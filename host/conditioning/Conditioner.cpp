@@ -63,6 +63,7 @@ Conditioner::Conditioner(int columns, int rows, ColourRange range, Sensitivity s
       _dimming(DimmingOf(sensitivity)),
       _balanced(3 * _blockCount),
       _dimmed(3 * _blockCount),
+      _learned(3 * _blockCount),
       _withStopped(_blockCount),
       _spots(_blockCount),
       _isObject(_blockCount),
@@ -85,6 +86,10 @@ const std::uint8_t* Conditioner::Dimmed(const std::uint8_t* ycbcr) {
 
 void Conditioner::Prime(const std::vector<std::uint8_t>& background, const Show& show) {
     _learned = background;
+    ShowLearned(show);
+}
+
+void Conditioner::ShowLearned(const Show& show) {
     _balance.Reset();
     _balance.Balance(_learned.data());  // its reference from now on
     const auto showDimmed = [&](const std::uint8_t* ycbcr, Ticks stamp) { show(Dimmed(ycbcr), stamp); };
@@ -180,10 +185,10 @@ void Conditioner::OnPicture(const std::uint8_t* ycbcr, Shift shift, Ticks time, 
             _isAnswered = false;
             return;
         }
+        _newScene.MostFrequent(1, _learned.data());
+        _newScene.Clear();  // should show throw, pictures are kept anew and the scene is learned from them
+        ShowLearned(show);
         _isNewScene = false;
-        std::vector<std::uint8_t> background(3 * _blockCount);
-        _newScene.MostFrequent(1, background.data());
-        Prime(background, show);
         std::copy(ycbcr, ycbcr + 3 * _blockCount, _balanced.begin());
         _balance.Balance(_balanced.data());
     }

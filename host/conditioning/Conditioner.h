@@ -52,7 +52,8 @@ public:
 
     // The next picture: three [block] planes, and the shift that was taken out of them, at a time between -2^62 and 2^62 and
     // not before that of the one before. The planes are looked at again with OnAnswer. show is called once; not at all where
-    // there is nothing to be seen; more often where a new scene has to be learned.
+    // there is nothing to be seen; more often where a new scene has to be learned. It may throw: the next picture goes on,
+    // and a scene that was not shown to its end is learned again.
     void OnPicture(const std::uint8_t* ycbcr, Shift shift, Ticks time, const Show& show);
 
     // What the detector said of it: a label map, [block], 0 or the place of the block's object, from 1. Objects grow, stay
@@ -76,6 +77,7 @@ public:
     const Host::Disturbances& Disturbances() const { return _disturbances; }
 
 private:
+    void ShowLearned(const Show& show);
     Ticks StampOf(Ticks time);
     const std::uint8_t* Dimmed(const std::uint8_t* ycbcr);
     void BeginHold(Ticks time);
@@ -93,7 +95,7 @@ private:
     Shift _shift;                             // that was taken out of it
     std::vector<std::uint8_t> _balanced;      // 3 * [block]
     std::vector<std::uint8_t> _dimmed;        // 3 * [block]
-    std::vector<std::uint8_t> _learned;       // 3 * [block] the background that the detector was shown, balanced
+    std::vector<std::uint8_t> _learned;       // 3 * [block] the background that the detector is shown, balanced
     std::vector<std::uint16_t> _withStopped;  // [block] label map
     std::vector<std::uint16_t> _spots;        // [block] scratch
     std::vector<std::uint8_t> _isObject;      // [block] {0,1}

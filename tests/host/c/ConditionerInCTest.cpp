@@ -285,6 +285,42 @@ TEST(ConditionerInC, TheEarliestAndTheLatestTimeAreTimes) {
     }
 }
 
+// A host's function that fails where the conditioner shows more than a picture.
+struct Failing {
+    int failures;   // to come
+    int shown = 0;  // of the picture
+};
+void ShowAndFail(void* context, std::uint8_t*, std::int64_t) {
+    auto& failing = *static_cast<Failing*>(context);
+    if (++failing.shown == 3 && failing.failures-- > 0) throw std::bad_alloc();
+}
+
+TEST(ConditionerInC, ANewSceneIsLearnedAfterAFailureToo) {
+    Conditioner conditioner;
+    ASSERT_EQ(coreMD_CreateConditioner(columns, rows, 0, COREMD_NORMAL_SENSITIVITY, &conditioner.handle), COREMD_HOST_DONE);
+    Failing failing{2};
+    int failed = 0, learned = 0;
+    for (int picture = 0; picture < 100; ++picture) {
+        Bytes planes = Scene(105 + picture % 20);
+        if (picture < 40)  // then the camera changes to night mode, for good
+            for (std::size_t i = blocks; i < planes.size(); ++i) planes[i] = i % 2 == 0 ? 100 : 150;
+        failing.shown = 0;
+        const std::int64_t time = picture * std::int64_t{1'600'000};
+        const std::int32_t status =
+            coreMD_ConditionPicture(conditioner, planes.data(), 3 * blocks, nullptr, time, ShowAndFail, &failing);
+        Labels labels(blocks);
+        if (status == COREMD_HOST_DONE) {
+            ASSERT_EQ(coreMD_ConditionAnswer(conditioner, nullptr, nullptr, labels.data(), blocks), COREMD_HOST_DONE);
+        } else {
+            ASSERT_EQ(status, COREMD_HOST_NO_MEMORY) << picture;
+        }
+        failed += status != COREMD_HOST_DONE;
+        learned += failing.shown == 15;
+    }
+    EXPECT_EQ(failed, 2);
+    EXPECT_EQ(learned, 1);
+}
+
 TEST(OutlinesInC, EveryLabelHasItsBox) {
     const Labels labels = {0, 5, 5, 0,  //
                            0, 0, 5, 2,  //
