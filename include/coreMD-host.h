@@ -208,7 +208,8 @@ typedef struct coreMD_Conditioner coreMD_Conditioner;
 
 /* Shows planes to the detector: a function of the host's, called during coreMD_PrimeConditioner and
  * coreMD_ConditionPicture, in order of stamps. The planes are the library's; whatever the host writes there is lost. It
- * must return, and call no function with the same conditioner (COREMD_HOST_WRONG_ORDER). */
+ * must return, and call no function with the same conditioner (COREMD_HOST_WRONG_ORDER); coreMD_DestroyConditioner does
+ * nothing there, and leaves the variable as it is. */
 typedef void (*coreMD_Show)(void* context, uint8_t* ycbcr, int64_t stamp);
 
 /* columns, rows: 1..9999 blocks; range: of the pictures' samples. Takes about 170 bytes a block. */
@@ -242,10 +243,13 @@ COREMD_HOST_API int32_t coreMD_ConditionPicture(coreMD_Conditioner* conditioner,
 COREMD_HOST_API int32_t coreMD_ConditionAnswer(coreMD_Conditioner* conditioner, const uint16_t* objectsMap,
                                                const uint8_t* zoneMap, uint16_t* labels, int64_t blocks);
 
+/* What follows, up to coreMD_Disturbance, is of the newest picture: COREMD_HOST_WRONG_ORDER before it is answered, from
+ * coreMD_ConditionPicture on. */
+
 /* The same labels, with objects that stopped up to 30 seconds ago. */
 COREMD_HOST_API int32_t coreMD_LabelsWithStopped(const coreMD_Conditioner* conditioner, uint16_t* labels, int64_t blocks);
 
-/* The newest picture, once it was answered. */
+/* How the newest picture was taken. */
 typedef struct coreMD_PictureState {
     int32_t wasShown;   /* boolean: the detector saw it */
     int32_t isDark;     /* boolean: nothing is to be seen but darkness */

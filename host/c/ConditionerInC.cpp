@@ -41,12 +41,13 @@ struct coreMD_Conditioner {
           conditioner(columnCount, rowCount, range, sensitivity) {}
 
     std::int64_t Blocks() const { return BlocksOf(columns, rows); }
+    bool CanTell() const { return isAnswered && !isBusy; }
 
     const std::int32_t columns, rows;
     std::vector<std::uint8_t> picture;  // 3 * [block]; the newest one, which the answer is compared with
     std::optional<Ticks> time;          // of it
     bool isAsked = false;               // it waits for its answer
-    bool isAnswered = false;            // a picture was answered
+    bool isAnswered = false;            // it was answered: what is told is of it
     bool isBusy = false;                // a host's function is being called
     Conditioner conditioner;
 };
@@ -120,7 +121,7 @@ int32_t coreMD_ConditionPicture(coreMD_Conditioner* conditioner, const uint8_t* 
     if (shift && (!IsShift(shift->dx16) || !IsShift(shift->dy16))) return COREMD_HOST_OUT_OF_RANGE;
     std::copy_n(ycbcr, bytes, handle.picture.begin());
     handle.time = time;
-    handle.isAsked = false;
+    handle.isAsked = handle.isAnswered = false;
     const Shift takenBack = shift ? Shift{shift->dx16, shift->dy16} : Shift{};
     return Showing(handle, [&] {
         handle.conditioner.OnPicture(handle.picture.data(), takenBack, time, ShownBy(show, context));
@@ -149,7 +150,7 @@ int32_t coreMD_ConditionAnswer(coreMD_Conditioner* conditioner, const uint16_t* 
 
 int32_t coreMD_LabelsWithStopped(const coreMD_Conditioner* conditioner, uint16_t* labels, int64_t blocks) {
     if (!conditioner || !labels) return COREMD_HOST_NULL;
-    if (!conditioner->isAnswered) return COREMD_HOST_WRONG_ORDER;
+    if (!conditioner->CanTell()) return COREMD_HOST_WRONG_ORDER;
     if (blocks < conditioner->Blocks()) return COREMD_HOST_NO_ROOM;
     std::copy_n(conditioner->conditioner.WithStopped(), conditioner->Blocks(), labels);
     return COREMD_HOST_DONE;
@@ -157,7 +158,7 @@ int32_t coreMD_LabelsWithStopped(const coreMD_Conditioner* conditioner, uint16_t
 
 int32_t coreMD_ConditionerState(const coreMD_Conditioner* conditioner, coreMD_PictureState* state) {
     if (!conditioner || !state) return COREMD_HOST_NULL;
-    if (!conditioner->isAnswered) return COREMD_HOST_WRONG_ORDER;
+    if (!conditioner->CanTell()) return COREMD_HOST_WRONG_ORDER;
     const Conditioner& inside = conditioner->conditioner;
     *state = {inside.WasShown(), inside.IsDark(), inside.Disturbances().Suppresses()};
     return COREMD_HOST_DONE;
@@ -166,7 +167,7 @@ int32_t coreMD_ConditionerState(const coreMD_Conditioner* conditioner, coreMD_Pi
 int32_t coreMD_Disturbance(const coreMD_Conditioner* conditioner, int32_t kind, coreMD_DisturbanceSpell* spell) {
     if (!conditioner || !spell) return COREMD_HOST_NULL;
     if (!IsKind(kind)) return COREMD_HOST_OUT_OF_RANGE;
-    if (!conditioner->isAnswered) return COREMD_HOST_WRONG_ORDER;
+    if (!conditioner->CanTell()) return COREMD_HOST_WRONG_ORDER;
     const Disturbances& disturbances = conditioner->conditioner.Disturbances();
     const auto which = static_cast<Disturbance>(kind);
     const DisturbanceSpell& last = disturbances.Last(which);
@@ -181,6 +182,7 @@ const char* coreMD_DisturbanceName(int32_t kind) {
 int32_t coreMD_BrightenBackground(const coreMD_Conditioner* conditioner, uint8_t* bgr, const int32_t* isKnown,
                                   int64_t blocks) {
     if (!conditioner || !bgr || !isKnown) return COREMD_HOST_NULL;
+    if (conditioner->isBusy) return COREMD_HOST_WRONG_ORDER;
     if (blocks < conditioner->Blocks()) return COREMD_HOST_NO_ROOM;
     conditioner->conditioner.Brighten(bgr, isKnown);
     return COREMD_HOST_DONE;

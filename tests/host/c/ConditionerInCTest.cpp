@@ -250,6 +250,14 @@ void ShowAndCall(void* context, std::uint8_t* ycbcr, std::int64_t stamp) {
         coreMD_ConditionPicture(caller.conditioner, ycbcr, 3 * blocks, nullptr, stamp, ShowNobody, nullptr));
     caller.statuses.push_back(coreMD_PrimeConditioner(caller.conditioner, ycbcr, 3 * blocks, nullptr, ShowNobody, nullptr));
     caller.statuses.push_back(coreMD_ConditionAnswer(caller.conditioner, nullptr, nullptr, labels.data(), blocks));
+    coreMD_PictureState state;
+    caller.statuses.push_back(coreMD_ConditionerState(caller.conditioner, &state));
+    coreMD_DisturbanceSpell spell;
+    caller.statuses.push_back(coreMD_Disturbance(caller.conditioner, COREMD_LIGHT, &spell));
+    caller.statuses.push_back(coreMD_LabelsWithStopped(caller.conditioner, labels.data(), blocks));
+    Bytes bgr(3 * blocks);
+    const std::vector<std::int32_t> known(blocks);
+    caller.statuses.push_back(coreMD_BrightenBackground(caller.conditioner, bgr.data(), known.data(), blocks));
     coreMD_Conditioner* still = caller.conditioner;
     coreMD_DestroyConditioner(&still);
     caller.statuses.push_back(still == caller.conditioner ? COREMD_HOST_WRONG_ORDER : COREMD_HOST_DONE);
@@ -258,9 +266,46 @@ void ShowAndCall(void* context, std::uint8_t* ycbcr, std::int64_t stamp) {
 TEST(ConditionerInC, AFunctionThatIsCalledMayNotCallBack) {
     Conditioner conditioner;
     ASSERT_EQ(coreMD_CreateConditioner(columns, rows, 0, 0, &conditioner.handle), COREMD_HOST_DONE);
-    Caller caller{conditioner, {}};
-    EXPECT_EQ(coreMD_ConditionPicture(conditioner, Scene(0).data(), 3 * blocks, nullptr, 0, ShowAndCall, &caller), 0);
-    EXPECT_EQ(caller.statuses, std::vector<std::int32_t>(4, COREMD_HOST_WRONG_ORDER));
+    const Bytes planes = Scene(0);
+    Labels labels(blocks);
+    Caller first{conditioner, {}};
+    EXPECT_EQ(coreMD_ConditionPicture(conditioner, planes.data(), 3 * blocks, nullptr, 0, ShowAndCall, &first), 0);
+    EXPECT_EQ(first.statuses, std::vector<std::int32_t>(8, COREMD_HOST_WRONG_ORDER));
+
+    // Where a picture was answered, there would be something to tell.
+    ASSERT_EQ(coreMD_ConditionAnswer(conditioner, nullptr, nullptr, labels.data(), blocks), COREMD_HOST_DONE);
+    Caller primed{conditioner, {}};
+    EXPECT_EQ(coreMD_PrimeConditioner(conditioner, planes.data(), 3 * blocks, nullptr, ShowAndCall, &primed), 0);
+    EXPECT_EQ(primed.statuses, std::vector<std::int32_t>(14 * 8, COREMD_HOST_WRONG_ORDER));
+    coreMD_PictureState state;
+    EXPECT_EQ(coreMD_ConditionerState(conditioner, &state), COREMD_HOST_DONE) << "as before";
+}
+
+TEST(ConditionerInC, NothingIsToldBetweenAPictureAndItsAnswer) {
+    Conditioner conditioner;
+    ASSERT_EQ(coreMD_CreateConditioner(columns, rows, 0, 0, &conditioner.handle), COREMD_HOST_DONE);
+    const Bytes planes = Scene(0);
+    Labels labels(blocks);
+    coreMD_PictureState state;
+    coreMD_DisturbanceSpell spell;
+    const auto expectAll = [&](std::int32_t status, int picture) {
+        EXPECT_EQ(coreMD_ConditionerState(conditioner, &state), status) << picture;
+        EXPECT_EQ(coreMD_Disturbance(conditioner, COREMD_LIGHT, &spell), status) << picture;
+        EXPECT_EQ(coreMD_LabelsWithStopped(conditioner, labels.data(), blocks), status) << picture;
+    };
+    const auto condition = [&](int picture, coreMD_Show show) {
+        return coreMD_ConditionPicture(conditioner, planes.data(), 3 * blocks, nullptr, picture, show, nullptr);
+    };
+    for (int picture = 0; picture < 3; ++picture) {
+        ASSERT_EQ(condition(picture, ShowNobody), COREMD_HOST_DONE);
+        expectAll(COREMD_HOST_WRONG_ORDER, picture);
+        ASSERT_EQ(coreMD_ConditionAnswer(conditioner, nullptr, nullptr, labels.data(), blocks), COREMD_HOST_DONE);
+        expectAll(COREMD_HOST_DONE, picture);
+        EXPECT_EQ(condition(picture - 1, ShowNobody), COREMD_HOST_WRONG_ORDER);
+        expectAll(COREMD_HOST_DONE, picture);  // a picture that was refused is none
+    }
+    EXPECT_EQ(condition(3, ShowAndThrow), COREMD_HOST_FAILED);
+    expectAll(COREMD_HOST_WRONG_ORDER, 3);
 }
 
 TEST(ConditionerInC, TheEarliestAndTheLatestTimeAreTimes) {
