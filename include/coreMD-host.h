@@ -61,8 +61,7 @@ enum {
     COREMD_HOST_FOREIGN = 7,        /* these bytes are no memory */
     COREMD_HOST_DAMAGED = 8,        /* a memory that is cut off, too long, or not as it was written */
     COREMD_HOST_OTHER_KIND = 9,     /* a memory of the other kind */
-    COREMD_HOST_OTHER_VERSION = 10, /* a memory of a newer format, or a state of another version of the detector's library
- * */
+    COREMD_HOST_OTHER_VERSION = 10, /* a newer format, or a state of another version of the detector's library */
     COREMD_HOST_FAILED = 11         /* a host's function in C++ threw an exception */
 };
 
@@ -315,8 +314,8 @@ COREMD_HOST_API int32_t coreMD_OutlineLabels(const uint16_t* labels, int32_t col
  *
  * Packing: `needed` gets the bytes that a memory takes; may be null. memory holds `size` bytes; where that is less,
  * COREMD_HOST_NO_ROOM is returned and nothing is written: with 0 and null, the size is asked for. Unpacking: memory may
- * hold anything; `wanted` says what it has to be for. Both take memory for the time of the call, less than the bytes take.
- * */
+ * hold anything; `wanted` says what it has to be for. Both take memory for the time of the call, up to three times the
+ * bytes. */
 
 /* ycbcr: planes; isKnown: [block] 0 where nothing was learned of the block; null: all were. time: ticks, when it was. */
 COREMD_HOST_API int32_t coreMD_PackBackground(const coreMD_Grid* grid, int64_t time, const uint8_t* ycbcr,
