@@ -6,6 +6,7 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "HostRecordLayout.h"
 #include "coreMD.h"
 
 #define EXPECT(condition)                                                           \
