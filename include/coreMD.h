@@ -22,8 +22,8 @@
  * coreMD_ReplaceZones, which a host in C cannot catch. After one out of h13 or coreMD_LoadState the detector can be
  * destroyed, or go on with the next frame; out of coreMD_ReplaceZones nothing has changed.
  *
- * Threads: a handle belongs to one thread at a time. Different handles share nothing, but for one rand() that h15 draws to
- * spread the detectors' frame cycles: results repeat for the same srand() before it.
+ * Threads: a handle belongs to one thread at a time. Different handles share nothing, but for the failure handler and one
+ * rand() that h15 draws to spread the detectors' frame cycles: results repeat for the same srand() before it.
  */
 #ifndef COREMD_H
 #define COREMD_H
@@ -205,9 +205,10 @@ COREMD_API int32_t coreMD_Version(void);
  *   - whether the records of h17, h18 and h19 and the buffer of coreMD_SaveState ("state") are there: a host sees that;
  *   - whether memory suffices. */
 
-/* Of every function that takes a handle: "ptr", "*ptr", "res". For h11, h17, h19, h33, h35, h36 and the coreMD_ functions
- * that is all there is. h15 is the other way round: it goes through where this says "*ptr", and breaks "!*ptr" elsewhere,
- * or "ptr". h14 goes through wherever this does not say "ptr". */
+/* Of every function that takes a handle: "ptr", "*ptr", "res". That is all there is for h11, h17, h19, h33, h35, h36 and the
+ * other coreMD_ functions but coreMD_ReplaceZones, whose records coreMD_CheckZone checks. h15 is the other way round: it
+ * goes through where this says "*ptr", and breaks "!*ptr" elsewhere, or "ptr". h14 goes through wherever this does not say
+ * "ptr". */
 COREMD_API const char* coreMD_CheckHandle(DetectorHandle* handle);
 
 /* Of h12: the handle's; "zone": no record; "maskWidth * maskHeight >= 0", where h12 throws std::bad_array_new_length;
@@ -217,7 +218,8 @@ COREMD_API const char* coreMD_CheckZone(DetectorHandle* handle, const MDZoneInfo
 /* Of h13, with the detector as it is now: everything that is said there, a late zone and a fresh start without one included.
  * Costs next to nothing, but where what the picture shows can end h13: on a grid that has room for more than 32767 objects
  * (width and height, halved and rounded up, multiplied), and with a zone that asks for objects larger than the grid. There
- * the frame is shown to a copy of the detector, which costs about four times what h13 does, and its memory once more. */
+ * the frame is shown to a copy of the detector: about four times the cost of h13, and its memory once more. Where there is
+ * none for the copy, what the picture would show is not looked at; all other conditions are. */
 COREMD_API const char* coreMD_CheckFrame(DetectorHandle* handle, const DetectionInfo* info);
 
 /* Of h18: the handle's; "_isObject": there was no frame yet. */

@@ -21,7 +21,8 @@
  * say why. Memory that runs out is std::bad_alloc, out of Detector, AddZone, ReplaceZones, Detect, Background, SaveState and
  * LoadState.
  *
- * Threads: one thread at a time per detector; detectors share nothing, but for one rand() that each draws when it is made.
+ * Threads: one thread at a time per detector; detectors share nothing, but for the failure handler and one rand() that each
+ * draws when it is made.
  */
 #ifndef COREMD_HPP
 #define COREMD_HPP

@@ -55,7 +55,7 @@ const char* CallCheck::OfFit(const MotionDetector& detector) {
     return nullptr;
 }
 
-// Shows the frame to a copy. Where no copy can be made, what is certain is said.
+// Shows the frame to a copy. Where no memory is left for one, only what is certain is said.
 const char* CallCheck::OfTrial(const MotionDetector& detector, DetectionInfo info) {
     try {
         const std::unique_ptr<MotionDetector> copy = DetectorState::Copy(detector);
