@@ -2,8 +2,8 @@
 # Does the library run on every x86-64 processor, although some of its loops are compiled for AVX2 too?
 #
 # Looks into the objects of a build: no function that another source could bring along as well may come from the object with
-# AVX2, since the linker keeps one of them for the whole program; all other objects do without AVX. Then runs 2000 frames on
-# processors without and with AVX2, where qemu-x86_64 (Debian: qemu-user) can pretend to be them, and compares the digests.
+# AVX2, since the linker keeps one of them for the whole program, nor anything that runs before main; all other objects do
+# without AVX. Then runs 2000 frames on processors without and with AVX2, where qemu-x86_64 (Debian: qemu-user) can pretend to be them, and compares the digests.
 #
 #     scripts/check-levels.sh [build directory]             build/release if none is given
 #     scripts/check-levels.sh --prove [build directory]     are planted faults noticed?
@@ -39,6 +39,7 @@ faults_of_avx2() { # object
         sed 's/$/: others may bring it too/'
     nm --defined-only "$1" | awk '$2 ~ /^[TR]$/ { print $3 }' | c++filt | grep -v '^MD::Kernels::Avx2::' |
         sed 's/$/: is not of the level/' || true
+    objdump -h "$1" | awk '$2 ~ /^\.(init_array|ctors)/ { print $2 ": runs on every processor, before main" }'
 }
 faults_of_plain() { # object
     functions_of "$1" | sed -n 's/^avx \(.*\)/\1: uses AVX/p' | c++filt
@@ -71,14 +72,15 @@ check() {
         echo "left out: other processors, for want of qemu-x86_64"
         return
     fi
-    # Nehalem knows nothing of AVX, SandyBridge no AVX2.
+    # Conroe knows nothing of SSE4, Nehalem of AVX, SandyBridge of AVX2.
     echo 'int main(void) { __asm__ volatile("vpaddb %ymm0, %ymm0, %ymm0"); return 0; }' >"$work/avx2.c"
     "${CC:-cc}" "$work/avx2.c" -o "$work/avx2"
-    for processor in Nehalem SandyBridge Haswell; do
+    for processor in Conroe Nehalem SandyBridge Haswell; do
         if qemu-x86_64 -cpu "$processor" "$work/avx2" >"$work/log" 2>&1; then
             [[ $processor == Haswell ]] || fail "qemu's $processor knows AVX2: it proves nothing"
-        else
-            [[ $processor != Haswell ]] || fail "qemu's $processor does not know AVX2: $(<"$work/log")"
+        elif [[ $processor == Haswell ]]; then
+            echo "left out: $processor, whose AVX2 this qemu does not know"
+            continue
         fi
         digest=$(qemu-x86_64 -cpu "$processor" "$build/StreamDigest" 2>"$work/log") || fail "$processor: $(<"$work/log")"
         [[ $digest == "$first" ]] || fail "$processor computes $digest, this processor $first"
@@ -99,7 +101,13 @@ prove() {
     }
     faults_of_avx2 "$work/levels.o" >"$work/faults"
     grep -q 'others may bring it too' "$work/faults" || fail "functions of headers are not noticed"
-    echo "noticed: $(wc -l <"$work/faults") functions of headers, as $(sed -n 1p "$work/faults")"
+    grep -v '^\.' "$work/faults" >"$work/functions" || true
+    echo "noticed: $(wc -l <"$work/functions") functions of headers, as $(sed -n 1p "$work/functions")"
+    echo 'int valueAtStart(); namespace { [[maybe_unused]] const int start = valueAtStart(); }' >"$work/start.h"
+    "${CXX:-g++}" $flags -include "$work/start.h" -c src/detector/kernels/KernelsAvx2.cpp -o "$work/start.o"
+    faults_of_avx2 "$work/start.o" >"$work/faults"
+    grep -q 'before main' "$work/faults" || fail "what runs before main is not noticed"
+    echo "noticed: $(grep 'before main' "$work/faults")"
     nm --defined-only "$work/levels.o" | awk '$2 ~ /^[WVu]$/ { print $3 }' | sort >"$work/weak"
     functions_of "$work/levels.o" | sed -n 's/^avx //p' | sort >"$work/avx"
     [[ -s $work/avx ]] || fail "nothing uses AVX without optimisation"
