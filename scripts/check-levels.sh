@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Does the library run on every x86-64 processor, although some of its loops are compiled for AVX2 too?
 #
-# Looks into the objects of a build: no function that another source could bring along as well may come from the object with
-# AVX2, since the linker keeps one of them for the whole program, nor anything that runs before main; all other objects do
-# without AVX. Then runs 2000 frames on processors without and with AVX2, where qemu-x86_64 (Debian: qemu-user) can pretend to be them, and compares the digests.
+# Looks into the objects of a build: no function that another source could bring along as well may come from the object
+# with AVX2, since the linker keeps one of them for the whole program, nor anything that runs before main; all other
+# objects do without AVX. Then runs 2000 frames on processors without and with AVX2, where qemu-x86_64 (Debian: qemu-user)
+# can pretend to be them, and compares the digests.
 #
 #     scripts/check-levels.sh [build directory]             build/release if none is given
 #     scripts/check-levels.sh --prove [build directory]     are planted faults noticed?
