@@ -2,9 +2,10 @@
 # Do all compilers, levels and instruction sets compute the same bits?
 #
 # Compiles the library's sources with tests/pipeline/StreamDigest.cpp once per variant, by the rules of a build and with
-# options that differ, runs each on 2000 frames and compares the digests; the build's own StreamDigest is one of them. Prints
-# a table; leaves a variant out, with the reason, where the compiler or the processor lacks something. Ends with 1 if two
-# digests differ, or if a changed frame does not change the digest.
+# options that differ, runs each on 2000 frames, with the loops that this processor takes and with those that every processor
+# can take, and compares the digests; the build's own StreamDigest is one of them. Prints a table; leaves a variant out, with
+# the reason, where the compiler or the processor lacks something. Ends with 1 if two digests differ, or if a changed frame
+# does not change the digest.
 #
 #     scripts/check-digest.sh [build directory]       build/release if none is given
 #
@@ -18,6 +19,7 @@ trap 'exit 1' HUP INT TERM
 cd "$root" || exit 1
 
 rules="$(scripts/library-flags.sh "$build") -Itests/kit" || exit 1
+program="tests/pipeline/StreamDigest.cpp tests/kit/LevelOfTest.cpp"
 sources=$(find src -name '*.cpp' ! -path src/core/main.cpp | LC_ALL=C sort)
 
 processor_has() { # all of these features
@@ -56,12 +58,12 @@ reason_to_skip() { # of the variant in $1
 compile() { # variant, number. The variant's options come last: an extra one may break a rule, to see it noticed.
     if [ "$1" = "as built" ]; then
         ln -s "$build/StreamDigest" "$work/digest$2"
-        "$work/digest$2" >"$work/result$2" 2>"$work/log$2" || echo "run failed" >"$work/result$2"
-    elif ${1%% *} $rules ${1#* } $sources tests/pipeline/StreamDigest.cpp -o "$work/digest$2" >"$work/log$2" 2>&1; then
-        "$work/digest$2" >"$work/result$2" 2>>"$work/log$2" || echo "run failed" >"$work/result$2"
-    else
+    elif ! ${1%% *} $rules ${1#* } $sources $program -o "$work/digest$2" >"$work/log$2" 2>&1; then
         echo "compilation failed" >"$work/result$2"
+        return
     fi
+    "$work/digest$2" >"$work/result$2" 2>>"$work/log$2" || echo "run failed" >"$work/result$2"
+    COREMD_TEST_LEVEL=plain "$work/digest$2" >"$work/plain$2" 2>>"$work/log$2" || echo "run failed" >"$work/plain$2"
 }
 
 # Two at a time.
@@ -103,6 +105,8 @@ while [ "$i" -lt "$number" ]; do
             runs=$((runs + 1))
             [ -n "$first" ] || { first=$result; firstBinary="$work/digest$i"; }
             [ "$result" = "$first" ] || { status=1; note="  DIFFERS"; }
+            plain=$(cat "$work/plain$i")
+            [ "$plain" = "$first" ] || { status=1; note="$note  DIFFERS in plain loops: $plain"; }
             ;;
     esac
     printf '%-32s %s%s\n' "$(cat "$work/variant$i")" "$result" "$note"
