@@ -140,7 +140,7 @@ class LiveHttpTest(unittest.TestCase):
         page = self.folder.name + "/page.html"
         first, second = self.url("/first"), self.url("/second")
         scan = live_scan.Scan(MDSCAN, *EAGER, "--report", page, first, second, clip)
-        scan.wait_for(lambda scan: {second, clip} <= {line["file"] for line in scan.of("event")})
+        scan.wait_for(lambda scan: {second, clip} <= {line["file"] for line in scan.of("event")} and scan.of("file"))
         self.assertEqual([line["file"] for line in scan.of("file")], [clip], "the sources still run")
         told = scan.of("event")
         scan.end(signal.SIGTERM)
