@@ -22,7 +22,7 @@
  *
  * Ownership: what a host passes in stays its own, is read or written during the call only, and never kept. Handles are made
  * by coreMD_Create... and ended by coreMD_Destroy..., which takes the variable's address and sets it to null; a variable
- * that is null already is left alone.
+ * that is null already is left alone. What the variable held before coreMD_Create... is overwritten, not destroyed.
  *
  * Threads: one thread at a time per handle; different handles, and functions without one, at the same time as anything. No
  * function starts a thread, takes a lock, reads a clock or opens a file.
@@ -68,7 +68,10 @@ enum {
 /* A status in words, "a pointer is null that must not be"; of any other number "unknown status". Never null; static. */
 COREMD_HOST_API const char* coreMD_HostStatusText(int32_t status);
 
-/* The version of the library that runs: major * 10000 + minor * 100 + patch. */
+/* The version of this header: major * 10000 + minor * 100 + patch. */
+#define COREMD_HOST_VERSION 10000
+
+/* That of the library that runs: where it is less than COREMD_HOST_VERSION, the library is older than this header. */
 COREMD_HOST_API int32_t coreMD_HostVersion(void);
 
 /* ---- Pictures and grids ---------------------------------------------------------------------------------------------- */
@@ -104,8 +107,7 @@ typedef struct coreMD_PictureFormat {
 /* A decoded picture. As many planes count as the layout has. */
 typedef struct coreMD_Picture {
     const uint8_t* plane[3]; /* first sample of the top row, of the whole picture where it is cropped */
-    ptrdiff_t
-        stride[3]; /* bytes from a row to the one below; negative in pictures stored bottom up; rows must not overlap */
+    ptrdiff_t stride[3];     /* bytes from a row to the one below, negative where stored bottom up; rows must not overlap */
 } coreMD_Picture;
 
 /* How a picture is divided. */
@@ -201,8 +203,8 @@ enum {
  *     coreMD_ConditionAnswer     makes labels of them: what moves
  *
  * The detector is the host's, with its zones: h35(&detector, 1) before the first frame; fps 1000, detectShadow 1 in every
- * record, and stamp and planes as shown. Where the stream starts anew, or with another grid, make a new conditioner and a
- * new detector. */
+ * record, and stamp and planes as shown. Show 5 to 8 pictures a second, at even distances: among more, slow things look
+ * as if they stood. Where the stream starts anew, or with another grid, make a new conditioner and a new detector. */
 typedef struct coreMD_Conditioner coreMD_Conditioner;
 
 /* Shows planes to the detector: a function of the host's, called during coreMD_PrimeConditioner and
@@ -219,7 +221,8 @@ COREMD_HOST_API void coreMD_DestroyConditioner(coreMD_Conditioner** conditioner)
 /* Before the first picture, or when the scene has become another one: what it looks like when nothing happens, so that the
  * detector knows it from the first picture on. Without it a detector learns as fast as it can. Shows 14 pictures; a
  * detector that was shown others starts afresh. Takes memory for the time of the call.
- * background: planes; size: bytes there.
+ * background: planes as reduced, such as coreMD_MostFrequent of them; size: bytes there. Not what coreMD_ReadBlocks gives
+ * of the conditioned detector: that is dimmed and balanced, and would be so again with every restart.
  * restless: pictures of the same grid, in which leaves and water are looked for; may be null. mdscan takes the first 16
  * seconds, and the background from the first 6 of them. */
 COREMD_HOST_API int32_t coreMD_PrimeConditioner(coreMD_Conditioner* conditioner, const uint8_t* background, int64_t size,
@@ -327,7 +330,9 @@ COREMD_HOST_API int32_t coreMD_UnpackBackground(const uint8_t* memory, int64_t s
                                                 int64_t* time, uint8_t* ycbcr, uint8_t* isKnown, int64_t blocks);
 
 /* state: stateSize bytes that coreMD_SaveState wrote; libraryVersion: coreMD_Version() of the library that did. time:
- * ticks, the stream time of the last picture. */
+ * ticks, the stream time of the last picture.
+ * Beside a conditioner: a new one shows stamps from 0 again, at which the loaded detector starts afresh. Pack the last stamp
+ * that was shown as time, and add it plus one interval to every stamp after loading; or take the background. */
 COREMD_HOST_API int32_t coreMD_PackState(const coreMD_Grid* grid, int64_t time, int32_t libraryVersion, const uint8_t* state,
                                          int64_t stateSize, uint8_t* memory, int64_t size, int64_t* needed);
 

@@ -69,7 +69,8 @@ enum {
     COREMD_STATE_IMPOSSIBLE = 5     /* whole, but no detector holds such values */
 };
 
-/* One frame. The caller owns every buffer; they are read during the call only. Start from zeros, then set what is known: the
+/* One frame. Show 5 to 8 a second, at even distances: among more, slow things change too little from one to the next and may
+ * be missed. The caller owns every buffer; they are read during the call only. Start from zeros, then set what is known: the
  * extra flags and `reserved` are 0. Other values have no effect in this version, and may get one in a later minor version.
  * Records tell no size: within a major version none of them grows, and what is new comes in a record of its own. */
 typedef struct DetectionInfo {
@@ -88,7 +89,7 @@ typedef struct DetectionInfo {
     int32_t extraFlag2;          /* 0 */
     int32_t reserved;            /* 0 */
     int32_t isMPEG4;             /* boolean: MPEG-4 mode; taken when the detector starts afresh */
-    int32_t isH264Partly;        /* boolean: the frame comes from a partial H.264 decode; read every frame */
+    int32_t isH264Partly;        /* boolean: a partial H.264 decode, seldom worth it; read every frame */
     int32_t isH264PartlyIFrame;  /* boolean: that frame is an I-frame; read every frame */
 } DetectionInfo;
 
@@ -171,7 +172,8 @@ COREMD_API int32_t h18(DetectorHandle* handle, MDObjectInfo* object);
 /* Draws the learned background.
  * image: width * height BGR pixels without row padding, magenta where no background is known yet.
  * mask: [block] 0, or 255 where a background is known.
- * Returns 0, or a negative status with nothing written before the first h13. */
+ * Returns 0; a negative status with nothing written before the first h13, and where image is null, with the mask filled all
+ * the same. */
 COREMD_API int32_t h33(DetectorHandle* handle, uint8_t* image, int32_t* mask);
 
 /* Limits objects to blocks that moved just now. On by default; 0 turns it on, 1 turns it off (sic). Any value whose low
@@ -219,7 +221,9 @@ COREMD_API const char* coreMD_CheckZone(DetectorHandle* handle, const MDZoneInfo
  * Costs next to nothing, but where what the picture shows can end h13: on a grid that has room for more than 32767 objects
  * (width and height, halved and rounded up, multiplied), and with a zone that asks for objects larger than the grid. There
  * the frame is shown to a copy of the detector: about four times the cost of h13, and its memory once more. Where there is
- * none for the copy, what the picture would show is not looked at; all other conditions are. */
+ * none for the copy, what the picture would show is not looked at; all other conditions are.
+ * A step back in time and another grid break nothing: the detector starts afresh, and what it learned is lost. A host that
+ * minds compares them itself. */
 COREMD_API const char* coreMD_CheckFrame(DetectorHandle* handle, const DetectionInfo* info);
 
 /* Of h18: the handle's; "_isObject": there was no frame yet. */

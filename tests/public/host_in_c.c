@@ -58,7 +58,8 @@ static void Draw(int x) {
 
 static int TestStatuses(void) {
     int32_t status;
-    EXPECT(coreMD_HostVersion() == COREMD_VERSION);
+    EXPECT(coreMD_HostVersion() == COREMD_HOST_VERSION);
+    EXPECT(COREMD_HOST_VERSION == COREMD_VERSION);
     EXPECT(strcmp(coreMD_HostStatusText(COREMD_HOST_DONE), "done") == 0);
     EXPECT(strcmp(coreMD_HostStatusText(COREMD_HOST_FAILED), "a function of the host failed") == 0);
     EXPECT(strcmp(coreMD_HostStatusText(COREMD_HOST_FAILED + 1), "unknown status") == 0);
