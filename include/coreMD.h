@@ -30,7 +30,7 @@
 
 #include <stdint.h>
 
-/* The one place where the version is written. */
+/* The one place where the version is written; COREMD_HOST_VERSION of coreMD-host.h repeats it. */
 #define COREMD_VERSION_MAJOR 1
 #define COREMD_VERSION_MINOR 0
 #define COREMD_VERSION_PATCH 0
