@@ -131,6 +131,16 @@ void Batch::InterruptAll() const {
     }
 }
 
+std::vector<int> Batch::Pipes() const {
+    std::vector<int> pipes;
+    for (const Item& item : _items) {
+        if (item.worker) {
+            pipes.push_back(item.worker->Pipe());
+        }
+    }
+    return pipes;
+}
+
 void Batch::Start() {
     while (!_leaving && _running < _jobs && !_ready.empty()) {
         const std::size_t first = *_ready.begin();
@@ -138,7 +148,7 @@ void Batch::Start() {
         Item& item = _items[first];
         item.identity = IdentityOf(item.input.path);
         try {
-            item.worker = std::make_unique<Worker>(_settings, item.input.path, _state);
+            item.worker = std::make_unique<Worker>(_settings, item.input.path, _state, Pipes());
         } catch (const Video::Failure& failure) {
             if (_running > 0) {  // those that run go on, and leave room; live sources never do
                 _ready.insert(first);

@@ -66,6 +66,7 @@ private:
 
     void Recall();
     void Queue();
+    std::vector<int> Pipes() const;  // of the scans that run
     void Start();
     void Listen();
     void Warn(const std::string& warning);

@@ -89,8 +89,11 @@ void Work(const JobSettings& settings, const std::string& input, int pipe) {
 
 }  // namespace
 
-Worker::Worker(const JobSettings& settings, const std::string& input, RunState* state)
+Worker::Worker(const JobSettings& settings, const std::string& input, RunState* state, const std::vector<int>& others)
     : Worker([&](int pipe) {
+          for (const int other : others) {
+              close(other);
+          }
           if (state) {
               state->Leave();
           }

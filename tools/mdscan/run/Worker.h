@@ -20,8 +20,8 @@ namespace Scan {
 class Worker {
 public:
     // Starts the scan. The calling process must have one thread only. state: null, or left alone by the child.
-    // Throws Failure when there can be no further process.
-    Worker(const JobSettings& settings, const std::string& input, RunState* state);
+    // others: pipes of those that run, which the child has no use for. Throws Failure when there can be no further process.
+    Worker(const JobSettings& settings, const std::string& input, RunState* state, const std::vector<int>& others);
 
     // Starts a process that does this work, which is to say messages into the pipe, and ends.
     explicit Worker(const std::function<void(int pipe)>& work);
