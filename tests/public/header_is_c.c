@@ -5,15 +5,8 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "ExpectInC.h"
 #include "RecordLayout.h"
-
-#define EXPECT(condition)                                                           \
-    do {                                                                            \
-        if (!(condition)) {                                                         \
-            fprintf(stderr, "%s:%d: not so: %s\n", __FILE__, __LINE__, #condition); \
-            return 1;                                                               \
-        }                                                                           \
-    } while (0)
 
 enum { columns = 12, rows = 9, blocks = columns * rows };
 

@@ -6,16 +6,9 @@
 #include <stdio.h>
 #include <string.h>
 
+#include "ExpectInC.h"
 #include "HostRecordLayout.h"
 #include "coreMD.h"
-
-#define EXPECT(condition)                                                           \
-    do {                                                                            \
-        if (!(condition)) {                                                         \
-            fprintf(stderr, "%s:%d: not so: %s\n", __FILE__, __LINE__, #condition); \
-            return 1;                                                               \
-        }                                                                           \
-    } while (0)
 
 enum { width = 96, height = 64, size = 4, columns = width / size, rows = height / size, blocks = columns * rows };
 
