@@ -32,6 +32,8 @@ struct Outputs {
     std::string in = "";  // path of standard input; empty: the test's own
 };
 
+constexpr unsigned longestRun = 300;  // seconds; a run that hangs is ended, so that its test can say which one it was
+
 bool WriteInto(const char* path, const std::string& text) {
     const int file = open(path, O_WRONLY);
     const bool good = file >= 0 && write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size());
@@ -60,8 +62,8 @@ bool MountSmallDisk(const std::string& folder) {
             _exit(126);
         }
     };
-    redirect(outputs.out, STDOUT_FILENO);
     redirect(outputs.err, STDERR_FILENO);
+    redirect(outputs.out, STDOUT_FILENO);
     if (!outputs.in.empty()) {
         redirect(outputs.in, STDIN_FILENO);
     }
@@ -87,6 +89,7 @@ bool MountSmallDisk(const std::string& folder) {
     if (surroundings.ignoredSignal != 0) {
         std::signal(surroundings.ignoredSignal, SIG_IGN);
     }
+    alarm(longestRun);
     std::vector<char*> words = {const_cast<char*>(MDSCAN_PROGRAM)};
     for (const std::string& argument : arguments) {
         words.push_back(const_cast<char*>(argument.c_str()));
@@ -190,21 +193,17 @@ int Outcome::ErrorLines() const { return static_cast<int>(std::count(err.begin()
 
 Outcome Mdscan(const std::vector<std::string>& arguments, const Surroundings& surroundings) {
     const Outputs outputs{surroundings.output.empty() ? Scratch("out") : surroundings.output, Scratch("err")};
-    std::string printed, said;
-    std::vector<std::thread> readers;  // of pipes, which are no files that grow
-    const auto read = [&](const std::string& pipe, std::string& text) {
-        mkfifo(pipe.c_str(), 0600);
-        readers.emplace_back([pipe, &text] { text = Content(pipe); });
-    };
-    if (surroundings.output.empty()) {
-        read(outputs.out, printed);
+    const bool isHeard = surroundings.output.empty();
+    for (const std::string& pipe : isHeard ? std::vector{outputs.out, outputs.err} : std::vector{outputs.err}) {
+        mkfifo(pipe.c_str(), 0600);  // no file that grows
     }
-    read(outputs.err, said);
+    // Before any thread: a fork while one is in the allocator leaves its lock taken for ever in the child, under sanitizers.
     const pid_t child = Start(arguments, outputs, surroundings);
+    std::string printed, said;
+    std::thread hearing([&] { printed = isHeard ? Content(outputs.out) : ""; });
+    said = Content(outputs.err);
+    hearing.join();
     const int code = CodeOf(child);
-    for (std::thread& reader : readers) {
-        reader.join();
-    }
     Outcome run = Parsed(code, printed, said);
     unlink(Scratch("out").c_str());
     unlink(Scratch("err").c_str());
@@ -256,13 +255,14 @@ Outcome MdscanSignalledAt(const std::vector<std::string>& arguments, int signal,
 Outcome MdscanFed(const std::vector<std::string>& arguments, const std::string& clip) {
     const std::string pipe = Scratch("feed");
     mkfifo(pipe.c_str(), 0600);
+    const Outputs outputs{Scratch("out"), Scratch("err"), pipe};
+    const pid_t child = Start(arguments, outputs);  // before any thread: see Mdscan
     std::thread feeder([&] {
         std::ofstream feed(pipe, std::ios::binary);
         const std::string content = Content(clip);
         feed.write(content.data(), static_cast<std::streamsize>(content.size()));
     });
-    const Outputs outputs{Scratch("out"), Scratch("err"), pipe};
-    const int code = CodeOf(Start(arguments, outputs));
+    const int code = CodeOf(child);
     feeder.join();
     Outcome run = Parsed(code, Content(outputs.out), Content(outputs.err));
     for (const std::string& path : {outputs.out, outputs.err, pipe}) {
