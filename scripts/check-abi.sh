@@ -1,93 +1,123 @@
 #!/usr/bin/env bash
-# Does a host compiled against the last release still run with this library?
+# Does a host compiled against the last release still run with these libraries?
 #
-#     scripts/check-abi.sh             compares the library with abi/, the interface of the last release; then breaks copies
-#                                      of the library on purpose, each of which must be noticed
+#     scripts/check-abi.sh             compares libcoreMD and libcoreMD-host with abi/, the interfaces of the last release;
+#                                      then breaks copies of them on purpose, each of which must be noticed
 #     scripts/check-abi.sh --update    writes abi/ anew: with a release, never to silence the check
 #
-# The interface is what coreMD.h declares: functions, records, version node, SONAME. GetDetector and the classes behind it
-# are no part of it. A function that was added is fine. Needs abidw and abidiff.       CXX: the compiler, g++ if not set
+# The interfaces are what coreMD.h and coreMD-host.h declare: functions, records, version nodes, SONAMEs. GetDetector and the
+# classes behind it are no part of them. A function that was added is fine. Needs abidw and abidiff.
+#                                                                                        CXX: the compiler, g++ if not set
 set -euo pipefail
 cd "$(dirname "$0")/.."
 compiler=${CXX:-g++}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 major=$(sed -n 's/^#define COREMD_VERSION_MAJOR *//p' include/coreMD.h)
-baseline=abi/libcoreMD.so.$major.abi
-
-# Types are read from the interface's own source alone: the rest is compiled once, without debug information.
 read -ra flags <<<"$(scripts/library-flags.sh)"
-compile=("$compiler" -Iinclude "${flags[@]}" -O0)
-compile_one='source=$1; shift; "$@" -c "$source" -o "$0/$(echo "$source" | tr / _).o"'
-find src -name '*.cpp' ! -path 'src/core/*' -print0 |
-    xargs -0 -P "$(nproc)" -I '{}' sh -c "$compile_one" "$work" '{}' "${compile[@]}"
+compile=("$compiler" -Iinclude "${flags[@]}" "-I$PWD/host" -O0)
+# take NAME ROOM DOOR MAP HEADER: the library that is spoken of from here on; the sources in DOOR define its functions.
+# Types are read from these alone: the rest of ROOM is compiled once, without debug information.
+take() {
+    name=$1 room=$2 door=$3 map=$4 header=$5
+    baseline=abi/lib$name.so.$major.abi
+    rm -rf "${work:?}"/*
+    local compile_one='source=$1; shift; "$@" -c "$source" -o "$0/$(echo "$source" | tr / _).o"'
+    find "$room" -name '*.cpp' ! -path "$door/*" -print0 |
+        xargs -0 -P "$(nproc)" -I '{}' sh -c "$compile_one" "$work" '{}' "${compile[@]}"
+}
 
-# library NAME [SONAME]: builds from core and include below $work/NAME, and writes NAME.abi.
+# library COPY [SONAME]: builds from what $work/COPY holds, and writes COPY.abi.
 library() {
-    local copy=$work/$1
-    (cd "$copy" && "${compile[@]}" "-ffile-prefix-map=$copy/=" -g -c src/core/coreMD.cpp -o core.o)
-    "$compiler" -shared -Wl,-soname,"${2:-libcoreMD.so.$major}" -Wl,--version-script="$copy/src/coreMD.map" "$work"/*.o \
-        "$copy/core.o" -o "$copy/libcoreMD.so"
+    local copy=$work/$1 source
+    for source in "$copy/$door"/*.cpp; do
+        [[ $source != */main.cpp ]] || continue
+        (cd "$copy" && "${compile[@]}" "-ffile-prefix-map=$copy/=" -g -c "${source#"$copy/"}" -o "$(basename "$source").o")
+    done
+    "$compiler" -shared -Wl,-soname,"${2:-lib$name.so.$major}" -Wl,--version-script="$copy/$map" "$work"/*.o "$copy"/*.o \
+        -o "$copy/lib$name.so"
     abidw --headers-dir "$copy/include" --exported-interfaces-only --drop-private-types --drop-undefined-syms \
         --suppressions abi/interface.abignore --no-show-locs --no-comp-dir-path --no-corpus-path --no-elf-needed \
-        --out-file "$copy.abi" "$copy/libcoreMD.so"
+        --out-file "$copy.abi" "$copy/lib$name.so"
 }
-copy() { # NAME: of what the interface is made of
-    mkdir -p "$work/$1/src/core"
-    cp -r include "$work/$1"
-    cp src/core/coreMD.cpp "$work/$1/src/core"
-    cp src/coreMD.map "$work/$1/src"
+copy() { # COPY: of what the interface is made of
+    mkdir -p "$work/$1"
+    cp -r --parents include "$door" "$map" "$work/$1"
 }
 compare() { abidiff --no-added-syms "$baseline" "$work/$1.abi"; }
 
-copy current
-library current
-if [[ ${1:-} == --update ]]; then
-    cp "$work/current.abi" "$baseline"
-    echo "wrote $baseline"
-    exit 0
-fi
-if ! compare current; then
-    echo "check-abi: not the interface of $baseline; CONTRIBUTING.md says what that means" >&2
+say() { echo "check-abi: lib$name: $*"; }
+fail() {
+    say "$@" >&2
     exit 1
-fi
-echo "check-abi: the interface of $baseline"
+}
+as_released() {
+    copy current
+    library current
+    if [[ $update ]]; then
+        cp "$work/current.abi" "$baseline"
+        say "wrote $baseline"
+    else
+        compare current || fail "not the interface of $baseline; CONTRIBUTING.md says what that means"
+        say "the interface of $baseline"
+    fi
+}
 
-# change NAME FILE SED: a copy with one change.
+# change COPY FILE SED: a copy with one change.
 change() {
     copy "$1"
     sed -i "$3" "$work/$1/$2"
-    ! cmp -s "$2" "$work/$1/$2" || { echo "check-abi: nothing to change for '$1'" >&2; exit 1; }
+    ! cmp -s "$2" "$work/$1/$2" || fail "nothing to change for '$1'"
 }
-notice() { # NAME [SONAME]
+notice() { # COPY [SONAME]
     library "$@"
-    if compare "$1" >"$work/$1.txt"; then
-        echo "check-abi: does not notice: $1" >&2
-        exit 1
-    fi
-    echo "check-abi: notices: $1: $(grep -m 1 -E 'changed|removed|[1-9][0-9]* Removed|[1-9][0-9]* Changed' "$work/$1.txt")"
+    ! compare "$1" >"$work/$1.txt" || fail "does not notice: $1"
+    say "notices: $1: $(grep -m 1 -E 'changed|removed|[1-9][0-9]* Removed|[1-9][0-9]* Changed' "$work/$1.txt")"
 }
-change removed-function src/coreMD.map 's/ h36;//'
-notice removed-function
-change grown-record include/coreMD.h 's/^    float minObjectHeight;/    float minObjectDepth;\n&/'
-notice grown-record
-swap='/^    int32_t width; /{s/width/height/;b};s/^    int32_t height; /    int32_t width; /'
-change swapped-fields include/coreMD.h "$swap"
-notice swapped-fields
-widen='s/h35(DetectorHandle\* handle, int32_t value)/h35(DetectorHandle* handle, int64_t value)/'
-change wider-argument include/coreMD.h "$widen"
-sed -i "$widen" "$work/wider-argument/src/core/coreMD.cpp"
-notice wider-argument
-change other-node src/coreMD.map 's/^COREMD_1 /COREMD_2 /'
-notice other-node
-copy other-soname
-notice other-soname "libcoreMD.so.$((major + 1))"
+
+# broken FUNCTION FIELD NEXT DECLARATION: must be noticed. A function goes; a record grows before a field, and has it behind
+# the next one; an argument that the declaration has in 32 bits gets 64; node and SONAME are others.
+broken() {
+    change removed-function "$map" "s/ $1;//"
+    notice removed-function
+    change grown-record "$header" "s/^    int32_t $2; /    int32_t more;\n&/"
+    notice grown-record
+    change swapped-fields "$header" "/^    int32_t $2; /{s/$2/$3/;b};s/^    int32_t $3; /    int32_t $2; /"
+    notice swapped-fields
+    local widen="s/$4/${4/int32_t/int64_t}/"
+    change wider-argument "$header" "$widen"
+    sed -i "$widen" "$work/wider-argument/$door"/*.cpp
+    notice wider-argument
+    change other-node "$map" 's/^\(COREMD[A-Z_]*\)_1 {/\1_2 {/'
+    notice other-node
+    copy other-soname
+    notice other-soname "lib$name.so.$((major + 1))"
+}
 
 # And the other way round: one more function is no reason to complain.
-change one-more-function src/coreMD.map 's/ h36;/ h36; h37;/'
-echo 'extern "C" COREMD_API void h37(); void h37() {}' >>"$work/one-more-function/src/core/coreMD.cpp"
-library one-more-function
-compare one-more-function >"$work/added.txt" || { echo "check-abi: complains about an added function" >&2; exit 1; }
-abidiff "$baseline" "$work/one-more-function.abi" >"$work/added.txt" || true
-grep -q 'h37' "$work/added.txt" || { echo "check-abi: does not see an added function" >&2; exit 1; }
-echo "check-abi: one more function is fine"
+extended() { # FUNCTION: one that there is
+    change one-more-function "$map" "s/ $1;/& coreMD_OneMore;/"
+    local sources=("$work/one-more-function/$door"/*.cpp)
+    local visible='__attribute__((visibility("default")))'
+    echo "extern \"C\" $visible void coreMD_OneMore(); void coreMD_OneMore() {}" >>"${sources[0]}"
+    library one-more-function
+    compare one-more-function >"$work/added.txt" || fail "complains about an added function"
+    abidiff "$baseline" "$work/one-more-function.abi" >"$work/added.txt" || true
+    grep -q 'coreMD_OneMore' "$work/added.txt" || fail "does not see an added function"
+    say "one more function is fine"
+}
+
+update=
+[[ ${1:-} != --update ]] || update=yes
+take coreMD src src/core src/coreMD.map include/coreMD.h
+as_released
+if [[ ! $update ]]; then
+    broken h36 width height 'h35(DetectorHandle\* handle, int32_t value)'
+    extended h36
+fi
+take coreMD-host host host/c host/c/coreMD-host.map include/coreMD-host.h
+as_released
+if [[ ! $update ]]; then
+    broken coreMD_Reduce left top 'coreMD_DisturbanceName(int32_t kind)'
+    extended coreMD_Reduce
+fi
