@@ -43,7 +43,7 @@ allow_root=()
 lintian "${allow_root[@]}" --pedantic --display-experimental --display-info \
     --fail-on error,warning,info,pedantic,experimental "$work"/coremd_*.changes
 echo "lintian $(dpkg-query -W -f '${Version}' lintian) has nothing to say, but for what debian/ knows better:"
-cat "$source"/debian/source/lintian-overrides
+cat "$source"/debian/source/lintian-overrides "$source"/debian/*.lintian-overrides
 
 as_root=()
 ((EUID == 0)) || as_root=(sudo)
