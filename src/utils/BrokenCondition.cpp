@@ -2,11 +2,18 @@
 #include "utils/BrokenCondition.h"
 
 #undef NDEBUG
-#include <unistd.h>
-
 #include <atomic>
 #include <cassert>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <thread>
+
+#if defined(_WIN32)
+#include <windows.h>
+#elif !defined(__GLIBC__)
+#include <errno.h>
+#endif
 
 namespace MD {
 namespace {
@@ -24,9 +31,35 @@ bool IsTheFirst() {
     std::thread::id first{};
     const std::thread::id self = std::this_thread::get_id();
     if (failing.compare_exchange_strong(first, self)) return true;
-    while (first != self) ::pause();
+    while (first != self) std::this_thread::sleep_for(std::chrono::hours(1));
     return false;
 }
+
+#if defined(__GLIBC__)
+[[noreturn]] void SayAndEnd(const Broken& broken) {
+    __assert_fail(broken.text, broken.file, static_cast<unsigned>(broken.line), broken.function);
+}
+#else  // what other C libraries say is in other words
+const char* ProgramName() {
+#if defined(_WIN32)
+    static char path[MAX_PATH];
+    const char* name = path;
+    const DWORD length = GetModuleFileNameA(nullptr, path, MAX_PATH - 1);
+    for (DWORD i = 0; i < length; ++i)
+        if (path[i] == '\\') name = path + i + 1;
+    return name;
+#else
+    return program_invocation_short_name;
+#endif
+}
+
+[[noreturn]] void SayAndEnd(const Broken& broken) {
+    std::fprintf(stderr, "%s: %s:%d: %s: Assertion `%s' failed.\n", ProgramName(), broken.file, broken.line, broken.function,
+                 broken.text);
+    std::fflush(stderr);
+    std::abort();
+}
+#endif
 
 }  // namespace
 
@@ -35,7 +68,7 @@ void EndProcess(const Broken& broken) noexcept {
         const FailureListener listener = CurrentFailureListener();
         if (listener.handler) listener.handler(listener.context, broken.text, broken.file, broken.line, broken.function);
     }
-    __assert_fail(broken.text, broken.file, static_cast<unsigned>(broken.line), broken.function);
+    SayAndEnd(broken);
 }
 
 FailureListener CurrentFailureListener() noexcept {

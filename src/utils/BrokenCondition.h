@@ -1,4 +1,5 @@
-// How does a broken condition end the process?  By the C library's assertion message, once the host's handler was told.
+// How does a broken condition end the process?  By the message that the GNU C library has for assertions, on every
+// system, once the host's handler was told.
 #pragma once
 
 #include "coreMD.h"

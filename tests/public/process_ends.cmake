@@ -1,0 +1,20 @@
+# Does a broken condition end the process, after its handler was told and with the agreed message?
+# cmake -DPROGRAM= [-DEMULATOR=] -P process_ends.cmake; a "|" stands between the words of the emulator.
+cmake_minimum_required(VERSION 3.25)
+string(REPLACE "|" ";" EMULATOR "${EMULATOR}")
+execute_process(COMMAND ${EMULATOR} ${PROGRAM} OUTPUT_VARIABLE output ERROR_VARIABLE errors RESULT_VARIABLE status)
+if(status STREQUAL "0")
+    message(SEND_ERROR "the program succeeded")
+endif()
+string(REPLACE "\r" "" errors "${errors}")
+set(expected "so far, so good\nthe host was told: !\\*ptr, src/core/coreMD\\.cpp, ([^\n]*h15\\([^\n]*\\))\n")
+string(APPEND expected
+    "[^\n]*host_that_fails[^\n]*: src/core/coreMD\\.cpp:[0-9]+: ([^\n]*h15\\([^\n]*\\)): Assertion `!\\*ptr' failed\\.\n")
+if(NOT errors MATCHES "${expected}")
+    message(SEND_ERROR "it said: ${errors}")
+elseif(NOT CMAKE_MATCH_1 STREQUAL CMAKE_MATCH_2)
+    message(SEND_ERROR "told of ${CMAKE_MATCH_1}, but the message names ${CMAKE_MATCH_2}")
+endif()
+if(errors MATCHES "it went on")
+    message(SEND_ERROR "the process went on")
+endif()
