@@ -41,7 +41,7 @@ struct Tile {
 Priming::Priming(int columns, int rows, int mostPictures)
     : _blockCount(CheckedBlockCount(columns, rows)),
       _mostPictures(mostPictures),
-      _planes(std::make_unique_for_overwrite<std::uint8_t[]>(CheckedPictures(mostPictures) * 3 * _blockCount)) {}
+      _planes(new std::uint8_t[CheckedPictures(mostPictures) * 3 * _blockCount]) {}
 
 void Priming::Add(const std::uint8_t* ycbcr) {
     assert(_pictures < _mostPictures);

@@ -2,7 +2,6 @@
 #include "detector/DetectorState.h"
 
 #include <algorithm>
-#include <bit>
 #include <string_view>
 #include <tuple>
 #include <type_traits>
@@ -12,6 +11,7 @@
 #include "detector/MotionDetector.h"
 #include "detector/StateLists.h"
 #include "utils/Buffers.h"
+#include "utils/StandardGaps.h"
 #include "zones/LeanObjects.h"
 
 namespace MD {
@@ -48,8 +48,8 @@ std::int64_t CellCount(int width, int height) { return static_cast<std::int64_t>
 // The unsigned number that stands for a value.
 template <class T>
 constexpr auto BitsOf(T value) {
-    if constexpr (std::is_same_v<T, float>) return std::bit_cast<std::uint32_t>(value);
-    else if constexpr (std::is_same_v<T, double>) return std::bit_cast<std::uint64_t>(value);
+    if constexpr (std::is_same_v<T, float>) return BitCast<std::uint32_t>(value);
+    else if constexpr (std::is_same_v<T, double>) return BitCast<std::uint64_t>(value);
     else if constexpr (std::is_same_v<T, bool>) return static_cast<std::uint8_t>(value);
     else return static_cast<std::make_unsigned_t<T>>(value);
 }
@@ -58,7 +58,7 @@ using Bits = decltype(BitsOf(T{}));
 
 template <class T>
 constexpr T ValueOf(Bits<T> bits) {
-    if constexpr (std::is_floating_point_v<T>) return std::bit_cast<T>(bits);
+    if constexpr (std::is_floating_point_v<T>) return BitCast<T>(bits);
     else return static_cast<T>(bits);
 }
 

@@ -2,7 +2,6 @@
 // Driven through the C interface; hosts that want more reach it with GetDetector. No ABI promise.
 #pragma once
 
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -54,7 +53,7 @@ public:
         _h264DifferenceFromBackgroundThreshold * _h264DifferenceFromBackgroundOutOfRangeCoeff;
     static constexpr float _h264SetBackgroundDispersionThreshold = 64.0f;  // five times the variance of five frames
     static constexpr float _h264SetBackgroundThreshold = 4.0f;             // kept for hosts, not read
-    static_assert(std::bit_cast<std::uint32_t>(_h264InterframeOutOfRangeThreshold) == 0x41FBFFFF);  // 31.499998, not 31.5
+    static_assert(_h264InterframeOutOfRangeThreshold == 0x1.F7FFFEp4f);    // 31.499998, not 31.5
 
     static constexpr float noiseLevelPerDispersion = 4.5f;          // kept for hosts, not read
     static constexpr float dispersionThreshold = 0.8f;              // between windows, of a stable block

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <functional>
 
+#include "utils/StandardGaps.h"
+
 namespace MD {
 
 short* CellArena::Take(std::size_t entries, std::size_t pieceEntries) {
@@ -14,7 +16,7 @@ short* CellArena::Take(std::size_t entries, std::size_t pieceEntries) {
         return taken;
     }
     const std::size_t length = std::max(entries, pieceEntries);
-    _pieces.push_back({std::make_shared_for_overwrite<short[]>(length), length});
+    _pieces.push_back({MakeSharedArray<short>(length), length});
     _piece = _pieces.size() - 1;
     _used = entries;
     return _pieces.back().entries.get();

@@ -10,6 +10,7 @@
 
 #include "utils/Assert.h"
 #include "utils/Buffers.h"
+#include "utils/StandardGaps.h"
 
 namespace MD {
 namespace {
@@ -56,7 +57,7 @@ void MotionObject::KeepBorrowed() noexcept {
 
 void MotionObject::OwnCells(int storedLength) {
     const std::size_t length = static_cast<std::size_t>(storedLength);
-    std::shared_ptr<short[]> cells = std::make_shared_for_overwrite<short[]>(2 * length);
+    std::shared_ptr<short[]> cells = MakeSharedArray<short>(2 * length);
     if (objectPixelsCount > 0) {
         Utils::CopyBuff(motionX, cells.get(), objectPixelsCount);
         Utils::CopyBuff(motionY, cells.get() + length, objectPixelsCount);

@@ -3,11 +3,11 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstdlib>
 #include <cstring>
 
 #include "utils/Assert.h"
+#include "utils/StandardGaps.h"
 
 namespace MD::Kernels {
 namespace {
@@ -44,8 +44,8 @@ std::uint64_t WordOf(const std::uint8_t* bytes, int count) {
 // The top bits of four labels side by side. An unassigned block has it; hardly any other does.
 constexpr std::uint16_t topBit = 0x8000;
 static_assert((unassignedBlock & topBit) != 0);
-constexpr auto fourTopBits = std::bit_cast<std::uint64_t>(std::array<std::uint16_t, 4>{topBit, topBit, topBit, topBit});
-constexpr auto threeTopBits = std::bit_cast<std::uint64_t>(std::array<std::uint16_t, 4>{topBit, topBit, topBit, 0});
+constexpr auto fourTopBits = BitCast<std::uint64_t>(std::array<std::uint16_t, 4>{topBit, topBit, topBit, topBit});
+constexpr auto threeTopBits = BitCast<std::uint64_t>(std::array<std::uint16_t, 4>{topBit, topBit, topBit, 0});
 
 bool MayBeUnassigned(const std::uint16_t* fourLabels, std::uint64_t topBits) {
     std::uint64_t word;
