@@ -38,7 +38,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#if defined(__GNUC__)
+#if defined(__GNUC__) && !defined(_WIN32) /* whose libraries have a list of what they export */
 #define COREMD_HOST_API __attribute__((visibility("default")))
 #else
 #define COREMD_HOST_API

@@ -42,7 +42,7 @@
 /* The version of this header. */
 #define COREMD_VERSION COREMD_VERSION_OF(COREMD_VERSION_MAJOR, COREMD_VERSION_MINOR, COREMD_VERSION_PATCH)
 
-#if defined(__GNUC__)
+#if defined(__GNUC__) && !defined(_WIN32) /* whose libraries have a list of what they export */
 #define COREMD_API __attribute__((visibility("default")))
 #else
 #define COREMD_API

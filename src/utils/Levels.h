@@ -9,10 +9,11 @@
 #include <atomic>
 
 #if !defined(MD_HAS_AVX2_LOOPS)  // defined as 0, it shows what other processors run
-#if defined(__x86_64__) && !defined(__AVX2__) && defined(__GNUC__)
+#if defined(__x86_64__) && !defined(__AVX2__) && defined(__GNUC__) && !defined(_WIN32)
 #define MD_HAS_AVX2_LOOPS 1
 #else
-#define MD_HAS_AVX2_LOOPS 0  // another architecture, or the whole build is for processors with AVX2
+// Another architecture, or the whole build is for processors with AVX2; or Windows, where g++ aligns no stack for them.
+#define MD_HAS_AVX2_LOOPS 0
 #endif
 #endif
 
