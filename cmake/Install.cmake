@@ -7,7 +7,8 @@ set(coreMD_pkgconfig_directory ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 install(TARGETS coreMD coreMD_static coreMD_host coreMD_host_static EXPORT coreMDTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT coreMD_runtime NAMELINK_COMPONENT coreMD_development
-    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT coreMD_development)
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT coreMD_development
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT coreMD_runtime)
 set_target_properties(coreMD_host PROPERTIES EXPORT_NAME host)
 set_target_properties(coreMD_host_static PROPERTIES EXPORT_NAME host_static)
 

@@ -15,8 +15,7 @@
 #include <type_traits>
 #include <utility>
 
-#include <sys/mman.h>
-#include <unistd.h>
+#include "GuardedMemory.h"
 
 namespace Kit {
 
@@ -33,18 +32,15 @@ class GuardedBlocks {
 
 public:
     explicit GuardedBlocks(std::size_t count, GuardedSide side = GuardedSide::End) : _count(count) {
-        const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+        const std::size_t page = PageSize();
         const std::size_t used = count * sizeof(T);
         _openSize = (used + page - 1) / page * page;
         _mappedSize = page + _openSize + page;  // unreadable, open, unreadable
-        void* mapped = mmap(nullptr, _mappedSize, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-        if (mapped == MAP_FAILED) {
-            throw std::bad_alloc();
-        }
-        _mapped = static_cast<std::uint8_t*>(mapped);
+        _mapped = ReservePages(_mappedSize);
+        if (!_mapped) throw std::bad_alloc();
         std::uint8_t* open = _mapped + page;
-        if (_openSize > 0 && mprotect(open, _openSize, PROT_READ | PROT_WRITE) != 0) {
-            munmap(_mapped, _mappedSize);
+        if (_openSize > 0 && !OpenPages(open, _openSize)) {
+            ReleasePages(_mapped, _mappedSize);
             throw std::bad_alloc();
         }
         const std::size_t slackSize = _openSize - used;
@@ -72,7 +68,7 @@ public:
 
     ~GuardedBlocks() {
         if (_mapped) {
-            munmap(_mapped, _mappedSize);
+            ReleasePages(_mapped, _mappedSize);
         }
     }
 
