@@ -25,14 +25,12 @@ void SetBit(std::vector<std::uint64_t>& bits, int i) {
 
 }  // namespace
 
-void ObjectMerger::Merge(MotionObjectPool& pool) {
-    if (pool._busyList._objectsCount < 2) return;
+bool ObjectMerger::Merge(MotionObjectPool& pool) {
+    const int count = pool._busyList._objectsCount;
+    if (count < 2 || !FindDue(pool)) return false;
     CollectNodes(pool);
     ChooseBuckets();
-    const std::size_t words = _nodes.size() / 64 + 1;
-    _dueNow.assign(words, 0);
-    _dueNext.assign(words, 0);
-    for (int node = 1; node < static_cast<int>(_nodes.size()); ++node) SetBit(_dueNow, node);
+    _dueNext.assign(_dueNow.size(), 0);
     const auto isEmpty = [](const NodeBits& due) {
         return std::all_of(due.begin(), due.end(), [](auto word) { return word == 0; });
     };
@@ -41,6 +39,24 @@ void ObjectMerger::Merge(MotionObjectPool& pool) {
         _dueNow.swap(_dueNext);
     }
     MoveBlocks(pool);
+    return pool._busyList._objectsCount < count;
+}
+
+// Whose turn has an outcome in the first sweep: who touches an earlier one; where painting cannot tell, all but the first.
+bool ObjectMerger::FindDue(const MotionObjectPool& pool) {
+    const int count = pool._busyList._objectsCount;
+    bool canTell = count >= fewObjects && _painted.Start(pool._width, pool._height, count);
+    bool isAnyDue = false;
+    int node = 0;
+    _dueNow.clear();
+    for (const MotionObject* object = pool._busyList._first; object; object = object->next, ++node) {
+        if (node % 64 == 0) _dueNow.push_back(0);
+        canTell = canTell && _painted.IsPaintable(object->Box());
+        if (canTell ? !_painted.Paint(object->Box()) : node == 0) continue;
+        SetBit(_dueNow, node);
+        isAnyDue = true;
+    }
+    return isAnyDue;
 }
 
 void ObjectMerger::CollectNodes(const MotionObjectPool& pool) {

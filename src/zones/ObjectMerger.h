@@ -7,18 +7,20 @@
 
 #include "utils/CellBox.h"
 #include "zones/MotionObject.h"
+#include "zones/PaintedBoxes.h"
 
 namespace MD {
 
 // The rule: sweeps over the busy list, from its tail to its head. An object whose box touches that of an earlier one is
 // absorbed by the earliest such: blocks appended, box widened over them. Sweeps repeat until one absorbs nothing.
 //
-// Merge follows the rule to the letter, at a cost that grows with the number of objects, not with its square: small boxes
-// are looked up in buckets of a coarse grid, a sweep visits only objects whose turn may have a new outcome because a box
-// near them grew, and blocks move once, at the end. Large boxes, of which a grid has room for few, are compared one by one.
+// Merge follows the rule to the letter, at a cost that grows with the number of objects, not with its square: who touches
+// an earlier one at all is found by painting the boxes, small boxes are looked up in buckets of a coarse grid, a sweep
+// visits only objects whose turn may have a new outcome because a box near them grew, and blocks move once, at the end.
+// Large boxes, of which a grid has room for few, are compared one by one.
 class ObjectMerger {
 public:
-    void Merge(MotionObjectPool& pool);
+    bool Merge(MotionObjectPool& pool);  // true: some were absorbed
 
 private:
     // One object of the list; the order of nodes is the order of the list. No node: -1.
@@ -41,6 +43,7 @@ private:
 
     using NodeBits = std::vector<std::uint64_t>;  // one bit per node
 
+    bool FindDue(const MotionObjectPool& pool);
     void CollectNodes(const MotionObjectPool& pool);
     void Sweep();
     int FirstTouching(int node);
@@ -74,6 +77,7 @@ private:
     template <class Visit>
     void ForEachNear(CellBox area, Visit visit);
 
+    PaintedBoxes _painted;
     std::vector<Node> _nodes;
     NodeBits _dueNow;               // to be visited in this sweep, from the highest to the lowest
     NodeBits _dueNext;              // in the next one
