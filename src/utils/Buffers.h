@@ -53,6 +53,13 @@ void CopyBuff(const T* source, T* destination, std::int64_t count) {
     if (count > 0) std::memcpy(destination, source, static_cast<std::size_t>(count) * sizeof(T));
 }
 
+// The same for counts that mostly are 1, of which nothing is made.
+template <class T>
+void CopyMostlyOne(const T* source, T* destination, std::int64_t count) {
+    if (count == 1) *destination = *source;
+    else CopyBuff(source, destination, count);
+}
+
 // Frees *ptr, if it holds a buffer, and sets it to null. ptr itself must not be null ("ptr").
 template <class T>
 void SafeReleaseBuff(T** ptr) {

@@ -8,18 +8,23 @@
 
 namespace MD {
 
-short* CellArena::Take(std::size_t entries, std::size_t pieceEntries) {
-    for (; _piece < _pieces.size(); ++_piece, _used = 0) {
-        if (_pieces[_piece].length - _used < entries) continue;
-        short* const taken = _pieces[_piece].entries.get() + _used;
-        _used += entries;
-        return taken;
+void CellArena::UseUp(std::size_t piece) {
+    _piece = piece;
+    _next = piece < _pieces.size() ? _pieces[piece].entries.get() : nullptr;
+    _left = piece < _pieces.size() ? _pieces[piece].length : 0;
+}
+
+// In a later piece, or in a new one.
+short* CellArena::TakeElsewhere(std::size_t entries, std::size_t pieceEntries) {
+    for (std::size_t piece = _piece + 1; piece < _pieces.size(); ++piece) {
+        if (_pieces[piece].length < entries) continue;
+        UseUp(piece);
+        return TakeNext(entries);
     }
     const std::size_t length = std::max(entries, pieceEntries);
     _pieces.push_back({MakeSharedArray<short>(length), length});
-    _piece = _pieces.size() - 1;
-    _used = entries;
-    return _pieces.back().entries.get();
+    UseUp(_pieces.size() - 1);
+    return TakeNext(entries);
 }
 
 std::shared_ptr<short[]> CellArena::Share(const short* cells) const noexcept {
@@ -33,12 +38,12 @@ std::shared_ptr<short[]> CellArena::Share(const short* cells) const noexcept {
 
 void CellArena::Reset() noexcept {
     std::erase_if(_pieces, [](const Piece& piece) { return piece.entries.use_count() > 1; });
-    _piece = _used = 0;
+    UseUp(0);
 }
 
 void CellArena::Free() noexcept {
     _pieces.clear();
-    _piece = _used = 0;
+    UseUp(0);
 }
 
 }  // namespace MD

@@ -13,7 +13,9 @@ namespace MD {
 class MD_INTERNAL CellArena {
 public:
     // Room for `entries` coordinates, uninitialised. A new piece holds at least `pieceEntries`. Throws std::bad_alloc.
-    short* Take(std::size_t entries, std::size_t pieceEntries);
+    short* Take(std::size_t entries, std::size_t pieceEntries) {
+        return entries <= _left ? TakeNext(entries) : TakeElsewhere(entries, pieceEntries);
+    }
     // The piece that holds these cells, null if none does: whoever has it keeps them, whatever becomes of the arena.
     std::shared_ptr<short[]> Share(const short* cells) const noexcept;
     void Reset() noexcept;  // all that was taken may be given out again; the memory stays, but for pieces that are shared
@@ -24,9 +26,19 @@ private:
         std::shared_ptr<short[]> entries;
         std::size_t length;
     };
+    short* TakeNext(std::size_t entries) {
+        short* const taken = _next;
+        _next += entries;
+        _left -= entries;
+        return taken;
+    }
+    short* TakeElsewhere(std::size_t entries, std::size_t pieceEntries);
+    void UseUp(std::size_t piece);
+
     std::vector<Piece> _pieces;
     std::size_t _piece = 0;  // the one being used up
-    std::size_t _used = 0;   // its entries given out
+    short* _next = nullptr;  // its first entry not given out
+    std::size_t _left = 0;   // from there on
 };
 
 }  // namespace MD

@@ -14,8 +14,12 @@ constexpr std::size_t pieceLength = std::size_t{1} << 16;  // coordinates: 32768
 }  // namespace
 
 void LeanObjects::Add(MotionObjectPool& pool, const short* xs, const short* ys, int blockCount, int length) {
+    Add(pool, xs, ys, blockCount, length, BoxOfCells(xs, ys, blockCount));
+}
+
+void LeanObjects::Add(MotionObjectPool& pool, const short* xs, const short* ys, int blockCount, int length, CellBox box) {
     assert(blockCount > 0);
-    pool.Fill(Take(pool, length, blockCount), xs, ys, blockCount);
+    pool.Fill(Take(pool, length, blockCount), xs, ys, blockCount, box);
 }
 
 void LeanObjects::Copy(MotionObjectPool& pool, const MotionObject& src) {
@@ -35,7 +39,7 @@ void LeanObjects::MakeRoom(MotionObjectPool& pool, MotionObject& object, int blo
 }
 
 MotionObject* LeanObjects::Take(MotionObjectPool& pool, int length, int blockCount) {
-    if (MotionObject* const object = pool.TakeFree(blockCount)) return object;
+    if (pool._freeList._first) return pool.TakeFree(blockCount);
     short* const cells = TakeCells(pool, blockCount);
     MotionObject* const object = pool.TakeSpare(length);
     object->Borrow(pool._cells, blockCount, cells);

@@ -11,6 +11,7 @@ class LeanObjects {
 public:
     // As the pool's Add and Copy, but a new object is lean.
     static void Add(MotionObjectPool& pool, const short* xs, const short* ys, int blockCount, int length);
+    static void Add(MotionObjectPool& pool, const short* xs, const short* ys, int blockCount, int length, CellBox box);
     static void Copy(MotionObjectPool& pool, const MotionObject& src);
 
     // A busy object gets room for `blockCount` blocks in all and the capacity `length`; its blocks and its box stay. One

@@ -41,14 +41,6 @@ MotionObject::MotionObject(int length, NoRoom)
 
 MotionObject::~MotionObject() = default;
 
-void MotionObject::Borrow(CellArena& lender, int storedLength, short* cells) {
-    _lender = &lender;
-    _cells = nullptr;
-    motionX = cells;
-    motionY = cells + storedLength;
-    _storedLength = storedLength;
-}
-
 void MotionObject::KeepBorrowed() noexcept {
     if (!_lender) return;
     _cells = _lender->Share(motionX);
@@ -67,22 +59,6 @@ void MotionObject::OwnCells(int storedLength) {
     _storedLength = storedLength;
     _cells = std::move(cells);
     _lender = nullptr;
-}
-
-void MotionObject::AppendBlocks(const MotionObject& src) {
-    if (src.objectPixelsCount <= 0) return;
-    Utils::CopyBuff(src.motionX, motionX + objectPixelsCount, src.objectPixelsCount);
-    Utils::CopyBuff(src.motionY, motionY + objectPixelsCount, src.objectPixelsCount);
-    objectPixelsCount += src.objectPixelsCount;
-}
-
-CellBox MotionObject::Box() const { return {minX, maxX, minY, maxY}; }
-
-void MotionObject::SetBox(CellBox box) {
-    minX = static_cast<short>(box.left);
-    maxX = static_cast<short>(box.right);
-    minY = static_cast<short>(box.top);
-    maxY = static_cast<short>(box.bottom);
 }
 
 void MotionObject::WidenBoxFrom(int first) {
@@ -118,11 +94,7 @@ MotionObjectList::MotionObjectList() : _first(nullptr), _last(nullptr), _objects
 void MotionObjectList::Add(MotionObject* object) {
     assert(object);
     assert(!object->next && object != _last);
-    object->prev = _last;
-    if (_last) _last->next = object;
-    else _first = object;
-    _last = object;
-    ++_objectsCount;
+    Append(object);
 }
 
 void MotionObjectList::Remove(MotionObject* object) {
@@ -189,16 +161,7 @@ MotionObject* MotionObjectPool::TakeFree(int blockCount) {
     return object;
 }
 
-// A new object, as yet without room.
-MotionObject* MotionObjectPool::TakeSpare(int length) {
-    MotionObject* const object = _spare;
-    if (!object) return new MotionObject(length, MotionObject::NoRoom{});
-    _spare = object->next;
-    object->next = nullptr;
-    object->_realBufferLenght = length;
-    object->index = object->secondIndex = 0;
-    return object;
-}
+MotionObject* MotionObjectPool::NewObject(int length) { return new MotionObject(length, MotionObject::NoRoom{}); }
 
 MotionObject* MotionObjectPool::TakeWhole(std::int64_t length, int blockCount) {
     if (MotionObject* const object = TakeFree(blockCount)) return object;
@@ -208,13 +171,9 @@ MotionObject* MotionObjectPool::TakeWhole(std::int64_t length, int blockCount) {
     return object.release();
 }
 
+// Memory of its own is given back at once; what else is in it is of no use any more.
 void MotionObjectPool::Recycle(MotionObject* object) {
-    object->_lender = nullptr;
     object->_cells = nullptr;
-    object->motionX = object->motionY = nullptr;
-    object->_storedLength = 0;
-    object->objectPixelsCount = 0;
-    object->prev = nullptr;
     object->next = _spare;
     _spare = object;
 }
@@ -224,24 +183,10 @@ void MotionObjectPool::Absorb(MotionObject* object, MotionObject* part) {
     RemoveFromBusy(part);
 }
 
-void MotionObjectPool::Fill(MotionObject* object, const short* xs, const short* ys, int blockCount) {
-    Utils::CopyBuff(xs, object->motionX, blockCount);
-    Utils::CopyBuff(ys, object->motionY, blockCount);
-    object->objectPixelsCount = blockCount;
-    object->SetBox(BoxOfCells(xs, ys, blockCount));
-    _busyList.Add(object);
-}
-
-void MotionObjectPool::FillFrom(MotionObject* object, const MotionObject& src) {
-    object->objectPixelsCount = 0;
-    object->AppendBlocks(src);
-    object->SetBox(src.Box());
-    _busyList.Add(object);
-}
-
 void MotionObjectPool::Add(short* xs, short* ys, int currentPixelsCount, int length) {
     assert(currentPixelsCount > 0);
-    Fill(TakeWhole(length, currentPixelsCount), xs, ys, currentPixelsCount);
+    MotionObject* const object = TakeWhole(length, currentPixelsCount);
+    Fill(object, xs, ys, currentPixelsCount, BoxOfCells(xs, ys, currentPixelsCount));
 }
 
 void MotionObjectPool::Copy(MotionObject* src) {
@@ -272,13 +217,18 @@ void MotionObjectPool::RemoveFromBusy(MotionObject* object) {
     Recycle(object);
 }
 
+// As Recycle, for all at once: the list becomes the front of that of the spare ones.
 void MotionObjectPool::ReleaseBusyList() {
     int& _objectsCount = _busyList._objectsCount;
-    for (MotionObject* object = _busyList._first; object;) {
-        MotionObject* const successor = object->next;
+    MotionObject* last = nullptr;
+    for (MotionObject* object = _busyList._first; object; object = object->next) {
         --_objectsCount;
-        Recycle(object);
-        object = successor;
+        if (object->_cells) object->_cells = nullptr;
+        last = object;
+    }
+    if (last) {
+        last->next = _spare;
+        _spare = _busyList._first;
     }
     _busyList._first = _busyList._last = nullptr;
     assert(!_objectsCount);

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "coreMD.h"
+#include "utils/Buffers.h"
 #include "utils/CellBox.h"
 #include "utils/Visibility.h"
 #include "zones/CellArena.h"
@@ -49,16 +50,31 @@ private:
     // Room for the blocks is the object's own, or borrowed from its pool: see LeanObjects.
     struct NoRoom {};
     MD_INTERNAL MotionObject(int length, NoRoom);
-    MD_INTERNAL void Borrow(CellArena& lender, int storedLength, short* cells);  // 2 * storedLength, columns first
-    MD_INTERNAL void KeepBorrowed() noexcept;                                    // where they are, for as long as it lives
-    MD_INTERNAL void OwnCells(int storedLength);                                 // moves the blocks to memory of its own
-    MD_INTERNAL void AppendBlocks(const MotionObject& src);                      // which must fit; the box stays
-    MD_INTERNAL CellBox Box() const;
-    MD_INTERNAL void SetBox(CellBox box);
+    MD_INTERNAL void Borrow(CellArena& lender, int storedLength, short* cells) {  // 2 * storedLength, columns first
+        _lender = &lender;
+        motionX = cells;
+        motionY = cells + storedLength;
+        _storedLength = storedLength;
+    }
+    MD_INTERNAL void KeepBorrowed() noexcept;                 // where they are, for as long as it lives
+    MD_INTERNAL void OwnCells(int storedLength);              // moves the blocks to memory of its own
+    MD_INTERNAL void AppendBlocks(const MotionObject& src) {  // which must fit; the box stays
+        if (src.objectPixelsCount <= 0) return;
+        Utils::CopyMostlyOne(src.motionX, motionX + objectPixelsCount, src.objectPixelsCount);
+        Utils::CopyMostlyOne(src.motionY, motionY + objectPixelsCount, src.objectPixelsCount);
+        objectPixelsCount += src.objectPixelsCount;
+    }
+    MD_INTERNAL CellBox Box() const { return {minX, maxX, minY, maxY}; }
+    MD_INTERNAL void SetBox(CellBox box) {
+        minX = static_cast<short>(box.left);
+        maxX = static_cast<short>(box.right);
+        minY = static_cast<short>(box.top);
+        maxY = static_cast<short>(box.bottom);
+    }
     MD_INTERNAL void WidenBoxFrom(int first);  // over the blocks from `first` on
 
     CellArena* _lender;               // whose cells these are; null: the object keeps them
-    std::shared_ptr<short[]> _cells;  // what keeps them
+    std::shared_ptr<short[]> _cells;  // what keeps them; null where they are borrowed
     int _storedLength;                // entries present
 };
 
@@ -79,8 +95,16 @@ public:
     int _objectsCount;
 
 private:
+    friend class LeanObjects;
     friend class MotionObjectPool;
 
+    MD_INTERNAL void Append(MotionObject* object) {
+        object->prev = _last;
+        if (_last) _last->next = object;
+        else _first = object;
+        _last = object;
+        ++_objectsCount;
+    }
     MD_INTERNAL void Unlink(MotionObject* object);
 };
 
@@ -117,10 +141,34 @@ private:
 
     MD_INTERNAL void Absorb(MotionObject* object, MotionObject* part);  // its blocks, which must fit; the box stays
     MD_INTERNAL MotionObject* TakeFree(int blockCount);
-    MD_INTERNAL MotionObject* TakeSpare(int length);
+    MD_INTERNAL MotionObject* TakeSpare(int length) {  // no room, no blocks; its box is to be set
+        MotionObject* const object = _spare;
+        if (!object) return NewObject(length);
+        _spare = object->next;
+        object->next = nullptr;
+        object->_realBufferLenght = length;
+        object->motionX = object->motionY = nullptr;
+        object->index = object->secondIndex = 0;
+        object->objectPixelsCount = 0;
+        object->_lender = nullptr;
+        object->_storedLength = 0;
+        return object;
+    }
+    MD_INTERNAL static MotionObject* NewObject(int length);
     MD_INTERNAL MotionObject* TakeWhole(std::int64_t length, int blockCount);
-    MD_INTERNAL void Fill(MotionObject* object, const short* xs, const short* ys, int blockCount);
-    MD_INTERNAL void FillFrom(MotionObject* object, const MotionObject& src);
+    MD_INTERNAL void Fill(MotionObject* object, const short* xs, const short* ys, int blockCount, CellBox box) {
+        Utils::CopyMostlyOne(xs, object->motionX, blockCount);
+        Utils::CopyMostlyOne(ys, object->motionY, blockCount);
+        object->objectPixelsCount = blockCount;
+        object->SetBox(box);
+        _busyList.Append(object);
+    }
+    MD_INTERNAL void FillFrom(MotionObject* object, const MotionObject& src) {
+        object->objectPixelsCount = 0;
+        object->AppendBlocks(src);
+        object->SetBox(src.Box());
+        _busyList.Append(object);
+    }
     MD_INTERNAL void Recycle(MotionObject* object);
 
     MotionObject* _spare;  // destroyed objects, kept for their memory only
