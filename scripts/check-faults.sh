@@ -21,8 +21,8 @@ awk -v dir="$patches" '/^fault / { file = sprintf("%s/%03d-%s", dir, ++count, $2
 # From the quickest to the slowest.
 tests=(BackgroundKernelTest LearningKernelTest ForegroundKernelTest DiffStateKernelTest WindowSumsKernelTest
        SegmentationKernelTest ObjectTrimmingKernelTest UtilsTest UtilsPicturesTest FrameStatisticsTest
-       H264PartlyStatisticTest MDZoneTest MotionObjectTest MotionObjectPoolTest CellBoxTest CoreTest CallingOrderTest
-       ShadowReachTest
+       H264PartlyStatisticTest MDZoneTest MotionObjectTest MotionObjectPoolTest PaintedBoxesTest BlocksTest CellBoxTest
+       CoreTest CallingOrderTest ShadowReachTest
        $(cd "$root/tests/detector" && printf '%s\n' *Test.cpp | sed 's/\.cpp$//')
        ShadowKernelTest ObjectMergerTest FrameStatisticsModelTest PipelineTest PipelineMPEG4Test PipelinePartlyTest
        PipelineShadowTest GoldenTest DifferentialTest)

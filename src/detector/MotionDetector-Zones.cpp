@@ -7,6 +7,7 @@
 #include "detector/MotionDetector.h"
 #include "detector/kernels/Segmentation.h"
 #include "utils/Assert.h"
+#include "utils/Buffers.h"
 #include "zones/LeanObjects.h"
 
 namespace MD {
@@ -95,21 +96,19 @@ void MotionDetector::ProcessZone() {
     std::fill_n(_objectPixelY, motionBlocksCount, short{0});
 
     unsigned short lastLabel = 0;
-    for (int i = 0; i < motionBlocksCount; ++i) {
-        const int offsetTmp1 = _movingPixelY[i] * blockCountX + _movingPixelX[i];
+    const auto start = [&](int x, int y, std::ptrdiff_t offsetTmp1) {
         MD_DETECTOR_ASSERT(offsetTmp1 >= 0, Kernels::processOneZone);
         MD_DETECTOR_ASSERT(offsetTmp1 < blockCount, Kernels::processOneZone);
-        if (_objectsMap[offsetTmp1] != Kernels::unassignedBlock) continue;
-
         const unsigned short label = static_cast<unsigned short>(lastLabel + 1);
-        _objectPixelX[0] = _movingPixelX[i];
-        _objectPixelY[0] = _movingPixelY[i];
+        _objectPixelX[0] = static_cast<short>(x);
+        _objectPixelY[0] = static_cast<short>(y);
         _objectsMap[offsetTmp1] = label;
         int count = 1, processed = 0;
         BuildCurrentMovingObject(processed, count, label);
         EnsureOfFrame(BrokenLabel(label));
         if (KeepObject(count, label)) lastLabel = label;
-    }
+    };
+    Kernels::ForEachUnassigned(_foregroundGroups.get(), _foregroundGroupCount, _objectsMap, BlockGrid(), start);
     RemoveSmallObjects(currentZone);
 }
 
@@ -119,23 +118,29 @@ bool MotionDetector::KeepObject(int count, int label) {
     const Grid grid = BlockGrid();
     const bool countsAll = !_limitObjectsToMask || _longBackgroundTimes;
     const CellBox whole = Kernels::BoxOfBlocks(object);
+    const auto mark = static_cast<std::uint16_t>(label);
     CellBox box = whole;
-    if (!countsAll && !Kernels::BoxOfCountedBlocks(object, _isMotionPixel, grid, box)) {
+    if (!countsAll &&
+        !Kernels::AllSidesCount(
+            whole, mark, {.objectsMap = _objectsMap, .isInZone = _nextProcessZone->pixelMap, .isCounted = _isMotionPixel},
+            grid) &&
+        !Kernels::BoxOfCountedBlocks(object, _isMotionPixel, grid, box)) {
         Kernels::DiscardObject(object, _objectsMap, _zoneResultMap, grid);
         return false;
     }
     ClearUniformMask();
     int remaining = count;
     if (box == whole) {  // nothing to trim: all blocks bear the label, none a mark for the refinement
-        std::copy_n(_objectPixelX, count, _finalPixelX);
-        std::copy_n(_objectPixelY, count, _finalPixelY);
+        Utils::CopyMostlyOne(_objectPixelX, _finalPixelX, count);
+        Utils::CopyMostlyOne(_objectPixelY, _finalPixelY, count);
     } else {
         remaining = RefineObject(object, box, label);
     }
     const int curObjBlocksCount = remaining;
     MD_DETECTOR_ASSERT(curObjBlocksCount <= blockCount, Kernels::processOneZone);
     if (remaining <= 0) return false;
-    LeanObjects::Add(_zonePool, _finalPixelX, _finalPixelY, remaining, blockCount);
+    if (remaining == count) LeanObjects::Add(_zonePool, _finalPixelX, _finalPixelY, remaining, blockCount, whole);
+    else LeanObjects::Add(_zonePool, _finalPixelX, _finalPixelY, remaining, blockCount);
     return true;
 }
 

@@ -1,6 +1,7 @@
 // Over which blocks does a loop run?  The words that kernels and their callers share.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 
@@ -58,6 +59,27 @@ MD_PART_OF_CALLER bool IsAnySet(const std::uint8_t* marks, std::size_t count) {
     for (std::size_t j = 0; j < count; ++j) any |= marks[j];
     return any != 0;
 }
+
+// Bytes or other lanes that were read as one word: the first in memory is the first here, too, whatever the byte order.
+namespace Lanes {
+
+// Bit 7 of every byte that is not 0.
+constexpr std::uint64_t NonZeroBytes(std::uint64_t word) {
+    constexpr std::uint64_t low = 0x7F7F7F7F7F7F7F7F;
+    return (((word & low) + low) | word) & ~low;
+}
+
+// The byte of the first bit that is set, and the word without that bit: of words with any, at most one in every lane.
+constexpr int FirstByte(std::uint64_t word) {
+    if constexpr (std::endian::native == std::endian::little) return std::countr_zero(word) / 8;
+    else return std::countl_zero(word) / 8;
+}
+constexpr std::uint64_t WithoutFirst(std::uint64_t word) {
+    if constexpr (std::endian::native == std::endian::little) return word & (word - 1);
+    else return word ^ (std::uint64_t{1} << (63 - std::countl_zero(word)));
+}
+
+}  // namespace Lanes
 
 // |a - b|, in bytes.
 constexpr std::uint8_t ByteDistance(std::uint8_t a, std::uint8_t b) {

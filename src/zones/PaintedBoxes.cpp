@@ -3,17 +3,18 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstring>
+
+#include "utils/StandardGaps.h"
 
 namespace MD {
 namespace {
 
-constexpr std::int64_t mostCellsPerBox = 64;         // clearing the plane must not cost more than the boxes do
-constexpr std::int64_t mostRowsPerBox = 16;          // on average; nor must painting them
-constexpr int wordLength = 8;                        // so many cells are read and written at once
-constexpr int stripWidth = wordLength - 2;           // what is next to a strip, on both sides, fits into the word
-constexpr std::size_t margin = 1;                    // in front of a row, above and below
+constexpr std::int64_t mostCellsPerBox = 64;          // clearing the plane must not cost more than the boxes do
+constexpr std::int64_t mostRowsPerBox = 16;           // on average; nor must painting them
+constexpr int wordLength = 8;                         // so many cells are read and written at once
+constexpr int stripWidth = wordLength - 2;            // what is next to a strip, on both sides, fits into the word
+constexpr std::size_t margin = 1;                     // in front of a row, above and below
 constexpr std::size_t marginBehind = wordLength - 1;  // of a row: a word may start at its last cell
 
 // The word whose first `count` cells are painted.
@@ -22,7 +23,7 @@ constexpr auto firstCells = [] {
     std::array<std::uint8_t, wordLength> cells{};
     for (std::size_t count = 1; count <= wordLength; ++count) {
         cells[count - 1] = 255;
-        words[count] = std::bit_cast<std::uint64_t>(cells);
+        words[count] = BitCast<std::uint64_t>(cells);
     }
     return words;
 }();

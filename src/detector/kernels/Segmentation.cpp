@@ -31,26 +31,12 @@ void ForEachCell(CellBox square, Grid grid, Visit visit) {
         for (std::ptrdiff_t x = square.left; x <= square.right; ++x, ++position) visit(y * grid.columns + x, position);
 }
 
-int BlocksInGroup(int x, Grid grid) { return std::min(8, grid.columns - x); }
-
 // Bytes of up to eight blocks in one word.
 std::uint64_t WordOf(const std::uint8_t* bytes, int count) {
     std::uint64_t word = 0;
     if (count == 8) std::memcpy(&word, bytes, 8);
     else std::memcpy(&word, bytes, static_cast<std::size_t>(count));
     return word;
-}
-
-// The top bits of four labels side by side. An unassigned block has it; hardly any other does.
-constexpr std::uint16_t topBit = 0x8000;
-static_assert((unassignedBlock & topBit) != 0);
-constexpr auto fourTopBits = BitCast<std::uint64_t>(std::array<std::uint16_t, 4>{topBit, topBit, topBit, topBit});
-constexpr auto threeTopBits = BitCast<std::uint64_t>(std::array<std::uint16_t, 4>{topBit, topBit, topBit, 0});
-
-bool MayBeUnassigned(const std::uint16_t* fourLabels, std::uint64_t topBits) {
-    std::uint64_t word;
-    std::memcpy(&word, fourLabels, sizeof word);
-    return (word & topBits) != 0;
 }
 
 }  // namespace
@@ -60,25 +46,30 @@ std::ptrdiff_t FindForegroundGroups(const std::uint8_t* isObject, BlockGroup* gr
     for (int y = 0; y < grid.rows; ++y) {
         const std::uint8_t* const row = isObject + static_cast<std::ptrdiff_t>(y) * grid.columns;
         for (int x = 0; x < grid.columns; x += 8) {
-            if (WordOf(row + x, BlocksInGroup(x, grid)) == 0) continue;
-            groups[count++] = {x, y};
+            if (WordOf(row + x, BlocksInGroup({x, y}, grid)) != 0) groups[count++] = {x, y};
         }
     }
     return count;
 }
 
 int CollectMovingBlocks(MovingBlocks b, Grid grid) {
+    constexpr std::uint64_t all = Lanes::NonZeroBytes(~std::uint64_t{0});
     int count = 0;
     for (const BlockGroup* group = b.groups; group != b.groups + b.groupCount; ++group) {
         const std::ptrdiff_t first = static_cast<std::ptrdiff_t>(group->y) * grid.columns + group->x;
-        const int length = BlocksInGroup(group->x, grid);
-        if (WordOf(b.isInZone + first, length) == 0) continue;
-        for (int i = 0; i < length; ++i) {
-            if (!b.isInZone[first + i] || !b.isObject[first + i]) continue;
+        const int length = BlocksInGroup(*group, grid);
+        const auto take = [&](int i) {
             b.objectsMap[first + i] = unassignedBlock;
             b.xs[count] = static_cast<std::int16_t>(group->x + i);
             b.ys[count] = static_cast<std::int16_t>(group->y);
             ++count;
+        };
+        std::uint64_t moving = Lanes::NonZeroBytes(WordOf(b.isInZone + first, length)) &
+                               Lanes::NonZeroBytes(WordOf(b.isObject + first, length));
+        if (moving == all) {  // inside of something large
+            for (int i = 0; i < 8; ++i) take(i);
+        } else {
+            for (; moving != 0; moving = Lanes::WithoutFirst(moving)) take(Lanes::FirstByte(moving));
         }
     }
     return count;
@@ -91,31 +82,38 @@ void GrowObject(GrowingObject object, std::uint16_t label, Grid grid) {
     std::uint16_t* const labels = object.objectsMap;
     std::int16_t* const xs = object.xs;
     std::int16_t* const ys = object.ys;
+    constexpr auto firstThree = BitCast<std::uint64_t>(std::array<std::uint16_t, 4>{65535, 65535, 65535, 0});
     int processed = object.processed, count = object.count;
-    const auto visit = [&](int row, int firstColumn, int lastColumn) {
-        std::uint16_t* const rowLabels = labels + static_cast<std::ptrdiff_t>(row) * grid.columns;
-        for (int column = firstColumn; column <= lastColumn; ++column) {
-            if (rowLabels[column] != unassignedBlock) continue;
-            const int currentObjectMotionBlocksCount = count + 1;
-            MD_DETECTOR_ASSERT(currentObjectMotionBlocksCount <= blockCount, buildObject);
-            rowLabels[column] = label;
-            xs[count] = static_cast<std::int16_t>(column);
-            ys[count] = static_cast<std::int16_t>(row);
-            count = currentObjectMotionBlocksCount;
+    const auto take = [&](int column, int row, std::uint16_t& blockLabel) {
+        if (blockLabel != unassignedBlock) return;
+        const int currentObjectMotionBlocksCount = count + 1;
+        MD_DETECTOR_ASSERT(currentObjectMotionBlocksCount <= blockCount, buildObject);
+        blockLabel = label;
+        xs[count] = static_cast<std::int16_t>(column);
+        ys[count] = static_cast<std::int16_t>(row);
+        count = currentObjectMotionBlocksCount;
+    };
+    const auto takeFour = [&](int column, int row, std::uint16_t* fourLabels, std::uint64_t bits) {
+        for (; bits != 0; bits = Lanes::WithoutFirst(bits)) {
+            const int lane = Lanes::FirstByte(bits) / 2;
+            take(column + lane, row, fourLabels[lane]);
         }
     };
     for (; processed < count; ++processed) {
         const int x = xs[processed], y = ys[processed];
         const bool isInner = x >= 2 && x < grid.columns - 2 && y >= 1 && y < grid.rows - 1;
         if (isInner) {  // the usual case: no bounds to keep, and labels are read four at a time
-            const std::uint16_t* const own = labels + static_cast<std::ptrdiff_t>(y) * grid.columns + x;
-            if (MayBeUnassigned(own - grid.columns - 1, threeTopBits)) visit(y - 1, x - 1, x + 1);
-            if (MayBeUnassigned(own - 2, fourTopBits) || own[2] == unassignedBlock) visit(y, x - 2, x + 2);
-            if (MayBeUnassigned(own + grid.columns - 1, threeTopBits)) visit(y + 1, x - 1, x + 1);
+            std::uint16_t* const own = labels + static_cast<std::ptrdiff_t>(y) * grid.columns + x;
+            std::uint16_t *const above = own - grid.columns - 1, *const below = own + grid.columns - 1;
+            takeFour(x - 1, y - 1, above, MaybeUnassigned(above) & firstThree);
+            takeFour(x - 2, y, own - 2, MaybeUnassigned(own - 2));
+            take(x + 2, y, own[2]);
+            takeFour(x - 1, y + 1, below, MaybeUnassigned(below) & firstThree);
         } else {
             for (int row = std::max(y - 1, 0); row <= std::min(y + 1, grid.rows - 1); ++row) {
                 const int reach = row == y ? 2 : 1;
-                visit(row, std::max(x - reach, 0), std::min(x + reach, grid.columns - 1));
+                for (int column = std::max(x - reach, 0); column <= std::min(x + reach, grid.columns - 1); ++column)
+                    take(column, row, labels[static_cast<std::ptrdiff_t>(row) * grid.columns + column]);
             }
         }
     }
@@ -124,6 +122,7 @@ void GrowObject(GrowingObject object, std::uint16_t label, Grid grid) {
 }
 
 CellBox BoxOfBlocks(ObjectBlocks object) {
+    if (object.count == 1) return {object.xs[0], object.xs[0], object.ys[0], object.ys[0]};
     std::int16_t left = object.xs[0], right = left, top = object.ys[0], bottom = top;
     for (int i = 1; i < object.count; ++i) {
         left = std::min(left, object.xs[i]);
@@ -132,6 +131,25 @@ CellBox BoxOfBlocks(ObjectBlocks object) {
         bottom = std::max(bottom, object.ys[i]);
     }
     return {left, right, top, bottom};
+}
+
+bool AllSidesCount(CellBox box, std::uint16_t label, CountedBlocks b, Grid grid) {
+    const auto counts = [&](std::ptrdiff_t x, std::ptrdiff_t y) {
+        const std::ptrdiff_t block = y * grid.columns + x;
+        return b.objectsMap[block] == label && b.isInZone[block] != 0 && b.isCounted[block] != 0;
+    };
+    const auto countsInRow = [&](int y) {
+        for (int x = box.left; x <= box.right; ++x)
+            if (counts(x, y)) return true;
+        return false;
+    };
+    const auto countsInColumn = [&](int x) {
+        for (int y = box.top; y <= box.bottom; ++y)
+            if (counts(x, y)) return true;
+        return false;
+    };
+    if (box.left == box.right && box.top == box.bottom) return counts(box.left, box.top);
+    return countsInRow(box.top) && countsInRow(box.bottom) && countsInColumn(box.left) && countsInColumn(box.right);
 }
 
 // Blocks that do not count push no bound: their coordinates are replaced by ones that cannot.

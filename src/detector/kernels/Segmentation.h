@@ -2,10 +2,13 @@
 // Called by MotionDetector-Zones.cpp. Labels: 0 none, unassignedBlock moving and free, else the object's label.
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <cstring>
 
 #include "utils/Blocks.h"
 #include "utils/CellBox.h"
+#include "utils/StandardGaps.h"
 
 namespace MD::Kernels {
 
@@ -28,6 +31,7 @@ struct BlockGroup {
 constexpr std::ptrdiff_t CountBlockGroups(Grid grid) {
     return (static_cast<std::ptrdiff_t>(grid.columns) + 7) / 8 * grid.rows;
 }
+constexpr int BlocksInGroup(BlockGroup group, Grid grid) { return grid.columns - group.x < 8 ? grid.columns - group.x : 8; }
 std::ptrdiff_t FindForegroundGroups(const std::uint8_t* isObject, BlockGroup* groups, Grid grid);
 
 // Collects the zone's foreground blocks in raster order and marks them unassigned in the label map. Returns their number.
@@ -41,6 +45,11 @@ struct MovingBlocks {
     std::int16_t* ys;
 };
 int CollectMovingBlocks(MovingBlocks b, Grid grid);
+
+// visit(x, y, block index) for every block that is unassigned when its turn comes, group by group.
+template <class Visit>
+void ForEachUnassigned(const BlockGroup* groups, std::ptrdiff_t groupCount, const std::uint16_t* objectsMap, Grid grid,
+                       Visit visit);
 
 // Breadth-first fill over unassigned blocks. xs, ys hold `count` blocks of the object and serve as the queue; those from
 // `processed` on have not been looked around yet. Updates both counters.
@@ -62,7 +71,15 @@ struct ObjectBlocks {
 
 // Smallest box over the blocks, of which there is at least one.
 CellBox BoxOfBlocks(ObjectBlocks object);
-// The same over those for which `isCounted` is set. False if there are none.
+// Does a block that counts lie on each side of that box? Then it is the box of those that count, too. In the zone, the
+// object's blocks bear the label and no others do; outside, they may be of another zone's object.
+struct CountedBlocks {
+    const std::uint16_t* objectsMap;
+    const std::uint8_t* isInZone;
+    const std::uint8_t* isCounted;
+};
+bool AllSidesCount(CellBox box, std::uint16_t label, CountedBlocks b, Grid grid);
+// The box of those for which `isCounted` is set. False if there are none.
 bool BoxOfCountedBlocks(ObjectBlocks object, const std::uint8_t* isCounted, Grid grid, CellBox& box);
 
 // Clears both maps at the blocks outside the box, or at all blocks. TrimObject returns the number of blocks outside.
@@ -92,5 +109,31 @@ int CollectSurvivors(ObjectBlocks object, SurvivingBlocks b, std::uint16_t label
 
 // objectsMap = label at the object's blocks.
 void RelabelObject(ObjectBlocks object, std::uint16_t* objectsMap, std::uint16_t label, Grid grid);
+
+// Of four labels side by side, the top bits, where an unassigned block is possible: it has that bit, hardly any other does.
+inline std::uint64_t MaybeUnassigned(const std::uint16_t* fourLabels) {
+    constexpr std::uint16_t topBit = 0x8000;
+    static_assert((unassignedBlock & topBit) != 0);
+    std::uint64_t word;
+    std::memcpy(&word, fourLabels, sizeof word);
+    return word & BitCast<std::uint64_t>(std::array<std::uint16_t, 4>{topBit, topBit, topBit, topBit});
+}
+
+template <class Visit>
+void ForEachUnassigned(const BlockGroup* groups, std::ptrdiff_t groupCount, const std::uint16_t* objectsMap, Grid grid,
+                       Visit visit) {
+    for (const BlockGroup* group = groups; group != groups + groupCount; ++group) {
+        const std::ptrdiff_t first = static_cast<std::ptrdiff_t>(group->y) * grid.columns + group->x;
+        const auto ask = [&](int i) {
+            if (objectsMap[first + i] == unassignedBlock) visit(group->x + i, group->y, first + i);
+        };
+        const int length = BlocksInGroup(*group, grid);
+        int i = 0;
+        for (; i + 4 <= length; i += 4)
+            for (std::uint64_t bits = MaybeUnassigned(objectsMap + first + i); bits; bits = Lanes::WithoutFirst(bits))
+                ask(i + Lanes::FirstByte(bits) / 2);
+        for (; i < length; ++i) ask(i);
+    }
+}
 
 }  // namespace MD::Kernels

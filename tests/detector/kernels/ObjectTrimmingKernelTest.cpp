@@ -262,6 +262,38 @@ TEST(ObjectTrimmingKernel, BoxEqualsRule) {
     EXPECT_GT(empty, 10);
 }
 
+// Blocks of other zones bear any label, blocks of this zone the object's only where they are the object's.
+TEST(ObjectTrimmingKernel, AllSidesCountWhereTheBoxOfCountedBlocksIsTheWhole) {
+    int whole = 0, less = 0;
+    ForEachObject([&](Object& o, SeededRandom& random) {
+        if (o.Count() == 0) return;
+        Labels map(SizeOf(o.grid));
+        Bytes isInZone(map.size()), isCounted(map.size());
+        const int share = random.Between(1, 4);
+        for (std::size_t block = 0; block < map.size(); ++block) {
+            isInZone[block] = random.OneIn(2);
+            map[block] = random.OneIn(2) ? otherLabel : isInZone[block] ? std::uint16_t{0} : label;
+            isCounted[block] = random.OneIn(share) ? std::uint8_t{255} : std::uint8_t{0};
+        }
+        for (std::size_t i = 0; i < o.Count(); ++i) {
+            map[o.At(i)] = label;
+            isInZone[o.At(i)] = 1;
+        }
+        const GuardedBlocks<std::uint16_t> labels{std::span<const std::uint16_t>(map)};
+        const GuardedBlocks<std::uint8_t> zone{std::span<const std::uint8_t>(isInZone)},
+            counted{std::span<const std::uint8_t>(isCounted)};
+        const CellBox box = BoxOfBlocks(o.Blocks());
+        CellBox countedBox{};
+        const bool expected = BoxOfCountedBlocks(o.Blocks(), counted.data(), o.grid, countedBox) && countedBox == box;
+        ASSERT_EQ(AllSidesCount(box, label,
+                                {.objectsMap = labels.data(), .isInZone = zone.data(), .isCounted = counted.data()}, o.grid),
+                  expected);
+        ++(expected ? whole : less);
+    });
+    EXPECT_GT(whole, 100);
+    EXPECT_GT(less, 100);
+}
+
 TEST(ObjectTrimmingKernel, TrimmingClearsBothMapsOutsideTheBox) {
     KernelComparison comparison;
     ForEachObject([&](Object& o, SeededRandom& random) {

@@ -290,6 +290,41 @@ TEST(SegmentationKernel, CollectingEqualsRule) {
     EXPECT_TRUE(comparison.Result());
 }
 
+// Some labels have the bit that marks a block as possibly unassigned. A visit may take blocks that are yet to come, as the
+// growth of an object does.
+TEST(SegmentationKernel, UnassignedBlocksAreVisitedInRasterOrderUntilTaken) {
+    SeededRandom random(14);
+    KernelComparison comparison;
+    ForEachMask([&](Grid grid, const std::vector<std::uint8_t>& isObject, GuardedSide side) {
+        GuardedBlocks<std::uint16_t> map(SizeOf(grid), side);
+        for (std::uint16_t& label : map) label = static_cast<std::uint16_t>(random.Between(0, 1) * 32768 + 5);
+        for (std::size_t i = 0; i < map.size(); ++i)
+            if (isObject[i] && random.OneIn(2)) map[i] = unassignedBlock;
+        Cells expected;
+        Labels left(map.begin(), map.end());
+        const auto takeNext = [](auto& labels, std::size_t block) {
+            for (const std::size_t ahead : {std::size_t{1}, std::size_t{6}})
+                if (block + ahead < labels.size() && block % 3 == 0) labels[block + ahead] = 1;
+        };
+        for (std::size_t i = 0; i < left.size(); ++i) {
+            if (left[i] != unassignedBlock) continue;
+            expected.push_back({static_cast<int>(i) % grid.columns, static_cast<int>(i) / grid.columns});
+            takeNext(left, i);
+        }
+        const GuardedBlocks<std::uint8_t> objects(std::span<const std::uint8_t>(isObject), side);
+        std::vector<BlockGroup> groups(static_cast<std::size_t>(CountBlockGroups(grid)));
+        const std::ptrdiff_t groupCount = FindForegroundGroups(objects.data(), groups.data(), grid);
+        Cells visited;
+        ForEachUnassigned(groups.data(), groupCount, map.data(), grid, [&](int x, int y, std::ptrdiff_t block) {
+            EXPECT_EQ(block, static_cast<std::ptrdiff_t>(IndexOf({x, y}, grid)));
+            visited.push_back({x, y});
+            takeNext(map, static_cast<std::size_t>(block));
+        });
+        comparison.Compare(CaseOf(grid, isObject), "visited cells", visited, expected);
+    });
+    EXPECT_TRUE(comparison.Result());
+}
+
 TEST(SegmentationKernel, AnyNonZeroByteMoves) {
     constexpr Grid grid{4, 1};
     Arrays a(grid, GuardedSide::End);
