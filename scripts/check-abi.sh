@@ -15,7 +15,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 major=$(sed -n 's/^#define COREMD_VERSION_MAJOR *//p' include/coreMD.h)
 read -ra flags <<<"$(scripts/library-flags.sh)"
-compile=("$compiler" -Iinclude "${flags[@]}" "-I$PWD/host" -O0)
+compile=("$compiler" -Iinclude "${flags[@]/#-I/-I$PWD/}" "-I$PWD/host" -O0)
 # take NAME ROOM DOOR MAP HEADER: the library that is spoken of from here on; the sources in DOOR define its functions.
 # Types are read from these alone: the rest of ROOM is compiled once, without debug information.
 take() {

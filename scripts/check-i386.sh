@@ -6,7 +6,7 @@
 #     scripts/check-i386.sh [build directory]       holds this machine's StreamDigest; build/release if none is given
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
-build=${1:-$root/build/release}
+build=$(realpath -m "${1:-$root/build/release}")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 skip() {
@@ -26,9 +26,10 @@ cmake -S "$root" -B "$work/build" -G Ninja -DCMAKE_C_COMPILER=$host-gcc -DCMAKE_
     cmake --build "$work/build" >>"$work/log" 2>&1 || { tail -n 40 "$work/log" >&2; fail "the library does not compile"; }
 
 # Programs are linked statically: the machine has no loader for them.
-read -ra flags <<<"$("$root/scripts/library-flags.sh" "$work/build")"
+cd "$root"
+read -ra flags <<<"$(scripts/library-flags.sh "$work/build")"
 program() { # name, source, words
-    $host-g++ "${flags[@]}" -static -I"$root/tests/kit" "${@:3}" "$root/$2" "$work/build/src/libcoreMD.a" -o "$work/$1"
+    $host-g++ "${flags[@]}" -static -Itests/kit "${@:3}" "$2" "$work/build/src/libcoreMD.a" -o "$work/$1"
 }
 program digest tests/pipeline/StreamDigest.cpp
 runner=()
@@ -43,4 +44,4 @@ echo "check-i386: $there on i386${runner:+ by ${runner[0]}}, $here here"
 [[ $there == "$here" ]] || fail "other bits than here"
 [[ $("${runner[@]}" "$work/digest" 700) != "$there" ]] || fail "a changed frame left the digest as it was: it proves nothing"
 program selftest src/core/main.cpp
-diff "$root/tests/public/selftest_output.txt" <("${runner[@]}" "$work/selftest") || fail "the self-test says something else"
+diff tests/public/selftest_output.txt <("${runner[@]}" "$work/selftest") || fail "the self-test says something else"
