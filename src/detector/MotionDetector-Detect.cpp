@@ -47,7 +47,7 @@ void MotionDetector::FindObjects() {
         _nextMotionObject = nullptr;  // it may point to an object that ends here
         _mergedPool.ReleaseBusyList();
         ProcessZones();
-        MergeMDZonesResult();
+        MergeZones();
     }
     if (_solveForeground) SolveForeground();
 }

@@ -73,6 +73,13 @@ void MotionDetector::MergeMDZonesResult() {
     ResolveMotionObjectsMapIndex(_mergedPool, -1);
 }
 
+// As MergeMDZonesResult, of objects that come from the zones just now: one zone's objects have the labels that they would
+// be given, unless one of them was absorbed.
+void MotionDetector::MergeZones() {
+    const bool isOneZone = _zones._first == _zones._last;
+    if (_merger->Merge(_mergedPool) || !isOneZone) ResolveMotionObjectsMapIndex(_mergedPool, -1);
+}
+
 int MotionDetector::GetBackground(unsigned char* image, int* mask) {
     Utils::ConvertByteMaskToInt(_isBackground, mask, blockCount);
     Utils::InvertMask(_isBackground, _notBackground, blockCount);

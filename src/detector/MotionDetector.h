@@ -249,6 +249,7 @@ private:
     MD_INTERNAL void FindObjectsAgain();  // of the last frame, whatever the zones were then
     MD_INTERNAL void ProcessZones();
     MD_INTERNAL void ProcessZone();
+    MD_INTERNAL void MergeZones();
     MD_INTERNAL void StartLabels();
     MD_INTERNAL int CollectMovingBlocks(MDZone* zone);
     MD_INTERNAL bool KeepObject(int count, int label);
