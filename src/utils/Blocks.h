@@ -60,7 +60,7 @@ MD_PART_OF_CALLER bool IsAnySet(const std::uint8_t* marks, std::size_t count) {
     return any != 0;
 }
 
-// Bytes or other lanes that were read as one word: the first in memory is the first here, too, whatever the byte order.
+// Bytes or other lanes that were read as one word. The first in memory is the first here, too, whatever the byte order.
 namespace Lanes {
 
 // Bit 7 of every byte that is not 0.
@@ -69,10 +69,12 @@ constexpr std::uint64_t NonZeroBytes(std::uint64_t word) {
     return (((word & low) + low) | word) & ~low;
 }
 
-// The byte of the first bit that is set, and the word without that bit: of words with any, at most one in every lane.
-constexpr int FirstByte(std::uint64_t word) {
-    if constexpr (std::endian::native == std::endian::little) return std::countr_zero(word) / 8;
-    else return std::countl_zero(word) / 8;
+// The lane of the first bit that is set, and the word without that bit: of words with any, at most one in every lane.
+template <class Lane>
+constexpr int First(std::uint64_t word) {
+    const int before =
+        std::endian::native == std::endian::little ? std::countr_zero(word) : std::countl_zero(word);  // bits in memory
+    return static_cast<int>(static_cast<unsigned>(before) / (8 * sizeof(Lane)));
 }
 constexpr std::uint64_t WithoutFirst(std::uint64_t word) {
     if constexpr (std::endian::native == std::endian::little) return word & (word - 1);

@@ -2,6 +2,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
 
 #include <gtest/gtest.h>
 
@@ -29,6 +30,18 @@ TEST(Lanes, EveryByteValueIsZeroOrNot) {
     }
 }
 
+TEST(Lanes, LanesOfTwoBytesAreFoundByAnyOfTheirBits) {
+    for (std::size_t lane = 0; lane < 4; ++lane)
+        for (const std::uint16_t bit : std::initializer_list<std::uint16_t>{0x8000, 0x0100, 0x0001}) {
+            std::array<std::uint16_t, 4> labels{};
+            labels[lane] = bit;
+            std::uint64_t word;
+            std::memcpy(&word, labels.data(), sizeof word);
+            EXPECT_EQ(MD::Lanes::First<std::uint16_t>(word), static_cast<int>(lane)) << bit;
+            EXPECT_EQ(MD::Lanes::WithoutFirst(word), 0u);
+        }
+}
+
 TEST(Lanes, BytesAreFoundFromTheFirstInMemoryToTheLast) {
     for (unsigned set = 0; set < 256; ++set) {
         Bytes bytes{};
@@ -37,7 +50,7 @@ TEST(Lanes, BytesAreFoundFromTheFirstInMemoryToTheLast) {
         for (int i = 0; i < 8; ++i) {
             if (!(set >> i & 1)) continue;
             ASSERT_NE(word, 0u);
-            EXPECT_EQ(MD::Lanes::FirstByte(word), i);
+            EXPECT_EQ(MD::Lanes::First<std::uint8_t>(word), i);
             word = MD::Lanes::WithoutFirst(word);
         }
         EXPECT_EQ(word, 0u);

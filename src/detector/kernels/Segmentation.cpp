@@ -69,7 +69,7 @@ int CollectMovingBlocks(MovingBlocks b, Grid grid) {
         if (moving == all) {  // inside of something large
             for (int i = 0; i < 8; ++i) take(i);
         } else {
-            for (; moving != 0; moving = Lanes::WithoutFirst(moving)) take(Lanes::FirstByte(moving));
+            for (; moving != 0; moving = Lanes::WithoutFirst(moving)) take(Lanes::First<std::uint8_t>(moving));
         }
     }
     return count;
@@ -95,7 +95,7 @@ void GrowObject(GrowingObject object, std::uint16_t label, Grid grid) {
     };
     const auto takeFour = [&](int column, int row, std::uint16_t* fourLabels, std::uint64_t bits) {
         for (; bits != 0; bits = Lanes::WithoutFirst(bits)) {
-            const int lane = Lanes::FirstByte(bits) / 2;
+            const int lane = Lanes::First<std::uint16_t>(bits);
             take(column + lane, row, fourLabels[lane]);
         }
     };

@@ -131,7 +131,7 @@ void ForEachUnassigned(const BlockGroup* groups, std::ptrdiff_t groupCount, cons
         int i = 0;
         for (; i + 4 <= length; i += 4)
             for (std::uint64_t bits = MaybeUnassigned(objectsMap + first + i); bits; bits = Lanes::WithoutFirst(bits))
-                ask(i + Lanes::FirstByte(bits) / 2);
+                ask(i + Lanes::First<std::uint16_t>(bits));
         for (; i < length; ++i) ask(i);
     }
 }
