@@ -17,11 +17,7 @@
 #include <nlohmann/json.hpp>
 
 #include "results/JobResult.h"
-#include "results/JsonLines.h"
-#include "results/PackedResult.h"
-#include "results/PictureLines.h"
-#include "results/Records.h"
-#include "results/ScanPictures.h"
+#include "run/StateLine.h"
 #include "video/base/Failure.h"
 #include "video/files/CheckedLine.h"
 
@@ -34,21 +30,6 @@ using Json = nlohmann::ordered_json;
 constexpr auto replaced = Json::error_handler_t::replace;  // what is no UTF-8
 constexpr int stateVersion = 2;                            // 1: without checksums
 constexpr const char* versionName = "mdscan-state";
-
-// A path may hold any bytes, JSON holds text: every byte above ASCII becomes %XX, and so does the sign itself.
-std::string KeyOf(const std::string& path) {
-    constexpr const char* digits = "0123456789ABCDEF";
-    std::string key;
-    for (const char c : path) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte >= 0x80 || c == '%') {
-            key += {'%', digits[byte >> 4], digits[byte & 15]};
-        } else {
-            key += c;
-        }
-    }
-    return key;
-}
 
 std::string HeaderLine(const std::string& run) {
     return Video::Checked(Json{{versionName, stateVersion}, {"run", run}}.dump(-1, ' ', false, replaced)) + "\n";
@@ -65,36 +46,7 @@ bool Lock(int file) {
     return false;
 }
 
-// Of what the file holds of an input. All throw std::exception.
-JobResult ResultOf(const Json& line) { return Unpacked(line.at("result").get<std::string>()); }
-
-std::vector<Record> RecordsOf(const Json& line) {
-    std::vector<Record> records;
-    for (const Json& record : line.at("lines")) {
-        records.push_back(RecordOfLine(record.get<std::string>()));
-    }
-    return records;
-}
-
-std::vector<std::string> PictureLinesOf(const Json& line) { return line.value("attachments", std::vector<std::string>()); }
-
-std::vector<ScanPicture> PicturesOf(const Json& line) {
-    std::vector<ScanPicture> pictures;
-    for (const std::string& picture : PictureLinesOf(line)) {
-        pictures.push_back(PictureOf(picture));
-    }
-    return pictures;
-}
-
 }  // namespace
-
-Identity IdentityOf(const std::string& path) {
-    struct stat status = {};
-    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
-        return {};
-    }
-    return {status.st_size, std::int64_t{status.st_mtim.tv_sec} * 1'000'000'000 + status.st_mtim.tv_nsec};
-}
 
 RunState::RunState(const std::string& path, const std::string& run) : _path(path) {
     struct stat status = {};
@@ -182,16 +134,9 @@ bool RunState::TakeLine(const std::string& line, off_t offset) {
     if (line.find_first_not_of(' ') == std::string::npos) {
         return true;  // it was damaged once
     }
-    const auto text = Video::Verified(line);
-    const Json record = text ? Json::parse(*text, nullptr, false) : Json();
     try {
-        RecordsOf(record);
-        PictureLinesOf(record);  // they are large: read when it is their turn
-        _entries.insert_or_assign(record.at("file").get<std::string>(),
-                                  Entry{{record.at("size").get<std::int64_t>(), record.at("changed").get<std::int64_t>()},
-                                        ResultOf(record),
-                                        offset,
-                                        line.size()});
+        StateEntry entry = EntryOfStateLine(line);
+        _entries.insert_or_assign(std::move(entry.key), Entry{entry.identity, std::move(entry.result), offset, line.size()});
         return true;
     } catch (const std::exception&) {
         return false;
@@ -232,13 +177,11 @@ RecalledInput RunState::Read(const std::string& input) const {
     const Entry& entry = _entries.at(KeyOf(input));
     std::string line(entry.size, '\0');
     const ssize_t got = pread(_file, line.data(), line.size(), entry.offset);
-    const auto text = Video::Verified(line);
-    if (got != static_cast<ssize_t>(line.size()) || !text) {
+    if (got != static_cast<ssize_t>(line.size()) || !Video::Verified(line)) {
         throw Video::Failure(Video::Concern::Output, "cannot resume from " + _path + ": has changed since this run began");
     }
     try {
-        const Json record = Json::parse(*text);
-        return {ResultOf(record), RecordsOf(record), PicturesOf(record)};
+        return ReadStateLine(line, KeyOf(input));
     } catch (const std::exception&) {
         throw Video::Failure(Video::Concern::Output,
                              "cannot resume from " + _path + ": what it holds of " + input + " is damaged");
@@ -246,18 +189,7 @@ RecalledInput RunState::Read(const std::string& input) const {
 }
 
 void RunState::Add(const std::string& input, const Identity& identity, const FinishedInput& finished) {
-    Json record = {{"file", KeyOf(input)},
-                   {"size", identity.size},
-                   {"changed", identity.changed},
-                   {"result", Packed(finished.result)},
-                   {"lines", Json::array()}};
-    for (const Record& told : finished.records) {
-        record["lines"].push_back(LineOf(told));
-    }
-    if (!finished.pictures.empty()) {
-        record["attachments"] = finished.pictures;
-    }
-    Append(Video::Checked(record.dump(-1, ' ', false, replaced)) + "\n");
+    Append(StateLine(KeyOf(input), identity, finished) + "\n");
 }
 
 void RunState::Append(const std::string& line) {

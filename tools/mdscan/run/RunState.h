@@ -4,7 +4,7 @@
 // one is cut off and its input scanned again. Every line has a checksum: what a disk has damaged is scanned again, too.
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <string>
@@ -13,32 +13,9 @@
 #include <sys/types.h>
 
 #include "results/JobResult.h"
-#include "results/Records.h"
-#include "results/ScanPictures.h"
+#include "run/StateLine.h"
 
 namespace Scan {
-
-// What a file was like when its scan began; a file that has changed since is scanned again.
-struct Identity {
-    std::int64_t size = -1;    // bytes; -1: there is no such plain file
-    std::int64_t changed = 0;  // nanoseconds since 1970
-
-    friend bool operator==(const Identity&, const Identity&) = default;
-};
-
-Identity IdentityOf(const std::string& path);
-
-struct FinishedInput {
-    JobResult result;
-    std::vector<Record> records;
-    std::vector<std::string> pictures = {};  // their lines
-};
-
-struct RecalledInput {
-    JobResult result;
-    std::vector<Record> records;
-    std::vector<ScanPicture> pictures;
-};
 
 class RunState {
 public:

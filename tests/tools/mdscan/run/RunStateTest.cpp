@@ -93,6 +93,33 @@ TEST_F(RunStateTest, WhatIsFinishedIsKnownToTheNextRun) {
     EXPECT_FALSE(state.Find(In("three")));
 }
 
+TEST_F(RunStateTest, KeysOfPathsLeadBackToThem) {
+    std::string bytes;
+    for (int byte = 1; byte < 256; ++byte) {
+        bytes += static_cast<char>(byte);
+    }
+    for (const std::string& path : {bytes, std::string("100%"), std::string("%41%4"), std::string()}) {
+        EXPECT_EQ(PathOf(KeyOf(path)), path);
+        for (const char c : KeyOf(path)) {
+            EXPECT_LT(static_cast<unsigned char>(c), 0x80u) << "JSON holds text";
+        }
+    }
+}
+
+TEST_F(RunStateTest, ALineOfAnotherInputIsNoneOfThisOne) {
+    const std::string line = StateLine("one", {1, 2}, {});
+    EXPECT_NO_THROW(ReadStateLine(line, "one"));
+    EXPECT_THROW(ReadStateLine(line, "two"), std::exception);
+    EXPECT_EQ(EntryOfStateLine(line).key, "one");
+    EXPECT_EQ(EntryOfStateLine(line).identity, (Identity{1, 2}));
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        std::string damaged = line;
+        damaged[i] = static_cast<char>(damaged[i] ^ 1);
+        ASSERT_THROW(ReadStateLine(damaged, "one"), std::exception) << i;
+        ASSERT_THROW(ReadStateLine(line.substr(0, i), "one"), std::exception) << i;
+    }
+}
+
 TEST_F(RunStateTest, AChangedFileIsNotKnown) {
     Fill();
     Write("one", "longer");
