@@ -27,17 +27,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-std::string Unbase64(const std::string& text) {
-    std::string bytes(text.size(), '\0');
-    const int size =
-        av_base64_decode(reinterpret_cast<std::uint8_t*>(bytes.data()), text.c_str(), static_cast<int>(bytes.size()));
-    if (size < 0) {
-        throw std::invalid_argument("base64");
-    }
-    bytes.resize(static_cast<std::size_t>(size));
-    return bytes;
-}
-
 // Value and length of each run, one after another: most blocks of most cameras never move.
 Json Runs(const std::vector<std::uint32_t>& counts) {
     Json runs = Json::array();
@@ -100,6 +89,17 @@ Json JsonOf(const GroundPicture& picture) {
 }
 
 }  // namespace
+
+std::string Unbase64(const std::string& text) {
+    std::string bytes(text.size(), '\0');
+    const int size =
+        av_base64_decode(reinterpret_cast<std::uint8_t*>(bytes.data()), text.c_str(), static_cast<int>(bytes.size()));
+    if (size < 0) {
+        throw std::invalid_argument("base64");
+    }
+    bytes.resize(static_cast<std::size_t>(size));
+    return bytes;
+}
 
 std::string Base64(const std::string& bytes) {
     std::string text(AV_BASE64_SIZE(bytes.size()), '\0');

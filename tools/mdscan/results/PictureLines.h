@@ -16,4 +16,7 @@ ScanPicture PictureOf(const std::string& line);
 // Bytes as letters, digits, "+", "/" and "=".
 std::string Base64(const std::string& bytes);
 
+// And back. Throws std::exception.
+std::string Unbase64(const std::string& text);
+
 }  // namespace Scan

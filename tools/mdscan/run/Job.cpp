@@ -127,7 +127,9 @@ Job::Job(const JobSettings& settings, const std::string& input, const std::strin
       _listener(listener),
       _decoder(Video::OpenSource(input, settings.reconnect, [&] { listener.OnWait(); }), settings.decoderThreads,
                Selection()),
-      _named(_decoder.IsLive() ? std::nullopt : StartByName(input, settings.scan.nameTime)),
+      _named(_decoder.IsLive() ? std::nullopt
+             : settings.named  ? settings.named->start
+                               : StartByName(input, settings.scan.nameTime)),
       _threads(settings.decoderThreads),
       _cadence(settings.scan.rate, _decoder.NominalInterval()),
       _rules{.framesPerSecond = 1 / Video::ToSeconds(_decoder.NominalInterval()),

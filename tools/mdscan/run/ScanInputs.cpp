@@ -72,28 +72,6 @@ private:
     ConditionNote _note;
 };
 
-// several: of several inputs, some results are folders.
-void RefuseSameFileTwice(const OutputSettings& outputs, const std::string& resume, bool several) {
-    const std::pair<const char*, const std::string&> places[] = {{"--output", outputs.lines},
-                                                                 {"--csv", outputs.csv},
-                                                                 {"--report", outputs.report},
-                                                                 {"--resume", resume},
-                                                                 {"--join", outputs.join},
-                                                                 {"--heatmap", outputs.heatmap},
-                                                                 {"--background", outputs.background},
-                                                                 {"--overlay", outputs.overlay}};
-    constexpr std::size_t firstFolder = 5;  // of several inputs, these are folders that may be one
-    std::map<std::filesystem::path, std::size_t> taken;
-    for (std::size_t i = 0; i < std::size(places); ++i) {
-        const auto& [name, path] = places[i];
-        const auto [other, isNew] = taken.try_emplace(std::filesystem::path(path).lexically_normal(), i);
-        if (!path.empty() && !isNew && !(several && other->second >= firstFolder)) {
-            throw Video::Failure(Video::Concern::Usage,
-                                 std::string(places[other->second].first) + " and " + name + " name the same file");
-        }
-    }
-}
-
 void MakeFolders(std::initializer_list<std::string> paths) {
     for (const std::string& path : paths) {
         if (!path.empty()) {
@@ -161,6 +139,27 @@ int ScanMany(const InputList& list, JobSettings job, const OutputSettings& outpu
 }
 
 }  // namespace
+
+void RefuseSameFileTwice(const OutputSettings& outputs, const std::string& resume, bool several) {
+    const std::pair<const char*, const std::string&> places[] = {{"--output", outputs.lines},
+                                                                 {"--csv", outputs.csv},
+                                                                 {"--report", outputs.report},
+                                                                 {"--resume", resume},
+                                                                 {"--join", outputs.join},
+                                                                 {"--heatmap", outputs.heatmap},
+                                                                 {"--background", outputs.background},
+                                                                 {"--overlay", outputs.overlay}};
+    constexpr std::size_t firstFolder = 5;  // of several inputs, these are folders that may be one
+    std::map<std::filesystem::path, std::size_t> taken;
+    for (std::size_t i = 0; i < std::size(places); ++i) {
+        const auto& [name, path] = places[i];
+        const auto [other, isNew] = taken.try_emplace(std::filesystem::path(path).lexically_normal(), i);
+        if (!path.empty() && !isNew && !(several && other->second >= firstFolder)) {
+            throw Video::Failure(Video::Concern::Usage,
+                                 std::string(places[other->second].first) + " and " + name + " name the same file");
+        }
+    }
+}
 
 int ScanInputs(const std::vector<std::string>& names, const ScanSettings& scan, const OutputSettings& outputs,
                const RunSettings& run, const std::string& version) {

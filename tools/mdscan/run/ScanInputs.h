@@ -15,4 +15,7 @@ namespace Scan {
 int ScanInputs(const std::vector<std::string>& names, const ScanSettings& scan, const OutputSettings& outputs,
                const RunSettings& run, const std::string& version);
 
+// resume: state of --resume, if any. several: of several inputs, some results are folders. Throws Failure.
+void RefuseSameFileTwice(const OutputSettings& outputs, const std::string& resume, bool several);
+
 }  // namespace Scan

@@ -39,7 +39,7 @@ namespace Scan {
 
 namespace {
 
-constexpr int orderlyEnd = 5'000;  // milliseconds
+constexpr auto orderlyEnd = std::chrono::seconds(5);
 
 class Speaker : public JobListener {
 public:
@@ -131,7 +131,7 @@ Worker::Worker(const std::function<void(int pipe)>& work) {
 Worker::~Worker() {
     if (_process > 0) {
         Dismiss();
-        if (!EndsWithin(orderlyEnd)) {
+        if (!EndsInTime()) {
             kill(_process, SIGKILL);
         }
         Bury();
@@ -140,7 +140,8 @@ Worker::~Worker() {
 
 // Once: a second signal would end it at once.
 void Worker::Interrupt() {
-    if (_process > 0 && !std::exchange(_isLeaving, true)) {
+    if (_process > 0 && !_toldToLeave) {
+        _toldToLeave = std::chrono::steady_clock::now();
         kill(_process, SIGTERM);
     }
 }
@@ -152,16 +153,19 @@ void Worker::Dismiss() {
     Interrupt();
 }
 
-bool Worker::EndsWithin(int milliseconds) {
-    constexpr int step = 10;
-    for (int waited = 0; waited < milliseconds; waited += step) {
+// Of several that were told at once, none takes longer than the others.
+bool Worker::EndsInTime() const {
+    constexpr auto step = std::chrono::milliseconds(10);
+    for (;;) {
         siginfo_t end = {};
         if (waitid(P_PID, static_cast<id_t>(_process), &end, WEXITED | WNOHANG | WNOWAIT) != 0 || end.si_pid != 0) {
             return true;
         }
-        std::this_thread::sleep_for(std::chrono::milliseconds(step));
+        if (std::chrono::steady_clock::now() >= *_toldToLeave + orderlyEnd) {
+            return false;
+        }
+        std::this_thread::sleep_for(step);
     }
-    return false;
 }
 
 bool Worker::Read() {

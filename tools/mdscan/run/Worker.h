@@ -2,6 +2,7 @@
 // run goes on.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -26,7 +27,8 @@ public:
     // Starts a process that does this work, which is to say messages into the pipe, and ends.
     explicit Worker(const std::function<void(int pipe)>& work);
 
-    // Ends a scan that is still under way: in good order, so that it leaves no half of a file, unless it takes too long.
+    // Ends a scan that is still under way: in good order, so that it leaves no half of a file, unless it takes too long from
+    // the moment at which it is told.
     ~Worker();
     Worker(const Worker&) = delete;
     Worker& operator=(const Worker&) = delete;
@@ -57,13 +59,13 @@ public:
 
 private:
     void Understand(const std::string& message);
-    bool EndsWithin(int milliseconds);
+    bool EndsInTime() const;
     void Bury(bool understood = true);
 
     pid_t _process = -1;
     int _pipe = -1;
-    bool _isLeaving = false;  // it has been told
-    std::string _unread;      // an incomplete message
+    std::optional<std::chrono::steady_clock::time_point> _toldToLeave;
+    std::string _unread;  // an incomplete message
     std::vector<Record> _records;
     std::vector<std::string> _pictures;  // lines
     std::vector<std::string> _warnings;

@@ -1,10 +1,12 @@
 // What does the scan of one input need to know?
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "settings/OutputSettings.h"
 #include "settings/ScanSettings.h"
+#include "video/time/WallClock.h"
 
 namespace Scan {
 
@@ -18,11 +20,17 @@ struct JobFiles {
     bool heatmap = false;    // a heat map wants to know where it moved
 };
 
+// What an input's name says of its start; absent: nothing.
+struct NamedStart {
+    std::optional<Video::StartTime> start;
+};
+
 struct JobSettings {
     ScanSettings scan = {};
     JobFiles files = {};
-    double reconnect = 60;   // seconds for which a live source that breaks is tried again
-    int decoderThreads = 0;  // 0: one per processor
+    double reconnect = 60;                 // seconds for which a live source that breaks is tried again
+    int decoderThreads = 0;                // 0: one per processor
+    std::optional<NamedStart> named = {};  // absent: the input's name is asked
 };
 
 inline JobFiles FilesOf(const OutputSettings& outputs) {
