@@ -48,3 +48,5 @@ complete -c mdscan -l overlay -r -d 'Write the video with boxes, blocks, times a
 complete -c mdscan -l at -x -d 'The moment in question, in seconds or as hh:mm:ss'
 complete -c mdscan -l pixel -x -d 'Instead of it, a pixel of the block'
 complete -c mdscan -l json -d 'Answer with one JSON object'
+complete -c mdscan -l root -x -d 'Where the videos below NAME are on this machine; repeatable'
+complete -c mdscan -l into -x -a '(__fish_complete_directories)' -d 'Folder for the results, the same for all machines'

@@ -24,10 +24,10 @@ def options(mdscan):
     spec.loader.exec_module(make_man)
     why = make_man.options_of(make_man.group_of(make_man.help_of(mdscan, "explain"), "Why"))
     found = []
-    for words, description in make_man.options_of(make_man.help_of(mdscan)) + why:
+    for words, description in make_man.options_of(make_man.help_of(mdscan)) + why + make_man.archive_options(mdscan):
         names, _, rest = words.partition(" ")
         if any(names.split(",") == others for others, _, _ in found):
-            continue                            # --block: a size in a scan, a place or a size in explain
+            continue                            # --block, --from: something else in explain and gather
         found.append((names.split(","), re.sub(r"\.\.\.|REQUIRED", "", rest).partition("=")[0].strip(), description))
     if not found:
         sys.exit("make-completions.py: mdscan --help names no option")
@@ -61,7 +61,7 @@ def bash(all_options):
             "        else\n            compopt -o filenames\n"
             "            mapfile -t COMPREPLY < <(compgen -f -- \"$current\")\n"
             "            ((COMP_CWORD > 1)) || mapfile -t -O \"${#COMPREPLY[@]}\" COMPREPLY "
-            "< <(compgen -W 'explain zones' -- \"$current\")\n"
+            "< <(compgen -W 'explain gather plan work zones' -- \"$current\")\n"
             "        fi\n        ;;\n    esac\n}\ncomplete -F _mdscan mdscan\n")
 
 

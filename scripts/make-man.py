@@ -63,6 +63,14 @@ def items(options):
     return "\n".join(lines)
 
 
+def archive_options(mdscan):
+    """Options that only the verbs for archives have."""
+    found = []
+    for verb in ("plan", "work", "gather"):
+        found += [option for option in options_of(group_of(help_of(mdscan, verb), "Archives")) if option not in found]
+    return found
+
+
 def help_of(mdscan, *command):
     return subprocess.run([mdscan, *command, "--help"], stdout=subprocess.PIPE, text=True, check=True).stdout
 
@@ -70,13 +78,15 @@ def help_of(mdscan, *command):
 def page_of(mdscan):
     options = options_of(help_of(mdscan))
     why = options_of(group_of(help_of(mdscan, "explain"), "Why"))
-    if not options or not why:
-        sys.exit("make-man.py: mdscan --help or mdscan explain --help names no option")
+    archives = archive_options(mdscan)
+    if not options or not why or not archives:
+        sys.exit("make-man.py: mdscan --help, mdscan explain --help or mdscan plan --help names no option")
     return (TEMPLATE.read_text()
             .replace("@GENERATED@", "Written by scripts/make-man.py from mdscan.1.in and mdscan --help: change those.")
             .replace("@VERSION@", version())
             .replace("@OPTIONS@", items(options))
-            .replace("@EXPLAIN@", items(why)))
+            .replace("@EXPLAIN@", items(why))
+            .replace("@ARCHIVES@", items(archives)))
 
 
 def main():

@@ -6,6 +6,7 @@
 
 #include "ask/Explain.h"
 #include "ask/ZonePreview.h"
+#include "command/ArchiveVerbs.h"
 #include "command/ConfigFile.h"
 #include "command/Options.h"
 #include "command/Versions.h"
@@ -31,6 +32,9 @@ int Main(const std::vector<std::string>& arguments) {
     Video::CollectComplaints();
     Video::LeaveOrderly();
     try {
+        if (options.verb != ArchiveVerb::None) {
+            return DoArchiveVerb(options, VersionText());
+        }
         options.scan.zones = Video::ReadZones(options.zones);
         if (options.showZones) {
             return ShowZones(options.inputs, options.scan, {options.preview, options.edit}, options.zones.file);

@@ -20,6 +20,8 @@ completed() {
 [[ $(completed --rate "") == "" ]] || fail "a number is completed"
 [[ $(completed zon) == zones ]] || fail "zon becomes '$(completed zon)'"
 [[ $(completed expl) == explain ]] || fail "expl becomes '$(completed expl)'"
+[[ $(completed gath) == gather ]] || fail "gath becomes '$(completed gath)'"
+[[ $(completed plan --roo) == --root ]] || fail "plan --roo becomes '$(completed plan --roo)'"
 [[ $(completed explain --pi) == --pixel ]] || fail "explain --pi becomes '$(completed explain --pi)'"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdlib>
+#include <initializer_list>
 #include <optional>
 #include <sstream>
 
@@ -33,6 +34,11 @@ constexpr const char* about =
     "Finds motion in videos, prints when and where as JSON lines; mdscan explain tells why, or why not.";
 constexpr const char* aboutExplain = "Tells why a block was motion at a moment of a video, or why it was not.";
 
+constexpr const char* aboutPlan = "Plans scans of an archive: a line per video, which mdscan work takes on any machine.";
+constexpr const char* aboutWork = "Scans whatever of a plan nobody has scanned or scans; run it as often as you like.";
+constexpr const char* aboutGather = "Makes of the results of a plan what one mdscan of all its videos would have made.";
+constexpr const char* archiveFooter = "Exit codes: 0 planned; 1 the plan could not be written; 2 bad usage.\n";
+
 // Headings of the help, each with an example.
 constexpr const char* inputGroup = "Inputs, as in: mdscan -j 2 --resume march.state -o march.jsonl recordings/2026-03";
 constexpr const char* motionGroup = "What counts, as in: mdscan --sensitivity low --merge-gap 5 garden.mp4";
@@ -41,8 +47,11 @@ constexpr const char* zoneGroup =
 constexpr const char* whyGroup = "Why, as in: mdscan explain street.mp4 --at 1:02.5 --block 40,22";
 constexpr const char* resultGroup = "Results, as in: mdscan --thumbnails pictures --overlay boxes.mp4 door.mp4";
 
+constexpr const char* archiveGroup =
+    "Archives, as in: mdscan plan recordings -o a.plan; mdscan work a.plan --into a.d; mdscan gather a.plan --from a.d";
+
 constexpr const char* footer =
-    "Prints one JSON object per event; man mdscan explains it, zone files and all else.\n"
+    "One JSON object per event; man mdscan explains all. For archives: mdscan plan, work and gather.\n"
     "Exit codes: 0 motion found; 1 an input failed, in part or whole; 2 bad usage; 3 no motion found.\n";
 
 constexpr const char* explainFooter =
@@ -312,6 +321,74 @@ void TurnIntoExplain(CLI::App& app) {
     }
 }
 
+// Without what these names do not name.
+void KeepOnly(CLI::App& app, std::initializer_list<const char*> names) {
+    for (CLI::Option* option : app.get_options()) {
+        const bool isKept =
+            option->check_name("--help") || option->check_name("--version") || option->check_name("--config") ||
+            option->check_name("--quiet") ||
+            std::any_of(names.begin(), names.end(), [&](const char* name) { return option->check_name(name); });
+        if (!isKept) {
+            app.remove_option(option);
+        }
+    }
+}
+
+void DeclareRoots(CLI::App& app, Options& options) {
+    app.add_option("--root", options.roots, "Where the videos below NAME are on this machine; repeatable")
+        ->type_name("NAME=DIR")
+        ->allow_extra_args(false)
+        ->default_str("")
+        ->configurable(false);
+}
+
+// A plan decides what is found; its outputs come when all is gathered. What is kept from video to video is refused later,
+// with the reason.
+void TurnIntoPlan(CLI::App& app, Options& options) {
+    app.name("mdscan plan");
+    app.description(aboutPlan);
+    app.footer(archiveFooter);
+    for (const char* name :
+         {"--jobs", "--resume", "--progress", "--start-time", "--reconnect", "--csv", "--report", "--thumbnails", "--clips",
+          "--join", "--background", "--heatmap", "--overlay", "--preview", "--edit", "--write-config"}) {
+        app.remove_option(app.get_option(name));
+    }
+    app.get_option("input")->description("Video files, folders, patterns");
+    app.get_option("--output")->description("Write the plan there instead of printing it")->type_name("FILE.plan");
+    app.option_defaults()->group(archiveGroup);
+    DeclareRoots(app, options);
+}
+
+void TurnIntoWork(CLI::App& app, Options& options) {
+    app.name("mdscan work");
+    app.description(aboutWork);
+    app.footer("Exit codes: 0 all is done; 1 some of it is not; 2 bad usage.\n");
+    KeepOnly(app, {"input", "--jobs", "--progress"});
+    app.get_option("input")->description("The plan")->expected(1);
+    app.option_defaults()->group(archiveGroup);
+    DeclareRoots(app, options);
+    app.add_option("--into", options.folder, "Folder for the results, the same for all machines")
+        ->required()
+        ->type_name("DIR")
+        ->default_str("")
+        ->configurable(false);
+}
+
+void TurnIntoGather(CLI::App& app, Options& options) {
+    app.name("mdscan gather");
+    app.description(aboutGather);
+    app.footer("Exit codes: 0 motion found; 1 an input failed or is missing; 2 bad usage; 3 no motion found.\n");
+    KeepOnly(app, {"input", "--output", "--csv", "--report", "--heatmap"});
+    app.get_option("input")->description("The plan")->expected(1);
+    app.get_option("--heatmap")->description("Write where it moved; a folder with a picture per camera")->type_name("DIR");
+    app.option_defaults()->group(archiveGroup);
+    app.add_option("--from", options.folder, "Folder with the results")
+        ->required()
+        ->type_name("DIR")
+        ->default_str("")
+        ->configurable(false);
+}
+
 void DeclareQuestion(CLI::App& app, Question& question, Words& words) {
     app.option_defaults()->group(whyGroup);
     app.add_option("--at", words.at, "The moment in question, in seconds or as hh:mm:ss")
@@ -348,6 +425,25 @@ void Declare(CLI::App& app, Options& options, Words& words, const std::string& v
         TurnIntoExplain(app);
         DeclareQuestion(app, options.question, words);
     }
+    switch (options.verb) {
+        case ArchiveVerb::None: break;
+        case ArchiveVerb::Plan: TurnIntoPlan(app, options); break;
+        case ArchiveVerb::Work: TurnIntoWork(app, options); break;
+        case ArchiveVerb::Gather: TurnIntoGather(app, options); break;
+    }
+}
+
+std::vector<std::string> PlannedWords(const CLI::App& app) {
+    std::vector<std::string> words;
+    for (const CLI::Option* option : app.get_options()) {
+        const bool decides = option->get_group() == motionGroup || option->check_name("--frames") ||
+                             option->check_name("--track") || option->check_name("--name-time") ||
+                             option->check_name("--from") || option->check_name("--to");
+        for (const std::string& value : decides ? option->results() : std::vector<std::string>()) {
+            words.push_back("--" + option->get_lnames().front() + "=" + value);
+        }
+    }
+    return words;
 }
 
 namespace {

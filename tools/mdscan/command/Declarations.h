@@ -28,6 +28,9 @@ struct CallForTemplate {};
 // zones or explain. What is parsed goes to options and words, which must outlive the app.
 void Declare(CLI::App& app, Options& options, Words& words, const std::string& version);
 
+// The words of a plan that decide what is found, on whatever machine they are parsed again; zones are not among them.
+std::vector<std::string> PlannedWords(const CLI::App& app);
+
 // Puts words in their places. Empty, or what is wrong with them.
 std::string TakeIn(const Words& words, Options& options);
 

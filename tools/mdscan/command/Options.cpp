@@ -88,6 +88,14 @@ std::string Doubled(const CLI::App& app) {
     return "";
 }
 
+ArchiveVerb VerbOf(const std::vector<std::string>& words) {
+    const std::string first = words.empty() ? "" : words.front();
+    return first == "plan"     ? ArchiveVerb::Plan
+           : first == "work"   ? ArchiveVerb::Work
+           : first == "gather" ? ArchiveVerb::Gather
+                               : ArchiveVerb::None;
+}
+
 // Without the second of two empty lines and an empty last one, which would not fit on a screen.
 std::string HelpOf(const CLI::App& app) {
     std::string text = app.help();
@@ -106,7 +114,8 @@ Parsed ParseOptions(const std::vector<std::string>& all, const std::string& vers
     Options options;
     options.showZones = !all.empty() && all.front() == "zones";
     options.explain = !all.empty() && all.front() == "explain";
-    const bool isCommand = options.showZones || options.explain;
+    options.verb = VerbOf(all);
+    const bool isCommand = options.showZones || options.explain || options.verb != ArchiveVerb::None;
     std::vector<std::string> words(all.begin() + (isCommand ? 1 : 0), all.end());
     Words notPlain;
     CLI::App app;
@@ -133,6 +142,9 @@ Parsed ParseOptions(const std::vector<std::string>& all, const std::string& vers
         return refuse((doubled.empty() ? OneLine(error.what()) : doubled + " is given twice") + " (see mdscan --help)");
     } catch (const Video::Failure& failure) {
         return refuse(failure.what());
+    }
+    if (options.verb == ArchiveVerb::Plan) {
+        options.words = PlannedWords(app);
     }
     const std::string trouble = TakeIn(notPlain, options);
     if (!trouble.empty()) {

@@ -13,18 +13,25 @@
 
 namespace Scan {
 
+// What is done with an archive, whose work is shared out: "mdscan plan", "work", "gather".
+enum class ArchiveVerb { None, Plan, Work, Gather };
+
 struct Options {
     std::vector<std::string> inputs;  // files, folders, patterns, "-"
     ScanSettings scan;                // but for the zones, which are still to be read
     Video::ZoneSources zones;
     OutputSettings outputs;
     RunSettings run;
-    bool showZones = false;  // draw zones instead of scanning: "mdscan zones"
-    std::string preview;     // file to draw them into; empty: none
-    std::string edit;        // page to draw them on; empty: none
-    bool explain = false;    // look into one moment instead: "mdscan explain"
-    Question question = {};  // then
-    std::string config;      // file of options, read already; empty: the usual one, if there is one
+    bool showZones = false;                // draw zones instead of scanning: "mdscan zones"
+    std::string preview;                   // file to draw them into; empty: none
+    std::string edit;                      // page to draw them on; empty: none
+    bool explain = false;                  // look into one moment instead: "mdscan explain"
+    Question question = {};                // then
+    ArchiveVerb verb = ArchiveVerb::None;  // instead
+    std::vector<std::string> roots;        // then: NAME=FOLDER
+    std::string folder;                    // of results
+    std::vector<std::string> words;        // of plan: those that decide what is found, but for zones
+    std::string config;                    // file of options, read already; empty: the usual one, if there is one
 };
 
 struct Parsed {

@@ -1,0 +1,135 @@
+// Which videos can be planned, and what are they called?
+#include "archive/Planning.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <iterator>
+#include <system_error>
+
+#include "run/Inputs.h"
+#include "run/SettingsFingerprint.h"
+#include "video/base/Failure.h"
+
+namespace Scan {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+Video::Failure Unplanned(const std::string& what) { return {Video::Concern::Usage, "cannot plan " + what}; }
+
+// Below the root, where it is; the deepest of them counts.
+void Place(PlannedJob& job, const fs::path& whole, const Roots& roots) {
+    job.path = whole.native();
+    std::size_t deepest = 0;
+    for (const auto& [name, folder] : roots) {
+        const fs::path root = fs::canonical(folder);
+        const std::size_t depth = static_cast<std::size_t>(std::distance(root.begin(), root.end()));
+        const bool isBelow = std::mismatch(root.begin(), root.end(), whole.begin(), whole.end()).first == root.end();
+        if (isBelow && depth > deepest) {
+            deepest = depth;
+            job.root = name;
+            job.path = whole.lexically_relative(root).native();
+        }
+    }
+    if (!roots.empty() && job.root.empty()) {
+        throw Unplanned(job.file + ": is below no root");
+    }
+}
+
+PlannedJob JobFor(const Input& input, const ScanSettings& scan, const Roots& roots) {
+    PlannedJob job{.file = input.path, .trouble = input.trouble};
+    if (!job.trouble.empty()) {
+        return job;
+    }
+    job.identity = IdentityOf(input.path);
+    if (job.identity == Identity{}) {
+        throw Unplanned(input.path + ": is not a plain file");
+    }
+    std::error_code error;
+    const fs::path whole = fs::canonical(input.path, error);
+    if (error) {
+        throw Unplanned(input.path + ": " + error.message());
+    }
+    Place(job, whole, roots);
+    job.start = StartByName(input.path, scan.nameTime);
+    return job;
+}
+
+bool IsFolder(const std::string& path) {
+    std::error_code ignored;
+    return fs::is_directory(path, ignored);
+}
+
+}  // namespace
+
+Roots ReadRoots(const std::vector<std::string>& words) {
+    Roots roots;
+    for (const std::string& word : words) {
+        const std::size_t sign = word.find('=');
+        if (sign == 0 || sign == std::string::npos || !IsFolder(word.substr(sign + 1))) {
+            throw Video::Failure(Video::Concern::Usage,
+                                 "--root must be NAME=FOLDER, with a folder that is there, not " + word);
+        }
+        if (!roots.try_emplace(word.substr(0, sign), word.substr(sign + 1)).second) {
+            throw Video::Failure(Video::Concern::Usage, "--root " + word.substr(0, sign) + " is given twice");
+        }
+    }
+    return roots;
+}
+
+JobFiles FilesOfPlan() {
+    JobFiles files;
+    files.report = "report";
+    files.heatmap = true;
+    return files;
+}
+
+Plan MakePlan(const std::vector<std::string>& names, const ScanSettings& scan, const std::vector<std::string>& options,
+              const Roots& roots, const std::string& version) {
+    if (!scan.memory.empty()) {
+        throw Unplanned("with --memory: each video would wait for the one before, and jobs are done in any order");
+    }
+    Plan plan{
+        .version = version, .options = options, .zones = scan.zones, .settings = SettingsFingerprint(scan, FilesOfPlan())};
+    for (const auto& [name, folder] : roots) {
+        plan.roots[name] = fs::canonical(folder).native();
+    }
+    const InputList list = FindInputs(names);
+    plan.otherFiles = list.otherFiles;
+    for (const Input& input : list.inputs) {
+        plan.jobs.push_back(JobFor(input, scan, plan.roots));
+        PlannedJob& job = plan.jobs.back();
+        job.key = job.trouble.empty() ? ResultKey(plan, job) : "";
+    }
+    return plan;
+}
+
+std::string PlaceOf(const PlannedJob& job, const Roots& roots) {
+    return job.root.empty() ? job.path : (fs::path(roots.at(job.root)) / job.path).native();
+}
+
+Roots RootsHere(const Plan& plan, const Roots& given) {
+    Roots roots = plan.roots;
+    for (const auto& [name, folder] : given) {
+        if (!roots.contains(name)) {
+            throw Video::Failure(Video::Concern::Usage, "--root " + name + " is none of the plan's");
+        }
+        roots[name] = folder;
+    }
+    for (const PlannedJob& job : plan.jobs) {
+        if (!job.root.empty() && !roots.contains(job.root)) {
+            throw Video::Failure(Video::Concern::Usage,
+                                 "the plan does not say where " + job.root + " was: --root " + job.root + "=FOLDER does");
+        }
+    }
+    for (const auto& [name, folder] : roots) {
+        if (!IsFolder(folder)) {
+            throw Video::Failure(Video::Concern::Usage,
+                                 "there is no " + folder + " here: where is it?  --root " + name + "=FOLDER");
+        }
+    }
+    return roots;
+}
+
+}  // namespace Scan

@@ -1,0 +1,94 @@
+// How does a plan become what its options said, on a machine that never saw them?
+#include "command/ArchiveVerbs.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "archive/FolderStore.h"
+#include "archive/Gathering.h"
+#include "archive/Plan.h"
+#include "archive/Planning.h"
+#include "archive/Working.h"
+#include "results/TallyText.h"
+#include "run/SettingsFingerprint.h"
+#include "settings/RunSettings.h"
+#include "settings/ScanSettings.h"
+#include "video/base/Failure.h"
+#include "video/files/Folder.h"
+#include "video/zones/ZoneSources.h"
+
+namespace Scan {
+
+namespace {
+
+int MakeThePlan(const Options& options, const std::string& version) {
+    ScanSettings scan = options.scan;
+    scan.zones = Video::ReadZones(options.zones);
+    const Plan plan = MakePlan(options.inputs, scan, options.words, ReadRoots(options.roots), version);
+    WritePlan(plan, options.outputs.lines);
+    if (!options.run.quiet) {
+        const auto troubled =
+            std::count_if(plan.jobs.begin(), plan.jobs.end(), [](const PlannedJob& job) { return !job.trouble.empty(); });
+        PrintLastLine("", Counted(static_cast<std::int64_t>(plan.jobs.size()) - troubled, "job") +
+                              (plan.otherFiles > 0 ? "; " + Counted(plan.otherFiles, "other file") + " passed over" : ""));
+    }
+    return Video::exitComplete;
+}
+
+// Settings that this program reads from the plan as the one did that made it.
+ScanSettings SettingsOf(const Plan& plan, const std::string& path, const std::string& version) {
+    const Video::Failure other(Video::Concern::Usage,
+                               path + " was made by another version of mdscan, or on another kind of machine");
+    if (plan.version != version) {
+        throw other;
+    }
+    std::vector<std::string> words = plan.options;
+    words.push_back("-");
+    const Parsed parsed = ParseOptions(words, version);
+    if (!parsed.options) {
+        throw other;
+    }
+    ScanSettings scan = parsed.options->scan;
+    scan.zones = plan.zones;
+    if (SettingsFingerprint(scan, FilesOfPlan()) != plan.settings) {
+        throw other;
+    }
+    return scan;
+}
+
+int Work(const Options& options, const std::string& version) {
+    const std::string& path = options.inputs.front();
+    const Plan plan = ReadPlan(path);
+    const ScanSettings scan = SettingsOf(plan, path, version);
+    RunSettings run = options.run;
+    run.jobs = run.jobs > 0 ? run.jobs : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+    ScanLauncher launcher(scan, RootsHere(plan, ReadRoots(options.roots)));
+    Video::MakeFolder(options.folder);
+    FolderStore store(options.folder);
+    return WorkOn(plan, store, launcher, run);
+}
+
+int GatherFrom(const Options& options, const std::string& version) {
+    const std::string& path = options.inputs.front();
+    const Plan plan = ReadPlan(path);
+    const ScanSettings scan = SettingsOf(plan, path, version);
+    FolderStore store(options.folder);
+    return Gather(plan, store, scan, options.outputs, options.run.quiet);
+}
+
+}  // namespace
+
+int DoArchiveVerb(const Options& options, const std::string& version) {
+    switch (options.verb) {
+        case ArchiveVerb::Plan: return MakeThePlan(options, version);
+        case ArchiveVerb::Work: return Work(options, version);
+        case ArchiveVerb::Gather: return GatherFrom(options, version);
+        case ArchiveVerb::None: break;
+    }
+    return Video::exitUsage;
+}
+
+}  // namespace Scan
