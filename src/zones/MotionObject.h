@@ -5,10 +5,16 @@
 #include <memory>
 
 #include "coreMD.h"
-#include "utils/Buffers.h"
 #include "utils/CellBox.h"
 #include "utils/Visibility.h"
 #include "zones/CellArena.h"
+
+namespace Utils {
+
+template <class T>
+void CopyMostlyOne(const T* source, T* destination, std::int64_t count);  // for owners: in Buffers.h
+
+}  // namespace Utils
 
 namespace MD {
 
