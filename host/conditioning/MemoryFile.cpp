@@ -9,16 +9,41 @@
 #include <system_error>
 #include <utility>
 
+#if defined(_WIN32)
+#include <io.h>
+#include <process.h>
+#include <windows.h>
+#else
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#endif
 
 namespace Host {
 namespace {
 
 namespace fs = std::filesystem;
 using File = std::unique_ptr<std::FILE, decltype([](std::FILE* file) { std::fclose(file); })>;
+
+#if defined(_WIN32)
+
+// Nobody removes a file that is open: no lock is needed.
+File Locked(const std::string& path) { return File(std::fopen(path.c_str(), "wb")); }
+
+bool SeeToDisk(std::FILE* file) { return _commit(_fileno(file)) == 0; }
+
+// A file that is open keeps its name.
+bool Rename(File& file, const std::string& from, const std::string& to) {
+    file.reset();
+    if (MoveFileExA(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) return true;
+    errno = EACCES;
+    return false;
+}
+
+int ProcessNumber() { return _getpid(); }
+
+#else
 
 bool Bears(int descriptor, const std::string& name) {
     struct stat own = {}, named = {};
@@ -43,11 +68,7 @@ File Locked(const std::string& path) {
     }
 }
 
-// False: errno says why.
-bool WriteWhole(std::FILE* file, std::span<const std::uint8_t> bytes) {
-    return (bytes.empty() || std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size()) && std::fflush(file) == 0 &&
-           fsync(fileno(file)) == 0;
-}
+bool SeeToDisk(std::FILE* file) { return fsync(fileno(file)) == 0; }
 
 // So that the new name survives a power cut, too. Some file systems cannot; the file is whole all the same.
 void SeeFolderToDisk(const std::string& path) {
@@ -59,17 +80,34 @@ void SeeFolderToDisk(const std::string& path) {
     close(descriptor);
 }
 
+bool Rename(File&, const std::string& from, const std::string& to) {
+    if (std::rename(from.c_str(), to.c_str()) != 0) return false;
+    SeeFolderToDisk(to);
+    return true;
+}
+
+int ProcessNumber() { return getpid(); }
+
+#endif
+
+// False: errno says why.
+bool WriteWhole(std::FILE* file, std::span<const std::uint8_t> bytes) {
+    return (bytes.empty() || std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size()) && std::fflush(file) == 0 &&
+           SeeToDisk(file);
+}
+
 }  // namespace
 
 std::string SaveMemory(const std::string& path, std::span<const std::uint8_t> bytes) {
-    const std::string passing = path + "." + std::to_string(getpid()) + ".part";
-    const File file = Locked(passing);
-    if (file && WriteWhole(file.get(), bytes) && std::rename(passing.c_str(), path.c_str()) == 0) {
-        SeeFolderToDisk(path);
-        return {};
-    }
+    const std::string passing = path + "." + std::to_string(ProcessNumber()) + ".part";
+    File file = Locked(passing);
+    const bool isOpen = file != nullptr;
+    if (isOpen && WriteWhole(file.get(), bytes) && Rename(file, passing, path)) return {};
     std::string failure = "cannot write " + path + ": " + std::strerror(errno);
-    if (file) unlink(passing.c_str());
+    if (isOpen && std::remove(passing.c_str()) != 0) {
+        file.reset();  // Windows removes no file that is open
+        std::remove(passing.c_str());
+    }
     return failure;
 }
 
