@@ -1,5 +1,5 @@
-// Do the records lie in memory as every host was compiled to expect?  Sizes and offsets on 64-bit Linux; for C11 and C++.
-// A record never changes: what fails here is a broken host.
+// Do the records lie in memory as every host was compiled to expect?  Sizes and offsets where pointers have 64 bits, on
+// Linux and on Windows; for C11 and C++. A record never changes: what fails here is a broken host.
 #ifndef COREMD_TESTS_RECORD_LAYOUT_H
 #define COREMD_TESTS_RECORD_LAYOUT_H
 
@@ -7,10 +7,9 @@
 
 #include <assert.h>
 #include <stddef.h>
+#include <stdint.h>
 
-#if !defined(__linux__) || !defined(__LP64__)
-#error "these are the sizes of 64-bit Linux"
-#endif
+#if UINTPTR_MAX > 0xFFFFFFFF
 
 #define RECORD_SIZE(record, size) static_assert(sizeof(record) == (size), "size of " #record)
 #define FIELD_OFFSET(record, field, offset) \
@@ -65,5 +64,7 @@ FIELD_OFFSET(MDObjectInfo, left, 24);
 FIELD_OFFSET(MDObjectInfo, right, 26);
 FIELD_OFFSET(MDObjectInfo, top, 28);
 FIELD_OFFSET(MDObjectInfo, bottom, 30);
+
+#endif
 
 #endif

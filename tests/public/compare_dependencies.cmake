@@ -1,7 +1,7 @@
 # Does the library bear its name, call its own functions, and need the language's own libraries only?
 # cmake -DREADELF= -DLIBRARY= -DNAME= -P compare_dependencies.cmake
 cmake_minimum_required(VERSION 3.25)
-set(allowed "^(libstdc\\+\\+|libm|libgcc_s|libc|ld-linux-x86-64|ld-linux-aarch64)\\.so\\.[0-9]+$")
+set(allowed "^(libstdc\\+\\+|libm|libgcc_s|libc|ld-linux(-[-a-z0-9]+)?|ld64)\\.so\\.[0-9]+$")
 
 execute_process(COMMAND ${READELF} -dW ${LIBRARY} OUTPUT_VARIABLE entries COMMAND_ERROR_IS_FATAL ANY)
 string(REPLACE "[" "<" entries "${entries}")  # brackets have a meaning in lists
@@ -25,10 +25,10 @@ endforeach()
 
 # A call by way of the table of procedures takes the first class of that name in the process: perhaps another version's.
 execute_process(COMMAND ${READELF} -rW ${LIBRARY} OUTPUT_VARIABLE relocations COMMAND_ERROR_IS_FATAL ANY)
-if(NOT relocations MATCHES "JUMP_SLO")
+if(NOT relocations MATCHES "JU?MP_SLO")
     message(SEND_ERROR "no calls into other libraries found: are these relocations?")
 endif()
-string(REGEX MATCHALL "JUMP_SLO[^\n]*@COREMD_[^\n]*" calls "${relocations}")
+string(REGEX MATCHALL "JU?MP_SLO[^\n]*@COREMD_[^\n]*" calls "${relocations}")
 foreach(call IN LISTS calls)
     message(SEND_ERROR "may call another library's function: ${call}")
 endforeach()

@@ -1,8 +1,18 @@
 # Does the library export exactly the agreed symbols?  cmake -DNM= -DLIBRARY= -DEXPECTED= -P compare_exports.cmake
+# OBJDUMP instead of NM: for a library of Windows. WITHOUT_CLASSES: C functions only, where types have other names than here.
 # EXPECTED holds one symbol per line, sorted, each once (constructors and destructors come twice), without its version, which
 # is COREMD_1 for C functions and CLASSES_NODE, COREMD_CLASSES if not set, for C++: in another node it is another symbol.
 cmake_minimum_required(VERSION 3.25)
-execute_process(COMMAND ${NM} -DC --defined-only ${LIBRARY} OUTPUT_VARIABLE listing COMMAND_ERROR_IS_FATAL ANY)
+if(OBJDUMP)
+    execute_process(COMMAND ${OBJDUMP} -p ${LIBRARY} OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
+    string(REGEX REPLACE ".*\\[Ordinal/Name Pointer\\] Table[^\n]*\n" "" headers "${headers}")
+    string(REGEX REPLACE "[][]" "|" headers "${headers}")   # brackets have a meaning in lists
+    string(REGEX MATCHALL "\t\\| *[0-9]+\\| [A-Za-z_0-9]+\n" headers "${headers}")
+    list(TRANSFORM headers REPLACE ".* ([A-Za-z_0-9]+)\n$" "0 T \\1\n")
+    list(JOIN headers "" listing)
+else()
+    execute_process(COMMAND ${NM} -DC --defined-only ${LIBRARY} OUTPUT_VARIABLE listing COMMAND_ERROR_IS_FATAL ANY)
+endif()
 string(REGEX REPLACE "\n$" "" listing "${listing}")
 string(REPLACE "\n" ";" lines "${listing}")
 
@@ -33,6 +43,14 @@ if(NOT sorted STREQUAL expected)
     message(SEND_ERROR "${EXPECTED} is not sorted, or names a symbol twice")
 endif()
 
+if(WITHOUT_CLASSES)
+    list(FILTER symbols EXCLUDE REGEX "::|\\(|^COREMD_")
+    list(FILTER expected EXCLUDE REGEX "::|\\(|^COREMD_")
+    list(LENGTH expected count)
+    if(count LESS 20)
+        message(SEND_ERROR "only ${count} C functions in ${EXPECTED}")
+    endif()
+endif()
 foreach(symbol IN LISTS symbols)
     if(NOT symbol IN_LIST expected)
         message(SEND_ERROR "exported, but not agreed: ${symbol}")
