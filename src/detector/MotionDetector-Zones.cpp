@@ -117,14 +117,18 @@ bool MotionDetector::KeepObject(int count, int label) {
     const ObjectBlocks object{.xs = _objectPixelX, .ys = _objectPixelY, .count = count};
     const Grid grid = BlockGrid();
     const bool countsAll = !_limitObjectsToMask || _longBackgroundTimes;
-    const CellBox whole = Kernels::BoxOfBlocks(object);
     const auto mark = static_cast<std::uint16_t>(label);
-    CellBox box = whole;
-    if (!countsAll &&
-        !Kernels::AllSidesCount(
+    const bool isOneBlock = count == 1;  // as most objects of noise
+    const CellBox whole = isOneBlock ? CellBox{_objectPixelX[0], _objectPixelX[0], _objectPixelY[0], _objectPixelY[0]}
+                                     : Kernels::BoxOfBlocks(object);
+    const auto allSidesCount = [&] {
+        if (isOneBlock) return _isMotionPixel[_objectPixelY[0] * blockCountX + _objectPixelX[0]] != 0;
+        return Kernels::AllSidesCount(
             whole, mark, {.objectsMap = _objectsMap, .isInZone = _nextProcessZone->pixelMap, .isCounted = _isMotionPixel},
-            grid) &&
-        !Kernels::BoxOfCountedBlocks(object, _isMotionPixel, grid, box)) {
+            grid);
+    };
+    CellBox box = whole;
+    if (!countsAll && !allSidesCount() && !Kernels::BoxOfCountedBlocks(object, _isMotionPixel, grid, box)) {
         Kernels::DiscardObject(object, _objectsMap, _zoneResultMap, grid);
         return false;
     }

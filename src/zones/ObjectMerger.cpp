@@ -51,8 +51,9 @@ bool ObjectMerger::FindDue(const MotionObjectPool& pool) {
     _dueNow.clear();
     for (const MotionObject* object = pool._busyList._first; object; object = object->next, ++node) {
         if (node % 64 == 0) _dueNow.push_back(0);
-        canTell = canTell && _painted.IsPaintable(object->Box());
-        if (canTell ? !_painted.Paint(object->Box()) : node == 0) continue;
+        const CellBox box = object->Box();
+        canTell = canTell && _painted.IsPaintable(box);
+        if (canTell ? !_painted.Paint(box) : node == 0) continue;
         SetBit(_dueNow, node);
         isAnyDue = true;
     }

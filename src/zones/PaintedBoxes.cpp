@@ -13,7 +13,6 @@ namespace {
 constexpr std::int64_t mostCellsPerBox = 64;          // clearing the plane must not cost more than the boxes do
 constexpr std::int64_t mostRowsPerBox = 16;           // on average; nor must painting them
 constexpr int wordLength = 8;                         // so many cells are read and written at once
-constexpr int stripWidth = wordLength - 2;            // what is next to a strip, on both sides, fits into the word
 constexpr std::size_t margin = 1;                     // in front of a row, above and below
 constexpr std::size_t marginBehind = wordLength - 1;  // of a row: a word may start at its last cell
 
@@ -36,13 +35,9 @@ std::uint64_t WordAt(const std::uint8_t* cells) {
 
 std::size_t WidthOf(CellBox box) { return static_cast<std::size_t>(box.right - box.left + 1); }
 
-std::int64_t RowsOfStrips(CellBox box) {
-    return static_cast<std::int64_t>(box.bottom - box.top + 1) * ((box.right - box.left) / stripWidth + 1);
-}
-
 // work(strip) for strips side by side that make up the box.
 template <class Work>
-void ForEachStrip(CellBox box, Work work) {
+void ForEachStrip(CellBox box, int stripWidth, Work work) {
     for (int left = box.left; left <= box.right; left += stripWidth)
         work(CellBox{left, std::min(left + stripWidth - 1, box.right), box.top, box.bottom});
 }
@@ -60,12 +55,8 @@ bool PaintedBoxes::Start(int columns, int rows, int boxCount) {
     return true;
 }
 
-bool PaintedBoxes::IsPaintable(CellBox box) const {
-    return box.left >= 0 && box.left <= box.right && box.right < _columns && box.top >= 0 && box.top <= box.bottom &&
-           box.bottom < _rows && RowsOfStrips(box) <= _room;
-}
-
 bool PaintedBoxes::Paint(CellBox box) {
+    static_assert(stripWidth == wordLength - 2);
     _room -= RowsOfStrips(box);
     if (box.right - box.left < stripWidth) {  // most boxes
         const bool touches = IsPaintedAround(box);
@@ -73,8 +64,9 @@ bool PaintedBoxes::Paint(CellBox box) {
         return touches;
     }
     bool touches = false;
-    ForEachStrip(box, [&](CellBox strip) { touches = touches || IsPaintedAround(strip); });
-    ForEachStrip(box, [&](CellBox strip) { PaintStrip(strip); });  // afterwards: strips of one box are neighbours
+    ForEachStrip(box, stripWidth, [&](CellBox strip) { touches = touches || IsPaintedAround(strip); });
+    ForEachStrip(box, stripWidth,
+                 [&](CellBox strip) { PaintStrip(strip); });  // afterwards: strips of one box are neighbours
     return touches;
 }
 

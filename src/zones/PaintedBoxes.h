@@ -17,12 +17,22 @@ public:
     bool Start(int columns, int rows, int boxCount);
 
     // One cell at least, all on the plane, and not more in all than is worth painting.
-    bool IsPaintable(CellBox box) const;
+    bool IsPaintable(CellBox box) const {
+        return box.left >= 0 && box.left <= box.right && box.right < _columns && box.top >= 0 && box.top <= box.bottom &&
+               box.bottom < _rows && RowsOfStrips(box) <= _room;
+    }
 
     // Does the box, which is paintable, touch one painted before? Paints it.
     bool Paint(CellBox box);
 
 private:
+    static constexpr int stripWidth = 6;  // what is next to a strip, on both sides, fits into a word of eight cells
+
+    static std::int64_t RowsOfStrips(CellBox box) {
+        const int width = box.right - box.left + 1;
+        return static_cast<std::int64_t>(box.bottom - box.top + 1) *
+               (width <= stripWidth ? 1 : (width + stripWidth - 1) / stripWidth);
+    }
     bool IsPaintedAround(CellBox strip) const;
     void PaintStrip(CellBox strip);
     std::size_t CornerOf(CellBox strip) const;  // the cell above and left of it

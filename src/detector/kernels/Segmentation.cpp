@@ -67,7 +67,10 @@ int CollectMovingBlocks(MovingBlocks b, Grid grid) {
         std::uint64_t moving = Lanes::NonZeroBytes(WordOf(b.isInZone + first, length)) &
                                Lanes::NonZeroBytes(WordOf(b.isObject + first, length));
         if (moving == all) {  // inside of something large
-            for (int i = 0; i < 8; ++i) take(i);
+            std::fill_n(b.objectsMap + first, 8, unassignedBlock);
+            for (int i = 0; i < 8; ++i) b.xs[count + i] = static_cast<std::int16_t>(group->x + i);
+            std::fill_n(b.ys + count, 8, static_cast<std::int16_t>(group->y));
+            count += 8;
         } else {
             for (; moving != 0; moving = Lanes::WithoutFirst(moving)) take(Lanes::First<std::uint8_t>(moving));
         }
@@ -122,7 +125,6 @@ void GrowObject(GrowingObject object, std::uint16_t label, Grid grid) {
 }
 
 CellBox BoxOfBlocks(ObjectBlocks object) {
-    if (object.count == 1) return {object.xs[0], object.xs[0], object.ys[0], object.ys[0]};
     std::int16_t left = object.xs[0], right = left, top = object.ys[0], bottom = top;
     for (int i = 1; i < object.count; ++i) {
         left = std::min(left, object.xs[i]);
@@ -148,7 +150,6 @@ bool AllSidesCount(CellBox box, std::uint16_t label, CountedBlocks b, Grid grid)
             if (counts(x, y)) return true;
         return false;
     };
-    if (box.left == box.right && box.top == box.bottom) return counts(box.left, box.top);
     return countsInRow(box.top) && countsInRow(box.bottom) && countsInColumn(box.left) && countsInColumn(box.right);
 }
 
