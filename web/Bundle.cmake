@@ -73,6 +73,23 @@ set(web_zones_modules
     zones/stage.js
     zones/storing.js)
 
+set(web_detect_modules
+    ../wasm/package/detector.js
+    blocks.js
+    boxes.js
+    detect/drawing.js
+    detect/main.js
+    detect/pacing.js
+    detect/picture.js
+    detect/settings.js
+    detect/sources.js
+    detect/telling.js
+    clock.js
+    elements.js
+    notice.js
+    texts.js
+    theme.js)
+
 # web_bundle(ESBUILD OUTPUT ENTRY MODULE...): a rule for OUTPUT, of ENTRY and what it imports, which must be these modules.
 function(web_bundle esbuild output entry)
     list(TRANSFORM ARGN PREPEND ${web_folder}/ OUTPUT_VARIABLE sources)

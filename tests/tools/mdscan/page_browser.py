@@ -27,11 +27,11 @@ SWITCHES = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--
             "--mute-audio", "--lang=en-US", "--window-size=1280,1000"]
 
 
-def new_browser(folder):
-    """One whose profile is in the folder. It logs what it asks for and what pages say."""
+def new_browser(folder, *switches):
+    """One whose profile is in the folder, with these switches too. It logs what it asks for and what pages say."""
     options = Options()
     options.binary_location = CHROMIUM
-    for switch in [*SWITCHES, f"--user-data-dir={folder}/profile"]:
+    for switch in [*SWITCHES, *switches, f"--user-data-dir={folder}/profile"]:
         options.add_argument(switch)
     options.set_capability("goog:loggingPrefs", {"browser": "ALL", "performance": "ALL"})
     browser = webdriver.Chrome(service=Service(DRIVER), options=options)
