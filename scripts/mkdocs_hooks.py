@@ -1,6 +1,7 @@
 """How do pages that live in the repository become pages of a site?  Called by mkdocs.
 
 Links out of docs/ lead to files of the repository, which the site does not hold: there, only their text is left.
+The page that detects motion is a file of the site where `./dev docs` has built it; elsewhere nothing leads to it.
 docs/performance.md is written by `./dev bench`, docs/accuracy.md by `./dev bench accuracy`: they are listed where they are
 there. The reference is made from the installed headers (manual/reference), colours of code for a light and a dark page.
 """
@@ -14,6 +15,7 @@ import mkdocs.structure.files
 import pygments.formatters
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
+PAGE = ROOT / "build/page/wasm/detect.html"
 sys.dont_write_bytecode = True
 sys.path.insert(0, str(ROOT / "manual"))
 from reference import pages  # noqa: E402  # pylint: disable=wrong-import-position
@@ -47,13 +49,16 @@ def on_config(config, **_):
 
 
 def on_files(files, config, **_):
-    for path in sorted(p for p in made.rglob("*") if p.is_file()):
-        files.append(mkdocs.structure.files.File(str(path.relative_to(made)), str(made), config["site_dir"],
-                                                 config["use_directory_urls"]))
+    for folder, paths in ((made, made.rglob("*")), (PAGE.parent, [PAGE])):
+        for path in sorted(p for p in paths if p.is_file()):
+            files.append(mkdocs.structure.files.File(str(path.relative_to(folder)), str(folder), config["site_dir"],
+                                                     config["use_directory_urls"]))
     return files
 
 
 def on_page_markdown(markdown, **_):
+    if not PAGE.exists():
+        markdown = re.sub(r"\[([^\]]*)\]\(detect\.html\)", r"\1 (`./dev docs` builds it)", markdown)
     return re.sub(r"\[([^\]]*)\]\(\.\./[^)]*\)", r"\1", markdown)
 
 
