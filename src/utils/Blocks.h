@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 // Promise for the loop that follows: block i touches index i only, so that blocks may be worked on side by side.
 #if defined(__clang__)
@@ -33,6 +34,10 @@ struct BlockRange {
 // works on a chunk sees it alone: planes From() its first block on, notes on the stack, both indexed 0 to count - 1.
 inline constexpr std::size_t chunkLength = 256;
 
+// A frame is worked on by stretches of some chunks: what each is asked stays in the caches near the processor, and what it
+// takes to ask, as finding the planes of each age, is shared by many blocks.
+inline constexpr std::size_t stretchLength = 4 * chunkLength;
+
 // Pieces of a chunk, where few of its blocks are meant: most pieces have nothing to ask.
 inline constexpr std::size_t pieceLength = 32;
 
@@ -55,9 +60,15 @@ MD_PART_OF_CALLER void ForEachPiece(BlockRange chunk, Work work) {
 }
 
 MD_PART_OF_CALLER bool IsAnySet(const std::uint8_t* marks, std::size_t count) {
-    std::uint8_t any = 0;
-    for (std::size_t j = 0; j < count; ++j) any |= marks[j];
-    return any != 0;
+    std::size_t j = 0;
+    for (; j + sizeof(std::uint64_t) <= count; j += sizeof(std::uint64_t)) {  // where many are, the first of them do
+        std::uint64_t word;
+        std::memcpy(&word, marks + j, sizeof word);
+        if (word != 0) return true;
+    }
+    for (; j < count; ++j)
+        if (marks[j]) return true;
+    return false;
 }
 
 // Bytes or other lanes that were read as one word. The first in memory is the first here, too, whatever the byte order.
@@ -85,8 +96,11 @@ constexpr std::uint64_t WithoutFirst(std::uint64_t word) {
 
 // |a - b|, in bytes.
 constexpr std::uint8_t ByteDistance(std::uint8_t a, std::uint8_t b) {
-    return static_cast<std::uint8_t>(a > b ? a - b : b - a);
+    return static_cast<std::uint8_t>((a > b ? a : b) - (a > b ? b : a));  // vectors know the larger and the smaller
 }
+
+// 255 or 0. Wide at first, as the result of a comparison of floats is in vectors.
+constexpr std::uint8_t MarkOf(bool isSet) { return static_cast<std::uint8_t>(-static_cast<std::int32_t>(isSet)); }
 
 // A block grid; block (x, y) has index y * columns + x.
 struct Grid {

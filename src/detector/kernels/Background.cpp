@@ -1,6 +1,10 @@
 // Is a block quiet, did it change, what does it teach the background?
 #include "detector/kernels/Background.h"
 
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
 #include "utils/Ticks.h"
 
 MD_LEVEL_BEGIN
@@ -19,6 +23,13 @@ constexpr std::int64_t Select(std::uint8_t mark, std::int64_t chosen, std::int64
     return (wide & chosen) | (~wide & other);
 }
 
+// Marks of eight blocks side by side in one word.
+std::uint64_t EightMarks(const std::uint8_t* marks) {
+    std::uint64_t word;
+    std::memcpy(&word, marks, sizeof word);
+    return word;
+}
+
 // times[j] = now where the mark is set.
 void StampTimes(const std::uint8_t* marks, std::int64_t* times, std::int64_t now, std::size_t count) {
     MD_INDEPENDENT_BLOCKS
@@ -28,10 +39,10 @@ void StampTimes(const std::uint8_t* marks, std::int64_t* times, std::int64_t now
 // Whether any time of the chunk may lie more than `limit` ticks back; no: none does. Asks the sign of limit - age, which
 // can be wrong only by saying yes to an age beyond all limits of a signed difference.
 bool MayAnyBeOlder(const std::int64_t* times, std::int64_t now, std::int64_t limit, std::size_t count) {
+    const std::uint64_t distance = static_cast<std::uint64_t>(limit) - static_cast<std::uint64_t>(now);
     std::uint64_t signs = 0;
     MD_FOUR_AT_ONCE
-    for (std::size_t j = 0; j < count; ++j)
-        signs |= static_cast<std::uint64_t>(limit) - static_cast<std::uint64_t>(ElapsedTicks(now, times[j]));
+    for (std::size_t j = 0; j < count; ++j) signs |= distance + static_cast<std::uint64_t>(times[j]);
     return signs >> 63 != 0;
 }
 
@@ -52,114 +63,160 @@ void KeepOlder(const std::int64_t* times, std::int64_t now, std::int64_t limit, 
         marks[j] = static_cast<std::uint8_t>(marks[j] & MarkOfOlder(times[j], now, limit));
 }
 
-// The others stay so.
-void KeepNotOlder(const std::int64_t* times, std::int64_t now, std::int64_t limit, std::uint8_t* marks, std::size_t count) {
-    MD_INDEPENDENT_BLOCKS
-    for (std::size_t j = 0; j < count; ++j)
-        marks[j] = static_cast<std::uint8_t>(marks[j] & ~MarkOfOlder(times[j], now, limit));
+// Place of the first of eight marks that is set.
+int FirstMark(std::uint64_t marks) {
+    return (std::endian::native == std::endian::little ? std::countr_zero(marks) : std::countl_zero(marks)) / 8;
 }
 
-// Clears the marks of blocks without a background within the limit of the mean; then of those whose sample is not.
-void KeepWithinBackground(LearningBlocks b, const float* mean, float limit, std::uint8_t* marks, std::size_t count) {
+std::uint64_t WithoutMark(std::uint64_t marks, int place) {
+    return marks & ~(std::endian::native == std::endian::little ? 0xFFull << 8 * place : 0xFFull << (56 - 8 * place));
+}
+
+// visit(j) for each mark that is set, 0 to count - 1: quickly where few are.
+template <class Visit>
+MD_PART_OF_CALLER void ForEachMarked(const std::uint8_t* marks, std::size_t count, Visit visit) {
+    const auto areAnySet = [&](std::size_t j) {
+        return (EightMarks(marks + j) | EightMarks(marks + j + 8) | EightMarks(marks + j + 16) |
+                EightMarks(marks + j + 24)) != 0;
+    };
+    std::size_t j = 0;
+    for (; j + 32 <= count; j += 32) {
+        if (!areAnySet(j)) continue;
+        for (std::size_t eight = j; eight < j + 32; eight += 8)
+            for (std::uint64_t word = EightMarks(marks + eight); word != 0;) {
+                const int place = FirstMark(word);
+                word = WithoutMark(word, place);
+                visit(eight + static_cast<std::size_t>(place));
+            }
+    }
+    for (; j < count; ++j)
+        if (marks[j]) visit(j);
+}
+
+// What the blocks of a chunk are found to be.
+struct LearningNotes {
+    std::uint8_t luma[chunkLength];   // that the mean would be as background
+    std::uint8_t isSet[chunkLength];  // {0,255}; a background to be written, at first: stable blocks that agree with theirs
+    std::uint8_t isCandidate[chunkLength];  // {0,255}; may be confirmed
+};
+
+// Candidates are stable blocks whose mean may agree with a sample of their past. For a block that is refreshed already a
+// confirmation would write the same again; slow learning confirms unknown blocks only.
+void Compare(LearningBlocks b, bool isSlow, float limit, LearningNotes& notes, std::size_t count) {
+    std::uint8_t* const luma = notes.luma;
+    std::uint8_t* const isSet = notes.isSet;
+    std::uint8_t* const isCandidate = notes.isCandidate;
+    const std::uint8_t slow = isSlow ? 255 : 0;
     MD_INDEPENDENT_BLOCKS
     for (std::size_t j = 0; j < count; ++j) {
-        const bool isWithin = IsWithin(b.backgroundY[j], mean[j], limit), isKnown = b.isBackground[j] != 0;
-        marks[j] = (isWithin & isKnown) ? marks[j] : std::uint8_t{0};
+        const float mean = TenFrameMean(b.firstSum[j], b.secondSum[j]);
+        const std::uint8_t isWithin = MarkOf(IsWithin(b.backgroundY[j], mean, limit));
+        const std::uint8_t isKnown = b.isBackground[j] ? 255 : 0, isStable = b.isStable[j] ? 255 : 0;
+        const std::uint8_t agrees = isWithin & isKnown;
+        luma[j] = LumaOfMean(mean);
+        isSet[j] = agrees & isStable;
+        isCandidate[j] = static_cast<std::uint8_t>(isStable & ~(agrees | (isKnown & slow)));
     }
 }
 
-void KeepWithinSample(LearningBlocks b, const float* mean, float limit, std::uint8_t* marks, std::size_t count) {
-    MD_INDEPENDENT_BLOCKS
-    for (std::size_t j = 0; j < count; ++j)
-        marks[j] = IsWithin(mean[j], b.sampleValue[j], limit) ? marks[j] : std::uint8_t{0};
+void ConfirmCandidates(LearningBlocks b, const LearningTimes& times, float limit, LearningNotes& notes, std::size_t count) {
+    ForEachMarked(notes.isCandidate, count, [&](std::size_t j) {
+        const float mean = TenFrameMean(b.firstSum[j], b.secondSum[j]);
+        if (IsConfirmed(mean, b.lastChangeTime[j], b.sampleTime[j], b.sampleValue[j], times, limit))
+            notes.isSet[j] = b.isBackground[j] = 255;
+    });
 }
 
 // WithBackground() of the blocks that are marked.
-void SetBackgrounds(LearningBlocks b, const float* mean, const std::uint8_t* marks, std::int64_t now, std::size_t count) {
-    MD_INDEPENDENT_BLOCKS
-    for (std::size_t j = 0; j < count; ++j) b.backgroundY[j] = Select(marks[j], LumaOfMean(mean[j]), b.backgroundY[j]);
+void SetBackgrounds(LearningBlocks b, const std::uint8_t* luma, const std::uint8_t* marks, std::int64_t now,
+                    std::size_t count) {
+    std::uint8_t all = 255;
     MD_INDEPENDENT_BLOCKS
     for (std::size_t j = 0; j < count; ++j) {
+        all &= marks[j];
+        b.backgroundY[j] = Select(marks[j], luma[j], b.backgroundY[j]);
         b.backgroundCb[j] = Select(marks[j], b.cb[j], b.backgroundCb[j]);
         b.backgroundCr[j] = Select(marks[j], b.cr[j], b.backgroundCr[j]);
     }
-    StampTimes(marks, b.backgroundTime, now, count);
+    if (all == 255) std::fill_n(b.backgroundTime, count, now);
+    else StampTimes(marks, b.backgroundTime, now, count);
 }
 
 // WithSample() of the blocks that are marked.
-void TakeSamples(LearningBlocks b, const float* mean, const std::uint8_t* marks, std::int64_t now, std::size_t count) {
+void TakeSamples(LearningBlocks b, const std::uint8_t* marks, std::int64_t now, std::size_t count) {
     StampTimes(marks, b.sampleTime, now, count);
     MD_INDEPENDENT_BLOCKS
     for (std::size_t j = 0; j < count; ++j) {
-        const float learned = mean[j], known = b.sampleValue[j];
+        const float learned = TenFrameMean(b.firstSum[j], b.secondSum[j]), known = b.sampleValue[j];
         b.sampleValue[j] = marks[j] ? learned : known;
     }
 }
 
-// Learned(), one question after the other: who is refreshed, whose sample is due, who is confirmed. Each is answered by what
-// was known before.
-void LearnChunk(LearningBlocks b, LearningTimes times, float meanLimit, std::size_t count) {
-    if (!IsAnySet(b.isStable, count)) return;
-    float mean[chunkLength];
-    std::uint8_t isSet[chunkLength], isDue[chunkLength], isConfirmed[chunkLength];
-    for (std::size_t j = 0; j < count; ++j) mean[j] = TenFrameMean(b.firstSum[j], b.secondSum[j]);
-
-    // Background that the scene still agrees with is refreshed: always, or when it is old enough.
-    for (std::size_t j = 0; j < count; ++j) isSet[j] = b.isStable[j] ? 255 : 0;
-    KeepWithinBackground(b, mean, meanLimit, isSet, count);
-    if (times.isSlow && IsAnySet(isSet, count)) KeepOlder(b.backgroundTime, times.now, times.refreshInterval, isSet, count);
-
-    // Every stable block's sample is renewed when it is older than sampleAge: those too old to confirm, which
-    // LearnedByCandidate() renews at once, are older still, as `quiet` is longer. What the sample was decides on the
-    // confirmation first.
-    const bool isAnyDue = MayAnyBeOlder(b.sampleTime, times.now, times.sampleAge, count);
-    if (isAnyDue) {
-        for (std::size_t j = 0; j < count; ++j) isDue[j] = b.isStable[j] ? 255 : 0;
-        KeepOlder(b.sampleTime, times.now, times.sampleAge, isDue, count);
-    }
-
-    // Candidates, whose mean may agree with a sample of their past: blocks that were quiet for long. For a block that is
-    // refreshed already a confirmation would write the same again; slow learning confirms unknown blocks only.
+// WithSample() of stable blocks whose sample is old enough: in nearly every chunk of a scene with noise some are, but few;
+// where nothing stirs, none for long, and then all. Those few are looked for by the sign that MayAnyBeOlder() asks.
+void RenewSamples(LearningBlocks b, const LearningTimes& times, std::size_t count) {
+    bool isAnyDue = false;
+    for (std::size_t j = 0; j < count && !isAnyDue; j += 2 * pieceLength)
+        isAnyDue = MayAnyBeOlder(b.sampleTime + j, times.now, times.sampleAge, std::min(2 * pieceLength, count - j));
+    if (!isAnyDue) return;
+    std::uint8_t isDue[chunkLength];
+    const std::uint64_t distance = static_cast<std::uint64_t>(times.sampleAge) - static_cast<std::uint64_t>(times.now);
+    std::uint8_t all = 255;
+    MD_INDEPENDENT_BLOCKS
     for (std::size_t j = 0; j < count; ++j) {
-        const bool isCandidate = times.isSlow ? b.isBackground[j] == 0 : isSet[j] == 0;
-        isConfirmed[j] = (isCandidate & (b.isStable[j] != 0)) ? 255 : 0;
+        const std::uint64_t sign = distance + static_cast<std::uint64_t>(b.sampleTime[j]);
+        const std::uint8_t mark = static_cast<std::uint8_t>(static_cast<std::int32_t>(sign >> 32) >> 31) & b.isStable[j];
+        isDue[j] = mark;
+        all &= mark;
     }
-    if (IsAnySet(isConfirmed, count)) {
-        // Candidates are rare in a scene that is known: their times are asked for piece by piece.
-        ForEachPiece({0, count}, [&](BlockRange piece) {
-            std::uint8_t* const marks = isConfirmed + piece.first;
-            if (!IsAnySet(marks, piece.Count())) return;
-            const LearningBlocks p = b.From(piece.first);
-            KeepOlder(p.lastChangeTime, times.now, times.quiet, marks, piece.Count());
-            // Deliberate: one tick below the limit of quiet (LearningKernelTest, SampleOfFiveSecondsIsReplaced).
-            KeepNotOlder(p.sampleTime, times.now, times.quiet - 1, marks, piece.Count());
-            KeepWithinSample(p, mean + piece.first, meanLimit, marks, piece.Count());
-        });
-        for (std::size_t j = 0; j < count; ++j) {
-            isSet[j] |= isConfirmed[j];
-            b.isBackground[j] |= isConfirmed[j];
-        }
+    if (all == 255) {
+        KeepOlder(b.sampleTime, times.now, times.sampleAge, isDue, count);
+        TakeSamples(b, isDue, times.now, count);
+        return;
     }
-
-    if (IsAnySet(isSet, count)) SetBackgrounds(b, mean, isSet, times.now, count);
-    if (isAnyDue && IsAnySet(isDue, count)) TakeSamples(b, mean, isDue, times.now, count);
+    ForEachMarked(isDue, count, [&](std::size_t j) {
+        if (!IsOlder(b.sampleTime[j], times.now, times.sampleAge)) return;
+        b.sampleTime[j] = times.now;
+        b.sampleValue[j] = TenFrameMean(b.firstSum[j], b.secondSum[j]);
+    });
 }
 
-// Every block is asked quickly and, where one may have changed, exactly.
+// Learned(), one question after the other: who is refreshed, who is confirmed, whose sample is renewed. What the sample was
+// decides on the confirmation first; it is renewed after that.
+void LearnChunk(LearningBlocks b, LearningTimes times, float meanLimit, std::size_t count) {
+    if (!IsAnySet(b.isStable, count)) return;
+    LearningNotes notes;
+    Compare(b, times.isSlow, meanLimit, notes, count);
+    // Background that the scene still agrees with is refreshed: always, or when it is old enough.
+    if (times.isSlow) KeepOlder(b.backgroundTime, times.now, times.refreshInterval, notes.isSet, count);
+    ConfirmCandidates(b, times, meanLimit, notes, count);
+    SetBackgrounds(b, notes.luma, notes.isSet, times.now, count);
+    RenewSamples(b, times, count);
+}
+
+// Whether a difference of so much may be a change of any block: none that is smaller is one otherwise.
+bool MayAnyHaveChanged(std::uint8_t largest, const float* noiseLevel, std::size_t count) {
+    std::int32_t any = 0;
+    MD_FOUR_AT_ONCE
+    for (std::size_t j = 0; j < count; ++j) any |= MayHaveChanged(largest, noiseLevel[j]) ? -1 : 0;
+    return any != 0;
+}
+
+// The largest difference of the chunk is asked about first and, where it may be a change, each block exactly.
 void MarkChangesOfChunk(ChangeBlocks b, std::int64_t now, std::size_t count) {
-    std::uint8_t largest[chunkLength];
-    std::uint8_t any = 0;
+    std::uint8_t differences[chunkLength];
+    std::uint8_t largest = 0;
     MD_INDEPENDENT_BLOCKS
     for (std::size_t j = 0; j < count; ++j) {
         const std::uint8_t difference = LargestDifference(b.age0[j], b.age1[j], b.age2[j], b.age4[j]);
-        const std::uint8_t mark = MayHaveChanged(difference, b.noiseLevel[j]) ? 255 : 0;
-        largest[j] = difference;
-        b.isMotionPixel[j] = mark;
-        any |= mark;
+        differences[j] = difference;
+        largest = difference > largest ? difference : largest;
+        b.isMotionPixel[j] = 0;
     }
-    if (!any) return;
+    if (!MayAnyHaveChanged(largest, b.noiseLevel, count)) return;
     MD_INDEPENDENT_BLOCKS
-    for (std::size_t j = 0; j < count; ++j) b.isMotionPixel[j] = Exceeds(largest[j], ChangeLimit(b.noiseLevel[j])) ? 255 : 0;
+    for (std::size_t j = 0; j < count; ++j)
+        b.isMotionPixel[j] = MarkOf(Exceeds(differences[j], ChangeLimit(b.noiseLevel[j])));
     StampTimes(b.isMotionPixel, b.lastChangeTime, now, count);
 }
 
@@ -178,15 +235,17 @@ void ForgetChunk(ForgettingBlocks b, std::int64_t now, std::int64_t limit, float
 }  // namespace
 
 void JudgeStability(WindowSums sums, StabilityLimits limits, std::uint8_t* isStable, BlockRange range) {
+    // Dispersions are a quarter of these. A power of two changes no digit: the comparisons come out the same.
+    const float deviationLimit = limits.dispersion * 4.0f;
     MD_INDEPENDENT_BLOCKS
     for (std::size_t i = range.first; i < range.last; ++i) {
         const float first = sums.firstSum[i], second = sums.secondSum[i], center = sums.centerSum[i];
-        const float firstDispersion = Dispersion(first, sums.firstSquareSum[i]);
-        const float secondDispersion = Dispersion(second, sums.secondSquareSum[i]);
-        const float centerDispersion = Dispersion(center, sums.centerSquareSum[i]);
+        const float firstDeviation = SquareDeviation(first, sums.firstSquareSum[i]);
+        const float secondDeviation = SquareDeviation(second, sums.secondSquareSum[i]);
+        const float centerDeviation = SquareDeviation(center, sums.centerSquareSum[i]);
         const bool areMeansClose = AreAllWithin(first, second, center, limits.sum);
-        const bool areSpreadsClose = AreAllWithin(firstDispersion, secondDispersion, centerDispersion, limits.dispersion);
-        isStable[i] = (areMeansClose & areSpreadsClose) ? 255 : 0;
+        const bool areSpreadsClose = AreAllWithin(firstDeviation, secondDeviation, centerDeviation, deviationLimit);
+        isStable[i] = MarkOf(areMeansClose & areSpreadsClose);
     }
 }
 

@@ -14,11 +14,11 @@ namespace MD::Kernels {
 // ---- Rules for one block ------------------------------------------------------------------------------------------
 
 // Sample variance of the five values behind a window's sums.
-constexpr float Dispersion(float sum, float squareSum) { return (squareSum - sum * sum * 0.2f) * 0.25f; }
+constexpr float SquareDeviation(float sum, float squareSum) { return squareSum - sum * sum * 0.2f; }
+constexpr float Dispersion(float sum, float squareSum) { return SquareDeviation(sum, squareSum) * 0.25f; }
 
 constexpr bool IsWithin(float a, float b, float limit) {
-    const float difference = a > b ? a - b : b - a;
-    return difference <= limit;  // inclusive
+    return __builtin_fabsf(a - b) <= limit;  // inclusive
 }
 
 // Any two of the three are within the limit: the two farthest apart decide, and theirs is one of the three differences.
@@ -116,16 +116,20 @@ constexpr KnownBlock WithBackground(KnownBlock known, const SeenBlock& seen, std
 }
 
 // A block that was quiet for long becomes background when it agrees with a sample of its past that is not too old.
+constexpr bool IsConfirmed(float mean, std::int64_t lastChangeTime, std::int64_t sampleTime, float sampleValue,
+                           const LearningTimes& times, float meanLimit) {
+    return IsOlder(lastChangeTime, times.now, times.quiet) &&
+           // Deliberate: one tick below the limit of quiet (LearningKernelTest, SampleOfFiveSecondsIsReplaced).
+           !IsOlder(sampleTime, times.now, times.quiet - 1) && IsWithin(mean, sampleValue, meanLimit);
+}
+
+// A sample too old to confirm is older than sampleAge, too, as `quiet` is longer.
 constexpr KnownBlock LearnedByCandidate(KnownBlock known, const SeenBlock& seen, const LearningTimes& times,
                                         float meanLimit) {
     const bool isSampleDue = IsOlder(known.sampleTime, times.now, times.sampleAge);
-    if (IsOlder(seen.lastChangeTime, times.now, times.quiet)) {
-        // Deliberate: one tick below the limit of quiet (LearningKernelTest, SampleOfFiveSecondsIsReplaced).
-        if (IsOlder(known.sampleTime, times.now, times.quiet - 1)) return WithSample(known, seen, times.now);
-        if (IsWithin(seen.mean, known.sampleValue, meanLimit)) {
-            known = WithBackground(known, seen, times.now);
-            known.isBackground = true;
-        }
+    if (IsConfirmed(seen.mean, seen.lastChangeTime, known.sampleTime, known.sampleValue, times, meanLimit)) {
+        known = WithBackground(known, seen, times.now);
+        known.isBackground = true;
     }
     return isSampleDue ? WithSample(known, seen, times.now) : known;
 }

@@ -8,40 +8,54 @@ namespace MD::Kernels::MD_LEVEL {
 
 namespace {
 
-// distance[j] = |plane - known or other|, isKnown[j] {0,255}.
-void Measure(const std::uint8_t* plane, const std::uint8_t* known, const std::uint8_t* other, const std::uint8_t* isKnown,
-             std::uint8_t* distance, std::size_t count) {
-    MD_INDEPENDENT_BLOCKS
-    for (std::size_t j = 0; j < count; ++j) {
-        const std::uint8_t mark = isKnown[j];
-        const std::uint8_t reference = static_cast<std::uint8_t>((mark & known[j]) | (~mark & other[j]));
-        distance[j] = ByteDistance(plane[j], reference);
-    }
+constexpr std::uint8_t DistanceFromReference(std::uint8_t value, std::uint8_t isKnown, std::uint8_t known,
+                                             std::uint8_t other) {
+    return ByteDistance(value, static_cast<std::uint8_t>((isKnown & known) | (~isKnown & other)));
 }
 
-// Bytes are compared as bytes, noise levels as floats: a loop for each.
-void MarkChunk(ForegroundBlocks b, int chromaLimit, std::size_t count) {
-    std::uint8_t isKnown[chunkLength], luma[chunkLength], cb[chunkLength], cr[chunkLength];
-    for (std::size_t j = 0; j < count; ++j) isKnown[j] = b.isBackground[j] ? 255 : 0;
-    Measure(b.current.y, b.background.y, b.previous.y, isKnown, luma, count);
-    Measure(b.current.cb, b.background.cb, b.previous.cb, isKnown, cb, count);
-    Measure(b.current.cr, b.background.cr, b.previous.cr, isKnown, cr, count);
+// Bytes are compared as bytes: luma[j] = distance from the reference, isObject[j] = 255 where the chroma differs. Returns
+// the largest distance of luma.
+std::uint8_t MeasureChunk(ForegroundBlocks b, std::uint8_t chromaLimit, std::uint8_t* luma, std::size_t count) {
+    std::uint8_t largest = 0;
     MD_INDEPENDENT_BLOCKS
     for (std::size_t j = 0; j < count; ++j) {
-        const bool lumaDiffers = LumaDiffers(luma[j], b.noiseLevel[j]);
-        const bool chromaDiffers = ChromaDiffers(cb[j], cr[j], chromaLimit);
-        b.isObject[j] = (lumaDiffers | chromaDiffers) ? 255 : 0;
+        const std::uint8_t isKnown = b.isBackground[j] ? 255 : 0;
+        const std::uint8_t y = DistanceFromReference(b.current.y[j], isKnown, b.background.y[j], b.previous.y[j]);
+        const std::uint8_t cb = DistanceFromReference(b.current.cb[j], isKnown, b.background.cb[j], b.previous.cb[j]);
+        const std::uint8_t cr = DistanceFromReference(b.current.cr[j], isKnown, b.background.cr[j], b.previous.cr[j]);
+        luma[j] = y;
+        largest = y > largest ? y : largest;
+        b.isObject[j] = ChromaDiffers(cb, cr, chromaLimit) ? 255 : 0;
+    }
+    return largest;
+}
+
+// Whether the largest distance is above the noise level of any block: none is above its own otherwise.
+bool MayAnyDiffer(std::uint8_t largest, const float* noiseLevel, std::size_t count) {
+    std::int32_t any = 0;
+    MD_FOUR_AT_ONCE
+    for (std::size_t j = 0; j < count; ++j) any |= LumaDiffers(largest, noiseLevel[j]) ? -1 : 0;
+    return any != 0;
+}
+
+void MarkChunk(ForegroundBlocks b, std::uint8_t chromaLimit, std::size_t count) {
+    std::uint8_t luma[chunkLength];
+    const std::uint8_t largest = MeasureChunk(b, chromaLimit, luma, count);
+    if (!MayAnyDiffer(largest, b.noiseLevel, count)) return;
+    MD_INDEPENDENT_BLOCKS
+    for (std::size_t j = 0; j < count; ++j) {
+        b.isObject[j] |= MarkOf(LumaDiffers(luma[j], b.noiseLevel[j]));
     }
 }
 
 }  // namespace
 
-void MarkForeground(ForegroundBlocks b, int chromaLimit, BlockRange range) {
+void MarkForeground(ForegroundBlocks b, std::uint8_t chromaLimit, BlockRange range) {
     ForEachChunk(range, [=](BlockRange chunk) { MarkChunk(b.From(chunk.first), chromaLimit, chunk.Count()); });
 }
 
 // Without background the reference luma stands for the previous frame; chroma, compared with itself, never differs.
-void MarkForegroundMPEG4(MPEG4ForegroundBlocks b, int chromaLimit, BlockRange range) {
+void MarkForegroundMPEG4(MPEG4ForegroundBlocks b, std::uint8_t chromaLimit, BlockRange range) {
     MarkForeground({.current = b.current,
                     .previous = {.y = b.referenceLuma, .cb = b.current.cb, .cr = b.current.cr},
                     .background = b.background,

@@ -14,7 +14,7 @@ namespace MD::Kernels {
 
 constexpr bool LumaDiffers(std::uint8_t distance, float noiseLevel) { return static_cast<float>(distance) > noiseLevel; }
 
-constexpr bool ChromaDiffers(std::uint8_t cbDistance, std::uint8_t crDistance, int limit) {
+constexpr bool ChromaDiffers(std::uint8_t cbDistance, std::uint8_t crDistance, std::uint8_t limit) {
     return (cbDistance > crDistance ? cbDistance : crDistance) > limit;
 }
 
@@ -61,7 +61,7 @@ struct ForegroundBlocks {
                 isBackground + first, noiseLevel + first,   isObject + first};
     }
 };
-extern const Loop<void(ForegroundBlocks b, int chromaLimit, BlockRange range)> MarkForeground;
+extern const Loop<void(ForegroundBlocks b, std::uint8_t chromaLimit, BlockRange range)> MarkForeground;
 
 // The same, with the decoder's reference luma where there is no background (and no chroma there).
 struct MPEG4ForegroundBlocks {
@@ -73,7 +73,7 @@ struct MPEG4ForegroundBlocks {
     std::uint8_t* isObject;
     std::uint8_t* isMotionPixel;
 };
-extern const Loop<void(MPEG4ForegroundBlocks b, int chromaLimit, BlockRange range)> MarkForegroundMPEG4;
+extern const Loop<void(MPEG4ForegroundBlocks b, std::uint8_t chromaLimit, BlockRange range)> MarkForegroundMPEG4;
 
 // Luma of an I-frame against the background, or against the previous I-frame where there is none.
 struct IFrameForegroundBlocks {
