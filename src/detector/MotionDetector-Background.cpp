@@ -45,13 +45,13 @@ bool MotionDetector::UpdateBackground(unsigned char* mask, int maskRowLength) {
     return true;
 }
 
-// Blocks do not read each other: one question after another gives the same as block after block. A chunk stays in cache
+// Blocks do not read each other: one question after another gives the same as block after block. A stretch stays in cache
 // from the first question to the last.
 void MotionDetector::UpdateBlocks(BlockRange range, bool mayLearn) {
-    ForEachChunk(range, [=, this](BlockRange chunk) { UpdateChunk(chunk, mayLearn); });
+    ForEachPart(range, stretchLength, [=, this](BlockRange stretch) { UpdateStretch(stretch, mayLearn); });
 }
 
-void MotionDetector::UpdateChunk(BlockRange range, bool mayLearn) {
+void MotionDetector::UpdateStretch(BlockRange range, bool mayLearn) {
     FrameStatistics& s = _frameStatistics;
     const Kernels::WindowSums sums{.firstSum = s._firstPartSum,
                                    .secondSum = s._secondPartSum,

@@ -60,17 +60,17 @@ void MotionDetector::FindObjectsAgain() {
     FindObjects();
 }
 
-// Statistics, background and foreground, chunk by chunk, once the frame is taken: blocks do not read each other before the
-// foreground is known, and a chunk stays in cache from the first question to the last.
+// Statistics, background and foreground, stretch by stretch, once the frame is taken: blocks do not read each other before
+// the foreground is known, and a stretch stays in cache from the first question to the last.
 void MotionDetector::ExamineBlocks(DetectionInfo* info, bool updateBackground) {
     TakeFrame(info);
     const bool isStepDue = _frameStatistics.BeginUpdate(false);
     if (!_frameStatistics._isFilled) return;
     const bool isUpdateDue = updateBackground && !SkipFrame();
-    ForEachChunk(AllBlocks(), [&](BlockRange chunk) {
-        if (isStepDue) _frameStatistics.StepStandard(chunk);
-        if (isUpdateDue) UpdateChunk(chunk, true);
-        MarkForeground(info, chunk);
+    ForEachPart(AllBlocks(), stretchLength, [&](BlockRange stretch) {
+        if (isStepDue) _frameStatistics.StepStandard(stretch);
+        if (isUpdateDue) UpdateStretch(stretch, true);
+        MarkForeground(info, stretch);
     });
 }
 

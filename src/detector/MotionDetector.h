@@ -243,7 +243,7 @@ private:
     MD_INTERNAL void MarkForegroundMPEG4(DetectionInfo* info, BlockRange range);
     MD_INTERNAL void EnterNextSkipPhase();
     MD_INTERNAL void UpdateBlocks(BlockRange range, bool mayLearn);
-    MD_INTERNAL void UpdateChunk(BlockRange range, bool mayLearn);
+    MD_INTERNAL void UpdateStretch(BlockRange range, bool mayLearn);
     MD_INTERNAL void ClearShadowPlanes();
     MD_INTERNAL void FindObjects();
     MD_INTERNAL void FindObjectsAgain();  // of the last frame, whatever the zones were then
