@@ -2,7 +2,6 @@
 #include "detector/kernels/Background.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
 
 #include "utils/Ticks.h"
@@ -63,15 +62,6 @@ void KeepOlder(const std::int64_t* times, std::int64_t now, std::int64_t limit, 
         marks[j] = static_cast<std::uint8_t>(marks[j] & MarkOfOlder(times[j], now, limit));
 }
 
-// Place of the first of eight marks that is set.
-int FirstMark(std::uint64_t marks) {
-    return (std::endian::native == std::endian::little ? std::countr_zero(marks) : std::countl_zero(marks)) / 8;
-}
-
-std::uint64_t WithoutMark(std::uint64_t marks, int place) {
-    return marks & ~(std::endian::native == std::endian::little ? 0xFFull << 8 * place : 0xFFull << (56 - 8 * place));
-}
-
 // visit(j) for each mark that is set, 0 to count - 1: quickly where few are.
 template <class Visit>
 MD_PART_OF_CALLER void ForEachMarked(const std::uint8_t* marks, std::size_t count, Visit visit) {
@@ -83,11 +73,9 @@ MD_PART_OF_CALLER void ForEachMarked(const std::uint8_t* marks, std::size_t coun
     for (; j + 32 <= count; j += 32) {
         if (!areAnySet(j)) continue;
         for (std::size_t eight = j; eight < j + 32; eight += 8)
-            for (std::uint64_t word = EightMarks(marks + eight); word != 0;) {
-                const int place = FirstMark(word);
-                word = WithoutMark(word, place);
-                visit(eight + static_cast<std::size_t>(place));
-            }
+            for (std::uint64_t word = Lanes::NonZeroBytes(EightMarks(marks + eight)); word != 0;
+                 word = Lanes::WithoutFirst(word))
+                visit(eight + static_cast<std::size_t>(Lanes::First<std::uint8_t>(word)));
     }
     for (; j < count; ++j)
         if (marks[j]) visit(j);

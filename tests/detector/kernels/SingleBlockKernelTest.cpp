@@ -39,25 +39,22 @@ struct QuietScene {
           sampleTime = backgroundTime;
 
     void Learn() {
-        LearnBackground({.firstSum = firstSum.data(),
-                         .secondSum = secondSum.data(),
-                         .cb = chroma.data(),
-                         .cr = chroma.data(),
-                         .isStable = isStable.data(),
-                         .lastChangeTime = lastChangeTime.data(),
-                         .isBackground = isBackground.data(),
-                         .backgroundY = y.data(),
-                         .backgroundCb = cb.data(),
-                         .backgroundCr = cr.data(),
-                         .backgroundTime = backgroundTime.data(),
-                         .sampleTime = sampleTime.data(),
-                         .sampleValue = sample.data()},
-                        {.now = now,
-                         .quiet = 5 * second,
-                         .sampleAge = second,
-                         .refreshInterval = 2 * second,
-                         .isSlow = true},
-                        1.0f, {0, blocks});
+        LearnBackground(
+            {.firstSum = firstSum.data(),
+             .secondSum = secondSum.data(),
+             .cb = chroma.data(),
+             .cr = chroma.data(),
+             .isStable = isStable.data(),
+             .lastChangeTime = lastChangeTime.data(),
+             .isBackground = isBackground.data(),
+             .backgroundY = y.data(),
+             .backgroundCb = cb.data(),
+             .backgroundCr = cr.data(),
+             .backgroundTime = backgroundTime.data(),
+             .sampleTime = sampleTime.data(),
+             .sampleValue = sample.data()},
+            {.now = now, .quiet = 5 * second, .sampleAge = second, .refreshInterval = 2 * second, .isSlow = true}, 1.0f,
+            {0, blocks});
     }
 };
 
@@ -132,8 +129,9 @@ TEST(SingleBlock, StepsItsSums) {
         Bytes entering = leaving;
         Floats sum(blocks, 500.0f), squareSum(blocks, 50000.0f);
         entering[block] = 101;
-        StepWindow({.entering = entering.data(), .leaving = leaving.data(), .sum = sum.data(), .squareSum = squareSum.data()},
-                   {0, blocks});
+        StepWindow(
+            {.entering = entering.data(), .leaving = leaving.data(), .sum = sum.data(), .squareSum = squareSum.data()},
+            {0, blocks});
         ASSERT_TRUE(OnlyOneIs(sum, block, 501.0f, 500.0f));
         ASSERT_TRUE(OnlyOneIs(squareSum, block, 50201.0f, 50000.0f));
     }
