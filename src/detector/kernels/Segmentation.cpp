@@ -87,15 +87,15 @@ int CollectMovingBlocks(MovingBlocks b, Grid grid) {
 // Deliberate: the neighbourhood is a diamond that reaches two columns sideways but one row up and down, so that objects
 // join across a gap of one column, not of one row (ZonesTest, GapOfOneColumnJoins).
 void GrowObject(GrowingObject object, std::uint16_t label, Grid grid) {
-    const int blockCount = grid.columns * grid.rows;
+    const std::ptrdiff_t blockCount = static_cast<std::ptrdiff_t>(grid.columns) * grid.rows;
     std::uint16_t* const labels = object.objectsMap;
     std::int16_t* const xs = object.xs;
     std::int16_t* const ys = object.ys;
     constexpr auto firstThree = BitCast<std::uint64_t>(std::array<std::uint16_t, 4>{65535, 65535, 65535, 0});
-    int processed = object.processed, count = object.count;
+    std::ptrdiff_t processed = object.processed, count = object.count;
     const auto take = [&](int column, int row, std::uint16_t& blockLabel) {
         if (blockLabel != unassignedBlock) return;
-        const int currentObjectMotionBlocksCount = count + 1;
+        const std::ptrdiff_t currentObjectMotionBlocksCount = count + 1;
         MD_DETECTOR_ASSERT(currentObjectMotionBlocksCount <= blockCount, buildObject);
         blockLabel = label;
         xs[count] = static_cast<std::int16_t>(column);
@@ -126,8 +126,8 @@ void GrowObject(GrowingObject object, std::uint16_t label, Grid grid) {
             }
         }
     }
-    object.processed = processed;
-    object.count = count;
+    object.processed = static_cast<int>(processed);
+    object.count = static_cast<int>(count);
 }
 
 CellBox BoxOfBlocks(ObjectBlocks object) {

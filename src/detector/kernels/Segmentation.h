@@ -128,6 +128,7 @@ void ForEachUnassigned(const BlockGroup* groups, std::ptrdiff_t groupCount, cons
             if (objectsMap[first + i] == unassignedBlock) visit(group->x + i, group->y, first + i);
         };
         const int length = BlocksInGroup(*group, grid);
+        if (length == 8 && (MaybeUnassigned(objectsMap + first) | MaybeUnassigned(objectsMap + first + 4)) == 0) continue;
         int i = 0;
         for (; i + 4 <= length; i += 4)
             for (std::uint64_t bits = MaybeUnassigned(objectsMap + first + i); bits; bits = Lanes::WithoutFirst(bits))
