@@ -1,7 +1,7 @@
 // Do the package's types say what its functions take and give?  Only compiled.
-import { chooseBlockSize, CoreMD, Detection, Detector, load, MotionObject } from "coremd";
+import { chooseBlockSize, CoreMD, DecodedFrame, Detection, Detector, load, MotionObject } from "coremd";
 
-export async function look(video: HTMLVideoElement, frame: VideoFrame): Promise<number[]> {
+export async function look(video: HTMLVideoElement, frame: DecodedFrame): Promise<number[]> {
   const coremd: CoreMD = await load(new URL("https://example.org/coremd.wasm"));
   const detector: Detector = await coremd.createDetector({
     width: video.videoWidth, height: video.videoHeight, format: "NV12",

@@ -1,4 +1,4 @@
-// What does a program in JavaScript or TypeScript see?  Motion detection on a coarse grid of blocks, in browsers and Node.
+// What does a program in JavaScript or TypeScript see?  Motion detection on a coarse grid, in browsers and in Node.
 //
 //     const coremd = await load();
 //     const detector = await coremd.createDetector({ width: 1280, height: 720 });
@@ -54,6 +54,13 @@ export interface Box {
   height: number;
 }
 
+/** A VideoFrame, by what is needed of it: not every compiler's library knows that name. */
+export interface DecodedFrame {
+  readonly format: string | null;
+  readonly visibleRect: { readonly width: number; readonly height: number } | null;
+  copyTo(destination: Uint8Array, options?: { layout?: { offset: number; stride: number }[] }): Promise<unknown>;
+}
+
 /** Sees one camera. Its memory goes when nobody holds it any more. Arrays that it returns are the caller's. */
 export interface Detector {
   readonly width: number;
@@ -71,7 +78,7 @@ export interface Detector {
   /** The picture that detect() will look at, to be written. Ask for it anew for each picture: its memory may move. */
   readonly picture: Uint8Array;
   /** Copies a frame of the same size and format to `picture`. Call nothing else of the detector until it is there. */
-  read(frame: VideoFrame): Promise<void>;
+  read(frame: DecodedFrame): Promise<void>;
   /** Looks at `picture`, taken at this time. Times rise; where one falls, all that was learned is forgotten. */
   detect(milliseconds: number): Detection;
   /** Of each block, row after row: 0, or the place of its object in the last detection's list, from 1. */
