@@ -93,7 +93,8 @@ test("settings outside their range are refused, and say so", async () => {
   const good = { width: 64, height: 48 };
   for (const wrong of [{ width: 0 }, { height: 1.5 }, { width: 64 * 9999 + 1 }, { blockSize: 0 }, { blockSize: 65 },
                        { height: 10000, blockSize: 1 }, { format: "I444A" }, { smallestWidth: -0.1 },
-                       { smallestHeight: 1.1 }, { smallestWidth: NaN }, { framesPerSecond: 0 }, { framesPerSecond: Infinity }]) {
+                       { smallestHeight: 1.1 }, { smallestWidth: NaN }, { framesPerSecond: 0 },
+                       { framesPerSecond: Infinity }]) {
     await assert.rejects(coremd.createDetector({ ...good, ...wrong }), RangeError, JSON.stringify(wrong));
   }
   const detector = await coremd.createDetector(good);
