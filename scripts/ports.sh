@@ -92,6 +92,9 @@ for target in "$@"; do
         echo "ports: $digest on $target, $golden here" >&2
         continue
     fi
+    if [[ $target == aarch64 && -z $bits_only ]]; then
+        "$root/scripts/check-vectorised.sh" aarch64 || status=1
+    fi
     passed=none
     [[ -n $bits_only ]] || (cd "$root" && ctest --preset "$target") >"$work/log" 2>&1 || {
         tail -n 60 "$work/log" >&2
