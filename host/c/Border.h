@@ -20,8 +20,10 @@ std::int32_t Guarded(Call call) {
         return call();
     } catch (const std::bad_alloc&) {
         return COREMD_HOST_NO_MEMORY;
+#if defined(__GLIBCXX__)  // others end a thread without an exception
     } catch (abi::__forced_unwind&) {
         throw;
+#endif
     } catch (...) {
         return COREMD_HOST_FAILED;
     }
