@@ -1,0 +1,11 @@
+// Which parts does the module have?  One function each, in a source of its own.
+#pragma once
+
+#include <pybind11/pybind11.h>
+
+namespace Python {
+
+void AddDetector(pybind11::module_& module);      // Detector, Frame, BlockMap, Object
+void AddBlockReducer(pybind11::module_& module);  // BlockReducer
+
+}  // namespace Python

@@ -1,0 +1,61 @@
+#!/usr/bin/env python3
+"""Do the stubs say what the module has, and do they hold against a type checker?"""
+import inspect
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+import coremd
+
+USE = """
+import numpy as np
+import coremd
+
+reducer = coremd.BlockReducer(1280, 720, "nv12", block=8)
+with coremd.Detector([np.ones((1, 1), np.uint8)], rate=10.0) as detector:
+    frame = detector.detect(reducer.reduce(np.zeros(1), np.zeros(1)), time=0.5)
+    left: int = frame.objects[0].left
+    if frame.labels is not None:
+        rows: int = frame.labels.shape[0]
+state: bytes = detector.save_state()
+"""
+
+
+class Types(unittest.TestCase):
+    def test_stubs_name_what_is_there(self):
+        stub = (pathlib.Path(coremd.__file__).parent / "_native.pyi").read_text()
+        for name in coremd.__all__:
+            if name == "library_version":
+                continue
+            body = re.search(rf"^class {name}:\n((?:    .*\n|\n)+)", stub, re.M).group(1)
+            listed = set(re.findall(r"def (\w+)\(", body))
+            there = {member for member in vars(getattr(coremd, name)) if not member.startswith("__")}
+            self.assertEqual({member for member in listed if not member.startswith("__")}, there, name)
+
+    def test_everything_says_what_it_is(self):
+        for name in ("BlockReducer", "Detector", "Frame", "LabelMap", "Object", "StateMap"):
+            for member, value in vars(getattr(coremd, name)).items():
+                if not member.startswith("_") and member not in ("shape", "left", "top", "right", "bottom", "block_count"):
+                    text = inspect.getdoc(value) or ""
+                    self.assertTrue(text.split("\n\n", 1)[-1].strip(), f"{name}.{member} has no words")
+
+    def test_a_type_checker_accepts_use_and_refuses_misuse(self):
+        if not shutil.which("mypy"):
+            print("mypy is not installed: the stubs are not checked by it")
+            return
+        with tempfile.TemporaryDirectory() as folder:
+            good, bad = pathlib.Path(folder) / "good.py", pathlib.Path(folder) / "bad.py"
+            good.write_text(USE)
+            bad.write_text(USE + "detector.detect(3)\n")
+            runs = [subprocess.run(["mypy", "--strict", "--cache-dir", folder, str(path)], capture_output=True, text=True)
+                    for path in (good, bad)]
+        self.assertEqual(runs[0].returncode, 0, runs[0].stdout)
+        self.assertIn("Missing named argument \"time\"", runs[1].stdout)
+
+
+if __name__ == "__main__":
+    sys.exit(unittest.main())
