@@ -2,18 +2,33 @@
 # Does the test suite notice small faults?  Plants each fault of tests/faults/faults.patch into a copy of the project, builds
 # the library with it, and runs the tests, built once from the sound sources, until one fails.
 # usage: scripts/check-faults.sh [NAME...]     all faults, or those named; prints a table, exits 1 if one goes unnoticed
+#        scripts/check-faults.sh --applies     only whether each can still be planted
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 work=$root/build/faults
 tree=$work/tree
 patches=$work/patches
 
-mkdir -p "$work"
-rm -rf "$tree" "$patches"
-mkdir -p "$tree" "$patches"
-(cd "$root" && git ls-files -z | xargs -0 cp --parents -t "$tree")
+rm -rf "$patches"
+mkdir -p "$patches"
 awk -v dir="$patches" '/^fault / { file = sprintf("%s/%03d-%s", dir, ++count, $2); next } { print > file }' \
     "$root/tests/faults/faults.patch"
+
+if [[ ${1:-} == --applies ]]; then
+    status=0
+    for patch in "$patches"/*; do
+        patch -s --dry-run -d "$root" -p1 <"$patch" >/dev/null || {
+            echo "check-faults: $(basename "$patch") does not apply" >&2
+            status=1
+        }
+    done
+    echo "check-faults: looked at $(ls "$patches" | wc -l) faults"
+    exit $status
+fi
+
+rm -rf "$tree"
+mkdir -p "$tree"
+(cd "$root" && git ls-files -z | xargs -0 cp --parents -t "$tree")
 
 # Tests reach the library through shared objects: a fault costs the compilation of what it touches and one link.
 (cd "$tree" && cmake --preset faults -B "$work/build") >"$work/log"
