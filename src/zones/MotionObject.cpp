@@ -185,6 +185,8 @@ void MotionObjectPool::Absorb(MotionObject* object, MotionObject* part) {
 
 void MotionObjectPool::Add(short* xs, short* ys, int currentPixelsCount, int length) {
     assert(currentPixelsCount > 0);
+    Ensure(Utils::BrokenSource(xs, __extension__ __PRETTY_FUNCTION__));  // before their box is looked for
+    Ensure(Utils::BrokenSource(ys, __extension__ __PRETTY_FUNCTION__));
     MotionObject* const object = TakeWhole(length, currentPixelsCount);
     Fill(object, xs, ys, currentPixelsCount, BoxOfCells(xs, ys, currentPixelsCount));
 }
