@@ -18,12 +18,12 @@ namespace fs = std::filesystem;
 
 Video::Failure Unplanned(const std::string& what) { return {Video::Concern::Usage, "cannot plan " + what}; }
 
-// Below the root, where it is; the deepest of them counts.
+// Below the root, where it is; the deepest of them counts. All paths are canonical.
 void Place(PlannedJob& job, const fs::path& whole, const Roots& roots) {
     job.path = whole.native();
     std::size_t deepest = 0;
     for (const auto& [name, folder] : roots) {
-        const fs::path root = fs::canonical(folder);
+        const fs::path root = folder;
         const std::size_t depth = static_cast<std::size_t>(std::distance(root.begin(), root.end()));
         const bool isBelow = std::mismatch(root.begin(), root.end(), whole.begin(), whole.end()).first == root.end();
         if (isBelow && depth > deepest) {
