@@ -29,5 +29,5 @@ build="cd coremd && { DEB_BUILD_OPTIONS='nocheck terse' \
 reprotest --min-cpus="$(nproc)" --vary="$vary" --no-diffoscope --store-dir="$work/packages" \
     -c "$build" "$work/sources" '*.deb' >"$work/log" 2>&1 ||
     { tail -n 60 "$work/log" >&2; echo "check-reproducible: see $work/packages" >&2; exit 1; }
-echo "check-reproducible: the same bytes twice:" "$(cd "$work/packages/control" && echo *.deb)"
+echo "check-reproducible: the same bytes twice:" "$(cd "$work/packages/control" && find . -name '*.deb' -printf '%f ')"
 rm -rf "$work"
