@@ -13,10 +13,11 @@ endif()
 add_executable(coreMD_testheaders EXCLUDE_FROM_ALL ${CMAKE_CURRENT_LIST_DIR}/testheaders.cpp)
 target_link_libraries(coreMD_testheaders PRIVATE coreMD_rules coreMD_test_rules GTest::gtest)
 target_precompile_headers(coreMD_testheaders PRIVATE <gtest/gtest.h> <algorithm> <array> <cstring> <string> <vector>)
+set(coreMD_test_headers coreMD_testheaders)         # a room whose tests share more sets its own
 
 function(add_room_test name)
     add_executable(${name} ${name}.cpp)
-    target_precompile_headers(${name} REUSE_FROM coreMD_testheaders)
+    target_precompile_headers(${name} REUSE_FROM ${coreMD_test_headers})
     target_link_libraries(${name} PRIVATE coreMD_rules coreMD_testkit ${ARGN} coreMD_test_rules GTest::gtest_main)
     # As a whole: to start a process for each of its cases takes longer than most cases do. It names those that fail.
     add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)

@@ -36,11 +36,11 @@ variants="$built
 g++ -O0
 g++ -O3 -march=x86-64-v3
 clang++ -O3
-clang++ -O3 -march=x86-64-v3
 ${CHECK_DIGEST_EXTRA:-}"
 [ -z "${CHECK_DIGEST_MORE:-}" ] || variants="$variants
 g++ -O3 -march=x86-64-v2
 g++ -O3 -march=x86-64-v4
+clang++ -O3 -march=x86-64-v3
 clang++ -O0"
 
 reason_to_skip() { # of the variant in $1
