@@ -17,7 +17,4 @@ std::vector<Zone> ReadZoneFile(const std::string& path);
 // A PNG file of any size. Throws Failure.
 GreyPicture ReadMask(const std::string& path);
 
-// Empty when the polygon encloses something and does not cross itself, otherwise what is wrong.
-std::string PolygonTrouble(const std::vector<Point>& polygon);
-
 }  // namespace Video

@@ -15,6 +15,7 @@
 #include "FolderFixture.h"
 #include "MutatedText.h"
 #include "video/base/Failure.h"
+#include "video/zones/Polygon.h"
 #include "video/zones/Zone.h"
 
 namespace Video {
