@@ -10,6 +10,8 @@
 What the library would end a process for is a ValueError here, with the library's words. A detector and a reducer serve one
 thread at a time; different ones work at the same time.
 """
-from ._native import (BlockReducer, Detector, Frame, LabelMap, Object, StateMap, library_version)
+from ._native import (BackgroundMemory, BlockReducer, ConditionedFrame, Conditioner, Detector, Disturbance, Frame, Grid,
+                      LabelMap, Object, Priming, StateMap, library_version, outline_labels, polygon_mask)
 
-__all__ = ["BlockReducer", "Detector", "Frame", "LabelMap", "Object", "StateMap", "library_version"]
+__all__ = ["BackgroundMemory", "BlockReducer", "ConditionedFrame", "Conditioner", "Detector", "Disturbance", "Frame", "Grid",
+           "LabelMap", "Object", "Priming", "StateMap", "library_version", "outline_labels", "polygon_mask"]

@@ -1,6 +1,5 @@
 // What can Python do with a detector?
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
@@ -17,6 +16,8 @@
 #include "DetectorHandle.h"
 #include "FrameResult.h"
 #include "Planes.h"
+#include "Records.h"
+#include "ZoneShapes.h"
 #include "coreMD.hpp"
 
 namespace py = pybind11;
@@ -24,52 +25,10 @@ namespace py = pybind11;
 namespace Python {
 namespace {
 
-constexpr double ticksPerSecond = 1e7;
-constexpr double longestTime = 9e11;  // seconds: ticks of 64 bits end at 9.2e11
-
-coremd::Ticks TicksOf(double seconds) {
-    if (!(std::abs(seconds) <= longestTime)) {
-        throw py::value_error("time is not between -9e11 and 9e11 seconds");
-    }
-    return coremd::Ticks(std::llround(seconds * ticksPerSecond));
-}
-
 void Demand(const coremd::Attempt& attempt) {
     if (!attempt) {
         throw py::value_error(attempt.error());
     }
-}
-
-// A zone with its mask; the record of the library shows the mask without owning it.
-struct OwnedZone {
-    std::vector<std::uint8_t> mask;
-    std::int32_t columns = 0, rows = 0;
-
-    coremd::Zone Record(std::pair<float, float> smallest) const {
-        return {.mask = mask,
-                .columns = columns,
-                .rows = rows,
-                .minObjectWidth = smallest.first,
-                .minObjectHeight = smallest.second};
-    }
-};
-
-std::vector<OwnedZone> ZonesOf(const std::optional<py::sequence>& masks) {
-    if (!masks) {
-        return {{.mask = {1}, .columns = 1, .rows = 1}};
-    }
-    std::vector<OwnedZone> zones;
-    for (std::size_t i = 0; i < masks->size(); ++i) {
-        const Plane plane = PlaneOf((*masks)[i], "zones[" + std::to_string(i) + "]");
-        OwnedZone zone{.mask = {}, .columns = Clamped(plane.columns), .rows = Clamped(plane.rows)};
-        for (std::ptrdiff_t row = 0; row < plane.rows; ++row) {
-            const std::uint8_t* first = plane.first + row * plane.stride;
-            zone.mask.insert(zone.mask.end(), first, first + plane.columns);
-        }
-        zone.mask.reserve(1);  // a mask without cells is refused for its size, not for being null
-        zones.push_back(std::move(zone));
-    }
-    return zones;
 }
 
 // The planes of one frame: three arrays of rows and columns, or one of [3, rows, columns], which is not copied.
@@ -92,22 +51,11 @@ public:
 
 private:
     void TakeWhole(const py::object& planes) {
-        const py::array array = py::array::ensure(planes);
-        if (!array) {
-            PyErr_Clear();
-            throw py::type_error("the planes are no array");
-        }
-        if (array.itemsize() != 1 || array.dtype().kind() != 'u') {
-            throw py::type_error("the planes hold " + py::str(array.dtype()).cast<std::string>() + ", not uint8");
-        }
-        if (array.ndim() != 3 || array.shape(0) != 3 || (array.flags() & py::array::c_style) == 0) {
-            throw py::value_error(
-                "the planes are no contiguous array of [3, rows, columns]; y, cb and cr may come as three");
-        }
-        _owner = array;
-        _rows = Clamped(array.shape(1));
-        _columns = Clamped(array.shape(2));
-        _whole = {static_cast<const std::uint8_t*>(array.data()), static_cast<std::size_t>(array.size())};
+        const WholePlanes whole = PlanesOf(planes);
+        _owner = whole.owner;
+        _rows = whole.rows;
+        _columns = whole.columns;
+        _whole = {whole.first, static_cast<std::size_t>(whole.size)};
     }
 
     void Gather(const py::object& y, const py::object& cb, const py::object& cr) {
@@ -149,7 +97,7 @@ public:
     Frame Detect(const py::object& y, const py::object& cb, const py::object& cr, double time) {
         const FramePlanes planes(y, cb, cr);
         coremd::Frame record = planes.Record();
-        record.time = TicksOf(time);
+        record.time = coremd::Ticks(TicksOf(time));
         record.fps = _rate;
         record.detectShadow = _shadows;
         const DetectorAccess detector(*_held);
@@ -233,6 +181,8 @@ public:
                              : "<coremd.Detector before its first frame>";
     }
 
+    const std::shared_ptr<HeldDetector>& Held() const { return _held; }
+
 private:
     std::shared_ptr<HeldDetector> _held = std::make_shared<HeldDetector>();
     std::pair<float, float> _smallest;
@@ -300,6 +250,13 @@ void AddResults(py::module_& module) {
 
 }  // namespace
 
+std::shared_ptr<HeldDetector> HeldBy(py::handle detector) {
+    if (!py::isinstance<Detector>(detector)) {
+        throw py::type_error("that is no coremd.Detector");
+    }
+    return detector.cast<const Detector&>().Held();
+}
+
 void AddDetector(py::module_& module) {
     AddResults(module);
     py::class_<Detector>(module, "Detector")
@@ -309,7 +266,8 @@ void AddDetector(py::module_& module) {
              py::arg("shadows") = false, py::arg("rate") = 25.0, py::arg("seed") = py::none(),
              R"(Finds what moves in the zones.
 
-zones: masks, arrays [rows, columns] of uint8 or bool of any resolution, non-zero where the zone is; None: the whole picture.
+zones: masks, arrays [rows, columns] of uint8 or bool of any resolution, non-zero where the zone is; or polygons, lists of at
+least three corners (x, y), fractions 0..1 of the picture. None: the whole picture.
 min_object: width and height of the smallest object kept, as fractions 0..1 of the grid's.
 shadows: drop shadows. rate: frames per second of the source, above 0.
 seed: detectors with the same seed do the same to the bit; srand of the process is called with it.)")

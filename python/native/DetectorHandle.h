@@ -42,4 +42,7 @@ private:
     HeldDetector& _held;
 };
 
+// What a coremd.Detector holds. TypeError where it is none.
+std::shared_ptr<HeldDetector> HeldBy(pybind11::handle detector);
+
 }  // namespace Python

@@ -9,5 +9,7 @@ PYBIND11_MODULE(_native, module) {
     const coremd::Version version = coremd::LibraryVersion();
     module.attr("library_version") = pybind11::make_tuple(version.major, version.minor, version.patch);
     Python::AddDetector(module);
+    Python::AddMemories(module);
     Python::AddBlockReducer(module);
+    Python::AddConditioning(module);
 }

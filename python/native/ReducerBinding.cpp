@@ -15,6 +15,7 @@
 
 #include "Bindings.h"
 #include "Planes.h"
+#include "Records.h"
 #include "coreMD-host.h"
 
 namespace py = pybind11;
@@ -36,30 +37,6 @@ const std::map<std::string, Layout> layouts = {
 };
 const std::map<std::string, std::int32_t> stabilisings = {
     {"off", COREMD_STABILISE_OFF}, {"auto", COREMD_STABILISE_AUTO}, {"on", COREMD_STABILISE_ON}};
-const std::map<std::string, std::int32_t> ranges = {{"limited", COREMD_LIMITED_RANGE}, {"full", COREMD_FULL_RANGE}};
-
-template <class Value>
-const Value& Choice(const std::map<std::string, Value>& choices, const std::string& name, const std::string& argument) {
-    const auto found = choices.find(name);
-    if (found != choices.end()) {
-        return found->second;
-    }
-    std::string known;
-    for (const auto& [word, value] : choices) {
-        known += (known.empty() ? "" : ", ") + word;
-    }
-    throw py::value_error(argument + " is one of " + known);
-}
-
-void Demand(std::int32_t status) {
-    if (status == COREMD_HOST_NO_MEMORY) {
-        throw std::bad_alloc();
-    }
-    if (status != COREMD_HOST_DONE) {
-        throw py::value_error(coreMD_HostStatusText(status));
-    }
-}
-
 class BlockReducer {
 public:
     using Crop = std::tuple<std::int32_t, std::int32_t, std::int32_t, std::int32_t>;
@@ -101,10 +78,8 @@ public:
             picture.plane[i] = planes[i].first;
             picture.stride[i] = planes[i].stride;
         }
-        if (_isBusy) {
-            throw std::runtime_error("another thread is using this reducer");
-        }
-        py::array_t<std::uint8_t> blocks({3, static_cast<int>(_grid.rows), static_cast<int>(_grid.columns)});
+        DemandUse();
+        py::array_t<std::uint8_t> blocks = NewPlanes(_grid.columns, _grid.rows);
         std::uint8_t* const ycbcr = blocks.mutable_data();
         _isBusy = true;
         std::int32_t status = COREMD_HOST_DONE;
@@ -117,12 +92,23 @@ public:
         return blocks;
     }
 
+    void Close() {
+        if (_isBusy) {
+            throw std::runtime_error("another thread is using this reducer");
+        }
+        _reducer.reset();
+    }
+
+    const coreMD_Grid& Grid() const { return _grid; }
     int Columns() const { return _grid.columns; }
     int Rows() const { return _grid.rows; }
     int Block() const { return _grid.blockSize; }
     std::pair<double, double> Shift() const { return {_shift.dx16 / 16.0, _shift.dy16 / 16.0}; }
 
     std::string Text() const {
+        if (!_reducer) {
+            return "<coremd.BlockReducer, closed>";
+        }
         return "<coremd.BlockReducer of " + _layoutName + " " + std::to_string(_format.width) + "x" +
                std::to_string(_format.height) + " to " + std::to_string(_grid.columns) + "x" + std::to_string(_grid.rows) +
                " blocks of " + std::to_string(_grid.blockSize) + " pixels>";
@@ -130,6 +116,15 @@ public:
 
 private:
     static constexpr std::int32_t usualColumns = 240;
+
+    void DemandUse() const {
+        if (_isBusy) {
+            throw std::runtime_error("another thread is using this reducer");
+        }
+        if (!_reducer) {
+            throw py::value_error("the reducer is closed");
+        }
+    }
 
     struct End {
         void operator()(coreMD_Reducer* reducer) const { coreMD_DestroyReducer(&reducer); }
@@ -168,6 +163,10 @@ Other threads run meanwhile.)")
         .def_property_readonly("block", &BlockReducer::Block, "Pixels along one side of a block.")
         .def_property_readonly("shift", &BlockReducer::Shift,
                                "What was taken back of the last picture's shift: right, down, in pixels.")
+        .def_property_readonly("grid", &BlockReducer::Grid, "How the pictures are divided, a Grid.")
+        .def("close", &BlockReducer::Close, "Frees what it holds.")
+        .def("__enter__", [](py::object self) { return self; })
+        .def("__exit__", [](BlockReducer& self, const py::args&) { self.Close(); })
         .def("__repr__", &BlockReducer::Text);
 }
 

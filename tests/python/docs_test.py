@@ -18,6 +18,7 @@ class Blocks(unittest.TestCase):
             for number, block in enumerate(blocks, 1):
                 exec(compile(block, f"block {number}", "exec"), names)
         self.assertRegex(printed.getvalue(), r"s: [0-9]+ blocks in columns [0-9]+ to [0-9]+\n")
+        self.assertRegex(printed.getvalue(), r"conditioned: [0-9]+ blocks at 1[0-9].[0-9] s\n")
 
 
 if __name__ == "__main__":

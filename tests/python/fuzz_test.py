@@ -7,7 +7,7 @@ import numpy as np
 
 import coremd
 
-EXPECTED = (ValueError, TypeError, RuntimeError, MemoryError, OverflowError)
+EXPECTED = (ValueError, TypeError, RuntimeError, MemoryError, OverflowError, IndexError)
 TYPES = (np.uint8, np.uint8, np.uint8, np.uint8, bool, np.int8, np.uint16, np.float32, object, "S1", "M8[s]")
 
 
@@ -18,6 +18,10 @@ class Caller:
         self.detector = coremd.Detector()
         self.frames = []
         self.state = self.detector.save_state()
+        self.conditioner = coremd.Conditioner(self.detector, 16, 16)
+        self.priming = coremd.Priming(16, 16)
+        self.grid = coremd.Grid(16, 16, 128, 121, 8)
+        self.memory = coremd.BackgroundMemory(self.grid, np.zeros((3, 16, 16), np.uint8)).to_bytes()
 
     def size(self):
         return self.random.choice((0, 1, 2, 3, 7, 16, 16, 16, 40, 10001 if self.random.random() < 0.1 else 5))
@@ -50,8 +54,46 @@ class Caller:
     def time(self):
         return self.random.choice((self.random.random() * 100, len(self.frames) * 0.1, self.value(), -1e11, 9e11, -9e11))
 
+    def condition(self):
+        planes = self.random.choice((self.planes()[0], np.zeros((3, 16, 16), np.uint8), np.zeros((3, 16, 16), np.uint8)))
+        choice = self.random.randrange(8)
+        if choice < 3:
+            frame = self.conditioner.detect(planes, time=self.time(),
+                                            shift=self.random.choice(((0, 0), (0, 0), (-13, 13), self.value())))
+            repr(frame), frame.table, repr(frame.disturbances), coremd.outline_labels(frame.with_stopped)
+        elif choice == 3:
+            self.priming.keep(planes)
+        elif choice == 4:
+            self.priming[self.random.choice((0, -1, self.value()))], self.priming.most_frequent(self.value())
+        elif choice == 5:
+            self.conditioner.prime(planes, self.random.choice((None, self.priming, self.value())))
+        elif choice == 6:
+            self.conditioner = coremd.Conditioner(self.random.choice((coremd.Detector(), self.detector, self.value())),
+                                                  self.random.choice((16, 16, -1, 2**31)), 16)
+            self.priming = coremd.Priming(16, 16, most=self.random.choice((100, 1, 0, self.value())))
+        else:
+            coremd.outline_labels(self.random.choice((self.array(), self.value(), np.full((3, 4), 65535, np.uint16))))
+
+    def remember(self):
+        memory = bytearray(self.memory)
+        for _ in range(self.random.randrange(3)):
+            memory[self.random.randrange(len(memory))] ^= 1 << self.random.randrange(8)
+        choice = self.random.randrange(4)
+        if choice == 0:
+            coremd.BackgroundMemory.from_bytes(self.random.choice((bytes(memory), b"", self.value())),
+                                               self.random.choice((self.grid, self.grid, self.value())))
+        elif choice == 1:
+            coremd.BackgroundMemory(self.grid, self.random.choice((self.array(3), np.zeros((3, 16, 16), np.uint8))),
+                                    self.random.choice((None, self.array(2), self.value())), time=self.time()).to_bytes()
+        elif choice == 2:
+            coremd.Grid(*[self.random.choice((1, 16, 128, 0, -1, 2**31 - 1)) for _ in range(5)])
+        else:
+            corners = self.numbers.random((self.random.randrange(6), 2)).tolist()
+            coremd.polygon_mask(self.random.choice((corners, self.array(2), self.value())), self.grid)
+            coremd.Detector([corners, self.random.choice((self.value(), self.array(2)))])
+
     def call(self):
-        choice = self.random.randrange(12)
+        choice = self.random.randrange(15)
         if choice < 6:
             self.frames.append(self.detector.detect(*self.planes(), time=self.time()))
             del self.frames[:-5]
@@ -78,6 +120,10 @@ class Caller:
             frame = self.random.choice(self.frames)
             repr(frame), frame.table, bool(frame), [repr(thing) for thing in frame.objects]
             np.asarray(frame.labels), frame.states and frame.states[self.value()], [thing.blocks for thing in frame.objects]
+        elif choice == 12:
+            self.condition()
+        elif choice == 13:
+            self.remember()
         else:
             reducer = coremd.BlockReducer(self.random.choice((16, 40, self.value())),
                                           self.random.choice((16, 3, self.value())),
@@ -91,7 +137,7 @@ class Caller:
 class Fuzz(unittest.TestCase):
     def test_random_calls(self):
         refused = done = 0
-        for seed in range(40):
+        for seed in range(50):
             caller = Caller(seed)
             for _ in range(100):
                 try:

@@ -22,6 +22,9 @@ with coremd.Detector([np.ones((1, 1), np.uint8)], rate=10.0) as detector:
     if frame.labels is not None:
         rows: int = frame.labels.shape[0]
 state: bytes = detector.save_state()
+with coremd.Conditioner(coremd.Detector([[(0, 0), (1, 0), (1, 1)]]), 160, 90, sensitivity="high") as conditioner:
+    told = conditioner.detect(np.zeros((3, 90, 160), np.uint8), time=0, shift=reducer.shift)
+    begin: float = told.disturbances["light"].begin
 """
 
 
@@ -29,7 +32,8 @@ class Types(unittest.TestCase):
     def test_stubs_name_what_is_there(self):
         stub = (pathlib.Path(coremd.__file__).parent / "_native.pyi").read_text()
         for name in coremd.__all__:
-            if name == "library_version":
+            if not inspect.isclass(getattr(coremd, name)):
+                self.assertRegex(stub, rf"(?m)^(def )?{name}\b")
                 continue
             body = re.search(rf"^class {name}:\n((?:    .*\n|\n)+)", stub, re.M).group(1)
             listed = set(re.findall(r"def (\w+)\(", body))
@@ -37,7 +41,9 @@ class Types(unittest.TestCase):
             self.assertEqual({member for member in listed if not member.startswith("__")}, there, name)
 
     def test_everything_says_what_it_is(self):
-        for name in ("BlockReducer", "Detector", "Frame", "LabelMap", "Object", "StateMap"):
+        for name in coremd.__all__:
+            if not inspect.isclass(getattr(coremd, name)):
+                continue
             for member, value in vars(getattr(coremd, name)).items():
                 if not member.startswith("_") and member not in ("shape", "left", "top", "right", "bottom", "block_count"):
                     text = inspect.getdoc(value) or ""
