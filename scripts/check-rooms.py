@@ -14,7 +14,7 @@ import tempfile
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 # From the ground up: a room includes itself and those before it.
 VIDEO = ["video/" + room for room in ("time", "base", "files", "zones", "media", "watch", "scout", "pictures")]
-MDSCAN = ["tools/mdscan/" + room for room in ("settings", "results", "outputs", "run", "archive", "ask", "command")]
+MDSCAN = ["tools/mdscan/" + room for room in ("settings", "results", "outputs", "run", "archive", "farm", "ask", "command")]
 STAIRS = VIDEO + MDSCAN
 MOST_UNITS = 12
 

@@ -31,7 +31,7 @@ constexpr int mostNamed = 5;  // of those that are missing
 
 class Gatherer {
 public:
-    Gatherer(const Plan& plan, ResultStore& store, const ScanSettings& scan, RunOutputs& results, bool quiet)
+    Gatherer(const Plan& plan, KeptResults& store, const ScanSettings& scan, RunOutputs& results, bool quiet)
         : _plan(plan), _store(store), _scan(scan), _results(results), _quiet(quiet) {}
 
     int Do();
@@ -42,7 +42,7 @@ private:
     int Conclude();
 
     const Plan& _plan;
-    ResultStore& _store;
+    KeptResults& _store;
     const ScanSettings& _scan;
     RunOutputs& _results;
     const bool _quiet;
@@ -58,7 +58,7 @@ int Gatherer::Do() {
         if (std::optional<RecalledInput> input = ResultOf(job)) {
             HandOn(job, *input);
         } else if (++_missing <= mostNamed) {
-            PrintLastLine(Video::ShownName(job.file), "not scanned yet");
+            PrintLastLine(Video::ShownName(job.file), _store.Absence(job.key));
         }
     }
     _results.Keep();
@@ -139,7 +139,7 @@ int Gatherer::Conclude() {
 
 }  // namespace
 
-int Gather(const Plan& plan, ResultStore& store, const ScanSettings& scan, const OutputSettings& outputs, bool quiet) {
+int Gather(const Plan& plan, KeptResults& store, const ScanSettings& scan, const OutputSettings& outputs, bool quiet) {
     RefuseSameFileTwice(outputs, "", true);
     std::vector<std::string> paths;
     for (const PlannedJob& job : plan.jobs) {

@@ -11,6 +11,6 @@ namespace Scan {
 
 // scan: that of the plan. Returns the exit code, as of a scan; what failed or is missing has been said by then. Throws
 // Failure where the outputs cannot be, or the store fails.
-int Gather(const Plan& plan, ResultStore& store, const ScanSettings& scan, const OutputSettings& outputs, bool quiet);
+int Gather(const Plan& plan, KeptResults& store, const ScanSettings& scan, const OutputSettings& outputs, bool quiet);
 
 }  // namespace Scan

@@ -33,7 +33,7 @@ using PlanJson = nlohmann::ordered_json;
 constexpr int planVersion = 1;
 constexpr std::size_t keyBytes = 16;  // of 32: no two jobs of any archive share them
 
-std::string Text(const PlanJson& line) { return line.dump(-1, ' ', false, PlanJson::error_handler_t::replace) + "\n"; }
+std::string Text(const PlanJson& line) { return line.dump(-1, ' ', false, PlanJson::error_handler_t::replace); }
 
 PlanJson JsonOf(const Video::GreyPicture& mask) {
     Video::BgrPicture picture{mask.width, mask.height};
@@ -159,8 +159,37 @@ PlannedJob JobOf(const PlanJson& json) {
     return job;
 }
 
-// Lines but the first. Throws std::exception.
-std::size_t TakeHead(const std::string& line, Plan& plan) {
+}  // namespace
+
+std::string ResultKey(const Plan& plan, const PlannedJob& job) {
+    PlanJson parts = {plan.version,      plan.settings,        job.root,  KeyOf(job.path),
+                      job.identity.size, job.identity.changed, PlanJson()};
+    if (job.start) {
+        parts.back() = JsonOf(*job.start);
+    }
+    const std::string text = Text(parts) + "\n";
+    std::uint8_t digest[32] = {};
+    const std::unique_ptr<AVSHA, void (*)(void*)> sha(av_sha_alloc(), av_free);
+    if (!sha || av_sha_init(sha.get(), 256) != 0) {
+        throw Video::Failure(Video::Concern::System, "not enough memory");
+    }
+    av_sha_update(sha.get(), reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
+    av_sha_final(sha.get(), digest);
+    std::string key;
+    for (std::size_t i = 0; i < keyBytes; ++i) {
+        constexpr const char* digits = "0123456789abcdef";
+        key += {digits[digest[i] >> 4], digits[digest[i] & 15]};
+    }
+    return key;
+}
+
+std::string HeadLineOf(const Plan& plan) { return Text(HeadOf(plan)); }
+
+std::string JobLineOf(const PlannedJob& job) { return Text(JsonOf(job)); }
+
+PlannedJob JobOfLine(const std::string& line) { return JobOf(PlanJson::parse(line)); }
+
+std::size_t TakeHeadLine(const std::string& line, Plan& plan) {
     const PlanJson head = PlanJson::parse(line);
     if (head.at("type") != "plan" || head.at("plan") != planVersion) {
         throw std::invalid_argument("plan");
@@ -178,30 +207,6 @@ std::size_t TakeHead(const std::string& line, Plan& plan) {
     return head.at("jobs").get<std::size_t>();
 }
 
-}  // namespace
-
-std::string ResultKey(const Plan& plan, const PlannedJob& job) {
-    PlanJson parts = {plan.version,      plan.settings,        job.root,  KeyOf(job.path),
-                      job.identity.size, job.identity.changed, PlanJson()};
-    if (job.start) {
-        parts.back() = JsonOf(*job.start);
-    }
-    const std::string text = Text(parts);
-    std::uint8_t digest[32] = {};
-    const std::unique_ptr<AVSHA, void (*)(void*)> sha(av_sha_alloc(), av_free);
-    if (!sha || av_sha_init(sha.get(), 256) != 0) {
-        throw Video::Failure(Video::Concern::System, "not enough memory");
-    }
-    av_sha_update(sha.get(), reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
-    av_sha_final(sha.get(), digest);
-    std::string key;
-    for (std::size_t i = 0; i < keyBytes; ++i) {
-        constexpr const char* digits = "0123456789abcdef";
-        key += {digits[digest[i] >> 4], digits[digest[i] & 15]};
-    }
-    return key;
-}
-
 void WritePlan(const Plan& plan, const std::string& path) {
     std::optional<Video::AtomicText> file;
     if (!path.empty()) {
@@ -214,9 +219,9 @@ void WritePlan(const Plan& plan, const std::string& path) {
             throw Video::Failure(Video::Concern::Output, std::string("cannot print the plan: ") + std::strerror(errno));
         }
     };
-    write(Text(HeadOf(plan)));
+    write(HeadLineOf(plan) + "\n");
     for (const PlannedJob& job : plan.jobs) {
-        write(Text(JsonOf(job)));
+        write(JobLineOf(job) + "\n");
     }
     if (file) {
         file->Keep();
@@ -237,9 +242,9 @@ Plan ReadPlan(const std::string& path) {
         std::string line;
         while (std::getline(file, line)) {
             if (++number == 1) {
-                count = TakeHead(line, plan);
+                count = TakeHeadLine(line, plan);
             } else {
-                plan.jobs.push_back(JobOf(PlanJson::parse(line)));
+                plan.jobs.push_back(JobOfLine(line));
             }
         }
     } catch (const std::exception&) {

@@ -4,6 +4,7 @@
 // videos lie on it.
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <optional>
 #include <string>
@@ -39,6 +40,14 @@ struct Plan {
 
 // Of a job's result: the same for the same video, whatever machine reads it, wherever its root lies there.
 std::string ResultKey(const Plan& plan, const PlannedJob& job);
+
+// The lines of a plan, without their ends: the first one, and that of each job.
+std::string HeadLineOf(const Plan& plan);
+std::string JobLineOf(const PlannedJob& job);
+
+// And back. Both throw std::exception when the line is none.
+std::size_t TakeHeadLine(const std::string& line, Plan& plan);  // returns how many jobs there are
+PlannedJob JobOfLine(const std::string& line);
 
 // path: empty: standard output. Throws Failure.
 void WritePlan(const Plan& plan, const std::string& path);

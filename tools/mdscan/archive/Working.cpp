@@ -4,13 +4,12 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
-#include <deque>
-#include <thread>
 #include <utility>
 #include <variant>
 
 #include <poll.h>
 
+#include "archive/PlanQueue.h"
 #include "archive/Planning.h"
 #include "results/JobResult.h"
 #include "results/Progress.h"
@@ -29,20 +28,19 @@ namespace {
 
 using SteadyClock = std::chrono::steady_clock;
 
-constexpr int listenInterval = 250;                 // milliseconds; how late an interruption may be noticed
-constexpr auto askAgain = std::chrono::seconds(1);  // for what others hold
+constexpr int listenInterval = 250;  // milliseconds; how late an interruption may be noticed
 constexpr const char* hasChanged = "has changed since it was planned";
 
 class Share {
 public:
-    Share(const Plan& plan, ResultStore& store, JobLauncher& launcher, const RunSettings& run)
-        : _plan(plan), _store(store), _launcher(launcher), _run(run), _progress(StyleOf(run)) {}
+    Share(JobQueue& queue, JobLauncher& launcher, const RunSettings& run)
+        : _queue(queue), _launcher(launcher), _run(run), _progress(StyleOf(run)) {}
 
     // Scans that are still under way are told at once, and only then waited for.
     ~Share() {
         for (Running& running : _running) {
             running.worker->Dismiss();
-            _store.GiveBack(running.job->key);
+            _queue.GiveBack(running.job);
         }
     }
     Share(const Share&) = delete;
@@ -52,98 +50,59 @@ public:
 
 private:
     struct Running {
-        const PlannedJob* job;
+        PlannedJob job;
         std::unique_ptr<Worker> worker;
         std::vector<Record> records = {};
         std::vector<std::string> pictures = {};  // lines
     };
 
-    void LookThrough();
-    const PlannedJob* Next();
+    std::optional<PlannedJob> Next();
     void Start();
     void Listen();
     void Finish(Running running);
-    void Refuse(const PlannedJob& job, const std::string& reason);
+    void Refuse(const PlannedJob& job, const std::string& reason, bool died = false);
     void ShowProgress();
     int Conclude();
 
-    const Plan& _plan;
-    ResultStore& _store;
+    JobQueue& _queue;
     JobLauncher& _launcher;
     const RunSettings& _run;
     Progress _progress;
-    std::deque<const PlannedJob*> _open;   // to be asked for
-    std::vector<const PlannedJob*> _held;  // by others, when they were asked for
-    SteadyClock::time_point _asked = {};   // for the last of those
     std::vector<Running> _running;
-    std::size_t _all = 0;      // jobs
-    std::size_t _done = 0;     // here
-    std::size_t _others = 0;   // done by others
-    std::size_t _refused = 0;  // cannot be done here
-    Video::Tally _tally;       // of those done here
+    std::size_t _done = 0;  // here
+    Video::Tally _tally;    // of those
     const SteadyClock::time_point _begin = SteadyClock::now();
 };
 
 int Share::Do() {
-    LookThrough();
     while (!Video::Interrupted()) {
+        _queue.Tend();
         Start();
-        if (!_running.empty()) {
-            Listen();
-        } else if (_open.empty() && _held.empty()) {
+        if (_running.empty() && _queue.IsOver()) {
             break;
-        } else {
-            std::this_thread::sleep_for(std::chrono::milliseconds(listenInterval));
         }
+        Listen();
         ShowProgress();
     }
     return Conclude();
 }
 
-void Share::LookThrough() {
-    const std::set<std::string> done = _store.List();
-    for (const PlannedJob& job : _plan.jobs) {
-        if (!job.trouble.empty()) {
-            continue;
+// Absent: there is none for now.
+std::optional<PlannedJob> Share::Next() {
+    while (!Video::Interrupted()) {
+        std::optional<PlannedJob> job = _queue.Take();
+        const std::optional<std::string> reason = job ? _launcher.Refusal(*job) : std::nullopt;
+        if (!reason) {
+            return job;
         }
-        ++_all;
-        if (done.contains(job.key)) {
-            ++_others;
-        } else {
-            _open.push_back(&job);
-        }
+        Refuse(*job, *reason);
     }
-}
-
-// Taken; null: there is none for now.
-const PlannedJob* Share::Next() {
-    if (_open.empty() && SteadyClock::now() >= _asked + askAgain) {
-        _open.assign(_held.begin(), _held.end());
-        _held.clear();
-    }
-    while (!_open.empty() && !Video::Interrupted()) {
-        const PlannedJob* job = _open.front();
-        _open.pop_front();
-        switch (_store.Take(job->key)) {
-            case Taking::Done: ++_others; continue;
-            case Taking::Held:
-                _held.push_back(job);
-                _asked = SteadyClock::now();
-                continue;
-            case Taking::Taken: break;
-        }
-        if (const std::optional<std::string> reason = _launcher.Refusal(*job)) {
-            Refuse(*job, *reason);
-            continue;
-        }
-        return job;
-    }
-    return nullptr;
+    return std::nullopt;
 }
 
 void Share::Start() {
     while (_running.size() < static_cast<std::size_t>(_run.jobs)) {
-        const PlannedJob* job = Next();
+        const std::optional<PlannedJob> job = Next();
         if (!job) {
             return;
         }
@@ -152,14 +111,13 @@ void Share::Start() {
             pipes.push_back(running.worker->Pipe());
         }
         try {
-            _running.push_back({job, _launcher.Launch(*job, pipes)});
+            _running.push_back({*job, _launcher.Launch(*job, pipes)});
         } catch (const Video::Failure&) {
-            _store.GiveBack(job->key);
+            _queue.GiveBack(*job);
             if (_running.empty()) {
                 throw;
             }
-            _open.push_front(job);  // those that run leave room
-            return;
+            return;  // those that run leave room
         }
     }
 }
@@ -169,11 +127,12 @@ void Share::Listen() {
     for (const Running& running : _running) {
         pipes.push_back({running.worker->Pipe(), POLLIN, 0});
     }
+    pipes.push_back({_running.size() < static_cast<std::size_t>(_run.jobs) ? _queue.News() : -1, POLLIN, 0});
     if (poll(pipes.data(), pipes.size(), listenInterval) <= 0) {
         return;
     }
     std::vector<Running> ended;
-    for (std::size_t i = pipes.size(); i-- > 0;) {
+    for (std::size_t i = _running.size(); i-- > 0;) {
         if (pipes[i].revents == 0) {
             continue;
         }
@@ -198,7 +157,7 @@ void Share::Listen() {
             Finish(std::move(running));
         } catch (...) {
             for (const Running& other : ended) {
-                _store.GiveBack(other.job->key);
+                _queue.GiveBack(other.job);
             }
             throw;
         }
@@ -207,20 +166,20 @@ void Share::Listen() {
 
 // Results do not say what the video is called: the plan does.
 void Share::Finish(Running running) {
-    const PlannedJob& job = *running.job;
+    const PlannedJob& job = running.job;
     const JobResult& result = running.worker->Result();
     const bool isInterrupted = result.health == Health::Interrupted || (running.worker->WasKilled() && Video::Interrupted());
     if (isInterrupted) {
-        _store.GiveBack(job.key);
+        _queue.GiveBack(job);
     } else if (running.worker->WasKilled() || result.health == Health::Untold || result.unwritten) {
-        Refuse(job, result.trouble);
+        Refuse(job, result.trouble, running.worker->WasKilled());
     } else if (const std::optional<std::string> reason = _launcher.Refusal(job)) {
         Refuse(job, *reason);
     } else {
         for (Record& record : running.records) {
             std::visit([](auto& one) { one.file.clear(); }, record);
         }
-        _store.Keep(job.key, StateLine(job.key, job.identity, {result, running.records, running.pictures}));
+        _queue.Keep(job, StateLine(job.key, job.identity, {result, running.records, running.pictures}));
         ++_done;
         _tally.events += result.tally.events;
         _tally.pictures += result.tally.pictures;
@@ -228,9 +187,8 @@ void Share::Finish(Running running) {
     }
 }
 
-void Share::Refuse(const PlannedJob& job, const std::string& reason) {
-    _store.GiveBack(job.key);
-    ++_refused;
+void Share::Refuse(const PlannedJob& job, const std::string& reason, bool died) {
+    _queue.Refuse(job, reason, died);
     _progress.Clear();
     PrintLastLine(Video::ShownName(job.file), "not done: " + reason);
 }
@@ -242,16 +200,17 @@ void Share::ShowProgress() {
     }
     Video::Tally tally = _tally;
     tally.elapsed = std::chrono::duration<double>(SteadyClock::now() - _begin).count();
-    _progress.Show((static_cast<double>(_done + _others) + under) / static_cast<double>(std::max<std::size_t>(1, _all)),
-                   tally);
+    const auto [all, done] = _queue.Count();
+    _progress.Show((static_cast<double>(done) + under) / static_cast<double>(std::max<std::size_t>(1, all)), tally);
 }
 
 int Share::Conclude() {
     _progress.Clear();
-    const std::size_t left = _all - _done - _others;
+    const auto [all, done] = _queue.Count();
+    const std::size_t left = all - std::min(all, done), others = done - std::min(done, _done);
     if (!_run.quiet || left > 0) {
-        const std::string jobs = Counted(static_cast<std::int64_t>(_all), "job");
-        PrintLastLine("", jobs + ": " + std::to_string(_done) + " done here, " + std::to_string(_others) + " by others" +
+        const std::string jobs = Counted(static_cast<std::int64_t>(all), "job");
+        PrintLastLine("", jobs + ": " + std::to_string(_done) + " done here, " + std::to_string(others) + " by others" +
                               (left > 0 ? ", " + std::to_string(left) + " not done" : "") +
                               (Video::Interrupted() ? "; interrupted" : ""));
     }
@@ -274,8 +233,11 @@ std::unique_ptr<Worker> ScanLauncher::Launch(const PlannedJob& job, const std::v
     return std::make_unique<Worker>(settings, PlaceOf(job, _roots), nullptr, others);
 }
 
+int WorkOn(JobQueue& queue, JobLauncher& launcher, const RunSettings& run) { return Share(queue, launcher, run).Do(); }
+
 int WorkOn(const Plan& plan, ResultStore& store, JobLauncher& launcher, const RunSettings& run) {
-    return Share(plan, store, launcher, run).Do();
+    PlanQueue queue(plan, store);
+    return WorkOn(queue, launcher, run);
 }
 
 }  // namespace Scan

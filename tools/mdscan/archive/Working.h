@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "archive/JobQueue.h"
 #include "archive/Plan.h"
 #include "archive/ResultStore.h"
 #include "run/Worker.h"
@@ -41,8 +42,11 @@ private:
     const Roots _roots;
 };
 
-// Returns the exit code: complete when all jobs of the plan have results, whoever made them. run: with a number of jobs from
-// 1. An interruption gives back what is under way. Throws Failure when results cannot be kept, having given back the rest.
+// Returns the exit code: complete when all jobs have results, whoever made them. run: with a number of jobs from 1. An
+// interruption gives back what is under way. Throws Failure when results cannot be kept, having given back the rest.
+int WorkOn(JobQueue& queue, JobLauncher& launcher, const RunSettings& run);
+
+// Likewise, of a plan and whoever keeps its results.
 int WorkOn(const Plan& plan, ResultStore& store, JobLauncher& launcher, const RunSettings& run);
 
 }  // namespace Scan

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <string>
 #include <thread>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "archive/Plan.h"
 #include "archive/Planning.h"
 #include "archive/Working.h"
+#include "command/FarmVerbs.h"
 #include "results/TallyText.h"
 #include "run/SettingsFingerprint.h"
 #include "settings/RunSettings.h"
@@ -38,10 +40,46 @@ int MakeThePlan(const Options& options, const std::string& version) {
     return Video::exitComplete;
 }
 
-// Settings that this program reads from the plan as the one did that made it.
-ScanSettings SettingsOf(const Plan& plan, const std::string& path, const std::string& version) {
+int Work(const Options& options, const std::string& version) {
+    const std::string& path = options.inputs.front();
+    const Plan plan = ReadPlan(path);
+    const ScanSettings scan = SettingsOf(plan, path, version);
+    ScanLauncher launcher(scan, RootsHere(plan, ReadRoots(options.roots)));
+    Video::MakeFolder(options.folder);
+    FolderStore store(options.folder);
+    return WorkOn(plan, store, launcher, WithJobs(options.run));
+}
+
+int GatherFrom(const Options& options, const std::string& version) {
+    const std::string& path = options.inputs.front();
+    const Plan plan = ReadPlan(path);
+    const ScanSettings scan = SettingsOf(plan, path, version);
+    FolderStore store(options.folder);
+    return Gather(plan, store, scan, options.outputs, options.run.quiet);
+}
+
+// Where the results are: in a folder, or in a database with the plan. Throws Failure where that is not said.
+bool IsOfFarm(const Options& options, const char* folder) {
+    const bool isNamed = !options.folder.empty(), isAddressed = !options.farm.at.empty();
+    if (isNamed && isAddressed) {
+        throw Video::Failure(Video::Concern::Usage, std::string("either ") + folder + " or --at, not both");
+    }
+    if (isNamed && options.inputs.empty()) {
+        throw Video::Failure(Video::Concern::Usage, "which plan?");
+    }
+    const bool isInEnvironment = std::getenv("MDSCAN_AT") != nullptr;  // NOLINT(concurrency-mt-unsafe): one thread
+    if (!isNamed && !isAddressed && !isInEnvironment) {
+        throw Video::Failure(Video::Concern::Usage,
+                             std::string("where are the results?  ") + folder + " names a folder, --at a database");
+    }
+    return !isNamed;
+}
+
+}  // namespace
+
+ScanSettings SettingsOf(const Plan& plan, const std::string& name, const std::string& version) {
     const Video::Failure other(Video::Concern::Usage,
-                               path + " was made by another version of mdscan, or on another kind of machine");
+                               name + " was made by another version of mdscan, or on another kind of machine");
     if (plan.version != version) {
         throw other;
     }
@@ -59,33 +97,18 @@ ScanSettings SettingsOf(const Plan& plan, const std::string& path, const std::st
     return scan;
 }
 
-int Work(const Options& options, const std::string& version) {
-    const std::string& path = options.inputs.front();
-    const Plan plan = ReadPlan(path);
-    const ScanSettings scan = SettingsOf(plan, path, version);
-    RunSettings run = options.run;
+RunSettings WithJobs(RunSettings run) {
     run.jobs = run.jobs > 0 ? run.jobs : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
-    ScanLauncher launcher(scan, RootsHere(plan, ReadRoots(options.roots)));
-    Video::MakeFolder(options.folder);
-    FolderStore store(options.folder);
-    return WorkOn(plan, store, launcher, run);
+    return run;
 }
-
-int GatherFrom(const Options& options, const std::string& version) {
-    const std::string& path = options.inputs.front();
-    const Plan plan = ReadPlan(path);
-    const ScanSettings scan = SettingsOf(plan, path, version);
-    FolderStore store(options.folder);
-    return Gather(plan, store, scan, options.outputs, options.run.quiet);
-}
-
-}  // namespace
 
 int DoArchiveVerb(const Options& options, const std::string& version) {
     switch (options.verb) {
         case ArchiveVerb::Plan: return MakeThePlan(options, version);
-        case ArchiveVerb::Work: return Work(options, version);
-        case ArchiveVerb::Gather: return GatherFrom(options, version);
+        case ArchiveVerb::Work: return IsOfFarm(options, "--into") ? DoFarmVerb(options, version) : Work(options, version);
+        case ArchiveVerb::Gather:
+            return IsOfFarm(options, "--from") ? DoFarmVerb(options, version) : GatherFrom(options, version);
+        case ArchiveVerb::Farm: return DoFarmVerb(options, version);
         case ArchiveVerb::None: break;
     }
     return Video::exitUsage;

@@ -37,6 +37,9 @@ constexpr const char* aboutExplain = "Tells why a block was motion at a moment o
 constexpr const char* aboutPlan = "Plans scans of an archive: a line per video, which mdscan work takes on any machine.";
 constexpr const char* aboutWork = "Scans whatever of a plan nobody has scanned or scans; run it as often as you like.";
 constexpr const char* aboutGather = "Makes of the results of a plan what one mdscan of all its videos would have made.";
+constexpr const char* aboutFarm =
+    "Keeps a plan in PostgreSQL, whence any number of machines take its jobs: create NAME PLAN, status [NAME], retry NAME, "
+    "drop NAME, admit ROLE.";
 constexpr const char* archiveFooter = "Exit codes: 0 planned; 1 the plan could not be written; 2 bad usage.\n";
 
 // Headings of the help, each with an example.
@@ -359,19 +362,28 @@ void TurnIntoPlan(CLI::App& app, Options& options) {
     DeclareRoots(app, options);
 }
 
+// Instead of a folder. With it, the input is the farm's name, which need not be said where there is one.
+void DeclareDatabase(CLI::App& app, Options& options) {
+    app.add_option("--at", options.farm.at,
+                   "Database of the farm, as in postgresql://desk@nas/video; else that of MDSCAN_AT")
+        ->type_name("ADDRESS")
+        ->default_str("")
+        ->configurable(false);
+}
+
 void TurnIntoWork(CLI::App& app, Options& options) {
     app.name("mdscan work");
     app.description(aboutWork);
     app.footer("Exit codes: 0 all is done; 1 some of it is not; 2 bad usage.\n");
     KeepOnly(app, {"input", "--jobs", "--progress"});
-    app.get_option("input")->description("The plan")->expected(1);
+    app.get_option("input")->description("The plan; with --at, the farm's name")->required(false)->expected(0, 1);
     app.option_defaults()->group(archiveGroup);
     DeclareRoots(app, options);
     app.add_option("--into", options.folder, "Folder for the results, the same for all machines")
-        ->required()
         ->type_name("DIR")
         ->default_str("")
         ->configurable(false);
+    DeclareDatabase(app, options);
 }
 
 void TurnIntoGather(CLI::App& app, Options& options) {
@@ -379,13 +391,32 @@ void TurnIntoGather(CLI::App& app, Options& options) {
     app.description(aboutGather);
     app.footer("Exit codes: 0 motion found; 1 an input failed or is missing; 2 bad usage; 3 no motion found.\n");
     KeepOnly(app, {"input", "--output", "--csv", "--report", "--heatmap"});
-    app.get_option("input")->description("The plan")->expected(1);
+    app.get_option("input")->description("The plan; with --at, the farm's name")->required(false)->expected(0, 1);
     app.get_option("--heatmap")->description("Write where it moved; a folder with a picture per camera")->type_name("DIR");
     app.option_defaults()->group(archiveGroup);
     app.add_option("--from", options.folder, "Folder with the results")
-        ->required()
         ->type_name("DIR")
         ->default_str("")
+        ->configurable(false);
+    DeclareDatabase(app, options);
+}
+
+void TurnIntoFarm(CLI::App& app, Options& options) {
+    app.name("mdscan farm");
+    app.description(aboutFarm);
+    app.footer("Exit codes: 0 done; 1 the database cannot be asked, or jobs have failed; 2 bad usage.\n");
+    KeepOnly(app, {"input"});
+    app.get_option("input")->description("What to do, and to which farm")->type_name("WORD");
+    app.option_defaults()->group(archiveGroup);
+    DeclareDatabase(app, options);
+    app.add_option("--lease", options.farm.lease, "With create: seconds after which a silent worker is taken for dead")
+        ->check(Within(1, 86400))
+        ->type_name("S")
+        ->configurable(false);
+    app.add_flag("--json", options.farm.json, "With status: one line of JSON")->configurable(false);
+    app.add_flag("--prometheus", options.farm.prometheus, "With status: metrics as Prometheus reads them")
+        ->configurable(false);
+    app.add_flag("--watch", options.farm.watch, "With status: again every two seconds until all is done")
         ->configurable(false);
 }
 
@@ -430,6 +461,7 @@ void Declare(CLI::App& app, Options& options, Words& words, const std::string& v
         case ArchiveVerb::Plan: TurnIntoPlan(app, options); break;
         case ArchiveVerb::Work: TurnIntoWork(app, options); break;
         case ArchiveVerb::Gather: TurnIntoGather(app, options); break;
+        case ArchiveVerb::Farm: TurnIntoFarm(app, options); break;
     }
 }
 

@@ -93,6 +93,7 @@ ArchiveVerb VerbOf(const std::vector<std::string>& words) {
     return first == "plan"     ? ArchiveVerb::Plan
            : first == "work"   ? ArchiveVerb::Work
            : first == "gather" ? ArchiveVerb::Gather
+           : first == "farm"   ? ArchiveVerb::Farm
                                : ArchiveVerb::None;
 }
 

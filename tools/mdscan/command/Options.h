@@ -13,8 +13,17 @@
 
 namespace Scan {
 
-// What is done with an archive, whose work is shared out: "mdscan plan", "work", "gather".
-enum class ArchiveVerb { None, Plan, Work, Gather };
+// What is done with an archive, whose work is shared out: "mdscan plan", "work", "gather", "farm".
+enum class ArchiveVerb { None, Plan, Work, Gather, Farm };
+
+// Of a plan in a database.
+struct FarmWords {
+    std::string at;     // address of the database; empty: no farm is meant, or the environment says it
+    double lease = 60;  // seconds after which a silent worker is taken for dead
+    bool json = false;  // of status, like the others
+    bool prometheus = false;
+    bool watch = false;
+};
 
 struct Options {
     std::vector<std::string> inputs;  // files, folders, patterns, "-"
@@ -29,9 +38,10 @@ struct Options {
     Question question = {};                // then
     ArchiveVerb verb = ArchiveVerb::None;  // instead
     std::vector<std::string> roots;        // then: NAME=FOLDER
-    std::string folder;                    // of results
-    std::vector<std::string> words;        // of plan: those that decide what is found, but for zones
-    std::string config;                    // file of options, read already; empty: the usual one, if there is one
+    std::string folder;                    // of results; empty: a farm has them
+    FarmWords farm = {};
+    std::vector<std::string> words;  // of plan: those that decide what is found, but for zones
+    std::string config;              // file of options, read already; empty: the usual one, if there is one
 };
 
 struct Parsed {
