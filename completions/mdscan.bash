@@ -43,13 +43,14 @@ _mdscan() {
     --pixel) ;;
     --root) ;;
     --into) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -d -- "$current") ;;
+    --lease) ;;
     *)
         if [[ $current == -* ]]; then
-            mapfile -t COMPREPLY < <(compgen -W '-h --help --version --config --write-config -j --jobs --resume -q --quiet --progress --start-time --name-time --from --to --reconnect --rate --fast --skip-loop-filter --block --condition --stabilise --sensitivity --memory --shadows --min-size --max-size --min-blocks --ignore-flashes --merge-gap --min-duration --pre-roll --post-roll --zone --zones --mask --preview --edit -o --output --csv --report --frames --track --thumbnails --clips --join --background --heatmap --overlay --at --pixel --json --root --into' -- "$current")
+            mapfile -t COMPREPLY < <(compgen -W '-h --help --version --config --write-config -j --jobs --resume -q --quiet --progress --start-time --name-time --from --to --reconnect --rate --fast --skip-loop-filter --block --condition --stabilise --sensitivity --memory --shadows --min-size --max-size --min-blocks --ignore-flashes --merge-gap --min-duration --pre-roll --post-roll --zone --zones --mask --preview --edit -o --output --csv --report --frames --track --thumbnails --clips --join --background --heatmap --overlay --at --pixel --json --root --into --lease --prometheus --watch' -- "$current")
         else
             compopt -o filenames
             mapfile -t COMPREPLY < <(compgen -f -- "$current")
-            ((COMP_CWORD > 1)) || mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(compgen -W 'explain gather plan work zones' -- "$current")
+            ((COMP_CWORD > 1)) || mapfile -t -O "${#COMPREPLY[@]}" COMPREPLY < <(compgen -W 'explain farm gather plan work zones' -- "$current")
         fi
         ;;
     esac

@@ -61,7 +61,7 @@ def bash(all_options):
             "        else\n            compopt -o filenames\n"
             "            mapfile -t COMPREPLY < <(compgen -f -- \"$current\")\n"
             "            ((COMP_CWORD > 1)) || mapfile -t -O \"${#COMPREPLY[@]}\" COMPREPLY "
-            "< <(compgen -W 'explain gather plan work zones' -- \"$current\")\n"
+            "< <(compgen -W 'explain farm gather plan work zones' -- \"$current\")\n"
             "        fi\n        ;;\n    esac\n}\ncomplete -F _mdscan mdscan\n")
 
 

@@ -66,7 +66,7 @@ def items(options):
 def archive_options(mdscan):
     """Options that only the verbs for archives have."""
     found = []
-    for verb in ("plan", "work", "gather"):
+    for verb in ("plan", "work", "gather", "farm"):
         found += [option for option in options_of(group_of(help_of(mdscan, verb), "Archives")) if option not in found]
     return found
 

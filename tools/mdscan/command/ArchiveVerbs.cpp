@@ -69,8 +69,7 @@ bool IsOfFarm(const Options& options, const char* folder) {
     }
     const bool isInEnvironment = std::getenv("MDSCAN_AT") != nullptr;  // NOLINT(concurrency-mt-unsafe): one thread
     if (!isNamed && !isAddressed && !isInEnvironment) {
-        throw Video::Failure(Video::Concern::Usage,
-                             std::string("where are the results?  ") + folder + " names a folder, --at a database");
+        throw Video::Failure(Video::Concern::Usage, std::string(folder) + " is required, or --at (see mdscan --help)");
     }
     return !isNamed;
 }

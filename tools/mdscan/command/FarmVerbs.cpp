@@ -115,7 +115,7 @@ int Tend(const Options& options, const std::string& version) {
            : action == "retry"  ? Retry(options)
            : action == "drop"   ? Drop(options)
            : action == "admit"  ? Admit(options)
-                                : throw Misused("a farm can be asked to create, admit, status, retry or drop, not " + action);
+                               : throw Misused("a farm can be asked to create, admit, status, retry or drop, not " + action);
 }
 
 int WorkOnFarm(const Options& options, const std::string& version) {

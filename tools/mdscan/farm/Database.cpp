@@ -69,7 +69,8 @@ Database::Value Database::Value::Bytes(std::string value) {
 DatabaseAddress ReadAddress(const std::string& word, const char* environment) {
     DatabaseAddress address{.text = word.empty() && environment ? environment : word, .password = ""};
     if (address.text.empty()) {
-        throw Video::Failure(Video::Concern::Usage, "which database?  --at postgresql://user@host/name says it, or MDSCAN_AT");
+        throw Video::Failure(Video::Concern::Usage,
+                             "which database?  --at postgresql://user@host/name says it, or MDSCAN_AT");
     }
     char* error = nullptr;
     const std::unique_ptr<PQconninfoOption, void (*)(PQconninfoOption*)> parts(PQconninfoParse(address.text.c_str(), &error),
@@ -118,8 +119,8 @@ void Database::Greet(const std::string& greeting) {
 
 // What the address says wins over what stands before it.
 bool Database::TryConnect() {
-    const char* names[] = {"fallback_application_name", "keepalives_idle",    "keepalives_interval", "keepalives_count",
-                           "tcp_user_timeout",          "dbname",             "client_encoding",     nullptr};
+    const char* names[] = {"fallback_application_name", "keepalives_idle", "keepalives_interval", "keepalives_count",
+                           "tcp_user_timeout",          "dbname",          "client_encoding",     nullptr};
     const char* values[] = {"mdscan", "20", "5", "3", "30000", _address.text.c_str(), "UTF8", nullptr};
     const SteadyClock::time_point begin = SteadyClock::now();
     _connection.reset(PQconnectStartParams(names, values, 1));
@@ -134,6 +135,8 @@ bool Database::TryConnect() {
         status = PQconnectPoll(_connection.get());
     }
     if (_connection && PQstatus(_connection.get()) == CONNECTION_OK) {
+        PQsetNoticeProcessor(
+            _connection.get(), [](void*, const char*) {}, nullptr);  // nothing that a user asked for
         if (!_greeting.empty() &&
             PQresultStatus(Result(PQexec(_connection.get(), _greeting.c_str())).get()) != PGRES_COMMAND_OK) {
             _trouble = Told(PQerrorMessage(_connection.get()));
@@ -156,8 +159,8 @@ bool Database::TryConnect() {
 void Database::Connect() {
     while (!TryConnect()) {
         _lostAt = _lostAt.value_or(SteadyClock::now());
-        const bool isPatient = _patience == Patience::Endless ||
-                               (_stoodOnce && SteadyClock::now() - *_lostAt < shortPatience);
+        const bool isPatient =
+            _patience == Patience::Endless || (_stoodOnce && SteadyClock::now() - *_lostAt < shortPatience);
         if (!isPatient || Video::Interrupted()) {
             throw Video::Failure(Video::Concern::System, "no connection to the database: " + _trouble);
         }

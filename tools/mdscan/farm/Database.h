@@ -51,10 +51,10 @@ public:
     using Rows = std::vector<std::vector<Cell>>;
 
     struct Value {
-        Value(const char* value) : text(value) {}                      // NOLINT(google-explicit-constructor)
-        Value(std::string value) : text(std::move(value)) {}           // NOLINT(google-explicit-constructor)
-        Value(const Cell& value) : text(value) {}                      // NOLINT(google-explicit-constructor)
-        Value(std::size_t value) : text(std::to_string(value)) {}      // NOLINT(google-explicit-constructor)
+        Value(const char* value) : text(value) {}                  // NOLINT(google-explicit-constructor)
+        Value(std::string value) : text(std::move(value)) {}       // NOLINT(google-explicit-constructor)
+        Value(const Cell& value) : text(value) {}                  // NOLINT(google-explicit-constructor)
+        Value(std::size_t value) : text(std::to_string(value)) {}  // NOLINT(google-explicit-constructor)
         static Value Bytes(std::string value);
 
         Cell text;

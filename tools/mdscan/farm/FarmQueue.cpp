@@ -36,7 +36,10 @@ std::string ArrayOf(const Numbers& numbers, NumberOf numberOf) {
 }  // namespace
 
 FarmQueue::FarmQueue(const DatabaseAddress& address, const std::string& name, const std::string& version, int slots)
-    : _database(address, Database::Patience::Endless), _name(name), _version(version), _worker(NameOfThisWorker()),
+    : _database(address, Database::Patience::Endless),
+      _name(name),
+      _version(version),
+      _worker(NameOfThisWorker()),
       _slots(slots) {
     ExpectSchema(_database);
     Join();
@@ -98,8 +101,7 @@ std::optional<PlannedJob> FarmQueue::Take() {
     if (_isDry) {
         return std::nullopt;
     }
-    const Database::Rows rows =
-        AskAsWorker("SELECT * FROM mdscan.take_job($1::bigint, $2::integer[])", {RefusedHere()});
+    const Database::Rows rows = AskAsWorker("SELECT * FROM mdscan.take_job($1::bigint, $2::integer[])", {RefusedHere()});
     if (rows.empty()) {
         _isDry = true;
         _isOver.reset();

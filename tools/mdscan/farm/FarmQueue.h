@@ -53,10 +53,10 @@ private:
     std::string _id;  // of the worker, in the database
     Plan _plan;
     std::chrono::duration<double> _lease{};
-    std::map<std::string, int> _numbers;     // of those taken, by key
-    std::set<int> _refused;                  // here
-    bool _isDry = false;                     // there was none, and no news since
-    std::optional<bool> _isOver;             // absent: to be asked for
+    std::map<std::string, int> _numbers;  // of those taken, by key
+    std::set<int> _refused;               // here
+    bool _isDry = false;                  // there was none, and no news since
+    std::optional<bool> _isOver;          // absent: to be asked for
     SteadyClock::time_point _beat, _counted;
     Counts _counts;
 };

@@ -34,8 +34,8 @@ std::optional<std::string> FarmResults::Read(const std::string& key) {
             keys += "," + _keys[i];
             _ahead[_keys[i]];
         }
-        for (std::vector<Database::Cell>& row : _database.Ask(
-                 "SELECT key, line FROM mdscan.results WHERE key = ANY (string_to_array($1, ','))", {keys})) {
+        for (std::vector<Database::Cell>& row :
+             _database.Ask("SELECT key, line FROM mdscan.results WHERE key = ANY (string_to_array($1, ','))", {keys})) {
             _ahead[*row[0]] = std::move(row[1]);
         }
     }

@@ -25,7 +25,7 @@ public:
 private:
     Database& _database;
     const std::string _name;
-    std::vector<std::string> _keys;            // in the order of the plan
+    std::vector<std::string> _keys;             // in the order of the plan
     std::map<std::string, std::size_t> _place;  // of a key among these
     std::map<std::string, std::optional<std::string>> _ahead;
 };

@@ -1,7 +1,7 @@
 // How do tables make sure that a result is kept once, whoever dies when?
 //
-// Workers have no rights on tables. They call functions, which look who calls: a role can take jobs, give back and keep what it
-// took, and nothing else. All times are those of the server.
+// Workers have no rights on tables. They call functions, which look who calls: a role can take jobs, give back and keep what
+// it took, and nothing else. All times are those of the server.
 #include "farm/FarmSchema.h"
 
 #include "video/base/Failure.h"
@@ -58,7 +58,7 @@ CREATE TABLE mdscan.results (
 CREATE FUNCTION mdscan.wake(its_farm bigint, why text) RETURNS void LANGUAGE sql AS
 $$ SELECT pg_notify('mdscan_' || its_farm, why) $$;
 
--- Whoever said nothing for longer than his lease is dead. After a restart of the server, all get a lease's time to come back.
+-- Whoever said nothing for longer than his lease is dead. After a restart of the server, all get a lease to come back.
 CREATE FUNCTION mdscan.bury(its_farm bigint) RETURNS void LANGUAGE plpgsql AS $$
 DECLARE
     dead record;
@@ -66,7 +66,8 @@ BEGIN
     IF pg_postmaster_start_time() > clock_timestamp() - (SELECT lease FROM mdscan.farms WHERE id = its_farm) THEN
         RETURN;
     END IF;
-    FOR dead IN SELECT id, name FROM mdscan.workers WHERE farm = its_farm AND lease < clock_timestamp() FOR UPDATE SKIP LOCKED
+    FOR dead IN
+        SELECT id FROM mdscan.workers WHERE farm = its_farm AND lease < clock_timestamp() FOR UPDATE SKIP LOCKED
     LOOP
         UPDATE mdscan.jobs SET state = CASE WHEN deaths + 1 < 3 THEN 'open' ELSE 'failed' END, deaths = deaths + 1,
             worker = NULL, reason = 'its worker ended without a word' WHERE worker = dead.id AND state = 'taken';
@@ -159,8 +160,10 @@ DECLARE
     its_farm bigint := mdscan.farm_of(its_worker);
 BEGIN
     PERFORM set_config('synchronous_commit', 'off', true);
-    UPDATE mdscan.workers w SET lease = clock_timestamp() + f.lease FROM mdscan.farms f WHERE w.id = its_worker AND f.id = w.farm;
-    UPDATE mdscan.jobs SET state = 'open', worker = NULL WHERE worker = its_worker AND state = 'taken' AND number <> ALL (held);
+    UPDATE mdscan.workers w SET lease = clock_timestamp() + f.lease FROM mdscan.farms f
+        WHERE w.id = its_worker AND f.id = w.farm;
+    UPDATE mdscan.jobs SET state = 'open', worker = NULL
+        WHERE worker = its_worker AND state = 'taken' AND number <> ALL (held);
     IF FOUND THEN
         PERFORM mdscan.wake(its_farm, 'back');
     END IF;
@@ -262,8 +265,8 @@ END $$;
 CREATE TRIGGER tell_events AFTER INSERT ON mdscan.results FOR EACH ROW EXECUTE FUNCTION mdscan.tell_result();
 
 CREATE VIEW mdscan.events AS
-SELECT f.name AS farm, j.camera, j.file, e.event, e.start, e."end", e.start_time, e.end_time, e.peak, e.zones, e.boxes, e.blocks,
-       e.flash
+SELECT f.name AS farm, j.camera, j.file, e.event, e.start, e."end", e.start_time, e.end_time, e.peak, e.zones, e.boxes,
+       e.blocks, e.flash
 FROM mdscan.event_rows e JOIN mdscan.jobs j USING (key) JOIN mdscan.farms f ON f.id = j.farm;
 
 SELECT mdscan.tell_events(key, line) FROM mdscan.results;
@@ -300,7 +303,8 @@ const std::vector<std::string>& SchemaSteps() {
 }
 
 void Migrate(Database& database, std::size_t step) {
-    if (database.Ask("SELECT pg_encoding_to_char(encoding)::text FROM pg_database WHERE datname = current_database()")[0][0] !=
+    if (database.Ask(
+            "SELECT pg_encoding_to_char(encoding)::text FROM pg_database WHERE datname = current_database()")[0][0] !=
         "UTF8") {
         throw Video::Failure(Video::Concern::Usage, "the database must have the encoding UTF8");
     }
@@ -318,9 +322,10 @@ void ExpectSchema(Database& database) {
     const std::size_t step = StepOf(database);
     RefuseNewer(step);
     if (step < SchemaSteps().size()) {
-        throw Video::Failure(Video::Concern::Usage, step == 0 ? "there is no farm in this database: mdscan farm create makes one"
-                                                              : "the database was set up by an older mdscan: mdscan farm "
-                                                                "create of this one brings it up to date");
+        throw Video::Failure(Video::Concern::Usage, step == 0
+                                                        ? "there is no farm in this database: mdscan farm create makes one"
+                                                        : "the database was set up by an older mdscan: mdscan farm "
+                                                          "create of this one brings it up to date");
     }
 }
 

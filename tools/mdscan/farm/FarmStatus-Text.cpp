@@ -20,10 +20,10 @@ std::string Rounded(double number) {
 
 // "5 s", "12 min", "3.4 h"
 std::string Duration(double seconds) {
-    return seconds < 120     ? std::to_string(std::lround(seconds)) + " s"
-           : seconds < 7200  ? std::to_string(std::lround(seconds / 60)) + " min"
-           : seconds < 48*3600 ? Rounded(seconds / 3600) + " h"
-                             : Rounded(seconds / 86400) + " days";
+    return seconds < 120         ? std::to_string(std::lround(seconds)) + " s"
+           : seconds < 7200      ? std::to_string(std::lround(seconds / 60)) + " min"
+           : seconds < 48 * 3600 ? Rounded(seconds / 3600) + " h"
+                                 : Rounded(seconds / 86400) + " days";
 }
 
 double ThreeDecimals(double number) { return std::round(number * 1000) / 1000; }
@@ -67,18 +67,20 @@ std::string StatusText(const FarmStatus& status) {
 
 std::string StatusJson(const FarmStatus& status) {
     using Json = nlohmann::ordered_json;
-    Json json = {{"type", "farm"},          {"farm", status.farm}, {"jobs", status.jobs},     {"done", status.done},
-                 {"under_way", status.taken}, {"open", status.open}, {"failed", status.failed},
+    Json json = {{"type", "farm"},
+                 {"farm", status.farm},
+                 {"jobs", status.jobs},
+                 {"done", status.done},
+                 {"under_way", status.taken},
+                 {"open", status.open},
+                 {"failed", status.failed},
                  {"jobs_per_minute", ThreeDecimals(status.perMinute)}};
     json["seconds_left"] = status.secondsLeft ? Json(ThreeDecimals(*status.secondsLeft)) : Json();
     json["workers"] = Json::array();
     for (const FarmStatus::Worker& worker : status.workers) {
-        Json one = {{"name", worker.name},
-                    {"role", worker.role},
-                    {"slots", worker.slots},
-                    {"seconds", ThreeDecimals(worker.seconds)},
-                    {"silent", worker.isSilent},
-                    {"jobs", Json::array()}};
+        Json one = {{"name", worker.name},       {"role", worker.role},
+                    {"slots", worker.slots},     {"seconds", ThreeDecimals(worker.seconds)},
+                    {"silent", worker.isSilent}, {"jobs", Json::array()}};
         for (const FarmStatus::Job& job : worker.jobs) {
             one["jobs"].push_back({{"file", job.file}, {"seconds", ThreeDecimals(job.seconds)}});
         }
@@ -112,8 +114,7 @@ std::string StatusMetrics(const FarmStatus& status) {
                   one("mdscan_jobs_per_minute", std::to_string(status.perMinute))) +
            Metric("mdscan_seconds_left", "Seconds until all is done at this rate; NaN: not known.",
                   one("mdscan_seconds_left", status.secondsLeft ? std::to_string(*status.secondsLeft) : "NaN")) +
-           Metric("mdscan_workers", "Workers that are there.",
-                  one("mdscan_workers", std::to_string(status.workers.size())));
+           Metric("mdscan_workers", "Workers that are there.", one("mdscan_workers", std::to_string(status.workers.size())));
 }
 
 }  // namespace Scan

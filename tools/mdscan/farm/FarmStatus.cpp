@@ -12,9 +12,8 @@ constexpr const char* counts = R"sql(
 SELECT count(*) FILTER (WHERE state <> 'none')::text, count(*) FILTER (WHERE state = 'done')::text,
        count(*) FILTER (WHERE state = 'open')::text, count(*) FILTER (WHERE state = 'taken')::text,
        count(*) FILTER (WHERE state = 'failed')::text,
-       coalesce(60 * count(*) FILTER (WHERE done > clock_timestamp() - interval '10 minutes') /
-           nullif(extract(epoch FROM clock_timestamp() - greatest(min(taken), clock_timestamp() - interval '10 minutes')), 0),
-           0)::text
+       coalesce(60 * count(*) FILTER (WHERE done > now() - interval '10 minutes') /
+           nullif(extract(epoch FROM now() - greatest(min(taken), now() - interval '10 minutes')), 0), 0)::text
 FROM mdscan.jobs WHERE farm = $1::bigint)sql";
 
 constexpr const char* workers = R"sql(

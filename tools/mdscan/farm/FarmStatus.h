@@ -18,8 +18,8 @@ struct FarmStatus {
     struct Worker {
         std::string name, role;
         int slots;
-        double seconds;      // since it came
-        bool isSilent;       // beyond its lease
+        double seconds;  // since it came
+        bool isSilent;   // beyond its lease
         std::vector<Job> jobs;
     };
     struct Trouble {
@@ -30,8 +30,8 @@ struct FarmStatus {
 
     std::string farm;
     std::int64_t jobs = 0, done = 0, open = 0, taken = 0, failed = 0;
-    double perMinute = 0;                  // jobs, in the last ten minutes
-    std::optional<double> secondsLeft;     // absent: not known
+    double perMinute = 0;               // jobs, in the last ten minutes
+    std::optional<double> secondsLeft;  // absent: not known
     std::vector<Worker> workers;
     std::vector<Trouble> troubles;  // most frequent first
 

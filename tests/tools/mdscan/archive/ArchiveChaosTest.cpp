@@ -7,17 +7,12 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <memory>
-#include <optional>
 #include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <fcntl.h>
@@ -25,13 +20,9 @@
 #include <unistd.h>
 
 #include "FolderFixture.h"
+#include "StubJobs.h"
 #include "archive/FolderStore.h"
 #include "archive/Gathering.h"
-#include "archive/Plan.h"
-#include "results/JobResult.h"
-#include "results/JsonLines.h"
-#include "results/PackedResult.h"
-#include "results/Records.h"
 #include "video/base/Interruption.h"
 
 namespace Scan {
@@ -44,47 +35,8 @@ int Setting(const char* name, int usual) {
     return text ? std::atoi(text) : usual;
 }
 
-void Pause(int milliseconds) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }
-
-// A byte in `log` for every job that was begun.
-class StubLauncher : public JobLauncher {
-public:
-    StubLauncher(int milliseconds, const std::string& log) : _milliseconds(milliseconds), _log(log) {}
-
-    std::optional<std::string> Refusal(const PlannedJob&) override { return std::nullopt; }
-
-    std::unique_ptr<Worker> Launch(const PlannedJob& job, const std::vector<int>&) override {
-        return std::make_unique<Worker>([=, this](int pipe) {
-            std::ofstream(_log, std::ios::app) << '.';
-            Pause(_milliseconds);
-            const int seed = std::stoi(job.key.substr(0, 6), nullptr, 16);
-            std::string said;
-            for (int event = 1; event <= seed % 4; ++event) {
-                said += "L" + LineOf(EventRecord{.file = "elsewhere/" + job.file, .number = event, .frames = seed}) + "\n";
-            }
-            said += "E" + Packed(JobResult{.tally = {.pictures = seed, .events = seed % 4}}) + "\n";
-            [[maybe_unused]] const ssize_t written = write(pipe, said.data(), said.size());
-            _exit(0);  // a look for leaks would take longer than the job
-        });
-    }
-
-private:
-    const int _milliseconds;
-    const std::string _log;
-};
-
 class ArchiveChaosTest : public Kit::FolderFixture {
 protected:
-    Plan PlanOf(int jobs) const {
-        Plan plan{.version = "1"};
-        for (int i = 0; i < jobs; ++i) {
-            PlannedJob job{.file = "file" + std::to_string(i), .path = "/nowhere/" + std::to_string(i)};
-            job.key = ResultKey(plan, job);
-            plan.jobs.push_back(job);
-        }
-        return plan;
-    }
-
     // Returns the exit code.
     int Do(const Plan& plan, const std::string& folder, int milliseconds) const {
         FolderStore store(In(folder));
@@ -119,7 +71,7 @@ TEST_F(ArchiveChaosTest, NothingIsLostAndNothingTwice) {
     const int kills = Setting("COREMD_CHAOS_KILLS", 6), jobs = Setting("COREMD_CHAOS_JOBS", 40),
               milliseconds = Setting("COREMD_CHAOS_MS", 15), every = Setting("COREMD_CHAOS_EVERY_MS", 60);
     const auto workerCount = static_cast<std::size_t>(Setting("COREMD_CHAOS_WORKERS", 4));
-    const Plan plan = PlanOf(jobs);
+    const Plan plan = PlanOfStubs(jobs);
     fs::create_directory(In("calm"));
     ASSERT_EQ(Do(plan, "calm", 0), Video::exitComplete);
     const std::string expected = Gathered(plan, "calm");
