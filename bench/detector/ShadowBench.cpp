@@ -1,4 +1,5 @@
 // What does the whole shadow stage of a frame cost?  On a learned detector; half of the foreground is shadow.
+#include "Measure.h"
 #include "ScenePlayer.h"
 #include "detector/MotionDetector.h"
 

@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <span>
 
+#include "Measure.h"
+
 namespace Bench {
 namespace {
 

@@ -1,5 +1,5 @@
 // What does the camera see while a pass is measured?  Short cycles of frames, rendered before any clock runs.
-// Used by the whole passes, the shadow stage and the peers. From a seed: the same frames in every build.
+// Used by the whole passes, the shadow stage, the peers, and where instructions are counted. From a seed: the same frames in every build.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "Measure.h"
+#include "GridSize.h"
 #include "SeededRandom.h"
 
 namespace Bench {

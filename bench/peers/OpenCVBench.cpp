@@ -10,6 +10,7 @@
 #include <opencv2/imgproc.hpp>
 #include <opencv2/video/background_segm.hpp>
 
+#include "Measure.h"
 #include "Scenes.h"
 
 namespace Bench {

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "Measure.h"
 #include "ScenePlayer.h"
 
 namespace Bench {

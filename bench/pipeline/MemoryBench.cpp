@@ -11,6 +11,7 @@
 #include <malloc.h>
 #include <memory>
 
+#include "Measure.h"
 #include "ScenePlayer.h"
 
 namespace Bench {

@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "Measure.h"
 #include "ScenePlayer.h"
 
 namespace Bench {
