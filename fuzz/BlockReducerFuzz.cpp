@@ -22,17 +22,20 @@ using Host::PixelFormat;
 struct Layout {
     bool halvedColumns, halvedRows, interleaved;
     std::size_t planes;
+    int bytes, shift;  // of a sample
 };
 
 Layout LayoutOf(PixelFormat format) {
     switch (format) {
-        case PixelFormat::Yuv420: return {true, true, false, 3};
-        case PixelFormat::Yuv422: return {true, false, false, 3};
-        case PixelFormat::Nv12: return {true, true, true, 2};
-        case PixelFormat::Grey: return {false, false, false, 1};
+        case PixelFormat::Yuv420: return {true, true, false, 3, 1, 0};
+        case PixelFormat::Yuv422: return {true, false, false, 3, 1, 0};
+        case PixelFormat::Nv12: return {true, true, true, 2, 1, 0};
+        case PixelFormat::Grey: return {false, false, false, 1, 1, 0};
+        case PixelFormat::P010: return {true, true, true, 2, 2, 6};
+        case PixelFormat::Yuv420P10: return {true, true, false, 3, 2, 0};
         case PixelFormat::Yuv444: break;
     }
-    return {false, false, false, 3};
+    return {false, false, false, 3, 1, 0};
 }
 
 int Extent(int size, bool halved) { return halved ? (size + 1) / 2 : size; }
@@ -53,7 +56,7 @@ public:
     Picture(ByteSource& bytes, const Host::PictureFormat& format) : _format(format), _layout(LayoutOf(format.format)) {
         for (std::size_t i = 0; i < _layout.planes; ++i) {
             const int chromaBytes = Extent(format.width, _layout.halvedColumns) * (_layout.interleaved ? 2 : 1);
-            const int columns = i == 0 ? format.width : chromaBytes;
+            const int columns = (i == 0 ? format.width : chromaBytes) * _layout.bytes;
             const int rows = i == 0 ? format.height : Extent(format.height, _layout.halvedRows);
             const std::uint8_t shape = bytes.Byte();
             _planes[i].emplace(static_cast<std::size_t>(columns), static_cast<std::size_t>(rows), shape % 64u, shape >= 128);
@@ -83,14 +86,19 @@ public:
         int sum = 0, count = 0;
         for (int row = rows.first; row < rows.end; ++row)
             for (int column = columns.first; column < columns.end; ++column, ++count) sum += Sample(component, column, row);
+        if (_layout.bytes == 2) return std::min((sum + 2 * count) / (4 * count), 255);
         return (sum + count / 2) / count;
     }
 
 private:
     int Sample(std::size_t component, int column, int row) const {
-        if (_layout.interleaved && component > 0)
-            return _planes[1]->At(2 * static_cast<std::size_t>(column) + component - 1, static_cast<std::size_t>(row));
-        return _planes[component]->At(static_cast<std::size_t>(column), static_cast<std::size_t>(row));
+        const bool isAlternating = _layout.interleaved && component > 0;
+        const std::size_t plane = isAlternating ? 1 : component;
+        const std::size_t x =
+            static_cast<std::size_t>(column) * (isAlternating ? 2 : 1) + (isAlternating ? component - 1 : 0);
+        const auto y = static_cast<std::size_t>(row);
+        if (_layout.bytes == 1) return _planes[plane]->At(x, y);
+        return ((_planes[plane]->At(2 * x, y) + 256 * _planes[plane]->At(2 * x + 1, y)) >> _layout.shift) % 1024;
     }
 
     Host::PictureFormat _format;
@@ -127,8 +135,9 @@ void ClaimReduced(const Host::BlockReducer& reducer, const Picture& picture, Hos
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static constexpr PixelFormat formats[] = {PixelFormat::Yuv420, PixelFormat::Yuv422, PixelFormat::Yuv444,
-                                              PixelFormat::Nv12, PixelFormat::Grey};
+    static constexpr PixelFormat formats[] = {PixelFormat::Yuv420,   PixelFormat::Yuv422, PixelFormat::Yuv444,
+                                              PixelFormat::Nv12,     PixelFormat::Grey,   PixelFormat::P010,
+                                              PixelFormat::Yuv420P10};
     ByteSource bytes(data, size);
     Host::PictureFormat format;
     format.format = bytes.Pick(formats);

@@ -25,30 +25,23 @@ const PictureFormat& Checked(const PictureFormat& format) {
 
 }  // namespace
 
-BlockReducer::PlaneLayout BlockReducer::LayoutOf(bool halvedColumns, bool halvedRows, bool interleaved) const {
+BlockReducer::PlaneLayout BlockReducer::LayoutOf(bool isChroma) const {
+    const SampleLayout samples = SampleLayoutOf(_format.format);
+    const bool halvedColumns = isChroma && samples.columnsPerChroma == 2;
+    const bool interleaved = isChroma && samples.isAlternating, isDeep = samples.bytes == 2;
     const bool sharesColumns = halvedColumns && _blockSize % 2 != 0;
     const std::size_t columnsPerBlock = halvedColumns ? _blockSize / 2 : _blockSize;
     const std::size_t columns = halvedColumns ? (_width + 1) / 2 : _width;
-    const bool inPairs = !interleaved && !sharesColumns && columnsPerBlock % 2 == 0;
+    const bool inPairs = !isDeep && !interleaved && !sharesColumns && columnsPerBlock % 2 == 0;
     const std::size_t columnsPerPart = inPairs ? 2 : 1;
     return {.halvedColumns = halvedColumns,
-            .halvedRows = halvedRows,
+            .halvedRows = isChroma && samples.rowsPerChroma == 2,
             .interleaved = interleaved,
+            .isDeep = isDeep,
             .columns = columns,
             .columnsPerBlock = sharesColumns ? 0 : columnsPerBlock,
             .columnsPerPart = columnsPerPart,
             .parts = sharesColumns ? columns : static_cast<std::size_t>(_columns) * columnsPerBlock / columnsPerPart};
-}
-
-BlockReducer::PlaneLayout BlockReducer::LayoutOfChroma() const {
-    switch (_format.format) {
-        case PixelFormat::Yuv420: return LayoutOf(true, true, false);
-        case PixelFormat::Yuv422: return LayoutOf(true, false, false);
-        case PixelFormat::Nv12: return LayoutOf(true, true, true);
-        case PixelFormat::Yuv444:
-        case PixelFormat::Grey: break;
-    }
-    return LayoutOf(false, false, false);
 }
 
 BlockReducer::BlockReducer(const PictureFormat& format)
@@ -59,13 +52,14 @@ BlockReducer::BlockReducer(const PictureFormat& format)
       _columns(BlocksAcross(format.width, format.blockSize)),
       _rows(BlocksAcross(format.height, format.blockSize)),
       _blockCount(static_cast<std::size_t>(_columns) * static_cast<std::size_t>(_rows)),
-      _luma(LayoutOf(false, false, false)),
-      _chroma(LayoutOfChroma()),
+      _luma(LayoutOf(false)),
+      _chroma(LayoutOf(true)),
       _ycbcr(3 * _blockCount),
       _bgr(3 * _blockCount) {
     const std::size_t parts = std::max(_luma.parts, _chroma.parts);
     _part.resize(parts);
     if (_chroma.interleaved) _secondPart.resize(parts);
+    if (_chroma.interleaved && _chroma.isDeep) _alternating.resize(2 * parts);
     _sum.resize(parts);
     _nextSum.resize(parts);
 }
@@ -114,7 +108,8 @@ BlockReducer::RowSamples BlockReducer::SamplesOfRow(std::size_t sampleRows, cons
         return static_cast<std::uint32_t>(Length(columns) * sampleRows);
     };
     const std::uint32_t block = samplesOf(0), lastBlock = samplesOf(_columns - 1);
-    return {Kernels::SampleCount(block), Kernels::SampleCount(lastBlock), block == lastBlock};
+    return {Kernels::SampleCount(block), Kernels::SampleCount(lastBlock), Kernels::DeepSampleCount(block),
+            Kernels::DeepSampleCount(lastBlock), block == lastBlock};
 }
 
 void BlockReducer::SumRows(Kernels::RowStack rows, const PlaneLayout& layout) {
@@ -124,8 +119,10 @@ void BlockReducer::SumRows(Kernels::RowStack rows, const PlaneLayout& layout) {
         std::fill(part.data() + parts + rest, part.data() + layout.parts, std::uint16_t{0});
     };
     clearBehind(_part);
-    if (layout.interleaved) {
-        clearBehind(_secondPart);
+    if (layout.interleaved) clearBehind(_secondPart);
+    if (layout.isDeep) {
+        SumDeepRows(rows, layout);
+    } else if (layout.interleaved) {
         Kernels::SumAlternatingColumns(rows, _part.data(), _secondPart.data(), parts);
     } else if (layout.columnsPerPart == 1) {
         Kernels::SumColumns(rows, _part.data(), parts);
@@ -134,6 +131,16 @@ void BlockReducer::SumRows(Kernels::RowStack rows, const PlaneLayout& layout) {
         rows.top += 2 * parts;
         if (rest != 0) Kernels::SumColumns(rows, _part.data() + parts, rest);
     }
+}
+
+void BlockReducer::SumDeepRows(Kernels::RowStack rows, const PlaneLayout& layout) {
+    const int shift = TenBitShift(_format.format);
+    if (!layout.interleaved) {
+        Kernels::SumDeepColumns(rows, shift, _part.data(), layout.columns);
+        return;
+    }
+    Kernels::SumDeepColumns(rows, shift, _alternating.data(), 2 * layout.columns);
+    Kernels::PartAlternatingSums(_alternating.data(), _part.data(), _secondPart.data(), layout.columns);
 }
 
 const std::uint32_t* BlockReducer::SumBlocks(const std::uint16_t* part, const PlaneLayout& layout) {
@@ -154,7 +161,8 @@ const std::uint32_t* BlockReducer::SumBlocks(const std::uint16_t* part, const Pl
         return sum;
     }
     // Even groups shrink in passes that vectorise; what is odd in the group size is left to the end.
-    if (groupSize % 4 == 0) {
+    const bool fitsQuads = !layout.isDeep || _blockSize <= Kernels::mostDeepRowsOfQuads;
+    if (groupSize % 4 == 0 && fitsQuads) {
         groupSize /= 4;
         Kernels::SumQuads(part, sum, columns * groupSize);
     } else {
@@ -171,9 +179,13 @@ const std::uint32_t* BlockReducer::SumBlocks(const std::uint16_t* part, const Pl
 }
 
 void BlockReducer::StoreMeans(const std::uint32_t* sum, const RowSamples& samples, std::uint8_t* mean) const {
-    const std::size_t last = static_cast<std::size_t>(_columns) - 1;
-    Kernels::DivideSums(sum, samples.block, mean, samples.areEqual ? last + 1 : last);
-    if (!samples.areEqual) Kernels::DivideSums(sum + last, samples.lastBlock, mean + last, 1);
+    const std::size_t last = static_cast<std::size_t>(_columns) - 1, whole = samples.areEqual ? last + 1 : last;
+    const auto divide = [&](auto block, auto lastBlock) {
+        Kernels::DivideSums(sum, block, mean, whole);
+        Kernels::DivideSums(sum + whole, lastBlock, mean + whole, last + 1 - whole);
+    };
+    if (_luma.isDeep) divide(samples.deepBlock, samples.deepLastBlock);
+    else divide(samples.block, samples.lastBlock);
 }
 
 }  // namespace Host

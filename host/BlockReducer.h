@@ -18,14 +18,44 @@
 
 namespace Host {
 
-// Layout of an 8-bit picture.  Halved planes of odd pictures are rounded up: 5 columns of luma have 3 of chroma.
+// Layout of a picture.  Halved planes of odd pictures are rounded up: 5 columns of luma have 3 of chroma.  A sample is one
+// byte, or, with ten bits, two of them, the lower one first on every machine.
 enum class PixelFormat {
     Yuv420,  // three planes, chroma halved in both directions
     Yuv422,  // three planes, chroma halved horizontally
     Yuv444,  // three planes of the same size
     Nv12,    // two planes: luma; Cb and Cr in turn, halved in both directions
-    Grey     // one plane; chroma is 128 everywhere
+    Grey,    // one plane; chroma is 128 everywhere
+    P010,    // Nv12 of ten bits, the upper ones of two bytes, as hardware decodes; what the six lower ones hold is left out
+    Yuv420P10,  // Yuv420 of ten bits, the lower ones of two bytes; what the six upper ones hold is left out
 };
+
+// What of a format matters to addresses.
+struct SampleLayout {
+    int planes = 3;
+    int columnsPerChroma = 1;    // columns of luma for one of chroma
+    int rowsPerChroma = 1;       // likewise rows
+    int bytes = 1;               // of a sample
+    bool isAlternating = false;  // Cb and Cr in turn, in one plane
+
+    constexpr int ChromaBytes() const { return isAlternating ? 2 * bytes : bytes; }  // of one column of chroma
+};
+constexpr SampleLayout SampleLayoutOf(PixelFormat format) {
+    switch (format) {
+        case PixelFormat::Yuv420: return {.columnsPerChroma = 2, .rowsPerChroma = 2};
+        case PixelFormat::Yuv422: return {.columnsPerChroma = 2};
+        case PixelFormat::Nv12: return {.planes = 2, .columnsPerChroma = 2, .rowsPerChroma = 2, .isAlternating = true};
+        case PixelFormat::Grey: return {.planes = 1};
+        case PixelFormat::P010:
+            return {.planes = 2, .columnsPerChroma = 2, .rowsPerChroma = 2, .bytes = 2, .isAlternating = true};
+        case PixelFormat::Yuv420P10: return {.columnsPerChroma = 2, .rowsPerChroma = 2, .bytes = 2};
+        case PixelFormat::Yuv444: break;
+    }
+    return {};
+}
+
+// How far up in its two bytes a sample of ten bits lies.
+constexpr int TenBitShift(PixelFormat format) { return format == PixelFormat::P010 ? 6 : 0; }
 
 // What black and white are.  Matters to the BGR picture only: the means are the decoder's own values.
 enum class ColourRange {
@@ -64,9 +94,10 @@ constexpr int ChooseBlockSize(int pictureWidth, int pictureHeight, int mostColum
 }
 
 // Reduces pictures of one format.  Blocks at the right and bottom edge cover the pixels that exist; every mean is exact,
-// (sum + count / 2) / count in integers.  The mean of a halved chroma plane covers the chroma columns
-// [floor(x0 / 2), ceil(x1 / 2)) of a block with the luma columns [x0, x1), rows likewise: never empty; blocks of odd size
-// share a chroma sample with their neighbour.
+// (sum + count / 2) / count in integers.  Of samples with ten bits it is (sum + 2 * count) / (4 * count), 255 at most:
+// rounded once, a tie upwards, and the same as of bytes where every sample is a multiple of 4.  The mean of a halved chroma
+// plane covers the chroma columns [floor(x0 / 2), ceil(x1 / 2)) of a block with the luma columns [x0, x1), rows likewise:
+// never empty; blocks of odd size share a chroma sample with their neighbour.
 //
 // Memory is taken by the constructor only, and all addresses stay for the reducer's life.  One thread at a time.
 class BlockReducer {
@@ -104,18 +135,20 @@ private:
         bool halvedColumns;
         bool halvedRows;
         bool interleaved;             // samples of two components in turn
+        bool isDeep;                  // ten bits a sample
         std::size_t columns;          // samples per row, of each component
         std::size_t columnsPerBlock;  // of a whole block; 0 where blocks share columns
         std::size_t columnsPerPart;   // 2 where columns are summed in pairs, else 1
         std::size_t parts;            // of one row of whole blocks; the columns that exist where blocks share them
     };
-    PlaneLayout LayoutOf(bool halvedColumns, bool halvedRows, bool interleaved) const;
-    PlaneLayout LayoutOfChroma() const;
+    PlaneLayout LayoutOf(bool isChroma) const;
 
     // How many samples the blocks of one row have: the last one may be cut off.
     struct RowSamples {
         Kernels::SampleCount block;
         Kernels::SampleCount lastBlock;
+        Kernels::DeepSampleCount deepBlock;
+        Kernels::DeepSampleCount deepLastBlock;
         bool areEqual;
     };
     RowSamples SamplesOfRow(std::size_t sampleRows, const PlaneLayout& layout) const;
@@ -126,6 +159,7 @@ private:
 
     // One block row: rows of samples -> sums of parts -> sums of blocks -> means.
     void SumRows(Kernels::RowStack rows, const PlaneLayout& layout);
+    void SumDeepRows(Kernels::RowStack rows, const PlaneLayout& layout);
     const std::uint32_t* SumBlocks(const std::uint16_t* part, const PlaneLayout& layout);
     void StoreMeans(const std::uint32_t* sum, const RowSamples& samples, std::uint8_t* mean) const;
 
@@ -142,10 +176,11 @@ private:
     std::vector<std::uint8_t> _bgr;    // 3 * [block]
 
     // Scratch of one block row: as many elements as whole blocks have.
-    std::vector<std::uint16_t> _part;        // sums over rows, of one column or two
-    std::vector<std::uint16_t> _secondPart;  // of the second component, interleaved formats only
-    std::vector<std::uint32_t> _sum;         // sums of 2, 4, 8, ... parts, at last of whole blocks
-    std::vector<std::uint32_t> _nextSum;     // takes turns with _sum
+    std::vector<std::uint16_t> _part;         // sums over rows, of one column or two
+    std::vector<std::uint16_t> _secondPart;   // of the second component, interleaved formats only
+    std::vector<std::uint16_t> _alternating;  // of both in turn, interleaved formats of ten bits only
+    std::vector<std::uint32_t> _sum;          // sums of 2, 4, 8, ... parts, at last of whole blocks
+    std::vector<std::uint32_t> _nextSum;      // takes turns with _sum
 };
 
 }  // namespace Host

@@ -76,13 +76,16 @@ COREMD_HOST_API int32_t coreMD_HostVersion(void);
 
 /* ---- Pictures and grids ---------------------------------------------------------------------------------------------- */
 
-/* Layout of an 8-bit picture. Halved planes of odd pictures are rounded up: 5 columns of luma have 3 of chroma. */
+/* Layout of a picture. Halved planes of odd pictures are rounded up: 5 columns of luma have 3 of chroma. A sample is a
+ * byte, or, with ten bits, two bytes, the lower ones first on every machine. */
 enum {
-    COREMD_YUV420 = 0, /* three planes, chroma halved in both directions */
-    COREMD_YUV422 = 1, /* three planes, chroma halved horizontally */
-    COREMD_YUV444 = 2, /* three planes of the same size */
-    COREMD_NV12 = 3,   /* two planes: luma; Cb and Cr in turn, halved in both directions */
-    COREMD_GREY = 4    /* one plane; chroma is 128 everywhere */
+    COREMD_YUV420 = 0,   /* three planes, chroma halved in both directions */
+    COREMD_YUV422 = 1,   /* three planes, chroma halved horizontally */
+    COREMD_YUV444 = 2,   /* three planes of the same size */
+    COREMD_NV12 = 3,     /* two planes: luma; Cb and Cr in turn, halved in both directions */
+    COREMD_GREY = 4,     /* one plane; chroma is 128 everywhere */
+    COREMD_P010 = 5,     /* NV12 of ten bits, the upper ones of two bytes, as hardware decodes; the lower six are left out */
+    COREMD_YUV420P10 = 6 /* YUV420 of ten bits, the lower ones of two bytes; the upper six are left out */
 };
 
 /* What black and white are. Means are the decoder's own values either way. */
@@ -95,7 +98,7 @@ enum {
 typedef struct coreMD_PictureFormat {
     int32_t width;      /* pixels of the decoded picture, at least 1 */
     int32_t height;     /* likewise */
-    int32_t layout;     /* COREMD_YUV420 ... COREMD_GREY */
+    int32_t layout;     /* COREMD_YUV420 ... COREMD_YUV420P10 */
     int32_t blockSize;  /* pixels along one side of a block, 1..64; at most 9999 blocks either way may come out */
     int32_t range;      /* COREMD_LIMITED_RANGE or COREMD_FULL_RANGE */
     int32_t cropLeft;   /* the part that counts; multiples of 2 where chroma is halved */
@@ -150,8 +153,9 @@ COREMD_HOST_API void coreMD_DestroyReducer(coreMD_Reducer** reducer);
 COREMD_HOST_API int32_t coreMD_ReducerGrid(const coreMD_Reducer* reducer, coreMD_Grid* grid);
 
 /* Fills planes of the host with the means of a picture: (sum + count / 2) / count in integers, over every pixel that
- * exists. Reads exactly the samples of the part that counts. Blocks that a picture which was moved back does not reach
- * keep what they were in the picture before.
+ * exists; of ten bits (sum + 2 * count) / (4 * count), 255 at most, which is the mean of the same picture in bytes, rounded
+ * once. Reads exactly the samples of the part that counts. Blocks that a picture which was moved back does not reach keep
+ * what they were in the picture before.
  * ycbcr: planes; size: bytes there, at least 3 * columns * rows.
  * shift: gets what was taken back; may be null. */
 COREMD_HOST_API int32_t coreMD_Reduce(coreMD_Reducer* reducer, const coreMD_Picture* picture, uint8_t* ycbcr, int64_t size,

@@ -28,8 +28,8 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 trap 'exit 1' HUP INT TERM
 
-# Scene, loops, blocks, frames, what it is counted by, and how many may not be exceeded, the C library left out: a little above
-# what they are. 50 frames are two seconds: in that time, every block renews its sample twice.
+# Scene, loops, blocks, frames, what it is counted by, and how many may not be exceeded, the C library left out: a little
+# above what they are. 50 frames are two seconds: in that time, every block renews its sample twice.
 counted="still avx2 240x135 50 block 22.0
 noise avx2 240x135 50 block 31.5
 still plain 240x135 50 block 47.5

@@ -1,8 +1,9 @@
 // What does it cost to reduce a decoded picture to blocks?  1920x1080, 4:2:0, blocks of 8: one frame again and again, in
 // cache, and a decoder's pool of frames, out of cache. By the class, by the function for hosts in C, and by the loop that a
 // host in C would write. Beside them what merely reading the samples costs, and, where FFmpeg is, libswscale's area scaling,
-// which is not exact. Names: host/<reducer>/<cache|pool>; ns_block is per block
-// of the 240x135 that come out.
+// which is not exact. Names: host/<reducer>/<cache|pool>; ns_block is per block of the 240x135 that come out.
+//
+// The same of other formats, 1920x1080 and 3840x2160 in blocks of 16: host/<reading|BlockReducer>/<format>/<width>.
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -114,6 +115,36 @@ void MeasureSimpleLoop(benchmark::State& state, bool isPool) {
     });
 }
 
+struct Format {
+    const char* name;
+    Host::PixelFormat format;
+};
+constexpr Format otherFormats[] = {{"yuv420", Host::PixelFormat::Yuv420},
+                                   {"nv12", Host::PixelFormat::Nv12},
+                                   {"p010", Host::PixelFormat::P010},
+                                   {"yuv420p10", Host::PixelFormat::Yuv420P10}};
+
+// A picture of so many pixels across, 16 to 9, again and again; read or reduced.
+void MeasureFormat(benchmark::State& state, Format format, int across, bool isReduced) {
+    const int down = across * 9 / 16;
+    const Host::SampleLayout layout = Host::SampleLayoutOf(format.format);
+    const int lumaRow = across * layout.bytes, chromaRow = across / 2 * layout.ChromaBytes();
+    std::vector<Bytes> planes(1, RandomBytes(static_cast<std::size_t>(lumaRow) * static_cast<std::size_t>(down), 1, 0, 255));
+    const auto chromaBytes = static_cast<std::size_t>(chromaRow) * static_cast<std::size_t>(down) / 2;
+    while (static_cast<int>(planes.size()) < layout.planes)
+        planes.push_back(RandomBytes(chromaBytes, planes.size(), 0, 255));
+    Host::PictureView view{.plane = {}, .stride = {lumaRow, chromaRow, chromaRow}};
+    for (std::size_t i = 0; i < planes.size(); ++i) view.plane[i] = planes[i].data();
+    Host::BlockReducer reducer(
+        {.width = across, .height = down, .format = format.format, .blockSize = Host::ChooseBlockSize(across, down)});
+    MeasureCalls(state, usualGrid.Blocks(), timedFrames / 2, [&] {
+        if (isReduced) reducer.Reduce(view);
+        else
+            for (const Bytes& plane : planes) benchmark::DoNotOptimize(SumOfWords(plane));
+        benchmark::ClobberMemory();
+    });
+}
+
 #ifdef BENCH_HAS_SWSCALE
 void MeasureAreaScaling(benchmark::State& state, bool isPool) {
     SwsContext* const context = sws_getContext(width, height, AV_PIX_FMT_YUV420P, usualGrid.columns, usualGrid.rows,
@@ -144,6 +175,12 @@ void MeasureAreaScaling(benchmark::State& state, bool isPool) {
         Register("host/swscale/" + memory, 5, [=](benchmark::State& state) { MeasureAreaScaling(state, isPool); });
 #endif
     }
+    for (const Format format : otherFormats)
+        for (const int across : {width, 2 * width})
+            for (const bool isReduced : {false, true})
+                Register(std::string("host/") + (isReduced ? "BlockReducer/" : "reading/") + format.name + "/" +
+                             std::to_string(across),
+                         5, [=](benchmark::State& state) { MeasureFormat(state, format, across, isReduced); });
     return true;
 }();
 

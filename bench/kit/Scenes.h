@@ -1,5 +1,6 @@
 // What does the camera see while a pass is measured?  Short cycles of frames, rendered before any clock runs.
-// Used by the whole passes, the shadow stage, the peers, and where instructions are counted. From a seed: the same frames in every build.
+// Used by the whole passes, the shadow stage, the peers, and where instructions are counted. From a seed: the same frames in
+// every build.
 #pragma once
 
 #include <cstddef>

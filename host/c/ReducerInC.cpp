@@ -23,26 +23,18 @@ constexpr std::int32_t largestBlock = Kernels::largestBlockSize;         // pixe
 constexpr std::int32_t largestPicture = largestGridSize * largestBlock;  // pixels
 constexpr std::int64_t mostBlocks = BlocksOf(largestGridSize, largestGridSize);
 
-// What of a layout matters to addresses.
-struct Layout {
-    PixelFormat format;
-    int planes;
-    int columnStep;   // columns of luma for one of chroma
-    int rowStep;      // likewise rows
-    int chromaBytes;  // of one column of chroma
-};
-constexpr std::array<Layout, 5> layouts = {{{PixelFormat::Yuv420, 3, 2, 2, 1},
-                                            {PixelFormat::Yuv422, 3, 2, 1, 1},
-                                            {PixelFormat::Yuv444, 3, 1, 1, 1},
-                                            {PixelFormat::Nv12, 2, 2, 2, 2},
-                                            {PixelFormat::Grey, 1, 1, 1, 1}}};
+constexpr std::array formats = {PixelFormat::Yuv420, PixelFormat::Yuv422, PixelFormat::Yuv444,   PixelFormat::Nv12,
+                                PixelFormat::Grey,   PixelFormat::P010,   PixelFormat::Yuv420P10};
+static_assert(formats[COREMD_GREY] == PixelFormat::Grey && formats.size() == COREMD_YUV420P10 + 1);
+
+PixelFormat FormatOf(std::int32_t layout) { return formats[static_cast<std::size_t>(layout)]; }
 
 bool IsWithin(std::int32_t value, std::int32_t least, std::int32_t most) { return value >= least && value <= most; }
 
 // With the size of the part that counts; absent where a number is out of its range.
 std::optional<coreMD_PictureFormat> Completed(coreMD_PictureFormat format) {
     const bool isPicture = IsWithin(format.width, 1, largestPicture) && IsWithin(format.height, 1, largestPicture);
-    if (!isPicture || !IsWithin(format.layout, 0, layouts.size() - 1) || !IsWithin(format.blockSize, 1, largestBlock) ||
+    if (!isPicture || !IsWithin(format.layout, 0, formats.size() - 1) || !IsWithin(format.blockSize, 1, largestBlock) ||
         !IsRange(format.range) || !IsWithin(format.cropLeft, 0, format.width - 1) ||
         !IsWithin(format.cropTop, 0, format.height - 1))
         return std::nullopt;
@@ -50,8 +42,8 @@ std::optional<coreMD_PictureFormat> Completed(coreMD_PictureFormat format) {
     if (!IsWithin(format.cropWidth, 0, widest) || !IsWithin(format.cropHeight, 0, highest)) return std::nullopt;
     if (format.cropWidth == 0) format.cropWidth = widest;
     if (format.cropHeight == 0) format.cropHeight = highest;
-    const Layout& layout = layouts[static_cast<std::size_t>(format.layout)];
-    const bool isOnChroma = format.cropLeft % layout.columnStep == 0 && format.cropTop % layout.rowStep == 0;
+    const SampleLayout layout = SampleLayoutOf(FormatOf(format.layout));
+    const bool isOnChroma = format.cropLeft % layout.columnsPerChroma == 0 && format.cropTop % layout.rowsPerChroma == 0;
     const bool fits = BlocksAcross(format.cropWidth, format.blockSize) <= largestGridSize &&
                       BlocksAcross(format.cropHeight, format.blockSize) <= largestGridSize;
     return isOnChroma && fits ? std::optional(format) : std::nullopt;
@@ -60,7 +52,7 @@ std::optional<coreMD_PictureFormat> Completed(coreMD_PictureFormat format) {
 PictureFormat Cropped(const coreMD_PictureFormat& format) {
     return {.width = format.cropWidth,
             .height = format.cropHeight,
-            .format = layouts[static_cast<std::size_t>(format.layout)].format,
+            .format = FormatOf(format.layout),
             .blockSize = format.blockSize,
             .range = RangeOf(format.range)};
 }
@@ -69,7 +61,7 @@ PictureFormat Cropped(const coreMD_PictureFormat& format) {
 
 struct coreMD_Reducer {
     coreMD_Reducer(const coreMD_PictureFormat& completed, std::int32_t stabilise)
-        : format(completed), layout(layouts[static_cast<std::size_t>(completed.layout)]) {
+        : format(completed), layout(SampleLayoutOf(FormatOf(completed.layout))) {
         if (stabilise == COREMD_STABILISE_OFF) plain.emplace(Cropped(format));
         else steady.emplace(Cropped(format), stabilise == COREMD_STABILISE_ON ? Stabilise::On : Stabilise::Auto);
     }
@@ -81,7 +73,7 @@ struct coreMD_Reducer {
     std::int32_t Crop(const coreMD_Picture& picture, PictureView& view) const;
 
     const coreMD_PictureFormat format;  // completed
-    const Layout layout;
+    const SampleLayout layout;
     std::optional<BlockReducer> plain;  // one of the two
     std::optional<SteadyReduction> steady;
 };
@@ -89,8 +81,9 @@ struct coreMD_Reducer {
 std::int32_t coreMD_Reducer::Crop(const coreMD_Picture& picture, PictureView& view) const {
     for (std::size_t plane = 0; plane < static_cast<std::size_t>(layout.planes); ++plane) {
         const bool isLuma = plane == 0;
-        const std::ptrdiff_t columnStep = isLuma ? 1 : layout.columnStep, rowStep = isLuma ? 1 : layout.rowStep;
-        const std::ptrdiff_t bytes = isLuma ? 1 : layout.chromaBytes;
+        const std::ptrdiff_t columnStep = isLuma ? 1 : layout.columnsPerChroma;
+        const std::ptrdiff_t rowStep = isLuma ? 1 : layout.rowsPerChroma;
+        const std::ptrdiff_t bytes = isLuma ? layout.bytes : layout.ChromaBytes();
         const std::ptrdiff_t rowBytes = (format.width + columnStep - 1) / columnStep * bytes;
         const std::ptrdiff_t stride = picture.stride[plane];
         if (!picture.plane[plane]) return COREMD_HOST_NULL;

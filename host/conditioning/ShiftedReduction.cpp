@@ -21,11 +21,6 @@ constexpr int FloorQuotient(int dividend, int divisor) {
     return dividend >= 0 ? dividend / divisor : -((-dividend + divisor - 1) / divisor);
 }
 
-bool HasHalvedColumns(PixelFormat format) {
-    return format == PixelFormat::Yuv420 || format == PixelFormat::Yuv422 || format == PixelFormat::Nv12;
-}
-bool HasHalvedRows(PixelFormat format) { return format == PixelFormat::Yuv420 || format == PixelFormat::Nv12; }
-
 int FrameFor(int shift16) { return (std::abs(shift16) + unit - 1) / unit + besidesShift; }
 
 // Blocks that are left between a margin and what lies opposite: a last block that is cut off counts as margin, too.
@@ -99,9 +94,9 @@ void ShiftedReduction::Reduce(const PictureView& picture, Shift shift) {
 
 // Four times a reduction at most; one where luma and chroma lie on whole samples.
 void ShiftedReduction::Blend(Inner& inner, const PictureView& picture, Shift shift) {
-    const bool isNv12 = _format.format == PixelFormat::Nv12;
+    const SampleLayout samples = SampleLayoutOf(_format.format);
     const Place lumaX(shift.dx16, false), lumaY(shift.dy16, false);
-    const Place chromaX(shift.dx16, HasHalvedColumns(_format.format)), chromaY(shift.dy16, HasHalvedRows(_format.format));
+    const Place chromaX(shift.dx16, samples.columnsPerChroma == 2), chromaY(shift.dy16, samples.rowsPerChroma == 2);
     const auto blocks = static_cast<std::size_t>(inner.reducer.BlockCount());
     std::fill_n(_sum.begin(), 3 * blocks, std::uint32_t{0});
     const int start = inner.margin * _format.blockSize;  // pixels
@@ -111,15 +106,15 @@ void ShiftedReduction::Blend(Inner& inner, const PictureView& picture, Shift shi
             const std::uint32_t chromaWeight = chromaX.weight[beside] * chromaY.weight[below];
             if (lumaWeight == 0 && chromaWeight == 0) continue;
             PictureView moved = picture;
-            const auto move = [&](std::size_t plane, const Place& x, const Place& y, int samplesPerColumn) {
+            const auto move = [&](std::size_t plane, const Place& x, const Place& y, int bytesPerColumn) {
                 if (!picture.plane[plane]) return;
                 const int column = start * unit / x.parts + x.first + static_cast<int>(beside);
                 const int row = start * unit / y.parts + y.first + static_cast<int>(below);
-                moved.plane[plane] += row * picture.stride[plane] + std::ptrdiff_t{column} * samplesPerColumn;
+                moved.plane[plane] += row * picture.stride[plane] + std::ptrdiff_t{column} * bytesPerColumn;
             };
-            move(0, lumaX, lumaY, 1);
-            move(1, chromaX, chromaY, isNv12 ? 2 : 1);
-            move(2, chromaX, chromaY, 1);
+            move(0, lumaX, lumaY, samples.bytes);
+            move(1, chromaX, chromaY, samples.ChromaBytes());
+            move(2, chromaX, chromaY, samples.ChromaBytes());
             inner.reducer.Reduce(moved);
             Kernels::AddWeighted(inner.reducer.Ycbcr(), lumaWeight, _sum.data(), blocks);
             Kernels::AddWeighted(inner.reducer.Ycbcr() + blocks, chromaWeight, _sum.data() + blocks, 2 * blocks);

@@ -21,6 +21,8 @@ std::size_t CheckedSide(int side) {
     return static_cast<std::size_t>(side);
 }
 
+bool IsDeep(PixelFormat format) { return SampleLayoutOf(format).bytes == 2; }
+
 std::int64_t RoundedQuotient(std::int64_t dividend, std::int64_t divisor) {
     return (dividend >= 0 ? dividend + divisor / 2 : dividend - divisor / 2) / divisor;
 }
@@ -86,11 +88,13 @@ void Stabiliser::Profile::Follow(int whole) {
 }
 
 Stabiliser::Stabiliser(const PictureFormat& format)
-    : _width(CheckedSide(format.width)),
+    : _format(format.format),
+      _width(CheckedSide(format.width)),
       _height(CheckedSide(format.height)),
       _rowStep(StepFor(_height, wantedRows)),
       _chunkStep(StepFor(_width, wantedColumns)),
       _part(_width),
+      _row(IsDeep(format.format) ? _width : 0),
       _columns(format.width),
       _rows(format.height) {}
 
@@ -98,9 +102,11 @@ void Stabiliser::SumColumns(const std::uint8_t* luma, std::ptrdiff_t stride) {
     std::fill(_columns.sum.begin(), _columns.sum.end(), std::uint32_t{0});
     const std::size_t rows = (_height + _rowStep - 1) / _rowStep;
     const std::ptrdiff_t step = stride * static_cast<std::ptrdiff_t>(_rowStep);
-    for (std::size_t row = 0; row < rows; row += Kernels::largestBlockSize) {
-        const std::size_t count = std::min(Kernels::largestBlockSize, rows - row);
-        Kernels::SumColumns({luma + static_cast<std::ptrdiff_t>(row) * step, step, count}, _part.data(), _width);
+    const std::size_t most = IsDeep(_format) ? 1 : Kernels::largestBlockSize;  // rows at once
+    for (std::size_t row = 0; row < rows; row += most) {
+        const std::size_t count = std::min(most, rows - row);
+        const std::uint8_t* const top = luma + static_cast<std::ptrdiff_t>(row) * step;
+        Kernels::SumColumns({BytesOf(top), step, count}, _part.data(), _width);
         Kernels::AddSums(_part.data(), _columns.sum.data(), _width);
     }
     Kernels::TakeDerivative(_columns.sum.data(), static_cast<std::uint32_t>(rows), _columns.current.data(),
@@ -112,11 +118,19 @@ void Stabiliser::SumRows(const std::uint8_t* luma, std::ptrdiff_t stride) {
     const std::size_t chunks = _width >= Kernels::sampleChunk ? (_width - Kernels::sampleChunk) / step + 1 : 0;
     const std::size_t rest = chunks * step < _width ? _width - chunks * step : 0;  // of a chunk that is cut off
     for (std::size_t row = 0; row < _height; ++row, luma += stride) {
-        const std::uint32_t ofRest = rest > 0 ? Kernels::SumOfSamples(luma + chunks * step, rest) : 0;
-        _rows.sum[row] = Kernels::SumOfChunks(luma, step, chunks) + ofRest;
+        const std::uint8_t* const bytes = BytesOf(luma);
+        const std::uint32_t ofRest = rest > 0 ? Kernels::SumOfSamples(bytes + chunks * step, rest) : 0;
+        _rows.sum[row] = Kernels::SumOfChunks(bytes, step, chunks) + ofRest;
     }
     Kernels::TakeDerivative(_rows.sum.data(), static_cast<std::uint32_t>(chunks * Kernels::sampleChunk + rest),
                             _rows.current.data(), _rows.elements);
+}
+
+// A row of luma: where it is, or narrowed.
+const std::uint8_t* Stabiliser::BytesOf(const std::uint8_t* row) {
+    if (!IsDeep(_format)) return row;
+    Kernels::NarrowSamples(row, TenBitShift(_format), _row.data(), _width);
+    return _row.data();
 }
 
 Shift Stabiliser::Measure(const PictureView& picture) {

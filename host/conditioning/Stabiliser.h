@@ -41,8 +41,8 @@ public:
     // Stops the process where the format breaks a bound of BlockReducer's.
     explicit Stabiliser(const PictureFormat& format);
 
-    // Shift of a picture, 12 1/2 pixels at most either way. Only luma is read. The first picture is the reference. A picture
-    // of fewer than 64 rows or columns is never shifted in that direction.
+    // Shift of a picture, 12 1/2 pixels at most either way. Only luma is read, of ten bits the upper eight.
+    // The first picture is the reference. A picture of fewer than 64 rows or columns is never shifted in that direction.
     Shift Measure(const PictureView& picture);
 
     // Starts anew: the next picture is the reference.
@@ -66,10 +66,13 @@ private:
 
     void SumColumns(const std::uint8_t* luma, std::ptrdiff_t stride);
     void SumRows(const std::uint8_t* luma, std::ptrdiff_t stride);
+    const std::uint8_t* BytesOf(const std::uint8_t* row);
 
+    const PixelFormat _format;
     const std::size_t _width, _height;       // pixels
     const std::size_t _rowStep, _chunkStep;  // every so many rows; every so many chunks of columns
     std::vector<std::uint16_t> _part;        // [pixel of a row] sums over some rows
+    std::vector<std::uint8_t> _row;          // [pixel of a row] in bytes, of formats with ten bits
     Profile _columns, _rows;
     bool _hasReference = false;
 };

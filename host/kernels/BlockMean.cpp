@@ -71,6 +71,26 @@ void SumAlternatingColumnsAtOnce(RowStack rows, std::uint16_t* even, std::uint16
     }
 }
 
+// As DeepSample, of two bytes loaded as one element. A shift that the compiler knows takes one instruction for all lanes.
+template <int shift>
+std::uint16_t DeepSampleAt(const std::uint8_t* sample) {
+    std::uint16_t both;
+    std::memcpy(&both, sample, sizeof both);
+    if constexpr (std::endian::native != std::endian::little) both = static_cast<std::uint16_t>(both << 8 | both >> 8);
+    const auto shifted = static_cast<std::uint16_t>(both >> shift);
+    return static_cast<std::uint16_t>(shifted & largestDeepSample);
+}
+
+template <std::size_t rowCount, bool isFirst, int shift>
+void SumDeepColumnsAtOnce(RowStack rows, std::uint16_t* columnSum, std::size_t count) {
+    HOST_INDEPENDENT_COLUMNS
+    for (std::size_t i = 0; i < count; ++i) {
+        std::uint16_t sum = isFirst ? std::uint16_t{0} : columnSum[i];
+        for (std::size_t row = 0; row < rowCount; ++row) sum = Sum(sum, DeepSampleAt<shift>(RowOf(rows, row) + 2 * i));
+        columnSum[i] = sum;
+    }
+}
+
 // pass(rows, how many of them to take, whether they are the first): both are constants by their type.
 template <class Pass>
 void InPasses(RowStack rows, Pass pass) {
@@ -166,6 +186,34 @@ void SumAlternatingColumns(RowStack rows, std::uint16_t* even, std::uint16_t* od
     });
 }
 
+void SumDeepColumns(RowStack rows, int shift, std::uint16_t* columnSum, std::size_t count) {
+    InPasses(rows, [&](RowStack some, auto rowCount, auto isFirst) {
+        if (shift == 0) SumDeepColumnsAtOnce<rowCount, isFirst, 0>(some, columnSum, count);
+        else SumDeepColumnsAtOnce<rowCount, isFirst, 6>(some, columnSum, count);
+    });
+}
+
+void PartAlternatingSums(const std::uint16_t* sum, std::uint16_t* even, std::uint16_t* odd, std::size_t count) {
+    HOST_INDEPENDENT_COLUMNS
+    for (std::size_t i = 0; i < count; ++i) {
+        std::uint32_t both;
+        std::memcpy(&both, sum + 2 * i, sizeof both);
+        const auto low = static_cast<std::uint16_t>(both), high = static_cast<std::uint16_t>(both >> 16);
+        even[i] = std::endian::native == std::endian::little ? low : high;
+        odd[i] = std::endian::native == std::endian::little ? high : low;
+    }
+}
+
+void NarrowSamples(const std::uint8_t* sample, int shift, std::uint8_t* byte, std::size_t count) {
+    if (shift == 0) {
+        HOST_INDEPENDENT_COLUMNS
+        for (std::size_t i = 0; i < count; ++i) byte[i] = static_cast<std::uint8_t>(DeepSampleAt<0>(sample + 2 * i) >> 2);
+        return;
+    }
+    HOST_INDEPENDENT_COLUMNS
+    for (std::size_t i = 0; i < count; ++i) byte[i] = static_cast<std::uint8_t>(DeepSampleAt<6>(sample + 2 * i) >> 2);
+}
+
 void WidenSums(const std::uint16_t* part, std::uint32_t* sum, std::size_t count) {
     HOST_INDEPENDENT_COLUMNS
     for (std::size_t i = 0; i < count; ++i) sum[i] = part[i];
@@ -218,6 +266,16 @@ void DivideSums(const std::uint32_t* sum, SampleCount samples, std::uint8_t* mea
     }
     HOST_INDEPENDENT_COLUMNS
     for (std::size_t i = 0; i < count; ++i) mean[i] = RoundedMean(sum[i], samples);
+}
+
+void DivideSums(const std::uint32_t* sum, DeepSampleCount samples, std::uint8_t* mean, std::size_t count) {
+    if (samples.isPowerOfTwo) {
+        HOST_INDEPENDENT_COLUMNS
+        for (std::size_t i = 0; i < count; ++i) mean[i] = ShiftedDeepMean(sum[i], samples);
+        return;
+    }
+    HOST_INDEPENDENT_COLUMNS
+    for (std::size_t i = 0; i < count; ++i) mean[i] = DeepMean(sum[i], samples);
 }
 
 }  // namespace Host::Kernels

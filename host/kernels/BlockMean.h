@@ -37,6 +37,11 @@ struct RowStack {
     std::size_t count;        // 1..largestBlockSize
 };
 
+inline constexpr std::uint32_t largestDeepSample = 1023;  // of ten bits
+static_assert(largestBlockSize * largestDeepSample <= UINT16_MAX, "a column over a block's rows fits 16 bits");
+inline constexpr std::size_t mostDeepRowsOfQuads = 32;  // up to which two columns do
+static_assert(2 * mostDeepRowsOfQuads * largestDeepSample <= UINT16_MAX);
+
 inline constexpr std::uint32_t smallSampleCount = 128;  // of blocks whose sums and factors fit 16 bits: up to 11 x 11
 
 // A sample count, prepared for RoundedMean.  1..largestSampleCount.
@@ -83,6 +88,41 @@ constexpr std::uint8_t ShiftedMean(std::uint32_t sum, SampleCount count) {
     return static_cast<std::uint8_t>((sum + count.half) >> count.shift);
 }
 
+// A count of samples with ten bits, prepared for DeepMean.  1..largestSampleCount.
+//
+// Why the product is exact: as above, with count' = 4 * count, 40 fractional bits, and
+// x * e <= 256.25 * count' * count' <= 256.25 * 2^28 < 2^40.
+struct DeepSampleCount {
+    constexpr explicit DeepSampleCount(std::uint32_t count)
+        : factor((std::uint64_t{1} << 40) / (4 * count) + 1),
+          half(2 * count),
+          isPowerOfTwo(std::has_single_bit(count)),
+          shift(std::countr_zero(count) + 2) {}
+
+    std::uint64_t factor;  // 40 fractional bits
+    std::uint32_t half;
+    bool isPowerOfTwo;
+    int shift;
+};
+
+// One block: (sum + 2 * count) / (4 * count) in integers, 255 at most: the mean in levels of eight bits, a tie upwards.
+// sum: at most largestDeepSample * count.
+constexpr std::uint8_t DeepMean(std::uint32_t sum, DeepSampleCount count) {
+    const auto mean = static_cast<std::uint32_t>((sum + count.half) * count.factor >> 40);
+    return static_cast<std::uint8_t>(mean < 255 ? mean : 255);
+}
+
+// One block of 2^(shift - 2) samples: the same mean.
+constexpr std::uint8_t ShiftedDeepMean(std::uint32_t sum, DeepSampleCount count) {
+    const std::uint32_t mean = (sum + count.half) >> count.shift;
+    return static_cast<std::uint8_t>(mean < 255 ? mean : 255);
+}
+
+// A sample of ten bits: those from bit `shift` on, 0 or 6, of two bytes, the lower one first.
+constexpr std::uint16_t DeepSample(std::uint8_t low, std::uint8_t high, int shift) {
+    return static_cast<std::uint16_t>(((low | high << 8) >> shift) & largestDeepSample);
+}
+
 // Over all rows of the stack, i < count:
 //     columnSum[i] = sum of row[i]
 //     pairSum[i]   = sum of row[2 * i] and row[2 * i + 1]
@@ -90,6 +130,15 @@ constexpr std::uint8_t ShiftedMean(std::uint32_t sum, SampleCount count) {
 void SumColumns(RowStack rows, std::uint16_t* columnSum, std::size_t count);
 void SumColumnPairs(RowStack rows, std::uint16_t* pairSum, std::size_t count);
 void SumAlternatingColumns(RowStack rows, std::uint16_t* even, std::uint16_t* odd, std::size_t count);
+
+// columnSum[i] = sum of DeepSample(row[2 * i], row[2 * i + 1], shift) over all rows of the stack, i < count.
+void SumDeepColumns(RowStack rows, int shift, std::uint16_t* columnSum, std::size_t count);
+
+// even[i] = sum[2 * i], odd[i] = sum[2 * i + 1], i < count.
+void PartAlternatingSums(const std::uint16_t* sum, std::uint16_t* even, std::uint16_t* odd, std::size_t count);
+
+// byte[i] = the upper eight bits of DeepSample(sample[2 * i], sample[2 * i + 1], shift), i < count.
+void NarrowSamples(const std::uint8_t* sample, int shift, std::uint8_t* byte, std::size_t count);
 
 // sum[i] = part[i], i < count: blocks of one column.
 void WidenSums(const std::uint16_t* part, std::uint32_t* sum, std::size_t count);
@@ -109,7 +158,8 @@ void SumGroups(const std::uint32_t* part, std::size_t groupSize, std::uint32_t* 
 void SumHalvedRanges(const std::uint16_t* columnSum, std::size_t blockSize, std::size_t pictureSize, std::uint32_t* sum,
                      std::size_t count);
 
-// mean[i] = RoundedMean(sum[i], samples), i < count.
+// mean[i] = RoundedMean(sum[i], samples) or DeepMean(sum[i], samples), i < count.
 void DivideSums(const std::uint32_t* sum, SampleCount samples, std::uint8_t* mean, std::size_t count);
+void DivideSums(const std::uint32_t* sum, DeepSampleCount samples, std::uint8_t* mean, std::size_t count);
 
 }  // namespace Host::Kernels

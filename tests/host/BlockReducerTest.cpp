@@ -24,8 +24,9 @@ using Kit::GuardedSide;
 
 namespace {
 
-constexpr PixelFormat allFormats[] = {PixelFormat::Yuv420, PixelFormat::Yuv422, PixelFormat::Yuv444, PixelFormat::Nv12,
-                                      PixelFormat::Grey};
+constexpr PixelFormat allFormats[] = {PixelFormat::Yuv420, PixelFormat::Yuv422, PixelFormat::Yuv444,   PixelFormat::Nv12,
+                                      PixelFormat::Grey,   PixelFormat::P010,   PixelFormat::Yuv420P10};
+constexpr bool IsDeep(PixelFormat format) { return format == PixelFormat::P010 || format == PixelFormat::Yuv420P10; }
 enum class Filling { Low, High, Random };
 
 // A picture in memory of its own.  Its last row ends where the memory ends: padding lies between rows only.
@@ -33,31 +34,30 @@ class Picture {
 public:
     Picture(const PictureFormat& wanted, int padding, bool upsideDown, Filling filling, GuardedSide side,
             std::mt19937& random)
-        : format(wanted) {
-        const bool halvedColumns = format.format == PixelFormat::Yuv420 || format.format == PixelFormat::Yuv422 ||
-                                   format.format == PixelFormat::Nv12;
-        const bool halvedRows = format.format == PixelFormat::Yuv420 || format.format == PixelFormat::Nv12;
+        : format(wanted), interleaved(format.format == PixelFormat::Nv12 || format.format == PixelFormat::P010) {
+        const bool halvedRows = format.format == PixelFormat::Yuv420 || interleaved || IsDeep(format.format);
+        const bool halvedColumns = halvedRows || format.format == PixelFormat::Yuv422;
         AddPlane(format.width, format.height, padding, upsideDown, filling, side, random);
         if (format.format == PixelFormat::Grey) return;
         columnsPerChroma = halvedColumns ? 2 : 1;
         rowsPerChroma = halvedRows ? 2 : 1;
         const int width = (format.width + columnsPerChroma - 1) / columnsPerChroma;
         const int height = (format.height + rowsPerChroma - 1) / rowsPerChroma;
-        const bool interleaved = format.format == PixelFormat::Nv12;
         for (int plane = 0; plane < (interleaved ? 1 : 2); ++plane)
             AddPlane(interleaved ? 2 * width : width, height, padding + plane, upsideDown, filling, side, random);
     }
 
     // Value of Y (0), Cb (1) or Cr (2) at a pixel.
-    std::uint8_t At(int component, int x, int y) const {
+    int At(int component, int x, int y) const {
         if (component == 0) return Sample(0, x, y);
         if (format.format == PixelFormat::Grey) return 128;
         const int column = x / columnsPerChroma, row = y / rowsPerChroma;
-        if (format.format == PixelFormat::Nv12) return Sample(1, 2 * column + component - 1, row);
+        if (interleaved) return Sample(1, 2 * column + component - 1, row);
         return Sample(static_cast<std::size_t>(component), column, row);
     }
 
     PictureFormat format;
+    bool interleaved;
     PictureView view;
     std::vector<GuardedBlocks<std::uint8_t>> memory;
     int columnsPerChroma = 1, rowsPerChroma = 1;
@@ -65,8 +65,9 @@ public:
 private:
     void AddPlane(int width, int height, int padding, bool upsideDown, Filling filling, GuardedSide side,
                   std::mt19937& random) {
-        const std::ptrdiff_t stride = width + padding, lastRow = (height - 1) * stride;
-        GuardedBlocks<std::uint8_t> samples(static_cast<std::size_t>(lastRow + width), side);
+        const std::ptrdiff_t rowBytes = IsDeep(format.format) ? 2 * width : width;
+        const std::ptrdiff_t stride = rowBytes + padding, lastRow = (height - 1) * stride;
+        GuardedBlocks<std::uint8_t> samples(static_cast<std::size_t>(lastRow + rowBytes), side);
         for (std::uint8_t& sample : samples)
             sample = filling == Filling::Low    ? std::uint8_t{0}
                      : filling == Filling::High ? std::uint8_t{255}
@@ -76,8 +77,11 @@ private:
         memory.push_back(std::move(samples));
     }
 
-    std::uint8_t Sample(std::size_t plane, int column, int row) const {
-        return view.plane[plane][row * view.stride[plane] + column];
+    int Sample(std::size_t plane, int column, int row) const {
+        const std::uint8_t* const samples = view.plane[plane] + row * view.stride[plane];
+        if (!IsDeep(format.format)) return samples[column];
+        const int both = samples[2 * column] + 256 * samples[2 * column + 1];
+        return format.format == PixelFormat::P010 ? both / 64 : both % 1024;
     }
 };
 
@@ -100,6 +104,7 @@ std::uint8_t PlainMean(const Picture& picture, int component, int column, int ro
             ++count;
         }
     if (count == 0) return 0;  // with a fault only
+    if (IsDeep(format.format)) return static_cast<std::uint8_t>(std::min((sum + 2 * count) / (4 * count), 255));
     if (fault == Fault::CountsPixelsThatDoNotExist)
         count = ((format.blockSize + stepX - 1) / stepX) * ((format.blockSize + stepY - 1) / stepY);
     return static_cast<std::uint8_t>((sum + (fault == Fault::Truncates ? 0 : count / 2)) / count);
@@ -199,6 +204,36 @@ TEST(BlockReducer, SecondPictureLeavesNothingOfTheFirst) {
     }
 }
 
+// Only what lies between two levels of eight bits makes a difference.
+TEST(BlockReducer, TenBitsOfWholeLevelsAreTheBytesOfThem) {
+    std::mt19937 random(8);
+    for (const bool isAlternating : {false, true})
+        for (const int blockSize : {1, 3, 8, 16, 33, 64}) {
+            const PixelFormat narrow = isAlternating ? PixelFormat::Nv12 : PixelFormat::Yuv420;
+            const PixelFormat wide = isAlternating ? PixelFormat::P010 : PixelFormat::Yuv420P10;
+            const PictureFormat size = {.width = 130, .height = 70, .format = narrow, .blockSize = blockSize};
+            const Picture bytes(size, 0, false, Filling::Random, GuardedSide::End, random);
+            std::array<std::vector<std::uint8_t>, 3> pairs;
+            PictureView view;
+            for (std::size_t plane = 0; plane < bytes.memory.size(); ++plane) {
+                for (const std::uint8_t byte : bytes.memory[plane]) {
+                    const int both = isAlternating ? byte << 8 : byte << 2;
+                    pairs[plane].push_back(static_cast<std::uint8_t>(both & 255));
+                    pairs[plane].push_back(static_cast<std::uint8_t>(both >> 8));
+                }
+                view.plane[plane] = pairs[plane].data();
+                view.stride[plane] = 2 * bytes.view.stride[plane];
+            }
+            PictureFormat wideSize = size;
+            wideSize.format = wide;
+            BlockReducer reducer(wideSize), expected(size);
+            reducer.Reduce(view);
+            expected.Reduce(bytes.view);
+            EXPECT_TRUE(std::equal(reducer.Ycbcr(), reducer.Ycbcr() + 3 * reducer.BlockCount(), expected.Ycbcr()))
+                << isAlternating << ", blocks of " << blockSize;
+        }
+}
+
 TEST(BlockReducer, ComparisonNoticesPlantedFaults) {
     std::mt19937 random(5);
     const PictureFormat size = {.width = 62, .height = 62, .format = PixelFormat::Yuv420, .blockSize = 5};
@@ -253,13 +288,15 @@ TEST(BlockReducer, BgrPictureShowsTheMeansInTheirRange) {
 
 TEST(BlockReducerDeathTest, ReadsBeyondAPlaneAreNoticed) {
     std::mt19937 random(7);
-    const PictureFormat size = {.width = 40, .height = 30, .format = PixelFormat::Yuv420, .blockSize = 4};
-    Picture picture(size, 0, false, Filling::Random, GuardedSide::End, random);
-    BlockReducer reducer(size);
-    for (std::size_t plane = 0; plane < 3; ++plane) {
-        PictureView shifted = picture.view;
-        ++shifted.plane[plane];
-        EXPECT_DEATH(reducer.Reduce(shifted), "") << plane;
+    for (const PixelFormat format : {PixelFormat::Yuv420, PixelFormat::P010}) {
+        const PictureFormat size = {.width = 40, .height = 30, .format = format, .blockSize = 4};
+        Picture picture(size, 0, false, Filling::Random, GuardedSide::End, random);
+        BlockReducer reducer(size);
+        for (std::size_t plane = 0; plane < picture.memory.size(); ++plane) {
+            PictureView shifted = picture.view;
+            ++shifted.plane[plane];
+            EXPECT_DEATH(reducer.Reduce(shifted), "") << plane;
+        }
     }
 }
 

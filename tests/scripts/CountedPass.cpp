@@ -1,6 +1,6 @@
-// What do a few frames cost, when instructions are counted?  Learns a scene of the benchmarks, then hands over so many frames
-// more through one function, which the counting tool is told to watch.  Prints how many objects a frame has, before those
-// that touch are merged.  Run by scripts/count-instructions.sh.
+// What do a few frames cost, when instructions are counted?  Learns a scene of the benchmarks, then hands over so many
+// frames more through one function, which the counting tool is told to watch.  Prints how many objects a frame has, before
+// those that touch are merged.  Run by scripts/count-instructions.sh.
 //
 //     CountedPass SCENE COLUMNS ROWS FRAMES     SCENE: still, noise, random, lattice, cover
 //

@@ -7,10 +7,6 @@
 #include <cstdlib>
 #include <optional>
 
-extern "C" {
-#include <libavutil/pixdesc.h>
-}
-
 #include "video/base/Failure.h"
 #include "video/media/Libav.h"
 
@@ -25,6 +21,8 @@ std::optional<Host::PixelFormat> ReducibleFormat(int format) {
         case AV_PIX_FMT_YUV444P: return Host::PixelFormat::Yuv444;
         case AV_PIX_FMT_NV12: return Host::PixelFormat::Nv12;
         case AV_PIX_FMT_GRAY8: return Host::PixelFormat::Grey;
+        case AV_PIX_FMT_P010LE: return Host::PixelFormat::P010;
+        case AV_PIX_FMT_YUV420P10LE: return Host::PixelFormat::Yuv420P10;
         default: return std::nullopt;
     }
 }
@@ -56,7 +54,7 @@ FramePointer As420(const AVFrame& frame) {
     return result;
 }
 
-// One plane of pixels of so many bytes; width and height: of what is shown.
+// One plane of pixels of so many bytes: of one sample, or of two in turn; width and height: of what is shown.
 template <std::size_t bytes>
 void TurnPlane(const std::uint8_t* from, std::ptrdiff_t stride, std::uint8_t* to, std::ptrdiff_t toStride, int width,
                int height, Turn turn) {
@@ -115,11 +113,12 @@ FramePointer Turned(const AVFrame& frame, Turn turn) {
     const AVPixelFormat format = PlainFormat(frame.format);
     const int width = turn.transposed ? frame.height : frame.width, height = turn.transposed ? frame.width : frame.height;
     FramePointer result = FrameLike(frame, width, height, format);
-    const AVPixFmtDescriptor* layout = av_pix_fmt_desc_get(format);
-    for (int plane = 0; plane < av_pix_fmt_count_planes(format); ++plane) {
-        const int shiftX = plane > 0 ? layout->log2_chroma_w : 0, shiftY = plane > 0 ? layout->log2_chroma_h : 0;
-        const int columns = AV_CEIL_RSHIFT(width, shiftX), rows = AV_CEIL_RSHIFT(height, shiftY);
-        const auto turnPlane = plane > 0 && format == AV_PIX_FMT_NV12 ? TurnPlane<2> : TurnPlane<1>;
+    const Host::SampleLayout samples = Host::SampleLayoutOf(*known);
+    for (int plane = 0; plane < samples.planes; ++plane) {
+        const int stepX = plane > 0 ? samples.columnsPerChroma : 1, stepY = plane > 0 ? samples.rowsPerChroma : 1;
+        const int columns = (width + stepX - 1) / stepX, rows = (height + stepY - 1) / stepY;
+        const int bytes = plane > 0 ? samples.ChromaBytes() : samples.bytes;
+        const auto turnPlane = bytes == 4 ? TurnPlane<4> : bytes == 2 ? TurnPlane<2> : TurnPlane<1>;
         turnPlane(frame.data[plane], frame.linesize[plane], result->data[plane], result->linesize[plane], columns, rows,
                   turn);
     }

@@ -19,21 +19,27 @@ using namespace InC;
 
 namespace {
 
-constexpr Host::PixelFormat formatOf[] = {Host::PixelFormat::Yuv420, Host::PixelFormat::Yuv422, Host::PixelFormat::Yuv444,
-                                          Host::PixelFormat::Nv12, Host::PixelFormat::Grey};
+constexpr Host::PixelFormat formatOf[] = {Host::PixelFormat::Yuv420,   Host::PixelFormat::Yuv422, Host::PixelFormat::Yuv444,
+                                          Host::PixelFormat::Nv12,     Host::PixelFormat::Grey,   Host::PixelFormat::P010,
+                                          Host::PixelFormat::Yuv420P10};
+constexpr int BytesOf(int layout) { return layout == COREMD_P010 || layout == COREMD_YUV420P10 ? 2 : 1; }
+constexpr bool IsAlternating(int layout) { return layout == COREMD_NV12 || layout == COREMD_P010; }
+constexpr bool IsHalvedDown(int layout) {
+    return layout == COREMD_YUV420 || layout == COREMD_YUV420P10 || IsAlternating(layout);
+}
 
 // A picture of random samples whose rows have some padding, the top row first or last in memory.
 struct RandomPicture {
     RandomPicture(int width, int height, int layout, bool isBottomUp, std::uint64_t seed) {
         Kit::SeededRandom random(seed);
-        const bool isHalved = layout != COREMD_YUV444, isHalvedDown = layout == COREMD_YUV420 || layout == COREMD_NV12;
+        const bool isHalved = layout != COREMD_YUV444, isHalvedDown = IsHalvedDown(layout);
         for (std::size_t p = 0; p < 3; ++p) {
-            const int columns = p == 0 || !isHalved ? width : (width + 1) / 2 * (layout == COREMD_NV12 ? 2 : 1);
+            const int columns = p == 0 || !isHalved ? width : (width + 1) / 2 * (IsAlternating(layout) ? 2 : 1);
             const int rows = p == 0 || !isHalvedDown ? height : (height + 1) / 2;
-            const std::ptrdiff_t stride = columns + 5;
+            const std::ptrdiff_t stride = columns * BytesOf(layout) + 5;
             bytes[p].resize(static_cast<std::size_t>(stride * rows));
             for (std::uint8_t& byte : bytes[p]) byte = random.Byte();
-            const bool isThere = layout == COREMD_GREY ? p == 0 : layout == COREMD_NV12 ? p < 2 : true;
+            const bool isThere = layout == COREMD_GREY ? p == 0 : IsAlternating(layout) ? p < 2 : true;
             picture.plane[p] = !isThere ? nullptr : bytes[p].data() + (isBottomUp ? stride * (rows - 1) : 0);
             picture.stride[p] = isBottomUp ? -stride : stride;
         }
@@ -57,7 +63,7 @@ Bytes Reduced(coreMD_Reducer* reducer, const coreMD_Picture& picture) {
 }
 
 TEST(ReducerInC, EveryLayoutAndStrideIsReducedAsByTheClass) {
-    for (int layout = COREMD_YUV420; layout <= COREMD_GREY; ++layout) {
+    for (int layout = COREMD_YUV420; layout <= COREMD_YUV420P10; ++layout) {
         for (const int blockSize : {1, 3, 8}) {
             for (const bool isBottomUp : {false, true}) {
                 const RandomPicture shown(45, 31, layout, isBottomUp, static_cast<std::uint64_t>(layout));
@@ -79,7 +85,7 @@ TEST(ReducerInC, EveryLayoutAndStrideIsReducedAsByTheClass) {
 }
 
 TEST(ReducerInC, ACropIsThePictureThatItCutsOut) {
-    for (int layout = COREMD_YUV420; layout <= COREMD_GREY; ++layout) {
+    for (int layout = COREMD_YUV420; layout <= COREMD_YUV420P10; ++layout) {
         for (const bool isBottomUp : {false, true}) {
             const RandomPicture shown(64, 48, layout, isBottomUp, 7);
             for (const int given : {0, 1}) {  // both sizes, or all that is left
@@ -89,11 +95,11 @@ TEST(ReducerInC, ACropIsThePictureThatItCutsOut) {
                 ASSERT_EQ(coreMD_CreateReducer(&format, COREMD_STABILISE_OFF, &reducer.handle), COREMD_HOST_DONE);
                 const auto pixel = [&](std::size_t plane, int column, int row) {
                     return shown.picture.plane[plane]
-                               ? shown.picture.plane[plane] + row * shown.picture.stride[plane] + column
+                               ? shown.picture.plane[plane] + row * shown.picture.stride[plane] + column * BytesOf(layout)
                                : nullptr;
                 };
-                const int across = layout == COREMD_YUV444 || layout == COREMD_NV12 ? 10 : 5;
-                const int down = layout == COREMD_YUV420 || layout == COREMD_NV12 ? 3 : 6;
+                const int across = layout == COREMD_YUV444 || IsAlternating(layout) ? 10 : 5;
+                const int down = IsHalvedDown(layout) ? 3 : 6;
                 Host::PictureView view = shown.View();
                 view.plane = {pixel(0, 10, 6), pixel(1, across, down), pixel(2, across, down)};
                 Host::BlockReducer expected({.width = width, .height = height, .format = formatOf[layout], .blockSize = 4});
@@ -159,6 +165,7 @@ TEST(ReducerInC, WhatStopsTheClassIsAStatus) {
         for (const std::int32_t value : {-1, 65, lowest, highest})
             EXPECT_EQ(status([&](Format& f) { f.*member = value; }), COREMD_HOST_OUT_OF_RANGE) << value;
     EXPECT_EQ(status([](Format& f) { f.blockSize = 65; }), COREMD_HOST_OUT_OF_RANGE);
+    EXPECT_EQ(status([](Format& f) { f.layout = COREMD_YUV420P10 + 1; }), COREMD_HOST_OUT_OF_RANGE);
     EXPECT_EQ(status([](Format& f) { f.width = 10000, f.blockSize = 1; }), COREMD_HOST_OUT_OF_RANGE);
     EXPECT_EQ(status([](Format& f) { f.cropLeft = 3; }), COREMD_HOST_OUT_OF_RANGE) << "between two samples of chroma";
     EXPECT_EQ(status([](Format& f) { f.cropTop = 3; }), COREMD_HOST_OUT_OF_RANGE);

@@ -24,8 +24,8 @@ using Kit::SeededRandom;
 
 namespace {
 
-constexpr PixelFormat allFormats[] = {PixelFormat::Yuv420, PixelFormat::Yuv422, PixelFormat::Yuv444, PixelFormat::Nv12,
-                                      PixelFormat::Grey};
+constexpr PixelFormat allFormats[] = {PixelFormat::Yuv420, PixelFormat::Yuv422, PixelFormat::Yuv444,   PixelFormat::Nv12,
+                                      PixelFormat::Grey,   PixelFormat::P010,   PixelFormat::Yuv420P10};
 using Planes = std::vector<std::uint8_t>;
 
 // What a camera looks at: a value for each sample of each component, as far out as a shift leads. Smooth, so that a fraction
@@ -47,30 +47,39 @@ std::uint8_t WorldAt(int component, int column, int row) {
                                      waves[3 + c][static_cast<std::size_t>(row + farthest)]);
 }
 
-bool HalvesColumns(PixelFormat format) {
-    return format == PixelFormat::Yuv420 || format == PixelFormat::Yuv422 || format == PixelFormat::Nv12;
+bool HalvesRows(PixelFormat format) {
+    return format != PixelFormat::Yuv422 && format != PixelFormat::Yuv444 && format != PixelFormat::Grey;
 }
-bool HalvesRows(PixelFormat format) { return format == PixelFormat::Yuv420 || format == PixelFormat::Nv12; }
+bool HalvesColumns(PixelFormat format) { return format == PixelFormat::Yuv422 || HalvesRows(format); }
+
+// A sample's bytes: ten bits are four times what eight are.
+int BytesOf(PixelFormat format) { return format == PixelFormat::P010 || format == PixelFormat::Yuv420P10 ? 2 : 1; }
+std::uint8_t ByteOf(PixelFormat format, int byte, std::uint8_t value) {
+    const int both = format == PixelFormat::P010 ? value << 8 : format == PixelFormat::Yuv420P10 ? value << 2 : value;
+    return static_cast<std::uint8_t>(both >> 8 * byte);
+}
 
 // A picture of the world, whose content lies (dx, dy) pixels further right and down. Even shifts only, where chroma is
 // halved. Its planes end at unreadable pages.
 struct Picture {
     Picture(const PictureFormat& format, int dx, int dy) {
-        const bool isNv12 = format.format == PixelFormat::Nv12;
-        const int planes = format.format == PixelFormat::Grey ? 1 : isNv12 ? 2 : 3;
+        const bool isAlternating = format.format == PixelFormat::Nv12 || format.format == PixelFormat::P010;
+        const int planes = format.format == PixelFormat::Grey ? 1 : isAlternating ? 2 : 3;
+        const int bytes = BytesOf(format.format);
         for (int plane = 0; plane < planes; ++plane) {
             const int stepX = plane > 0 && HalvesColumns(format.format) ? 2 : 1;
             const int stepY = plane > 0 && HalvesRows(format.format) ? 2 : 1;
-            const int perColumn = plane > 0 && isNv12 ? 2 : 1;
+            const int perColumn = plane > 0 && isAlternating ? 2 : 1;
             const int columns = (format.width + stepX - 1) / stepX, rows = (format.height + stepY - 1) / stepY;
-            GuardedBlocks<std::uint8_t> samples(static_cast<std::size_t>(columns * perColumn * rows));
+            GuardedBlocks<std::uint8_t> samples(static_cast<std::size_t>(columns * perColumn * bytes * rows));
             std::size_t at = 0;
             for (int row = 0; row < rows; ++row)
                 for (int column = 0; column < columns; ++column)
-                    for (int part = 0; part < perColumn; ++part)
-                        samples[at++] = WorldAt(plane + part, column - dx / stepX, row - dy / stepY);
+                    for (int part = 0; part < perColumn * bytes; ++part)
+                        samples[at++] = ByteOf(format.format, part % bytes,
+                                               WorldAt(plane + part / bytes, column - dx / stepX, row - dy / stepY));
             view.plane[static_cast<std::size_t>(plane)] = samples.data();
-            view.stride[static_cast<std::size_t>(plane)] = columns * perColumn;
+            view.stride[static_cast<std::size_t>(plane)] = columns * perColumn * bytes;
             memory.push_back(std::move(samples));
         }
     }

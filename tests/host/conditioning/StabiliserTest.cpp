@@ -235,6 +235,31 @@ TEST(Stabiliser, StridesDoNotMatterAndNothingBesideThePictureIsRead) {
     }
 }
 
+TEST(Stabiliser, OfTenBitsTheUpperEightCount) {
+    const Scene scene(13);
+    SeededRandom random(13);
+    constexpr int width = 130, height = 90;
+    for (const PixelFormat deep : {PixelFormat::P010, PixelFormat::Yuv420P10}) {
+        PictureFormat format = Format(width, height);
+        Stabiliser bytes(format);
+        format.format = deep;
+        Stabiliser pairs(format);
+        for (const double dx : {0.0, 3.4, -5.0}) {
+            const Picture picture(scene, width, height, dx, -dx);
+            GuardedBlocks<std::uint8_t> samples(2 * picture.luma.size());
+            for (std::size_t i = 0; i < picture.luma.size(); ++i) {
+                const int more = random.Between(0, deep == PixelFormat::P010 ? 255 : 3);  // what does not count
+                const int both = (picture.luma[i] << (deep == PixelFormat::P010 ? 8 : 2)) + more;
+                samples[2 * i] = static_cast<std::uint8_t>(both & 255);
+                samples[2 * i + 1] = static_cast<std::uint8_t>(both >> 8);
+            }
+            const Shift shift = bytes.Measure(picture.View());
+            EXPECT_EQ(pairs.Measure({.plane = {samples.data()}, .stride = {2 * width}}), shift);
+            EXPECT_NEAR(shift.dx16 / 16.0, dx, 0.25);
+        }
+    }
+}
+
 TEST(Stabiliser, SmallPicturesAreNeverShifted) {
     const Scene scene(12);
     for (const int side : {1, 2, 13, 24, 25, 26, 63}) {

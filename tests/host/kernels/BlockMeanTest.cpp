@@ -69,6 +69,30 @@ TEST(BlockMean, RoundedMeanIsTheIntegerQuotientForEverySumOfEveryBlock) {
     }
 }
 
+TEST(BlockMean, DeepMeanIsTheIntegerQuotientForEverySumThatIsNearAnother) {
+    for (std::uint32_t count = 1; count <= largestSampleCount; ++count) {
+        const DeepSampleCount samples(count);
+        ASSERT_EQ(samples.isPowerOfTwo, (count & (count - 1)) == 0);
+        std::uint32_t wrong = 0;
+        const auto look = [&](std::uint32_t sum) {
+            const std::uint32_t expected = std::min((sum + 2 * count) / (4 * count), 255u);
+            wrong += DeepMean(sum, samples) != expected;
+            wrong += samples.isPowerOfTwo && ShiftedDeepMean(sum, samples) != expected;
+        };
+        for (std::uint32_t level = 0; level <= 255; ++level) {  // means step by one where sums pass 4 * level * count - half
+            const std::uint32_t middle = 4 * level * count;
+            look(middle);
+            look(middle + 2 * count - 1);
+            if (middle + 2 * count <= largestDeepSample * count) look(middle + 2 * count);
+        }
+        look(largestDeepSample * count);
+        EXPECT_EQ(wrong, 0u) << "of the sums of " << count << " samples";
+    }
+    EXPECT_EQ(DeepMean(1, DeepSampleCount(1)), 0);
+    EXPECT_EQ(DeepMean(2, DeepSampleCount(1)), 1);  // a tie, upwards
+    EXPECT_EQ(DeepMean(1023, DeepSampleCount(1)), 255);
+}
+
 TEST(BlockMean, ShiftedMeanIsTheRoundedMeanForEverySum) {
     for (std::uint32_t count = 1; count <= largestSampleCount; ++count) {
         const SampleCount samples(count);
@@ -206,6 +230,49 @@ TEST(BlockMean, AlternatingColumnSumsEqualThePlainForm) {
     });
 }
 
+TEST(BlockMean, DeepColumnSumsEqualThePlainForm) {
+    ForAllRows(2, 9, [](const Rows& rows, std::size_t length, GuardedSide side) {
+        const int shift = length % 2 != 0 ? 6 : 0;
+        const auto before = Stale(length, side);
+        auto sum = Stale(length, side);
+        SumDeepColumns(rows.stack, shift, sum.data(), length);
+        ExpectOutput<std::uint16_t>(before, sum, {0, length}, [&](std::size_t i) {
+            int expected = 0;
+            for (std::size_t row = 0; row < rows.stack.count; ++row) {
+                const std::uint8_t* const sample =
+                    rows.stack.top + static_cast<std::ptrdiff_t>(row) * rows.stack.stride + 2 * i;
+                const int both = sample[0] + 256 * sample[1];
+                expected += shift == 6 ? both / 64 : both % 1024;
+            }
+            return static_cast<std::uint16_t>(expected);
+        });
+    });
+}
+
+TEST(BlockMean, NarrowedSamplesAndPartedSumsEqualThePlainForm) {
+    std::mt19937 random(10);
+    for (const GuardedSide side : bothSides)
+        for (const Filling filling : allFillings)
+            for (std::size_t length = 0; length <= longestLength; ++length) {
+                const auto samples = Filled<std::uint8_t>(2 * length, filling, side, 255, random);
+                for (const int shift : {0, 6}) {
+                    const GuardedBlocks<std::uint8_t> before(length, side);
+                    GuardedBlocks<std::uint8_t> bytes(length, side);
+                    NarrowSamples(samples.data(), shift, bytes.data(), length);
+                    ExpectOutput<std::uint8_t>(before, bytes, {0, length}, [&](std::size_t i) {
+                        const int both = samples[2 * i] + 256 * samples[2 * i + 1];
+                        return static_cast<std::uint8_t>(shift == 6 ? both / 256 : both / 4 % 256);
+                    });
+                }
+                const auto sums = Filled<std::uint16_t>(2 * length, filling, side, UINT16_MAX, random);
+                const auto before = Stale(length, side);
+                auto even = Stale(length, side), odd = Stale(length, side);
+                PartAlternatingSums(sums.data(), even.data(), odd.data(), length);
+                ExpectOutput<std::uint16_t>(before, even, {0, length}, [&](std::size_t i) { return sums[2 * i]; });
+                ExpectOutput<std::uint16_t>(before, odd, {0, length}, [&](std::size_t i) { return sums[2 * i + 1]; });
+            }
+}
+
 TEST(BlockMean, SumsStopAtTheirCount) {
     std::mt19937 random(4);
     const Rows rows(2 * longestLength, 9, false, Filling::High, GuardedSide::End, random);
@@ -310,6 +377,11 @@ TEST(BlockMean, DividedSumsEqualTheRule) {
                     ExpectOutput<std::uint8_t>(before, mean, {0, length}, [&](std::size_t i) {
                         return static_cast<std::uint8_t>((sum[i] + samples / 2) / samples);
                     });
+                    const auto deepSum = Filled<std::uint32_t>(length, filling, side, largestDeepSample * samples, random);
+                    DivideSums(deepSum.data(), DeepSampleCount(samples), mean.data(), length);
+                    ExpectOutput<std::uint8_t>(before, mean, {0, length}, [&](std::size_t i) {
+                        return static_cast<std::uint8_t>(std::min((deepSum[i] + 2 * samples) / (4 * samples), 255u));
+                    });
                 }
 }
 
@@ -320,4 +392,5 @@ TEST(BlockMeanDeathTest, RowThatEndsTooEarlyIsNoticed) {
     EXPECT_DEATH(SumColumns({row.data() + 1, 0, 1}, sum.data(), longestLength), "");
     EXPECT_DEATH(SumColumnPairs({row.data(), 0, 1}, sum.data(), longestLength / 2 + 1), "");
     EXPECT_DEATH(SumAlternatingColumns({row.data(), 0, 1}, sum.data(), other.data(), longestLength / 2 + 1), "");
+    EXPECT_DEATH(SumDeepColumns({row.data(), 0, 1}, 6, sum.data(), longestLength / 2 + 1), "");
 }

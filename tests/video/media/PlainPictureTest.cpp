@@ -56,12 +56,14 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(Layout{AV_PIX_FMT_YUV420P, PixelFormat::Yuv420, 3}, Layout{AV_PIX_FMT_YUVJ420P, PixelFormat::Yuv420, 3},
                     Layout{AV_PIX_FMT_YUV422P, PixelFormat::Yuv422, 3}, Layout{AV_PIX_FMT_YUVJ422P, PixelFormat::Yuv422, 3},
                     Layout{AV_PIX_FMT_YUV444P, PixelFormat::Yuv444, 3}, Layout{AV_PIX_FMT_YUVJ444P, PixelFormat::Yuv444, 3},
-                    Layout{AV_PIX_FMT_NV12, PixelFormat::Nv12, 2}, Layout{AV_PIX_FMT_GRAY8, PixelFormat::Grey, 1}));
+                    Layout{AV_PIX_FMT_NV12, PixelFormat::Nv12, 2}, Layout{AV_PIX_FMT_GRAY8, PixelFormat::Grey, 1},
+                    Layout{AV_PIX_FMT_P010LE, PixelFormat::P010, 2},
+                    Layout{AV_PIX_FMT_YUV420P10LE, PixelFormat::Yuv420P10, 3}));
 
-TEST(PlainPicture, TenBitsBecomeEight) {
-    const FramePointer frame = FrameOf(AV_PIX_FMT_YUV420P10LE);
+TEST(PlainPicture, TwelveBitsBecomeEight) {
+    const FramePointer frame = FrameOf(AV_PIX_FMT_YUV420P12LE);
     for (int plane = 0; plane < 3; ++plane) {
-        const std::uint16_t value = plane == 0 ? 400 : plane == 1 ? 480 : 600;
+        const std::uint16_t value = plane == 0 ? 1600 : plane == 1 ? 1920 : 2400;
         for (int y = 0; y < (plane == 0 ? 48 : 24); ++y) {
             std::uint8_t* row = frame->data[plane] + std::ptrdiff_t{y} * frame->linesize[plane];
             for (int x = 0; x < (plane == 0 ? 64 : 32); ++x) {
@@ -153,8 +155,8 @@ TEST(PlainPicture, IsTurnedAsItsStreamSays) {
 
 // Two pixels a chroma sample, four, or one; NV12's come in pairs.
 TEST(PlainPicture, ColoursAreTurnedWithTheirPixels) {
-    for (const AVPixelFormat format :
-         {AV_PIX_FMT_YUV420P, AV_PIX_FMT_NV12, AV_PIX_FMT_YUV444P, AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUV420P10LE}) {
+    for (const AVPixelFormat format : {AV_PIX_FMT_YUV420P, AV_PIX_FMT_NV12, AV_PIX_FMT_YUV444P, AV_PIX_FMT_YUV422P,
+                                       AV_PIX_FMT_YUV420P10LE, AV_PIX_FMT_P010LE}) {
         const FramePointer grey = NewFrame();
         grey->width = 64;
         grey->height = 32;
