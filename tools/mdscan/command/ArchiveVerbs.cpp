@@ -40,9 +40,21 @@ int MakeThePlan(const Options& options, const std::string& version) {
     return Video::exitComplete;
 }
 
+// The plan of one of its jobs, counted from 1. Throws Failure.
+void KeepOnly(Plan& plan, int job, const std::string& name) {
+    if (static_cast<std::size_t>(job) > plan.jobs.size()) {
+        throw Video::Failure(Video::Concern::Usage, "there is no job " + std::to_string(job) + " in " + name + ": it has " +
+                                                        Counted(static_cast<std::int64_t>(plan.jobs.size()), "job"));
+    }
+    plan.jobs = std::vector<PlannedJob>{plan.jobs[static_cast<std::size_t>(job) - 1]};
+}
+
 int Work(const Options& options, const std::string& version) {
     const std::string& path = options.inputs.front();
-    const Plan plan = ReadPlan(path);
+    Plan plan = ReadPlan(path);
+    if (options.job > 0) {
+        KeepOnly(plan, options.job, path);
+    }
     const ScanSettings scan = SettingsOf(plan, path, version);
     ScanLauncher launcher(scan, RootsHere(plan, ReadRoots(options.roots)));
     Video::MakeFolder(options.folder);
@@ -70,6 +82,9 @@ bool IsOfFarm(const Options& options, const char* folder) {
     const bool isInEnvironment = std::getenv("MDSCAN_AT") != nullptr;  // NOLINT(concurrency-mt-unsafe): one thread
     if (!isNamed && !isAddressed && !isInEnvironment) {
         throw Video::Failure(Video::Concern::Usage, std::string(folder) + " is required, or --at (see mdscan --help)");
+    }
+    if (!isNamed && options.job > 0) {
+        throw Video::Failure(Video::Concern::Usage, "--job belongs to --into: a farm hands out its jobs itself");
     }
     return !isNamed;
 }

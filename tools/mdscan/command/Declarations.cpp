@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <initializer_list>
+#include <limits>
 #include <optional>
 #include <sstream>
 
@@ -381,6 +382,11 @@ void TurnIntoWork(CLI::App& app, Options& options) {
     DeclareRoots(app, options);
     app.add_option("--into", options.folder, "Folder for the results, the same for all machines")
         ->type_name("DIR")
+        ->default_str("")
+        ->configurable(false);
+    app.add_option("--job", options.job, "Do this job only: 1 is the first after the plan's head, as sed -n 2p prints it")
+        ->check(WholeWithin(1, std::numeric_limits<int>::max()))
+        ->type_name("N")
         ->default_str("")
         ->configurable(false);
     DeclareDatabase(app, options);

@@ -39,6 +39,7 @@ struct Options {
     ArchiveVerb verb = ArchiveVerb::None;  // instead
     std::vector<std::string> roots;        // then: NAME=FOLDER
     std::string folder;                    // of results; empty: a farm has them
+    int job = 0;                           // of work: the only one that is done, from 1; 0: all
     FarmWords farm = {};
     std::vector<std::string> words;  // of plan: those that decide what is found, but for zones
     std::string config;              // file of options, read already; empty: the usual one, if there is one

@@ -164,6 +164,29 @@ TEST_F(ArchiveTest, SaysWhatIsMissing) {
     EXPECT_EQ(WorkOnIt().err, "mdscan: 3 jobs: 3 done here, 0 by others\n") << "other options, other results";
 }
 
+// As arrays of schedulers do, which count.
+TEST_F(ArchiveTest, OneJobIsDoneByItsNumber) {
+    MakeTexts();
+    EXPECT_EQ(PlanArchive().code, 0);
+    const Plan plan = ReadPlan(In("a.plan"));
+    EXPECT_EQ(WorkOnIt({"--job", "2"}).err, "mdscan: 1 job: 1 done here, 0 by others\n");
+    EXPECT_TRUE(fs::exists(In("a.d/" + plan.jobs[1].key + ".result")));
+    EXPECT_FALSE(fs::exists(In("a.d/" + plan.jobs[0].key + ".result")));
+    EXPECT_EQ(WorkOnIt({"--job", "2"}).err, "mdscan: 1 job: 0 done here, 1 by others\n");
+    for (int job = 1; job <= 3; ++job) {
+        EXPECT_EQ(WorkOnIt({"-q", "--job", std::to_string(job)}).code, 0) << job;
+    }
+    EXPECT_NE(GatherIt("gathered").err.find("3 inputs: 0 with motion, 3 failed; "), std::string::npos);
+
+    const Said beyond = WorkOnIt({"--job", "4"});
+    EXPECT_EQ(beyond.code, 2);
+    EXPECT_NE(beyond.err.find("there is no job 4 in " + In("a.plan") + ": it has 3 jobs"), std::string::npos) << beyond.err;
+    EXPECT_EQ(WorkOnIt({"--job", "0"}).code, 2);
+    const Said farm = MdscanSaying({"work", "--at", "postgresql:///none", "--job", "1"});
+    EXPECT_EQ(farm.code, 2);
+    EXPECT_NE(farm.err.find("--job belongs to --into"), std::string::npos) << farm.err;
+}
+
 TEST_F(ArchiveTest, RefusesWhatCannotBe) {
     MakeTexts();
     const auto refusal = [](const Said& said) {
