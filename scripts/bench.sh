@@ -102,11 +102,19 @@ if [[ -z $quick ]]; then
 fi
 run coreMD_bench "$main" others '^(peer|host)/'
 
+# A count is the same on every day, but only where the tests and valgrind are; the report says so where it is missing.
+counts=$results/instructions
+: >"$counts"
+if [[ -z $quick ]] && cmake --build "$build/$main" --target CountedPass >>"$log" 2>&1; then
+    echo "bench: counting instructions" >&2
+    "$root/scripts/count-instructions.sh" "$build/$main" >"$counts" 2>>"$log" || true
+fi
+
 compiler=$("$(cat "$results/compiler")" --version | sed -n 1p)
 # As the compiler is called for one source of the library, less what names folders, warnings and the level.
 flags=$(sed -n '/coreMD_objects.dir\/core\/coreMD.cpp.o:/,/FLAGS = /s/^ *FLAGS = //p' "$build/$main/build.ninja" |
     tr ' ' '\n' | grep -vE '^-(ffile-prefix-map|W|march)' | paste -sd ' ')
-arguments=(--main "$main" --compiler "$compiler" --flags="$flags" "$results")
+arguments=(--main "$main" --instructions "$counts" --compiler "$compiler" --flags="$flags" "$results")
 if [[ -n $quick ]]; then
     python3 "$root/bench/report.py" --quick "${arguments[@]}"
     exit 0
