@@ -61,9 +61,13 @@ void FarmQueue::Join() {
     _id = *rows[0][0];
     _name = *rows[0][2];
     _lease = std::chrono::duration<double>(std::stod(*rows[0][4]));
+    if (!_head.empty() && *rows[0][3] != _head) {
+        throw Video::Failure(Video::Concern::Usage, "the farm " + _name + " was dropped, and another one has its name");
+    }
+    _head = *rows[0][3];
     _plan = {};
     try {
-        TakeHeadLine(*rows[0][3], _plan);
+        TakeHeadLine(_head, _plan);
     } catch (const std::exception&) {
         throw Video::Failure(Video::Concern::Usage, "the farm " + _name + " holds no plan of mdscan");
     }

@@ -50,7 +50,8 @@ private:
     const std::string _version;
     const std::string _worker;  // what others are told of it
     const int _slots;
-    std::string _id;  // of the worker, in the database
+    std::string _id;    // of the worker, in the database
+    std::string _head;  // what the launcher was made for
     Plan _plan;
     std::chrono::duration<double> _lease{};
     std::map<std::string, int> _numbers;  // of those taken, by key

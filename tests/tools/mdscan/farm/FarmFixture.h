@@ -17,9 +17,10 @@ class FarmFixture : public Video::ClipFixture {
 protected:
     static PostgresServer& Server() { return *server; }
 
-    static void SetUpTestSuite() {
+    static void SetUpTestSuite() { StartServer(""); }
+    static void StartServer(const std::string& settings) {
         if (!server && PostgresServer::Missing().empty()) {
-            server = std::make_unique<PostgresServer>();
+            server = std::make_unique<PostgresServer>(settings);
         }
     }
     static void TearDownTestSuite() { server.reset(); }

@@ -317,6 +317,21 @@ TEST_F(FarmTest, OtherVersionsDoNotWork) {
     EXPECT_EQ(MdscanSaying({"gather", "--at", Server().Address()}).code, 2);
 }
 
+// A worker knows one plan's options. What it scans must not be kept for another's.
+TEST_F(FarmTest, AFarmThatIsMadeAnewIsAnotherOne) {
+    MakeFarm(1);
+    FarmQueue queue(Address(), "march", "1", 1);
+    const std::optional<PlannedJob> job = queue.Take();
+    ASSERT_TRUE(job);
+    DropFarm(Owner(), "march");
+    EXPECT_EQ(Failing([&] { queue.Keep(*job, LineFor(*job)); }), "the farm has been dropped");
+    EXPECT_EQ(Failing([&] { queue.Tend(), queue.Take(); }), "there is no farm march");
+    Plan other = PlanOfStubs(1);
+    other.options = {"--rate=1"};
+    CreateFarm(Owner(), "march", other, 60);
+    EXPECT_EQ(Failing([&] { queue.Take(); }), "the farm march was dropped, and another one has its name");
+}
+
 TEST_F(FarmTest, AnInterruptedWorkerGivesBackItsJobsAtOnce) {
     MakeFarm(4);
     const pid_t worker = fork();
