@@ -43,7 +43,8 @@ TEST(MemoriesInC, BytesAreThoseOfTheClasses) {
     std::int64_t time = 0, place = 0, length = 0;
     ASSERT_EQ(coreMD_UnpackState(state.data(), 68, &grid, 10001, &time, &place, &length), COREMD_HOST_DONE);
     EXPECT_EQ(time, 99);
-    EXPECT_EQ(Bytes(state.begin() + place, state.begin() + place + length), saved.state);
+    const std::uint8_t* const unpacked = state.data() + place;
+    EXPECT_EQ(Bytes(unpacked, unpacked + length), saved.state);
 }
 
 TEST(MemoriesInC, EveryFlippedBitAndEveryOtherLengthIsRefused) {
