@@ -10,6 +10,11 @@ TEST(ClassesLinkTest, InlineMembersOfTheStatistics) {
     statistics.ShiftToNewFrame();
     EXPECT_EQ(statistics.QueuePos(2), 3);
     EXPECT_EQ(statistics.FrameOfAge(0), statistics._frames + statistics._frameSize);
+}
+
+TEST(ClassesLinkDeathTest, WhatAHostInlinesKeepsItsAssertions) {
+    MD::FrameStatistics statistics;
+    statistics.AllocateBuffers(3);
     EXPECT_DEATH_IF_SUPPORTED(statistics.QueuePos(-1),
                               "MotionDetector\\.h:90: int MD::FrameStatistics::QueuePos\\(int\\): Assertion `n>=0' failed");
 }
