@@ -120,7 +120,7 @@ constexpr std::uint8_t ShiftedDeepMean(std::uint32_t sum, DeepSampleCount count)
 
 // A sample of ten bits: those from bit `shift` on, 0 or 6, of two bytes, the lower one first.
 constexpr std::uint16_t DeepSample(std::uint8_t low, std::uint8_t high, int shift) {
-    return static_cast<std::uint16_t>(((low | high << 8) >> shift) & largestDeepSample);
+    return static_cast<std::uint16_t>(static_cast<unsigned>(low | high << 8) >> shift & largestDeepSample);
 }
 
 // Over all rows of the stack, i < count:

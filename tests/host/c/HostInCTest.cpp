@@ -121,7 +121,8 @@ TEST(ReducerInC, AShakingCameraIsSteadiedAsByTheClass) {
     Bytes world(static_cast<std::size_t>((width + 2 * margin) * (height + 2 * margin)));
     Kit::SeededRandom random(3);
     for (std::size_t i = 0; i < world.size(); ++i)
-        world[i] = static_cast<std::uint8_t>(random.Below(8) + (i / 7 % 3 == 0 ? 60 : 160) + (i / 176 / 9 % 2 == 0 ? 0 : 40));
+        world[i] =
+            static_cast<std::uint8_t>(random.Below(8) + (i / 7 % 3 == 0 ? 60 : 160) + (i / 176 / 9 % 2 == 0 ? 0 : 40));
     const coreMD_PictureFormat format{width, height, COREMD_GREY, 8, COREMD_LIMITED_RANGE, 0, 0, 0, 0};
     Host::SteadyReduction expected({.width = width, .height = height, .format = Host::PixelFormat::Grey, .blockSize = 8},
                                    Host::Stabilise::Auto);
