@@ -1,7 +1,6 @@
 // How is an interruption remembered?
 #include "video/base/Interruption.h"
 
-#include <atomic>
 #include <csignal>
 
 namespace Video {
@@ -10,6 +9,8 @@ namespace {
 
 std::atomic<bool> interrupted = false;
 static_assert(std::atomic<bool>::is_always_lock_free);  // written by a signal handler
+
+thread_local const std::atomic<bool>* flagOfThread = nullptr;
 
 void Interrupt(int) { interrupted = true; }
 
@@ -29,6 +30,9 @@ void LeaveOrderly() {
     std::signal(SIGPIPE, SIG_IGN);
 }
 
-bool Interrupted() { return interrupted; }
+bool Interrupted() { return interrupted || (flagOfThread && *flagOfThread); }
+
+InterruptedBy::InterruptedBy(const std::atomic<bool>& flag) { flagOfThread = &flag; }
+InterruptedBy::~InterruptedBy() { flagOfThread = nullptr; }
 
 }  // namespace Video

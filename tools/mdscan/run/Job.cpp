@@ -287,7 +287,7 @@ void Job::Begin(const Host::PictureFormat& format) {
         if (_remembered) {
             _watcher->Prime(*_remembered);
         }
-    } else if (!_side.WantPictures()) {  // pictures do not wait: they are large
+    } else if (!_side.WantPictures() && !_listener.WantsPictures()) {  // pictures do not wait: they are large
         _opening = std::make_unique<Video::Opening>(grid);
     } else if (const auto opening = ReadAhead(grid)) {
         _watcher->Prime(opening->Planes(), _remembered, opening->BackgroundPictures());
@@ -353,9 +353,16 @@ void Job::Judge(const Video::BlockPicture& picture, Video::Ticks time, const AVF
     }
     TellEvent(_events.Add(findings));
     _side.Follow(_events.Running(), _told + 1);
+    const bool isShown = frame && _listener.WantsPictures();
+    if (isShown) {
+        _listener.OnAnalysed(*frame);
+    }
     _listener.OnFrame(*_watcher, findings, NumberAt(time));
     if (_events.PeaksNow()) {
         _side.Peak(frame);
+        if (isShown) {
+            _listener.OnPeak(*frame);
+        }
     }
     _side.Mark([&] { return Video::Marking{std::move(findings.objects), _watcher->Marks(), _watcher->Grid(), Clock()}; });
 }

@@ -9,6 +9,7 @@
 #include "settings/JobSettings.h"
 #include "video/base/Findings.h"
 #include "video/base/Tally.h"
+#include "video/media/Libav.h"
 #include "video/time/PictureNumbers.h"
 #include "video/time/TickTime.h"
 #include "video/watch/Events.h"
@@ -35,6 +36,12 @@ public:
     virtual void OnEvent(const Video::Event&) {}
     // From then on nothing counts that has moved: a disturbance has become known. Before the frame that told it.
     virtual void OnDiscard(Video::Ticks) {}
+    // Are pictures looked at as they are analysed?  The same for the whole job.
+    virtual bool WantsPictures() const { return false; }
+    // Where they are: the one at which the running event has its peak, as far as is known.
+    virtual void OnPeak(const AVFrame&) {}
+    // Likewise: the one of the OnFrame that follows.
+    virtual void OnAnalysed(const AVFrame&) {}
     // Once per analysed frame, after events that it ended. May throw Failure.
     virtual void OnFrame(Video::Watcher&, const Video::Findings&, const Video::PictureNumber&) {}
     // True ends the job: nothing more is to be learned from it.
