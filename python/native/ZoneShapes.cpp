@@ -28,16 +28,6 @@ OwnedZone ZoneOfPolygon(std::vector<Video::Point> polygon) {
             .rows = polygonCells};
 }
 
-OwnedZone ZoneOfMask(const Plane& plane) {
-    OwnedZone zone{.mask = {}, .columns = Clamped(plane.columns), .rows = Clamped(plane.rows)};
-    for (std::ptrdiff_t row = 0; row < plane.rows; ++row) {
-        const std::uint8_t* first = plane.first + row * plane.stride;
-        zone.mask.insert(zone.mask.end(), first, first + plane.columns);
-    }
-    zone.mask.reserve(1);  // a mask without cells is refused for its size, not for being null
-    return zone;
-}
-
 // A list or tuple of pairs; a mask is an array.
 bool IsPolygon(const py::handle& object) {
     if (!py::isinstance<py::list>(object) && !py::isinstance<py::tuple>(object)) {
@@ -74,6 +64,17 @@ std::vector<Video::Point> PolygonOf(const py::handle& object, const std::string&
     return polygon;
 }
 
+OwnedZone ZoneOfMask(const py::handle& object, const std::string& name) {
+    const Plane plane = PlaneOf(object, name);
+    OwnedZone zone{.mask = {}, .columns = Clamped(plane.columns), .rows = Clamped(plane.rows)};
+    for (std::ptrdiff_t row = 0; row < plane.rows; ++row) {
+        const std::uint8_t* first = plane.first + row * plane.stride;
+        zone.mask.insert(zone.mask.end(), first, first + plane.columns);
+    }
+    zone.mask.reserve(1);  // a mask without cells is refused for its size, not for being null
+    return zone;
+}
+
 std::vector<OwnedZone> ZonesOf(const std::optional<py::sequence>& given) {
     if (!given) {
         return {{.mask = {1}, .columns = 1, .rows = 1}};
@@ -82,7 +83,7 @@ std::vector<OwnedZone> ZonesOf(const std::optional<py::sequence>& given) {
     for (std::size_t i = 0; i < given->size(); ++i) {
         const py::object one = (*given)[i];
         const std::string name = "zones[" + std::to_string(i) + "]";
-        zones.push_back(IsPolygon(one) ? ZoneOfPolygon(PolygonOf(one, name)) : ZoneOfMask(PlaneOf(one, name)));
+        zones.push_back(IsPolygon(one) ? ZoneOfPolygon(PolygonOf(one, name)) : ZoneOfMask(one, name));
     }
     return zones;
 }

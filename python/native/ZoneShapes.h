@@ -32,6 +32,9 @@ struct OwnedZone {
 // TypeError where it is no list of corners.
 std::vector<Video::Point> PolygonOf(const pybind11::handle& object, const std::string& name);
 
+// Of an array of bytes or truths.
+OwnedZone ZoneOfMask(const pybind11::handle& object, const std::string& name);
+
 // None: one zone, the whole picture.
 std::vector<OwnedZone> ZonesOf(const std::optional<pybind11::sequence>& zones);
 

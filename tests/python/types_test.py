@@ -12,8 +12,10 @@ import unittest
 import coremd
 
 USE = """
+from typing import Sequence
 import numpy as np
-import coremd
+import coremd.frames
+import coremd.video
 
 reducer = coremd.BlockReducer(1280, 720, "nv12", block=8)
 with coremd.Detector([np.ones((1, 1), np.uint8)], rate=10.0) as detector:
@@ -22,6 +24,12 @@ with coremd.Detector([np.ones((1, 1), np.uint8)], rate=10.0) as detector:
     if frame.labels is not None:
         rows: int = frame.labels.shape[0]
 state: bytes = detector.save_state()
+for seen in coremd.video.watch("gate.mp4", {"gate": [(0, 0), (1, 0), (1, 1)]}, rate=6):
+    names: Sequence[str] = seen.objects[0].zones
+for record in coremd.video.events("gate.mp4", pictures=True):
+    if isinstance(record, coremd.video.Event):
+        seconds: float = record.duration
+blocks = coremd.frames.FrameReducer(block=8).reduce(np.zeros((8, 8, 3), np.uint8))
 with coremd.Conditioner(coremd.Detector([[(0, 0), (1, 0), (1, 1)]]), 160, 90, sensitivity="high") as conditioner:
     told = conditioner.detect(np.zeros((3, 90, 160), np.uint8), time=0, shift=reducer.shift)
     begin: float = told.disturbances["light"].begin
