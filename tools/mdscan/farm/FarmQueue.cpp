@@ -15,7 +15,8 @@ namespace {
 
 constexpr const char* notKnown = "MD003";  // a worker that was taken for dead
 constexpr int beatsPerLease = 4;
-constexpr auto countAgain = std::chrono::seconds(60);  // for the eye, and not for free
+constexpr auto askForEnd = std::chrono::milliseconds(400);  // at most: near the end, there is much news
+constexpr auto countAgain = std::chrono::seconds(60);       // for the eye, and not for free
 
 std::string NameOfThisWorker() {
     char host[256] = {};
@@ -158,7 +159,11 @@ void FarmQueue::Keep(const PlannedJob& job, const std::string& line) {
 }
 
 bool FarmQueue::IsOver() {
+    if (!_isOver && SteadyClock::now() - _askedForEnd < askForEnd) {
+        return false;
+    }
     if (!_isOver) {
+        _askedForEnd = SteadyClock::now();
         const Database::Rows rows = AskAsWorker("SELECT mdscan.is_over($1::bigint, $2::integer[])", {RefusedHere()});
         _isOver = rows[0][0] == "yes";
         if (*_isOver) {
@@ -170,7 +175,7 @@ bool FarmQueue::IsOver() {
 
 void FarmQueue::Tend() {
     for (const std::string& news : _database.TakeNews()) {
-        _isDry = false;
+        _isDry = _isDry && news == "kept";
         _isOver.reset();
         if (news == "retry") {
             _refused.clear();

@@ -58,7 +58,7 @@ private:
     std::set<int> _refused;               // here
     bool _isDry = false;                  // there was none, and no news since
     std::optional<bool> _isOver;          // absent: to be asked for
-    SteadyClock::time_point _beat, _counted;
+    SteadyClock::time_point _beat, _counted, _askedForEnd;
     Counts _counts;
 };
 

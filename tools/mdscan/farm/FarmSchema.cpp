@@ -181,7 +181,8 @@ BEGIN
     PERFORM mdscan.wake(its_farm, 'back');
 END $$;
 
--- Result and "done" are there together or not at all. Whoever comes second has found the same.
+-- Result and "done" are there together or not at all. Whoever comes second has found the same. Where none is open any more,
+-- every one that is kept wakes those who wait for the end: of two that are last, neither sees the other.
 CREATE FUNCTION mdscan.keep_result(worker_name text, its_key text, its_line bytea) RETURNS void
 LANGUAGE plpgsql SECURITY DEFINER SET search_path = pg_catalog, pg_temp AS $$
 DECLARE
@@ -194,10 +195,8 @@ BEGIN
     FOR its_farm IN UPDATE mdscan.jobs SET state = 'done', done = clock_timestamp(), worker = NULL, reason = NULL
         WHERE key = its_key AND state <> 'done' RETURNING farm
     LOOP
-        IF NOT EXISTS (SELECT FROM mdscan.jobs WHERE farm = its_farm AND state = 'open') AND NOT EXISTS (
-            SELECT FROM mdscan.jobs j JOIN mdscan.workers w ON w.id = j.worker WHERE w.farm = its_farm AND j.state = 'taken')
-        THEN
-            PERFORM mdscan.wake(its_farm, 'over');
+        IF NOT EXISTS (SELECT FROM mdscan.jobs WHERE farm = its_farm AND state = 'open') THEN
+            PERFORM mdscan.wake(its_farm, 'kept');
         END IF;
     END LOOP;
 END $$;

@@ -287,6 +287,25 @@ TEST_F(FarmTest, AnIdleWorkerIsWoken) {
     EXPECT_TRUE(idle.Take());
 }
 
+// Two jobs that are kept at once are each not the last, as far as they see: either tells.
+TEST_F(FarmTest, AnIdleWorkerHearsOfTheEnd) {
+    MakeFarm(2, 3600);
+    FarmQueue one(Address(), "march", "1", 1), two(Address(), "march", "1", 1), idle(Address(), "march", "1", 1);
+    const std::optional<PlannedJob> first = one.Take(), last = two.Take();
+    ASSERT_TRUE(first && last);
+    EXPECT_FALSE(idle.Take());
+    EXPECT_FALSE(idle.IsOver());
+    one.Keep(*first, LineFor(*first));
+    pollfd news = {idle.News(), POLLIN, 0};
+    EXPECT_EQ(poll(&news, 1, 10'000), 1) << "though one is under way";
+    idle.Tend();
+    two.Keep(*last, LineFor(*last));
+    EXPECT_EQ(poll(&news, 1, 10'000), 1);
+    idle.Tend();
+    Pause(450);  // it does not ask more often
+    EXPECT_TRUE(idle.IsOver());
+}
+
 // The server's disk, as it says itself.
 TEST_F(FarmTest, AFullDiskStopsAWorkerAndNotTheFarm) {
     MakeFarm(2);
