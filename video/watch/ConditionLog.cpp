@@ -70,6 +70,19 @@ std::optional<Ticks> ConditionLog::Add(const Host::Disturbances& disturbances, T
 
 std::vector<Condition> ConditionLog::Take() { return std::exchange(_over, {}); }
 
+std::vector<Condition> ConditionLog::Running() const {
+    std::vector<Condition> running;
+    for (std::size_t i = 0; i < kinds.size(); ++i) {
+        if (_begins[i]) {
+            running.push_back({kinds[i], *_begins[i], _newest});
+        }
+    }
+    if (_darkSince && _newest - *_darkSince >= shortestDarkness) {
+        running.push_back({ConditionKind::TooDark, *_darkSince, _newest});
+    }
+    return running;
+}
+
 void ConditionLog::Close() {
     EndDarkness(_newest);
     for (std::size_t i = 0; i < kinds.size(); ++i) {

@@ -28,6 +28,9 @@ public:
     // What is over by now, in order of its end; each once.
     std::vector<Condition> Take();
 
+    // What goes on, in order of kinds; its end is the newest picture. Darkness, once it has lasted.
+    std::vector<Condition> Running() const;
+
     // Nothing more comes: what still went on ends with the newest picture.
     void Close();
 

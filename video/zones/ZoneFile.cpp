@@ -29,13 +29,16 @@ class Reader {
 public:
     explicit Reader(const std::string& path) : _path(path) {}
 
-    std::vector<Zone> Read() {
+    std::vector<Zone> ReadFile() {
         std::ifstream file(_path, std::ios::binary);
         std::error_code ignored;
         if (!file || std::filesystem::is_directory(_path, ignored)) {
             throw Failure(Concern::Usage, _path + ": cannot be read");
         }
-        const std::string text{std::istreambuf_iterator<char>(file), {}};
+        return Read(std::string{std::istreambuf_iterator<char>(file), {}});
+    }
+
+    std::vector<Zone> Read(const std::string& text) {
         _told = ReadJson(text, [this](const std::string& where, const std::string& what) {
             throw Failure(Concern::Usage, _path + ": " + where + ": " + what);
         });
@@ -153,7 +156,9 @@ private:
 
 }  // namespace
 
-std::vector<Zone> ReadZoneFile(const std::string& path) { return Reader(path).Read(); }
+std::vector<Zone> ReadZoneFile(const std::string& path) { return Reader(path).ReadFile(); }
+
+std::vector<Zone> ReadZoneText(const std::string& text, const std::string& origin) { return Reader(origin).Read(text); }
 
 GreyPicture ReadMask(const std::string& path) {
     png_image image = {};

@@ -14,6 +14,9 @@ namespace Video {
 // for beside the file. Throws Failure: one line with line and place of the first mistake.
 std::vector<Zone> ReadZoneFile(const std::string& path);
 
+// The same of a text. origin: what complaints call it; masks are looked for beside it.
+std::vector<Zone> ReadZoneText(const std::string& text, const std::string& origin);
+
 // A PNG file of any size. Throws Failure.
 GreyPicture ReadMask(const std::string& path);
 

@@ -135,6 +135,30 @@ TEST(ConditionLog, ASpellThatGoesOnEndsWithTheLastPicture) {
     EXPECT_TRUE(camera.Log().Take().empty());
 }
 
+TEST(ConditionLog, WhatGoesOnIsToldWhileItDoes) {
+    Camera camera;
+    camera.Show(20, false);
+    EXPECT_TRUE(camera.Log().Running().empty());
+    camera.Show(20, true);
+    const std::vector<Condition> running = camera.Log().Running();
+    const std::optional<Condition> covered = CoveredOf(running);
+    ASSERT_TRUE(covered);
+    EXPECT_EQ(covered->end, camera.Now() - oneSecond / 5);
+    camera.Log().Close();
+    EXPECT_TRUE(camera.Log().Running().empty());
+    const std::optional<Condition> over = CoveredOf(camera.Log().Take());
+    ASSERT_TRUE(over);
+    EXPECT_EQ(covered->start, over->start);
+}
+
+TEST(ConditionLog, DarknessGoesOnOnceItHasLasted) {
+    ConditionLog log;
+    for (int second = 0; second < 8; ++second) {
+        EXPECT_EQ(log.Running().size(), second > 5 ? 1U : 0U) << second;
+        log.AddDarkness(true, second * oneSecond);
+    }
+}
+
 std::vector<Condition> AfterDarkness(int seconds, bool closed) {
     ConditionLog log;
     for (int second = 0; second < 10; ++second) {

@@ -163,6 +163,19 @@ TEST_F(ZoneFileTest, MutatedFilesAreZonesOrRefusedInOurWords) {
     EXPECT_GT(accepted, 5);
 }
 
+TEST(ZoneText, IsReadAsAFileIsAndCalledAsToldInComplaints) {
+    const std::vector<Zone> zones =
+        ReadZoneText(R"({"zones": [{"name": "gate", "polygon": [[0, 0], [1, 0], [1, 1]]}]})", "settings");
+    ASSERT_EQ(zones.size(), 1u);
+    EXPECT_EQ(zones[0].name, "gate");
+    try {
+        ReadZoneText("{\"zones\":\n 3}", "settings");
+        ADD_FAILURE() << "was taken";
+    } catch (const Failure& failure) {
+        EXPECT_STREQ(failure.what(), "settings: line 2: zones: must be a list of zones");
+    }
+}
+
 TEST_F(ZoneFileTest, AMissingFileIsNamed) {
     EXPECT_THROW(ReadZoneFile(In("missing.json")), Failure);
     EXPECT_THROW(ReadZoneFile(Folder()), Failure);
