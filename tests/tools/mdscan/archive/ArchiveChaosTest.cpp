@@ -9,7 +9,6 @@
 
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <random>
 #include <string>
@@ -30,21 +29,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-int Setting(const char* name, int usual) {
-    const char* text = std::getenv(name);
-    return text ? std::atoi(text) : usual;
-}
-
 class ArchiveChaosTest : public Kit::FolderFixture {
 protected:
     // Returns the exit code.
     int Do(const Plan& plan, const std::string& folder, int milliseconds) const {
         FolderStore store(In(folder));
         StubLauncher launcher(milliseconds, In(folder + ".log"));
-        RunSettings run;
-        run.jobs = 2;
-        run.quiet = true;
-        return WorkOn(plan, store, launcher, run);
+        return WorkOn(plan, store, launcher, TwoAtATime());
     }
 
     pid_t StartWorker(const Plan& plan, const std::string& folder, int milliseconds) const {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdlib>
 #include <fstream>
 #include <memory>
 #include <optional>
@@ -18,10 +19,24 @@
 #include "results/PackedResult.h"
 #include "results/Records.h"
 #include "run/Worker.h"
+#include "settings/RunSettings.h"
 
 namespace Scan {
 
 inline void Pause(int milliseconds) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }
+
+// What the environment says instead of what is usual: how many, how long.
+inline int Setting(const char* name, int usual) {
+    const char* text = std::getenv(name);
+    return text ? std::atoi(text) : usual;
+}
+
+inline RunSettings TwoAtATime() {
+    RunSettings run;
+    run.jobs = 2;
+    run.quiet = true;
+    return run;
+}
 
 inline Plan PlanOfStubs(int jobs, const std::string& version = "1") {
     Plan plan{.version = version};

@@ -6,7 +6,6 @@
 
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <random>
@@ -30,18 +29,6 @@ namespace Scan {
 namespace {
 
 namespace fs = std::filesystem;
-
-int Setting(const char* name, int usual) {
-    const char* text = std::getenv(name);
-    return text ? std::atoi(text) : usual;
-}
-
-RunSettings TwoAtATime() {
-    RunSettings run;
-    run.jobs = 2;
-    run.quiet = true;
-    return run;
-}
 
 class FarmChaosTest : public FarmFixture {
 protected:
