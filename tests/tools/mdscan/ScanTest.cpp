@@ -255,40 +255,41 @@ TEST_F(ScanTest, TheOverlayIsTheVideoWithBoxes) {
     EXPECT_LE(after, 10);
 }
 
-struct Kind {
+struct Encoding {
     const char* codec;
     const char* container;
     AVPixelFormat format;
 };
 
-class EveryKind : public ScanTest, public testing::WithParamInterface<Kind> {};
+class EveryKind : public ScanTest, public testing::WithParamInterface<Encoding> {};
 
 TEST_P(EveryKind, HoldsTheSquare) {
-    const Kind& kind = GetParam();
-    if (!Video::HasEncoder(kind.codec)) {
-        GTEST_SKIP() << "this FFmpeg cannot encode " << kind.codec;
+    const Encoding& encoding = GetParam();
+    if (!Video::HasEncoder(encoding.codec)) {
+        GTEST_SKIP() << "this FFmpeg cannot encode " << encoding.codec;
     }
     const Video::SquareScene scene;
-    Video::WriteEncoded({scene}, {.codec = kind.codec, .container = kind.container, .format = kind.format}, In("clip"));
+    Video::WriteEncoded({scene}, {.codec = encoding.codec, .container = encoding.container, .format = encoding.format},
+                        In("clip"));
     const Outcome run = Mdscan({In("clip")});
     EXPECT_EQ(run.code, 0) << run.err;
     ASSERT_EQ(run.lines.size(), 1u) << run.err;
     ExpectTheSquare(run.lines[0], scene);
 }
 
-std::string NameOf(const testing::TestParamInfo<Kind>& kind) {
-    return std::string(kind.param.codec) + "_" + kind.param.container + "_" + std::to_string(kind.index);
+std::string NameOfEncoding(const testing::TestParamInfo<Encoding>& info) {
+    return std::string(info.param.codec) + "_" + info.param.container + "_" + std::to_string(info.index);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     ScanTest, EveryKind,
-    testing::Values(Kind{"mpeg4", "avi", AV_PIX_FMT_YUV420P}, Kind{"mpeg4", "mp4", AV_PIX_FMT_YUV420P},
-                    Kind{"mpeg2video", "mpegts", AV_PIX_FMT_YUV420P}, Kind{"mjpeg", "avi", AV_PIX_FMT_YUVJ420P},
-                    Kind{"mjpeg", "matroska", AV_PIX_FMT_YUVJ422P}, Kind{"ffv1", "matroska", AV_PIX_FMT_YUV444P},
-                    Kind{"ffv1", "matroska", AV_PIX_FMT_GRAY8}, Kind{"ffv1", "matroska", AV_PIX_FMT_YUV420P10LE},
-                    Kind{"ffv1", "matroska", AV_PIX_FMT_BGR0}, Kind{"rawvideo", "nut", AV_PIX_FMT_NV12},
-                    Kind{"libx264", "mp4", AV_PIX_FMT_YUV420P}),
-    NameOf);
+    testing::Values(Encoding{"mpeg4", "avi", AV_PIX_FMT_YUV420P}, Encoding{"mpeg4", "mp4", AV_PIX_FMT_YUV420P},
+                    Encoding{"mpeg2video", "mpegts", AV_PIX_FMT_YUV420P}, Encoding{"mjpeg", "avi", AV_PIX_FMT_YUVJ420P},
+                    Encoding{"mjpeg", "matroska", AV_PIX_FMT_YUVJ422P}, Encoding{"ffv1", "matroska", AV_PIX_FMT_YUV444P},
+                    Encoding{"ffv1", "matroska", AV_PIX_FMT_GRAY8}, Encoding{"ffv1", "matroska", AV_PIX_FMT_YUV420P10LE},
+                    Encoding{"ffv1", "matroska", AV_PIX_FMT_BGR0}, Encoding{"rawvideo", "nut", AV_PIX_FMT_NV12},
+                    Encoding{"libx264", "mp4", AV_PIX_FMT_YUV420P}),
+    NameOfEncoding);
 
 TEST_F(ScanTest, AChangeOfSizeStartsAfresh) {
     const Video::SquareScene small, large{.width = 640, .height = 480};
