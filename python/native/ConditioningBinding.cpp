@@ -325,7 +325,7 @@ private:
     bool _isOutOfMemory = false;
 };
 
-void AddResults(py::module_& module) {
+void AddConditionedResults(py::module_& module) {
     PYBIND11_NUMPY_DTYPE(coreMD_Outline, label, blocks, left, top, right, bottom);
     py::class_<Disturbance>(module, "Disturbance", "Something that is no motion, from when to when. Seconds.")
         .def_readonly("begin", &Disturbance::begin, "The first picture that showed it.")
@@ -383,7 +383,7 @@ columns, rows: blocks, 1..9999. most: pictures, 1..13107.)")
 }  // namespace
 
 void AddConditioning(py::module_& module) {
-    AddResults(module);
+    AddConditionedResults(module);
     AddPriming(module);
     py::class_<Conditioner>(module, "Conditioner")
         .def(py::init<const py::object&, std::int32_t, std::int32_t, const std::string&, const std::string&>(),

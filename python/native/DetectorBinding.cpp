@@ -25,7 +25,7 @@ namespace py = pybind11;
 namespace Python {
 namespace {
 
-void Demand(const coremd::Attempt& attempt) {
+void DemandAccepted(const coremd::Attempt& attempt) {
     if (!attempt) {
         throw py::value_error(attempt.error());
     }
@@ -90,7 +90,7 @@ public:
         }
         const DetectorAccess detector(*_held);
         for (const OwnedZone& zone : ZonesOf(zones)) {
-            Demand(detector->TryAddZone(zone.Record(smallest)));
+            DemandAccepted(detector->TryAddZone(zone.Record(smallest)));
         }
     }
 
@@ -110,7 +110,7 @@ public:
         if (!attempt) {
             --_held->generation;  // nothing has changed: results of the frame before stay
         }
-        Demand(attempt);
+        DemandAccepted(attempt);
         return ReadFrame(_held, *detector);
     }
 
@@ -124,7 +124,7 @@ public:
         coremd::Detector probe;  // says whether they are zones at all
         for (const OwnedZone& zone : zones) {
             records.push_back(zone.Record(_smallest));
-            Demand(probe.TryAddZone(records.back()));
+            DemandAccepted(probe.TryAddZone(records.back()));
         }
         ++_held->generation;
         *detector = detector->ReplaceZones(records);
