@@ -7,7 +7,7 @@ set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 work=$(cd "$1" && pwd)
 system=$work/root
-packages=(libcoremd1 libcoremd-host1 libcoremd-dev coremd-tools coremd-doc)
+packages=(libcoremd1 libcoremd-host1 libcoremd-dev coremd-tools python3-coremd gstreamer1.0-coremd coremd-doc)
 say() { printf '\n== %s\n' "$*"; }
 fail() {
     echo "FAILED: $*" >&2
