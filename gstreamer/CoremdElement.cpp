@@ -72,6 +72,8 @@ gboolean OnSourceEvent(GstBaseTransform* transform, GstEvent* event) {
         gst_event_parse_qos(event, nullptr, nullptr, &late, &time);
         const bool isLate = GST_CLOCK_TIME_IS_VALID(time) && late > 0;
         StateOf(transform).SetEarliest(isLate ? time + 2 * static_cast<GstClockTime>(late) : 0);
+        // Past the base class, which would drop what is late: that is for those downstream to decide.
+        return gst_pad_push_event(GST_BASE_TRANSFORM_SINK_PAD(transform), event);
     }
     return Parent()->src_event(transform, event);
 }

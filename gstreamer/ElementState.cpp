@@ -15,6 +15,7 @@ namespace Gst {
 namespace {
 
 constexpr GstClockTime nanosecondsPerTick = 100;
+constexpr GstClockTime usualInterval = GST_SECOND / 25;  // where neither buffers nor caps tell one
 
 Video::Ticks TicksOf(GstClockTime time) { return static_cast<Video::Ticks>(time / nanosecondsPerTick); }
 
@@ -63,8 +64,12 @@ bool ElementState::SetInfo(const GstVideoInfo& info) {
 std::optional<PictureTime> ElementState::TimeOf(GstBuffer* buffer) {
     const GstSegment& segment = GST_BASE_TRANSFORM(_element)->segment;
     const GstClockTime timestamp = GST_BUFFER_PTS(buffer);
-    GstClockTime running = _newest ? *_newest + _interval : 0;  // of one that has no time
-    if (segment.format == GST_FORMAT_TIME && GST_CLOCK_TIME_IS_VALID(timestamp)) {
+    const bool isTimed = segment.format == GST_FORMAT_TIME;
+    GstClockTime running = _newest ? *_newest + _duration : isTimed ? segment.base : 0;  // of one that has no time
+    _duration = GST_BUFFER_DURATION_IS_VALID(buffer) && GST_BUFFER_DURATION(buffer) > 0 ? GST_BUFFER_DURATION(buffer)
+                : _interval > 0                                                         ? _interval
+                                                                                        : usualInterval;
+    if (isTimed && GST_CLOCK_TIME_IS_VALID(timestamp)) {
         running = gst_segment_to_running_time(&segment, GST_FORMAT_TIME, timestamp);
         if (!GST_CLOCK_TIME_IS_VALID(running)) {
             return std::nullopt;
@@ -104,9 +109,11 @@ GstFlowReturn ElementState::OnBuffer(GstBuffer* buffer) {
     const bool isLater = !_newest || time->runningTime > *_newest;
     _newest = time->runningTime;
     bool isFresh = false;
-    if (GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_GAP)) {
+    if (GST_BUFFER_FLAG_IS_SET(buffer, GST_BUFFER_FLAG_GAP)) {  // nothing is shown, so nothing is in it
         _analysis->Pause(time->running);
-    } else if (isLater && _analysis->Wants(time->running) && !IsLate(*time)) {
+        return GST_FLOW_OK;
+    }
+    if (isLater && _analysis->Wants(time->running) && !IsLate(*time)) {
         try {
             Analyse(buffer, *time);
         } catch (const std::exception& failure) {
@@ -135,9 +142,11 @@ bool ElementState::IsLate(const PictureTime& time) {
         analysed = last.analysed;
     }
     const GstSegment& segment = GST_BASE_TRANSFORM(_element)->segment;
-    GstMessage* const message = gst_message_new_qos(GST_OBJECT(_element), FALSE, time.runningTime,
-                                                    gst_segment_to_stream_time(&segment, GST_FORMAT_TIME, time.timestamp),
-                                                    time.timestamp, GST_CLOCK_TIME_NONE);
+    const GstClockTime stream = segment.format == GST_FORMAT_TIME
+                                    ? gst_segment_to_stream_time(&segment, GST_FORMAT_TIME, time.timestamp)
+                                    : GST_CLOCK_TIME_NONE;
+    GstMessage* const message =
+        gst_message_new_qos(GST_OBJECT(_element), FALSE, time.runningTime, stream, time.timestamp, GST_CLOCK_TIME_NONE);
     gst_message_set_qos_stats(message, GST_FORMAT_BUFFERS, analysed, skipped);
     gst_element_post_message(GST_ELEMENT(_element), message);
     return true;
@@ -199,9 +208,11 @@ void ElementState::Draw(GstBuffer* buffer) {
     gst_video_frame_unmap(&frame);
 }
 
-// Times of what began in it cannot be told by the one that follows.
+// Times of what began in it cannot be told by the one that follows. One that is sent again, as after a relinking, is the
+// same: only the base class wrote how far it got.
 void ElementState::OnSegment(const GstSegment& next) {
-    const GstSegment& segment = GST_BASE_TRANSFORM(_element)->segment;
+    GstSegment segment = GST_BASE_TRANSFORM(_element)->segment;
+    segment.position = next.position;
     if (_analysis && !gst_segment_is_equal(&segment, &next)) {
         _analysis->EndEvent("segment");
     }

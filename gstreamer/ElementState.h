@@ -84,7 +84,8 @@ private:
     std::optional<GstVideoInfo> _info;
     FramePart _part = {};
     std::optional<GstClockTime> _newest;  // running time
-    GstClockTime _interval = 0;           // between two pictures; 0: not known
+    GstClockTime _interval = 0;           // between two pictures, by the caps; 0: not known
+    GstClockTime _duration = 0;           // of the newest picture, or what is taken for it
     bool _draws = false, _marks = true;   // as the streaming thread has them
     std::atomic<GstClockTime> _earliest{0};
 };

@@ -52,8 +52,6 @@ public:
     std::vector<std::string> ZoneNames() const { return Video::WatchedNames(_zones); }
     int RunningEvent() const { return _current && _current->isTold ? _current->id : 0; }  // its number; 0: none
     bool IsReady() { return _watcher && _watcher->IsReady(); }
-    // Precondition: a picture was analysed.
-    Video::Watcher* Watcher() { return _watcher ? &*_watcher : nullptr; }
 
 private:
     struct Current {
