@@ -63,8 +63,15 @@ void Decoder::Tell(PacketListener& listener) {
     listener.OnStream(_facts->Stream());
 }
 
+void Decoder::CountWithin(Ticks begin, Ticks end) {
+    _countsFrom = begin;
+    _countsUntil = end;
+    _wanted = begin;
+    _numbers.BeginAt(begin);
+}
+
 void Decoder::SkipTo(Ticks time) {
-    if (_source->SkipTo(time)) {
+    if (_source->SkipTo(time) && !_countsFrom) {
         _wanted = time;
         _numbers.Lose();
     }
@@ -209,7 +216,7 @@ void Decoder::Accept() {
     _time = _dating->Next(presented);
     _later = _time - presented.value_or(_time);
     NoticeGap(before);
-    ++_pictures;
+    CountPicture();
     if (_frame->decode_error_flags != 0 || (_frame->flags & AV_FRAME_FLAG_CORRUPT) != 0) {
         NoteDamage("damaged picture");
         _failuresInARow = 0;
@@ -219,6 +226,8 @@ void Decoder::Accept() {
     }
     _numbers.Count(_time);
 }
+
+void Decoder::CountPicture() { _pictures += _time >= _countsFrom.value_or(_time) && _time < _countsUntil ? 1 : 0; }
 
 // Is something missing between the picture before and this one?  before: ticks, its time. Holes in a file are its own.
 void Decoder::NoticeGap(Ticks before) {
@@ -234,7 +243,7 @@ void Decoder::NoticeGap(Ticks before) {
 void Decoder::CountDiscarded(const std::vector<Ticks>& times) {
     for (const Ticks time : times) {
         _time = _dating->Next(time);
-        ++_pictures;
+        CountPicture();
         _numbers.Count(_time);
     }
 }
@@ -271,8 +280,11 @@ void Decoder::CheckEnd() {
 // Numbers are approximate from there.
 void Decoder::NoteDamage(const std::string& what) {
     ++_failuresInARow;
-    _numbers.Lose();
-    if (_time < _wanted) {  // of pictures that refer to what was left out
+    const bool isUnwanted = _time < _wanted;  // of pictures that refer to what was left out
+    if (!isUnwanted || !_countsFrom) {
+        _numbers.Lose();
+    }
+    if (isUnwanted || _time >= _countsUntil) {
         return;
     }
     if (_source->IsLive()) {  // comes and goes; the source is as it is

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -35,8 +36,12 @@ public:
     // The listener is told of the video's packets that are read after this. It must live as long as the decoder is used.
     void Tell(PacketListener& listener);
 
+    // Before all else: pictures and damage count only from one time until another, and the first of these pictures has the
+    // number 0, wherever reading begins.
+    void CountWithin(Ticks begin, Ticks end);
+
     // Before the first picture: those before this time are not wanted, and are left out as far as the source can. Numbers
-    // are approximate then, and damage before it is nobody's.
+    // are approximate then, unless they count from a time, and damage before it is nobody's.
     void SkipTo(Ticks time);
 
     // Decodes the next picture. False: there is none, because the file is over or cannot be read further, because a live
@@ -86,6 +91,7 @@ private:
     void Send(Ticks arrival);
     void BeginAnew(const Reading& behind);
     void Accept();
+    void CountPicture();
     void NoticeGap(Ticks before);
     void CountDiscarded(const std::vector<Ticks>& times);
     void CheckEnd();
@@ -107,13 +113,15 @@ private:
     const std::unique_ptr<PictureDating> _dating;
     PictureNumbers _numbers;
     PacketListener* _listener = nullptr;
-    std::int64_t _packets = 0;   // of the video, read so far
-    std::int64_t _pictures = 0;  // so far, those discarded too
-    Ticks _time = 0;             // ticks; of the newest picture
-    Ticks _wanted = 0;           // ticks; where something was left out: from then on all is wanted
-    Ticks _later = 0;            // ticks; _time, behind the file's time of it
-    int _failuresInARow = 0;     // of reading and decoding, without a picture in between
-    bool _isOver = false;        // nothing more is wanted, or to be had
+    std::int64_t _packets = 0;         // of the video, read so far
+    std::int64_t _pictures = 0;        // so far, those discarded too, of the time in which they count
+    Ticks _time = 0;                   // ticks; of the newest picture
+    Ticks _wanted = 0;                 // ticks; where something was left out: from then on all is wanted
+    std::optional<Ticks> _countsFrom;  // absent: all counts
+    Ticks _countsUntil = std::numeric_limits<Ticks>::max();
+    Ticks _later = 0;         // ticks; _time, behind the file's time of it
+    int _failuresInARow = 0;  // of reading and decoding, without a picture in between
+    bool _isOver = false;     // nothing more is wanted, or to be had
     Damage _damage;
     std::string _hole;  // why pictures before the next one are missing; empty: they are not
     std::optional<Gap> _gap;

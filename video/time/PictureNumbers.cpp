@@ -20,6 +20,7 @@ void PictureNumbers::Count(Ticks time) {
     }
     _last = time;
     ++_count;
+    _before += time < _begin ? 1 : 0;
 }
 
 // By the run's even distance. Precondition: time is not before the run.
@@ -27,7 +28,9 @@ std::int64_t PictureNumbers::Predicted(const Run& run, Ticks time) const {
     return run.number + (time - run.first + _interval / 2) / _interval;
 }
 
-std::int64_t PictureNumbers::At(Ticks time) const {
+std::int64_t PictureNumbers::At(Ticks time) const { return CountedAt(time) - _before; }
+
+std::int64_t PictureNumbers::CountedAt(Ticks time) const {
     if (_runs.empty()) {
         return std::max<std::int64_t>(0, (time + _interval / 2) / _interval);
     }

@@ -25,6 +25,9 @@ public:
     // interval: nominal ticks between two pictures, at least 1.
     explicit PictureNumbers(Ticks interval) : _interval(interval) {}
 
+    // The first picture that is shown no earlier gets the number 0; those before get negative ones. Before any is counted.
+    void BeginAt(Ticks time) { _begin = time; }
+
     // The next picture was shown at this time, later than the one before.
     void Count(Ticks time);
 
@@ -32,7 +35,8 @@ public:
     // nominal rate makes of them.
     void Lose() { _lost = true; }
 
-    // Number of the picture that was shown at this time, counted from 0. Between two pictures: one of them.
+    // Number of the picture that was shown at this time, counted from 0 unless BeginAt said otherwise. Between two pictures:
+    // one of them.
     std::int64_t At(Ticks time) const;
 
     // Is At the picture's true number?
@@ -46,10 +50,14 @@ private:
 
     std::int64_t Predicted(const Run& run, Ticks time) const;
 
-    Ticks _interval;          // ticks
-    std::vector<Run> _runs;   // by time
-    Ticks _last = 0;          // ticks; time of the last picture counted
-    std::int64_t _count = 0;  // pictures
+    std::int64_t CountedAt(Ticks time) const;
+
+    Ticks _interval;           // ticks
+    std::vector<Run> _runs;    // by time
+    Ticks _last = 0;           // ticks; time of the last picture counted
+    std::int64_t _count = 0;   // pictures
+    Ticks _begin = 0;          // ticks; of the picture with number 0
+    std::int64_t _before = 0;  // pictures counted before that
     bool _lost = false;
 };
 

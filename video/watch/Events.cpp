@@ -61,7 +61,7 @@ void EventLog::Extend(const Findings& frame, int blocks) {
                          .objects = frame.objects,
                          .onlyFlash = true};
         _hasFlashed = frame.isFlash;
-        _isPeakClear = isClear;
+        _running->clearPeak = isClear;
     }
     _running->end = frame.time;
     _running->flash |= std::exchange(_hasFlashed, false);
@@ -70,8 +70,8 @@ void EventLog::Extend(const Findings& frame, int blocks) {
         _running->zones |= object.zones;
     }
     const bool isLarger = frame.objects.front().blocks > _running->objects.front().blocks;
-    if (isClear == _isPeakClear ? isLarger : isClear) {
-        _isPeakClear = isClear;
+    if (isClear == _running->clearPeak ? isLarger : isClear) {
+        _running->clearPeak = isClear;
         _running->peak = frame.time;
         _running->peakBlocks = blocks;
         _running->objects = frame.objects;
@@ -109,7 +109,8 @@ std::optional<Event> EventLog::Finish(Ticks lastSeen) {
     if (!over) {
         return over;
     }
-    if (!IsLong(*over) || IsIgnored(*over)) {
+    over->motion = {over->start, over->end};
+    if (!MayBeRest(*over) && (!IsLong(*over) || IsIgnored(*over))) {
         ++(IsLong(*over) ? _flashes : _dropped);
         return std::nullopt;
     }
@@ -117,6 +118,17 @@ std::optional<Event> EventLog::Finish(Ticks lastSeen) {
     over->start = std::max(over->start - _rules.preRoll, _firstSeen);
     over->end = std::max(over->end, std::min(over->end + _rules.postRoll, lastSeen));
     return over;
+}
+
+std::optional<Event> EventLog::Cut() {
+    std::optional<Event> cut = std::exchange(_running, std::nullopt);
+    if (cut) {
+        ++_finished;
+        cut->motion = {cut->start, cut->end};
+        cut->start = std::max(cut->start - _rules.preRoll, _firstSeen);
+        cut->end += _rules.postRoll;
+    }
+    return cut;
 }
 
 std::optional<Span> EventLog::Running() const {

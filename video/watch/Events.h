@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <vector>
 
@@ -44,6 +45,8 @@ struct Event {
     int trackStep = 1;                   // frames that moved from one point to the next
     bool flash = false;                  // in a frame of it, nearly everything changed at once
     bool onlyFlash = false;              // all frames that moved are such ones, or follow from one
+    Span motion = {};                    // from the first frame that moved to the last one
+    bool clearPeak = false;              // the peak shows what moves rather than a flash
 };
 
 struct EventRules {
@@ -54,6 +57,8 @@ struct EventRules {
     Ticks postRoll = 0;          // overlap then are one
     int minBlocks = 1;           // a frame with fewer moving blocks does not count as one that moved
     bool ignoreFlashes = false;  // events that consist of flashes are dropped
+    Ticks joinsBefore = std::numeric_limits<Ticks>::min();  // what begins earlier may be the rest of an event that nobody
+                                                            // here has seen begin: it is told, however short
 };
 
 class EventLog {
@@ -76,6 +81,9 @@ public:
     // Ends the running event: the stream is over, or its picture has changed beyond comparison.
     std::optional<Event> Close();
 
+    // Ends it for whoever goes on with what comes next: it is told, however short, and with all of its post-roll.
+    std::optional<Event> Cut();
+
     // Events so far, the running one included as soon as it counts.
     int Count() const;
 
@@ -88,6 +96,7 @@ private:
     bool FollowsFromFlash(const Findings& frame, int blocks) const;
     bool IsClear(const Findings& frame, int blocks) const;
     bool IsLong(const Event& event) const { return event.end - event.start >= _rules.minDuration; }
+    bool MayBeRest(const Event& event) const { return event.start < _rules.joinsBefore; }
     bool IsIgnored(const Event& event) const { return _rules.ignoreFlashes && event.onlyFlash; }
 
     EventRules _rules;
@@ -95,7 +104,6 @@ private:
     std::optional<Ticks> _lastFrame;  // absent: nothing seen yet, or nothing that counts any more
     Ticks _firstSeen = 0;             // first frame since then
     bool _stillInBetween = false;     // the last frame had no object
-    bool _isPeakClear = false;        // of the running event
     bool _hasFlashed = false;         // since the running event's last frame that moved
     std::optional<Ticks> _lastFlash;
     int _finished = 0;

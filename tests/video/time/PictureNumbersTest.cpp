@@ -25,6 +25,18 @@ TEST(PictureNumbers, CountEvenPictures) {
     }
 }
 
+TEST(PictureNumbers, CountFromATime) {
+    PictureNumbers numbers(interval);
+    numbers.BeginAt(10 * interval - 1);
+    for (int i = 4; i < 30; ++i) {
+        numbers.Count(i * interval);
+    }
+    EXPECT_EQ(numbers.At(10 * interval), 0);
+    EXPECT_EQ(numbers.At(29 * interval), 19);
+    EXPECT_EQ(numbers.At(5 * interval), -5) << "seen, and of another part";
+    EXPECT_TRUE(numbers.IsExact(29 * interval));
+}
+
 // Whatever the distances: doubled times, jitter, drift, pauses.
 TEST(PictureNumbers, CountPicturesAtAnyDistance) {
     std::mt19937 random(20240517);

@@ -218,6 +218,32 @@ TEST(Events, ShortOnesAreDroppedAndCounted) {
     EXPECT_EQ(log.Dropped(), 1);
 }
 
+TEST(Events, ACutEventIsToldHoweverShortWithItsWholePostRoll) {
+    EventLog log({.mergeGap = 2 * oneSecond,
+                  .minDuration = 5 * oneSecond,
+                  .longestGap = 10 * oneSecond,
+                  .preRoll = oneSecond,
+                  .postRoll = oneSecond});
+    log.Add(Still(0));
+    log.Add(Moving(3 * oneSecond));
+    log.Add(Moving(4 * oneSecond));
+    const std::optional<Event> event = log.Cut();
+    ASSERT_TRUE(event);
+    EXPECT_EQ(event->start, 2 * oneSecond);
+    EXPECT_EQ(event->end, 5 * oneSecond) << "what is seen then, others know";
+    EXPECT_EQ(event->motion.start, 3 * oneSecond);
+    EXPECT_EQ(event->motion.end, 4 * oneSecond);
+    EXPECT_FALSE(log.Cut());
+}
+
+TEST(Events, WhatMayBeTheRestOfAnEventIsToldHoweverShort) {
+    EventRules part{.mergeGap = oneSecond, .minDuration = 5 * oneSecond, .longestGap = 10 * oneSecond};
+    part.joinsBefore = 3 * oneSecond;
+    const auto events = EventsOf(part, {Moving(2 * oneSecond), Still(4 * oneSecond), Moving(5 * oneSecond)});
+    ASSERT_EQ(events.size(), 1u);
+    EXPECT_EQ(events[0].start, 2 * oneSecond);
+}
+
 EventRules WithRolls(Ticks pre, Ticks post) {
     EventRules rolled = rules;
     rolled.preRoll = pre;

@@ -5,10 +5,13 @@
 #include <cstdint>
 #include <exception>
 #include <optional>
+#include <span>
 #include <string>
+#include <utility>
 #include <variant>
 #include <vector>
 
+#include "archive/PartJoin.h"
 #include "outputs/RunOutputs.h"
 #include "results/ConditionNote.h"
 #include "results/JobResult.h"
@@ -29,19 +32,36 @@ namespace {
 
 constexpr int mostNamed = 5;  // of those that are missing
 
+// Consecutive jobs of a plan: all of one video.
+using PlannedInput = std::span<const PlannedJob>;
+
+// A part that does not begin the video belongs to the job before.
+std::vector<PlannedInput> InputsOf(const Plan& plan) {
+    std::vector<PlannedInput> inputs;
+    for (std::size_t i = 0, end = 0; i < plan.jobs.size(); i = end) {
+        for (end = i + 1; end < plan.jobs.size() && plan.jobs[end].part && plan.jobs[end].part->from > 0; ++end) {
+        }
+        inputs.emplace_back(plan.jobs.data() + i, end - i);
+    }
+    return inputs;
+}
+
 class Gatherer {
 public:
-    Gatherer(const Plan& plan, KeptResults& store, const ScanSettings& scan, RunOutputs& results, bool quiet)
-        : _plan(plan), _store(store), _scan(scan), _results(results), _quiet(quiet) {}
+    Gatherer(const Plan& plan, const std::vector<PlannedInput>& inputs, KeptResults& store, const ScanSettings& scan,
+             RunOutputs& results, bool quiet)
+        : _plan(plan), _inputs(inputs), _store(store), _scan(scan), _results(results), _quiet(quiet) {}
 
     int Do();
 
 private:
     std::optional<RecalledInput> ResultOf(const PlannedJob& job);
+    std::optional<RecalledInput> ResultOf(const PlannedInput& input);
     void HandOn(const PlannedJob& job, RecalledInput& input);
     int Conclude();
 
     const Plan& _plan;
+    const std::vector<PlannedInput>& _inputs;
     KeptResults& _store;
     const ScanSettings& _scan;
     RunOutputs& _results;
@@ -51,18 +71,41 @@ private:
 };
 
 int Gatherer::Do() {
-    for (const PlannedJob& job : _plan.jobs) {
+    for (const PlannedInput& input : _inputs) {
         if (Video::Interrupted()) {
             break;
         }
-        if (std::optional<RecalledInput> input = ResultOf(job)) {
-            HandOn(job, *input);
-        } else if (++_missing <= mostNamed) {
-            PrintLastLine(Video::ShownName(job.file), _store.Absence(job.key));
+        if (std::optional<RecalledInput> result = ResultOf(input)) {
+            HandOn(input.front(), *result);
         }
     }
     _results.Keep();
     return Conclude();
+}
+
+// Nothing is told of a video of which a part is missing: events may go on there.
+std::optional<RecalledInput> Gatherer::ResultOf(const PlannedInput& input) {
+    PartJoin join(_scan);
+    std::optional<RecalledInput> whole;
+    const PlannedJob* missing = nullptr;
+    for (const PlannedJob& job : input) {
+        std::optional<RecalledInput> result = ResultOf(job);
+        if (!result) {
+            missing = missing ? missing : &job;
+        } else if (job.part) {
+            join.Add(*job.part, std::move(*result));
+        } else {
+            whole = std::move(result);
+        }
+    }
+    if (!missing) {
+        return whole ? std::move(whole) : join.Finish();
+    }
+    if (++_missing <= mostNamed) {
+        const std::string part = missing->part ? "the part from " + ToldSeconds(missing->part->from) + " s: " : "";
+        PrintLastLine(Video::ShownName(missing->file), part + _store.Absence(missing->key));
+    }
+    return std::nullopt;
 }
 
 std::optional<RecalledInput> Gatherer::ResultOf(const PlannedJob& job) {
@@ -122,7 +165,7 @@ int Gatherer::Conclude() {
         const auto counted = [](std::size_t count, const char* one) {
             return Counted(static_cast<std::int64_t>(count), one);
         };
-        std::string text = counted(_plan.jobs.size(), "input") + ": " + std::to_string(_moving) + " with motion, " +
+        std::string text = counted(_inputs.size(), "input") + ": " + std::to_string(_moving) + " with motion, " +
                            std::to_string(_failed) + " failed";
         text += _missing > 0 ? ", " + std::to_string(_missing) + " missing" : "";
         text += _outside > 0 ? ", " + std::to_string(_outside) + (_outside == 1 ? " has" : " have") + " nothing from " +
@@ -142,11 +185,12 @@ int Gatherer::Conclude() {
 int Gather(const Plan& plan, KeptResults& store, const ScanSettings& scan, const OutputSettings& outputs, bool quiet) {
     RefuseSameFileTwice(outputs, "", true);
     std::vector<std::string> paths;
-    for (const PlannedJob& job : plan.jobs) {
-        paths.push_back(job.file);
+    const std::vector<PlannedInput> inputs = InputsOf(plan);
+    for (const PlannedInput& input : inputs) {
+        paths.push_back(input.front().file);
     }
     RunOutputs results(outputs, ScanLine(scan), paths, true);
-    return Gatherer(plan, store, scan, results, quiet).Do();
+    return Gatherer(plan, inputs, store, scan, results, quiet).Do();
 }
 
 }  // namespace Scan

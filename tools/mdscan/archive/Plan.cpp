@@ -23,6 +23,7 @@ extern "C" {
 #include "video/base/Failure.h"
 #include "video/files/AtomicText.h"
 #include "video/files/PngFile.h"
+#include "video/time/TickTime.h"
 
 namespace Scan {
 
@@ -31,6 +32,7 @@ namespace {
 using PlanJson = nlohmann::ordered_json;
 
 constexpr int planVersion = 1;
+constexpr double latestPart = 1e9;    // seconds; no recording is that long
 constexpr std::size_t keyBytes = 16;  // of 32: no two jobs of any archive share them
 
 std::string Text(const PlanJson& line) { return line.dump(-1, ' ', false, PlanJson::error_handler_t::replace); }
@@ -122,6 +124,32 @@ Video::StartTime StartOf(const PlanJson& json) {
             json.size() > 2 ? std::optional(json.at(2).get<Video::Ticks>()) : std::nullopt};
 }
 
+PlanJson JsonOf(const JobPart& part) {
+    PlanJson json = {{"learn", Video::PrintedSeconds(part.learn)}, {"from", Video::PrintedSeconds(part.from)}};
+    if (part.to) {
+        json["to"] = Video::PrintedSeconds(*part.to);
+    }
+    return json;
+}
+
+JobPart PartOf(const PlanJson& json) {
+    const auto time = [&](const char* name) {
+        const double seconds = json.at(name).get<double>();
+        if (!(seconds >= 0 && seconds < latestPart)) {
+            throw std::out_of_range(name);
+        }
+        return Video::FromSeconds(seconds);
+    };
+    JobPart part{.learn = time("learn"), .from = time("from")};
+    if (json.contains("to")) {
+        part.to = time("to");
+    }
+    if (part.learn > part.from || (part.to && *part.to <= part.from)) {
+        throw std::out_of_range("part");
+    }
+    return part;
+}
+
 PlanJson JsonOf(const PlannedJob& job) {
     PlanJson json = {{"type", "job"}, {"file", KeyOf(job.file)}};
     if (!job.trouble.empty()) {
@@ -137,6 +165,9 @@ PlanJson JsonOf(const PlannedJob& job) {
     json["changed"] = job.identity.changed;
     if (job.start) {
         json["start"] = JsonOf(*job.start);
+    }
+    if (job.part) {
+        json.update(JsonOf(*job.part));
     }
     return json;
 }
@@ -156,6 +187,9 @@ PlannedJob JobOf(const PlanJson& json) {
     if (json.contains("start")) {
         job.start = StartOf(json.at("start"));
     }
+    if (json.contains("from")) {
+        job.part = PartOf(json);
+    }
     return job;
 }
 
@@ -166,6 +200,9 @@ std::string ResultKey(const Plan& plan, const PlannedJob& job) {
                       job.identity.size, job.identity.changed, PlanJson()};
     if (job.start) {
         parts.back() = JsonOf(*job.start);
+    }
+    if (job.part) {
+        parts.push_back(JsonOf(*job.part));
     }
     const std::string text = Text(parts) + "\n";
     std::uint8_t digest[32] = {};

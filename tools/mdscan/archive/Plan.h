@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "run/StateLine.h"
+#include "settings/JobSettings.h"
 #include "video/time/WallClock.h"
 #include "video/zones/Zone.h"
 
@@ -23,6 +24,7 @@ struct PlannedJob {
     std::string path = {};                       // below the root
     Identity identity = {};                      // when it was planned
     std::optional<Video::StartTime> start = {};  // as its name says; absent: that says nothing
+    std::optional<JobPart> part = {};            // absent: all of it; those of a video stand in order, one after another
     std::string trouble = {};                    // why it is known not to be a video; empty: nothing against it so far
 };
 

@@ -2,10 +2,14 @@
 #include "archive/Planning.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <filesystem>
 #include <iterator>
+#include <optional>
 #include <system_error>
+#include <vector>
 
+#include "archive/Splitting.h"
 #include "run/Inputs.h"
 #include "run/SettingsFingerprint.h"
 #include "video/base/Failure.h"
@@ -86,9 +90,15 @@ JobFiles FilesOfPlan() {
 }
 
 Plan MakePlan(const std::vector<std::string>& names, const ScanSettings& scan, const std::vector<std::string>& options,
-              const Roots& roots, const std::string& version) {
+              const Roots& roots, const std::string& version, Video::Ticks split) {
     if (!scan.memory.empty()) {
         throw Unplanned("with --memory: each video would wait for the one before, and jobs are done in any order");
+    }
+    if (split > 0 && scan.fast) {
+        throw Unplanned("with --split and --fast: which GOPs are skipped depends on all that came before");
+    }
+    if (split > 0 && !scan.range.IsAll()) {
+        throw Unplanned("with --split and " + scan.range.Text() + ": one part at a time");
     }
     Plan plan{
         .version = version, .options = options, .zones = scan.zones, .settings = SettingsFingerprint(scan, FilesOfPlan())};
@@ -98,9 +108,16 @@ Plan MakePlan(const std::vector<std::string>& names, const ScanSettings& scan, c
     const InputList list = FindInputs(names);
     plan.otherFiles = list.otherFiles;
     for (const Input& input : list.inputs) {
-        plan.jobs.push_back(JobFor(input, scan, plan.roots));
-        PlannedJob& job = plan.jobs.back();
-        job.key = job.trouble.empty() ? ResultKey(plan, job) : "";
+        PlannedJob job = JobFor(input, scan, plan.roots);
+        std::vector<JobPart> parts;
+        if (split > 0 && job.trouble.empty()) {
+            parts = PartsOf(input.path, scan, split);
+        }
+        for (std::size_t i = 0; i < std::max<std::size_t>(1, parts.size()); ++i) {
+            job.part = parts.empty() ? std::nullopt : std::optional(parts[i]);
+            job.key = job.trouble.empty() ? ResultKey(plan, job) : "";
+            plan.jobs.push_back(job);
+        }
     }
     return plan;
 }

@@ -7,6 +7,7 @@
 #include "archive/Plan.h"
 #include "settings/JobSettings.h"
 #include "settings/ScanSettings.h"
+#include "video/time/TickTime.h"
 
 namespace Scan {
 
@@ -14,9 +15,10 @@ namespace Scan {
 Roots ReadRoots(const std::vector<std::string>& words);
 
 // names: as for a scan. options: words of the command line that make these settings, with the zones, which are read.
-// version: of the program. Throws Failure where something cannot be done by whoever comes, whenever that is.
+// version: of the program. split: ticks that a part of a long video
+// takes; 0: none is split. Throws Failure where something cannot be done by whoever comes, whenever that is.
 Plan MakePlan(const std::vector<std::string>& names, const ScanSettings& scan, const std::vector<std::string>& options,
-              const Roots& roots, const std::string& version);
+              const Roots& roots, const std::string& version, Video::Ticks split = 0);
 
 // What a scan for the plan does beside its lines: gathering may want all of it.
 JobFiles FilesOfPlan();

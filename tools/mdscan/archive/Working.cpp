@@ -229,7 +229,8 @@ std::optional<std::string> ScanLauncher::Refusal(const PlannedJob& job) {
 }
 
 std::unique_ptr<Worker> ScanLauncher::Launch(const PlannedJob& job, const std::vector<int>& others) {
-    const JobSettings settings{.scan = _scan, .files = FilesOfPlan(), .decoderThreads = 1, .named = NamedStart{job.start}};
+    const JobSettings settings{
+        .scan = _scan, .files = FilesOfPlan(), .decoderThreads = 1, .named = NamedStart{job.start}, .part = job.part};
     return std::make_unique<Worker>(settings, PlaceOf(job, _roots), nullptr, others);
 }
 

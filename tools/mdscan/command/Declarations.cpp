@@ -361,6 +361,14 @@ void TurnIntoPlan(CLI::App& app, Options& options) {
     app.get_option("--output")->description("Write the plan there instead of printing it")->type_name("FILE.plan");
     app.option_defaults()->group(archiveGroup);
     DeclareRoots(app, options);
+    app.add_option_function<std::string>(
+           "--split",
+           [&options](const std::string& value) { options.split = Video::FromSeconds(ReadPartLength(value).value()); },
+           "Split long videos into jobs of about so long; those up to one and a half as long stay whole")
+        ->check(Reads(&ReadPartLength, "a duration from 20s to 24h, like 90s, 10m or 1h"))
+        ->type_name("DURATION")
+        ->default_str("")
+        ->configurable(false);
 }
 
 // Instead of a folder. With it, the input is the farm's name, which need not be said where there is one.

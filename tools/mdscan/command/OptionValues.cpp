@@ -50,6 +50,16 @@ std::optional<double> ReadTime(const std::string& text) {
     return whole * 60 + *seconds;
 }
 
+std::optional<double> ReadPartLength(const std::string& text) {
+    constexpr std::string_view units = "smh";
+    constexpr double shortest = 20, longest = 86400;  // seconds; less is learned from than told of
+    const std::size_t unit = text.empty() ? std::string_view::npos : units.find(text.back());
+    const bool hasUnit = unit != std::string_view::npos;
+    const std::optional<double> number = Read<double>(std::string_view(text).substr(0, text.size() - (hasUnit ? 1 : 0)));
+    const double seconds = number.value_or(0) * (!hasUnit || unit == 0 ? 1 : unit == 1 ? 60 : 3600);
+    return seconds >= shortest && seconds <= longest ? std::optional(seconds) : std::nullopt;
+}
+
 std::optional<Video::RangeEdge> ReadEdge(const std::string& text) {
     if (const std::optional<double> seconds = ReadTime(text)) {
         return Video::RangeEdge{.kind = Video::RangeEdge::Kind::Elapsed, .at = Video::FromSeconds(*seconds), .text = text};

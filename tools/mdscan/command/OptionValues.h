@@ -13,6 +13,9 @@ namespace Scan {
 // "12.5", "1:02" or "1:02:03.5" in seconds. Absent: something else.
 std::optional<double> ReadTime(const std::string& text);
 
+// "90s", "10m" or "1h"; without a letter: seconds. Absent: something else, or less than 20 s or more than a day.
+std::optional<double> ReadPartLength(const std::string& text);
+
 // An end of --from and --to: seconds as above, or a time by the clock. Absent: something else.
 std::optional<Video::RangeEdge> ReadEdge(const std::string& text);
 

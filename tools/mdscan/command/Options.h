@@ -9,6 +9,7 @@
 #include "settings/OutputSettings.h"
 #include "settings/RunSettings.h"
 #include "settings/ScanSettings.h"
+#include "video/time/TickTime.h"
 #include "video/zones/ZoneSources.h"
 
 namespace Scan {
@@ -40,6 +41,7 @@ struct Options {
     std::vector<std::string> roots;        // then: NAME=FOLDER
     std::string folder;                    // of results; empty: a farm has them
     int job = 0;                           // of work: the only one that is done, from 1; 0: all
+    Video::Ticks split = 0;                // of plan: of a part of a long video; 0: none is split
     FarmWords farm = {};
     std::vector<std::string> words;  // of plan: those that decide what is found, but for zones
     std::string config;              // file of options, read already; empty: the usual one, if there is one

@@ -6,6 +6,7 @@
 
 #include "video/base/Failure.h"
 #include "video/base/Tally.h"
+#include "video/time/TickTime.h"
 #include "video/time/TimeRange.h"
 #include "video/time/WallClock.h"
 
@@ -20,6 +21,12 @@ enum class Health {
     Untold        // its lines could not be told, or a file has an impossible place: nothing is as it was asked for
 };
 
+// Of a part of an input: what joining it with the next one has to know.
+struct PartEdges {
+    Video::Ticks first, last;  // analysed frames that are told
+    Video::Ticks longestGap;   // between two frames of one event
+};
+
 struct JobResult {
     Health health = Health::Whole;
     Video::ExitCode code = Video::exitComplete;  // when a failure named one
@@ -27,6 +34,7 @@ struct JobResult {
     bool unwritten = false;                      // whatever its health: a file beside its lines was given up
     Video::Tally tally = {};
     std::optional<Video::StartTime> clock = {};  // absent: not known
+    std::optional<PartEdges> edges = {};         // absent: of a whole input, or nothing was analysed
 };
 
 // "complete", "damaged", "unreadable", "interrupted", "unwritten"; what a file's line calls it.

@@ -43,6 +43,9 @@ std::string Packed(const JobResult& result) {
             packed["clock"].push_back(*result.clock->offset);
         }
     }
+    if (result.edges) {
+        packed["edges"] = {result.edges->first, result.edges->last, result.edges->longestGap};
+    }
     return packed.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
@@ -66,6 +69,11 @@ JobResult Unpacked(const std::string& text) {
             clock->offset = packed["clock"].at(2).get<Video::Ticks>();
         }
     }
+    std::optional<PartEdges> edges;
+    if (packed.contains("edges")) {
+        const auto edge = [&](std::size_t index) { return packed["edges"].at(index).get<Video::Ticks>(); };
+        edges = {edge(0), edge(1), edge(2)};
+    }
     return {.health = static_cast<Health>(health),
             .code = static_cast<Video::ExitCode>(number("code")),
             .trouble = packed.at("trouble").get<std::string>(),
@@ -88,7 +96,8 @@ JobResult Unpacked(const std::string& text) {
                       .grid = {side(0), side(1), side(2), side(3), side(4)},
                       .rotation = packed.at("turn").at(0).get<int>(),
                       .mirrored = packed.at("turn").at(1).get<bool>()},
-            .clock = clock};
+            .clock = clock,
+            .edges = edges};
 }
 
 }  // namespace Scan

@@ -108,6 +108,13 @@ EventRecord EventOf(const Json& json) {
             event.track->push_back({TicksOf(point, "time"), BoxOf(point)});
         }
     }
+    if (json.contains("seam")) {
+        const Json& seam = json["seam"];
+        event.seam = {{seam.at(0).get<Video::Ticks>(), seam.at(1).get<Video::Ticks>()},
+                      seam.at(2).get<bool>(),
+                      seam.at(3).get<bool>(),
+                      seam.at(4).get<bool>()};
+    }
     return event;
 }
 
@@ -175,6 +182,10 @@ Json JsonOf(const EventRecord& event) {
     json["boxes"] = JsonOf(event.boxes);
     if (event.track) {
         json["track"] = JsonOf(*event.track);
+    }
+    if (event.seam) {
+        const auto& [motion, goesOn, clearPeak, onlyFlash] = *event.seam;
+        json["seam"] = {motion.start, motion.end, goesOn, clearPeak, onlyFlash};
     }
     return json;
 }

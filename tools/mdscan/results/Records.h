@@ -28,6 +28,13 @@ struct BoxRecord {
     int blocks;      // moving blocks
 };
 
+// What joining has to know of an event that may go on in another part of its input. No output shows it.
+struct EventSeam {
+    Video::Span motion;  // from the first frame that moved to the last one
+    bool goesOn;         // as far as this part tells: it reached the part's end
+    bool clearPeak, onlyFlash;
+};
+
 // Something moved.
 struct EventRecord {
     struct WallTimes {
@@ -48,6 +55,7 @@ struct EventRecord {
     std::optional<Video::Clip> clip = {};                      // absent: none
     std::vector<BoxRecord> boxes = {};                         // at the peak, largest first
     std::optional<std::vector<Video::TrackPoint>> track = {};  // absent: not asked for
+    std::optional<EventSeam> seam = {};                        // absent: it is whole
 };
 
 // One analysed frame, where all of them are asked for.

@@ -2,11 +2,19 @@
 #include "run/Excerpt.h"
 
 #include <algorithm>
+#include <limits>
 #include <string>
 
 #include "video/base/Failure.h"
 
 namespace Scan {
+
+Excerpt::Excerpt(const Video::TimeRange& range, const std::optional<JobPart>& part, Video::Ticks tail)
+    : _range(range), _job(part), _tail(tail) {
+    if (part) {
+        _part = {part->from, part->to.value_or(std::numeric_limits<Video::Ticks>::max())};
+    }
+}
 
 void Excerpt::Prepare(bool isLive, const std::optional<Video::StartTime>& clock, Video::Ticks period) {
     _period = period;
@@ -27,6 +35,10 @@ void Excerpt::Prepare(bool isLive, const std::optional<Video::StartTime>& clock,
 }
 
 void Excerpt::Advance(Video::Ticks time, const std::optional<Video::StartTime>& clock) {
+    if (_job) {
+        _isOver = _job->to && time >= *_job->to + _tail;
+        return;
+    }
     const bool isKnown = clock || !_range.WantsClock();
     if (_range.IsAll() || _isOver || !isKnown || (_part && time < _part->end)) {
         return;
@@ -39,6 +51,9 @@ void Excerpt::Advance(Video::Ticks time, const std::optional<Video::StartTime>& 
 }
 
 Video::Ticks Excerpt::LearnsFrom() const {
+    if (_job) {
+        return _job->learn;
+    }
     const Video::Ticks begin = _part ? std::max<Video::Ticks>(0, _part->start - warmUp) : 0;
     return begin - begin % _period;
 }

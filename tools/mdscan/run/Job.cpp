@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <exception>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -68,6 +69,7 @@ public:
 
 private:
     std::unique_ptr<Video::KeyframeScout> NewScout() const;
+    Video::Ticks JoinsBefore() const;
     Video::SelectionRules Selection();
     std::unique_ptr<Video::Opening> ReadAhead(const Video::PictureGrid& grid) const;
     void Scan();
@@ -78,7 +80,8 @@ private:
     void DoubtZones(const Video::PictureGrid& grid) const;
     void JudgeOpening();
     void Judge(const Video::BlockPicture& picture, Video::Ticks time, const AVFrame* frame);
-    void TellEvent(const std::optional<Video::Event>& event);
+    void TellEvent(const std::optional<Video::Event>& event, bool isCut = false);
+    void TellLastEvent();
     void FollowConditions(Video::Ticks time);
     void TellLastConditions();
     void TellConditions();
@@ -101,8 +104,9 @@ private:
     const int _threads;                            // the decoder's
     Video::Cadence _cadence;
     const Video::WatchRules _rules;
-    const Video::Ticks _longestGap;  // between two analysed frames of one event
-    const std::string _memory;       // file of the camera's background; empty: none
+    const Video::Ticks _longestGap;       // between two analysed frames of one event
+    const std::string _memory;            // file of the camera's background; empty: none
+    const std::optional<JobPart>& _part;  // absent: nobody else has another part of it
     Excerpt _excerpt;
     bool _isNewPart = false;  // behind one that was told of: what the watcher knows is old
     bool _isLearning = true;  // what is analysed is not told
@@ -111,9 +115,10 @@ private:
     Video::PlainPicture _picture;
     std::optional<Video::Watcher> _watcher;
     std::optional<std::vector<std::uint8_t>> _remembered;
-    std::unique_ptr<Video::Opening> _opening;  // the first seconds, as long as they are waited for
-    std::int64_t _analysed = 0;                // frames
-    int _told = 0;                             // events
+    std::unique_ptr<Video::Opening> _opening;    // the first seconds, as long as they are waited for
+    std::int64_t _analysed = 0;                  // frames
+    Video::Ticks _firstTold = 0, _lastTold = 0;  // of those
+    int _told = 0;                               // events
     int _gaps = 0;
     Video::HeatMap _heat;  // of pictures of earlier sizes
     SideOutputs _side;
@@ -142,23 +147,36 @@ Job::Job(const JobSettings& settings, const std::string& input, const std::strin
       _longestGap(std::max({Video::FromSeconds(settings.scan.mergeGap), periodsWithoutFrame * _cadence.Period(),
                             settings.scan.fast ? 2 * Video::KeyframeScout::longestHonest : 0})),
       _memory(settings.scan.memory.empty() ? "" : CameraMemory(settings.scan.memory, input)),
-      _excerpt(settings.scan.range),
+      _part(settings.part),
+      _excerpt(settings.scan.range, _part, Video::FromSeconds(settings.scan.postRoll)),
       _events({.mergeGap = Video::FromSeconds(settings.scan.mergeGap),
                .minDuration = Video::FromSeconds(settings.scan.minDuration),
                .longestGap = _longestGap,
                .preRoll = Video::FromSeconds(settings.scan.preRoll),
                .postRoll = Video::FromSeconds(settings.scan.postRoll),
                .minBlocks = settings.scan.minBlocks,
-               .ignoreFlashes = settings.scan.ignoreFlashes}),
+               .ignoreFlashes = settings.scan.ignoreFlashes,
+               .joinsBefore = JoinsBefore()}),
       _side(settings, input, !name.empty(), _memory, _decoder) {
     if (settings.scan.fast) {
         _scout = NewScout();
+    }
+    if (_part) {
+        _decoder.CountWithin(_part->from, _part->to.value_or(std::numeric_limits<Video::Ticks>::max()));
     }
     _excerpt.Prepare(_decoder.IsLive(), Clock(), _cadence.Period());
     _side.BeginAt(_excerpt.FirstTold());
     if (!_scout) {  // which wants to be asked for every GOP
         _decoder.SkipTo(_excerpt.LearnsFrom());
     }
+}
+
+// From where on no event can be one with what comes before the part.
+Video::Ticks Job::JoinsBefore() const {
+    if (!_part || _part->from == 0) {
+        return std::numeric_limits<Video::Ticks>::min();
+    }
+    return _part->from + std::max(_longestGap, Video::FromSeconds(_settings.preRoll + _settings.postRoll));
 }
 
 std::unique_ptr<Video::KeyframeScout> Job::NewScout() const {
@@ -190,7 +208,7 @@ JobResult Job::Run() {
     attempt([&] { Scan(); });
     attempt([&] { JudgeOpening(); });               // it was over before
     attempt([&] { TellGap(_decoder.TakeGap()); });  // the source is gone
-    attempt([&] { TellEvent(_events.Close()); });   // what was found before a failure counts
+    attempt([&] { TellLastEvent(); });              // what was found before a failure counts
     if (result.health != Health::Unreadable) {
         attempt([&] { TellLastConditions(); });
     }
@@ -212,6 +230,9 @@ JobResult Job::Run() {
     AddUnwritten(_side.GaveUp().Text(), result);
     result.tally = Sum();
     result.clock = Clock();
+    if (_part && _analysed > 0) {
+        result.edges = {_firstTold, _lastTold, _longestGap};
+    }
     return result;
 }
 
@@ -341,8 +362,14 @@ void Job::Judge(const Video::BlockPicture& picture, Video::Ticks time, const AVF
     Video::Findings findings = _watcher->Judge(picture, time);
     if (!isTold) {
         FollowConditions(time);
+        if (_part) {  // a roll may reach into the part before, and a flash there have consequences
+            findings.objects.clear();
+            _events.Add(findings);
+        }
         return;
     }
+    _firstTold = _analysed == 0 ? time : _firstTold;
+    _lastTold = time;
     ++_analysed;
     if (_settings.frames) {
         _listener.OnRecord(RecordOf(_name, NumberAt(time), findings));
@@ -367,7 +394,7 @@ void Job::Judge(const Video::BlockPicture& picture, Video::Ticks time, const AVF
     _side.Mark([&] { return Video::Marking{std::move(findings.objects), _watcher->Marks(), _watcher->Grid(), Clock()}; });
 }
 
-void Job::TellEvent(const std::optional<Video::Event>& event) {
+void Job::TellEvent(const std::optional<Video::Event>& event, bool isCut) {
     if (!event) {
         return;
     }
@@ -385,7 +412,20 @@ void Job::TellEvent(const std::optional<Video::Event>& event) {
     }
     extras.thumbnail = std::move(files.thumbnail);
     extras.clip = std::move(files.clip);
-    _listener.OnRecord(RecordOf(_name, _told, *event, extras));
+    EventRecord record = RecordOf(_name, _told, *event, extras);
+    if (isCut || event->motion.start < JoinsBefore()) {
+        record.seam = {event->motion, isCut, event->clearPeak, event->onlyFlash};
+    }
+    _listener.OnRecord(record);
+}
+
+// Where somebody else tells what comes next, the event may go on.
+void Job::TellLastEvent() {
+    if (_part && _part->to) {
+        TellEvent(_events.Cut(), true);
+    } else {
+        TellEvent(_events.Close());
+    }
 }
 
 // What moved since a disturbance began was the disturbance.
@@ -403,7 +443,7 @@ void Job::FollowConditions(Video::Ticks time) {
 }
 
 void Job::TellLastConditions() {
-    if (_rules.conditioning.on && !_decoder.IsLive() && _watcher && _analysed < fewestAnalysed &&
+    if (_rules.conditioning.on && !_part && !_decoder.IsLive() && _watcher && _analysed < fewestAnalysed &&
         _excerpt.Tells(_decoder.Time())) {
         _conditions.AddTooShort(0, _decoder.Time());
     }
@@ -464,6 +504,9 @@ Video::Tally Job::Sum() const {
     tally.pictures = _decoder.Pictures();
     tally.analysed = _analysed;
     tally.length = tally.pictures > 0 ? _decoder.Time() + _decoder.NominalInterval() : 0;
+    if (_part && tally.pictures > 0) {
+        tally.length = std::min(tally.length, _part->to.value_or(tally.length)) - _part->from;
+    }
     tally.gops = _scout ? _scout->Gops() : Video::GopTally{};
     tally.elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - _begin).count();
     tally.events = _events.Count();

@@ -6,6 +6,7 @@
 
 #include "settings/OutputSettings.h"
 #include "settings/ScanSettings.h"
+#include "video/time/TickTime.h"
 #include "video/time/WallClock.h"
 
 namespace Scan {
@@ -25,12 +26,20 @@ struct NamedStart {
     std::optional<Video::StartTime> start;
 };
 
+// What is told of an input whose other parts are told by other jobs.
+struct JobPart {
+    Video::Ticks learn = 0;               // nothing that comes before is looked at
+    Video::Ticks from = 0;                // whole milliseconds, as all of them
+    std::optional<Video::Ticks> to = {};  // exclusive; absent: to the end
+};
+
 struct JobSettings {
     ScanSettings scan = {};
     JobFiles files = {};
     double reconnect = 60;                 // seconds for which a live source that breaks is tried again
     int decoderThreads = 0;                // 0: one per processor
     std::optional<NamedStart> named = {};  // absent: the input's name is asked
+    std::optional<JobPart> part = {};      // absent: all of it
 };
 
 inline JobFiles FilesOf(const OutputSettings& outputs) {
