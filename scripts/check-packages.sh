@@ -58,6 +58,9 @@ grep "newly installed" "$work/apt.log"
 grep -q "^0 upgraded, ${#packages[@]} newly installed, 0 to remove" "$work/apt.log" ||
     fail "something else than the packages was installed: their dependencies are not complete"
 
+say "the unit of workers"
+bash "$root/tests/deploy/unit.sh" "$system/lib/systemd/system" "$system/usr/bin/mdscan"
+
 # Every line that runs inside is printed.
 version=$("$root/scripts/library-version.sh")
 inside bash -euo pipefail -s "$version" <<'INSIDE'
