@@ -8,6 +8,7 @@
 
 #include "gstreamer/CoremdElement.h"
 #include "gstreamer/ElementState.h"
+#include "gstreamer/FrameJson.h"
 
 namespace Gst {
 
@@ -27,6 +28,7 @@ enum Property : guint {
     MinDuration,
     Draw,
     Metas,
+    JsonMeta,
     LastRunningTime,
     LastReady,
     LastMoving,
@@ -75,6 +77,7 @@ void Set(GObject* object, guint id, const GValue* value, GParamSpec* spec) {
         case MinDuration: settings.minDuration = g_value_get_double(value); break;
         case Draw: state.draws = g_value_get_boolean(value) != FALSE; break;
         case Metas: state.marks = g_value_get_boolean(value) != FALSE; break;
+        case JsonMeta: state.writes = g_value_get_boolean(value) != FALSE; break;
         default: G_OBJECT_WARN_INVALID_PROPERTY_ID(object, id, spec); return;
     }
     state.isChanged = true;
@@ -98,6 +101,7 @@ void Get(GObject* object, guint id, GValue* value, GParamSpec* spec) {
         case MinDuration: g_value_set_double(value, settings.minDuration); break;
         case Draw: g_value_set_boolean(value, state.draws); break;
         case Metas: g_value_set_boolean(value, state.marks); break;
+        case JsonMeta: g_value_set_boolean(value, state.writes); break;
         case LastRunningTime: g_value_set_uint64(value, last.runningTime); break;
         case LastReady: g_value_set_boolean(value, last.isReady); break;
         case LastMoving: g_value_set_boolean(value, last.isMoving); break;
@@ -182,6 +186,11 @@ void InstallProperties(GObjectClass* objects) {
                                  "Attach a GstVideoRegionOfInterestMeta of the type \"motion\" for each object, between "
                                  "analysed pictures those of the last one. While playing: at once",
                                  TRUE, settable));
+    install(JsonMeta, g_param_spec_boolean("json", "JSON",
+                                           "Attach a custom meta, " COREMD_JSON_META
+                                           ", whose field \"json\" is all that is known of the "
+                                           "picture: objects with zones, the event, conditions. While playing: at once",
+                                           FALSE, settable));
     install(LastRunningTime, g_param_spec_uint64("last-running-time", "Last running time",
                                                  "Running time of the newest analysed picture in nanoseconds; the largest "
                                                  "value: none yet",

@@ -9,6 +9,7 @@
 
 #include "gstreamer/BoxDrawing.h"
 #include "gstreamer/CoremdElement.h"
+#include "gstreamer/FrameJson.h"
 
 namespace Gst {
 
@@ -88,6 +89,7 @@ void ElementState::TakeSettings() {
         now = settings;
         _draws = draws;
         _marks = marks;
+        _writes = writes;
     }
     try {
         _analysis->Change(now);
@@ -124,6 +126,9 @@ GstFlowReturn ElementState::OnBuffer(GstBuffer* buffer) {
     }
     if (_marks) {
         Mark(buffer, isFresh);
+    }
+    if (_writes) {
+        Write(buffer, *time, isFresh);
     }
     if (_draws) {
         Draw(buffer);
@@ -190,6 +195,18 @@ void ElementState::Mark(GstBuffer* buffer, bool isFresh) {
         meta->id = ++id;
         gst_video_region_of_interest_meta_add_param(meta, ParamsOf(object, _analysis->RunningEvent(), isFresh, SceneNow()));
     }
+}
+
+void ElementState::Write(GstBuffer* buffer, const PictureTime& time, bool isFresh) {
+    const FrameFindings findings{.runningTime = time.runningTime,
+                                 .width = GST_VIDEO_INFO_WIDTH(&*_info),
+                                 .height = GST_VIDEO_INFO_HEIGHT(&*_info),
+                                 .isFresh = isFresh,
+                                 .isReady = _analysis->IsReady(),
+                                 .event = _analysis->RunningEvent(),
+                                 .objects = &_analysis->Objects(),
+                                 .conditions = _analysis->RunningConditions()};
+    AttachJson(buffer, JsonOf(findings, SceneNow()));
 }
 
 void ElementState::Draw(GstBuffer* buffer) {

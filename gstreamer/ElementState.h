@@ -65,6 +65,7 @@ public:
     MotionSettings settings;
     bool draws = false;
     bool marks = true;
+    bool writes = false;
     bool isChanged = false;  // since the analysis looked at it
     LastResults last;
 
@@ -75,6 +76,7 @@ private:
     bool IsLate(const PictureTime& time);
     void Mark(GstBuffer* buffer, bool isFresh);
     void Draw(GstBuffer* buffer);
+    void Write(GstBuffer* buffer, const PictureTime& time, bool isFresh);
     Scene SceneNow();
     void Post(GstStructure* structure, std::unique_ptr<GstStructure, FreeStructure> LastResults::*kept);
 
@@ -83,10 +85,10 @@ private:
     std::vector<std::string> _zones;  // names
     std::optional<GstVideoInfo> _info;
     FramePart _part = {};
-    std::optional<GstClockTime> _newest;  // running time
-    GstClockTime _interval = 0;           // between two pictures, by the caps; 0: not known
-    GstClockTime _duration = 0;           // of the newest picture, or what is taken for it
-    bool _draws = false, _marks = true;   // as the streaming thread has them
+    std::optional<GstClockTime> _newest;                  // running time
+    GstClockTime _interval = 0;                           // between two pictures, by the caps; 0: not known
+    GstClockTime _duration = 0;                           // of the newest picture, or what is taken for it
+    bool _draws = false, _marks = true, _writes = false;  // as the streaming thread has them
     std::atomic<GstClockTime> _earliest{0};
 };
 

@@ -51,6 +51,7 @@ public:
     const std::vector<Video::MovingObject>& Objects() const { return _objects; }  // in the newest analysed picture
     std::vector<std::string> ZoneNames() const { return Video::WatchedNames(_zones); }
     int RunningEvent() const { return _current && _current->isTold ? _current->id : 0; }  // its number; 0: none
+    std::vector<Video::Condition> RunningConditions() const { return _conditions.Running(); }
     bool IsReady() { return _watcher && _watcher->IsReady(); }
 
 private:

@@ -3,12 +3,14 @@
 
 #include "coreMD.h"
 #include "gstreamer/CoremdElement.h"
+#include "gstreamer/FrameJson.h"
 
 #define PACKAGE                                  "coreMD"
 #define COREMD_TEXT_OF(number)                   #number
 #define COREMD_VERSION_TEXT(major, minor, patch) COREMD_TEXT_OF(major) "." COREMD_TEXT_OF(minor) "." COREMD_TEXT_OF(patch)
 
 static gboolean Register(GstPlugin* plugin) {
+    Gst::RegisterJsonMeta();
     return gst_element_register(plugin, "coremd", GST_RANK_NONE, GST_TYPE_COREMD);
 }
 

@@ -1,11 +1,14 @@
 // Does the element believe what buffers and events say of themselves: crops, strides, times or none, gaps, lateness?
+// And what does it write on them?
 #include <gst/check/gstharness.h>
 #include <gst/video/gstvideometa.h>
 #include <gst/video/video.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstddef>
 #include <cstdlib>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <thread>
 
@@ -14,6 +17,7 @@
 namespace {
 
 using namespace ElementTest;
+using Json = nlohmann::json;
 
 constexpr int stillPictures = 15, walkedPictures = 10;
 
@@ -327,6 +331,72 @@ TEST(ElementZones, OnesWithoutRoomForAnObjectAreWarnedOf) {
     g_error_free(error);
     stream.ShowWalk(walkedPictures);
     EXPECT_FALSE(stream.Take("motion-begin"));
+}
+
+Json JsonIn(GstBuffer* buffer) {
+    GstCustomMeta* const meta = gst_buffer_get_custom_meta(buffer, "GstCoremdMeta");
+    const gchar* const text = meta ? gst_structure_get_string(gst_custom_meta_get_structure(meta), "json") : nullptr;
+    return text ? Json::parse(text) : Json();
+}
+
+TEST(ElementJson, TellsWhatTheMetasTellAndMore) {
+    Stream stream("condition=false json=true ! identity");  // metas go on, without this element's doing
+    g_object_set(stream.Element(), "zones", R"({"zones": [{"name": "gate", "polygon": [[0, 0], [1, 0], [1, 1], [0, 1]]}]})",
+                 nullptr);
+    int moving = 0, running = 0;
+    for (int i = 0; i < stillPictures + walkedPictures; ++i) {
+        GstBuffer* const out = stream.Push(stream.NewBuffer(LeftOf(i)));
+        const Json json = JsonIn(out);
+        ASSERT_TRUE(json.is_object());
+        EXPECT_EQ(json["running-time"], GST_BUFFER_PTS(out));
+        EXPECT_EQ(json["width"], width);
+        EXPECT_EQ(json["height"], height);
+        EXPECT_EQ(json["fresh"], true);
+        EXPECT_EQ(json["ready"], i >= 10) << i;
+        EXPECT_EQ(json["conditions"], Json::array());
+        std::size_t marked = 0;
+        while (GstVideoRegionOfInterestMeta* const meta =
+                   gst_buffer_get_video_region_of_interest_meta_id(out, static_cast<gint>(marked) + 1)) {
+            ASSERT_GT(json["objects"].size(), marked);
+            const Json& object = json["objects"][marked];
+            EXPECT_EQ(object["id"], ++marked);
+            EXPECT_EQ(object["x"], meta->x);
+            EXPECT_EQ(object["y"], meta->y);
+            EXPECT_EQ(object["width"], meta->w);
+            EXPECT_EQ(object["height"], meta->h);
+            EXPECT_GE(object["blocks"], 4);
+            EXPECT_EQ(object["zones"], Json::array({"gate"}));
+        }
+        EXPECT_EQ(json["objects"].size(), marked);
+        moving += marked > 0 ? 1 : 0;
+        running += json["event"] == 1 ? 1 : 0;
+        gst_buffer_unref(out);
+    }
+    EXPECT_GE(moving, 6);
+    EXPECT_GE(running, 4);
+    EXPECT_LT(running, moving);  // before the event counted, it had no number
+}
+
+TEST(ElementJson, TellsConditionsAndComesWhereAskedFor) {
+    Stream stream("condition=true");
+    stream.ShowStill(59);  // the same picture again and again
+    for (const bool isAsked : {false, true}) {
+        g_object_set(stream.Element(), "json", isAsked, nullptr);
+        GstBuffer* const out = stream.Push(stream.NewBuffer(-1));
+        const Json json = JsonIn(out);
+        EXPECT_EQ(json.is_object(), isAsked);
+        EXPECT_TRUE(!isAsked || json["conditions"] == Json::array({"frozen"})) << json;
+        gst_buffer_unref(out);
+    }
+}
+
+TEST(ElementJson, OfPicturesInBetweenIsNotFresh) {
+    Stream stream("condition=false rate=2.5 json=true");
+    for (int i = 0; i < 6; ++i) {
+        GstBuffer* const out = stream.Push(stream.NewBuffer(-1));
+        EXPECT_EQ(JsonIn(out)["fresh"], i % 2 == 0) << i;
+        gst_buffer_unref(out);
+    }
 }
 
 // Whoever sets and polls need not be who shows pictures.
