@@ -7,10 +7,15 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <thread>
+#include <utility>
+
+#include <unistd.h>
 
 #include "ElementStream.h"
 
@@ -396,6 +401,39 @@ TEST(ElementJson, OfPicturesInBetweenIsNotFresh) {
         GstBuffer* const out = stream.Push(stream.NewBuffer(-1));
         EXPECT_EQ(JsonIn(out)["fresh"], i % 2 == 0) << i;
         gst_buffer_unref(out);
+    }
+}
+
+// Kilobytes that the process holds.
+long HeldKilobytes() {
+    long pages = 0;
+    std::ifstream("/proc/self/statm").ignore(64, ' ') >> pages;
+    return pages * sysconf(_SC_PAGESIZE) / 1024;
+}
+
+// COREMD_STREAM_HOURS says of how many hours of stream time; with an event every 20 s.
+TEST(ElementMemory, StaysFlat) {
+    const char* const wish = std::getenv("COREMD_STREAM_HOURS");
+    const int minutes = wish ? std::atoi(wish) * 60 : 3;
+    Stream stream("condition=true json=true min-duration=0");
+    stream.SetCaps("I420", 160, 160);
+    long early = 0;
+    for (int minute = 0; minute < minutes; ++minute) {
+        for (int i = 0; i < 60 * 5; ++i) {
+            stream.Show(i % 100 < 15 ? 8 * (i % 100) : -1);
+        }
+        while (const Message message{gst_bus_pop(stream.Bus())}) {
+        }
+        if (minute == minutes / 10) {
+            early = HeldKilobytes();
+        }
+    }
+    const long late = HeldKilobytes();
+    EXPECT_EQ(NumberOf(stream, "analysed"), static_cast<guint64>(minutes) * 300);
+    EXPECT_LE(late, early + 1024) << early << " kB after a tenth of it, " << late << " kB at its end";
+    RecordProperty("kilobytes", (std::to_string(early) + " to " + std::to_string(late)).c_str());
+    if (wish) {
+        std::printf("%s hours: %ld kB after a tenth of them, %ld kB at their end\n", wish, early, late);
     }
 }
 
