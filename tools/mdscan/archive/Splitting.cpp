@@ -77,6 +77,9 @@ std::vector<KeyframeChange> KeyframesAround(const std::string& path, const ScanS
     while (!Video::Interrupted() && decoder.Next() && decoder.Time() <= to) {
         keyframes.push_back({decoder.Time(), comparison.IsQuiet(decoder.Frame())});
     }
+    if (Video::Interrupted()) {
+        throw Video::Failure(Video::Concern::System, "interrupted");
+    }
     return keyframes;
 }
 
@@ -139,7 +142,7 @@ std::vector<JobPart> PartsOf(const std::string& path, const ScanSettings& scan, 
     const Ticks search = std::min(std::max(part / 4, widestSearch), length / count / 3);
     const Ticks needed = Video::FromSeconds(std::ceil(scan.preRoll + scan.mergeGap)) + oneSecond;
     std::vector<JobPart> parts(1);
-    for (Ticks i = 1; i < count && !Video::Interrupted(); ++i) {
+    for (Ticks i = 1; i < count; ++i) {
         const Ticks border = length / count * i;
         const Cut cut =
             CutNear(border, KeyframesAround(path, scan, border - search - shortWarmUp, border + search + quietAfter));

@@ -20,6 +20,7 @@
 #include "run/CameraMemory.h"
 #include "run/Excerpt.h"
 #include "run/Inputs.h"
+#include "run/JobRules.h"
 #include "run/SideOutputs.h"
 #include "settings/JobSettings.h"
 #include "settings/ScanSettings.h"
@@ -53,9 +54,6 @@ namespace Scan {
 
 namespace {
 
-// Analysed frames further apart than this many periods have a hole between them: no event reaches across.
-constexpr int periodsWithoutFrame = 10;
-
 // What moves is what changes from one picture to another.
 constexpr std::int64_t fewestAnalysed = 2;
 
@@ -69,7 +67,6 @@ public:
 
 private:
     std::unique_ptr<Video::KeyframeScout> NewScout() const;
-    Video::Ticks JoinsBefore() const;
     Video::SelectionRules Selection();
     std::unique_ptr<Video::Opening> ReadAhead(const Video::PictureGrid& grid) const;
     void Scan();
@@ -104,7 +101,7 @@ private:
     const int _threads;                            // the decoder's
     Video::Cadence _cadence;
     const Video::WatchRules _rules;
-    const Video::Ticks _longestGap;       // between two analysed frames of one event
+    const Video::EventRules _eventRules;
     const std::string _memory;            // file of the camera's background; empty: none
     const std::optional<JobPart>& _part;  // absent: nobody else has another part of it
     Excerpt _excerpt;
@@ -137,26 +134,12 @@ Job::Job(const JobSettings& settings, const std::string& input, const std::strin
                                : StartByName(input, settings.scan.nameTime)),
       _threads(settings.decoderThreads),
       _cadence(settings.scan.rate, _decoder.NominalInterval()),
-      _rules{.framesPerSecond = 1 / Video::ToSeconds(_decoder.NominalInterval()),
-             .shadows = settings.scan.shadows,
-             .minSize = settings.scan.minSize,
-             .zones = settings.scan.zones,
-             .maxSize = settings.scan.maxSize,
-             .heat = settings.files.heatmap || !settings.files.report.empty(),
-             .conditioning = ConditioningOf(settings.scan)},
-      _longestGap(std::max({Video::FromSeconds(settings.scan.mergeGap), periodsWithoutFrame * _cadence.Period(),
-                            settings.scan.fast ? 2 * Video::KeyframeScout::longestHonest : 0})),
+      _rules(WatchRulesOf(settings, _decoder.NominalInterval())),
+      _eventRules(EventRulesOf(settings, _cadence.Period())),
       _memory(settings.scan.memory.empty() ? "" : CameraMemory(settings.scan.memory, input)),
       _part(settings.part),
       _excerpt(settings.scan.range, _part, Video::FromSeconds(settings.scan.postRoll)),
-      _events({.mergeGap = Video::FromSeconds(settings.scan.mergeGap),
-               .minDuration = Video::FromSeconds(settings.scan.minDuration),
-               .longestGap = _longestGap,
-               .preRoll = Video::FromSeconds(settings.scan.preRoll),
-               .postRoll = Video::FromSeconds(settings.scan.postRoll),
-               .minBlocks = settings.scan.minBlocks,
-               .ignoreFlashes = settings.scan.ignoreFlashes,
-               .joinsBefore = JoinsBefore()}),
+      _events(_eventRules),
       _side(settings, input, !name.empty(), _memory, _decoder) {
     if (settings.scan.fast) {
         _scout = NewScout();
@@ -169,14 +152,6 @@ Job::Job(const JobSettings& settings, const std::string& input, const std::strin
     if (!_scout) {  // which wants to be asked for every GOP
         _decoder.SkipTo(_excerpt.LearnsFrom());
     }
-}
-
-// From where on no event can be one with what comes before the part.
-Video::Ticks Job::JoinsBefore() const {
-    if (!_part || _part->from == 0) {
-        return std::numeric_limits<Video::Ticks>::min();
-    }
-    return _part->from + std::max(_longestGap, Video::FromSeconds(_settings.preRoll + _settings.postRoll));
 }
 
 std::unique_ptr<Video::KeyframeScout> Job::NewScout() const {
@@ -231,7 +206,7 @@ JobResult Job::Run() {
     result.tally = Sum();
     result.clock = Clock();
     if (_part && _analysed > 0) {
-        result.edges = {_firstTold, _lastTold, _longestGap};
+        result.edges = {_firstTold, _lastTold, _eventRules.longestGap};
     }
     return result;
 }
@@ -413,7 +388,7 @@ void Job::TellEvent(const std::optional<Video::Event>& event, bool isCut) {
     extras.thumbnail = std::move(files.thumbnail);
     extras.clip = std::move(files.clip);
     EventRecord record = RecordOf(_name, _told, *event, extras);
-    if (isCut || event->motion.start < JoinsBefore()) {
+    if (isCut || event->motion.start < _eventRules.joinsBefore) {
         record.seam = {event->motion, isCut, event->clearPeak, event->onlyFlash};
     }
     _listener.OnRecord(record);
@@ -474,7 +449,7 @@ void Job::TellGap(const std::optional<Video::Gap>& gap) {
         return;
     }
     ++_gaps;
-    if (gap->end - gap->start > _longestGap) {
+    if (gap->end - gap->start > _eventRules.longestGap) {
         TellEvent(_events.Close());
     }
     _listener.OnRecord(RecordOf(_name, *gap, Clock()));

@@ -112,6 +112,24 @@ TEST_F(FarmTest, GathersTheBytesOfOneScan) {
     EXPECT_EQ(MdscanSaying({"work", "x", "--into", "y", "--at", Server().Address()}).code, 2);
 }
 
+// Parts are jobs like any other.
+TEST_F(FarmTest, PartsOfALongVideoAreJoined) {
+    fs::create_directories(In("video"));
+    const Video::SquareScene scene{.width = 128, .height = 96, .framesPerSecond = 6, .seconds = 8, .from = 0, .until = 8};
+    Video::WriteEncoded({5, scene}, {.codec = "mpeg4", .container = "avi"}, In("video/long.avi"));
+    setenv("MDSCAN_AT", Server().Address().c_str(), 1);
+    EXPECT_EQ(MdscanSaying({"plan", In("video"), "--split", "20s", "-o", In("a.plan")}).code, 0);
+    EXPECT_EQ(MdscanSaying({"farm", "create", "march", In("a.plan")}).err, "mdscan: march: 2 jobs\n");
+    EXPECT_EQ(MdscanSaying({"work", "-j", "2"}).code, 0);
+    EXPECT_EQ(MdscanSaying({"gather", "march", "-o", In("a.jsonl")}).err,
+              "mdscan: 1 input: 1 with motion, 0 failed; 1 event in 40.0 s of video\n");
+    EXPECT_EQ(MdscanSaying({"work", In("a.plan"), "--into", In("a.d")}).code, 0);
+    EXPECT_EQ(MdscanSaying({"gather", In("a.plan"), "--from", In("a.d"), "-o", In("b.jsonl")}).code, 0);
+    EXPECT_FALSE(Read("a.jsonl").empty());
+    EXPECT_EQ(Read("a.jsonl"), Read("b.jsonl"));
+    unsetenv("MDSCAN_AT");
+}
+
 TEST_F(FarmTest, NobodyIsToldAPassword) {
     const auto said = [](const Words& words) {
         const Said all = MdscanSaying(words);

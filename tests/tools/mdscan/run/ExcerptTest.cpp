@@ -36,6 +36,26 @@ TEST(Excerpt, WithoutARangeAllIsTold) {
     EXPECT_EQ(excerpt.LearnsFrom(), 0);
 }
 
+// What another job tells is looked at before, and behind only as far as a roll may reach.
+TEST(Excerpt, OfAJobsPartNothingElseIsTold) {
+    const Video::TimeRange all;
+    Excerpt excerpt(all, JobPart{.learn = 84 * oneSecond, .from = 100 * oneSecond, .to = 200 * oneSecond}, 3 * oneSecond);
+    excerpt.Prepare(false, {}, period);
+    EXPECT_EQ(excerpt.LearnsFrom(), 84 * oneSecond);
+    EXPECT_FALSE(excerpt.Analyses(84 * oneSecond - 1));
+    EXPECT_TRUE(excerpt.Analyses(84 * oneSecond));
+    EXPECT_FALSE(excerpt.Tells(100 * oneSecond - 1));
+    EXPECT_TRUE(excerpt.Tells(100 * oneSecond));
+    EXPECT_TRUE(excerpt.Tells(200 * oneSecond - 1));
+    EXPECT_FALSE(excerpt.Tells(200 * oneSecond));
+    EXPECT_FALSE(excerpt.Analyses(200 * oneSecond));
+    excerpt.Advance(202 * oneSecond, {});
+    EXPECT_FALSE(excerpt.IsOver()) << "pictures are counted for the roll";
+    EXPECT_FALSE(excerpt.Ends(202 * oneSecond));
+    excerpt.Advance(203 * oneSecond, {});
+    EXPECT_TRUE(excerpt.IsOver());
+}
+
 TEST(Excerpt, LearnsBeforeThePartAndEndsWithIt) {
     const Video::TimeRange range = Seconds(100, 110);
     Excerpt excerpt(range);

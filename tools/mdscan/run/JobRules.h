@@ -1,0 +1,17 @@
+// What do a scan's settings mean for the detector, and for events?
+#pragma once
+
+#include "settings/JobSettings.h"
+#include "video/time/TickTime.h"
+#include "video/watch/Events.h"
+#include "video/watch/Watcher.h"
+
+namespace Scan {
+
+// interval: ticks between two pictures of the video.
+Video::WatchRules WatchRulesOf(const JobSettings& settings, Video::Ticks interval);
+
+// period: ticks between two that are analysed.
+Video::EventRules EventRulesOf(const JobSettings& settings, Video::Ticks period);
+
+}  // namespace Scan
