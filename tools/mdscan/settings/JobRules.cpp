@@ -1,5 +1,5 @@
 // Which rule does which setting become?
-#include "run/JobRules.h"
+#include "settings/JobRules.h"
 
 #include <algorithm>
 
