@@ -92,6 +92,16 @@ rm -rf "$system/test"
 touch "$work/root.ready"
 echo "nothing is left: $(wc -l <"$work/after.txt") files and folders, as before"
 
+say "what deploy/Dockerfile runs, in a copy of that system"
+rm -rf "$work/container"
+cp -a "$system" "$work/container"
+mkdir "$work/container/packages"
+cp "${files[@]}" "$work/container/packages"
+step=$(sed -n '/^RUN /,/[^\\]$/p' "$root/deploy/Dockerfile" | sed '1s/^RUN --mount=[^ ]* *//')
+system=$work/container quietly inside sh -ec "$step"
+system=$work/container inside setpriv --reuid 65534 --regid 65534 --clear-groups mdscan --version
+rm -rf "$work/container"
+
 say "autopkgtest"
 rm -rf "$work/autopkgtest" "$work/autopkgtest.results"
 cp -a "$system" "$work/autopkgtest"
