@@ -17,7 +17,7 @@ awk -v dir="$patches" '/^fault / { file = sprintf("%s/%03d-%s", dir, ++count, $2
 if [[ ${1:-} == --applies ]]; then
     status=0
     for patch in "$patches"/*; do
-        patch -s --dry-run -d "$root" -p1 <"$patch" >/dev/null || {
+        patch -s -F0 --dry-run -d "$root" -p1 <"$patch" >/dev/null || {
             echo "check-faults: $(basename "$patch") does not apply" >&2
             status=1
         }
@@ -69,14 +69,14 @@ for patch in "$patches"/*; do
     name=${name#*-}
     if (($#)) && [[ " $* " != *" $name "* ]]; then continue; fi
     count=$((count + 1))
-    patch -s -d "$tree" -p1 <"$patch"
+    patch -s -F0 -d "$tree" -p1 <"$patch"
     if ninja -C "$work/build" coreMD coreMD_everything >"$work/log" 2>&1; then
         noticed=$(first_failure)
     else
         noticed=""
         echo "$name: does not compile" >&2
     fi
-    patch -s -R -d "$tree" -p1 <"$patch"
+    patch -s -F0 -R -d "$tree" -p1 <"$patch"
     printf '%-34s %s\n' "$name" "${noticed:-NOT NOTICED}"
     [[ -n $noticed ]] || unnoticed=$((unnoticed + 1))
 done
