@@ -42,13 +42,14 @@ _mdscan() {
     --at) ;;
     --pixel) ;;
     --root) ;;
+    --identity) ;;
     --split) ;;
     --into) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -d -- "$current") ;;
     --job) ;;
     --lease) ;;
     *)
         if [[ $current == -* ]]; then
-            mapfile -t COMPREPLY < <(compgen -W '-h --help --version --config --write-config -j --jobs --resume -q --quiet --progress --start-time --name-time --from --to --reconnect --rate --fast --skip-loop-filter --block --condition --stabilise --sensitivity --memory --shadows --min-size --max-size --min-blocks --ignore-flashes --merge-gap --min-duration --pre-roll --post-roll --zone --zones --mask --preview --edit -o --output --csv --report --frames --track --thumbnails --clips --join --background --heatmap --overlay --at --pixel --json --root --split --into --job --lease --prometheus --watch' -- "$current")
+            mapfile -t COMPREPLY < <(compgen -W '-h --help --version --config --write-config -j --jobs --resume -q --quiet --progress --start-time --name-time --from --to --reconnect --rate --fast --skip-loop-filter --block --condition --stabilise --sensitivity --memory --shadows --min-size --max-size --min-blocks --ignore-flashes --merge-gap --min-duration --pre-roll --post-roll --zone --zones --mask --preview --edit -o --output --csv --report --frames --track --thumbnails --clips --join --background --heatmap --overlay --at --pixel --json --root --identity --split --into --job --lease --prometheus --watch' -- "$current")
         else
             compopt -o filenames
             mapfile -t COMPREPLY < <(compgen -f -- "$current")

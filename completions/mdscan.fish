@@ -49,6 +49,7 @@ complete -c mdscan -l at -x -d 'The moment in question, in seconds or as hh:mm:s
 complete -c mdscan -l pixel -x -d 'Instead of it, a pixel of the block'
 complete -c mdscan -l json -d 'Answer with one JSON object'
 complete -c mdscan -l root -x -d 'Where the videos below NAME are on this machine; repeatable'
+complete -c mdscan -l identity -x -d 'What tells that a video is still the same: time, of its last change, or content, which is read'
 complete -c mdscan -l split -x -d 'Split long videos into jobs of about so long; those up to one and a half as long stay whole'
 complete -c mdscan -l into -x -a '(__fish_complete_directories)' -d 'Folder for the results, the same for all machines'
 complete -c mdscan -l job -x -d 'Do this job only: 1 is the first after the plan\'s head, as sed -n 2p prints it'

@@ -11,13 +11,9 @@
 #include <optional>
 #include <stdexcept>
 
-extern "C" {
-#include <libavutil/mem.h>
-#include <libavutil/sha.h>
-}
-
 #include <nlohmann/json.hpp>
 
+#include "archive/Digest.h"
 #include "results/PictureLines.h"
 #include "video/base/BgrPicture.h"
 #include "video/base/Failure.h"
@@ -162,7 +158,11 @@ PlanJson JsonOf(const PlannedJob& job) {
     }
     json["path"] = KeyOf(job.path);
     json["size"] = job.identity.size;
-    json["changed"] = job.identity.changed;
+    if (job.content.empty()) {
+        json["changed"] = job.identity.changed;
+    } else {
+        json["content"] = job.content;
+    }
     if (job.start) {
         json["start"] = JsonOf(*job.start);
     }
@@ -183,7 +183,8 @@ PlannedJob JobOf(const PlanJson& json) {
     }
     job.root = json.value("root", std::string());
     job.path = PathOf(json.at("path").get<std::string>());
-    job.identity = {json.at("size").get<std::int64_t>(), json.at("changed").get<std::int64_t>()};
+    job.content = json.value("content", std::string());
+    job.identity = {json.at("size").get<std::int64_t>(), job.content.empty() ? json.at("changed").get<std::int64_t>() : 0};
     if (json.contains("start")) {
         job.start = StartOf(json.at("start"));
     }
@@ -196,28 +197,17 @@ PlannedJob JobOf(const PlanJson& json) {
 }  // namespace
 
 std::string ResultKey(const Plan& plan, const PlannedJob& job) {
-    PlanJson parts = {plan.version,      plan.settings,        job.root,  KeyOf(job.path),
-                      job.identity.size, job.identity.changed, PlanJson()};
+    const PlanJson state = job.content.empty() ? PlanJson(job.identity.changed) : PlanJson(job.content);
+    PlanJson parts = {plan.version, plan.settings, job.root, KeyOf(job.path), job.identity.size, state, PlanJson()};
     if (job.start) {
         parts.back() = JsonOf(*job.start);
     }
     if (job.part) {
         parts.push_back(JsonOf(*job.part));
     }
-    const std::string text = Text(parts) + "\n";
-    std::uint8_t digest[32] = {};
-    const std::unique_ptr<AVSHA, void (*)(void*)> sha(av_sha_alloc(), av_free);
-    if (!sha || av_sha_init(sha.get(), 256) != 0) {
-        throw Video::Failure(Video::Concern::System, "not enough memory");
-    }
-    av_sha_update(sha.get(), reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
-    av_sha_final(sha.get(), digest);
-    std::string key;
-    for (std::size_t i = 0; i < keyBytes; ++i) {
-        constexpr const char* digits = "0123456789abcdef";
-        key += {digits[digest[i] >> 4], digits[digest[i] & 15]};
-    }
-    return key;
+    Digest digest;
+    digest.Add(Text(parts) + "\n");
+    return digest.Hex(keyBytes);
 }
 
 std::string HeadLineOf(const Plan& plan) { return Text(HeadOf(plan)); }

@@ -23,6 +23,7 @@ struct PlannedJob {
     std::string root = {};                       // name; empty: the path is whole
     std::string path = {};                       // below the root
     Identity identity = {};                      // when it was planned
+    std::string content = {};                    // its digest, in place of the time of change; empty: that counts
     std::optional<Video::StartTime> start = {};  // as its name says; absent: that says nothing
     std::optional<JobPart> part = {};            // absent: all of it; those of a video stand in order, one after another
     std::string trouble = {};                    // why it is known not to be a video; empty: nothing against it so far

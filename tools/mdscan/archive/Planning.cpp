@@ -9,6 +9,7 @@
 #include <system_error>
 #include <vector>
 
+#include "archive/Digest.h"
 #include "archive/Splitting.h"
 #include "run/Inputs.h"
 #include "run/SettingsFingerprint.h"
@@ -41,7 +42,7 @@ void Place(PlannedJob& job, const fs::path& whole, const Roots& roots) {
     }
 }
 
-PlannedJob JobFor(const Input& input, const ScanSettings& scan, const Roots& roots) {
+PlannedJob JobFor(const Input& input, const ScanSettings& scan, const Roots& roots, bool byContent) {
     PlannedJob job{.file = input.path, .trouble = input.trouble};
     if (!job.trouble.empty()) {
         return job;
@@ -57,6 +58,13 @@ PlannedJob JobFor(const Input& input, const ScanSettings& scan, const Roots& roo
     }
     Place(job, whole, roots);
     job.start = StartByName(input.path, scan.nameTime);
+    if (byContent) {
+        job.content = DigestOfFile(input.path);
+        if (IdentityOf(input.path) != job.identity) {
+            throw Unplanned(input.path + ": it changed while it was read");
+        }
+        job.identity.changed = 0;
+    }
     return job;
 }
 
@@ -90,7 +98,7 @@ JobFiles FilesOfPlan() {
 }
 
 Plan MakePlan(const std::vector<std::string>& names, const ScanSettings& scan, const std::vector<std::string>& options,
-              const Roots& roots, const std::string& version, Video::Ticks split) {
+              const Roots& roots, const std::string& version, Video::Ticks split, bool byContent) {
     if (!scan.memory.empty()) {
         throw Unplanned("with --memory: each video would wait for the one before, and jobs are done in any order");
     }
@@ -108,7 +116,7 @@ Plan MakePlan(const std::vector<std::string>& names, const ScanSettings& scan, c
     const InputList list = FindInputs(names);
     plan.otherFiles = list.otherFiles;
     for (const Input& input : list.inputs) {
-        PlannedJob job = JobFor(input, scan, plan.roots);
+        PlannedJob job = JobFor(input, scan, plan.roots, byContent);
         std::vector<JobPart> parts;
         if (split > 0 && job.trouble.empty()) {
             parts = PartsOf(input.path, scan, split);

@@ -225,7 +225,8 @@ std::optional<std::string> ScanLauncher::Refusal(const PlannedJob& job) {
     if (now == Identity{}) {
         return "there is no file " + place;
     }
-    return now == job.identity ? std::nullopt : std::optional<std::string>(hasChanged);
+    const bool isSame = job.content.empty() ? now == job.identity : now.size == job.identity.size;
+    return isSame ? std::nullopt : std::optional<std::string>(hasChanged);
 }
 
 std::unique_ptr<Worker> ScanLauncher::Launch(const PlannedJob& job, const std::vector<int>& others) {

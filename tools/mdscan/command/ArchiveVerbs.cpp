@@ -29,7 +29,8 @@ namespace {
 int MakeThePlan(const Options& options, const std::string& version) {
     ScanSettings scan = options.scan;
     scan.zones = Video::ReadZones(options.zones);
-    const Plan plan = MakePlan(options.inputs, scan, options.words, ReadRoots(options.roots), version, options.split);
+    const Plan plan =
+        MakePlan(options.inputs, scan, options.words, ReadRoots(options.roots), version, options.split, options.byContent);
     WritePlan(plan, options.outputs.lines);
     if (!options.run.quiet) {
         const auto troubled =

@@ -112,6 +112,8 @@ CLI::Validator IsMoment() { return Reads(&ReadTime, "seconds or hh:mm:ss"); }
 CLI::Validator IsEdge() { return Reads(&ReadEdge, "seconds, hh:mm:ss, or a time of day like T22:30"); }
 CLI::Validator IsPlace() { return Reads(&ReadPlace, "x,y, two whole numbers from 0"); }
 
+constexpr std::array<const char*, 2> identities = {"time", "content"};
+
 // "auto, json or none"
 template <std::size_t count>
 std::string Listed(const std::array<const char*, count>& words) {
@@ -361,6 +363,13 @@ void TurnIntoPlan(CLI::App& app, Options& options) {
     app.get_option("--output")->description("Write the plan there instead of printing it")->type_name("FILE.plan");
     app.option_defaults()->group(archiveGroup);
     DeclareRoots(app, options);
+    app.add_option_function<std::string>(
+           "--identity", [&options](const std::string& value) { options.byContent = value == "content"; },
+           "What tells that a video is still the same: time, of its last change, or content, which is read")
+        ->check(IsOneOf(identities))
+        ->type_name("HOW")
+        ->default_str(identities[0])
+        ->configurable(false);
     app.add_option_function<std::string>(
            "--split",
            [&options](const std::string& value) { options.split = Video::FromSeconds(ReadPartLength(value).value()); },

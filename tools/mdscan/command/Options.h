@@ -42,6 +42,7 @@ struct Options {
     std::string folder;                    // of results; empty: a farm has them
     int job = 0;                           // of work: the only one that is done, from 1; 0: all
     Video::Ticks split = 0;                // of plan: of a part of a long video; 0: none is split
+    bool byContent = false;                // of plan: the content of videos tells that they are the same
     FarmWords farm = {};
     std::vector<std::string> words;  // of plan: those that decide what is found, but for zones
     std::string config;              // file of options, read already; empty: the usual one, if there is one

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <string>
@@ -185,6 +186,35 @@ TEST_F(ArchiveTest, OneJobIsDoneByItsNumber) {
     const Said farm = MdscanSaying({"work", "--at", "postgresql:///none", "--job", "1"});
     EXPECT_EQ(farm.code, 2);
     EXPECT_NE(farm.err.find("--job belongs to --into"), std::string::npos) << farm.err;
+}
+
+// A copy of an archive has other times of change.
+TEST_F(ArchiveTest, ContentTellsThatAVideoIsTheSame) {
+    MakeTexts();
+    const std::string one = Videos() + "/gate/one.avi";
+    const auto touch = [&] { fs::last_write_time(one, fs::last_write_time(one) + std::chrono::hours(1)); };
+    EXPECT_EQ(PlanArchive({"--identity", "content"}).code, 0);
+    const std::string planned = Read("a.plan");
+    EXPECT_NE(planned.find(R"("content":"7692c3ad3540bb803c020b3aee66cd8887123234ea0c6e7143c0add73ff431ed")"),
+              std::string::npos)
+        << "SHA-256 of one: " << planned;
+    EXPECT_EQ(planned.find(R"("changed")"), std::string::npos) << planned;
+    touch();
+    EXPECT_NE(WorkOnIt().err.find("3 jobs: 3 done here"), std::string::npos);
+    touch();
+    EXPECT_EQ(PlanArchive({"--identity", "content"}).code, 0);
+    EXPECT_EQ(Read("a.plan"), planned);
+
+    Write("2026-03-01/gate/one.avi", "eno");  // as long
+    EXPECT_EQ(PlanArchive({"--identity", "content"}).code, 0);
+    EXPECT_NE(WorkOnIt().err.find("3 jobs: 1 done here, 2 by others"), std::string::npos);
+    EXPECT_EQ(PlanArchive().code, 0);
+    EXPECT_NE(WorkOnIt().err.find("3 jobs: 3 done here"), std::string::npos) << "times make other keys";
+    EXPECT_EQ(PlanArchive({"--identity", "content"}).code, 0);
+    Write("2026-03-01/gate/one.avi", "longer");
+    fs::remove_all(In("a.d"));
+    EXPECT_NE(WorkOnIt().err.find("one.avi: not done: has changed since it was planned"), std::string::npos);
+    EXPECT_EQ(PlanArchive({"--identity", "name"}).code, 2);
 }
 
 TEST_F(ArchiveTest, RefusesWhatCannotBe) {
