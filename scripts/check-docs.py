@@ -15,6 +15,7 @@ not tested has to say why. Other blocks are left alone, unless a directive stand
 A directive is a comment on the line before the block, invisible to readers; several are separated by ";":
 
   <!-- test: skip REASON -->           not tested
+  <!-- test: needs PATH -->            not tested where this file is not there, as what is built of the project varies
   <!-- test: compile -->               c, cpp: not run
   <!-- test: inside NAME -->           c, cpp: takes the place of the line BLOCK in tests/docs/wrappers/NAME
   <!-- test: excerpt PATH -->          the block's lines stand in this file of the project, one after another
@@ -44,9 +45,9 @@ WRAPPERS = ROOT / "tests/docs/wrappers"
 TESTED_KINDS = {"c", "cpp", "cmake", "sh", "console"}
 COMPILERS = {"c": [os.environ.get("CC", "cc"), "-std=c11"], "cpp": [os.environ.get("CXX", "c++"), "-std=c++20"]}
 WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Werror"]
-DIRECTIVES = {"skip", "compile", "inside", "excerpt", "file", "output", "means", "varies", "below"}
+DIRECTIVES = {"skip", "compile", "inside", "excerpt", "file", "output", "means", "varies", "below", "needs"}
 LONGEST = 120  # seconds of one command
-NEED_ARGUMENT = {"skip", "inside", "excerpt", "file", "means", "varies"}
+NEED_ARGUMENT = {"skip", "inside", "excerpt", "file", "means", "varies", "needs"}
 
 
 class Failure(Exception):
@@ -175,6 +176,10 @@ class Document:
         if block.get("skip"):
             self.skipped.append(f"{self.path}:{block.line}: {block.get('skip')[0]}")
             return "left out"
+        for path in block.get("needs"):
+            if not (self.directory / path).exists():
+                self.skipped.append(f"{self.path}:{block.line}: needs {path}")
+                return "left out"
         for name in block.get("file"):
             self.write(name, block.text)
         for path in block.get("excerpt"):
