@@ -87,13 +87,16 @@ int CollectMovingBlocks(MovingBlocks b, Grid grid) {
 // Deliberate: the neighbourhood is a diamond that reaches two columns sideways but one row up and down, so that objects
 // join across a gap of one column, not of one row (ZonesTest, GapOfOneColumnJoins).
 void GrowObject(GrowingObject object, std::uint16_t label, Grid grid) {
-    const std::ptrdiff_t blockCount = static_cast<std::ptrdiff_t>(grid.columns) * grid.rows;
+    const std::ptrdiff_t columns = grid.columns, rows = grid.rows, blockCount = columns * rows;
+    // Inner blocks have their whole diamond in the grid. Unsigned, one comparison asks about both ends.
+    const auto innerColumns = static_cast<std::size_t>(std::max<std::ptrdiff_t>(columns - 4, 0)),
+               innerRows = static_cast<std::size_t>(std::max<std::ptrdiff_t>(rows - 2, 0));
     std::uint16_t* const labels = object.objectsMap;
     std::int16_t* const xs = object.xs;
     std::int16_t* const ys = object.ys;
     constexpr auto firstThree = BitCast<std::uint64_t>(std::array<std::uint16_t, 4>{65535, 65535, 65535, 0});
     std::ptrdiff_t processed = object.processed, count = object.count;
-    const auto take = [&](int column, int row, std::uint16_t& blockLabel) {
+    const auto take = [&](std::ptrdiff_t column, std::ptrdiff_t row, std::uint16_t& blockLabel) {
         if (blockLabel != unassignedBlock) return;
         const std::ptrdiff_t currentObjectMotionBlocksCount = count + 1;
         MD_DETECTOR_ASSERT(currentObjectMotionBlocksCount <= blockCount, buildObject);
@@ -102,27 +105,27 @@ void GrowObject(GrowingObject object, std::uint16_t label, Grid grid) {
         ys[count] = static_cast<std::int16_t>(row);
         count = currentObjectMotionBlocksCount;
     };
-    const auto takeFour = [&](int column, int row, std::uint16_t* fourLabels, std::uint64_t bits) {
+    const auto takeFour = [&](std::ptrdiff_t column, std::ptrdiff_t row, std::uint16_t* fourLabels, std::uint64_t bits) {
         for (; bits != 0; bits = Lanes::WithoutFirst(bits)) {
             const int lane = Lanes::First<std::uint16_t>(bits);
             take(column + lane, row, fourLabels[lane]);
         }
     };
     for (; processed < count; ++processed) {
-        const int x = xs[processed], y = ys[processed];
-        const bool isInner = x >= 2 && x < grid.columns - 2 && y >= 1 && y < grid.rows - 1;
+        const std::ptrdiff_t x = xs[processed], y = ys[processed];
+        const bool isInner = static_cast<std::size_t>(x - 2) < innerColumns && static_cast<std::size_t>(y - 1) < innerRows;
         if (isInner) {  // the usual case: no bounds to keep, and labels are read four at a time
-            std::uint16_t* const own = labels + static_cast<std::ptrdiff_t>(y) * grid.columns + x;
-            std::uint16_t *const above = own - grid.columns - 1, *const below = own + grid.columns - 1;
+            std::uint16_t* const own = labels + y * columns + x;
+            std::uint16_t *const above = own - columns - 1, *const below = own + columns - 1;
             takeFour(x - 1, y - 1, above, MaybeUnassigned(above) & firstThree);
             takeFour(x - 2, y, own - 2, MaybeUnassigned(own - 2));
             take(x + 2, y, own[2]);
             takeFour(x - 1, y + 1, below, MaybeUnassigned(below) & firstThree);
         } else {
-            for (int row = std::max(y - 1, 0); row <= std::min(y + 1, grid.rows - 1); ++row) {
-                const int reach = row == y ? 2 : 1;
-                for (int column = std::max(x - reach, 0); column <= std::min(x + reach, grid.columns - 1); ++column)
-                    take(column, row, labels[static_cast<std::ptrdiff_t>(row) * grid.columns + column]);
+            for (std::ptrdiff_t row = std::max<std::ptrdiff_t>(y - 1, 0); row <= std::min(y + 1, rows - 1); ++row) {
+                const std::ptrdiff_t reach = row == y ? 2 : 1, last = std::min(x + reach, columns - 1);
+                for (std::ptrdiff_t column = std::max<std::ptrdiff_t>(x - reach, 0); column <= last; ++column)
+                    take(column, row, labels[row * columns + column]);
             }
         }
     }
