@@ -12,8 +12,10 @@ namespace {
 void StepChunk(SteppingWindow w, BlockRange chunk) {
     MD_INDEPENDENT_BLOCKS
     for (std::size_t i = chunk.first; i < chunk.last; ++i) {
-        const int entering = w.entering[i], leaving = w.leaving[i];
-        const float difference = static_cast<float>(entering - leaving), total = static_cast<float>(entering + leaving);
+        // As narrow as they may be: a vector holds many of them.
+        const std::uint16_t entering = w.entering[i], leaving = w.leaving[i];
+        const float difference = static_cast<std::int16_t>(entering - leaving),
+                    total = static_cast<std::uint16_t>(entering + leaving);
         w.sum[i] += difference;
         w.squareSum[i] += difference * total;  // the difference of the squares, exactly
     }
