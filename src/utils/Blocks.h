@@ -74,11 +74,10 @@ MD_PART_OF_CALLER bool IsAnySet(const std::uint8_t* marks, std::size_t count) {
 // Bytes or other lanes that were read as one word. The first in memory is the first here, too, whatever the byte order.
 namespace Lanes {
 
+inline constexpr std::uint64_t topBits = 0x8080808080808080;  // bit 7 of every byte
+
 // Bit 7 of every byte that is not 0.
-constexpr std::uint64_t NonZeroBytes(std::uint64_t word) {
-    constexpr std::uint64_t low = 0x7F7F7F7F7F7F7F7F;
-    return (((word & low) + low) | word) & ~low;
-}
+constexpr std::uint64_t NonZeroBytes(std::uint64_t word) { return (((word & ~topBits) + ~topBits) | word) & topBits; }
 
 // The lane of the first bit that is set, and the word without that bit: of words with any, at most one in every lane.
 template <class Lane>

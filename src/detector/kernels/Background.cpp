@@ -62,7 +62,7 @@ void KeepOlder(const std::int64_t* times, std::int64_t now, std::int64_t limit, 
         marks[j] = static_cast<std::uint8_t>(marks[j] & MarkOfOlder(times[j], now, limit));
 }
 
-// visit(j) for each mark that is set, 0 to count - 1: quickly where few are.
+// visit(j) for each mark, {0,255}, that is set, 0 to count - 1: quickly where few are.
 template <class Visit>
 MD_PART_OF_CALLER void ForEachMarked(const std::uint8_t* marks, std::size_t count, Visit visit) {
     const auto areAnySet = [&](std::size_t j) {
@@ -73,7 +73,7 @@ MD_PART_OF_CALLER void ForEachMarked(const std::uint8_t* marks, std::size_t coun
     for (; j + 32 <= count; j += 32) {
         if (!areAnySet(j)) continue;
         for (std::size_t eight = j; eight < j + 32; eight += 8)
-            for (std::uint64_t word = Lanes::NonZeroBytes(EightMarks(marks + eight)); word != 0;
+            for (std::uint64_t word = EightMarks(marks + eight) & Lanes::topBits; word != 0;
                  word = Lanes::WithoutFirst(word))
                 visit(eight + static_cast<std::size_t>(Lanes::First<std::uint8_t>(word)));
     }

@@ -30,7 +30,7 @@ constexpr bool AreAllWithin(float a, float b, float c, float limit) {
 
 // Grey levels, from the extremes of ten frames.
 constexpr float NoiseOfExtremes(int smallest, int largest, float offset) {
-    return static_cast<float>(largest - smallest) * 1.5f + offset;
+    return static_cast<float>(static_cast<std::int16_t>(largest - smallest)) * 1.5f + offset;
 }
 
 // Grey levels, from the dispersions of two windows.
