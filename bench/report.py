@@ -141,7 +141,8 @@ def instructions(path, out):
             rows.append([what, number(before), number(value)] + judged(value, limit))
     table(["", "before", "now", "aim", ""], rows, out)
     out.append("What is missed, and why: with noise, most is learning and the window sums, and g++ 12 widens bytes to "
-               "floats, and narrows them again, in more steps than AVX2 needs. The frame of random noise is mostly the "
+               "floats, and narrows them again, in more steps than AVX2 or plain x86-64 needs. In the still scene the sums "
+               "stay as they are, but every block is judged and learned from anew. The frame of random noise is mostly the "
                "merge itself: all boxes grow into one, by a rule of sweeps that the result shows. The large object is "
                "mostly its growth, block by block, because the order of its blocks is part of the result. The script's "
                "`--functions` tells what each function takes; `scripts.blocks_take_few_instructions` fails where one of "
