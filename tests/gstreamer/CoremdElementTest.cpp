@@ -234,6 +234,7 @@ TEST(CoremdElement, DoesNotStartWithZonesThatCannotBeRead) {
     EXPECT_EQ(gst_element_set_state(element, GST_STATE_PAUSED), GST_STATE_CHANGE_FAILURE);
     EXPECT_TRUE(Message(gst_bus_pop_filtered(bus, GST_MESSAGE_ERROR)));
     gst_element_set_state(element, GST_STATE_NULL);
+    gst_bus_set_flushing(bus, TRUE);
     gst_object_unref(element);
     gst_object_unref(bus);
 }

@@ -61,6 +61,7 @@ public:
     }
     ~Stream() {
         gst_harness_teardown(_harness);
+        gst_bus_set_flushing(_bus, TRUE);  // messages hold the element that holds the bus
         gst_object_unref(_element);
         gst_object_unref(_bus);
     }
