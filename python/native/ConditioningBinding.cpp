@@ -139,6 +139,7 @@ py::array_t<coreMD_Outline> Outlines(const py::array_t<std::uint16_t>& labels) {
     return outlines;
 }
 
+// Also of a frame's own labels: that array is Python's, which may have made another kind of it meanwhile.
 py::array_t<coreMD_Outline> OutlineLabels(const py::object& object) {
     const py::array array = py::array::ensure(object);
     if (!array) {
@@ -350,11 +351,11 @@ void AddConditionedResults(py::module_& module) {
                       "The last of each kind that there was, by name: light, infrared, shaking, moved, covered, frozen, "
                       "rain-like.")
         .def_property_readonly(
-            "table", [](const ConditionedFrame& frame) { return Outlines(frame.labels); },
+            "table", [](const ConditionedFrame& frame) { return OutlineLabels(frame.labels); },
             "The objects as a structured array: label, blocks, left, top, right, bottom; int32, in blocks, ends included.")
-        .def("__bool__", [](const ConditionedFrame& frame) { return Outlines(frame.labels).size() > 0; })
+        .def("__bool__", [](const ConditionedFrame& frame) { return OutlineLabels(frame.labels).size() > 0; })
         .def("__repr__", [](const ConditionedFrame& frame) {
-            return "<coremd.ConditionedFrame with " + std::to_string(Outlines(frame.labels).size()) + " objects" +
+            return "<coremd.ConditionedFrame with " + std::to_string(OutlineLabels(frame.labels).size()) + " objects" +
                    (frame.isReady ? "" : ", history not yet filled") + (frame.suppresses ? ", disturbed>" : ">");
         });
     module.def("outline_labels", &OutlineLabels, py::arg("labels"),

@@ -110,6 +110,15 @@ class Conditioning(unittest.TestCase):
         with self.assertRaisesRegex(ValueError, "the pictures are closed"):
             len(pictures)
 
+    def test_labels_that_were_made_another_kind_of_array(self):
+        with coremd.Detector(rate=RATE) as detector, coremd.Conditioner(detector, COLUMNS, ROWS) as conditioner:
+            frame = conditioner.detect(np.full((3, ROWS, COLUMNS), 90, np.uint8), time=0)
+            self.assertEqual(len(frame.table), 0)
+            frame.labels.dtype = np.uint8  # twice the columns: as uint16, they would end far behind the array
+            for use in (lambda: frame.table, lambda: bool(frame), lambda: repr(frame)):
+                with self.assertRaisesRegex(TypeError, "the labels hold uint8, not uint16"):
+                    use()
+
     def test_outlines_of_any_labels(self):
         labels = np.zeros((4, 6), np.uint16)
         labels[1:3, 2:5], labels[3, 0] = 7, 2
