@@ -64,13 +64,19 @@ private:
             if (plane.rows != planes[0].rows || plane.columns != planes[0].columns) {
                 throw py::value_error("y, cb and cr differ in their rows or columns");
             }
+        }
+        _rows = Clamped(planes[0].rows);
+        _columns = Clamped(planes[0].columns);
+        if (_rows >= 10000 || _columns >= 10000) {  // a broadcast array may claim more than could be copied
+            throw py::value_error("y, cb and cr have " + std::to_string(_rows) + " rows and " + std::to_string(_columns) +
+                                  " columns: 9999 are the most");
+        }
+        for (const Plane& plane : planes) {
             for (std::ptrdiff_t row = 0; row < plane.rows; ++row) {
                 const std::uint8_t* first = plane.first + row * plane.stride;
                 _gathered.insert(_gathered.end(), first, first + plane.columns);
             }
         }
-        _rows = Clamped(planes[0].rows);
-        _columns = Clamped(planes[0].columns);
     }
 
     py::array _owner;

@@ -2,6 +2,7 @@
 #include "ZoneShapes.h"
 
 #include <cstddef>
+#include <limits>
 
 #include <pybind11/numpy.h>
 
@@ -66,6 +67,11 @@ std::vector<Video::Point> PolygonOf(const py::handle& object, const std::string&
 
 OwnedZone ZoneOfMask(const py::handle& object, const std::string& name) {
     const Plane plane = PlaneOf(object, name);
+    // A broadcast array has as many cells as it says without holding them: a copy of it would take the machine's memory.
+    if (plane.columns > 0 && plane.rows > std::numeric_limits<std::int32_t>::max() / plane.columns) {
+        throw py::value_error(name + " has " + std::to_string(plane.rows) + " rows of " + std::to_string(plane.columns) +
+                              " cells: more than a zone can have");
+    }
     OwnedZone zone{.mask = {}, .columns = Clamped(plane.columns), .rows = Clamped(plane.rows)};
     for (std::ptrdiff_t row = 0; row < plane.rows; ++row) {
         const std::uint8_t* first = plane.first + row * plane.stride;

@@ -66,6 +66,13 @@ class Finding(unittest.TestCase):
                              (thing.left, thing.top, thing.right, thing.bottom))
         self.assertEqual(np.count_nonzero(np.asarray(frame.states) == 1), np.count_nonzero(labels))
 
+    def test_arrays_that_claim_more_than_there_is_are_refused_uncopied(self):
+        endless = np.broadcast_to(np.zeros(20000, np.uint8), (10**8, 20000))
+        with self.assertRaisesRegex(ValueError, "zones.0. has 100000000 rows of 20000 cells"):
+            coremd.Detector([endless])
+        with made() as detector, self.assertRaisesRegex(ValueError, "100000000 rows and 20000 columns: 9999"):
+            detector.detect(endless, endless, endless, time=0)
+
     def test_zones_limit_and_can_be_replaced(self):
         left_half, right_half = np.zeros((1, 2), bool), np.zeros((1, 2), np.uint8)
         left_half[0, 0], right_half[0, 1] = True, 9
