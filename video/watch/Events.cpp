@@ -9,9 +9,14 @@
 
 namespace Video {
 
-EventLog::EventLog(const EventRules& rules) : _rules(rules) {
-    _rules.mergeGap = std::max(_rules.mergeGap, _rules.preRoll + _rules.postRoll);
+void Thin(std::vector<TrackPoint>& track) {
+    for (std::size_t i = 0; 2 * i < track.size(); ++i) {
+        track[i] = track[2 * i];
+    }
+    track.resize((track.size() + 1) / 2);
 }
+
+EventLog::EventLog(const EventRules& rules) : _rules(rules) { _rules.mergeGap = MergedWithin(rules); }
 
 std::optional<Event> EventLog::Add(const Findings& frame) {
     std::optional<Event> over;
@@ -81,11 +86,8 @@ void EventLog::Extend(const Findings& frame, int blocks) {
         track.push_back({frame.time, frame.objects.front().box});
     }
     ++_running->frames;
-    if (track.size() > longestTrack) {  // every second point goes
-        for (std::size_t i = 0; 2 * i < track.size(); ++i) {
-            track[i] = track[2 * i];
-        }
-        track.resize((track.size() + 1) / 2);
+    if (track.size() > longestTrack) {
+        Thin(track);
         _running->trackStep *= 2;
     }
 }

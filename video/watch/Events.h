@@ -3,6 +3,7 @@
 // Pure: values in, values out. No file, no detector.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <optional>
@@ -60,6 +61,12 @@ struct EventRules {
     Ticks joinsBefore = std::numeric_limits<Ticks>::min();  // what begins earlier may be the rest of an event that nobody
                                                             // here has seen begin: it is told, however short
 };
+
+// Events whose frames that moved are no further apart are one: their rolls would overlap, if nothing else.
+inline Ticks MergedWithin(const EventRules& rules) { return std::max(rules.mergeGap, rules.preRoll + rules.postRoll); }
+
+// Leaves out every second point, not the first one.
+void Thin(std::vector<TrackPoint>& track);
 
 class EventLog {
 public:

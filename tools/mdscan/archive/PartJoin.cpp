@@ -6,6 +6,7 @@
 #include <utility>
 #include <variant>
 
+#include "settings/JobRules.h"
 #include "video/watch/HeatMap.h"
 
 namespace Scan {
@@ -21,20 +22,14 @@ bool AreSame(Ticks told, Ticks exact) { return Video::PrintedSeconds(told) == Vi
 void Append(std::vector<Video::TrackPoint>& track, const std::vector<Video::TrackPoint>& more) {
     track.insert(track.end(), more.begin(), more.end());
     while (track.size() > Video::longestTrack) {
-        for (std::size_t i = 0; 2 * i < track.size(); ++i) {
-            track[i] = track[2 * i];
-        }
-        track.resize((track.size() + 1) / 2);
+        Video::Thin(track);
     }
 }
 
 }  // namespace
 
 PartJoin::PartJoin(const ScanSettings& scan)
-    : _mergeGap(Video::FromSeconds(std::max(scan.mergeGap, scan.preRoll + scan.postRoll))),
-      _minDuration(Video::FromSeconds(scan.minDuration)),
-      _ignoresFlashes(scan.ignoreFlashes),
-      _zones(Video::WatchedNames(scan.zones)) {}
+    : _rules(EventRulesOf(scan)), _mergeGap(Video::MergedWithin(_rules)), _zones(Video::WatchedNames(scan.zones)) {}
 
 void PartJoin::Add(const JobPart& part, RecalledInput found) {
     _from = part.from;
@@ -209,11 +204,11 @@ void PartJoin::Tell(Piece piece) {
     Video::Tally& tally = _whole.result.tally;
     if (event.seam) {
         const EventSeam seam = *std::exchange(event.seam, std::nullopt);
-        if (seam.motion.end - seam.motion.start < _minDuration) {
+        if (seam.motion.end - seam.motion.start < _rules.minDuration) {
             ++tally.dropped;
             return;
         }
-        if (_ignoresFlashes && seam.onlyFlash) {
+        if (_rules.ignoreFlashes && seam.onlyFlash) {
             ++tally.flashes;
             return;
         }

@@ -13,6 +13,7 @@
 #include "settings/ScanSettings.h"
 #include "video/base/Tally.h"
 #include "video/time/TickTime.h"
+#include "video/watch/Events.h"
 
 namespace Scan {
 
@@ -45,8 +46,8 @@ private:
     void CloseUntil(Video::Ticks time);
     void AddResult(const JobPart& part, const JobResult& result);
 
-    const Video::Ticks _mergeGap, _minDuration;
-    const bool _ignoresFlashes;
+    const Video::EventRules _rules;
+    const Video::Ticks _mergeGap;
     const std::vector<std::string> _zones;  // in the order in which records name them
     RecalledInput _whole;
     bool _hasBegun = false;

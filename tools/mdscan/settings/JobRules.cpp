@@ -26,15 +26,19 @@ Video::WatchRules WatchRulesOf(const JobSettings& settings, Video::Ticks interva
             .conditioning = ConditioningOf(scan)};
 }
 
+Video::EventRules EventRulesOf(const ScanSettings& scan) {
+    return {.mergeGap = Video::FromSeconds(scan.mergeGap),
+            .minDuration = Video::FromSeconds(scan.minDuration),
+            .longestGap = 0,
+            .preRoll = Video::FromSeconds(scan.preRoll),
+            .postRoll = Video::FromSeconds(scan.postRoll),
+            .minBlocks = scan.minBlocks,
+            .ignoreFlashes = scan.ignoreFlashes};
+}
+
 Video::EventRules EventRulesOf(const JobSettings& settings, Video::Ticks period) {
     const ScanSettings& scan = settings.scan;
-    Video::EventRules rules{.mergeGap = Video::FromSeconds(scan.mergeGap),
-                            .minDuration = Video::FromSeconds(scan.minDuration),
-                            .longestGap = 0,
-                            .preRoll = Video::FromSeconds(scan.preRoll),
-                            .postRoll = Video::FromSeconds(scan.postRoll),
-                            .minBlocks = scan.minBlocks,
-                            .ignoreFlashes = scan.ignoreFlashes};
+    Video::EventRules rules = EventRulesOf(scan);
     rules.longestGap =
         std::max({rules.mergeGap, periodsWithoutFrame * period, scan.fast ? 2 * Video::KeyframeScout::longestHonest : 0});
     if (settings.part && settings.part->from > 0) {
