@@ -120,11 +120,12 @@ std::vector<JobPart> PartsOf(const std::string& path, const ScanSettings& scan, 
     std::optional<Rhythm> rhythm;
     bool isSeekable = false;
     try {
-        length = Video::OpenSource(path)->SeekableLength();
+        const std::unique_ptr<Video::PacketSource> source = Video::OpenSource(path);
+        length = source->SeekableLength();
         if (length * 2 <= part * 3) {
             return {};
         }
-        isSeekable = Video::OpenSource(path)->SkipTo(length / 2);
+        isSeekable = source->SkipTo(length / 2);
         Video::Decoder decoder(Video::OpenSource(path), 1);
         if (!decoder.Next()) {
             return {};
