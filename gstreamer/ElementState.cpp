@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "gstreamer/BoxDrawing.h"
+#include "gstreamer/ClockTimes.h"
 #include "gstreamer/CoremdElement.h"
 #include "gstreamer/FrameJson.h"
 
@@ -15,10 +16,7 @@ namespace Gst {
 
 namespace {
 
-constexpr GstClockTime nanosecondsPerTick = 100;
 constexpr GstClockTime usualInterval = GST_SECOND / 25;  // where neither buffers nor caps tell one
-
-Video::Ticks TicksOf(GstClockTime time) { return static_cast<Video::Ticks>(time / nanosecondsPerTick); }
 
 }  // namespace
 

@@ -4,11 +4,11 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "gstreamer/ClockTimes.h"
+
 namespace Gst {
 
 namespace {
-
-constexpr GstClockTime nanosecondsPerTick = 100;
 
 class Value {
 public:
@@ -89,8 +89,6 @@ void SetTimes(GstStructure* structure, const std::string& which, GstClockTime ru
 void SetTimes(GstStructure* structure, const std::string& which, const PictureTime& time, const Scene& scene) {
     SetTimes(structure, which, time.runningTime, time.timestamp, *scene.segment);
 }
-
-GstClockTime ClockTimeOf(Video::Ticks ticks) { return static_cast<GstClockTime>(ticks) * nanosecondsPerTick; }
 
 }  // namespace
 
