@@ -162,15 +162,13 @@ TEST_P(Interruptions, EndTheRunningEvent) {
     if (reason == "eos") {
         stream.Send(gst_event_new_eos());
     } else if (reason == "flush") {
-        stream.Send(gst_event_new_flush_start());
-        stream.Send(gst_event_new_flush_stop(TRUE));
+        stream.Flush();
     } else if (reason == "caps") {
         stream.SetCaps("I420", width, height / 2);
     } else if (reason == "segment") {
-        GstSegment segment;
-        gst_segment_init(&segment, GST_FORMAT_TIME);
+        GstSegment segment = Stream::NewSegment();
         segment.base = stream.Time();
-        stream.Send(gst_event_new_segment(&segment));
+        stream.SendSegment(segment);
     } else if (reason == "gap") {
         stream.Send(gst_event_new_gap(stream.Time(), GST_SECOND / 2));
         EXPECT_FALSE(stream.Take("motion-end"));
@@ -241,12 +239,11 @@ TEST(CoremdElement, DoesNotStartWithZonesThatCannotBeRead) {
 
 TEST(CoremdElement, TellsTimesOfTheSegment) {
     Stream stream;
-    GstSegment segment;
-    gst_segment_init(&segment, GST_FORMAT_TIME);
+    GstSegment segment = Stream::NewSegment();
     segment.start = 100 * GST_SECOND;
     segment.time = 30 * GST_SECOND;
     segment.base = 7 * GST_SECOND;
-    stream.Send(gst_event_new_segment(&segment));
+    stream.SendSegment(segment);
     stream.SetTime(segment.start);
     stream.ShowStill(15);
     stream.ShowWalk(10);
@@ -344,13 +341,8 @@ TEST(CoremdElement, SurvivesChangesAtRandom) {
         switch (below(5)) {
             case 0: stream.SetCaps(formats[below(6)], 1 + below(200), 1 + below(150)); break;
             case 1:
-                stream.Send(gst_event_new_flush_start());
-                stream.Send(gst_event_new_flush_stop(TRUE));
-                {
-                    GstSegment segment;
-                    gst_segment_init(&segment, GST_FORMAT_TIME);
-                    stream.Send(gst_event_new_segment(&segment));
-                }
+                stream.Flush();
+                stream.SendSegment(Stream::NewSegment());
                 stream.SetTime(0);
                 break;
             case 2: stream.SetTime(static_cast<GstClockTime>(below(100)) * GST_SECOND); break;

@@ -55,6 +55,13 @@ std::string BoxesOfPlainWalk(const char* format) {
     return begin ? BoxesIn(begin) : "";
 }
 
+// What began is what the same walk shows where pictures are laid out as usual.
+void ExpectThePlainWalk(Stream& stream, const char* format, const Area& area = {}) {
+    const Message begin = stream.Take("motion-begin");
+    ASSERT_TRUE(begin);
+    EXPECT_EQ(BoxesIn(begin, area), BoxesOfPlainWalk(format));
+}
+
 guint64 NumberOf(Stream& stream, const char* property) {
     guint64 number = 0;
     g_object_get(stream.Element(), property, &number, nullptr);
@@ -100,9 +107,7 @@ TEST_P(Layouts, AnalyseWhatTheCropMetaLeavesAndTellItOfTheWholeFrame) {
         gst_buffer_unref(out);
     }
     EXPECT_GE(marked, 6);
-    const Message begin = stream.Take("motion-begin");
-    ASSERT_TRUE(begin);
-    EXPECT_EQ(BoxesIn(begin, area), BoxesOfPlainWalk(GetParam()));
+    ExpectThePlainWalk(stream, GetParam(), area);
 }
 
 TEST_P(Layouts, ReadStridesAndOffsetsOfTheVideoMeta) {
@@ -127,9 +132,7 @@ TEST_P(Layouts, ReadStridesAndOffsetsOfTheVideoMeta) {
         gst_video_frame_unmap(&frame);
         gst_buffer_unref(stream.Push(buffer));
     }
-    const Message begin = stream.Take("motion-begin");
-    ASSERT_TRUE(begin);
-    EXPECT_EQ(BoxesIn(begin), BoxesOfPlainWalk(GetParam()));
+    ExpectThePlainWalk(stream, GetParam());
 }
 
 INSTANTIATE_TEST_SUITE_P(All, Layouts, testing::Values("I420", "YV12", "NV12", "P010_10LE", "GRAY8"));
@@ -160,9 +163,7 @@ TEST(ElementBuffers, CropsOutsideOfTheFrameAreNone) {
         Crop(buffer, {width + 2, 0, 16, 16});
         gst_buffer_unref(stream.Push(buffer));
     }
-    const Message begin = stream.Take("motion-begin");
-    ASSERT_TRUE(begin);
-    EXPECT_EQ(BoxesIn(begin), BoxesOfPlainWalk("I420"));
+    ExpectThePlainWalk(stream, "I420");
 }
 
 TEST(ElementBuffers, WithoutTimesFollowOneAnother) {
@@ -190,10 +191,9 @@ TEST(ElementBuffers, WithoutTimesFollowOneAnother) {
 
 TEST(ElementBuffers, WithoutTimesFollowWhatTheirDurationsSay) {
     Stream stream;
-    GstSegment segment;
-    gst_segment_init(&segment, GST_FORMAT_TIME);
+    GstSegment segment = Stream::NewSegment();
     segment.base = 7 * GST_SECOND;
-    stream.Send(gst_event_new_segment(&segment));
+    stream.SendSegment(segment);
     for (const int milliseconds : {300, 700, 100}) {
         GstBuffer* const buffer = stream.NewBuffer(-1);
         GST_BUFFER_DURATION(buffer) = static_cast<GstClockTime>(milliseconds) * GST_MSECOND;
@@ -204,9 +204,8 @@ TEST(ElementBuffers, WithoutTimesFollowWhatTheirDurationsSay) {
 
 TEST(ElementBuffers, OfASegmentOfBytesAreAnalysedAllTheSame) {
     Stream stream("condition=false qos=true");
-    GstSegment segment;
-    gst_segment_init(&segment, GST_FORMAT_BYTES);
-    stream.Send(gst_event_new_segment(&segment));
+    GstSegment segment = Stream::NewSegment(GST_FORMAT_BYTES);
+    stream.SendSegment(segment);
     gst_harness_push_upstream_event(stream.Harness(), gst_event_new_qos(GST_QOS_TYPE_UNDERFLOW, 2, 100 * GST_MSECOND, 0));
     for (int i = 0; i < stillPictures + walkedPictures; ++i) {
         gst_buffer_unref(gst_harness_push_and_pull(stream.Harness(), stream.NewBuffer(LeftOf(i))));
@@ -219,10 +218,9 @@ TEST(ElementBuffers, OfASegmentOfBytesAreAnalysedAllTheSame) {
 
 TEST(ElementBuffers, OutsideOfTheirSegmentPassUnseen) {
     Stream stream;
-    GstSegment segment;
-    gst_segment_init(&segment, GST_FORMAT_TIME);
+    GstSegment segment = Stream::NewSegment();
     segment.start = 3 * period;
-    stream.Send(gst_event_new_segment(&segment));
+    stream.SendSegment(segment);
     stream.ShowStill(5);
     EXPECT_EQ(NumberOf(stream, "analysed"), 2u);
     EXPECT_EQ(gst_harness_buffers_received(stream.Harness()), 5u);
@@ -274,11 +272,8 @@ TEST(ElementBuffers, AfterAFlushNoneIsLate) {
     gst_harness_push_upstream_event(stream.Harness(),
                                     gst_event_new_qos(GST_QOS_TYPE_UNDERFLOW, 2, GST_SECOND, 100 * GST_SECOND));
     stream.ShowStill(1);
-    stream.Send(gst_event_new_flush_start());
-    stream.Send(gst_event_new_flush_stop(TRUE));
-    GstSegment segment;
-    gst_segment_init(&segment, GST_FORMAT_TIME);
-    stream.Send(gst_event_new_segment(&segment));
+    stream.Flush();
+    stream.SendSegment(Stream::NewSegment());
     stream.ShowStill(1);
     EXPECT_EQ(NumberOf(stream, "skipped"), 1u);
     EXPECT_EQ(NumberOf(stream, "analysed"), 1u);
@@ -293,13 +288,12 @@ TEST(ElementBuffers, AreNotHeldBack) {
 
 TEST(ElementEvents, TheSameSegmentAgainEndsNothing) {
     Stream stream;
-    GstSegment segment;
-    gst_segment_init(&segment, GST_FORMAT_TIME);
-    stream.Send(gst_event_new_segment(&segment));
+    GstSegment segment = Stream::NewSegment();
+    stream.SendSegment(segment);
     stream.ShowStill(stillPictures);
     stream.ShowWalk(walkedPictures);
     ASSERT_TRUE(stream.Take("motion-begin"));
-    stream.Send(gst_event_new_segment(&segment));
+    stream.SendSegment(segment);
     EXPECT_FALSE(stream.Take("motion-end"));
 }
 

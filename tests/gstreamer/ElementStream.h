@@ -107,6 +107,16 @@ public:
     }
 
     void Send(GstEvent* event) { EXPECT_TRUE(gst_harness_push_event(_harness, event)); }
+    void SendSegment(const GstSegment& segment) { Send(gst_event_new_segment(&segment)); }
+    static GstSegment NewSegment(GstFormat format = GST_FORMAT_TIME) {
+        GstSegment segment;
+        gst_segment_init(&segment, format);
+        return segment;
+    }
+    void Flush() {
+        Send(gst_event_new_flush_start());
+        Send(gst_event_new_flush_stop(TRUE));
+    }
     void SetTime(GstClockTime time) { _time = time; }
     GstClockTime Time() const { return _time; }
 
