@@ -76,3 +76,12 @@ test("nothing reaches for the window", () => {
     assert.doesNotMatch(readFileSync(path.join(web, module), "utf8"), /\b(window|globalThis)\b[.[]/, module);
   }
 });
+
+// Debian 12 has Node 18, which lacks these, as browsers of its age do: whoever has a newer one would not notice.
+test("nothing younger than Node 18 is called", () => {
+  for (const module of imports.keys()) {
+    const text = readFileSync(path.join(web, module), "utf8");
+    assert.doesNotMatch(text, /\.(toSpliced|toSorted|toReversed|isSubsetOf|isSupersetOf|union|difference)\(/, module);
+    assert.doesNotMatch(text, /\b(Object|Map)\.groupBy\b|\bArray\.fromAsync\b|\bPromise\.withResolvers\b/, module);
+  }
+});

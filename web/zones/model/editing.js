@@ -140,7 +140,8 @@ export function moveZone(id, corners, across, down, step) {
 // Behind the corner, on the way to the next one; it is picked then.
 export function insertCorner(id, place, step) {
   const corners = cornersOf(zoneOf(id)), next = corners[(place + 1) % corners.length];
-  change(withPolygon(history.now, id, corners.toSpliced(place + 1, 0, middleOf(corners[place], next))), step);
+  const added = [...corners.slice(0, place + 1), middleOf(corners[place], next), ...corners.slice(place + 1)];
+  change(withPolygon(history.now, id, added), step);
   pick(id, place + 1);
 }
 
@@ -148,7 +149,7 @@ export function insertCorner(id, place, step) {
 export function removeCorner(id, place) {
   const corners = cornersOf(zoneOf(id));
   if (corners.length > 3) {
-    change(withPolygon(history.now, id, corners.toSpliced(place, 1)));
+    change(withPolygon(history.now, id, corners.filter((_, i) => i !== place)));
   }
 }
 
