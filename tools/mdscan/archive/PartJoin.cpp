@@ -37,6 +37,9 @@ void PartJoin::Add(const JobPart& part, RecalledInput found) {
     if (_open && _now && _before && _now->first - _before->last > _now->longestGap) {
         CloseOpen();
     }
+    const auto first = std::find_if(found.records.begin(), found.records.end(),
+                                    [](const Record& record) { return std::holds_alternative<EventRecord>(record); });
+    _isAwaited = _open && first != found.records.end() && GoesOnWith(std::get<EventRecord>(*first));
     TakePictures(found.pictures);
     std::vector<ConditionRecord> ended;
     for (Record& record : found.records) {
@@ -101,6 +104,7 @@ void PartJoin::Take(EventRecord event) {
     piece.event.endFrame += _pictures;
     piece.event.peakFrame += _pictures;
     piece.event.frameExact &= _isExact;
+    _isAwaited = false;
     if (_open && GoesOnWith(piece.event)) {
         Join(*_open, std::move(piece));
     } else {
@@ -186,9 +190,10 @@ void PartJoin::Take(const ConditionRecord& condition) {
     _whole.records.emplace_back(condition);
 }
 
-// Nothing that has moved by then, and since the part's beginning, was a piece of it: those are told in order.
+// Nothing that has moved by then, and since the part's beginning, was a piece of it: those are told in order. But an event
+// is told when it is over, and so behind what was told of the pictures during it.
 void PartJoin::CloseUntil(Ticks time) {
-    if (_open && time >= _from && time - _open->event.seam->motion.end > _mergeGap) {
+    if (_open && !_isAwaited && time >= _from && time - _open->event.seam->motion.end > _mergeGap) {
         CloseOpen();
     }
 }

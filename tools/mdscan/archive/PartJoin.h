@@ -58,6 +58,7 @@ private:
     Video::Ticks _from = 0;               // of this part
     std::map<int, EventPicture> _shown;   // of this part's events, by their number in it
     std::optional<Piece> _open;           // what may go on
+    bool _isAwaited = false;              // and does, in an event of this part that is still to come
     std::vector<ConditionRecord> _ended;  // of the part before, at its border
     std::optional<GroundPicture> _ground;
 };

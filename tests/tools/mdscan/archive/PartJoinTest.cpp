@@ -123,6 +123,21 @@ TEST_F(PartJoinTest, ShortPiecesCountOnlyTogether) {
     EXPECT_EQ(together.result.tally.dropped, 0);
 }
 
+// Records of the pictures during an event, and of a condition that ends before it, stand before its own.
+TEST_F(PartJoinTest, WhatIsToldMeanwhileDoesNotCutIt) {
+    const auto frame = [](double time) { return FrameRecord{{}, {7, true}, Video::FromSeconds(time), {}}; };
+    const ConditionRecord light{
+        .kind = Video::ConditionKind::Light, .start = Video::FromSeconds(104), .end = Video::FromSeconds(108)};
+    const std::vector<EventRecord> events =
+        Events(Joined({Piece(90, 99.8, true)}, {frame(103), light, Piece(100, 120, false), Whole(150, 152)}));
+    ASSERT_EQ(events.size(), 2u);
+    EXPECT_EQ(events[0].start, 90 * oneSecond);
+    EXPECT_EQ(events[0].end, 120 * oneSecond);
+    const RecalledInput over = Joined({Piece(90, 99.8, true)}, {frame(103), Whole(150, 152)});
+    ASSERT_EQ(Events(over).size(), 2u);
+    EXPECT_TRUE(std::holds_alternative<EventRecord>(over.records[1])) << "told as soon as it was over";
+}
+
 TEST_F(PartJoinTest, AnEventMayReachThroughSeveralParts) {
     PartJoin join(scan);
     const auto part = [&](int number, const EventRecord& event) {
