@@ -66,7 +66,8 @@ private:
     std::vector<std::uint8_t> _before;       // [block] luma
 };
 
-std::vector<KeyframeChange> KeyframesAround(const std::string& path, const ScanSettings& scan, Ticks from, Ticks to) {
+// Those from one time to another. Decoding may begin with an earlier one, which the first of them is compared with.
+std::vector<KeyframeChange> KeyframesBetween(const std::string& path, const ScanSettings& scan, Ticks from, Ticks to) {
     Video::Decoder decoder(Video::OpenSource(path), 1,
                            {.keyframesOnly = [] { return true; }, .unfiltered = scan.skipLoopFilter});
     decoder.SkipTo(from);
@@ -75,10 +76,10 @@ std::vector<KeyframeChange> KeyframesAround(const std::string& path, const ScanS
         {.framesPerSecond = 1 / Video::ToSeconds(decoder.NominalInterval()), .shadows = false, .minSize = {}, .zones = {}});
     std::vector<KeyframeChange> keyframes;
     while (!Video::Interrupted() && decoder.Next() && decoder.Time() <= to) {
-        keyframes.push_back({decoder.Time(), comparison.IsQuiet(decoder.Frame())});
-    }
-    if (Video::Interrupted()) {
-        throw Video::Failure(Video::Concern::System, "interrupted");
+        const bool isQuiet = comparison.IsQuiet(decoder.Frame());
+        if (decoder.Time() >= from) {
+            keyframes.push_back({decoder.Time(), isQuiet});
+        }
     }
     return keyframes;
 }
@@ -115,41 +116,66 @@ Cut CutNear(Ticks border, const std::vector<KeyframeChange>& keyframes) {
     return cut;
 }
 
-std::vector<JobPart> PartsOf(const std::string& path, const ScanSettings& scan, Ticks part) {
+namespace {
+
+// How does a video that can be split begin, and go on?
+struct Layout {
     Ticks length = 0;
-    std::optional<Rhythm> rhythm;
     bool isSeekable = false;
-    try {
-        const std::unique_ptr<Video::PacketSource> source = Video::OpenSource(path);
-        length = source->SeekableLength();
-        if (length * 2 <= part * 3) {
-            return {};
-        }
-        isSeekable = source->SkipTo(length / 2);
-        Video::Decoder decoder(Video::OpenSource(path), 1);
-        if (!decoder.Next()) {
-            return {};
-        }
-        const Ticks interval = decoder.NominalInterval();
-        rhythm = {decoder.Time(), Video::Cadence(scan.rate, interval).Period(), interval / 2};
-    } catch (const Video::Failure&) {
-        return {};
+    Rhythm rhythm = {};
+};
+
+// Absent: it remains in one piece.
+std::optional<Layout> LayoutOf(const std::string& path, const ScanSettings& scan, Ticks part) {
+    Layout layout;
+    const std::unique_ptr<Video::PacketSource> source = Video::OpenSource(path);
+    layout.length = source->SeekableLength();
+    if (layout.length * 2 <= part * 3) {
+        return std::nullopt;
     }
-    if (!isSeekable) {
-        throw Video::Failure(Video::Concern::Usage,
-                             "cannot plan " + path + " with --split: it cannot be begun in the middle; plan it without");
+    layout.isSeekable = source->SkipTo(layout.length / 2);
+    Video::Decoder decoder(Video::OpenSource(path), 1);
+    if (!decoder.Next()) {
+        return std::nullopt;
     }
+    const Ticks interval = decoder.NominalInterval();
+    layout.rhythm = {decoder.Time(), Video::Cadence(scan.rate, interval).Period(), interval / 2};
+    return layout;
+}
+
+std::vector<JobPart> PartsBy(const Layout& layout, const std::string& path, const ScanSettings& scan, Ticks part) {
+    const Ticks length = layout.length, first = layout.rhythm.first;
     const Ticks count = (2 * length + part) / (2 * part);
     const Ticks search = std::min(std::max(part / 4, widestSearch), length / count / 3);
     const Ticks needed = Video::FromSeconds(std::ceil(scan.preRoll + scan.mergeGap)) + oneSecond;
     std::vector<JobPart> parts(1);
-    for (Ticks i = 1; i < count; ++i) {
+    for (Ticks i = 1; i < count && !Video::Interrupted(); ++i) {
         const Ticks border = length / count * i;
         const Cut cut =
-            CutNear(border, KeyframesAround(path, scan, border - search - shortWarmUp, border + search + quietAfter));
+            CutNear(border, KeyframesBetween(path, scan, border - search - shortWarmUp, border + search + quietAfter));
         const Ticks warmUp = std::max(cut.isQuiet || part < longPart ? shortWarmUp : longWarmUp, needed);
         parts.back().to = cut.at;
-        parts.push_back({.learn = rhythm->UpTo(std::max(rhythm->first, cut.at - warmUp)), .from = cut.at});
+        parts.push_back({.learn = layout.rhythm.UpTo(std::max(first, cut.at - warmUp)), .from = cut.at});
+    }
+    return parts;
+}
+
+}  // namespace
+
+std::vector<JobPart> PartsOf(const std::string& path, const ScanSettings& scan, Ticks part) {
+    std::optional<Layout> layout;
+    std::vector<JobPart> parts;
+    try {
+        layout = LayoutOf(path, scan, part);
+        if (layout && layout->isSeekable) {
+            parts = PartsBy(*layout, path, scan, part);
+        }
+    } catch (const Video::Failure&) {
+        return {};
+    }
+    if (layout && !layout->isSeekable) {
+        throw Video::Failure(Video::Concern::Usage,
+                             "cannot plan " + path + " with --split: it cannot be begun in the middle; plan it without");
     }
     return parts;
 }

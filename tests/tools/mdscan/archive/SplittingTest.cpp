@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <filesystem>
@@ -143,7 +144,7 @@ TEST_F(SplitArchiveTest, CutWhereItIsQuietItTellsTheBytesOfOneScan) {
 
 TEST_F(SplitArchiveTest, AnEventAcrossBordersIsOne) {
     MakeBusyVideo();
-    const Words options{"--track", "--pre-roll", "1", "--post-roll", "1"};
+    const Words options{"--frames", "--track", "--pre-roll", "1", "--post-roll", "1"};
     EXPECT_EQ(PlanIt("30s", options).err, "mdscan: 6 jobs\n");
     EXPECT_EQ(WorkOnIt({"-j", "2"}).code, 0);
     EXPECT_EQ(GatherIt().err, "mdscan: 2 inputs: 2 with motion, 0 failed; 2 events in 176.0 s of video\n");
@@ -162,6 +163,42 @@ TEST_F(SplitArchiveTest, AnEventAcrossBordersIsOne) {
         EXPECT_FALSE(split[i].contains("seam"));
         EXPECT_EQ(split[i].size(), plain[i].size());
     }
+}
+
+// Keyframes half as far apart as parts are long: decoding begins long before what is looked at, where it was quiet once.
+TEST_F(SplitArchiveTest, CutsRiseHoweverFarApartKeyframesAre) {
+    fs::create_directories(In("video"));
+    std::vector<Video::SquareScene> scenes(
+        15, {.width = 128, .height = 96, .framesPerSecond = 6, .seconds = 11, .from = 0, .until = 11});
+    scenes[0].seconds = 30;
+    scenes[0].until = 0;
+    for (const int gop : {60, 120}) {  // every 10 and 20 seconds
+        SCOPED_TRACE(gop);
+        Video::WriteEncoded(scenes, {.codec = "mpeg4", .container = "avi", .gop = gop}, In("video/far.avi"));
+        EXPECT_EQ(PlanIt("20s").err, "mdscan: 9 jobs\n");
+        const Plan plan = ReadPlan(In("a.plan"));
+        ASSERT_EQ(plan.jobs.size(), 9u);
+        const double length = 184. / 9;
+        for (std::size_t i = 1; i < plan.jobs.size(); ++i) {
+            EXPECT_NEAR(Video::ToSeconds(plan.jobs[i].part->from), length * static_cast<double>(i), length / 3);
+            EXPECT_LT(plan.jobs[i].part->learn, plan.jobs[i].part->from);
+        }
+    }
+}
+
+// Whatever stands in the way of looking at its keyframes will stand in the way of its scan, which tells it.
+TEST_F(SplitArchiveTest, AVideoThatCannotBeLookedAtRemainsWhole) {
+    fs::create_directories(In("video"));
+    Video::WriteEncoded({{.width = 64, .height = 48, .framesPerSecond = 6, .seconds = 90}}, avi, In("video/damaged.avi"));
+    std::string bytes = Read("video/damaged.avi");
+    const std::size_t begin = bytes.find("movi"), end = bytes.find("idx1");
+    ASSERT_TRUE(begin < end && end < bytes.size());
+    std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(begin) + 4, bytes.begin() + static_cast<std::ptrdiff_t>(end), 'x');
+    Write("video/damaged.avi", bytes);
+    Video::WriteEncoded({{.width = 64, .height = 48, .framesPerSecond = 6, .seconds = 9}}, avi, In("video/whole.avi"));
+    const Said planned = PlanIt("30s");
+    EXPECT_EQ(planned.code, 0) << planned.err;
+    EXPECT_EQ(planned.err, "mdscan: 2 jobs\n");
 }
 
 TEST_F(SplitArchiveTest, WhatCannotBeSplitIsRefused) {
