@@ -14,12 +14,23 @@ extern "C" {
 }
 
 #include "video/base/Failure.h"
+#include "video/base/Interruption.h"
 
 namespace Scan {
 
 namespace {
 
 constexpr std::size_t pieceSize = std::size_t{1} << 20;  // bytes
+
+// Closes what was opened.
+struct OpenFile {
+    int descriptor;
+
+    explicit OpenFile(int opened) : descriptor(opened) {}
+    ~OpenFile() { close(descriptor); }
+    OpenFile(const OpenFile&) = delete;
+    OpenFile& operator=(const OpenFile&) = delete;
+};
 
 }  // namespace
 
@@ -45,24 +56,16 @@ std::string Digest::Hex(std::size_t bytes) {
 }
 
 std::string DigestOfFile(const std::string& path) {
-    const auto fail = [&] {
-        throw Video::Failure(Video::Concern::Input, "cannot read " + path + ": " + std::strerror(errno));
-    };
-    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (file < 0) {
-        fail();
-    }
+    const OpenFile file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     Digest digest;
     std::string piece(pieceSize, '\0');
     ssize_t got = 0;
-    while ((got = read(file, piece.data(), piece.size())) > 0 || (got < 0 && errno == EINTR)) {
+    while (!Video::Interrupted() &&
+           ((got = read(file.descriptor, piece.data(), piece.size())) > 0 || (got < 0 && errno == EINTR))) {
         digest.Add(std::string_view(piece).substr(0, got > 0 ? static_cast<std::size_t>(got) : 0));
     }
-    const int error = errno;
-    close(file);
     if (got < 0) {
-        errno = error;
-        fail();
+        throw Video::Failure(Video::Concern::Input, std::string("cannot be read: ") + std::strerror(errno));
     }
     return digest.Hex();
 }

@@ -25,7 +25,8 @@ private:
     std::unique_ptr<AVSHA, void (*)(void*)> _sha;
 };
 
-// Of the file's whole content. Throws Failure where it cannot be read.
+// Of the file's whole content, or of what was read of it when the user had enough. Throws Failure where it cannot be read.
+// Its message does not name the file.
 std::string DigestOfFile(const std::string& path);
 
 }  // namespace Scan

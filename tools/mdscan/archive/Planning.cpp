@@ -14,6 +14,7 @@
 #include "run/Inputs.h"
 #include "run/SettingsFingerprint.h"
 #include "video/base/Failure.h"
+#include "video/base/Interruption.h"
 
 namespace Scan {
 
@@ -42,6 +43,20 @@ void Place(PlannedJob& job, const fs::path& whole, const Roots& roots) {
     }
 }
 
+// A recording that still grows, or that nobody may read, does not keep others from being planned: it fails when all is
+// gathered.
+void TakeContent(PlannedJob& job, const std::string& path) {
+    try {
+        job.content = DigestOfFile(path);
+        if (IdentityOf(path) != job.identity) {
+            job.trouble = "it changed while it was planned";
+        }
+    } catch (const Video::Failure& failure) {
+        job.trouble = failure.what();
+    }
+    job.identity.changed = 0;
+}
+
 PlannedJob JobFor(const Input& input, const ScanSettings& scan, const Roots& roots, bool byContent) {
     PlannedJob job{.file = input.path, .trouble = input.trouble};
     if (!job.trouble.empty()) {
@@ -59,11 +74,7 @@ PlannedJob JobFor(const Input& input, const ScanSettings& scan, const Roots& roo
     Place(job, whole, roots);
     job.start = StartByName(input.path, scan.nameTime);
     if (byContent) {
-        job.content = DigestOfFile(input.path);
-        if (IdentityOf(input.path) != job.identity) {
-            throw Unplanned(input.path + ": it changed while it was read");
-        }
-        job.identity.changed = 0;
+        TakeContent(job, input.path);
     }
     return job;
 }
@@ -79,9 +90,11 @@ Roots ReadRoots(const std::vector<std::string>& words) {
     Roots roots;
     for (const std::string& word : words) {
         const std::size_t sign = word.find('=');
-        if (sign == 0 || sign == std::string::npos || !IsFolder(word.substr(sign + 1))) {
-            throw Video::Failure(Video::Concern::Usage,
-                                 "--root must be NAME=FOLDER, with a folder that is there, not " + word);
+        if (sign == 0 || sign == std::string::npos) {
+            throw Video::Failure(Video::Concern::Usage, "--root must be NAME=FOLDER, not " + word);
+        }
+        if (!IsFolder(word.substr(sign + 1))) {  // it may be mounted later
+            throw Video::Failure(Video::Concern::Input, "--root " + word + ": there is no such folder here");
         }
         if (!roots.try_emplace(word.substr(0, sign), word.substr(sign + 1)).second) {
             throw Video::Failure(Video::Concern::Usage, "--root " + word.substr(0, sign) + " is given twice");
@@ -126,6 +139,9 @@ Plan MakePlan(const std::vector<std::string>& names, const ScanSettings& scan, c
             job.key = job.trouble.empty() ? ResultKey(plan, job) : "";
             plan.jobs.push_back(job);
         }
+        if (Video::Interrupted()) {
+            throw Video::Failure(Video::Concern::System, "interrupted");
+        }
     }
     return plan;
 }
@@ -150,7 +166,7 @@ Roots RootsHere(const Plan& plan, const Roots& given) {
     }
     for (const auto& [name, folder] : roots) {
         if (!IsFolder(folder)) {
-            throw Video::Failure(Video::Concern::Usage,
+            throw Video::Failure(Video::Concern::Input,
                                  "there is no " + folder + " here: where is it?  --root " + name + "=FOLDER");
         }
     }

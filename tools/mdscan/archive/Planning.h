@@ -17,7 +17,7 @@ Roots ReadRoots(const std::vector<std::string>& words);
 // names: as for a scan. options: words of the command line that make these settings, with the zones, which are read.
 // version: of the program. byContent: a video whose time of change differs is the same as long as its bytes are.
 // split: ticks that a part of a long video takes; 0: none is split.
-// Throws Failure where something cannot be done by whoever comes, whenever that is.
+// Throws Failure where something cannot be done by whoever comes, whenever that is, and where the user has had enough.
 Plan MakePlan(const std::vector<std::string>& names, const ScanSettings& scan, const std::vector<std::string>& options,
               const Roots& roots, const std::string& version, Video::Ticks split = 0, bool byContent = false);
 

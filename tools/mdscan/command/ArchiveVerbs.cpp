@@ -19,6 +19,7 @@
 #include "settings/RunSettings.h"
 #include "settings/ScanSettings.h"
 #include "video/base/Failure.h"
+#include "video/base/LiveName.h"
 #include "video/files/Folder.h"
 #include "video/zones/ZoneSources.h"
 
@@ -32,6 +33,11 @@ int MakeThePlan(const Options& options, const std::string& version) {
     const Plan plan =
         MakePlan(options.inputs, scan, options.words, ReadRoots(options.roots), version, options.split, options.byContent);
     WritePlan(plan, options.outputs.lines);
+    for (const PlannedJob& job : plan.jobs) {
+        if (!job.trouble.empty()) {
+            PrintLastLine(Video::ShownName(job.file), "not planned: " + job.trouble);
+        }
+    }
     if (!options.run.quiet) {
         const auto troubled =
             std::count_if(plan.jobs.begin(), plan.jobs.end(), [](const PlannedJob& job) { return !job.trouble.empty(); });
