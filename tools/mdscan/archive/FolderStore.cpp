@@ -60,7 +60,7 @@ int WriteAll(int file, const std::string& text) {
 FolderStore::FolderStore(const std::string& folder) : _folder(folder) {
     _descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (_descriptor < 0) {
-        throw Video::Failure(Video::Concern::Usage, "cannot open " + folder + ": " + std::strerror(errno));
+        throw Video::Failure(Video::Concern::Input, "cannot open " + folder + ": " + std::strerror(errno));
     }
 }
 

@@ -260,7 +260,7 @@ void WritePlan(const Plan& plan, const std::string& path) {
 Plan ReadPlan(const std::string& path) {
     std::ifstream file(path);
     if (!file) {
-        throw Video::Failure(Video::Concern::Usage, "cannot open " + path + ": " + std::strerror(errno));
+        throw Video::Failure(Video::Concern::Input, "cannot open " + path + ": " + std::strerror(errno));
     }
     Plan plan;
     std::size_t count = 0;

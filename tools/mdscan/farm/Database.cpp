@@ -33,8 +33,14 @@ bool IsPassing(std::string_view state) {
     return state.starts_with("08") || state.starts_with("57P") || state == "40001" || state == "40P01" || state == "53300";
 }
 
+// A full disk, one that fails; then a standby that takes no writes, a statement that took too long, a lock that somebody
+// holds, a fault of the server's: a later attempt may fare better. All else is asked wrongly, or refused.
 Video::Concern ConcernOf(std::string_view state) {
-    return state.starts_with("53") || state.starts_with("58") ? Video::Concern::Output : Video::Concern::Usage;
+    const auto isOf = [&](std::string_view group) { return state.starts_with(group); };
+    if (isOf("53") || isOf("58")) {
+        return Video::Concern::Output;
+    }
+    return isOf("25") || isOf("55") || isOf("57") || isOf("XX") ? Video::Concern::System : Video::Concern::Usage;
 }
 
 // Waits until the connection can go on. False: it took too long, or the user has had enough.

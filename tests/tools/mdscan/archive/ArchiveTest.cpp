@@ -124,8 +124,11 @@ TEST_F(ArchiveTest, RootsLieWhereTheyLie) {
 
     fs::rename(Videos(), In("mounted"));
     const Said lost = WorkOnIt();
-    EXPECT_EQ(lost.code, 2);
+    EXPECT_EQ(lost.code, 1) << "it may be mounted later";
     EXPECT_NE(lost.err.find("--root nas=FOLDER"), std::string::npos) << lost.err;
+    const Said late = WorkOnIt({"--root", "nas=" + In("unmounted")});
+    EXPECT_EQ(late.code, 1);
+    EXPECT_NE(late.err.find("unmounted: there is no such folder here"), std::string::npos) << late.err;
     EXPECT_EQ(WorkOnIt({"--root", "tape=" + In("mounted")}).code, 2) << "none of the plan's";
     const Said work = WorkOnIt({"--root", "nas=" + In("mounted")});
     EXPECT_EQ(work.code, 0) << work.err;
@@ -217,6 +220,32 @@ TEST_F(ArchiveTest, ContentTellsThatAVideoIsTheSame) {
     EXPECT_EQ(PlanArchive({"--identity", "name"}).code, 2);
 }
 
+// As others can be planned nevertheless, it is named, and fails when all is gathered.
+TEST_F(ArchiveTest, ContentThatCannotBeReadHoldsUpNothing) {
+    MakeTexts();
+    fs::create_symlink("/proc/self/mem", In("2026-03-01/gate/zero.avi"));  // no address 0 to read at, not even for root
+    const Said planned = PlanArchive({"--identity", "content"});
+    EXPECT_EQ(planned.code, 0);
+    EXPECT_EQ(planned.err, "mdscan: " + In("2026-03-01/gate/zero.avi") +
+                               ": not planned: cannot be read: Input/output error\nmdscan: 3 jobs\n");
+    EXPECT_NE(WorkOnIt().err.find("3 jobs: 3 done here"), std::string::npos);
+    const Said gathered = GatherIt("gathered");
+    EXPECT_EQ(gathered.code, 1);
+    EXPECT_NE(gathered.err.find("zero.avi: cannot be read: Input/output error"), std::string::npos) << gathered.err;
+    EXPECT_NE(gathered.err.find("4 inputs: 0 with motion, 4 failed; "), std::string::npos) << gathered.err;
+}
+
+// At the first signal, whatever is left to be read.
+TEST_F(ArchiveTest, PlanningByContentIsInterrupted) {
+    fs::create_directories(In("2026-03-01"));
+    Write("2026-03-01/large.avi", "");
+    fs::resize_file(In("2026-03-01/large.avi"), std::uintmax_t{1} << 43);  // hours of zeroes, none of them on the disk
+    const Outcome plan = MdscanSignalled({"plan", Videos(), "--identity", "content", "-o", In("a.plan")}, SIGINT, 2000);
+    EXPECT_EQ(plan.code, 1);
+    EXPECT_EQ(plan.err, "mdscan: interrupted\n");
+    EXPECT_FALSE(fs::exists(In("a.plan")));
+}
+
 TEST_F(ArchiveTest, RefusesWhatCannotBe) {
     MakeTexts();
     const auto refusal = [](const Said& said) {
@@ -232,7 +261,12 @@ TEST_F(ArchiveTest, RefusesWhatCannotBe) {
 
     EXPECT_EQ(PlanArchive().code, 0);
     const std::string plan = Read("a.plan");
-    EXPECT_NE(refusal(MdscanSaying({"gather", In("a.plan"), "--from", In("a.d")})).find("cannot open"), std::string::npos);
+    for (const Words& words :
+         {Words{"gather", In("a.plan"), "--from", In("a.d")}, {"work", In("b.plan"), "--into", In("a.d")}}) {
+        const Said late = MdscanSaying(words);
+        EXPECT_EQ(late.code, 1) << "it may be there later: a service tries again";
+        EXPECT_NE(late.err.find("cannot open"), std::string::npos) << late.err;
+    }
     EXPECT_EQ(refusal(MdscanSaying({"work", In("a.plan")})).rfind("mdscan: --into is required", 0), 0u);
     std::string other = plan;
     other.replace(other.find("coreMD 1."), 9, "coreMD 0.");
