@@ -42,6 +42,9 @@ public:
             running.worker->Dismiss();
             _queue.GiveBack(running.job);
         }
+        for (const Running& running : _ended) {
+            _queue.GiveBack(running.job);
+        }
     }
     Share(const Share&) = delete;
     Share& operator=(const Share&) = delete;
@@ -59,6 +62,7 @@ private:
     std::optional<PlannedJob> Next();
     void Start();
     void Listen();
+    void FinishEnded();
     void Finish(Running running);
     void Refuse(const PlannedJob& job, const std::string& reason, bool died = false);
     void ShowProgress();
@@ -69,6 +73,7 @@ private:
     const RunSettings& _run;
     Progress _progress;
     std::vector<Running> _running;
+    std::vector<Running> _ended;  // whose results are not kept yet
     std::size_t _done = 0;  // here
     Video::Tally _tally;    // of those
     const SteadyClock::time_point _begin = SteadyClock::now();
@@ -77,13 +82,20 @@ private:
 int Share::Do() {
     while (!Video::Interrupted()) {
         _queue.Tend();
-        Start();
+        try {
+            Start();
+        } catch (...) {
+            FinishEnded();
+            throw;
+        }
+        FinishEnded();
         if (_running.empty() && _queue.IsOver()) {
             break;
         }
         Listen();
         ShowProgress();
     }
+    FinishEnded();
     return Conclude();
 }
 
@@ -114,10 +126,10 @@ void Share::Start() {
             _running.push_back({*job, _launcher.Launch(*job, pipes)});
         } catch (const Video::Failure&) {
             _queue.GiveBack(*job);
-            if (_running.empty()) {
+            if (_running.empty() && _ended.empty()) {
                 throw;
             }
-            return;  // those that run leave room
+            return;  // those that run, or have ended, leave room
         }
     }
 }
@@ -131,7 +143,6 @@ void Share::Listen() {
     if (poll(pipes.data(), pipes.size(), listenInterval) <= 0) {
         return;
     }
-    std::vector<Running> ended;
     for (std::size_t i = _running.size(); i-- > 0;) {
         if (pipes[i].revents == 0) {
             continue;
@@ -146,21 +157,18 @@ void Share::Listen() {
         }
         running.worker->TakeWarnings();  // gathering tells whatever concerns all of them
         if (!goesOn) {
-            ended.push_back(std::move(running));
+            _ended.push_back(std::move(running));
             _running.erase(_running.begin() + static_cast<std::ptrdiff_t>(i));
         }
     }
-    while (!ended.empty()) {
-        Running running = std::move(ended.back());
-        ended.pop_back();
-        try {
-            Finish(std::move(running));
-        } catch (...) {
-            for (const Running& other : ended) {
-                _queue.GiveBack(other.job);
-            }
-            throw;
-        }
+}
+
+// After others were started in their place: those need not wait until results are on the disk.
+void Share::FinishEnded() {
+    while (!_ended.empty()) {
+        Running running = std::move(_ended.back());
+        _ended.pop_back();
+        Finish(std::move(running));
     }
 }
 
