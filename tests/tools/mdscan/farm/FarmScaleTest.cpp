@@ -98,7 +98,7 @@ TEST_F(FarmScaleTest, WorkersHaveWork) {
 
 // Empty jobs: what remains is what the database costs.
 TEST_F(FarmScaleTest, ALargeArchive) {
-    const int jobs = std::stoi(Setting("COREMD_SCALE_JOBS", "2000"));
+    const int jobs = std::stoi(Setting("COREMD_SCALE_JOBS", "20000"));
     const Plan plan = PlanOfStubs(jobs);
     auto begin = std::chrono::steady_clock::now();
     CreateFarm(Owner(), "large", plan, 60);
@@ -113,6 +113,8 @@ TEST_F(FarmScaleTest, ALargeArchive) {
     EXPECT_EQ(States(), std::to_string(jobs) + " done");
     std::printf(", taken and kept by 8 workers in %.1f s (%.0f per second)", working, jobs / working);
     std::fflush(stdout);
+    const int rowsRead = std::stoi(Ask("SELECT seq_tup_read::text FROM pg_stat_user_tables WHERE relname = 'jobs'"));
+    EXPECT_LT(rowsRead, 100 * jobs) << "whoever looks through all of them for each costs the square of them";
     const double gathering = Together(1, [&] {
         std::string name = "large";
         Database database(Address(), Database::Patience::Short);
