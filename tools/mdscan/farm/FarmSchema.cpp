@@ -183,9 +183,9 @@ BEGIN
     PERFORM mdscan.wake(its_farm, 'back');
 END $$;
 
--- Result and "done" are there together or not at all. Whoever comes second has found the same. The last one wakes those who
--- wait for the end. Where none is open any more, one after the other commits: of two that are last at once, neither would see
--- the other.
+-- Result and "done" are there together or not at all. Whoever comes second has found the same. The last one wakes those
+-- who wait for the end. Where none is open any more, one after the other commits: of two that are last at once, neither
+-- would see the other.
 CREATE FUNCTION mdscan.keep_result(worker_name text, its_key text, its_line bytea) RETURNS void
 LANGUAGE plpgsql SECURITY DEFINER SET search_path = pg_catalog, pg_temp SET enable_seqscan = off AS $$
 DECLARE
