@@ -74,8 +74,8 @@ private:
     Progress _progress;
     std::vector<Running> _running;
     std::vector<Running> _ended;  // whose results are not kept yet
-    std::size_t _done = 0;  // here
-    Video::Tally _tally;    // of those
+    std::size_t _done = 0;        // here
+    Video::Tally _tally;          // of those
     const SteadyClock::time_point _begin = SteadyClock::now();
 };
 
