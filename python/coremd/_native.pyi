@@ -8,7 +8,7 @@ library_version: Tuple[int, int, int]
 
 Planes = npt.NDArray[np.uint8]
 Polygon = Sequence[Tuple[float, float]]
-Layout = Literal["yuv420", "yuv422", "yuv444", "nv12", "grey"]
+Layout = Literal["yuv420", "yuv422", "yuv444", "nv12", "grey", "p010", "yuv420p10"]
 
 class LabelMap:
     @property

@@ -27,13 +27,18 @@ struct Layout {
     std::int32_t code;
     int planes;
     int across, down;  // by what chroma is divided
-    int perPixel;      // bytes of the chroma plane for each of its columns
+    int perPixel;      // samples of the chroma plane for each of its columns
+    int bytes = 1;     // of a sample
 };
 
 const std::map<std::string, Layout> layouts = {
-    {"yuv420", {COREMD_YUV420, 3, 2, 2, 1}}, {"yuv422", {COREMD_YUV422, 3, 2, 1, 1}},
-    {"yuv444", {COREMD_YUV444, 3, 1, 1, 1}}, {"nv12", {COREMD_NV12, 2, 2, 2, 2}},
+    {"yuv420", {COREMD_YUV420, 3, 2, 2, 1}},
+    {"yuv422", {COREMD_YUV422, 3, 2, 1, 1}},
+    {"yuv444", {COREMD_YUV444, 3, 1, 1, 1}},
+    {"nv12", {COREMD_NV12, 2, 2, 2, 2}},
     {"grey", {COREMD_GREY, 1, 1, 1, 1}},
+    {"p010", {COREMD_P010, 2, 2, 2, 2, 2}},
+    {"yuv420p10", {COREMD_YUV420P10, 3, 2, 2, 1, 2}},
 };
 const std::map<std::string, std::int32_t> stabilisings = {
     {"off", COREMD_STABILISE_OFF}, {"auto", COREMD_STABILISE_AUTO}, {"on", COREMD_STABILISE_ON}};
@@ -65,15 +70,15 @@ public:
         std::array<Plane, 3> planes;
         coreMD_Picture picture{};
         for (std::size_t i = 0; i < arrays.size(); ++i) {
-            planes[i] = PlaneOf(arrays[i], "plane " + std::to_string(i));
+            planes[i] = PlaneOf(arrays[i], "plane " + std::to_string(i), _layout.bytes);
             const int across = i == 0 ? 1 : _layout.across, down = i == 0 ? 1 : _layout.down;
             const int perPixel = i == 0 ? 1 : _layout.perPixel;
             const std::ptrdiff_t rows = (_format.height + down - 1) / down;
             const std::ptrdiff_t columns = (_format.width + across - 1) / across * std::ptrdiff_t{perPixel};
             if (planes[i].rows != rows || planes[i].columns != columns) {
                 throw py::value_error("plane " + std::to_string(i) + " has " + std::to_string(planes[i].rows) + " rows of " +
-                                      std::to_string(planes[i].columns) + " bytes, not " + std::to_string(rows) + " of " +
-                                      std::to_string(columns));
+                                      std::to_string(planes[i].columns) + (_layout.bytes == 1 ? " bytes" : " samples") +
+                                      ", not " + std::to_string(rows) + " of " + std::to_string(columns));
             }
             picture.plane[i] = planes[i].first;
             picture.stride[i] = planes[i].stride;
@@ -149,14 +154,15 @@ void AddBlockReducer(py::module_& module) {
              py::arg("range") = "limited", py::arg("crop") = py::none(), py::arg("stabilise") = "off",
              R"(Decoded pictures of one stream -> blocks.
 
-width, height: pixels. layout: yuv420, yuv422, yuv444, nv12 or grey, 8 bits.
+width, height: pixels. layout: yuv420, yuv422, yuv444, nv12 or grey, 8 bits;
+yuv420p10, ten bits in the lower ones of two bytes; p010, nv12 of ten bits in the upper ones.
 block: pixels along one side of a block, 1..64; 0: a power of two that gives at most 240 columns.
 range: limited or full. crop: left, top, width, height in pixels. stabilise: off, auto or on, for a camera that shakes.)")
         .def("reduce", &BlockReducer::Reduce,
              R"(The planes of a picture -> uint8 [3, rows, columns], the rounded means of Y, Cb and Cr.
 
-Each plane an array [rows, columns] of uint8 with rows of any stride; nv12's second is
-[rows, columns / 2, 2] or [rows, columns].
+Each plane an array [rows, columns] of uint8, of ten bits uint16, with rows of any stride;
+the second of nv12 and p010 is [rows, columns / 2, 2] or [rows, columns].
 Other threads run meanwhile.)")
         .def_property_readonly("columns", &BlockReducer::Columns, "Blocks in a row.")
         .def_property_readonly("rows", &BlockReducer::Rows, "Rows of blocks.")

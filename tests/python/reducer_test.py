@@ -59,6 +59,32 @@ class Reduction(unittest.TestCase):
         reducer = coremd.BlockReducer(40, 32, "nv12", block=8)
         self.assertTrue((reducer.reduce(y, chroma) == reducer.reduce(y, chroma.reshape(16, 40))).all())
 
+    def test_ten_bits(self):
+        for layout, eight, shift, width, height, block in (
+                ("yuv420p10", "yuv420", 0, 64, 48, 8), ("p010", "nv12", 6, 50, 22, 4),
+                ("yuv420p10", "yuv420", 0, 37, 29, 8)):
+            planes, *_ = picture(width, height, eight)
+            wanted = coremd.BlockReducer(width, height, eight, block=block).reduce(*planes)
+            reducer = coremd.BlockReducer(width, height, layout, block=block)
+            # Multiples of 4 are the same picture; bits beside the ten do not count.
+            deep = [(plane.astype("<u2") << (2 + shift)) | (0xfc00 if shift == 0 else 0x3f) for plane in planes]
+            self.assertEqual({plane.dtype.itemsize for plane in deep}, {2})
+            self.assertTrue((reducer.reduce(*deep) == wanted).all(), layout)
+            padded = [np.pad(plane, ((0, 0), (0, 9)) + ((0, 0),) * (plane.ndim - 2))[:, :plane.shape[1]] for plane in deep]
+            self.assertTrue((reducer.reduce(*padded) == wanted).all(), layout)
+            upside_down = [plane[::-1].copy()[::-1] for plane in deep]
+            self.assertTrue((reducer.reduce(*upside_down) == wanted).all(), layout)
+
+    def test_ten_bits_are_rounded_once(self):
+        for layout, shift in (("yuv420p10", 0), ("p010", 6)):
+            y = random.integers(0, 1024, (48, 64)).astype("<u2")
+            chroma = np.full((24, 32), 512, "<u2")
+            planes = (y, chroma, chroma) if shift == 0 else (y, np.stack((chroma, chroma), axis=2))
+            got = coremd.BlockReducer(64, 48, layout, block=8).reduce(*(plane << shift for plane in planes))
+            sums = y.astype(int).reshape(6, 8, 8, 8).sum(axis=(1, 3))
+            self.assertTrue((got[0] == np.minimum((sums + 2 * 64) // (4 * 64), 255)).all(), layout)
+            self.assertTrue((got[1:] == 128).all(), layout)
+
     def test_a_part_of_the_picture(self):
         planes, y, *_ = picture(64, 48, "yuv444")
         reducer = coremd.BlockReducer(64, 48, "yuv444", block=8, crop=(8, 16, 32, 24))
@@ -74,7 +100,7 @@ class Reduction(unittest.TestCase):
 class Refusals(unittest.TestCase):
     def test_what_is_no_picture(self):
         y, c = np.zeros((32, 40), np.uint8), np.zeros((16, 20), np.uint8)
-        reducer = coremd.BlockReducer(40, 32, block=8)
+        reducer, deep = (coremd.BlockReducer(40, 32, layout, block=8) for layout in ("yuv420", "yuv420p10"))
         for error, words, call in [
                 (ValueError, "yuv420 has 3 planes", lambda: reducer.reduce(y)),
                 (ValueError, "plane 0 has 31 rows of 40 bytes, not 32 of 40", lambda: reducer.reduce(y[1:], c, c)),
@@ -82,7 +108,15 @@ class Refusals(unittest.TestCase):
                 (ValueError, "plane 0: the columns do not lie side by side; numpy.ascontiguousarray copies them so",
                  lambda: reducer.reduce(np.zeros((40, 32), np.uint8).T, c, c)),
                 (TypeError, "plane 1 holds float64, not uint8", lambda: reducer.reduce(y, c * 1.0, c)),
-                (ValueError, "layout is one of grey, nv12, yuv420, yuv422, yuv444",
+                (TypeError, "plane 0 holds uint8, not uint16, lower byte first", lambda: deep.reduce(y, c, c)),
+                (TypeError, "plane 0 holds >u2, not uint16, lower byte first", lambda: deep.reduce(y.astype(">u2"), c, c)),
+                (TypeError, "plane 0 holds int16, not uint16, lower byte first", lambda: deep.reduce(y.astype("<i2"), c, c)),
+                (TypeError, "plane 0 holds uint16, not uint8", lambda: reducer.reduce(y.astype("<u2"), c, c)),
+                (ValueError, "plane 0 has 31 rows of 40 samples, not 32 of 40",
+                 lambda: deep.reduce(y[1:].astype("<u2"), c, c)),
+                (ValueError, "plane 0: the columns do not lie side by side; numpy.ascontiguousarray copies them so",
+                 lambda: deep.reduce(np.zeros((32, 80), "<u2")[:, ::2], c, c)),
+                (ValueError, "layout is one of grey, nv12, p010, yuv420, yuv420p10, yuv422, yuv444",
                  lambda: coremd.BlockReducer(40, 32, "rgb")),
                 (ValueError, "a number is out of its range",
                  lambda: coremd.BlockReducer(40, 32, block=65)),
