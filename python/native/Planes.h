@@ -20,8 +20,8 @@ struct Plane {
 
 // Of whatever offers the buffer protocol or is an array, without a copy. TypeError where elements are no bytes (bool is one,
 // too), ValueError where it has other than two dimensions, or columns that do not lie side by side. `name` says in both
-// which argument is meant. A last dimension of two, as interleaved chroma has it, counts as columns. sampleBytes: 1, or 2 for
-// uint16 with the lower byte first, wherever it lies.
+// which argument is meant. A last dimension of two, as interleaved chroma has it, counts as columns. sampleBytes: 1, or 2
+// for uint16 with the lower byte first, wherever it lies.
 Plane PlaneOf(pybind11::handle object, const std::string& name, int sampleBytes = 1);
 
 // An int for a record of the C interface: sizes beyond it stay beyond every range.
