@@ -20,6 +20,7 @@ constexpr int polygonCells = 512;
 
 OwnedZone ZoneOfPolygon(std::vector<Video::Point> polygon) {
     const Video::Zone zone{.name = "", .polygon = std::move(polygon)};
+    const py::gil_scoped_release others;
     return {.mask = Video::ZoneMask(zone, {.pictureWidth = polygonCells,
                                            .pictureHeight = polygonCells,
                                            .blockSize = 1,
@@ -58,7 +59,10 @@ std::vector<Video::Point> PolygonOf(const py::handle& object, const std::string&
         }
         polygon.push_back(corner);
     }
-    const std::string trouble = Video::PolygonTrouble(polygon);
+    const std::string trouble = [&] {
+        const py::gil_scoped_release others;  // every line is compared with every other: thousands take a while
+        return Video::PolygonTrouble(polygon);
+    }();
     if (!trouble.empty()) {
         throw py::value_error(name + ": " + trouble);
     }

@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
 """Does a detector in Python find what moves, guard its memory, and refuse what the library would end a process for?"""
 import gc
+import sys
 import threading
+import time
 import unittest
 
 import numpy as np
@@ -255,6 +257,27 @@ class Threads(unittest.TestCase):
         running = False
         thread.join()
         self.assertEqual(set(refused), {"another thread is using this detector"})
+
+
+class ManyCorners(unittest.TestCase):
+    def test_other_threads_run_while_they_are_checked(self):
+        angles = np.linspace(0, 2 * np.pi, 8000, endpoint=False)
+        circle = list(zip((0.5 + 0.4 * np.cos(angles)).tolist(), (0.5 + 0.4 * np.sin(angles)).tolist()))
+        grid, ran, usual = coremd.BlockReducer(64, 64, block=8).grid, [], sys.getswitchinterval()
+
+        def run():
+            time.sleep(0.001)
+            ran.append(True)
+
+        other = threading.Thread(target=run)
+        sys.setswitchinterval(1000)                       # nobody is interrupted: the lock has to be given up
+        try:
+            other.start()
+            coremd.polygon_mask(circle, grid)
+            self.assertTrue(ran)
+        finally:
+            sys.setswitchinterval(usual)
+            other.join()
 
 
 if __name__ == "__main__":
