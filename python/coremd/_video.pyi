@@ -1,7 +1,8 @@
 from typing import Any, Dict, List, Optional, Sequence, Tuple
 
 class Scan:
-    def __init__(self, input: str, words: Sequence[str], zones: Sequence[Tuple[str, Any, bool, Optional[float], Optional[float]]],
+    def __init__(self, input: bytes, words: Sequence[bytes],
+                 zones: Sequence[Tuple[str, Any, bool, Optional[float], Optional[float]]],
                  *, records: bool, frames: bool, pictures: bool) -> None: ...
     def next(self) -> Optional[Dict[str, Any]]: ...
     def close(self) -> None: ...

@@ -172,7 +172,7 @@ def _words(settings: Mapping[str, Any]) -> List[str]:
         if value is True:
             words.append(option)
         elif value is not None and value is not False:
-            words.append(f"{option}={os.fspath(value) if isinstance(value, os.PathLike) else value}")
+            words.append(f"{option}={os.fsdecode(value) if isinstance(value, os.PathLike) else value}")
     return words
 
 
@@ -180,7 +180,7 @@ def _zones(zones: Zones) -> Tuple[List[str], List[Tuple[str, Any, bool, Optional
     if zones is None:
         return [], []
     if isinstance(zones, (str, os.PathLike)):
-        return [f"--zones={os.fspath(zones)}"], []
+        return [f"--zones={os.fsdecode(zones)}"], []
     named = [Zone(name, shape) for name, shape in zones.items()] if isinstance(zones, Mapping) else \
         [one if isinstance(one, Zone) else Zone(f"zone {place}", one) for place, one in enumerate(zones, 1)]
     if len({zone.name for zone in named}) < len(named):
@@ -194,10 +194,12 @@ def _zones(zones: Zones) -> Tuple[List[str], List[Tuple[str, Any, bool, Optional
 
 def _items(source: Source, zones: Zones, settings: Mapping[str, Any], records: bool, frames: bool,
            pictures: bool) -> Iterator[Tuple[Dict[str, Any], List[str]]]:
-    name = os.fspath(source)
+    name = os.fsdecode(source)
     words, shapes = _zones(zones)
     # Made here rather than at the first step, so that what is wrong is said where it was written.
-    scan = _video.Scan(name, words + _words(settings), shapes, records=records, frames=frames, pictures=pictures)
+    # As bytes: names of files need not be UTF-8.
+    scan = _video.Scan(os.fsencode(name), [os.fsencode(word) for word in words + _words(settings)], shapes, records=records,
+                       frames=frames, pictures=pictures)
     _open.add(scan)
 
     def steps() -> Iterator[Tuple[Dict[str, Any], List[str]]]:

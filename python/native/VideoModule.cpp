@@ -26,11 +26,28 @@ namespace py = pybind11;
 namespace Python {
 namespace {
 
+// File names and what is said of them need not be UTF-8: as os.fsdecode has them.
+py::str TextOf(const std::string& text) {
+    PyObject* const decoded = PyUnicode_DecodeUTF8(text.data(), static_cast<py::ssize_t>(text.size()), "surrogateescape");
+    if (decoded == nullptr) {
+        throw py::error_already_set();
+    }
+    return py::reinterpret_steal<py::str>(decoded);
+}
+
+[[noreturn]] void ThrowValueError(const std::string& text) {
+    PyErr_SetObject(PyExc_ValueError, TextOf(text).ptr());
+    throw py::error_already_set();
+}
+
 py::object ObjectOf(const nlohmann::ordered_json& json) {
+    if (json.is_null()) {
+        return py::none();
+    }
     if (json.is_object()) {
         py::dict dict;
         for (const auto& item : json.items()) {
-            dict[py::str(item.key())] = ObjectOf(item.value());
+            dict[TextOf(item.key())] = ObjectOf(item.value());
         }
         return dict;
     }
@@ -50,9 +67,7 @@ py::object ObjectOf(const nlohmann::ordered_json& json) {
     if (json.is_number()) {
         return py::int_(json.get<std::int64_t>());
     }
-    const std::string text = json.get<std::string>();
-    return py::reinterpret_steal<py::object>(
-        PyUnicode_DecodeUTF8(text.data(), static_cast<py::ssize_t>(text.size()), "surrogateescape"));
+    return TextOf(json.get<std::string>());
 }
 
 // The array takes the pixels over.
@@ -95,7 +110,7 @@ py::object Told(WatchedFrame&& frame) {
 py::object Told(Warning&& warning) {
     py::dict dict;
     dict["type"] = "warning";
-    dict["text"] = warning.text;
+    dict["text"] = TextOf(warning.text);
     return dict;
 }
 
@@ -137,13 +152,13 @@ public:
         arguments.push_back(input);
         const Scan::Parsed parsed = Scan::ParseOptions(arguments, Scan::VersionText());
         if (!parsed.options) {
-            throw py::value_error(parsed.text);
+            ThrowValueError(parsed.text);
         }
         Scan::JobSettings settings{.scan = parsed.options->scan, .files = {}, .reconnect = parsed.options->run.reconnect};
         try {
             settings.scan.zones = Video::ReadZones(parsed.options->zones);
         } catch (const Video::Failure& failure) {
-            throw py::value_error(failure.what());
+            ThrowValueError(failure.what());
         }
         for (Video::Zone& zone : VideoZones(zones)) {
             settings.scan.zones.push_back(std::move(zone));
@@ -191,7 +206,7 @@ public:
             return py::none();
         }
         const bool isWrongWish = _result->code == Video::exitUsage;
-        return py::make_tuple(Scan::NameOf(_result->health), _result->trouble, isWrongWish);
+        return py::make_tuple(Scan::NameOf(_result->health), TextOf(_result->trouble), isWrongWish);
     }
 
     const std::vector<std::string>& Zones() const { return _zones; }

@@ -185,5 +185,24 @@ class Refusals(unittest.TestCase):
         self.assertEqual(subprocess.run([sys.executable, "-c", code], timeout=200).returncode, 0)
 
 
+class NamesThatAreNotUtf8(unittest.TestCase):
+    def test_they_are_read_and_told(self):
+        with tempfile.TemporaryDirectory() as folder:
+            path = pathlib.Path(folder) / os.fsdecode(b"caf\xe9.mp4")
+            path.symlink_to(STREET)
+            starts = [[record.start for record in coremd.video.events(source, rate=3)] for source in (STREET, path)]
+            self.assertGreaterEqual(len(starts[0]), 1)
+            self.assertEqual(starts[0], starts[1])
+            missing = pathlib.Path(folder) / os.fsdecode(b"\xe9\xff.mp4")
+            with self.assertRaises(coremd.video.ScanError) as caught:
+                list(coremd.video.events(missing))
+            self.assertEqual((caught.exception.health, caught.exception.input), ("unreadable", str(missing)))
+            zones = missing.with_suffix(".json")
+            with self.assertRaises(ValueError) as caught:
+                coremd.video.events(STREET, zones)
+            self.assertNotIsInstance(caught.exception, UnicodeError)
+            self.assertIn(zones.name, str(caught.exception))
+
+
 if __name__ == "__main__":
     unittest.main(argv=sys.argv[:1])
