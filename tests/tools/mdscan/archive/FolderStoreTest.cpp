@@ -112,12 +112,13 @@ TEST_F(FolderStoreTest, AFullDiskTakesNothingWithIt) {
     EXPECT_EQ(_store.Take("aa"), Taking::Taken) << "given back";
 }
 
-TEST_F(FolderStoreTest, AFolderThatIsNotThereIsTheUsersFault) {
+// It may be mounted later: nobody has asked for what cannot be.
+TEST_F(FolderStoreTest, AFolderThatIsNotThereIsAFailure) {
     try {
         FolderStore none{In("none")};
         FAIL();
     } catch (const Video::Failure& failure) {
-        EXPECT_EQ(failure.Code(), Video::exitUsage);
+        EXPECT_EQ(failure.Code(), Video::exitFailed);
     }
 }
 
