@@ -95,29 +95,6 @@ struct Rhythm {
     }
 };
 
-}  // namespace
-
-Cut CutNear(Ticks border, const std::vector<KeyframeChange>& keyframes) {
-    std::optional<Cut> best;
-    for (std::size_t begin = 0, end = 0; begin < keyframes.size(); begin = end) {
-        for (end = begin + 1; end < keyframes.size() && keyframes[end].isQuiet; ++end) {
-        }
-        const Ticks first = keyframes[begin].time + shortWarmUp, last = keyframes[end - 1].time - quietAfter;
-        if (first > last) {
-            continue;
-        }
-        const Cut cut{std::clamp(border, first, last), true};
-        if (!best || std::abs(cut.at - border) < std::abs(best->at - border)) {
-            best = cut;
-        }
-    }
-    Cut cut = best.value_or(Cut{border, false});
-    cut.at -= cut.at % millisecond;
-    return cut;
-}
-
-namespace {
-
 // How does a video that can be split begin, and go on?
 struct Layout {
     Ticks length = 0;
@@ -161,6 +138,25 @@ std::vector<JobPart> PartsBy(const Layout& layout, const std::string& path, cons
 }
 
 }  // namespace
+
+Cut CutNear(Ticks border, const std::vector<KeyframeChange>& keyframes) {
+    std::optional<Cut> best;
+    for (std::size_t begin = 0, end = 0; begin < keyframes.size(); begin = end) {
+        for (end = begin + 1; end < keyframes.size() && keyframes[end].isQuiet; ++end) {
+        }
+        const Ticks first = keyframes[begin].time + shortWarmUp, last = keyframes[end - 1].time - quietAfter;
+        if (first > last) {
+            continue;
+        }
+        const Cut cut{std::clamp(border, first, last), true};
+        if (!best || std::abs(cut.at - border) < std::abs(best->at - border)) {
+            best = cut;
+        }
+    }
+    Cut cut = best.value_or(Cut{border, false});
+    cut.at -= cut.at % millisecond;
+    return cut;
+}
 
 std::vector<JobPart> PartsOf(const std::string& path, const ScanSettings& scan, Ticks part) {
     std::optional<Layout> layout;
