@@ -26,7 +26,7 @@ struct Cut {
 Cut CutNear(Video::Ticks border, const std::vector<KeyframeChange>& keyframes);
 
 // The parts of a video, in order. Empty: it remains in one piece, since it is no longer than one and a half parts, does not
-// say how long it is, or cannot be read, which its scan will tell. part: ticks.
+// say how long it is, or cannot be read, which its scan will tell. Where the user has had enough: some of them. part: ticks.
 // Throws Failure where it is long, and cannot be begun in the middle.
 std::vector<JobPart> PartsOf(const std::string& path, const ScanSettings& scan, Video::Ticks part);
 

@@ -81,10 +81,10 @@ private:
 
 int Share::Do() {
     while (!Video::Interrupted()) {
-        _queue.Tend();
         try {
+            _queue.Tend();
             Start();
-        } catch (...) {
+        } catch (...) {  // whoever hands out no more may still take what was found
             FinishEnded();
             throw;
         }
