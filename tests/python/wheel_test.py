@@ -37,7 +37,7 @@ for i in range(40):
 maps = pathlib.Path("/proc/self/maps").read_text()
 print(json.dumps({
     "folder": str(pathlib.Path(coremd.__file__).parent), "moving": moving, "version": list(coremd.library_version),
-    "libraries": sorted(set(re.findall(r"\\S*/libcoreMD[^/]*$", maps, re.M))),
+    "libraries": sorted(set(re.findall(r"\\S*/libcoreMD[^/\\n]*$", maps, re.M))),
     "events": [[event.start, event.end] for event in coremd.video.events(sys.argv[1])
                if isinstance(event, coremd.video.Event)]}))
 """
