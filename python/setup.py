@@ -5,7 +5,6 @@ COREMD_CMAKE_ARGS: more words for CMake, divided as a shell does it.
 """
 import os
 import pathlib
-import re
 import shlex
 import shutil
 import subprocess
@@ -19,9 +18,7 @@ BUILD = pathlib.Path(os.environ.get("COREMD_WHEEL_BUILD") or ROOT / "build/wheel
 
 
 def version():
-    header = (ROOT / "include/coreMD.h").read_text()
-    parts = dict(re.findall(r"^#define COREMD_VERSION_(MAJOR|MINOR|PATCH) +(\d+)", header, re.M))
-    return "{MAJOR}.{MINOR}.{PATCH}".format_map(parts)
+    return subprocess.check_output(["sh", ROOT / "scripts/library-version.sh"], text=True).strip()
 
 
 class BuildByCMake(build_ext):
