@@ -39,26 +39,6 @@ std::optional<std::int64_t> NumberOf(const fs::path& file) {
     return error == std::errc() && begin < stem.size() ? std::optional(number) : std::nullopt;
 }
 
-// By number. Two of one number are a mistake that would show as a wrong figure.
-std::map<std::int64_t, std::string> NumberedPictures(const fs::path& folder) {
-    std::map<std::int64_t, std::string> pictures;
-    std::error_code error;
-    fs::directory_iterator entries(folder, error);
-    if (error) {
-        Refuse(folder.string() + ": " + error.message());
-    }
-    for (const fs::directory_entry& entry : entries) {
-        const std::optional<std::int64_t> number = IsPicture(entry.path()) ? NumberOf(entry.path()) : std::nullopt;
-        if (number && !pictures.emplace(*number, entry.path().string()).second) {
-            Refuse(folder.string() + ": two pictures have the number " + std::to_string(*number));
-        }
-    }
-    if (pictures.empty()) {
-        Refuse(folder.string() + ": no numbered pictures (jpg, png or bmp)");
-    }
-    return pictures;
-}
-
 // First and last number to score; absent: no such file.
 std::optional<std::pair<std::int64_t, std::int64_t>> RegionOf(const fs::path& folder) {
     const fs::path file = folder / "temporalROI.txt";
@@ -79,6 +59,26 @@ std::string NameOf(const fs::path& folder) {
 }
 
 }  // namespace
+
+// By number. Two of one number are a mistake that would show as a wrong figure.
+std::map<std::int64_t, std::string> NumberedPictures(const std::string& folder) {
+    std::map<std::int64_t, std::string> pictures;
+    std::error_code error;
+    fs::directory_iterator entries(folder, error);
+    if (error) {
+        Refuse(folder + ": " + error.message());
+    }
+    for (const fs::directory_entry& entry : entries) {
+        const std::optional<std::int64_t> number = IsPicture(entry.path()) ? NumberOf(entry.path()) : std::nullopt;
+        if (number && !pictures.emplace(*number, entry.path().string()).second) {
+            Refuse(folder + ": two pictures have the number " + std::to_string(*number));
+        }
+    }
+    if (pictures.empty()) {
+        Refuse(folder + ": no numbered pictures (jpg, png or bmp)");
+    }
+    return pictures;
+}
 
 LabelledFolder OpenLabelledFolder(const std::string& folder) {
     const fs::path path(folder);

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,10 @@ struct LabelledFolder {
     std::string name;                       // the folder's
     std::vector<LabelledPicture> pictures;  // by number
 };
+
+// Files by number: jpg, png or bmp with a number before the ending. Throws Video::Failure where the folder cannot be read,
+// has no such file, or has two of one number.
+std::map<std::int64_t, std::string> NumberedPictures(const std::string& folder);
 
 // Throws Video::Failure where it is no such folder, or nothing in it can be scored.
 LabelledFolder OpenLabelledFolder(const std::string& folder);

@@ -72,6 +72,7 @@ const char* const usage =
     "  --lines        one object for each subject and share, with counts and cost\n"
     "  --peers        OpenCV's background subtractors, too, where they are built in; with --lines or the table\n"
     "  --masks FILE   a PNG picture: labels and masks of the picture in which the scanner is most wrong, of each sequence\n"
+    "  --found NAME=DIR  what NAME found in the only FOLDER: numbered masks in DIR, one for each picture\n"
     "  --share N      a block of 8x8 pixels is found where so much of it is covered [0.5]\n"
     "  --rate N       as mdscan's options of these names\n"
     "  --block N\n"
@@ -104,12 +105,22 @@ Options ReadOptions(const std::vector<std::string>& list) {
         else if (word == "--lines") options.lines = true;
         else if (word == "--peers") options.peers = true;
         else if (word == "--masks") options.masks = words.Value("a file");
-        else if (word == "--still") isStill = true;
+        else if (word == "--found") {
+            const std::string value = words.Value("NAME=DIR");
+            const std::size_t sign = value.find('=');
+            if (sign == std::string::npos || sign == 0) {
+                Refuse("--found: " + value + " is no NAME=DIR");
+            }
+            options.found.emplace_back(value.substr(0, sign), value.substr(sign + 1));
+        } else if (word == "--still") isStill = true;
         else if (word.starts_with("-")) Refuse("unknown option " + word);
         else (isStill ? options.still : options.folders).push_back(word);
     }
     if (options.folders.empty() && options.still.empty() && !options.help) {
         Refuse("neither a folder nor a video is given; see --help");
+    }
+    if (!options.found.empty() && (options.folders.size() != 1 || !options.still.empty())) {
+        Refuse("--found: masks are those of one FOLDER");
     }
     return options;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ScannerSubject.h"
@@ -12,7 +13,8 @@ struct Options {
     std::vector<std::string> folders;  // labelled ones
     std::vector<std::string> still;    // videos in which nothing moves
     ScannerRules scanner;
-    double share = 0.5;  // of a scored block that a mask has to cover
+    double share = 0.5;                                      // of a scored block that a mask has to cover
+    std::vector<std::pair<std::string, std::string>> found;  // by whom, and folders of his masks
     bool json = false;
     bool lines = false;
     bool peers = false;

@@ -15,6 +15,7 @@
 #include "PeerSubjects.h"
 #include "ScannerSubject.h"
 #include "StillRun.h"
+#include "StoredMasks.h"
 #include "video/base/BgrPicture.h"
 #include "video/base/Failure.h"
 #include "video/media/Libav.h"
@@ -32,6 +33,9 @@ std::string FreeName(const std::map<std::string, Value>& taken, const std::strin
 // The first one is the scanner.
 std::vector<Candidate> CandidatesFor(const Options& options) {
     std::vector<Candidate> candidates = {{"mdscan", {options.share}, Scanner(options.scanner)}};
+    for (const auto& [name, folder] : options.found) {
+        candidates.push_back(StoredMasks(name, folder, options.share));
+    }
     if (options.peers) {
         const std::vector<Candidate> peers = Peers();
         if (peers.empty()) {

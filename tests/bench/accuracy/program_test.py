@@ -5,6 +5,7 @@
 """
 import json
 import pathlib
+import shutil
 import struct
 import subprocess
 import sys
@@ -65,7 +66,25 @@ def main():
         for words in (("--sensitivity", "low"), ("--stabilise", "off"), ("--condition", "none")):
             assert run("--json", *words, folders[0]).returncode == 0, words
 
-        for words, code in (([top], 1), (["--json", folders[0] / "input"], 1), ([], 2), (["--rate", "x", folders[0]], 2),
+        labels, fewer = folders[0] / "groundtruth", pathlib.Path(top) / "fewer"
+        shutil.copytree(labels, fewer)
+        (fewer / "7.bmp").unlink()
+        nothing = pathlib.Path(top) / "nothing"
+        nothing.mkdir()
+        for number in range(200):
+            bitmap(nothing / f"{number}.bmp", lambda x, y: 0)
+        done = run("--lines", "--share", "0.25", "--found", f"all={labels}", "--found", f"nobody={nothing}", folders[0])
+        judged = [json.loads(line) for line in done.stdout.splitlines()]
+        assert [line["subject"] for line in judged] == ["mdscan", "all", "nobody"], judged
+        whole, none = (line["sequences"]["one"] for line in judged[1:])
+        assert (whole["f"], whole["missed"], whole["false"]) == (1, 0, 0), whole
+        assert (none["f"], none["missed"], none["false"]) == (0, 1, 0), none
+        few = run("--lines", "--found", f"few={fewer}", folders[0])
+        assert few.returncode == 1 and "fewer masks than pictures" in few.stderr, few
+
+        for words, code in (([top], 1), (["--found", "x", folders[0]], 2), (["--found", f"x={labels}", *folders], 2),
+                            (["--found", f"x={top}/none", folders[0]], 1),
+                            (["--json", folders[0] / "input"], 1), ([], 2), (["--rate", "x", folders[0]], 2),
                             (["--rate"], 2), (["--sensitivity", "x", folders[0]], 2), (["--stabilise"], 2),
                             (["--condition", "non", folders[0]], 2),
                             (["--unknown", folders[0]], 2), (["--still", top + "/none.mp4"], 1)):
