@@ -14,17 +14,15 @@ import itertools
 import json
 import os
 import pathlib
-import platform
 import re
 import shutil
 import subprocess
 import sys
 import tempfile
 
-ROOT = pathlib.Path(__file__).resolve().parent.parent
+from bench_kit import BUILD, ROOT, build, machine, percent, prose, run, say, table
+
 PAGE, PICTURE = ROOT / "docs/accuracy.md", ROOT / "docs/accuracy.png"
-PRESET = os.environ.get("BENCH_PRESET", "release-v3")
-BUILD = ROOT / "build" / PRESET
 KEPT = ROOT / "build/bench-accuracy"
 
 # What is tried beside the defaults, one at a time.
@@ -51,21 +49,6 @@ VIDEO_SETTINGS = dict(list(STILL_SETTINGS.items())[:2])
 # The labelled sequences as cameras send them: how good, and how many pictures from one keyframe to the next.
 QUALITIES, GROUPS = (24, 31, 38), (50, 250)
 ENCODING = "-c:v libx264 -preset veryfast -profile:v baseline -pix_fmt yuv420p -sc_threshold 0"
-
-
-def say(text):
-    print(f"bench: {text}", file=sys.stderr, flush=True)
-
-
-def run(command, **keywords):
-    return subprocess.run([str(word) for word in command], check=True, **keywords)
-
-
-def build():
-    say(f"building {PRESET}")
-    with open(os.devnull, "w") as nowhere:
-        run(["cmake", "--preset", PRESET, "-DCOREMD_BENCH=ON"], cwd=ROOT, stdout=nowhere)
-        run(["cmake", "--build", "--preset", PRESET, "--target", "coreMD_accuracy", "mdscene"], cwd=ROOT, stdout=nowhere)
 
 
 def keep(name, lines):
@@ -165,15 +148,6 @@ def measure_coding(folders):
             lines.append({"sequence": folder.name, "quality": quality, "group": group, "skipped": skipped,
                           "bytes": video.stat().st_size, **line["sequences"][folder.name]})
     keep("coding.jsonl", lines)
-
-
-def table(head, rows):
-    lines = ["| " + " | ".join(head) + " |", "|" + "|".join(["---"] + ["---:"] * (len(head) - 1)) + "|"]
-    return "\n".join(lines + ["| " + " | ".join(row) + " |" for row in rows]) + "\n"
-
-
-def percent(value):
-    return f"{100 * value:.1f} %"
 
 
 def figures(line):
@@ -283,10 +257,6 @@ def failures(subjects, settings, still):
     return "\n".join(lines) + "\n"
 
 
-def prose(paragraph):
-    return " ".join(paragraph.split()) + "\n"
-
-
 TITLE = """# Accuracy
 
 <!-- Written by ./dev bench accuracy (scripts/bench-accuracy.py). Run it again instead of editing. -->
@@ -331,11 +301,9 @@ build/release/coreMD_accuracy --help
 
 
 def text(subjects, settings, still, videos, coding):
-    model = next((line.split(":")[1].strip() for line in open("/proc/cpuinfo") if line.startswith("model name")), "unknown")
-    machine = f"{model}, {os.cpu_count()} processors, {platform.system()}, build `{PRESET}`"
     drawn = dict.fromkeys(line["subject"] for line in subjects if "," not in line["subject"])
     parts = [TITLE, prose(RULES.format(sequences=", ".join(subjects[0]["sequences"]))),
-             "## The defaults\n", sequence_table(subjects[0]), prose(COLUMNS.format(machine=machine)),
+             "## The defaults\n", sequence_table(subjects[0]), prose(COLUMNS.format(machine=machine())),
              "## Where it fails, and what helps\n", failures(subjects, settings, still)]
     if (KEPT / "masks.png").exists():
         parts += ["![Masks side by side](accuracy.png)\n",
@@ -370,7 +338,7 @@ def main():
             folders = sorted(path.parent for path in arguments.footage.glob("labelled/*/groundtruth"))
         if not folders:
             sys.exit("bench: no labelled sequences: name their folders")
-        build()
+        build("coreMD_accuracy", "mdscene")
         measure_subjects(folders)
         measure_settings(folders)
         measure_still()

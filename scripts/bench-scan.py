@@ -14,16 +14,13 @@ import collections
 import json
 import os
 import pathlib
-import platform
 import re
 import subprocess
 import sys
 
-ROOT = pathlib.Path(__file__).resolve().parent.parent
+from bench_kit import BUILD, ROOT, build, machine, piped, put, run, say, table
+
 PAGE = ROOT / "docs/mdscan.md"
-BEGIN, END = "<!-- measured: begin -->\n", "<!-- measured: end -->\n"
-PRESET = os.environ.get("BENCH_PRESET", "release-v3")
-BUILD = ROOT / "build" / PRESET
 CLIPS = ROOT / "build/bench-scan"
 REPETITIONS = int(os.environ.get("BENCH_REPETITIONS", "3"))
 
@@ -45,28 +42,13 @@ VISIT_CLIPS = {"visits.mp4": KEYFRAMES,
                "visits-300k.mp4": [*KEYFRAMES, "-profile:v", "baseline", "-bf", "0", "-b:v", "300k", "-maxrate", "300k",
                                    "-bufsize", "600k"]}
 QUIET = ["-ss", "24", "-t", "108"]        # of the second: nothing comes by
+ENCODE = ["ffmpeg", "-nostdin", "-v", "error", "-y"]
 DECODE = ["ffmpeg", "-nostdin", "-v", "error", "-threads", "{threads}", "-i", "{file}", "-an", "-vsync", "passthrough",
           "-f", "null", "-"]
 
 
-def say(text):
-    print(f"bench: {text}", file=sys.stderr, flush=True)
-
-
-def run(command, **keywords):
-    return subprocess.run([str(word) for word in command], check=True, **keywords)
-
-
-def build():
-    say(f"building {PRESET}")
-    with open(os.devnull, "w") as nowhere:
-        run(["cmake", "--preset", PRESET, "-DCOREMD_BENCH=ON"], cwd=ROOT, stdout=nowhere)
-        targets = ["mdscan", "mdscene", "coreMD_rates"]
-        run(["cmake", "--build", "--preset", PRESET, "--target", *targets], cwd=ROOT, stdout=nowhere)
-
-
-def encode(*words, **keywords):
-    run(["ffmpeg", "-nostdin", "-v", "error", "-y", *words], **keywords)
+def encode(*words):
+    run([*ENCODE, *words])
 
 
 def clip(name, make):
@@ -85,11 +67,7 @@ def rendered(name):
     scene, options = STREETS[name]
 
     def make(path):
-        source = subprocess.Popen([BUILD / "mdscene", *scene], stdout=subprocess.PIPE)
-        encode("-f", "yuv4mpegpipe", "-i", "/dev/stdin", *options, path, stdin=source.stdout)
-        source.stdout.close()
-        if source.wait() != 0:
-            sys.exit(f"bench: mdscene ends with {source.returncode}")
+        piped([BUILD / "mdscene", *scene], [*ENCODE, "-f", "yuv4mpegpipe", "-i", "/dev/stdin", *options, path])
     return clip(name, make)
 
 
@@ -130,11 +108,6 @@ def common(these, those):
     return sum(max(0, min(a["end"], b["end"]) - max(a["start"], b["start"])) for a in these for b in those)
 
 
-def table(head, rows):
-    lines = ["| " + " | ".join(head) + " |", "|" + "|".join(["---"] + ["---:"] * (len(head) - 1)) + "|"]
-    return "\n".join(lines + ["| " + " | ".join(row) + " |" for row in rows]) + "\n"
-
-
 def cost_tables(files):
     cost, recall = [], []
     for file in files:
@@ -163,11 +136,9 @@ def cost_tables(files):
 
 def visits(name):
     def make(path):
-        source = subprocess.Popen([BUILD / "mdscene", *VISITS], stdout=subprocess.PIPE)
-        encode("-f", "yuv4mpegpipe", "-i", "/dev/stdin", "-f", "lavfi", "-i", "testsrc2=size=40x60:rate=25",
-               "-filter_complex", CROSSING, "-t", "600", *VISIT_CLIPS[name], path, stdin=source.stdout)
-        source.stdout.close()
-        source.wait()
+        piped([BUILD / "mdscene", *VISITS],
+              [*ENCODE, "-f", "yuv4mpegpipe", "-i", "/dev/stdin", "-f", "lavfi", "-i", "testsrc2=size=40x60:rate=25",
+               "-filter_complex", CROSSING, "-t", "600", *VISIT_CLIPS[name], path])
     return clip(name, make)
 
 
@@ -238,10 +209,9 @@ def text(footage):
     if files == streets:
         say(f"real videos skipped: none in {footage}" if footage else "real videos skipped: no --footage")
     cost, recall = cost_tables(files)
-    model = next((line.split(":")[1].strip() for line in open("/proc/cpuinfo") if line.startswith("model name")), "unknown")
     ffmpeg = run(["ffmpeg", "-version"], stdout=subprocess.PIPE, text=True).stdout.split()[2]
-    parts = [f"`./dev bench scan` measured this: {model}, {os.cpu_count()} processors, {platform.system()}, build "
-             f"`{PRESET}`, FFmpeg {ffmpeg}. Runs: {REPETITIONS}, the least of them counts. "
+    parts = [f"`./dev bench scan` measured this: {machine()}, FFmpeg {ffmpeg}. Runs: {REPETITIONS}, the least of them "
+             "counts. "
              + "".join(f"`{name}` is `mdscene {' '.join(scene)}`, encoded with `{' '.join(options)}`; "
                        for name, (scene, options) in STREETS.items())
              + f"`quiet-720.mp4` is a part of `street-720.mp4`, `{' '.join(QUIET)}`; others are public footage.\n",
@@ -265,12 +235,11 @@ def main():
     parser.add_argument("--footage", type=pathlib.Path, help="folder of real and labelled videos")
     parser.add_argument("--print", action="store_true", help="print only, write nothing")
     arguments = parser.parse_args()
-    build()
+    build("mdscan", "mdscene", "coreMD_rates")
     result = text(arguments.footage)
     print(result)
     if not arguments.print:
-        before, rest = PAGE.read_text().split(BEGIN)
-        PAGE.write_text(before + BEGIN + "\n" + result + "\n" + END + rest.split(END)[1])
+        put(PAGE, result)
 
 
 if __name__ == "__main__":
