@@ -164,10 +164,9 @@ std::string NamePattern::FaultOf(const std::string& text) {
     return has("H") || (has("I") && has("p")) ? "" : "it tells no hour: %H, or %I and %p";
 }
 
-NamePattern::NamePattern(const std::string& text) { Read(text, _pieces); }
-
-int NamePattern::Folders() const {
-    return static_cast<int>(
+NamePattern::NamePattern(const std::string& text) {
+    Read(text, _pieces);
+    _folders = static_cast<int>(
         std::count_if(_pieces.begin(), _pieces.end(), [](const Piece& piece) { return piece.text == "/"; }));
 }
 

@@ -40,7 +40,7 @@ public:
     // behind: longer numbers are none of ours.
     std::optional<NamedTime> FindIn(const std::string& name, std::size_t from = 0) const;
 
-    int Folders() const;  // that it spans beside the file's name
+    int Folders() const { return _folders; }  // that it spans beside the file's name
 
 private:
     struct Piece {
@@ -53,6 +53,7 @@ private:
     bool Match(std::size_t piece, const std::string& name, std::size_t begin, std::size_t at, Fields& fields) const;
 
     std::vector<Piece> _pieces;
+    int _folders = 0;
 };
 
 }  // namespace Video

@@ -24,24 +24,31 @@ constexpr std::array inNames = {"20%y[-_.]%m[-_.]%d[-_. Tt]%H[-_.:]%M[-_.:]%S",
                                 "20%y%m%d[-_. Tt]%H%M%S",
                                 "20%y%m%d%H%M%S"};
 
-// Folders named after a day; and what there may be from them on, the nearest first.
+// Folders named after a day, each with what there may be from it on, the nearest first. Read once: paths are many.
+constexpr std::string_view century = "20";  // all of them begin with it
 constexpr std::array dayFolders = {"20%y[-_.]%m[-_.]%d", "20%y%m%d", "20%y/%m/%d", "20%y[-_.]%m/%d", "20%y%m/%d"};
-const std::vector<std::string>& RestsOfPath() {
-    static const std::vector<std::string> rests = [] {
-        std::vector<std::string> made;
+const std::vector<NamePattern>& FormsBelowDay() {
+    static const std::vector<NamePattern> forms = [] {
+        std::vector<std::string> rests;
         for (const std::string between : {"*/", "*/*/", "*/*/*/", "*/*/*/*/"}) {
             for (const std::string before : {"", "*[-_. ]"}) {
                 for (const char* time : {"%H-%M-%S", "%H.%M.%S", "%H_%M_%S", "%H:%M:%S", "%Hh%Mm%Ss", "%H%M%S"}) {
-                    made.push_back(between + before + time);
+                    rests.push_back(between + before + time);
                 }
             }
         }
         for (const char* belowHour : {"/%H/%M[-_.:]%S", "/%H/*/%M[-_.:]%S", "/%H/%M"}) {
-            made.push_back(belowHour);
+            rests.push_back(belowHour);
+        }
+        std::vector<NamePattern> made;
+        for (const std::string& below : rests) {
+            for (const std::string day : dayFolders) {
+                made.emplace_back(day + below);
+            }
         }
         return made;
     }();
-    return rests;
+    return forms;
 }
 constexpr std::size_t mostParts = 8;  // of a path that any of them spans
 
@@ -132,13 +139,15 @@ std::optional<StartTime> TimeWithDay(const std::string& name) {
     return std::nullopt;
 }
 
-// Of this form, where it ends in the file's name.
-std::optional<StartTime> TimeOfForm(const std::string& form, const std::string& path) {
-    const NamePattern pattern(form);
-    const std::size_t folders = static_cast<std::size_t>(pattern.Folders());
-    const std::string parts = LastParts(path, folders);
+// Of this form, where it ends in the file's name. It spans as many folders as there are, so it begins in the first of them.
+std::optional<StartTime> TimeOfForm(const NamePattern& pattern, const std::string& path) {
+    const std::string parts = LastParts(path, static_cast<std::size_t>(pattern.Folders()));
+    const bool mayBegin = parts.find(century) < parts.find('/');  // asked first: hardly any form may, and to try costs
+    if (!mayBegin || std::count(parts.begin(), parts.end(), '/') != pattern.Folders()) {
+        return std::nullopt;
+    }
     const std::optional<NamedTime> found = pattern.FindIn(parts);
-    if (!found || std::count(parts.begin(), parts.end(), '/') != pattern.Folders() || found->end <= parts.rfind('/') + 1) {
+    if (!found || found->end <= parts.rfind('/') + 1) {
         return std::nullopt;
     }
     const NamedTime whole = WithTail(*found, parts);
@@ -148,14 +157,13 @@ std::optional<StartTime> TimeOfForm(const std::string& form, const std::string& 
 // A time in the file's name, its day in the nearest folder that is named after one.
 std::optional<StartTime> TimeBelowDay(const std::string& path) {
     const std::string parts = LastParts(path, mostParts - 1);
-    if (HoldsADay(LastParts(path, 0))) {
+    const std::string folders = parts.substr(0, parts.rfind('/') + 1);
+    if (folders.find(century) == std::string::npos || HoldsADay(LastParts(path, 0))) {
         return std::nullopt;
     }
-    for (const std::string& rest : RestsOfPath()) {
-        for (const std::string day : dayFolders) {
-            if (const auto start = TimeOfForm(day + rest, parts)) {
-                return start;
-            }
+    for (const NamePattern& form : FormsBelowDay()) {
+        if (const auto start = TimeOfForm(form, parts)) {
+            return start;
         }
     }
     return std::nullopt;
