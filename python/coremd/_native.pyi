@@ -1,5 +1,5 @@
 from types import TracebackType
-from typing import Any, Dict, Literal, Optional, Sequence, Tuple, Type
+from typing import Any, Dict, Literal, Optional, Sequence, Tuple, Type, Union
 
 import numpy as np
 import numpy.typing as npt
@@ -7,7 +7,7 @@ import numpy.typing as npt
 library_version: Tuple[int, int, int]
 
 Planes = npt.NDArray[np.uint8]
-Polygon = Sequence[Tuple[float, float]]
+Polygon = Union[Sequence[Tuple[float, float]], npt.NDArray[np.floating[Any]]]
 Layout = Literal["yuv420", "yuv422", "yuv444", "nv12", "grey", "p010", "yuv420p10"]
 
 class LabelMap:

@@ -241,8 +241,8 @@ def _record(item: Dict[str, Any]) -> Record:
 
 def _frame(item: Dict[str, Any], names: Sequence[str]) -> WatchedFrame:
     del item["type"]
-    item["objects"] = [MovingObject(*one[:5], tuple(name for bit, name in enumerate(names) if one[5] >> bit & 1))
-                       for one in item["objects"]]
+    item["objects"] = [MovingObject(x, y, w, h, blocks, tuple(name for bit, name in enumerate(names) if zones >> bit & 1))
+                       for x, y, w, h, blocks, zones in item["objects"]]
     return WatchedFrame(**item)
 
 

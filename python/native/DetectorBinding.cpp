@@ -272,8 +272,8 @@ void AddDetector(py::module_& module) {
              py::arg("shadows") = false, py::arg("rate") = 25.0, py::arg("seed") = py::none(),
              R"(Finds what moves in the zones.
 
-zones: masks, arrays [rows, columns] of uint8 or bool of any resolution, non-zero where the zone is; or polygons, lists of at
-least three corners (x, y), fractions 0..1 of the picture. None: the whole picture.
+zones: masks, arrays [rows, columns] of uint8 or bool of any resolution, non-zero where the zone is; or polygons, lists
+or floating-point arrays of at least three corners (x, y), fractions 0..1 of the picture. None: the whole picture.
 min_object: width and height of the smallest object kept, as fractions 0..1 of the grid's.
 shadows: drop shadows. rate: frames per second of the source, above 0.
 seed: detectors with the same seed do the same to the bit; srand of the process is called with it.)")

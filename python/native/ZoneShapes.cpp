@@ -30,13 +30,21 @@ OwnedZone ZoneOfPolygon(std::vector<Video::Point> polygon) {
             .rows = polygonCells};
 }
 
-// A list or tuple of pairs; a mask is an array.
+bool IsFloating(const py::handle& object) {
+    return py::isinstance<py::array>(object) && py::reinterpret_borrow<py::array>(object).dtype().kind() == 'f';
+}
+
+// A list or tuple of pairs, or floating-point numbers in an array; every other array is a mask.
 bool IsPolygon(const py::handle& object) {
+    if (IsFloating(object)) {
+        return true;
+    }
     if (!py::isinstance<py::list>(object) && !py::isinstance<py::tuple>(object)) {
         return false;
     }
     const auto corners = py::reinterpret_borrow<py::sequence>(object);
-    return corners.size() > 0 && (py::isinstance<py::tuple>(corners[0]) || py::isinstance<py::list>(corners[0]));
+    return corners.size() > 0 &&
+           (py::isinstance<py::tuple>(corners[0]) || py::isinstance<py::list>(corners[0]) || IsFloating(corners[0]));
 }
 
 }  // namespace

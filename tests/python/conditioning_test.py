@@ -187,6 +187,19 @@ class Polygons(unittest.TestCase):
             found += len(one.table)
         self.assertGreater(found, 5)
 
+    def test_polygons_come_in_arrays_too(self):
+        corners = np.array(self.LEFT, np.float32)
+        for zone in (corners, corners.astype(np.float64), list(corners), tuple(map(tuple, corners))):
+            detector, usual = coremd.Detector([zone], rate=RATE, seed=1), coremd.Detector([self.LEFT], rate=RATE, seed=1)
+            found = 0
+            for planes, time in crossing():
+                one, two = detector.detect(planes, time=time), usual.detect(planes, time=time)
+                self.assertEqual(one.table.tolist(), two.table.tolist())
+                found += len(one.table)
+            self.assertGreater(found, 5)
+        with self.assertRaisesRegex(ValueError, r"zones\[0\] must be a list of at least three corners"):
+            coremd.Detector([np.ones((9, 16))])
+
     def test_what_is_no_polygon(self):
         for error, words, polygon in [
                 (ValueError, r"zones\[0\] must be a list of at least three corners \[x, y\]", [(0, 0), (1, 1)]),
