@@ -4,7 +4,7 @@
     for i, bgr in enumerate(pictures):                     # or frames of PyAV
         frame = detector.detect(reducer.reduce(bgr), time=i / 6)
 """
-from typing import Any, List, Optional, Tuple
+from typing import Any, List, Optional, Sequence, Tuple, Union
 
 import numpy as np
 import numpy.typing as npt
@@ -14,15 +14,16 @@ from ._native import BlockReducer
 __all__ = ["FrameReducer", "planes_of"]
 
 Plane = npt.NDArray[np.uint8]
+DeepPlane = npt.NDArray[np.uint16]
 
 _LAYOUTS = {"yuv420p": "yuv420", "yuvj420p": "yuv420", "yuv422p": "yuv422", "yuvj422p": "yuv422", "yuv444p": "yuv444",
-            "yuvj444p": "yuv444", "nv12": "nv12", "gray": "grey"}
+            "yuvj444p": "yuv444", "nv12": "nv12", "gray": "grey", "yuv420p10le": "yuv420p10", "p010le": "p010"}
 
 
 def _yuv_of_bgr(bgr: Plane) -> Tuple[str, List[Plane]]:
     """(layout, planes) of limited range by ITU-R BT.601, as OpenCV's own conversion has it."""
     try:
-        import cv2
+        import cv2  # type: ignore[import]
     except ImportError:
         pixels = bgr.astype(np.float32)
         b, g, r = pixels[..., 0], pixels[..., 1], pixels[..., 2]
@@ -39,10 +40,11 @@ def _yuv_of_bgr(bgr: Plane) -> Tuple[str, List[Plane]]:
     return "yuv420", [yuv[:height, :width], chroma[0], chroma[1]]
 
 
-def planes_of(frame: Any) -> Tuple[str, int, int, str, List[Plane]]:
+def planes_of(frame: Any) -> Tuple[str, int, int, str, Sequence[Union[Plane, DeepPlane]]]:
     """(layout, width, height, range, planes) of a frame: PyAV's, or OpenCV's BGR [height, width, 3] or grey [height, width].
 
-    PyAV's planes are not copied where the layout is a common one; else the frame is converted to yuv420p.
+    PyAV's planes are not copied where the layout is a common one, of eight bits or ten; else the frame is converted to
+    yuv420p.
     """
     if isinstance(frame, np.ndarray):
         if frame.dtype != np.uint8:
@@ -58,11 +60,12 @@ def planes_of(frame: Any) -> Tuple[str, int, int, str, List[Plane]]:
         raise TypeError("that is no frame of PyAV, and no array")
     if name not in _LAYOUTS:
         frame, name = frame.reformat(format="yuv420p"), "yuv420p"
-    interleaved = [1, 2] if name == "nv12" else [1, 1, 1]
+    interleaved = [1, 2] if name in ("nv12", "p010le") else [1, 1, 1]
+    sample: "np.dtype[Any]" = np.dtype("<u2") if name in ("yuv420p10le", "p010le") else np.dtype(np.uint8)
     planes = []
-    for plane, bytes_per_column in zip(frame.planes, interleaved):
-        rows = np.frombuffer(plane, np.uint8).reshape(-1, plane.line_size)
-        planes.append(rows[:plane.height, :plane.width * bytes_per_column])
+    for plane, samples_per_column in zip(frame.planes, interleaved):
+        rows = np.frombuffer(plane, sample).reshape(-1, plane.line_size // sample.itemsize)
+        planes.append(rows[:plane.height, :plane.width * samples_per_column])
     full = name.startswith("yuvj") or int(getattr(frame, "color_range", 0) or 0) == 2
     return _LAYOUTS[name], frame.width, frame.height, "full" if full else "limited", planes
 
@@ -85,8 +88,7 @@ class FrameReducer:
 
     def reduce(self, frame: Any) -> Plane:
         """uint8 [3, rows, columns], as BlockReducer.reduce."""
-        *described, planes = planes_of(frame)
-        layout, width, height, span = described
+        layout, width, height, span, planes = planes_of(frame)
         if self._reducer is None or self._format != (layout, width, height, span):
             self._reducer = BlockReducer(width, height, layout, block=self._block, range=span,  # type: ignore[arg-type]
                                          stabilise=self._stabilise)  # type: ignore[arg-type]

@@ -36,6 +36,30 @@ class Frames(unittest.TestCase):
             self.assertTrue((FrameReducer(block=8).reduce(shaped(name, 64, 48, planes)) == wanted).all(), name)
         self.assertEqual(planes_of(shaped("yuvj420p", 64, 48, (self.y, self.cb, self.cr)))[3], "full")
 
+    def test_ten_bits(self):
+        deep = [(plane.astype("<u2") << 2) + 1 for plane in (self.y, self.cb, self.cr)]
+        wanted = BlockReducer(64, 48, "yuv420p10", block=8).reduce(*deep)
+        high = [plane << 6 for plane in (deep[0], np.stack(deep[1:], axis=2).reshape(24, 64))]
+        for name, planes in (("yuv420p10le", deep), ("p010le", high)):
+            bytes_of = [np.ascontiguousarray(plane).view(np.uint8) for plane in planes]
+            frame = shaped(name, 64, 48, bytes_of)
+            for plane, array in zip(frame.planes, planes):
+                type(plane).width = array.shape[1] // (2 if name == "p010le" and array is planes[-1] else 1)
+            self.assertTrue((FrameReducer(block=8).reduce(frame) == wanted).all(), name)
+
+    def test_ten_bits_of_pyav(self):
+        try:
+            import av
+        except ImportError:
+            self.skipTest("PyAV is not installed")
+        whole = np.concatenate([self.y.ravel(), self.cb.ravel(), self.cr.ravel()]).reshape(72, 64)
+        plain = av.VideoFrame.from_ndarray(whole, "yuv420p")
+        wanted = FrameReducer(block=8).reduce(plain).astype(int)
+        for name in ("yuv420p10le", "p010le"):
+            frame = plain.reformat(format=name)
+            self.assertEqual(planes_of(frame)[4][0].dtype, np.uint16)
+            self.assertLessEqual(np.abs(FrameReducer(block=8).reduce(frame).astype(int) - wanted).max(), 1, name)
+
     def test_frames_of_pyav(self):
         try:
             import av
