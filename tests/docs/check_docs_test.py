@@ -47,6 +47,8 @@ CASES = {
     "left out": (block("sh", "false\n", "skip it fails"), None),
     "left out for reasons": (block("sh", "false\n", "skip it fails; and: why not"), None),
     "left out without a reason": (block("sh", "false\n", "skip "), "directive 'skip' says nothing"),
+    "with what is there": (block("sh", "false\n", "needs build/release/CMakeCache.txt"), "CASE:1: ends with 1"),
+    "without what is not there": (block("sh", "false\n", "needs build/release/nothing"), None),
     "compiled by commands": (block("c", "int main(void) { return 0; }\n", "file later.c; below") +
                              block("sh", "$CC later.c -o later && ./later\n"), None),
     "compiled by nobody": (block("c", "int main(void) { return 0; }\n", "below"), "'below' needs 'file'"),
