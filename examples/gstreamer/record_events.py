@@ -4,9 +4,9 @@
     record_events.py rtsp://camera/stream FOLDER     until it is interrupted
     record_events.py recording.mp4 FOLDER            to its end
 
-The stream is split in two. One half is decoded and looked at by coremd. The other, as the camera encoded it, waits in a
-queue that holds the pre-roll. What comes out of it in an event, from a keyframe on, goes to a pipeline of its own, where
-splitmuxsink begins a file with each event. H.264 only, for brevity.
+The stream is split in two. One half is decoded and looked at by coremd. The other, as the camera encoded it, waits here for
+as long as an event may still turn out to have begun with it. What has waited and belongs to an event, from a keyframe on,
+goes to a pipeline of its own, where splitmuxsink begins a file with each event. H.264 only, for brevity.
 """
 import argparse
 import collections
@@ -23,10 +23,9 @@ PIPELINE = """
     {source} ! tee name=split
     split. ! queue max-size-time=1000000000 max-size-buffers=0 max-size-bytes=0 ! avdec_h264
            ! videoconvert ! coremd name=motion zones="{zones}" ! fakesink sync=false async=false
-    split. ! queue name=waiting max-size-time=0 max-size-buffers=0 max-size-bytes=0
-           ! appsink name=old emit-signals=true sync=false async=false
+    split. ! queue ! appsink name=encoded emit-signals=true sync=false async=false
 """
-CAMERA = 'rtspsrc location="{}" latency=200 ! rtph264depay'
+CAMERA = 'rtspsrc location="{}" latency=200 ! rtph264depay ! h264parse ! video/x-h264,stream-format=avc'
 RECORDING = 'filesrc location="{}" ! qtdemux ! queue'
 # Of its own, since a splitmuxsink that gets nothing would keep the other pipeline from starting.
 FILES = """
@@ -41,15 +40,14 @@ class Recorder:
     def __init__(self, pipeline, files, before, after, group):
         self.before, self.after = before, after
         self.wanted = collections.deque()  # [begin, end] of events with their rolls, in order; end None: it goes on
-        self.keyframes = collections.deque()  # that wait in the queue
+        self.waiting = collections.deque()  # (time, whether it is a keyframe, sample), the oldest first
+        self.keyframes = collections.deque()  # times of those that wait
         self.is_writing = self.has_written = False
         self.files, self.chosen = files.get_by_name("files"), files.get_by_name("chosen")
-        waiting = pipeline.get_by_name("waiting")
-        # An event is known of before the keyframe comes out that it begins with: at most the pre-roll and a group of
+        # An event is known of before the keyframe is let go that it begins with: at most the pre-roll and a group of
         # pictures ago, and what the analysis may lag behind, its own queue and the least duration of an event.
-        waiting.set_property("min-threshold-time", before + group + 3 * Gst.SECOND)
-        waiting.get_static_pad("sink").add_probe(Gst.PadProbeType.BUFFER, self.on_arrival)
-        pipeline.get_by_name("old").connect("new-sample", self.on_departure)
+        self.patience = before + group + 3 * Gst.SECOND
+        pipeline.get_by_name("encoded").connect("new-sample", self.on_arrival)
 
     def on_begin(self, structure):
         begin = structure.get_uint64("running-time")[1]
@@ -61,27 +59,31 @@ class Recorder:
         self.wanted[-1][1] = end + self.after
         print(f"motion until {end / Gst.SECOND:.1f} s, then {structure.get_string('reason')}", flush=True)
 
-    def on_arrival(self, pad, info):
-        if not info.get_buffer().has_flags(Gst.BufferFlags.DELTA_UNIT):
-            segment = pad.get_sticky_event(Gst.EventType.SEGMENT, 0).parse_segment()
-            self.keyframes.append(self.running_time(info.get_buffer(), segment))
-        return Gst.PadProbeReturn.OK
-
-    def on_departure(self, appsink):
+    def on_arrival(self, appsink):
         sample = appsink.emit("pull-sample")
         time = self.running_time(sample.get_buffer(), sample.get_segment())
-        if not sample.get_buffer().has_flags(Gst.BufferFlags.DELTA_UNIT):  # whole groups of pictures, or none of one
-            self.keyframes.popleft()
-            next_one = self.keyframes[0] if self.keyframes else float("inf")
-            while self.wanted and self.wanted[0][1] is not None and self.wanted[0][1] < time:
-                self.wanted.popleft()
-            was_writing, self.is_writing = self.is_writing, bool(self.wanted) and self.wanted[0][0] < next_one
-            if self.is_writing and not was_writing and self.has_written:
-                self.files.emit("split-at-running-time", sample.get_buffer().pts)
-            self.has_written |= self.is_writing
-        if self.is_writing:
-            self.chosen.emit("push-sample", sample)
+        is_keyframe = not sample.get_buffer().has_flags(Gst.BufferFlags.DELTA_UNIT)
+        self.waiting.append((time, is_keyframe, sample))
+        if is_keyframe:
+            self.keyframes.append(time)
+        self.let_go(time - self.patience)
         return Gst.FlowReturn.OK
+
+    def let_go(self, end):
+        """Of what waits whatever is not newer."""
+        while self.waiting and self.waiting[0][0] <= end:
+            time, is_keyframe, sample = self.waiting.popleft()
+            if is_keyframe:  # whole groups of pictures, or none of one
+                self.keyframes.popleft()
+                next_one = self.keyframes[0] if self.keyframes else float("inf")
+                while self.wanted and self.wanted[0][1] is not None and self.wanted[0][1] < time:
+                    self.wanted.popleft()
+                was_writing, self.is_writing = self.is_writing, bool(self.wanted) and self.wanted[0][0] < next_one
+                if self.is_writing and not was_writing and self.has_written:
+                    self.files.emit("split-at-running-time", sample.get_buffer().pts)
+                self.has_written |= self.is_writing
+            if self.is_writing:
+                self.chosen.emit("push-sample", sample)
 
     @staticmethod
     def running_time(buffer, segment):
@@ -129,12 +131,15 @@ def main():
     bus.set_sync_handler(on_message_at_once)
     bus.add_signal_watch()
     bus.connect("message", on_message)
-    # What waits is still looked at, and the last file ended as it should be.
+    files.get_bus().add_signal_watch()
+    files.get_bus().connect("message::error", on_message)
+    # What has come is still looked at, and the last file ended as it should be.
     GLib.unix_signal_add(GLib.PRIORITY_DEFAULT, signal.SIGINT, lambda: pipeline.send_event(Gst.Event.new_eos()))
     files.set_state(Gst.State.PLAYING)
     pipeline.set_state(Gst.State.PLAYING)
     loop.run()
     pipeline.set_state(Gst.State.NULL)
+    recorder.let_go(float("inf"))  # all that moved is known
     if recorder.has_written:
         recorder.chosen.emit("end-of-stream")
         files.get_bus().timed_pop_filtered(10 * Gst.SECOND, Gst.MessageType.EOS | Gst.MessageType.ERROR)

@@ -1,9 +1,11 @@
 #!/usr/bin/env python3
 """Do the examples of GStreamer record and encode what moves, and nothing else?
 
-    examples_test.py ROOT       GST_PLUGIN_PATH says where the element is
+    examples_test.py ROOT          GST_PLUGIN_PATH says where the element is
+    examples_test.py ROOT live     with a camera, which takes half a minute
 """
 import pathlib
+import signal
 import subprocess
 import sys
 import tempfile
@@ -17,6 +19,7 @@ except (ImportError, ValueError) as absent:
     sys.exit(77)
 
 NEEDED = ["avdec_h264", "qtdemux", "splitmuxsink", "matroskamux", "jpegenc", "avimux", "appsink"]
+LIVE = ["rtspsrc", "rtph264depay", "h264parse", "rtph264pay"]
 ZONES = '{"zones": [{"name": "left", "polygon": [[0, 0.3], [0.12, 0.3], [0.12, 1], [0, 1]]}]}'
 
 
@@ -72,14 +75,49 @@ def test_encodes_only_what_moves(root, folder):
     assert sizes["smpte75"] < 20000 < sizes["ball"], sizes
 
 
+def live_test_records_a_camera_from_before_its_first_event(root, folder):
+    server = subprocess.Popen([sys.executable, root / "tests/tools/mdscan/rtsp_server.py", root / "samples/crossing.mp4",
+                               "0", "rtph264pay"], stdout=subprocess.PIPE, text=True)
+    recorder = None
+    try:
+        port = server.stdout.readline().strip()
+        recorder = subprocess.Popen([sys.executable, root / "examples/gstreamer/record_events.py",
+                                     f"rtsp://127.0.0.1:{port}/camera", folder, "--pre-roll", "1", "--post-roll", "0.5"],
+                                    stdout=subprocess.PIPE, text=True)
+        said = []
+        while len(said) < 2:
+            said.append(recorder.stdout.readline())
+            assert said[-1], said
+        recorder.send_signal(signal.SIGINT)
+        assert recorder.wait(timeout=20) == 0
+    finally:
+        for process in (server, recorder):
+            if process:
+                process.kill()
+                process.wait()
+                process.stdout.close()
+    begin, end = (float(line.split()[2]) for line in said)
+    # The sample moves from 9.3 to 21 seconds of it and has a keyframe every ten: the recording begins with the first.
+    assert 8 < begin < 11 and 19 < end < 23, said
+    files = sorted(folder.glob("event*.mkv"))
+    assert len(files) == 1, files
+    assert seconds_of(files[0]) > end - 0.5, (seconds_of(files[0]), said)
+
+
 def main():
     Gst.init(None)
-    missing = [name for name in NEEDED if not Gst.ElementFactory.find(name)]
+    is_live = sys.argv[2:] == ["live"]
+    missing = [name for name in NEEDED + (LIVE if is_live else []) if not Gst.ElementFactory.find(name)]
+    if is_live:
+        try:
+            gi.require_version("GstRtspServer", "1.0")
+        except ValueError:
+            missing.append("RTSP server")
     if missing:
         print("skipped: no " + ", ".join(missing))
         return 77
     for name, test in list(globals().items()):
-        if name.startswith("test_"):
+        if name.startswith("live_test_" if is_live else "test_"):
             with tempfile.TemporaryDirectory() as folder:
                 test(pathlib.Path(sys.argv[1]), pathlib.Path(folder))
             print(f"{name}: as it should be")

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Serves a video as a camera would, over RTSP: rtsp_server.py VIDEO.mp4 PORT; 0: any. Prints the port, nothing where the
-GStreamer server is not installed."""
+"""Serves a video as a camera would, over RTSP: rtsp_server.py VIDEO.mp4 PORT [PAYLOADER]; port 0: any; rtpmp4vpay if no
+other is named. Prints the port, nothing where the GStreamer server is not installed."""
 import sys
 
 try:
@@ -12,10 +12,11 @@ except (ImportError, ValueError):
     sys.exit()
 
 Gst.init(None)
-if not all(Gst.ElementFactory.find(name) for name in ("filesrc", "qtdemux", "rtpmp4vpay")):
+payloader = sys.argv[3] if len(sys.argv) > 3 else "rtpmp4vpay"
+if not all(Gst.ElementFactory.find(name) for name in ("filesrc", "qtdemux", payloader)):
     sys.exit()
 factory = GstRtspServer.RTSPMediaFactory()
-factory.set_launch(f"( filesrc location={sys.argv[1]} ! qtdemux ! rtpmp4vpay name=pay0 pt=96 )")
+factory.set_launch(f"( filesrc location={sys.argv[1]} ! qtdemux ! {payloader} name=pay0 pt=96 )")
 server = GstRtspServer.RTSPServer()
 server.set_address("127.0.0.1")
 server.set_service(sys.argv[2])
