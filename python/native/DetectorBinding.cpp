@@ -205,11 +205,14 @@ void AddBlockMap(py::module_& module, const char* name) {
         .def("__len__", &Map::Rows)
         .def(
             "__array__",
-            [](const Map& map, const py::object& dtype) {
-                py::object copy = map.Copy();
-                return dtype.is_none() ? copy : copy.attr("astype")(dtype);
+            [](const Map& map, const py::object& dtype, const py::object& copy) {
+                if (!copy.is_none() && !copy.cast<bool>()) {
+                    throw py::value_error("blocks are copied: the detector writes over its own");
+                }
+                py::object copied = map.Copy();
+                return dtype.is_none() ? copied : copied.attr("astype")(dtype);
             },
-            py::arg("dtype") = py::none())
+            py::arg("dtype") = py::none(), py::arg("copy") = py::none())
         .def("__getitem__", [](const Map& map, const py::object& place) { return py::object(map.Copy()[place]); })
         .def("__repr__", [](const Map& map) {
             return "<coremd.BlockMap of " + std::to_string(map.Columns()) + "x" + std::to_string(map.Rows()) + " blocks>";

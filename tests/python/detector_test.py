@@ -61,6 +61,9 @@ class Finding(unittest.TestCase):
         self.assertEqual(frame.labels.shape, (ROWS, COLUMNS))
         self.assertEqual(len(frame.states), ROWS)
         labels = np.asarray(frame.labels)
+        self.assertEqual(frame.labels.__array__(np.int64, copy=True).tolist(), labels.tolist())  # as NumPy 2 asks
+        with self.assertRaisesRegex(ValueError, "blocks are copied"):
+            frame.labels.__array__(copy=False)
         for number, thing in enumerate(frame.objects, 1):
             columns, rows = thing.blocks.T
             self.assertTrue((labels[rows, columns] == number).all())
