@@ -11,7 +11,8 @@ bool IsUrl(const std::string& name);
 // "/dev/video0", where that is a device.
 bool IsCamera(const std::string& name);
 
-// The name without user and password: results and logs are read by others. Names of files as they are.
+// The name without user and password, and with *** in place of signatures, tokens and the like among the parameters of an
+// address: results and logs are read by others. Names of files as they are.
 std::string ShownName(const std::string& name);
 
 }  // namespace Video
