@@ -121,7 +121,7 @@ std::vector<Video::Zone> VideoZones(const std::vector<GivenZone>& given) {
     std::vector<Video::Zone> zones;
     for (const auto& [name, shape, exclude, smallest, largest] : given) {
         Video::Zone zone{.name = name, .exclude = exclude, .minSize = smallest, .maxSize = largest};
-        if (py::isinstance<py::array>(shape)) {
+        if (py::isinstance<py::array>(shape) && !IsPolygon(shape)) {
             const OwnedZone mask = ZoneOfMask(shape, name);
             if (mask.columns < 1 || mask.rows < 1) {
                 throw py::value_error(name + ": the mask is empty");

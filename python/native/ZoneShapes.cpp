@@ -34,7 +34,8 @@ bool IsFloating(const py::handle& object) {
     return py::isinstance<py::array>(object) && py::reinterpret_borrow<py::array>(object).dtype().kind() == 'f';
 }
 
-// A list or tuple of pairs, or floating-point numbers in an array; every other array is a mask.
+}  // namespace
+
 bool IsPolygon(const py::handle& object) {
     if (IsFloating(object)) {
         return true;
@@ -46,8 +47,6 @@ bool IsPolygon(const py::handle& object) {
     return corners.size() > 0 &&
            (py::isinstance<py::tuple>(corners[0]) || py::isinstance<py::list>(corners[0]) || IsFloating(corners[0]));
 }
-
-}  // namespace
 
 std::vector<Video::Point> PolygonOf(const py::handle& object, const std::string& name) {
     using Corners = py::array_t<double, py::array::c_style | py::array::forcecast>;

@@ -28,6 +28,10 @@ struct OwnedZone {
     }
 };
 
+// Whether it is meant as a polygon: a list or tuple of pairs, or floating-point numbers in an array. Every other array is a
+// mask.
+bool IsPolygon(const pybind11::handle& object);
+
 // Corners (x, y), at least three, from 0 to 1, that enclose something without crossing themselves; else ValueError, or
 // TypeError where it is no list of corners.
 std::vector<Video::Point> PolygonOf(const pybind11::handle& object, const std::string& name);

@@ -99,7 +99,7 @@ class Watching(unittest.TestCase):
         with tempfile.TemporaryDirectory() as folder:
             path = pathlib.Path(folder) / "zones.json"
             path.write_text(json.dumps({"zones": [{"name": "zone 1", "polygon": LEFT}]}))
-            ways = [path, [LEFT], [coremd.video.Zone("zone 1", LEFT)],
+            ways = [path, [LEFT], [np.array(LEFT)], [coremd.video.Zone("zone 1", LEFT)],
                     [coremd.video.Zone("zone 1", np.ones((1, 1), bool)),
                      coremd.video.Zone("not", [(0.5, 0), (1, 0), (1, 1), (0.5, 1)], exclude=True)]]
             found = [[dataclasses.asdict(event) for event in coremd.video.events(STREET, way, rate=3)] for way in ways]
