@@ -14,13 +14,13 @@ import itertools
 import json
 import os
 import pathlib
-import re
 import shutil
 import subprocess
 import sys
 import tempfile
 
-from bench_kit import BUILD, ROOT, build, machine, percent, prose, run, say, table
+from bench_kit import (BUILD, ROOT, build, ffmpeg, labelled_in, machine, numbered_inputs, percent, prose, run, say,
+                       show_scene, table)
 
 PAGE, PICTURE = ROOT / "docs/accuracy.md", ROOT / "docs/accuracy.png"
 KEPT = ROOT / "build/bench-accuracy"
@@ -93,11 +93,8 @@ def measure_still():
     for name, words in STILL.items():
         say(f"rendering: {name}")
         for setting, options in STILL_SETTINGS.items():
-            scene = subprocess.Popen([BUILD / "mdscene", *SCENE, *words], stdout=subprocess.PIPE)
-            line = accuracy(*options, "--still", "/dev/stdin", stdin=scene.stdout)[0]
-            scene.stdout.close()
-            if scene.wait() != 0:
-                sys.exit(f"bench: mdscene ends with {scene.returncode}")
+            line = show_scene([*SCENE, *words],
+                              lambda scene, options=options: accuracy(*options, "--still", "/dev/stdin", stdin=scene)[0])
             lines.append({"scene": name, "setting": setting, **line["still"]["stdin"]})
     keep("still.jsonl", lines)
 
@@ -117,12 +114,10 @@ def recoded(folder, quality, group):
     """The sequence, encoded: its video."""
     video = KEPT / f"{folder.name}-{quality}-{group}.mp4"
     if not video.exists():
-        inputs = sorted((folder / "input").glob("*.jpg"))
-        pattern = inputs[0].with_name(re.sub(r"[0-9]+$", lambda digits: f"%0{len(digits[0])}d", inputs[0].stem) + ".jpg")
-        first = re.search(r"[0-9]+$", inputs[0].stem)[0]
+        pattern, first = numbered_inputs(folder)
         part = video.with_name("part." + video.name)
-        run(["ffmpeg", "-nostdin", "-v", "error", "-y", "-framerate", "25", "-start_number", first, "-i", pattern,
-             *ENCODING.split(), "-crf", quality, "-g", group, "-keyint_min", group, part])
+        ffmpeg("-framerate", "25", "-start_number", first, "-i", pattern, *ENCODING.split(), "-crf", quality, "-g", group,
+               "-keyint_min", group, part)
         part.rename(video)
     return video
 
@@ -141,9 +136,9 @@ def measure_coding(folders):
                 (labelled / "groundtruth").symlink_to((folder / "groundtruth").resolve())
                 if (folder / "temporalROI.txt").exists():
                     shutil.copy(folder / "temporalROI.txt", labelled)
-                first = re.search(r"[0-9]+$", min((folder / "input").glob("*.jpg")).stem)[0]
-                run(["ffmpeg", "-nostdin", "-v", "error", "-skip_loop_filter", skipped, "-i", video, "-vsync", "passthrough",
-                     "-start_number", first, labelled / "input/%06d.bmp"])
+                _, first = numbered_inputs(folder)
+                ffmpeg("-skip_loop_filter", skipped, "-i", video, "-vsync", "passthrough", "-start_number", first,
+                       labelled / "input/%06d.bmp")
                 line = accuracy(labelled)[0]
             lines.append({"sequence": folder.name, "quality": quality, "group": group, "skipped": skipped,
                           "bytes": video.stat().st_size, **line["sequences"][folder.name]})
@@ -333,9 +328,7 @@ def main():
     parser.add_argument("folders", nargs="*", type=pathlib.Path, metavar="FOLDER", help="a labelled sequence")
     arguments = parser.parse_args()
     if not arguments.reuse:
-        folders = arguments.folders
-        if not folders and arguments.footage:
-            folders = sorted(path.parent for path in arguments.footage.glob("labelled/*/groundtruth"))
+        folders = arguments.folders or labelled_in(arguments.footage)
         if not folders:
             sys.exit("bench: no labelled sequences: name their folders")
         build("coreMD_accuracy", "mdscene")

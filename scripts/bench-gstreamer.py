@@ -12,16 +12,15 @@ import argparse
 import json
 import os
 import pathlib
-import re
 import statistics
-import struct
 import subprocess
 import sys
 import tempfile
 import time
-import zlib
 
-from bench_kit import BUILD, ROOT, build, machine, percent, piped, prose, put, run, say, table
+from bench_kit import (BUILD, ROOT, build, encode_scene, labelled_in, machine, numbered_inputs, percent, prose, put, run,
+                       say, table)
+from grey_png import grey_png
 
 os.environ["OPENCV_FOR_THREADS_NUM"] = "1"  # a thread's time is what it costs only where no others help it
 os.environ["GST_PLUGIN_PATH"] = str(BUILD / "gstreamer")
@@ -82,8 +81,7 @@ def costs():
     """Milliseconds for a picture, the mean of all; of several runs the least."""
     least = {name: float("inf") for name in COST}
     with tempfile.NamedTemporaryFile(suffix=".yuv") as pictures:
-        piped([BUILD / "mdscene", *SCENE], ["ffmpeg", "-nostdin", "-v", "error", "-y", "-f", "yuv4mpegpipe", "-i",
-                                            "/dev/stdin", "-f", "rawvideo", "-pix_fmt", "yuv420p", pictures.name])
+        encode_scene(SCENE, "-f", "rawvideo", "-pix_fmt", "yuv420p", pictures.name)
         source = (f"filesrc location={pictures.name} blocksize={WIDTH * HEIGHT * 3 // 2}"
                   f" ! rawvideoparse width={WIDTH} height={HEIGHT} format=i420 framerate={RATE}/1")
         for turn in range(REPETITIONS):
@@ -124,25 +122,20 @@ class Marks:
             self.last.append((left, top, (column + 1) * width // across - left, (row + 1) * height // down - top))
 
 
-def png(width, height, boxes):
-    """Grey, white in the boxes."""
+def mask_png(width, height, boxes):
+    """Black, white in the boxes."""
     rows = [bytearray(width) for _ in range(height)]
     for left, top, across, down in boxes:
         for row in rows[top:top + down]:
             row[left:left + across] = b"\xff" * len(row[left:left + across])
-
-    def chunk(kind, data):
-        return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
-    return (b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", struct.pack(">IIBBBBB", width, height, 8, 0, 0, 0, 0))
-            + chunk(b"IDAT", zlib.compress(b"".join(b"\0" + row for row in rows), 1)) + chunk(b"IEND", b""))
+    return grey_png(rows)
 
 
 def found_in(sequence, place):
     """Folders of masks by the elements' names."""
-    inputs = sorted((sequence / "input").glob("*.jpg"))
-    digits = re.search(r"[0-9]+$", inputs[0].stem)[0]
-    pattern = str(inputs[0])[:-len(digits + ".jpg")] + f"%0{len(digits)}d.jpg"
-    source = (f'multifilesrc location="{pattern}" start-index={int(digits)} caps=image/jpeg,framerate={RATE}/1'
+    pattern, first = numbered_inputs(sequence)
+    inputs = list((sequence / "input").glob("*.jpg"))
+    source = (f'multifilesrc location="{pattern}" start-index={int(first)} caps=image/jpeg,framerate={RATE}/1'
               " ! jpegdec ! videoconvert ! video/x-raw,format=I420")
     elements = {name: ("videoconvert ! " if "motioncells" in name else "") + words for name, words in FOUND.items()}
     size = Gst.parse_launch(f'filesrc location="{inputs[0]}" ! jpegdec ! fakesink name=end')
@@ -169,7 +162,7 @@ def found_in(sequence, place):
         folders[name] = place / str(i)
         folders[name].mkdir()
         for number, boxes in enumerate(mark.boxes):
-            (folders[name] / f"{number}.png").write_bytes(png(width, height, boxes))
+            (folders[name] / f"{number}.png").write_bytes(mask_png(width, height, boxes))
     return folders
 
 
@@ -219,9 +212,7 @@ def main():
     parser.add_argument("--print", action="store_true", help="print only, write nothing")
     parser.add_argument("sequences", nargs="*", type=pathlib.Path, metavar="SEQUENCE", help="a labelled sequence")
     arguments = parser.parse_args()
-    sequences = arguments.sequences
-    if not sequences and arguments.footage:
-        sequences = sorted(path.parent for path in arguments.footage.glob("labelled/*/groundtruth"))
+    sequences = arguments.sequences or labelled_in(arguments.footage)
     build("gstcoremd", "mdscene", "coreMD_accuracy")
     Gst.init(None)
     missing = [name for name in ("coremd", "motioncells", "jpegdec") if not Gst.ElementFactory.find(name)]

@@ -5,9 +5,8 @@
 
 The C functions are called by ctypes with records that are made once: h13, h17, h19, and h18 for each object. About a
 microsecond of each call is ctypes' own. Both see the same frames in turn, find the same number of objects in each, and pay
-in their thread's processor time. Two threads
-are timed by the clock: with anything else on the machine, their figure means nothing. BENCH_PRESET: build to measure,
-release-v3 if not set; BENCH_REPETITIONS: runs, 15 if not set.
+in their thread's processor time. Two threads are timed by the clock: with anything else on the machine, their figure means
+nothing. BENCH_PRESET: build to measure, release-v3 if not set; BENCH_REPETITIONS: runs, 15 if not set.
 """
 import argparse
 import ctypes
@@ -22,10 +21,6 @@ import time
 import numpy as np
 
 from bench_kit import BUILD, ROOT, build, machine, prose, put, say, table
-
-build("coreMD_python")  # what is imported next
-sys.path.insert(0, str(BUILD / "python"))
-import coremd  # noqa: E402
 
 DELIVERED, OBJECT = 0, 64  # of h17, h18 and h19; more words than a record of an object has
 RATE, SQUARE, FILLED, SEED = 10, 8, 20, 1  # frames a second; blocks; frames until the detector is at work
@@ -125,7 +120,7 @@ def microseconds(columns, rows, frames=300):
         of_python.append(time.thread_time() - begin)
         if not i % 2:
             of_c.append(in_c.seconds(planes, i))
-        if i >= FILLED and not len(frame.objects) == in_c.zone.objectsCount:
+        if i >= FILLED and len(frame.objects) != in_c.zone.objectsCount:
             sys.exit(f"bench: frame {i}: {len(frame.objects)} objects in Python, {in_c.zone.objectsCount} in C")
     in_c.close()
     c, python = (1e6 * statistics.median(values[FILLED:]) for values in (of_c, of_python))
@@ -172,6 +167,10 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n", maxsplit=1)[0])
     parser.add_argument("--print", action="store_true", help="print only, write nothing")
     arguments = parser.parse_args()
+    build("coreMD_python")
+    sys.path.insert(0, str(BUILD / "python"))
+    global coremd
+    import coremd  # what was just built
     rows = []
     for grid in GRIDS:
         say(f"measuring {grid[0]}x{grid[1]} blocks")

@@ -18,7 +18,7 @@ import re
 import subprocess
 import sys
 
-from bench_kit import BUILD, ROOT, build, machine, piped, put, run, say, table
+from bench_kit import BUILD, ROOT, build, encode_scene, ffmpeg, machine, put, run, say, table
 
 PAGE = ROOT / "docs/mdscan.md"
 CLIPS = ROOT / "build/bench-scan"
@@ -42,13 +42,8 @@ VISIT_CLIPS = {"visits.mp4": KEYFRAMES,
                "visits-300k.mp4": [*KEYFRAMES, "-profile:v", "baseline", "-bf", "0", "-b:v", "300k", "-maxrate", "300k",
                                    "-bufsize", "600k"]}
 QUIET = ["-ss", "24", "-t", "108"]        # of the second: nothing comes by
-ENCODE = ["ffmpeg", "-nostdin", "-v", "error", "-y"]
 DECODE = ["ffmpeg", "-nostdin", "-v", "error", "-threads", "{threads}", "-i", "{file}", "-an", "-vsync", "passthrough",
           "-f", "null", "-"]
-
-
-def encode(*words):
-    run([*ENCODE, *words])
 
 
 def clip(name, make):
@@ -65,10 +60,7 @@ def clip(name, make):
 
 def rendered(name):
     scene, options = STREETS[name]
-
-    def make(path):
-        piped([BUILD / "mdscene", *scene], [*ENCODE, "-f", "yuv4mpegpipe", "-i", "/dev/stdin", *options, path])
-    return clip(name, make)
+    return clip(name, lambda path: encode_scene(scene, *options, path))
 
 
 Run = collections.namedtuple("Run", "cpu wall memory output")      # seconds, seconds, MiB, what was printed
@@ -135,11 +127,8 @@ def cost_tables(files):
 
 
 def visits(name):
-    def make(path):
-        piped([BUILD / "mdscene", *VISITS],
-              [*ENCODE, "-f", "yuv4mpegpipe", "-i", "/dev/stdin", "-f", "lavfi", "-i", "testsrc2=size=40x60:rate=25",
-               "-filter_complex", CROSSING, "-t", "600", *VISIT_CLIPS[name], path])
-    return clip(name, make)
+    crossing = ["-f", "lavfi", "-i", "testsrc2=size=40x60:rate=25", "-filter_complex", CROSSING, "-t", "600"]
+    return clip(name, lambda path: encode_scene(VISITS, *crossing, *VISIT_CLIPS[name], path))
 
 
 def visit_table():
@@ -157,11 +146,11 @@ def visit_table():
 
 
 def memory_table(street):
-    small = clip("small.mp4", lambda path: encode("-i", street, "-t", "60", "-vf", "scale=160:90", *KEYFRAMES, path))
+    small = clip("small.mp4", lambda path: ffmpeg("-i", street, "-t", "60", "-vf", "scale=160:90", *KEYFRAMES, path))
     rows = []
     for hours, container in ((1, "ts"), (4, "ts"), (1, "mp4"), (4, "mp4")):
         long = clip(f"{hours}h.{container}",
-                    lambda path: encode("-stream_loop", str(60 * hours - 1), "-i", small, "-c", "copy", path))
+                    lambda path: ffmpeg("-stream_loop", str(60 * hours - 1), "-i", small, "-c", "copy", path))
         for option in ([], ["--fast"]):
             say(f"scanning {hours} hours {' '.join(option)}")
             scan = once([BUILD / "mdscan", *option, long], 2)
@@ -203,14 +192,14 @@ def rate_tables(footage):
 def text(footage):
     streets = [rendered(name) for name in STREETS]
     camera = streets.pop()
-    streets.append(clip("quiet-720.mp4", lambda path: encode(*QUIET, "-i", streets[1], "-c", "copy", path)))
+    streets.append(clip("quiet-720.mp4", lambda path: ffmpeg(*QUIET, "-i", streets[1], "-c", "copy", path)))
     streets.append(camera)
     files = [*streets, *(sorted([*footage.glob("*.mp4"), *footage.glob("*.avi")]) if footage else [])]
     if files == streets:
         say(f"real videos skipped: none in {footage}" if footage else "real videos skipped: no --footage")
     cost, recall = cost_tables(files)
-    ffmpeg = run(["ffmpeg", "-version"], stdout=subprocess.PIPE, text=True).stdout.split()[2]
-    parts = [f"`./dev bench scan` measured this: {machine()}, FFmpeg {ffmpeg}. Runs: {REPETITIONS}, the least of them "
+    version = run(["ffmpeg", "-version"], stdout=subprocess.PIPE, text=True).stdout.split()[2]
+    parts = [f"`./dev bench scan` measured this: {machine()}, FFmpeg {version}. Runs: {REPETITIONS}, the least of them "
              "counts. "
              + "".join(f"`{name}` is `mdscene {' '.join(scene)}`, encoded with `{' '.join(options)}`; "
                        for name, (scene, options) in STREETS.items())

@@ -2,7 +2,7 @@
 import os
 import pathlib
 import platform
-import signal
+import re
 import subprocess
 import sys
 
@@ -27,14 +27,35 @@ def build(*targets):
         run(["cmake", "--build", "--preset", PRESET, "--target", *targets], cwd=ROOT, stdout=nowhere)
 
 
-def piped(source, command):
-    """Runs the command with what the other one prints."""
-    first = subprocess.Popen([str(word) for word in source], stdout=subprocess.PIPE)
-    result = run(command, stdin=first.stdout)
-    first.stdout.close()
-    if first.wait() not in (0, -signal.SIGPIPE):  # the command may have enough before the end
-        sys.exit(f"bench: {source[0]} ends with {first.returncode}")
+def ffmpeg(*words, **keywords):
+    return run(["ffmpeg", "-nostdin", "-v", "error", "-y", *words], **keywords)
+
+
+def show_scene(words, act):
+    """What act makes of the scene that mdscene renders with these words; it gets a stream of YUV4MPEG2."""
+    scene = subprocess.Popen([str(word) for word in (BUILD / "mdscene", *words)], stdout=subprocess.PIPE)
+    result = act(scene.stdout)
+    scene.stdout.close()
+    if scene.wait() != 0:
+        sys.exit(f"bench: mdscene ends with {scene.returncode}")
     return result
+
+
+def encode_scene(words, *encoding):
+    """The rendered scene, encoded: other inputs, options and the output as ffmpeg takes them."""
+    return show_scene(words, lambda scene: ffmpeg("-f", "yuv4mpegpipe", "-i", "/dev/stdin", *encoding, stdin=scene))
+
+
+def labelled_in(footage):
+    """Folders of labelled sequences; none where there is no footage."""
+    return sorted(path.parent for path in footage.glob("labelled/*/groundtruth")) if footage else []
+
+
+def numbered_inputs(sequence):
+    """(pattern as printf has it, number of the first as it is written) of a labelled sequence's pictures."""
+    first = min((sequence / "input").glob("*.jpg"))
+    digits = re.search(r"[0-9]+$", first.stem)[0]
+    return first.with_name(first.stem.removesuffix(digits) + f"%0{len(digits)}d.jpg"), digits
 
 
 def table(head, rows):

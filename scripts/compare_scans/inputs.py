@@ -4,9 +4,9 @@ All of it lies in one folder that both programs read; nothing in it is ever chan
 """
 import json
 import pathlib
-import struct
 import subprocess
-import zlib
+
+from grey_png import grey_png
 
 WIDTH, HEIGHT, FRAMES_PER_SECOND = 96, 72, 25
 PART = 300  # pictures of a numbered sequence; what more of them would show, videos show
@@ -32,11 +32,7 @@ def raw_video(seconds):
 
 def png(width, height, level):
     """Grey, 8 bits; level(x, y) as fractions of the picture."""
-    def chunk(kind, data):
-        return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
-    rows = b"".join(b"\0" + bytes(level(x / width, y / height) for x in range(width)) for y in range(height))
-    head = struct.pack(">IIBBBBB", width, height, 8, 0, 0, 0, 0)
-    return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", head) + chunk(b"IDAT", zlib.compress(rows)) + chunk(b"IEND", b"")
+    return grey_png([bytes(level(x / width, y / height) for x in range(width)) for y in range(height)])
 
 
 ZONES = {"zones": [
