@@ -41,7 +41,6 @@ class Recorder:
         self.before, self.after = before, after
         self.wanted = collections.deque()  # [begin, end] of events with their rolls, in order; end None: it goes on
         self.waiting = collections.deque()  # (time, whether it is a keyframe, sample), the oldest first
-        self.keyframes = collections.deque()  # times of those that wait
         self.is_writing = self.has_written = False
         self.files, self.chosen = files.get_by_name("files"), files.get_by_name("chosen")
         # An event is known of before the keyframe is let go that it begins with: at most the pre-roll and a group of
@@ -64,8 +63,6 @@ class Recorder:
         time = self.running_time(sample.get_buffer(), sample.get_segment())
         is_keyframe = not sample.get_buffer().has_flags(Gst.BufferFlags.DELTA_UNIT)
         self.waiting.append((time, is_keyframe, sample))
-        if is_keyframe:
-            self.keyframes.append(time)
         self.let_go(time - self.patience)
         return Gst.FlowReturn.OK
 
@@ -74,8 +71,7 @@ class Recorder:
         while self.waiting and self.waiting[0][0] <= end:
             time, is_keyframe, sample = self.waiting.popleft()
             if is_keyframe:  # whole groups of pictures, or none of one
-                self.keyframes.popleft()
-                next_one = self.keyframes[0] if self.keyframes else float("inf")
+                next_one = next((later for later, is_next, _ in self.waiting if is_next), float("inf"))
                 while self.wanted and self.wanted[0][1] is not None and self.wanted[0][1] < time:
                     self.wanted.popleft()
                 was_writing, self.is_writing = self.is_writing, bool(self.wanted) and self.wanted[0][0] < next_one
