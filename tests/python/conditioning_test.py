@@ -171,6 +171,16 @@ class Memories(unittest.TestCase):
 class Polygons(unittest.TestCase):
     LEFT = [(0, 0), (0.5, 0), (0.5, 1), (0, 1)]
 
+    def assert_alike(self, zone, other):
+        """The same is found in both."""
+        detectors = [coremd.Detector([each], rate=RATE, seed=1) for each in (zone, other)]
+        found = 0
+        for planes, time in crossing():
+            one, two = (detector.detect(planes, time=time) for detector in detectors)
+            self.assertEqual(one.table.tolist(), two.table.tolist())
+            found += len(one.table)
+        self.assertGreater(found, 5)
+
     def test_a_polygon_is_the_mask_of_its_blocks(self):
         grid = coremd.Grid(COLUMNS, ROWS, 8 * COLUMNS, 8 * ROWS, 8)
         mask = coremd.polygon_mask(self.LEFT, grid)
@@ -178,25 +188,12 @@ class Polygons(unittest.TestCase):
         self.assertGreater(coremd.polygon_mask([(0.2, 0.5), (0.8, 0.5), (0.8, 0.501)], grid).sum(), 10, "a thin one")
 
     def test_a_detector_takes_polygons(self):
-        by_polygon, by_mask = coremd.Detector([self.LEFT], rate=RATE, seed=1), \
-            coremd.Detector([np.array([[1, 0]], np.uint8)], rate=RATE, seed=1)
-        found = 0
-        for planes, time in crossing():
-            one, two = by_polygon.detect(planes, time=time), by_mask.detect(planes, time=time)
-            self.assertEqual(one.table.tolist(), two.table.tolist())
-            found += len(one.table)
-        self.assertGreater(found, 5)
+        self.assert_alike(self.LEFT, np.array([[1, 0]], np.uint8))
 
     def test_polygons_come_in_arrays_too(self):
         corners = np.array(self.LEFT, np.float32)
         for zone in (corners, corners.astype(np.float64), list(corners), tuple(map(tuple, corners))):
-            detector, usual = coremd.Detector([zone], rate=RATE, seed=1), coremd.Detector([self.LEFT], rate=RATE, seed=1)
-            found = 0
-            for planes, time in crossing():
-                one, two = detector.detect(planes, time=time), usual.detect(planes, time=time)
-                self.assertEqual(one.table.tolist(), two.table.tolist())
-                found += len(one.table)
-            self.assertGreater(found, 5)
+            self.assert_alike(zone, self.LEFT)
         with self.assertRaisesRegex(ValueError, r"zones\[0\] must be a list of at least three corners"):
             coremd.Detector([np.ones((9, 16))])
 

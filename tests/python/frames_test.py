@@ -29,6 +29,14 @@ class Frames(unittest.TestCase):
         self.y = random.integers(16, 236, (48, 64), np.uint8)
         self.cb, self.cr = random.integers(16, 241, (2, 24, 32), np.uint8)
 
+    def frame_of_pyav(self):
+        try:
+            import av
+        except ImportError:
+            self.skipTest("PyAV is not installed")
+        whole = np.concatenate([self.y.ravel(), self.cb.ravel(), self.cr.ravel()]).reshape(72, 64)
+        return av.VideoFrame.from_ndarray(whole, "yuv420p")
+
     def test_planes_as_pyav_has_them(self):
         wanted = BlockReducer(64, 48, block=8).reduce(self.y, self.cb, self.cr)
         chroma = np.stack((self.cb, self.cr), axis=2).reshape(24, 64)
@@ -48,12 +56,7 @@ class Frames(unittest.TestCase):
             self.assertTrue((FrameReducer(block=8).reduce(frame) == wanted).all(), name)
 
     def test_ten_bits_of_pyav(self):
-        try:
-            import av
-        except ImportError:
-            self.skipTest("PyAV is not installed")
-        whole = np.concatenate([self.y.ravel(), self.cb.ravel(), self.cr.ravel()]).reshape(72, 64)
-        plain = av.VideoFrame.from_ndarray(whole, "yuv420p")
+        plain = self.frame_of_pyav()
         wanted = FrameReducer(block=8).reduce(plain).astype(int)
         for name in ("yuv420p10le", "p010le"):
             frame = plain.reformat(format=name)
@@ -61,12 +64,7 @@ class Frames(unittest.TestCase):
             self.assertLessEqual(np.abs(FrameReducer(block=8).reduce(frame).astype(int) - wanted).max(), 1, name)
 
     def test_frames_of_pyav(self):
-        try:
-            import av
-        except ImportError:
-            self.skipTest("PyAV is not installed")
-        whole = np.concatenate([self.y.ravel(), self.cb.ravel(), self.cr.ravel()]).reshape(72, 64)
-        frame = av.VideoFrame.from_ndarray(whole, "yuv420p")
+        frame = self.frame_of_pyav()
         wanted = BlockReducer(64, 48, block=8).reduce(self.y, self.cb, self.cr)
         reducer = FrameReducer(block=8)
         self.assertTrue((reducer.reduce(frame) == wanted).all())
